@@ -1,0 +1,66 @@
+#include "paths.h"
+
+#include <pwd.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <vector>
+
+namespace platform {
+
+namespace {
+
+// An absolute path from the environment without slashes at its end; empty for anything else.
+std::string AbsoluteFromEnvironment(const char* variable) {
+    const char* value = std::getenv(variable);
+    if (value == nullptr || value[0] != '/') {
+        return {};
+    }
+    std::string path = value;
+    path.erase(path.find_last_not_of('/') + 1);
+    return path.empty() ? "/" : path;
+}
+
+std::string HomeOfAccount() {
+    std::vector<char> text(1024);
+    passwd entry{};
+    passwd* found = nullptr;
+    int error = 0;
+    while ((error = getpwuid_r(geteuid(), &entry, text.data(), text.size(), &found)) == ERANGE) {
+        text.resize(text.size() * 2);
+    }
+    const bool usable = error == 0 && found != nullptr && found->pw_dir != nullptr;
+    return usable ? found->pw_dir : std::string();
+}
+
+std::string Home() {
+    const std::string home = AbsoluteFromEnvironment("HOME");
+    return home.empty() ? HomeOfAccount() : home;
+}
+
+}  // namespace
+
+std::string DataDir() {
+    return "/opt/usr/home/owner/apps_rw/org.tizen.quorvel/data";
+}
+
+std::string StateDir() {
+    const std::string state = AbsoluteFromEnvironment("XDG_STATE_HOME");
+    if (!state.empty()) {
+        return state + "/quorvel";
+    }
+    const std::string home = Home();
+    return home.empty() ? home : home + "/.local/state/quorvel";
+}
+
+std::string LogFilePath() {
+    const std::string folder = StateDir();
+    return folder.empty() ? folder : folder + "/" + RotatedLogName(0);
+}
+
+std::string RotatedLogName(unsigned age) {
+    return age == 0 ? "quorvel.log" : "quorvel." + std::to_string(age) + ".log";
+}
+
+}  // namespace platform
