@@ -1,0 +1,99 @@
+#include "QELApp.h"
+
+#include <Elementary.h>
+#include <app_control_internal.h>
+#include <bundle.h>
+
+#include <cstring>
+#include <fstream>
+#include <new>
+
+#include "QELUtil.h"
+#include "QELWindow.h"
+#include "quorvel.h"
+
+namespace {
+
+const char* const LAUNCH_COUNTER_FILE =
+    "/opt/usr/home/owner/apps_rw/org.tizen.quorvel/data/num_of_launch";
+const char* const FLAG_FILE = "/tmp/qel_first_execute";
+const char* const REQUEST_KEY = "EXEPARAM";
+const char CLOSE_VALUE[] = "CLOSE";
+
+// Only the first five characters count, so every longer value that begins so closes as well.
+bool IsCloseValue(const char* value) {
+    return value != nullptr && std::strncmp(value, CLOSE_VALUE, sizeof(CLOSE_VALUE) - 1) == 0;
+}
+
+}  // namespace
+
+QELWindow* QELApp::m_QelWindow = nullptr;
+
+bool QELApp::s_Create(void* data) {
+    QEL_LOGI("s_Create is called");
+    if (data == nullptr) {
+        QEL_LOGE("void* parameter is not valid");
+        return false;
+    }
+    if (m_QelWindow != nullptr) {
+        return true;
+    }
+    m_QelWindow = new (std::nothrow) QELWindow();
+    if (m_QelWindow == nullptr) {
+        QEL_LOGE("QELWindow creation is failed.");
+        return false;
+    }
+    m_QelWindow->Create(static_cast<_appdata*>(data));
+    return true;
+}
+
+void QELApp::s_Terminate(void* data) {
+    QEL_LOGI("s_Terminate is called");
+    if (data == nullptr) {
+        QEL_LOGE("void* parameter is not valid");
+        return;
+    }
+    m_DestroyWindow(data);
+}
+
+void QELApp::s_Pause(void* /*data*/) {
+    QEL_LOGI("s_Pause is called");
+}
+
+void QELApp::s_Resume(void* /*data*/) {
+    QEL_LOGI("s_Resume is called");
+}
+
+void QELApp::s_Control(app_control_h app_control, void* data) {
+    QEL_LOGI("s_Control is called");
+    if (data == nullptr) {
+        return;
+    }
+    // The bundle stays with the platform, as does the value in it.
+    bundle* request = nullptr;
+    if (app_control_to_bundle(app_control, &request) != 0) {
+        QEL_LOGE("failed to initialize tempBundle");
+        return;
+    }
+    char* value = nullptr;
+    bundle_get_str(request, REQUEST_KEY, &value);
+    if (IsCloseValue(value)) {
+        m_DestroyWindow(data);
+        elm_exit();
+        return;
+    }
+    QELUtil::IncreaseCount(LAUNCH_COUNTER_FILE);
+    std::ofstream flagFile(FLAG_FILE);
+    if (flagFile.fail()) {
+        QEL_LOGE("failed to create flag file");
+    }
+    flagFile.close();
+}
+
+void QELApp::m_DestroyWindow(void* data) {
+    if (m_QelWindow != nullptr) {
+        m_QelWindow->Destroy(static_cast<_appdata*>(data));
+        delete m_QelWindow;
+        m_QelWindow = nullptr;
+    }
+}

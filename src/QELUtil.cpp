@@ -1,0 +1,103 @@
+#include "QELUtil.h"
+
+#include <Elementary.h>
+#include <tv_services.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <exception>
+#include <fstream>
+#include <memory>
+
+namespace {
+
+const char* const MENU_APP_ID = "org.tizen.menu";
+
+struct FreeDeleter {
+    void operator()(char* text) const { std::free(text); }
+};
+using MallocString = std::unique_ptr<char, FreeDeleter>;
+
+std::string CopyOrEmpty(const MallocString& text) {
+    return text ? std::string(text.get()) : std::string();
+}
+
+struct TableCell_s {
+    app_table_location_e location;
+    int column;
+    int row;
+    int columns;
+    int rows;
+};
+
+// The cells overlap on purpose: the background lies under everything, the title row spans all
+// columns, and the detail view lies in the lower part of the item view.
+const TableCell_s TABLE_CELLS[] = {
+    {TABLE_LOCATION_TITLE, 0, 0, 3, 1},       {TABLE_LOCATION_INFO_LEFT, 1, 1, 1, 2},
+    {TABLE_LOCATION_INFO_RIGHT, 2, 1, 1, 2},  {TABLE_LOCATION_ITEM_LIST, 0, 1, 1, 7},
+    {TABLE_LOCATION_ITEM_VIEW, 1, 1, 2, 6},   {TABLE_LOCATION_ITEM_DETAIL, 1, 3, 2, 4},
+    {TABLE_LOCATION_LOG_CAPTURE, 1, 7, 1, 1}, {TABLE_LOCATION_BACKGROUND, 0, 0, 3, 8},
+};
+
+// The count after value. The top of the int range goes on at its bottom: no upper bound is checked,
+// and the sum is made unsigned because a signed one would be undefined there.
+int NextCount(int value) {
+    return static_cast<int>(static_cast<unsigned int>(value) + 1U);
+}
+
+}  // namespace
+
+bool QELUtil::IncreaseCount(std::string path) {
+    int count = 1;
+    if (access(path.c_str(), F_OK) == 0) {
+        std::ifstream in(path);
+        std::string word;
+        in >> word;
+        try {
+            count = NextCount(std::stoi(word));
+        } catch (const std::exception&) {
+            QEL_LOGE("failed to get data");
+            return false;
+        }
+    }
+    // A failed write goes unnoticed: the counters are a courtesy, never a reason to stop.
+    std::ofstream out(path);
+    out << count << std::endl;
+    return true;
+}
+
+std::string QELUtil::GetMenuResourcePath(const char* relativePath) {
+    return CopyOrEmpty(MallocString(getResourcePath(MENU_APP_ID, relativePath)));
+}
+
+std::string QELUtil::ToMarkup(const std::string& text) {
+    return CopyOrEmpty(MallocString(evas_textblock_text_utf8_to_markup(nullptr, text.c_str())));
+}
+
+void QELUtil::ShowFilling(Evas_Object* obj) {
+    evas_object_size_hint_weight_set(obj, EVAS_HINT_EXPAND, EVAS_HINT_EXPAND);
+    evas_object_size_hint_align_set(obj, EVAS_HINT_FILL, EVAS_HINT_FILL);
+    evas_object_show(obj);
+}
+
+bool QELUtil::PackAt(Evas_Object* table, Evas_Object* obj, app_table_location_e location,
+                     std::initializer_list<app_table_location_e> accepted) {
+    if (std::find(accepted.begin(), accepted.end(), location) == accepted.end()) {
+        return false;
+    }
+    for (const TableCell_s& cell : TABLE_CELLS) {
+        if (cell.location == location) {
+            elm_table_pack(table, obj, cell.column, cell.row, cell.columns, cell.rows);
+            return true;
+        }
+    }
+    return false;
+}
+
+void QELUtil::DeleteObject(Evas_Object*& obj) {
+    if (obj != nullptr) {
+        evas_object_del(obj);
+        obj = nullptr;
+    }
+}
