@@ -8,7 +8,7 @@
 // The widgets that the views share. One instance exists: main zero-fills it, every UI class gets
 // it, and it is the data of every widget callback. It owns nothing: each field is deleted and
 // cleared by the class that set it. Main-loop thread only.
-struct _appdata {  // NOLINT(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp)
+struct _appdata {
     Evas_Object* win;
     Evas_Object* table;
     Evas_Object* titleLabel;

@@ -23,6 +23,7 @@ const int ICON_UNITS = 70;
 
 // A row carries the index of its failed item in the pointer's value.
 void* ToRowData(unsigned int index) {
+    // NOLINTNEXTLINE(performance-no-int-to-ptr): never a pointer to anything
     return reinterpret_cast<void*>(static_cast<std::uintptr_t>(index));
 }
 
@@ -70,7 +71,9 @@ std::string CodesText(const QELXmlParser& parser, unsigned int index) {
     return text;
 }
 
+// ICON_UNITS at the current scale, in pixels.
 int IconSize() {
+    // NOLINTNEXTLINE(bugprone-incorrect-roundings): never negative, and the set rounds so too
     return static_cast<int>(ICON_UNITS * elm_config_scale_get() / elm_app_base_scale_get() + 0.5);
 }
 

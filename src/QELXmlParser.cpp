@@ -202,7 +202,7 @@ void QELXmlParser::m_ParseSections() {
 }
 
 bool QELXmlParser::m_ParseInformation() {
-    const xmlNodePtr section = m_FindNodeWithTagInfo(m_rootNode, "Information");
+    xmlNodePtr section = m_FindNodeWithTagInfo(m_rootNode, "Information");
     if (section == nullptr) {
         QEL_LOGE("ERROR can`t find <%s> from XML\n", "Information");
         return false;
@@ -212,12 +212,12 @@ bool QELXmlParser::m_ParseInformation() {
 }
 
 int QELXmlParser::m_ParseNetworkFailInfo() {
-    const xmlNodePtr network = m_FindNodeWithTagInfo(m_rootNode, "Network");
+    xmlNodePtr network = m_FindNodeWithTagInfo(m_rootNode, "Network");
     if (network == nullptr) {
         QEL_LOGE("ERROR can`t find <%s> from XML\n", "Network");
         return -1;
     }
-    const xmlNodePtr failedInfo = m_FindNodeWithTagInfo(network, "failedinfo");
+    xmlNodePtr failedInfo = m_FindNodeWithTagInfo(network, "failedinfo");
     if (failedInfo == nullptr) {
         return 0;
     }
@@ -234,7 +234,7 @@ int QELXmlParser::m_ParseNetworkFailInfo() {
 }
 
 bool QELXmlParser::m_ParseNetworkInfo() {
-    const xmlNodePtr section = m_FindNodeWithTagInfo(m_rootNode, "Network");
+    xmlNodePtr section = m_FindNodeWithTagInfo(m_rootNode, "Network");
     if (section == nullptr) {
         QEL_LOGE("ERROR can`t find <%s> from XML\n", "Network");
         return false;
@@ -244,7 +244,7 @@ bool QELXmlParser::m_ParseNetworkInfo() {
 }
 
 bool QELXmlParser::m_ParseSummary() {
-    const xmlNodePtr section = m_FindNodeWithTagInfo(m_rootNode, "Summary");
+    xmlNodePtr section = m_FindNodeWithTagInfo(m_rootNode, "Summary");
     if (section == nullptr) {
         QEL_LOGE("ERROR can`t find <%s> from XML\n", "Summary");
         return false;
@@ -254,7 +254,7 @@ bool QELXmlParser::m_ParseSummary() {
 }
 
 bool QELXmlParser::m_ParseItemInfoList(const char* tag) {
-    const xmlNodePtr list = m_FindNodeWithTagInfo(m_rootNode, tag);
+    xmlNodePtr list = m_FindNodeWithTagInfo(m_rootNode, tag);
     if (list == nullptr) {
         QEL_LOGE("ERROR can`t find <%s> from XML\n", tag);
         return false;
