@@ -1,5 +1,4 @@
-#ifndef QEL_ANALYSIS_H_
-#define QEL_ANALYSIS_H_
+#pragma once
 
 #include <cstdint>
 #include <string>
@@ -32,5 +31,3 @@ private:
                                               const QELAnalysisInfoSetCfg_s& cfg);
     static std::string m_AnalyzeResourceConflictList(unsigned int id);
 };
-
-#endif  // QEL_ANALYSIS_H_

@@ -1,5 +1,4 @@
-#ifndef QEL_ANALYSIS_DATA_H_
-#define QEL_ANALYSIS_DATA_H_
+#pragma once
 
 #include <cstdint>
 #include <map>
@@ -80,5 +79,3 @@ private:
     std::map<CodePair, std::vector<QELAnalysisCheckTable_s>> m_CheckTableList;
     std::set<CodePair> m_BlockList;
 };
-
-#endif  // QEL_ANALYSIS_DATA_H_

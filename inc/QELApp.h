@@ -1,5 +1,4 @@
-#ifndef QEL_APP_H_
-#define QEL_APP_H_
+#pragma once
 
 #include <app.h>
 
@@ -28,5 +27,3 @@ private:
 
     static QELWindow* m_QelWindow;
 };
-
-#endif  // QEL_APP_H_

@@ -1,5 +1,4 @@
-#ifndef QEL_BUTTON_LOG_CAPTURE_H_
-#define QEL_BUTTON_LOG_CAPTURE_H_
+#pragma once
 
 #include "quorvel.h"
 
@@ -34,5 +33,3 @@ private:
     // is pressed, which it can be only after the worker has cleared the running flag.
     static bool doCaptureLog;
 };
-
-#endif  // QEL_BUTTON_LOG_CAPTURE_H_

@@ -1,5 +1,4 @@
-#ifndef QEL_ITEM_DETAIL_VIEW_H_
-#define QEL_ITEM_DETAIL_VIEW_H_
+#pragma once
 
 #include <string>
 
@@ -34,5 +33,3 @@ private:
     Evas_Object* m_scrollerItemDetailView;
     static Evas_Object* m_bgItemDetailView;  // static for the focus handlers
 };
-
-#endif  // QEL_ITEM_DETAIL_VIEW_H_

@@ -1,5 +1,4 @@
-#ifndef QEL_ITEM_LIST_H_
-#define QEL_ITEM_LIST_H_
+#pragma once
 
 #include "quorvel.h"
 
@@ -34,5 +33,3 @@ private:
 
     Evas_Object* m_bgItemList;
 };
-
-#endif  // QEL_ITEM_LIST_H_

@@ -1,5 +1,4 @@
-#ifndef QEL_ITEM_VIEW_H_
-#define QEL_ITEM_VIEW_H_
+#pragma once
 
 #include <string>
 
@@ -36,5 +35,3 @@ private:
     Evas_Object* m_bgInfoViewLeft;   // never coloured, shown or packed, only deleted
     Evas_Object* m_bgInfoViewRight;  // likewise
 };
-
-#endif  // QEL_ITEM_VIEW_H_

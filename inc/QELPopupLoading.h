@@ -1,5 +1,4 @@
-#ifndef QEL_POPUP_LOADING_H_
-#define QEL_POPUP_LOADING_H_
+#pragma once
 
 #include <Ecore.h>
 
@@ -73,7 +72,6 @@ private:
     static std::atomic<bool> m_IsRunning;
     // Recursive, because Start sets the flag while it holds it.
     static std::recursive_mutex m_MutexForRunningFlag;
-    static std::string m_ResultText;
+    // Refers to a string that is never destroyed: a detached worker may outlive the end of main.
+    static std::string& m_ResultText;
 };
-
-#endif  // QEL_POPUP_LOADING_H_

@@ -1,5 +1,4 @@
-#ifndef QEL_UTIL_H_
-#define QEL_UTIL_H_
+#pragma once
 
 #include <initializer_list>
 #include <string>
@@ -36,5 +35,3 @@ public:
     // Deletes the object, if there is one, and clears the pointer. Main-loop thread.
     static void DeleteObject(Evas_Object*& obj);
 };
-
-#endif  // QEL_UTIL_H_

@@ -1,5 +1,4 @@
-#ifndef QEL_WINDOW_H_
-#define QEL_WINDOW_H_
+#pragma once
 
 #include "quorvel.h"
 
@@ -34,5 +33,3 @@ private:
     Evas_Object* m_TitleBg;
     Evas_Object* m_BgImage;
 };
-
-#endif  // QEL_WINDOW_H_

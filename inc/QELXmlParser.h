@@ -1,5 +1,4 @@
-#ifndef QEL_XML_PARSER_H_
-#define QEL_XML_PARSER_H_
+#pragma once
 
 #include <libxml/tree.h>
 
@@ -130,5 +129,3 @@ private:
     std::vector<ResultItem> m_resultFailData;
     std::vector<ResultItem> m_resultAllData;
 };
-
-#endif  // QEL_XML_PARSER_H_

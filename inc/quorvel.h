@@ -1,6 +1,5 @@
 // The common header: the shared widget record, the named table cells, the result types and the log.
-#ifndef QUORVEL_H_
-#define QUORVEL_H_
+#pragma once
 
 #include <Evas.h>
 #include <dlog.h>
@@ -70,5 +69,3 @@ constexpr const char* QelFileName(const char* path) {
                  __func__, __LINE__, ##__VA_ARGS__)
 #define QEL_LOGI(format, ...) QEL_LOG(LOG_ID_MAIN, DLOG_INFO, format, ##__VA_ARGS__)
 #define QEL_LOGE(format, ...) QEL_LOG(LOG_ID_SYSTEM, DLOG_ERROR, format, ##__VA_ARGS__)
-
-#endif  // QUORVEL_H_

@@ -28,7 +28,7 @@ Evas_Object* QELPopupLoading::m_Button = nullptr;
 Ecore_Timer* QELPopupLoading::m_Timer = nullptr;
 std::atomic<bool> QELPopupLoading::m_IsRunning(false);
 std::recursive_mutex QELPopupLoading::m_MutexForRunningFlag;
-std::string QELPopupLoading::m_ResultText;
+std::string& QELPopupLoading::m_ResultText = *new std::string;
 
 QELPopupLoading* QELPopupLoading::GetInstance() {
     if (m_QELPopupLoading == nullptr) {
