@@ -1,0 +1,305 @@
+#include "QELApp.h"
+
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <vector>
+
+#include "QELPopupLoading.h"
+#include "QELWindow.h"
+#include "fakes/FailingNew.h"
+#include "fakes/FakeApp.h"
+#include "fakes/PrivateData.h"
+#include "fakes/ScreenTest.h"
+
+namespace fs = std::filesystem;
+
+namespace {
+
+using testing::Contains;
+using testing::ElementsAre;
+using testing::Eq;
+using testing::IsEmpty;
+
+const char* const FLAG_FILE = "/tmp/qel_first_execute";
+const char* const SOURCE = "QELApp.cpp";
+
+class QELAppTest : public ScreenTest {
+protected:
+    // A launch request with the value; its key is the one that the application reads.
+    void Request(const std::string& value) {
+        QELApp::s_Control(FakeApp::Request({{"EXEPARAM", value}}), &ad);
+    }
+
+    static bool HasWindow() { return QELApp::m_QelWindow != nullptr; }
+    static std::string LaunchCount() { return PrivateData::Read("num_of_launch"); }
+    static bool IsCloseRequested() { return ToolkitCalls::Count("elm_exit") > 0; }
+};
+
+// --- create
+
+TEST_F(QELAppTest, StartsWithoutAWindow) {
+    EXPECT_FALSE(HasWindow());
+}
+
+TEST_F(QELAppTest, CreateMakesTheWindow) {
+    EXPECT_TRUE(QELApp::s_Create(&ad));
+    EXPECT_TRUE(HasWindow());
+    EXPECT_NE(ad.win, nullptr);
+    ASSERT_FALSE(FakeLog::Lines().empty());
+    EXPECT_THAT(FakeLog::Lines().front(), InfoLine("s_Create is called", SOURCE, "s_Create"));
+}
+
+TEST_F(QELAppTest, CreateWithoutDataIsRefused) {
+    EXPECT_FALSE(QELApp::s_Create(nullptr));
+    EXPECT_FALSE(HasWindow());
+    EXPECT_THAT(FakeLog::Lines(),
+                ElementsAre(InfoLine("s_Create is called", SOURCE, "s_Create"),
+                            ErrorLine("void* parameter is not valid", SOURCE, "s_Create")));
+}
+
+TEST_F(QELAppTest, CreateWithoutMemoryForTheWindowIsRefused) {
+    const FailingNew failing(1);
+    EXPECT_FALSE(QELApp::s_Create(&ad));
+    EXPECT_TRUE(failing.HasFailed());
+    EXPECT_FALSE(HasWindow());
+    EXPECT_EQ(ad.win, nullptr);
+    EXPECT_THAT(FakeLog::Lines(),
+                ElementsAre(InfoLine("s_Create is called", SOURCE, "s_Create"),
+                            ErrorLine("QELWindow creation is failed.", SOURCE, "s_Create")));
+}
+
+TEST_F(QELAppTest, CreateCanBeTriedAgainAfterAFailure) {
+    {
+        const FailingNew failing(1);
+        EXPECT_FALSE(QELApp::s_Create(&ad));
+    }
+    EXPECT_TRUE(QELApp::s_Create(&ad));
+    EXPECT_TRUE(HasWindow());
+}
+
+TEST_F(QELAppTest, CreateSucceedsEvenWhenTheWindowsContentFails) {
+    // The window, the store, the popup.
+    const FailingNew failing(3);
+    EXPECT_TRUE(QELApp::s_Create(&ad));
+    EXPECT_TRUE(failing.HasFailed());
+    EXPECT_TRUE(LoggedError("popupLoading is failed to create", "QELWindow.cpp"));
+}
+
+TEST_F(QELAppTest, SecondCreateLeavesTheWindowUntouched) {
+    QELApp::s_Create(&ad);
+    const QELWindow* window = QELApp::m_QelWindow;
+    const _appdata before = ad;
+    FakeLog::Clear();
+    ToolkitCalls::Start();
+
+    EXPECT_TRUE(QELApp::s_Create(&ad));
+
+    EXPECT_EQ(QELApp::m_QelWindow, window);
+    EXPECT_EQ(ad.win, before.win);
+    EXPECT_EQ(ad.table, before.table);
+    EXPECT_THAT(ToolkitCalls::Take({}), IsEmpty());
+    EXPECT_THAT(FakeLog::Lines(), ElementsAre(InfoLine("s_Create is called", SOURCE, "s_Create")));
+}
+
+// --- control: requests that do not close
+
+TEST_F(QELAppTest, RequestAsksForOneValueOnly) {
+    Request("anything");
+    EXPECT_THAT(FakeApp::AskedKeys(), ElementsAre("EXEPARAM"));
+    EXPECT_THAT(FakeLog::Lines(),
+                ElementsAre(InfoLine("s_Control is called", SOURCE, "s_Control")));
+}
+
+TEST_F(QELAppTest, FirstRequestCreatesCounterAndFlagFile) {
+    QELApp::s_Control(FakeApp::Request({}), &ad);
+    EXPECT_EQ(LaunchCount(), "1\n");
+    ASSERT_TRUE(fs::exists(FLAG_FILE));
+    EXPECT_EQ(fs::file_size(FLAG_FILE), 0U);
+    EXPECT_FALSE(IsCloseRequested());
+}
+
+TEST_F(QELAppTest, EveryFurtherRequestCountsAndTruncatesTheFlagFile) {
+    QELApp::s_Control(FakeApp::Request({}), &ad);
+    for (const char* count : {"2\n", "3\n"}) {
+        std::ofstream(FLAG_FILE) << "old";
+        QELApp::s_Control(FakeApp::Request({}), &ad);
+        EXPECT_EQ(LaunchCount(), count);
+        EXPECT_EQ(fs::file_size(FLAG_FILE), 0U);
+    }
+}
+
+TEST_F(QELAppTest, OtherValuesAreLaunches) {
+    int launches = 0;
+    for (const char* value : {"close", "CLOS", "", "Close", " CLOSE", "OPEN"}) {
+        Request(value);
+        EXPECT_EQ(LaunchCount(), std::to_string(++launches) + "\n") << value;
+    }
+    EXPECT_FALSE(IsCloseRequested());
+}
+
+TEST_F(QELAppTest, CloseUnderAnotherKeyIsALaunch) {
+    QELApp::s_Control(FakeApp::Request({{"exeparam", "CLOSE"}, {"PARAM", "CLOSE"}}), &ad);
+    EXPECT_EQ(LaunchCount(), "1\n");
+    EXPECT_FALSE(IsCloseRequested());
+}
+
+TEST_F(QELAppTest, LaunchLeavesTheWindowUntouched) {
+    QELApp::s_Create(&ad);
+    const QELWindow* window = QELApp::m_QelWindow;
+    Request("again");
+    EXPECT_EQ(QELApp::m_QelWindow, window);
+    EXPECT_NE(ad.win, nullptr);
+}
+
+TEST_F(QELAppTest, RequestIsServedThoughTheCounterIsStuck) {
+    PrivateData::Write("num_of_launch", "abc");
+    Request("x");
+    EXPECT_EQ(LaunchCount(), "abc");
+    EXPECT_TRUE(fs::exists(FLAG_FILE));
+}
+
+TEST_F(QELAppTest, FlagFileThatCannotBeCreatedIsLoggedAfterCounting) {
+    fs::create_directory(FLAG_FILE);
+    Request("x");
+    EXPECT_EQ(LaunchCount(), "1\n");
+    EXPECT_THAT(FakeLog::Lines(),
+                ElementsAre(InfoLine("s_Control is called", SOURCE, "s_Control"),
+                            ErrorLine("failed to create flag file", SOURCE, "s_Control")));
+}
+
+TEST_F(QELAppTest, RequestWithoutDataIsIgnored) {
+    QELApp::s_Control(FakeApp::Request({{"EXEPARAM", "CLOSE"}}), nullptr);
+    EXPECT_THAT(FakeApp::AskedKeys(), IsEmpty());
+    EXPECT_FALSE(PrivateData::Exists("num_of_launch"));
+    EXPECT_FALSE(fs::exists(FLAG_FILE));
+    EXPECT_FALSE(IsCloseRequested());
+    EXPECT_THAT(FakeLog::Lines(),
+                ElementsAre(InfoLine("s_Control is called", SOURCE, "s_Control")));
+}
+
+TEST_F(QELAppTest, RequestThatCannotBeConvertedIsIgnored) {
+    FakeApp::SetConversionResult(APP_CONTROL_ERROR_INVALID_PARAMETER);
+    Request("CLOSE");
+    EXPECT_THAT(FakeApp::AskedKeys(), IsEmpty());
+    EXPECT_FALSE(PrivateData::Exists("num_of_launch"));
+    EXPECT_FALSE(fs::exists(FLAG_FILE));
+    EXPECT_FALSE(IsCloseRequested());
+    EXPECT_THAT(FakeLog::Lines(),
+                ElementsAre(InfoLine("s_Control is called", SOURCE, "s_Control"),
+                            ErrorLine("failed to initialize tempBundle", SOURCE, "s_Control")));
+}
+
+TEST_F(QELAppTest, ResultOfTheValueLookupDoesNotMatter) {
+    FakeApp::SetValueResult(-22);
+    Request("CLOSE");
+    EXPECT_TRUE(IsCloseRequested());
+    FakeApp::SetValueResult(0);
+    QELApp::s_Control(FakeApp::Request({}), &ad);
+    EXPECT_EQ(LaunchCount(), "1\n");
+}
+
+// --- control: requests that close
+
+class QELAppCloseTest : public QELAppTest, public testing::WithParamInterface<const char*> {};
+
+TEST_P(QELAppCloseTest, ValueThatBeginsWithCloseEndsTheApplication) {
+    QELApp::s_Create(&ad);
+    FakeLog::Clear();
+    Request(GetParam());
+    EXPECT_FALSE(HasWindow());
+    EXPECT_EQ(ad.win, nullptr);
+    EXPECT_EQ(ToolkitCalls::Count("elm_exit"), 1);
+    EXPECT_FALSE(PrivateData::Exists("num_of_launch"));
+    EXPECT_FALSE(fs::exists(FLAG_FILE));
+    EXPECT_THAT(FakeLog::Lines(),
+                ElementsAre(InfoLine("s_Control is called", SOURCE, "s_Control")));
+}
+
+INSTANTIATE_TEST_SUITE_P(Values, QELAppCloseTest,
+                         testing::Values("CLOSE", "CLOSEX", "CLOSED", "CLOSE_NOW"),
+                         [](const auto& value) { return std::string(value.param); });
+
+TEST_F(QELAppTest, CloseTearsTheWindowDownBeforeItEndsTheMainLoop) {
+    QELApp::s_Create(&ad);
+    const Evas_Object* win = ad.win;
+    ToolkitCalls::Start();
+    Request("CLOSE");
+    const std::vector<std::string> calls =
+        ToolkitCalls::Take({{win, "win"}}, {"evas_object_del", "elm_exit"});
+    ASSERT_FALSE(calls.empty());
+    EXPECT_EQ(calls.front(), "evas_object_del(win)");
+    EXPECT_EQ(calls.back(), "elm_exit()");
+}
+
+TEST_F(QELAppTest, CloseWithoutAWindowStillEndsTheMainLoop) {
+    Request("CLOSE");
+    EXPECT_EQ(ToolkitCalls::Count("elm_exit"), 1);
+    EXPECT_EQ(ToolkitCalls::Count("evas_object_del"), 0);
+}
+
+TEST_F(QELAppTest, TerminateAfterCloseFindsNoWindow) {
+    QELApp::s_Create(&ad);
+    Request("CLOSE");
+    FakeLog::Clear();
+    ToolkitCalls::Start();
+    QELApp::s_Terminate(&ad);
+    EXPECT_EQ(ToolkitCalls::Count("evas_object_del"), 0);
+    EXPECT_THAT(FakeLog::Lines(),
+                ElementsAre(InfoLine("s_Terminate is called", SOURCE, "s_Terminate")));
+}
+
+// --- pause, resume, terminate
+
+TEST_F(QELAppTest, PauseAndResumeOnlyLog) {
+    QELApp::s_Create(&ad);
+    const QELWindow* window = QELApp::m_QelWindow;
+    FakeLog::Clear();
+    ToolkitCalls::Start();
+    QELApp::s_Pause(&ad);
+    QELApp::s_Resume(&ad);
+    QELApp::s_Pause(nullptr);
+    QELApp::s_Resume(nullptr);
+    EXPECT_EQ(QELApp::m_QelWindow, window);
+    EXPECT_THAT(ToolkitCalls::Take({}), IsEmpty());
+    EXPECT_THAT(FakeLog::Lines(), ElementsAre(InfoLine("s_Pause is called", SOURCE, "s_Pause"),
+                                              InfoLine("s_Resume is called", SOURCE, "s_Resume"),
+                                              InfoLine("s_Pause is called", SOURCE, "s_Pause"),
+                                              InfoLine("s_Resume is called", SOURCE, "s_Resume")));
+}
+
+TEST_F(QELAppTest, TerminateTearsTheWindowDown) {
+    QELApp::s_Create(&ad);
+    FakeLog::Clear();
+    QELApp::s_Terminate(&ad);
+    EXPECT_FALSE(HasWindow());
+    EXPECT_EQ(ad.win, nullptr);
+    EXPECT_EQ(ad.itemList, nullptr);
+    EXPECT_FALSE(IsCloseRequested());
+    EXPECT_THAT(FakeLog::Lines(),
+                ElementsAre(InfoLine("s_Terminate is called", SOURCE, "s_Terminate")));
+}
+
+TEST_F(QELAppTest, TerminateWithoutDataLeavesTheWindow) {
+    QELApp::s_Create(&ad);
+    FakeLog::Clear();
+    QELApp::s_Terminate(nullptr);
+    EXPECT_TRUE(HasWindow());
+    EXPECT_NE(ad.win, nullptr);
+    EXPECT_THAT(FakeLog::Lines(),
+                ElementsAre(InfoLine("s_Terminate is called", SOURCE, "s_Terminate"),
+                            ErrorLine("void* parameter is not valid", SOURCE, "s_Terminate")));
+}
+
+TEST_F(QELAppTest, StoresAndPopupOutliveTheWindow) {
+    QELApp::s_Create(&ad);
+    const auto* parser = QELXmlParser::m_qelXmlParser;
+    const auto* popup = QELPopupLoading::m_QELPopupLoading;
+    ASSERT_NE(parser, nullptr);
+    ASSERT_NE(popup, nullptr);
+    QELApp::s_Terminate(&ad);
+    EXPECT_EQ(QELXmlParser::m_qelXmlParser, parser);
+    EXPECT_EQ(QELPopupLoading::m_QELPopupLoading, popup);
+}
+
+}  // namespace

@@ -1,0 +1,91 @@
+#include "FakeApp.h"
+
+#include <app_control_internal.h>
+#include <bundle.h>
+
+#include <list>
+
+struct _bundle_t {  // NOLINT(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp)
+    std::map<std::string, std::string> values;
+};
+
+struct app_control_s {
+    bundle content;
+};
+
+namespace {
+
+struct State_s {
+    int mainResult = APP_ERROR_NONE;
+    std::function<void(const FakeApp::MainCall&)> mainBody;
+    std::optional<FakeApp::MainCall> mainCall;
+    int conversionResult = APP_CONTROL_ERROR_NONE;
+    std::optional<int> valueResult;
+    std::vector<std::string> askedKeys;
+    std::list<app_control_s> requests;
+};
+
+State_s& State() {
+    static State_s state;
+    return state;
+}
+
+}  // namespace
+
+void FakeApp::Clear() {
+    State() = State_s();
+}
+
+void FakeApp::SetMainResult(int result) {
+    State().mainResult = result;
+}
+
+void FakeApp::SetMainBody(const std::function<void(const MainCall&)>& body) {
+    State().mainBody = body;
+}
+
+std::optional<FakeApp::MainCall> FakeApp::LastMainCall() {
+    return State().mainCall;
+}
+
+app_control_h FakeApp::Request(const std::map<std::string, std::string>& values) {
+    return &State().requests.emplace_back(app_control_s{bundle{values}});
+}
+
+void FakeApp::SetConversionResult(int result) {
+    State().conversionResult = result;
+}
+
+void FakeApp::SetValueResult(int result) {
+    State().valueResult = result;
+}
+
+std::vector<std::string> FakeApp::AskedKeys() {
+    return State().askedKeys;
+}
+
+int ui_app_main(int argc, char** argv, ui_app_lifecycle_callback_s* callback, void* user_data) {
+    State_s& state = State();
+    state.mainCall = FakeApp::MainCall{argc, argv, *callback, user_data};
+    if (state.mainBody) {
+        state.mainBody(*state.mainCall);
+    }
+    return state.mainResult;
+}
+
+int app_control_to_bundle(app_control_h app_control, bundle** data) {
+    if (State().conversionResult == APP_CONTROL_ERROR_NONE) {
+        *data = &app_control->content;
+    }
+    return State().conversionResult;
+}
+
+int bundle_get_str(bundle* b, const char* key, char** str) {
+    State().askedKeys.emplace_back(key);
+    const auto entry = b->values.find(key);
+    if (entry != b->values.end()) {
+        *str = entry->second.data();
+    }
+    const int usual = entry == b->values.end() ? BUNDLE_ERROR_KEY_NOT_AVAILABLE : BUNDLE_ERROR_NONE;
+    return State().valueResult.value_or(usual);
+}

@@ -1,0 +1,276 @@
+#include "ToolkitCalls.h"
+
+#include <Elementary.h>
+
+#include <algorithm>
+#include <mutex>
+#include <sstream>
+#include <thread>
+#include <type_traits>
+#include <variant>
+
+#include "Screen.h"
+
+namespace {
+
+using Argument = std::variant<const void*, std::string>;
+
+struct Call_s {
+    std::string function;
+    std::vector<Argument> arguments;
+};
+
+struct Recorder_s {
+    bool recording = false;
+    std::vector<Call_s> calls;
+    int registrationsLeft = 0;
+    std::thread::id mainThread;
+
+    // The only part that several threads may reach.
+    std::mutex mutex;
+    std::vector<std::string> foreignCalls;
+};
+
+Recorder_s& Recorder() {
+    static auto* recorder = new Recorder_s;
+    return *recorder;
+}
+
+Argument ToArgument(const char* text) {
+    return "\"" + std::string(text) + "\"";
+}
+
+template <typename T>
+Argument ToArgument(T value) {
+    if constexpr (std::is_pointer_v<T>) {
+        return reinterpret_cast<const void*>(value);
+    } else {
+        std::ostringstream text;
+        text << +value;
+        return text.str();
+    }
+}
+
+bool IsForeignThread() {
+    const Recorder_s& recorder = Recorder();
+    return recorder.mainThread != std::thread::id() &&
+           recorder.mainThread != std::this_thread::get_id();
+}
+
+template <typename... Arguments>
+void Record(const char* function, Arguments... arguments) {
+    Recorder_s& recorder = Recorder();
+    if (IsForeignThread()) {
+        const std::lock_guard<std::mutex> lock(recorder.mutex);
+        recorder.foreignCalls.emplace_back(function);
+        return;
+    }
+    if (recorder.recording) {
+        recorder.calls.push_back({function, {ToArgument(arguments)...}});
+    }
+}
+
+std::string Text(const Argument& argument, const ToolkitCalls::Names& names) {
+    if (const auto* text = std::get_if<std::string>(&argument)) {
+        return *text;
+    }
+    const void* object = std::get<const void*>(argument);
+    if (object == nullptr) {
+        return "null";
+    }
+    const auto name = names.find(object);
+    return name == names.end() ? "?" : name->second;
+}
+
+std::string Text(const Call_s& call, const ToolkitCalls::Names& names) {
+    std::string text = call.function + "(";
+    for (size_t i = 0; i < call.arguments.size(); ++i) {
+        text += (i == 0 ? "" : ", ") + Text(call.arguments[i], names);
+    }
+    return text + ")";
+}
+
+}  // namespace
+
+void ToolkitCalls::Start() {
+    Recorder_s& recorder = Recorder();
+    if (recorder.mainThread == std::thread::id()) {
+        recorder.mainThread = std::this_thread::get_id();
+    }
+    recorder.calls.clear();
+    recorder.recording = true;
+}
+
+std::vector<std::string> ToolkitCalls::Take(const Names& names,
+                                            const std::vector<std::string>& functions) {
+    Recorder_s& recorder = Recorder();
+    recorder.recording = false;
+    std::vector<std::string> texts;
+    for (const Call_s& call : recorder.calls) {
+        if (functions.empty() ||
+            std::find(functions.begin(), functions.end(), call.function) != functions.end()) {
+            texts.push_back(Text(call, names));
+        }
+    }
+    return texts;
+}
+
+int ToolkitCalls::Count(const std::string& function) {
+    const std::vector<Call_s>& calls = Recorder().calls;
+    return static_cast<int>(
+        std::count_if(calls.begin(), calls.end(),
+                      [&function](const Call_s& call) { return call.function == function; }));
+}
+
+void ToolkitCalls::FailRegistration(int nth) {
+    Recorder().registrationsLeft = nth;
+}
+
+std::vector<std::string> ToolkitCalls::TakeForeignCalls() {
+    Recorder_s& recorder = Recorder();
+    const std::lock_guard<std::mutex> lock(recorder.mutex);
+    std::vector<std::string> calls;
+    calls.swap(recorder.foreignCalls);
+    return calls;
+}
+
+// The names are the linker's: a call of f arrives at __wrap_f, and __real_f is f itself. Creations
+// are recorded with their result in front, once they are done; everything else before it is done,
+// so that what a call leads to stands behind it.
+// NOLINTBEGIN(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp,bugprone-macro-parentheses)
+extern "C" {
+
+#define WRAP_CREATION(function, Parent)               \
+    Evas_Object* __real_##function(Parent* parent);   \
+    Evas_Object* __wrap_##function(Parent* parent);   \
+    Evas_Object* __wrap_##function(Parent* parent) {  \
+        Evas_Object* obj = __real_##function(parent); \
+        Record(#function, obj, parent);               \
+        return obj;                                   \
+    }
+
+WRAP_CREATION(elm_box_add, Evas_Object)
+WRAP_CREATION(elm_button_add, Evas_Object)
+WRAP_CREATION(elm_genlist_add, Evas_Object)
+WRAP_CREATION(elm_image_add, Evas_Object)
+WRAP_CREATION(elm_label_add, Evas_Object)
+WRAP_CREATION(elm_popup_add, Evas_Object)
+WRAP_CREATION(elm_progressbar_add, Evas_Object)
+WRAP_CREATION(elm_scroller_add, Evas_Object)
+WRAP_CREATION(elm_table_add, Evas_Object)
+WRAP_CREATION(evas_object_image_add, Evas)
+WRAP_CREATION(evas_object_rectangle_add, Evas)
+
+#define WRAP_1(function, T1)       \
+    void __real_##function(T1 a);  \
+    void __wrap_##function(T1 a);  \
+    void __wrap_##function(T1 a) { \
+        Record(#function, a);      \
+        __real_##function(a);      \
+    }
+
+WRAP_1(elm_app_base_scale_set, double)
+WRAP_1(elm_genlist_item_class_free, Elm_Genlist_Item_Class*)
+WRAP_1(evas_object_del, Evas_Object*)
+WRAP_1(evas_object_hide, Evas_Object*)
+WRAP_1(evas_object_show, Evas_Object*)
+
+#define WRAP_2(function, T1, T2)         \
+    void __real_##function(T1 a, T2 b);  \
+    void __wrap_##function(T1 a, T2 b);  \
+    void __wrap_##function(T1 a, T2 b) { \
+        Record(#function, a, b);         \
+        __real_##function(a, b);         \
+    }
+
+WRAP_2(elm_box_pack_end, Evas_Object*, Evas_Object*)
+WRAP_2(elm_genlist_item_bring_in, Elm_Object_Item*, Elm_Genlist_Item_Scrollto_Type)
+WRAP_2(elm_object_disabled_set, Evas_Object*, Eina_Bool)
+WRAP_2(elm_object_focus_allow_set, Evas_Object*, Eina_Bool)
+WRAP_2(elm_object_focus_set, Evas_Object*, Eina_Bool)
+WRAP_2(elm_progressbar_pulse, Evas_Object*, Eina_Bool)
+WRAP_2(elm_win_autodel_set, Evas_Object*, Eina_Bool)
+WRAP_2(elm_win_resize_object_add, Evas_Object*, Evas_Object*)
+
+void __real_elm_object_part_content_set(Evas_Object* obj, const char* part, Evas_Object* content);
+void __wrap_elm_object_part_content_set(Evas_Object* obj, const char* part, Evas_Object* content);
+void __wrap_elm_object_part_content_set(Evas_Object* obj, const char* part, Evas_Object* content) {
+    Record("elm_object_part_content_set", obj, part == nullptr ? "default" : part, content);
+    __real_elm_object_part_content_set(obj, part, content);
+}
+
+void __real_elm_table_pack(Evas_Object* table, Evas_Object* obj, int column, int row, int columns,
+                           int rows);
+void __wrap_elm_table_pack(Evas_Object* table, Evas_Object* obj, int column, int row, int columns,
+                           int rows);
+void __wrap_elm_table_pack(Evas_Object* table, Evas_Object* obj, int column, int row, int columns,
+                           int rows) {
+    Record("elm_table_pack", table, obj, column, row, columns, rows);
+    __real_elm_table_pack(table, obj, column, row, columns, rows);
+}
+
+void __real_evas_object_color_set(Evas_Object* obj, int r, int g, int b, int a);
+void __wrap_evas_object_color_set(Evas_Object* obj, int r, int g, int b, int a);
+void __wrap_evas_object_color_set(Evas_Object* obj, int r, int g, int b, int a) {
+    Record("evas_object_color_set", obj, r, g, b, a);
+    __real_evas_object_color_set(obj, r, g, b, a);
+}
+
+void __real_evas_object_smart_callback_add(Evas_Object* obj, const char* event,
+                                           Evas_Smart_Cb handler, const void* data);
+void __wrap_evas_object_smart_callback_add(Evas_Object* obj, const char* event,
+                                           Evas_Smart_Cb handler, const void* data);
+void __wrap_evas_object_smart_callback_add(Evas_Object* obj, const char* event,
+                                           Evas_Smart_Cb handler, const void* data) {
+    Record("register", obj, event, handler, data);
+    __real_evas_object_smart_callback_add(obj, event, handler, data);
+}
+
+// Recorded like the plain form: what the order of the calls comes to is seen when the event comes.
+void __real_evas_object_smart_callback_priority_add(Evas_Object* obj, const char* event,
+                                                    Evas_Callback_Priority priority,
+                                                    Evas_Smart_Cb handler, const void* data);
+void __wrap_evas_object_smart_callback_priority_add(Evas_Object* obj, const char* event,
+                                                    Evas_Callback_Priority priority,
+                                                    Evas_Smart_Cb handler, const void* data);
+void __wrap_evas_object_smart_callback_priority_add(Evas_Object* obj, const char* event,
+                                                    Evas_Callback_Priority priority,
+                                                    Evas_Smart_Cb handler, const void* data) {
+    Record("register", obj, event, handler, data);
+    __real_evas_object_smart_callback_priority_add(obj, event, priority, handler, data);
+}
+
+Evas_Alloc_Error __real_evas_alloc_error(void);
+Evas_Alloc_Error __wrap_evas_alloc_error(void);
+Evas_Alloc_Error __wrap_evas_alloc_error(void) {
+    int& left = Recorder().registrationsLeft;
+    if (left > 0 && --left == 0) {
+        return EVAS_ALLOC_ERROR_FATAL;
+    }
+    return __real_evas_alloc_error();
+}
+
+Ecore_Timer* __real_ecore_timer_add(double seconds, Ecore_Task_Cb callback, const void* data);
+Ecore_Timer* __wrap_ecore_timer_add(double seconds, Ecore_Task_Cb callback, const void* data);
+Ecore_Timer* __wrap_ecore_timer_add(double seconds, Ecore_Task_Cb callback, const void* data) {
+    Record("ecore_timer_add", seconds, callback, data);
+    return __real_ecore_timer_add(seconds, callback, data);
+}
+
+void __wrap_elm_exit(void);
+void __wrap_elm_exit(void) {
+    Record("elm_exit");
+}
+
+// The window gets its screen at once, as on the set, where it is full-screen and has the focus.
+Evas_Object* __real_elm_win_util_standard_add(const char* name, const char* title);
+Evas_Object* __wrap_elm_win_util_standard_add(const char* name, const char* title);
+Evas_Object* __wrap_elm_win_util_standard_add(const char* name, const char* title) {
+    Evas_Object* win = __real_elm_win_util_standard_add(name, title);
+    Record("elm_win_util_standard_add", win, name, title);
+    Screen::Occupy(win);
+    return win;
+}
+
+}  // extern "C"
+// NOLINTEND(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp,bugprone-macro-parentheses)
