@@ -1,0 +1,50 @@
+#ifndef QUORVEL_PLATFORM_DESKTOP_INSTANCE_H_
+#define QUORVEL_PLATFORM_DESKTOP_INSTANCE_H_
+
+#include <chrono>
+#include <string>
+
+#include "launch_request.h"
+
+namespace quorvel::desktop {
+
+// The bytes with which the running program answers a message.
+constexpr char kAccepted = '\x06';
+constexpr char kRefused = '\x15';
+
+// The right to be the user's one running program. A lock on a file decides, so that of programs
+// started at the same moment exactly one gets it and the file of a dead one does not matter.
+// Whoever does not get it hands its request to the one that has. Needs no main loop and no toolkit.
+// Owned by the main loop; its thread only.
+class Instance {
+public:
+    enum class Claim {
+        kOwner,       // this program is the one; it has the right until the object goes
+        kHandedOver,  // another one has taken the request
+        kFailed,      // neither; the reason is logged
+    };
+
+    // folder: where the lock and the socket of all of the user's programs lie.
+    explicit Instance(std::string folder);
+    ~Instance();
+    Instance(const Instance&) = delete;
+    Instance& operator=(const Instance&) = delete;
+
+    // Takes the right or hands the request over. Returns after patience at the latest (it waits for
+    // an owner that is busy, or on its way in or out).
+    Claim ClaimOrHandOver(const KeyValues& request, std::chrono::milliseconds patience);
+
+    // Where the owner listens.
+    std::string SocketPath() const;
+
+private:
+    enum class Lock { kTaken, kHeldByOther, kFailed };
+    Lock m_TryLock();
+
+    std::string m_Folder;
+    int m_LockFile = -1;
+};
+
+}  // namespace quorvel::desktop
+
+#endif  // QUORVEL_PLATFORM_DESKTOP_INSTANCE_H_

@@ -1,0 +1,54 @@
+#include "log_file.h"
+
+#include <sys/stat.h>
+
+#include <utility>
+
+namespace quorvel::desktop {
+
+namespace {
+
+// The brief form of the terminal with the time before it.
+constexpr const char* kPattern = "%Y-%m-%d %H:%M:%S.%e %L/%-8n(%5P): %v";
+
+// Failure shows when the file is opened.
+void MakeFolders(const std::string& file) {
+    for (std::size_t slash = file.find('/', 1); slash != std::string::npos;
+         slash = file.find('/', slash + 1)) {
+        mkdir(file.substr(0, slash).c_str(), S_IRWXU);
+    }
+}
+
+}  // namespace
+
+LogFile::LogFile(std::string path, std::size_t maxBytes, std::size_t oldFiles)
+    : m_Path(std::move(path)), m_MaxBytes(maxBytes), m_OldFiles(oldFiles) {
+    m_Open();
+}
+
+void LogFile::Write(const spdlog::details::log_msg& line) {
+    if (m_IsReplaced()) {
+        m_Open();
+    }
+    m_Sink->log(line);
+    m_Sink->flush();
+}
+
+void LogFile::m_Open() {
+    MakeFolders(m_Path);
+    m_Sink = std::make_unique<spdlog::sinks::rotating_file_sink_st>(m_Path, m_MaxBytes, m_OldFiles);
+    m_Sink->set_pattern(kPattern);
+    struct stat status {};
+    stat(m_Path.c_str(), &status);
+    m_Device = status.st_dev;
+    m_Inode = status.st_ino;
+}
+
+// Also true after a rotation of our own; opening the new file a second time does no harm.
+bool LogFile::m_IsReplaced() const {
+    struct stat status {};
+    return stat(m_Path.c_str(), &status) != 0 || status.st_dev != m_Device ||
+           status.st_ino != m_Inode;
+}
+
+}  // namespace quorvel::desktop

@@ -1,0 +1,217 @@
+#include <Ecore_Evas.h>
+#include <Efl_Core.h>
+#include <Efreet.h>
+#include <Elementary.h>
+#include <app.h>
+
+#include <chrono>
+#include <deque>
+#include <string>
+#include <utility>
+
+#include "display.h"
+#include "instance.h"
+#include "launch_request.h"
+#include "log.h"
+#include "request_server.h"
+#include "runtime_folder.h"
+#include "ui_setup.h"
+
+namespace quorvel::desktop {
+
+namespace {
+
+// How long a second program waits for the first one to take its request: longer than the first one
+// takes to start with the largest result files.
+constexpr std::chrono::seconds kOwnerPatience{10};
+
+bool HasWindow() {
+    Eina_List* windows = ecore_evas_ecore_evas_list_get();
+    const bool any = windows != nullptr;
+    eina_list_free(windows);
+    return any;
+}
+
+// One run of the application: the order of its callbacks, and the launch requests on their way to
+// it. Lives in ui_app_main; main-loop thread only.
+class Application {
+public:
+    Application(const ui_app_lifecycle_callback_s& callbacks, void* userData,
+                const std::string& socketPath)
+        : m_Callbacks(callbacks),
+          m_UserData(userData),
+          m_Server(socketPath, [this](KeyValues values, RequestServer::Sender sender) {
+              m_Enqueue({{std::move(values)}, sender});
+          }) {}
+    Application(const Application&) = delete;
+    Application& operator=(const Application&) = delete;
+
+    // Runs the callbacks from create to terminate, with first as the first launch request. Returns
+    // an app_error_e.
+    int Run(int argc, char** argv, KeyValues first);
+
+private:
+    // sender 0: the request this program was started with, which nobody waits for.
+    struct Request {
+        app_control_s control;
+        RequestServer::Sender sender;
+    };
+
+    int m_RunUi(KeyValues first);
+    int m_RunLoop(KeyValues first);
+    void m_Enqueue(Request request);
+    void m_Deliver();
+
+    static void OnDeliver(void* data);
+    static void OnPause(void* data, const Efl_Event* event);
+    static void OnResume(void* data, const Efl_Event* event);
+
+    const ui_app_lifecycle_callback_s& m_Callbacks;
+    void* m_UserData;
+    RequestServer m_Server;
+    std::deque<Request> m_Requests;
+    bool m_IsPaused = false;
+};
+
+int Application::Run(int argc, char** argv, KeyValues first) {
+    if (!m_Server.Listen()) {
+        return APP_ERROR_INVALID_CONTEXT;
+    }
+    // Its helper process would outlive this one and hold on to the terminal.
+    efreet_cache_disable();
+    if (elm_init(argc, argv) == 0) {
+        LogError("the toolkit cannot be started");
+        return APP_ERROR_INVALID_CONTEXT;
+    }
+    const int result = StartUi() ? m_RunUi(std::move(first)) : APP_ERROR_INVALID_CONTEXT;
+    StopUi();
+    m_Server.Close();
+    elm_shutdown();
+    return result;
+}
+
+// As on the set, terminate belongs to a create that succeeded.
+int Application::m_RunUi(KeyValues first) {
+    elm_policy_set(ELM_POLICY_QUIT, ELM_POLICY_QUIT_LAST_WINDOW_CLOSED);
+    if (m_Callbacks.create != nullptr && !m_Callbacks.create(m_UserData)) {
+        LogError("the application could not be created");
+        return APP_ERROR_INVALID_CONTEXT;
+    }
+    const int result = m_RunLoop(std::move(first));
+    // Those who still want something are better off with a program of their own.
+    m_Server.Close();
+    if (m_Callbacks.terminate != nullptr) {
+        m_Callbacks.terminate(m_UserData);
+    }
+    return result;
+}
+
+int Application::m_RunLoop(KeyValues first) {
+    if (!HasWindow()) {
+        LogError("no window could be opened");
+        return APP_ERROR_INVALID_CONTEXT;
+    }
+    FinishUi();
+    Efl_Object* loop = efl_main_loop_get();
+    efl_event_callback_add(loop, EFL_APP_EVENT_PAUSE, OnPause, this);
+    efl_event_callback_add(loop, EFL_APP_EVENT_RESUME, OnResume, this);
+    m_Enqueue({{{std::move(first)}}, 0});
+    elm_run();
+    efl_event_callback_del(loop, EFL_APP_EVENT_PAUSE, OnPause, this);
+    efl_event_callback_del(loop, EFL_APP_EVENT_RESUME, OnResume, this);
+    return APP_ERROR_NONE;
+}
+
+void Application::m_Enqueue(Request request) {
+    m_Requests.push_back(std::move(request));
+    if (m_Requests.size() == 1) {
+        ecore_job_add(OnDeliver, this);
+    }
+}
+
+// One request each turn of the main loop: after one that ends the loop no other one is delivered,
+// and its sender, unanswered, starts a program of its own.
+void Application::m_Deliver() {
+    Request& request = m_Requests.front();
+    if (m_Callbacks.app_control != nullptr) {
+        m_Callbacks.app_control(&request.control, m_UserData);
+    }
+    m_Server.Accept(request.sender);
+    m_Requests.pop_front();
+    if (!m_Requests.empty()) {
+        ecore_job_add(OnDeliver, this);
+    }
+}
+
+void Application::OnDeliver(void* data) {
+    static_cast<Application*>(data)->m_Deliver();
+}
+
+// The toolkit also reports a pause when the last window goes, and a resume when the first one
+// comes.
+void Application::OnPause(void* data, const Efl_Event*) {
+    auto* self = static_cast<Application*>(data);
+    if (self->m_IsPaused || !HasWindow()) {
+        return;
+    }
+    self->m_IsPaused = true;
+    if (self->m_Callbacks.pause != nullptr) {
+        self->m_Callbacks.pause(self->m_UserData);
+    }
+}
+
+void Application::OnResume(void* data, const Efl_Event*) {
+    auto* self = static_cast<Application*>(data);
+    if (!self->m_IsPaused) {
+        return;
+    }
+    self->m_IsPaused = false;
+    if (self->m_Callbacks.resume != nullptr) {
+        self->m_Callbacks.resume(self->m_UserData);
+    }
+}
+
+int RunAsOwner(int argc, char** argv, const ui_app_lifecycle_callback_s& callbacks, void* userData,
+               const std::string& socketPath, KeyValues first) {
+    std::string why;
+    if (!IsDisplayReachable(why)) {
+        LogError(why);
+        return APP_ERROR_INVALID_CONTEXT;
+    }
+    PrepareToolkit();
+    return Application(callbacks, userData, socketPath).Run(argc, argv, std::move(first));
+}
+
+}  // namespace
+
+}  // namespace quorvel::desktop
+
+int ui_app_main(int argc, char** argv, ui_app_lifecycle_callback_s* callback, void* user_data) {
+    using namespace quorvel::desktop;  // NOLINT(google-build-using-namespace): the C border
+    if (argc < 1 || argv == nullptr || callback == nullptr) {
+        return APP_ERROR_INVALID_PARAMETER;
+    }
+    KeyValues request;
+    if (const char* stranger = ReadArguments(argc, argv, request)) {
+        LogError("usage: quorvel [KEY=VALUE...] (not of this form: " + std::string(stranger) + ")");
+        return APP_ERROR_INVALID_PARAMETER;
+    }
+    std::string why;
+    const std::string folder = RuntimeFolder(why);
+    if (folder.empty()) {
+        LogError(why);
+        return APP_ERROR_INVALID_CONTEXT;
+    }
+    Instance instance(folder);
+    switch (instance.ClaimOrHandOver(request, kOwnerPatience)) {
+        case Instance::Claim::kOwner:
+            return RunAsOwner(argc, argv, *callback, user_data, instance.SocketPath(),
+                              std::move(request));
+        case Instance::Claim::kHandedOver:
+            LogInfo("the running quorvel has taken the request");
+            return APP_ERROR_NONE;
+        case Instance::Claim::kFailed:
+            break;
+    }
+    return APP_ERROR_ALREADY_RUNNING;
+}

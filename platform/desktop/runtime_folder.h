@@ -1,0 +1,16 @@
+#ifndef QUORVEL_PLATFORM_DESKTOP_RUNTIME_FOLDER_H_
+#define QUORVEL_PLATFORM_DESKTOP_RUNTIME_FOLDER_H_
+
+#include <string>
+
+namespace quorvel::desktop {
+
+// The folder for the lock and the socket of the running program, made when it is missing: one that
+// belongs to the user and that nobody else can enter. $XDG_RUNTIME_DIR/quorvel or, where the
+// variable names no such folder (or the path is too long for a socket), quorvel-<uid> in the folder
+// for temporary files. Empty when neither will do; why then says why in one line.
+std::string RuntimeFolder(std::string& why);
+
+}  // namespace quorvel::desktop
+
+#endif  // QUORVEL_PLATFORM_DESKTOP_RUNTIME_FOLDER_H_
