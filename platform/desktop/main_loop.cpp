@@ -32,6 +32,16 @@ bool HasWindow() {
     return any;
 }
 
+bool IsMinimised() {
+    Eina_List* windows = ecore_evas_ecore_evas_list_get();
+    bool any = false;
+    for (const Eina_List* left = windows; left != nullptr; left = eina_list_next(left)) {
+        any = any || ecore_evas_iconified_get(static_cast<Ecore_Evas*>(eina_list_data_get(left)));
+    }
+    eina_list_free(windows);
+    return any;
+}
+
 // One run of the application: the order of its callbacks, and the launch requests on their way to
 // it. Lives in ui_app_main; main-loop thread only.
 class Application {
@@ -151,7 +161,7 @@ void Application::OnDeliver(void* data) {
 // comes.
 void Application::OnPause(void* data, const Efl_Event*) {
     auto* self = static_cast<Application*>(data);
-    if (self->m_IsPaused || !HasWindow()) {
+    if (self->m_IsPaused || !IsMinimised()) {
         return;
     }
     self->m_IsPaused = true;
