@@ -1,0 +1,19 @@
+#ifndef QUORVEL_PLATFORM_DESKTOP_WIDGETS_H_
+#define QUORVEL_PLATFORM_DESKTOP_WIDGETS_H_
+
+#include <Evas.h>
+
+#include <string_view>
+#include <vector>
+
+namespace quorvel::desktop {
+
+// Whether the object is a widget of this type ("elm_label").
+bool IsWidget(const Evas_Object* object, std::string_view type);
+
+// All labels of the window, those inside other widgets too. Main-loop thread.
+std::vector<Evas_Object*> LabelsOf(Evas_Object* window);
+
+}  // namespace quorvel::desktop
+
+#endif  // QUORVEL_PLATFORM_DESKTOP_WIDGETS_H_
