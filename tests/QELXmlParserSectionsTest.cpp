@@ -1,0 +1,309 @@
+// QELXmlParser: the information, network and summary sections, their panel texts, and the record of
+// a network failure.
+
+#include <algorithm>
+#include <string>
+#include <vector>
+
+#include "QELXmlParser.h"
+#include "fakes/StoreTest.h"
+#include "fakes/XmlSpy.h"
+
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::Pair;
+
+const char* const FILE_NAME = "QELXmlParser.cpp";
+
+std::string CannotFind(const std::string& tag) {
+    return "ERROR can`t find <" + tag + "> from XML\n";
+}
+
+// Every element of the three sections and the member that it fills.
+struct Filled_s {
+    const char* section;
+    const char* tag;
+    std::string QELXmlParser::*member;
+};
+
+const Filled_s ALL_FIELDS[] = {
+    {"Summary", "starttime", &QELXmlParser::m_summaryStartTime},
+    {"Summary", "duration", &QELXmlParser::m_summaryDuration},
+    {"Summary", "result", &QELXmlParser::m_summaryResult},
+    {"Summary", "fanet", &QELXmlParser::m_summaryFanet},
+    {"Summary", "testnum", &QELXmlParser::m_summaryTestNum},
+    {"Summary", "retrycount", &QELXmlParser::m_summaryRetryCount},
+    {"Network", "type", &QELXmlParser::m_networkType},
+    {"Network", "connection", &QELXmlParser::m_networkConnection},
+    {"Network", "pairing_elapsed_time", &QELXmlParser::m_pairingElapsedTime},
+    {"Network", "pairing_end_time", &QELXmlParser::m_pairingEndTime},
+    {"Network", "module_start_time", &QELXmlParser::m_moduleStartTime},
+    {"Network", "module_elapsed_time", &QELXmlParser::m_moduleElapsedTime},
+    {"Information", "sn", &QELXmlParser::m_sn},
+    {"Information", "model", &QELXmlParser::m_model},
+    {"Information", "option", &QELXmlParser::m_option},
+    {"Information", "mm", &QELXmlParser::m_mm},
+    {"Information", "sm", &QELXmlParser::m_sm},
+    {"Information", "ss", &QELXmlParser::m_ss},
+    {"Information", "mt", &QELXmlParser::m_mt},
+    {"Information", "bt", &QELXmlParser::m_bt},
+    {"Information", "ld1", &QELXmlParser::m_ld1},
+    {"Information", "ld2", &QELXmlParser::m_ld2},
+    {"Information", "dnso", &QELXmlParser::m_dnso},
+};
+
+// A section with all its elements, each holding prefix and its own name.
+std::string FullSection(const std::string& section, const std::string& prefix) {
+    xml::Fields fields;
+    for (const Filled_s& field : ALL_FIELDS) {
+        if (field.section == section) {
+            fields.emplace_back(field.tag, prefix + field.tag);
+        }
+    }
+    return xml::Section(section, fields);
+}
+
+std::string FullFile(const std::string& prefix) {
+    return xml::Document(FullSection("Information", prefix) + FullSection("Network", prefix) +
+                         FullSection("Summary", prefix));
+}
+
+// A Network section whose own values and failure record are both there, and all else of a file.
+std::string FailureFile(const std::string& failedInfo) {
+    return xml::Document(FullSection("Information", "x ") +
+                         xml::Element("Network",
+                                      "<type>outer</type><connection>outer</connection>"
+                                      "<pairing_elapsed_time>outer</pairing_elapsed_time>" +
+                                          failedInfo) +
+                         FullSection("Summary", "x ") +
+                         xml::Element("FAnetTest", xml::Item({{"name", "unread"}})));
+}
+
+const char* const FULL_FAILURE =
+    "<failedinfo><type>wifi</type><connection>none</connection><reason>no AP</reason></failedinfo>";
+
+class QELXmlParserSectionsTest : public StoreTest {};
+
+TEST_F(QELXmlParserSectionsTest, EveryElementFillsItsMember) {
+    const QELXmlParser& store = Load(FullFile("x "));
+    for (const Filled_s& field : ALL_FIELDS) {
+        EXPECT_EQ(store.*field.member, std::string("x ") + field.tag)
+            << field.section << "/" << field.tag;
+    }
+    EXPECT_EQ(store.m_networkFailReason, "");
+}
+
+TEST_F(QELXmlParserSectionsTest, PanelTextsHaveEveryLabelInItsOrder) {
+    const QELXmlParser& store = Load(FullFile("x "));
+    EXPECT_EQ(store.GetInformation(),
+              "sn=x sn\nmodel=x model\noption=x option\nmm=x mm\nsm=x sm\nss=x ss\nmt=x mt\n"
+              "bt=x bt\nld1=x ld1\nld2=x ld2\ndnso=x dnso\n");
+    EXPECT_EQ(store.GetNetworkInfo(),
+              "type=x type\nconnection=x connection\n"
+              "pairing elapsed time=x pairing_elapsed_time\npairing end time=x pairing_end_time\n"
+              "module start time=x module_start_time\n"
+              "module elapsed time=x module_elapsed_time\n");
+    EXPECT_EQ(store.GetSummary(),
+              "starttime=x starttime\nduration=x duration\nretrycount=x retrycount\n");
+    EXPECT_THAT(FakeLog::Lines(), IsEmpty());
+}
+
+TEST_F(QELXmlParserSectionsTest, PanelTextsOfAnEmptyStoreHaveEveryLabel) {
+    for (const auto& [text, lines] :
+         {std::make_pair(Store().GetInformation(), 11), std::make_pair(Store().GetNetworkInfo(), 6),
+          std::make_pair(Store().GetSummary(), 3)}) {
+        EXPECT_EQ(std::count(text.begin(), text.end(), '\n'), lines);
+        EXPECT_EQ(text.back(), '\n');
+    }
+}
+
+TEST_F(QELXmlParserSectionsTest, MissingElementsLeaveEmptyValues) {
+    const QELXmlParser& store =
+        Load(xml::Document(xml::Section("Information", {{"option", "O2"}, {"model", "M1"}})));
+    EXPECT_EQ(store.GetInformation(),
+              "sn=\nmodel=M1\noption=O2\nmm=\nsm=\nss=\nmt=\nbt=\nld1=\nld2=\ndnso=\n");
+}
+
+TEST_F(QELXmlParserSectionsTest, ValuesAreNotTrimmedOrConverted) {
+    const QELXmlParser& store =
+        Load(xml::Document(xml::Section("Summary", {{"starttime", " \n<1> & 2;3^4 "}})));
+    EXPECT_EQ(store.GetSummary(), "starttime= \n<1> & 2;3^4 \nduration=\nretrycount=\n");
+}
+
+TEST_F(QELXmlParserSectionsTest, StoredOnlyValuesStayOutOfThePanels) {
+    const QELXmlParser& store = Load(FailureFile(FULL_FAILURE));
+    EXPECT_EQ(store.m_networkFailReason, "no AP");
+    const std::string panels = store.GetInformation() + store.GetNetworkInfo() + store.GetSummary();
+    EXPECT_THAT(panels, testing::Not(testing::HasSubstr("no AP")));
+    EXPECT_THAT(panels, testing::Not(testing::HasSubstr("reason")));
+}
+
+TEST_F(QELXmlParserSectionsTest, MissingSectionIsLoggedAndTheRestIsRead) {
+    PrivateData::WriteMain(xml::Document(
+        FullSection("Network", "x ") + xml::Section("RNSCImage", {}) +
+        xml::Section("RNSCTest", {}) + xml::Element("FAnetTest", xml::Item({{"name", "a"}}))));
+    EXPECT_TRUE(Store().ParseFile());
+    EXPECT_THAT(FakeLog::Errors(), ElementsAre(ErrorLine(CannotFind("Information"), FILE_NAME),
+                                               ErrorLine(CannotFind("Summary"), FILE_NAME)));
+    EXPECT_EQ(Store().m_networkType, "x type");
+    EXPECT_EQ(Store().GetNumOfResult(), 1U);
+}
+
+TEST_F(QELXmlParserSectionsTest, MissingNetworkIsLoggedTwiceAndTheRestIsRead) {
+    PrivateData::WriteMain(
+        xml::Document(FullSection("Information", "x ") + FullSection("Summary", "x ") +
+                      xml::Section("RNSCImage", {}) + xml::Section("RNSCTest", {}) +
+                      xml::Element("FAnetTest", xml::Item({{"name", "a"}}))));
+    EXPECT_TRUE(Store().ParseFile());
+    EXPECT_THAT(FakeLog::Errors(),
+                ElementsAre(ErrorLine(CannotFind("Network"), FILE_NAME, "m_ParseNetworkFailInfo"),
+                            ErrorLine(CannotFind("Network"), FILE_NAME, "m_ParseNetworkInfo")));
+    EXPECT_EQ(Store().m_sn, "x sn");
+    EXPECT_EQ(Store().m_summaryDuration, "x duration");
+    EXPECT_EQ(Store().GetNumOfResult(), 1U);
+}
+
+TEST_F(QELXmlParserSectionsTest, SectionParsersTellWhatTheyFound) {
+    QELXmlParser& store = Load("<r/>");
+    EXPECT_FALSE(store.m_ParseInformation());
+    EXPECT_EQ(store.m_ParseNetworkFailInfo(), -1);
+    EXPECT_FALSE(store.m_ParseNetworkInfo());
+    EXPECT_FALSE(store.m_ParseSummary());
+}
+
+TEST_F(QELXmlParserSectionsTest, SectionParsersAcceptEmptySections) {
+    QELXmlParser& store = Load("<r><Information/><Network/><Summary/></r>");
+    EXPECT_TRUE(store.m_ParseInformation());
+    EXPECT_EQ(store.m_ParseNetworkFailInfo(), 0);
+    EXPECT_TRUE(store.m_ParseNetworkInfo());
+    EXPECT_TRUE(store.m_ParseSummary());
+    EXPECT_THAT(FakeLog::Lines(), IsEmpty());
+}
+
+// Two files
+
+TEST_F(QELXmlParserSectionsTest, MainFileWinsWhereBothHaveAValue) {
+    PrivateData::WriteRnsc(FullFile("rnsc "));
+    const QELXmlParser& store = Load(FullFile("main "));
+    for (const Filled_s& field : ALL_FIELDS) {
+        EXPECT_EQ(store.*field.member, std::string("main ") + field.tag);
+    }
+}
+
+TEST_F(QELXmlParserSectionsTest, RnscValuesStayWhereTheMainFileHasNone) {
+    PrivateData::WriteRnsc(FullFile("rnsc "));
+    const QELXmlParser& store =
+        Load(xml::Document(xml::Section("Summary", {{"duration", "main"}})));
+    EXPECT_EQ(store.m_summaryDuration, "main");
+    EXPECT_EQ(store.m_summaryStartTime, "rnsc starttime");
+    EXPECT_EQ(store.m_sn, "rnsc sn");
+    EXPECT_EQ(store.m_moduleElapsedTime, "rnsc module_elapsed_time");
+}
+
+TEST_F(QELXmlParserSectionsTest, EmptyElementIsLoggedAndLeavesTheEarlierValue) {
+    PrivateData::WriteRnsc(FullFile("rnsc "));
+    PrivateData::WriteMain("<r><Information><model></model><sn/></Information><Network/></r>");
+    EXPECT_TRUE(Store().ParseFile());
+    EXPECT_EQ(Store().m_model, "rnsc model");
+    EXPECT_EQ(Store().m_sn, "rnsc sn");
+    EXPECT_EQ(FakeLog::Count("Content of current node is NULL\n"), 2);
+    EXPECT_THAT(FakeLog::Errors(),
+                testing::Contains(ErrorLine("Content of current node is NULL\n", FILE_NAME)));
+}
+
+TEST_F(QELXmlParserSectionsTest, FirstOfTwoEqualElementsIsTaken) {
+    EXPECT_EQ(Load("<r><Summary><duration>1</duration><duration>2</duration></Summary></r>")
+                  .m_summaryDuration,
+              "1");
+}
+
+// A network failure
+
+TEST_F(QELXmlParserSectionsTest, NetworkFailureIsTheOnlyItemOfItsFile) {
+    const QELXmlParser& store = Load(FailureFile(FULL_FAILURE));
+    ASSERT_EQ(store.GetNumOfResult(), 1U);
+    ASSERT_EQ(store.GetNumOfResultAll(), 1U);
+    EXPECT_THAT(
+        store.m_resultFailData[0],
+        ElementsAre(Pair("connection", "none"), Pair("reason", "no AP"), Pair("type", "wifi")));
+    EXPECT_EQ(store.m_resultAllData, store.m_resultFailData);
+    EXPECT_EQ(store.GetResultType(0), RESULT_TYPE_WIFI);
+    EXPECT_EQ(store.GetResult(0, "reason"), "no AP");
+}
+
+TEST_F(QELXmlParserSectionsTest, RestOfAFileWithANetworkFailureIsNotRead) {
+    PrivateData::WriteMain(FailureFile(FULL_FAILURE));
+    EXPECT_TRUE(Store().ParseFile());
+    EXPECT_EQ(Store().m_networkType, "wifi");
+    EXPECT_EQ(Store().m_networkConnection, "none");
+    EXPECT_EQ(Store().m_networkFailReason, "no AP");
+    EXPECT_EQ(Store().m_pairingElapsedTime, "");
+    EXPECT_EQ(Store().m_summaryStartTime, "");
+    EXPECT_EQ(Store().m_sn, "x sn");
+    // Nor is anything said about the lists that are missing.
+    EXPECT_TRUE(LoggedNoError());
+    const std::vector<std::string> read = XmlSpy::ReadElements();
+    ASSERT_EQ(read.size(), 14U);
+    EXPECT_THAT(std::vector<std::string>(read.begin() + 11, read.end()),
+                ElementsAre("Network/failedinfo/type", "Network/failedinfo/connection",
+                            "Network/failedinfo/reason"));
+}
+
+TEST_F(QELXmlParserSectionsTest, NetworkFailureLeavesTheOtherFilesValues) {
+    PrivateData::WriteRnsc(FullFile("rnsc "));
+    const QELXmlParser& store = Load(FailureFile(FULL_FAILURE));
+    EXPECT_EQ(store.m_pairingElapsedTime, "rnsc pairing_elapsed_time");
+    EXPECT_EQ(store.m_pairingEndTime, "rnsc pairing_end_time");
+    EXPECT_EQ(store.m_moduleStartTime, "rnsc module_start_time");
+    EXPECT_EQ(store.m_moduleElapsedTime, "rnsc module_elapsed_time");
+    EXPECT_EQ(store.m_summaryStartTime, "rnsc starttime");
+    EXPECT_EQ(store.m_summaryRetryCount, "rnsc retrycount");
+    EXPECT_EQ(store.m_networkType, "wifi");
+}
+
+TEST_F(QELXmlParserSectionsTest, NetworkFailureOfTheRnscFileLeavesTheMainFileAlone) {
+    PrivateData::WriteRnsc(FailureFile(FULL_FAILURE));
+    const QELXmlParser& store = LoadItems({{{"name", "a"}, {"type", "app"}}});
+    ASSERT_EQ(store.GetNumOfResult(), 2U);
+    EXPECT_EQ(store.GetResult(0, "reason"), "no AP");
+    EXPECT_EQ(store.GetResult(1, "name"), "a");
+}
+
+TEST_F(QELXmlParserSectionsTest, NetworkFailureWithEmptyFieldsIsAnEmptyItem) {
+    PrivateData::WriteMain(FailureFile("<failedinfo><type/><connection/><reason/></failedinfo>"));
+    EXPECT_TRUE(Store().ParseFile());
+    EXPECT_EQ(FakeLog::Count("Content of current node is NULL\n"), 3);
+    ASSERT_EQ(Store().GetNumOfResult(), 1U);
+    EXPECT_THAT(Store().m_resultFailData[0], IsEmpty());
+    EXPECT_THAT(Store().m_resultAllData[0], IsEmpty());
+    EXPECT_EQ(Store().GetResultType(0), RESULT_TYPE_INVALID);
+    EXPECT_EQ(Store().m_networkType, "");
+}
+
+TEST_F(QELXmlParserSectionsTest, NetworkFailureWithoutFieldsIsAnEmptyItemToo) {
+    PrivateData::WriteMain(FailureFile("<failedinfo/>"));
+    EXPECT_TRUE(Store().ParseFile());
+    EXPECT_TRUE(LoggedNoError());
+    ASSERT_EQ(Store().GetNumOfResult(), 1U);
+    EXPECT_THAT(Store().m_resultFailData[0], IsEmpty());
+}
+
+// The values of an earlier file stand in the store, but not in the record of this file.
+TEST_F(QELXmlParserSectionsTest, NetworkFailureRecordHasOnlyWhatItsFileHas) {
+    PrivateData::WriteRnsc(FullFile("rnsc "));
+    const QELXmlParser& store =
+        Load(FailureFile("<failedinfo><reason>no AP</reason><type/></failedinfo>"));
+    ASSERT_EQ(store.GetNumOfResult(), 1U);
+    EXPECT_THAT(store.m_resultFailData[0], ElementsAre(Pair("reason", "no AP")));
+    EXPECT_EQ(store.m_networkType, "rnsc type");
+}
+
+TEST_F(QELXmlParserSectionsTest, NetworkFailureParserTellsThatItFoundOne) {
+    QELXmlParser& store = Load(FailureFile(FULL_FAILURE));
+    EXPECT_EQ(store.m_ParseNetworkFailInfo(), 1);
+    EXPECT_EQ(store.GetNumOfResult(), 2U);
+}
+
+}  // namespace

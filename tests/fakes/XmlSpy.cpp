@@ -1,0 +1,83 @@
+#include "XmlSpy.h"
+
+#include <libxml/parser.h>
+#include <libxml/tree.h>
+
+namespace {
+
+struct State_s {
+    std::vector<std::string> documentCalls;
+    std::vector<std::string> readElements;
+    bool rootHidden = false;
+};
+
+State_s& State() {
+    static State_s state;
+    return state;
+}
+
+std::string NameOf(const std::string& path) {
+    return path.substr(path.rfind('/') + 1);
+}
+
+std::string PathOf(xmlNodePtr node) {
+    std::string path;
+    for (; node != nullptr && node->parent != nullptr && node->parent->type == XML_ELEMENT_NODE;
+         node = node->parent) {
+        const std::string name = reinterpret_cast<const char*>(node->name);
+        path = path.empty() ? name : name + "/" + path;
+    }
+    return path;
+}
+
+}  // namespace
+
+void XmlSpy::Clear() {
+    State() = State_s();
+}
+
+std::vector<std::string> XmlSpy::DocumentCalls() {
+    return State().documentCalls;
+}
+
+std::vector<std::string> XmlSpy::ReadElements() {
+    return State().readElements;
+}
+
+void XmlSpy::HideRoot() {
+    State().rootHidden = true;
+}
+
+// The names that the linker's option --wrap demands.
+// NOLINTBEGIN(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp)
+extern "C" {
+
+xmlDocPtr __real_xmlParseFile(const char* path);
+void __real_xmlFreeDoc(xmlDocPtr doc);
+xmlNodePtr __real_xmlDocGetRootElement(const xmlDoc* doc);
+xmlChar* __real_xmlNodeListGetString(xmlDocPtr doc, const xmlNode* list, int inLine);
+
+xmlDocPtr __wrap_xmlParseFile(const char* path) {
+    State().documentCalls.push_back("parse " + NameOf(path));
+    return __real_xmlParseFile(path);
+}
+
+void __wrap_xmlFreeDoc(xmlDocPtr doc) {
+    const char* url = doc == nullptr ? "null" : reinterpret_cast<const char*>(doc->URL);
+    State().documentCalls.push_back("free " + NameOf(url == nullptr ? "unnamed" : url));
+    __real_xmlFreeDoc(doc);
+}
+
+xmlNodePtr __wrap_xmlDocGetRootElement(const xmlDoc* doc) {
+    return State().rootHidden ? nullptr : __real_xmlDocGetRootElement(doc);
+}
+
+xmlChar* __wrap_xmlNodeListGetString(xmlDocPtr doc, const xmlNode* list, int inLine) {
+    if (list != nullptr) {
+        State().readElements.push_back(PathOf(list->parent));
+    }
+    return __real_xmlNodeListGetString(doc, list, inLine);
+}
+
+}  // extern "C"
+// NOLINTEND(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp)
