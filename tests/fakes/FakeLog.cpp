@@ -8,6 +8,7 @@
 #include <mutex>
 #include <ostream>
 #include <sstream>
+#include <utility>
 
 namespace {
 
@@ -16,6 +17,7 @@ struct Recorded_s {
     std::condition_variable written;
     std::vector<LogLine> lines;
     std::vector<std::string> malformed;
+    std::function<void(const LogLine&)> observer;
 };
 
 // Never destroyed: detached workers may still log while the process ends.
@@ -65,6 +67,18 @@ bool Split(const std::string& text, LogLine& line) {
     const size_t start = prefixEnd + 4;
     line.message = text.substr(start, text.size() - start - 1);
     return true;
+}
+
+// Keeps the line, and its whole text when that is malformed, and returns who wants to see it.
+std::function<void(const LogLine&)> Record(const LogLine& line, const std::string& malformed) {
+    Recorded_s& recorded = Recorded();
+    const std::lock_guard<std::mutex> lock(recorded.mutex);
+    if (!malformed.empty()) {
+        recorded.malformed.push_back(malformed);
+    }
+    recorded.lines.push_back(line);
+    recorded.written.notify_all();
+    return recorded.observer;
 }
 
 std::vector<LogLine> LinesAt(int priority) {
@@ -133,13 +147,9 @@ int __dlog_print(log_id_t log_id, int prio, const char* tag, const char* fmt, ..
     va_end(arguments);
     LogLine line{log_id, prio, tag == nullptr ? "" : tag, "", "", 0, text};
     const bool wellFormed = Split(text, line) && IsAllowedPair(log_id, prio) && line.tag == "QEL";
-    Recorded_s& recorded = Recorded();
-    const std::lock_guard<std::mutex> lock(recorded.mutex);
-    if (!wellFormed) {
-        recorded.malformed.push_back(text);
+    if (const auto observer = Record(line, wellFormed ? std::string() : text)) {
+        observer(line);
     }
-    recorded.lines.push_back(line);
-    recorded.written.notify_all();
     return static_cast<int>(text.size());
 }
 
@@ -183,6 +193,12 @@ bool FakeLog::WaitFor(const std::string& message, std::chrono::milliseconds limi
         return std::any_of(recorded.lines.begin(), recorded.lines.end(),
                            [&message](const LogLine& line) { return line.message == message; });
     });
+}
+
+void FakeLog::Observe(std::function<void(const LogLine&)> observer) {
+    Recorded_s& recorded = Recorded();
+    const std::lock_guard<std::mutex> lock(recorded.mutex);
+    recorded.observer = std::move(observer);
 }
 
 std::vector<std::string> FakeLog::TakeMalformed() {

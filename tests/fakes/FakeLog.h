@@ -5,6 +5,7 @@
 #include <gmock/gmock.h>
 
 #include <chrono>
+#include <functional>
 #include <iosfwd>
 #include <string>
 #include <vector>
@@ -44,6 +45,9 @@ public:
     // Blocks until the message was written; false when the time is up before that.
     static bool WaitFor(const std::string& message,
                         std::chrono::milliseconds limit = std::chrono::seconds(20));
+
+    // Calls the observer for every line, on the thread that wrote it; an empty one ends that.
+    static void Observe(std::function<void(const LogLine&)> observer);
 
     // The texts that broke the log convention (tag, prefix, line feed at the end, or another pair
     // of buffer and priority than the two allowed) since the last call. Clear leaves them: the test

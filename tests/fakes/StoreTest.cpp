@@ -30,6 +30,7 @@ QELXmlParser& StoreTest::Store() {
 }
 
 QELXmlParser& StoreTest::Load(const std::string& mainFile) {
+    singletons::ResetStores();
     PrivateData::WriteMain(mainFile);
     EXPECT_TRUE(Store().ParseFile());
     FakeLog::Clear();

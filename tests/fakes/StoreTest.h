@@ -19,7 +19,8 @@ protected:
 
     // The result store; created when there is none yet.
     static QELXmlParser& Store();
-    // Writes the main file, has the store read both files, and forgets what was logged.
+    // Writes the main file, has a new store read both files, and forgets what was logged. Every
+    // reference into the stores of before is invalid then.
     static QELXmlParser& Load(const std::string& mainFile);
     // Loads a complete main file with these items.
     static QELXmlParser& LoadItems(const std::vector<xml::Fields>& items);
