@@ -5,10 +5,11 @@
 
 namespace quorvel::desktop {
 
-// From now on each text panel of the window that does not scroll (style "slide_short") shows its
-// text as large as its cell allows, within limits, instead of making its cell higher or being cut
-// off. Once for a window; main-loop thread.
-void FitTextPanels(Evas_Object* window);
+// The text panels of the window are the labels of the style "slide_short". From now on one that
+// lies in a cell shows its text as large as the cell allows, within limits, instead of making the
+// cell higher or being cut off; and the scroller around one that scrolls knows whether a text is
+// shown. Once for a window; main-loop thread.
+void SetUpTextPanels(Evas_Object* window);
 
 }  // namespace quorvel::desktop
 

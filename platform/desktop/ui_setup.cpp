@@ -5,6 +5,7 @@
 #include <cstdlib>
 
 #include "label_focus.h"
+#include "list_focus.h"
 #include "pointer.h"
 #include "remote_keys.h"
 #include "text_panels.h"
@@ -52,7 +53,8 @@ void FinishUi() {
     Evas_Object* window = MainWindow();
     if (window != nullptr) {
         WatchLabelFocus(window);
-        FitTextPanels(window);
+        WatchListFocus(window);
+        SetUpTextPanels(window);
     }
 }
 

@@ -1,18 +1,23 @@
 #include "widgets.h"
 
+#include <Efl_Ui.h>
+
 namespace quorvel::desktop {
 
 namespace {
 
-void AddLabels(Evas_Object* object, std::vector<Evas_Object*>& labels) {
-    if (IsWidget(object, "elm_label")) {
-        labels.push_back(object);
+void AddWidgets(Evas_Object* object, std::string_view type, std::vector<Evas_Object*>& found) {
+    if (IsWidget(object, type)) {
+        found.push_back(object);
+        return;
+    }
+    if (!efl_isa(object, EFL_CANVAS_GROUP_CLASS)) {
         return;
     }
     Eina_List* members = evas_object_smart_members_get(object);
     void* member = nullptr;
     EINA_LIST_FREE(members, member) {
-        AddLabels(static_cast<Evas_Object*>(member), labels);
+        AddWidgets(static_cast<Evas_Object*>(member), type, found);
     }
 }
 
@@ -23,14 +28,14 @@ bool IsWidget(const Evas_Object* object, std::string_view type) {
     return name != nullptr && type == name;
 }
 
-std::vector<Evas_Object*> LabelsOf(Evas_Object* window) {
-    std::vector<Evas_Object*> labels;
+std::vector<Evas_Object*> WidgetsOf(Evas_Object* window, std::string_view type) {
+    std::vector<Evas_Object*> found;
     const Evas* canvas = evas_object_evas_get(window);
     for (Evas_Object* object = evas_object_bottom_get(canvas); object != nullptr;
          object = evas_object_above_get(object)) {
-        AddLabels(object, labels);
+        AddWidgets(object, type, found);
     }
-    return labels;
+    return found;
 }
 
 }  // namespace quorvel::desktop

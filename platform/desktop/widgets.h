@@ -11,8 +11,9 @@ namespace quorvel::desktop {
 // Whether the object is a widget of this type ("elm_label").
 bool IsWidget(const Evas_Object* object, std::string_view type);
 
-// All labels of the window, those inside other widgets too. Main-loop thread.
-std::vector<Evas_Object*> LabelsOf(Evas_Object* window);
+// All widgets of this type in the window, those inside widgets of other types too. Main-loop
+// thread.
+std::vector<Evas_Object*> WidgetsOf(Evas_Object* window, std::string_view type);
 
 }  // namespace quorvel::desktop
 
