@@ -7,7 +7,7 @@
 #include <cstdlib>
 #include <vector>
 
-namespace platform {
+namespace quorvel::desktop {
 
 namespace {
 
@@ -27,7 +27,7 @@ std::string HomeOfAccount() {
     passwd entry{};
     passwd* found = nullptr;
     int error = 0;
-    while ((error = getpwuid_r(geteuid(), &entry, text.data(), text.size(), &found)) == ERANGE) {
+    while ((error = getpwuid_r(getuid(), &entry, text.data(), text.size(), &found)) == ERANGE) {
         text.resize(text.size() * 2);
     }
     const bool usable = error == 0 && found != nullptr && found->pw_dir != nullptr;
@@ -63,4 +63,4 @@ std::string RotatedLogName(unsigned age) {
     return age == 0 ? "quorvel.log" : "quorvel." + std::to_string(age) + ".log";
 }
 
-}  // namespace platform
+}  // namespace quorvel::desktop

@@ -5,7 +5,7 @@
 
 // Where the port keeps and finds its files. No path ends in a slash; nothing is created here. Any
 // thread, as long as no other one changes the environment.
-namespace platform {
+namespace quorvel::desktop {
 
 // The data folder of the application, the same on every machine: the result files and counters.
 std::string DataDir();
@@ -23,6 +23,8 @@ std::string LogFilePath();
 // quorvel.1.log, quorvel.2.log ...
 std::string RotatedLogName(unsigned age);
 
-}  // namespace platform
+}  // namespace quorvel::desktop
+
+namespace platform = quorvel::desktop;
 
 #endif  // QUORVEL_PLATFORM_DESKTOP_PATHS_H_
