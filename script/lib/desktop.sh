@@ -7,8 +7,11 @@
 #     press KEY…                     keys, and the mark that log_wait starts from
 #     log_wait PATTERN               a new line of the log
 #     screen_wait                    a picture that has come to rest
+#     shows COLOUR PART NUMBER       whether a part of the screen has so many pixels of a colour
 #     picture FILE                   a picture of the screen
 #     desktop_stop                   ends all of it
+#
+# The script that sources this sets $root to the folder of the sources.
 #
 # What fails says so on the standard error and returns false. Nothing waits for longer than
 # $patience seconds.
@@ -195,9 +198,22 @@ picture() {
     convert "xwd:$desktop/screen/Xvfb_screen0" -define png:compression-level=4 "png:$1"
 }
 
-# How many pixels of a colour there are in a part of the screen: COLOUR WIDTHxHEIGHT+X+Y.
+# A colour in a part of the screen: COLOUR WIDTHxHEIGHT+X+Y. Sets $count to the number of its pixels
+# and $box to the rectangle around them, as WIDTHxHEIGHT+X+Y.
+look_for() {
+    look_answer=$("${root:?}/script/lib/pixels" "$desktop/screen/Xvfb_screen0" "$1" "$2")
+    count=${look_answer% *}
+    # shellcheck disable=SC2034 # for the caller
+    box=${look_answer#* }
+}
+
+# Whether there are at least that many pixels of the colour: COLOUR PART NUMBER.
+shows() {
+    look_for "$1" "$2"
+    [ "$count" -ge "$3" ]
+}
+
 colour_count() {
-    convert "xwd:$desktop/screen/Xvfb_screen0" -crop "$2" +repage -fuzz 1% \
-        -fill white -opaque "$1" -fuzz 0 -fill black +opaque white \
-        -format '%[fx:int(mean*w*h+0.5)]' info:
+    look_for "$1" "$2"
+    echo "$count"
 }
