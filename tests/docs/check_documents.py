@@ -1,0 +1,339 @@
+#!/usr/bin/env python3
+"""Checks that what the documents name exists: paths, commands, options, presets, tests, labels,
+environment variables, operations, links; that the architecture page has every source file; that the
+README is short and its tree true; that the change log is at the version of the build.
+
+usage: check_documents.py ROOT [BUILD-DIR]
+
+Without a build folder the names of tests and labels are not checked.
+"""
+
+import os
+import re
+import shlex
+import shutil
+import sys
+
+from markdown import Document
+from repository import Repository
+
+README_LINES = 100
+ARCHITECTURE = "docs/architecture.md"
+ON_ARCHITECTURE = ("inc/", "src/", "platform/")
+
+FILE_ENDINGS = (".cpp", ".edc", ".edj", ".h", ".in", ".json", ".log", ".md", ".png", ".py", ".svg",
+                ".txt", ".webp", ".xml")
+SHELL_WORDS = {"cd", "export"}
+CTEST_VALUES = {"-R": "test", "-E": "test", "-L": "label", "-LE": "label", "--repeat": None,
+                "--timeout": None, "--parallel": None, "-j": None, "--output-on-failure": None}
+
+
+class Checker:
+    """Collects the faults of all documents."""
+
+    def __init__(self, repository):
+        self.repository = repository
+        self.faults = []
+        self.documents = {name: Document(name, repository.read(name))
+                          for name in repository.documents()}
+        self.document = None
+
+    def check(self):
+        for self.document in self.documents.values():
+            for number, span in self.document.spans:
+                self.check_span(number, span)
+            for block in self.document.blocks_of("sh", "console"):
+                for number, line in enumerate(block.lines, block.number):
+                    self.check_commands(number, line)
+            for block in self.document.blocks_of("mermaid"):
+                for number, line in enumerate(block.lines, block.number):
+                    self.check_operations(number, line)
+            for number, target in self.document.links:
+                self.check_link(number, target)
+        self.check_readme()
+        self.check_architecture()
+        self.check_change_log()
+        return self.faults
+
+    def fault(self, number, text):
+        self.faults.append(f"{self.document.name}:{number}: {text}")
+
+    # --- Spans of code ---
+
+    def check_span(self, number, span):
+        words = span.split()
+        if len(words) > 1 or span.startswith("script/"):
+            if self.is_command(words[0]):
+                self.check_commands(number, span)
+            return
+        if re.fullmatch(r"[A-Z][A-Z0-9_]{3,}(=.*)?", span):
+            self.check_variable(number, span.split("=")[0])
+        elif re.fullmatch(r"(\w+::)*\w+\(\)|QEL\w+(::\w+)*|[ms]_\w+", span):
+            self.check_operations(number, span)
+        elif re.fullmatch(r"quorvel[\w-]*", span):
+            if not self.repository.has_target(span):
+                self.fault(number, f"no program, target or library {span}")
+        elif self.is_path(span):
+            self.check_path(number, span)
+
+    def check_variable(self, number, name):
+        if not self.repository.has_word(name):
+            self.fault(number, f"nothing uses {name}")
+
+    def check_operations(self, number, text):
+        for name in re.findall(r"\b(?:QEL\w+|[ms]_[A-Z]\w+|\w+(?=\(\)))", text):
+            if not self.repository.has_word(name):
+                self.fault(number, f"no class or operation {name}")
+
+    # --- Paths ---
+
+    @staticmethod
+    def is_path(text):
+        if not re.fullmatch(r"[\w.<>*/$~+-]+", text) or not re.search(r"[a-z]", text):
+            return False
+        return "/" in text.strip("/") or text.endswith(FILE_ENDINGS) or (
+            text.endswith("/") and len(text) > 1)
+
+    def check_path(self, number, path):
+        if path.startswith("$"):
+            self.check_variable(number, re.match(r"\$\{?(\w+)", path).group(1))
+        elif path.startswith(("/", "~/")):
+            if not self.is_said(path.lstrip("~").rstrip("/")):
+                self.fault(number, f"nothing uses the path {path}")
+        elif path.startswith("build/"):
+            self.check_built(number, path)
+        elif not self.is_in_repository(path) and not self.is_made(path):
+            self.fault(number, f"no file or folder {path}")
+
+    def is_said(self, path):
+        """Whether the code names the path, or its folder and its last part apart."""
+        folder, name = os.path.split(path)
+        says = self.repository.says
+        return says(path) or (len(folder) > 1 and says(folder) and says(name))
+
+    def is_in_repository(self, path):
+        beside = os.path.join(os.path.dirname(self.document.name), path)
+        return (self.repository.exists(path) or self.repository.exists(beside)
+                or ("/" not in path and path in self.repository.names))
+
+    def is_made(self, path):
+        """Whether it is no path of the repository, but one that the code names."""
+        return path.split("/")[0] not in self.repository.folders and self.repository.says(path)
+
+    def check_built(self, number, path):
+        parts = path.rstrip("/").split("/")
+        presets = self.repository.presets.get("configure", set())
+        if len(parts) > 1 and parts[1] not in presets and not parts[1].startswith("<"):
+            self.fault(number, f"no preset makes {path}")
+        elif len(parts) > 2 and not self.repository.has_target(parts[-1]):
+            self.fault(number, f"no target {parts[-1]} for {path}")
+
+    # --- Commands ---
+
+    def is_command(self, word):
+        return (word.startswith(("script/", "samples/make", "build/", "tests/"))
+                or word in ("cmake", "ctest", "git", "sudo")
+                or re.fullmatch(r"quorvel[\w-]*|[A-Z_]+=\S+", word))
+
+    def check_commands(self, number, line):
+        try:
+            words = shlex.split(line.strip().removeprefix("$ "), comments=True)
+        except ValueError:
+            self.fault(number, f"not a command: {line}")
+            return
+        command = []
+        for word in words + ["&&"]:
+            if word in ("&&", "||", "|", ";"):
+                self.check_command(number, command)
+                command = []
+            else:
+                command.append(word)
+
+    def check_command(self, number, words):
+        while words and re.fullmatch(r"[A-Z_]+=.*", words[0]):
+            self.check_variable(number, words[0].split("=")[0])
+            words = words[1:]
+        if words and words[0] == "sudo":
+            words = words[1:]
+        if not words:
+            return
+        program, arguments = words[0].removeprefix("./"), words[1:]
+        if program == "cmake":
+            self.check_cmake(number, arguments)
+        elif program == "ctest":
+            self.check_ctest(number, arguments)
+        elif program == "script/test":
+            self.check_test_script(number, arguments)
+        elif program.startswith("build/"):
+            self.check_built(number, program)
+            self.check_program_options(number, program, arguments)
+        elif "/" in program:
+            self.check_script(number, program, arguments)
+        elif re.fullmatch(r"quorvel[\w-]*", program):
+            if not self.repository.has_target(program):
+                self.fault(number, f"no program {program}")
+        elif program not in SHELL_WORDS and not shutil.which(program):
+            self.fault(number, f"no command {program}")
+        if program not in ("ctest", "script/test"):
+            for word in arguments:
+                if word.split("/")[0] in self.repository.folders and "=" not in word:
+                    self.check_path(number, word)
+
+    def check_script(self, number, program, arguments):
+        if not self.repository.is_executable(program):
+            self.fault(number, f"no script {program}")
+            return
+        text = self.repository.read(program)
+        # A script may hand its options to another one that it names.
+        for name in self.repository.files:
+            if os.path.basename(name) in text and self.repository.is_executable(name):
+                text += self.repository.read(name)
+        for word in arguments:
+            option = word.split("=")[0]
+            if option.startswith("--") and len(option) > 2 and option not in text:
+                self.fault(number, f"{program} has no option {option}")
+        if arguments and re.fullmatch(r"[a-z]+", arguments[0]):
+            if arguments[0] not in re.findall(r"\w+", text):
+                self.fault(number, f"{program} knows no {arguments[0]}")
+
+    def check_program_options(self, number, program, arguments):
+        for word in arguments:
+            name, _, value = word.partition("=")
+            if name == "--gtest_filter":
+                self.check_gtest_filter(number, value)
+            elif name.startswith("--") and not name.startswith("--gtest_"):
+                if not self.repository.says(name) and not self.repository.says(name[2:]):
+                    self.fault(number, f"{os.path.basename(program)} has no option {name}")
+
+    def check_gtest_filter(self, number, value):
+        for pattern in value.lstrip("-").split(":"):
+            regex = re.escape(pattern).replace(r"\*", ".*").replace(r"\?", ".")
+            if not self.has_test(f"^{regex}$"):
+                self.fault(number, f"no test is named {pattern}")
+
+    def check_cmake(self, number, arguments):
+        kind = "build" if "--build" in arguments else "configure"
+        for word, value in zip(arguments, arguments[1:] + [""]):
+            if word == "--preset":
+                self.check_preset(number, kind, value)
+        for word in arguments:
+            if word.startswith("-DQUORVEL_"):
+                name = re.match(r"-D(\w+)", word).group(1)
+                if not self.repository.has_target(name):
+                    self.fault(number, f"no build option {name}")
+
+    def check_test_script(self, number, arguments):
+        if not self.repository.is_executable("script/test"):
+            self.fault(number, "no script script/test")
+        if arguments and not arguments[0].startswith("-") and arguments[0].isalpha():
+            if arguments[0] != "PRESET":
+                self.check_preset(number, "test", arguments[0])
+            arguments = arguments[1:]
+        self.check_ctest(number, arguments)
+
+    def check_ctest(self, number, arguments):
+        for word, value in zip(arguments, arguments[1:] + [""]):
+            if word == "--preset":
+                self.check_preset(number, "test", value)
+            elif CTEST_VALUES.get(word) == "test" and not self.has_test(value):
+                self.fault(number, f"no test matches {value}")
+            elif CTEST_VALUES.get(word) == "label" and not self.has_label(value):
+                self.fault(number, f"no test has the label {value}")
+
+    def check_preset(self, number, kind, name):
+        if name not in self.repository.presets.get(kind, set()):
+            self.fault(number, f"no {kind} preset {name}")
+
+    def has_test(self, pattern):
+        tests = self.repository.tests
+        return tests is None or any(re.search(pattern, name) for name in tests)
+
+    def has_label(self, pattern):
+        tests = self.repository.tests
+        return tests is None or any(re.search(pattern, label)
+                                    for labels in tests.values() for label in labels)
+
+    # --- Links ---
+
+    def check_link(self, number, target):
+        if re.match(r"[a-z]+:", target):
+            return
+        path, _, anchor = target.partition("#")
+        name = self.document.name
+        if path:
+            name = os.path.normpath(os.path.join(os.path.dirname(name), path))
+            if not self.repository.exists(name):
+                self.fault(number, f"the link {target} leads nowhere")
+                return
+        if anchor and (name not in self.documents
+                       or anchor not in self.documents[name].anchors()):
+            self.fault(number, f"no heading for the link {target}")
+
+    # --- Single documents ---
+
+    def open_document(self, name):
+        self.document = self.documents.get(name)
+        if self.document is None:
+            self.faults.append(f"{name}: missing")
+        return self.document
+
+    def check_readme(self):
+        readme = self.open_document("README.md")
+        if readme is None:
+            return
+        if len(readme.lines) > README_LINES:
+            self.fault(len(readme.lines), f"longer than {README_LINES} lines")
+        named = set()
+        for block in readme.blocks_of("tree"):
+            named |= self.check_tree(block)
+        for folder in sorted(self.repository.folders):
+            if "/" not in folder and folder not in named:
+                self.fault(1, f"{folder}/ is missing from the tree")
+
+    def check_tree(self, block):
+        """Each line: a name, indented below its folder's, then spaces and what it is for."""
+        above, named = [], set()
+        for number, line in enumerate(block.lines, block.number):
+            name = line.split()[0] if line.strip() else ""
+            if not name:
+                continue
+            indent = len(line) - len(line.lstrip())
+            above = [entry for entry in above if entry[0] < indent] + [(indent, name)]
+            path = os.path.normpath("/".join(part.rstrip("/") for _, part in above))
+            named.add(path)
+            if not self.repository.exists(path):
+                self.fault(number, f"no file or folder {path} for the tree")
+        return named
+
+    def check_architecture(self):
+        page = self.open_document(ARCHITECTURE)
+        if page is None:
+            return
+        named = {span for _, span in page.spans}
+        for name in sorted(self.repository.files):
+            if name.startswith(ON_ARCHITECTURE) and name not in named:
+                self.fault(1, f"{name} is missing")
+
+    def check_change_log(self):
+        log = self.open_document("CHANGELOG.md")
+        if log is None:
+            return
+        versions = [re.match(r"[\d.]+", title) for _, title in log.headings[1:]]
+        latest = next((found.group(0) for found in versions if found), None)
+        if latest != self.repository.version():
+            self.fault(1, f"the latest version is {latest}, that of the build "
+                          f"{self.repository.version()}")
+
+
+def main():
+    if len(sys.argv) not in (2, 3):
+        print(__doc__, file=sys.stderr)
+        return 2
+    repository = Repository(sys.argv[1], *sys.argv[2:])
+    faults = Checker(repository).check()
+    print("\n".join(faults))
+    return 1 if faults else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())
