@@ -9,7 +9,7 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstdlib>
+#include <ctime>
 #include <filesystem>
 #include <fstream>
 #include <future>
@@ -20,6 +20,7 @@
 
 #include "fakes/CopyFixture.h"
 #include "fakes/FaultyFileIo.h"
+#include "support/ScopedVariable.h"
 
 namespace fs = std::filesystem;
 using quorvel::desktop::LogCopyName;
@@ -355,15 +356,10 @@ TEST_F(LogCopyTest, GoesOnWhereThereAreNoLocks) {
 // The C call itself, with the system's own operations and our real log.
 class LogCopyCallTest : public CopyFixture {
 protected:
-    void SetUp() override {
-        setenv("XDG_STATE_HOME", m_Scratch.Path().c_str(), 1);
-        fs::rename(m_State, m_Scratch.Path() / "quorvel");
-        setenv("QUORVEL_USB_DIR", m_Storage.c_str(), 1);
-    }
-    void TearDown() override {
-        unsetenv("XDG_STATE_HOME");
-        unsetenv("QUORVEL_USB_DIR");
-    }
+    void SetUp() override { fs::rename(m_State, m_Scratch.Path() / "quorvel"); }
+
+    ScopedVariable m_StateHome{"XDG_STATE_HOME", m_Scratch.Path().string()};
+    ScopedVariable m_UsbFolder{"QUORVEL_USB_DIR", m_Storage.string()};
 };
 
 TEST_F(LogCopyCallTest, CopiesIntoTheFolderFromTheEnvironment) {

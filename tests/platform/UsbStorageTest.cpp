@@ -7,7 +7,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstdlib>
 #include <filesystem>
 #include <map>
 #include <memory>
@@ -18,6 +17,7 @@
 #include "fakes/LoopImage.h"
 #include "fakes/UsbStick.h"
 #include "log_copy_service.h"
+#include "support/ScopedVariable.h"
 
 using quorvel::desktop::BlockDevice;
 using quorvel::desktop::ChooseUsbStorage;
@@ -161,15 +161,16 @@ TEST(UsbStorageReadTest, BlockDevicesAreThoseOfTheSystem) {
 }
 
 TEST(UsbStorageReadTest, FolderFromTheEnvironmentStandsInForADevice) {
-    setenv("QUORVEL_USB_DIR", "/some/folder", 1);
+    const ScopedVariable variable("QUORVEL_USB_DIR", "/some/folder");
     const UsbStorage storage = quorvel::desktop::StorageToCopyTo();
-    setenv("QUORVEL_USB_DIR", "", 1);
-    const UsbStorage found = quorvel::desktop::StorageToCopyTo();
-    unsetenv("QUORVEL_USB_DIR");
     EXPECT_EQ(storage.error, 0);
     EXPECT_EQ(storage.folder, "/some/folder");
     EXPECT_FALSE(storage.mountId.has_value());
-    EXPECT_NE(found.folder, "/some/folder");
+}
+
+TEST(UsbStorageReadTest, EmptyFolderFromTheEnvironmentStandsForNothing) {
+    const ScopedVariable variable("QUORVEL_USB_DIR", "");
+    EXPECT_EQ(quorvel::desktop::StorageToCopyTo().error, FindUsbStorage().error);
 }
 
 // A stick that is plugged in, as far as this process can tell, and really mounted.
@@ -182,12 +183,7 @@ protected:
         }
         m_Image = std::make_unique<LoopImage>(m_Scratch.Path(), "ext4", 16 * 1024 * 1024);
         m_Image->Mount("rw");
-        setenv("XDG_STATE_HOME", m_Scratch.Path().c_str(), 1);
         std::filesystem::rename(m_State, m_Scratch.Path() / "quorvel");
-    }
-    void TearDown() override {
-        m_Stick.reset();
-        unsetenv("XDG_STATE_HOME");
     }
 
     dev_t ImageNumber() const {
@@ -201,7 +197,10 @@ protected:
     // The image is what the built-in disk holds.
     void BuildIn() { m_Stick = std::make_unique<UsbStick>(makedev(65, 1), ImageNumber()); }
 
+    ScopedVariable m_StateHome{"XDG_STATE_HOME", m_Scratch.Path().string()};
+    ScopedVariable m_NoUsbFolder{"QUORVEL_USB_DIR", std::nullopt};
     std::unique_ptr<LoopImage> m_Image;
+    // Goes before the image, which is unmounted with the help of the system's own devices.
     std::unique_ptr<UsbStick> m_Stick;
 };
 
