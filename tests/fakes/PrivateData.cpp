@@ -63,7 +63,11 @@ int ExitStatusOf(pid_t child) {
     if (waitpid(child, &status, 0) != child) {
         return EXIT_FAILURE;
     }
-    return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+    const int result = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+    if (result > 128) {
+        std::fprintf(stderr, "quorvel_tests: ended by signal %d\n", result - 128);
+    }
+    return result;
 }
 
 }  // namespace
