@@ -1,7 +1,8 @@
 #!/usr/bin/env python3
 """Checks that what the documents name exists: paths, commands, options, presets, tests, labels,
-environment variables, operations, links; that the architecture page has every source file; that the
-README is short and its tree true; that the change log is at the version of the build.
+environment variables, operations, links; that the architecture page has every source file and the
+testing page every test file; that the README is short and its tree true; that the change log is at
+the version of the build.
 
 usage: check_documents.py ROOT [BUILD-DIR]
 
@@ -18,8 +19,9 @@ from markdown import Document
 from repository import Repository
 
 README_LINES = 100
-ARCHITECTURE = "docs/architecture.md"
-ON_ARCHITECTURE = ("inc/", "src/", "platform/")
+# Pages, and the files that each of them has to name.
+INDEXES = {"docs/architecture.md": r"(inc|src|platform)/",
+           "docs/testing.md": r"tests/(?!fakes/).*Test\.cpp$"}
 
 FILE_ENDINGS = (".cpp", ".edc", ".edj", ".h", ".in", ".json", ".log", ".md", ".png", ".py", ".svg",
                 ".txt", ".webp", ".xml")
@@ -51,7 +53,8 @@ class Checker:
             for number, target in self.document.links:
                 self.check_link(number, target)
         self.check_readme()
-        self.check_architecture()
+        for page, pattern in INDEXES.items():
+            self.check_index(page, pattern)
         self.check_change_log()
         return self.faults
 
@@ -305,13 +308,12 @@ class Checker:
                 self.fault(number, f"no file or folder {path} for the tree")
         return named
 
-    def check_architecture(self):
-        page = self.open_document(ARCHITECTURE)
-        if page is None:
+    def check_index(self, page, pattern):
+        if self.open_document(page) is None:
             return
-        named = {span for _, span in page.spans}
-        for name in sorted(self.repository.files):
-            if name.startswith(ON_ARCHITECTURE) and name not in named:
+        named = {span for _, span in self.document.spans}
+        for name in sorted(self.repository.files - named):
+            if re.match(pattern, name):
                 self.fault(1, f"{name} is missing")
 
     def check_change_log(self):

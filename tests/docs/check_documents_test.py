@@ -25,6 +25,7 @@ FILES = {
                  "script/\ndocs/\n```\n",
     "CHANGELOG.md": "# Changes\n\n## 1.2.3\n",
     "docs/architecture.md": "# Architecture\n\n## Files\n\n| `inc/QELToy.h` `src/QELToy.cpp` | toy |\n",
+    "docs/testing.md": "# Testing\n",
 }
 TESTS = {"QELToyTest.Runs": {"unit"}, "lint.format": {"lint"}}
 
@@ -163,6 +164,12 @@ class CheckDocumentsTest(unittest.TestCase):
         self.write("src/QELNew.cpp", "")
         self.assertEqual(self.faults(), ["docs/architecture.md:1: src/QELNew.cpp is missing"])
 
+    def test_test_file_missing_from_the_testing_page(self):
+        self.write("docs/QELToyTest.cpp", "")
+        self.assertEqual(self.faults(), [])
+        self.write("tests/QELToyTest.cpp", "")
+        self.assertIn("docs/testing.md:1: tests/QELToyTest.cpp is missing", self.faults())
+
     def test_missing_document(self):
         os.remove(os.path.join(self.root, "docs/architecture.md"))
         self.assertIn("docs/architecture.md: missing", self.faults())
@@ -176,7 +183,7 @@ class CheckDocumentsTest(unittest.TestCase):
         self.assertRegex(self.faults()[0], "no file or folder src/QELGone.cpp for the tree$")
 
     def test_folder_missing_from_the_tree(self):
-        self.write("tests/ToyTest.cpp", "")
+        self.write("tests/toy.sh", "")
         self.assertEqual(self.faults(), ["README.md:1: tests/ is missing from the tree"])
 
     def test_version(self):
