@@ -98,7 +98,7 @@ void Log::m_ChooseLevel() {
 
 void Log::m_OpenFile() {
     try {
-        m_File = std::make_unique<LogFile>(platform::LogFilePath(), kMaxFileBytes, kOldFiles);
+        m_File = std::make_unique<LogFile>(LogFilePath(), kMaxFileBytes, kOldFiles);
     } catch (const std::exception& error) {
         const std::string text = std::string("no log file is written: ") + error.what();
         m_Terminal.Put({kOwnTag, spdlog::level::err, text});

@@ -2,8 +2,12 @@
 
 #include <sys/socket.h>
 #include <sys/stat.h>
+#include <sys/un.h>
 #include <unistd.h>
 
+#include <array>
+#include <cerrno>
+#include <cstring>
 #include <utility>
 
 #include "instance.h"
@@ -13,146 +17,174 @@ namespace quorvel::desktop {
 
 namespace {
 
-constexpr double kSenderTimeoutSeconds = 5.0;
-constexpr int kMaxSenders = 64;
+constexpr std::size_t kMaxSenders = 64;
 
 // The folder lets nobody else in; this is the second bolt.
-bool IsOfThisUser(Ecore_Con_Client* client) {
+bool IsOfThisUser(int socket) {
     ucred peer{};
     socklen_t size = sizeof(peer);
-    const int socket = ecore_con_client_fd_get(client);
     return getsockopt(socket, SOL_SOCKET, SO_PEERCRED, &peer, &size) == 0 && peer.uid == geteuid();
 }
 
-// For a local socket the toolkit sets an option that only network sockets have, and logs an error
-// at each start, which says nothing about this program.
-Ecore_Con_Server* AddServerQuietly(const std::string& path) {
-    const int level = eina_log_domain_level_get("ecore_con");
-    eina_log_domain_level_set("ecore_con", EINA_LOG_LEVEL_CRITICAL);
-    Ecore_Con_Server* server =
-        ecore_con_server_add(ECORE_CON_LOCAL_SYSTEM, path.c_str(), -1, nullptr);
-    eina_log_domain_level_set("ecore_con", level);
-    return server;
+// The mode is set before the socket gets its name, so at no moment can others write to it.
+bool BindAndListen(int socket, const std::string& path) {
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    path.copy(static_cast<char*>(address.sun_path), sizeof(address.sun_path) - 1);
+    unlink(path.c_str());
+    return fchmod(socket, S_IRUSR | S_IWUSR) == 0 &&
+           bind(socket, reinterpret_cast<sockaddr*>(&address), sizeof(address)) == 0 &&
+           listen(socket, SOMAXCONN) == 0;
 }
 
 }  // namespace
 
-RequestServer::RequestServer(std::string path, Receiver receiver)
-    : m_Path(std::move(path)), m_Receiver(std::move(receiver)) {
-    ecore_con_init();
+// One sender. Owned by the server; gone when it is answered, refused or has left.
+class RequestServer::Connection {
+public:
+    Connection(RequestServer& server, Sender sender, int socket)
+        : m_Server(server),
+          m_Sender(sender),
+          m_Socket(socket),
+          m_Handler(
+              ecore_main_fd_handler_add(socket, ECORE_FD_READ, OnReadable, this, nullptr, nullptr)),
+          m_Timer(ecore_timer_add(server.m_TimeoutSeconds, OnTimeout, this)) {}
+
+    ~Connection() {
+        m_StopReading();
+        close(m_Socket);
+    }
+    Connection(const Connection&) = delete;
+    Connection& operator=(const Connection&) = delete;
+
+    // One byte into an empty line: it fits, or the sender has gone.
+    void Answer(char answer) const {
+        (void)send(m_Socket, &answer, 1, MSG_NOSIGNAL | MSG_DONTWAIT);
+    }
+
+private:
+    void m_StopReading() {
+        if (m_Handler != nullptr) {
+            ecore_main_fd_handler_del(std::exchange(m_Handler, nullptr));
+        }
+        if (m_Timer != nullptr) {
+            ecore_timer_del(std::exchange(m_Timer, nullptr));
+        }
+    }
+
+    static Eina_Bool OnReadable(void* data, Ecore_Fd_Handler*) {
+        static_cast<Connection*>(data)->m_Read();
+        return ECORE_CALLBACK_RENEW;
+    }
+
+    static Eina_Bool OnTimeout(void* data) {
+        auto* self = static_cast<Connection*>(data);
+        self->m_Timer = nullptr;
+        self->m_Server.m_Refuse(self->m_Sender, "it takes too long");
+        return ECORE_CALLBACK_CANCEL;
+    }
+
+    // The object may be gone afterwards.
+    void m_Read() {
+        std::array<char, 16384> part{};
+        const ssize_t size = recv(m_Socket, part.data(), part.size(), MSG_DONTWAIT);
+        if (size < 0 && (errno == EAGAIN || errno == EINTR)) {
+            return;
+        }
+        if (size <= 0) {
+            m_Server.m_Refuse(m_Sender, "it ends too early");
+            return;
+        }
+        m_Received.append(part.data(), static_cast<std::size_t>(size));
+        m_Judge();
+    }
+
+    void m_Judge() {
+        KeyValues values;
+        switch (DecodeMessage(m_Received, values)) {
+            case Decoded::kIncomplete:
+                return;
+            case Decoded::kComplete:
+                m_StopReading();
+                m_Server.m_Receiver(std::move(values), m_Sender);
+                return;
+            case Decoded::kGarbage:
+                m_Server.m_Refuse(m_Sender, "it is not a request");
+                return;
+            case Decoded::kTooLong:
+                m_Server.m_Refuse(m_Sender, "it is too long");
+                return;
+        }
+    }
+
+    RequestServer& m_Server;
+    Sender m_Sender;
+    int m_Socket;
+    Ecore_Fd_Handler* m_Handler;
+    Ecore_Timer* m_Timer;
+    std::string m_Received;
+};
+
+RequestServer::RequestServer(std::string path, Receiver receiver, double timeoutSeconds)
+    : m_Path(std::move(path)), m_Receiver(std::move(receiver)), m_TimeoutSeconds(timeoutSeconds) {
+    ecore_init();
 }
 
 RequestServer::~RequestServer() {
     Close();
-    ecore_con_shutdown();
+    ecore_shutdown();
 }
 
 bool RequestServer::Listen() {
-    unlink(m_Path.c_str());
-    m_Server = AddServerQuietly(m_Path);
-    if (m_Server == nullptr || chmod(m_Path.c_str(), S_IRUSR | S_IWUSR) != 0) {
-        LogError("cannot listen on " + m_Path);
+    m_Socket = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
+    if (m_Socket < 0 || !BindAndListen(m_Socket, m_Path)) {
+        LogError("cannot listen on " + m_Path + ": " + std::strerror(errno));
         return false;
     }
-    ecore_con_server_client_limit_set(m_Server, kMaxSenders, EINA_FALSE);
-    m_Handlers[0] = ecore_event_handler_add(ECORE_CON_EVENT_CLIENT_ADD, OnConnect, this);
-    m_Handlers[1] = ecore_event_handler_add(ECORE_CON_EVENT_CLIENT_DATA, OnReceive, this);
-    m_Handlers[2] = ecore_event_handler_add(ECORE_CON_EVENT_CLIENT_DEL, OnDisconnect, this);
+    m_Handler =
+        ecore_main_fd_handler_add(m_Socket, ECORE_FD_READ, OnConnect, this, nullptr, nullptr);
     return true;
 }
 
 void RequestServer::Accept(Sender sender) {
-    for (const auto& [client, connection] : m_Connections) {
-        if (connection.sender == sender) {
-            m_Answer(client, kAccepted);
-            return;
-        }
+    const auto found = m_Connections.find(sender);
+    if (found != m_Connections.end()) {
+        found->second->Answer(kAccepted);
+        m_Connections.erase(found);
     }
 }
 
 void RequestServer::Close() {
-    for (Ecore_Event_Handler*& handler : m_Handlers) {
-        if (handler != nullptr) {
-            ecore_event_handler_del(handler);
-            handler = nullptr;
-        }
-    }
-    if (m_Server != nullptr) {
-        ecore_con_server_del(m_Server);
-        m_Server = nullptr;
+    m_Connections.clear();
+    if (m_Handler != nullptr) {
+        ecore_main_fd_handler_del(std::exchange(m_Handler, nullptr));
         unlink(m_Path.c_str());
     }
-    m_Connections.clear();
+    if (m_Socket >= 0) {
+        close(std::exchange(m_Socket, -1));
+    }
 }
 
-Eina_Bool RequestServer::OnConnect(void* data, int, void* event) {
+Eina_Bool RequestServer::OnConnect(void* data, Ecore_Fd_Handler*) {
     auto* self = static_cast<RequestServer*>(data);
-    Ecore_Con_Client* client = static_cast<Ecore_Con_Event_Client_Add*>(event)->client;
-    if (ecore_con_client_server_get(client) != self->m_Server) {
-        return ECORE_CALLBACK_PASS_ON;
+    const int socket = accept4(self->m_Socket, nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK);
+    if (socket < 0) {
+        return ECORE_CALLBACK_RENEW;
     }
-    ecore_con_client_timeout_set(client, kSenderTimeoutSeconds);
-    self->m_Connections[client] = {++self->m_LastSender, {}, false};
-    if (!IsOfThisUser(client)) {
-        self->m_Refuse(client, "it comes from another user");
+    const Sender sender = ++self->m_LastSender;
+    self->m_Connections[sender] = std::make_unique<Connection>(*self, sender, socket);
+    if (!IsOfThisUser(socket)) {
+        self->m_Refuse(sender, "it comes from another user");
+    } else if (self->m_Connections.size() > kMaxSenders) {
+        self->m_Refuse(sender, "too many come at once");
     }
-    return ECORE_CALLBACK_PASS_ON;
+    return ECORE_CALLBACK_RENEW;
 }
 
-Eina_Bool RequestServer::OnReceive(void* data, int, void* event) {
-    auto* self = static_cast<RequestServer*>(data);
-    const auto* received = static_cast<Ecore_Con_Event_Client_Data*>(event);
-    const auto found = self->m_Connections.find(received->client);
-    if (found != self->m_Connections.end()) {
-        found->second.received.append(static_cast<const char*>(received->data),
-                                      static_cast<std::size_t>(received->size));
-        self->m_Judge(received->client, found->second);
-    }
-    return ECORE_CALLBACK_PASS_ON;
-}
-
-Eina_Bool RequestServer::OnDisconnect(void* data, int, void* event) {
-    auto* self = static_cast<RequestServer*>(data);
-    const auto found =
-        self->m_Connections.find(static_cast<Ecore_Con_Event_Client_Del*>(event)->client);
-    if (found != self->m_Connections.end()) {
-        if (!found->second.delivered) {
-            LogError("a request is dropped: it ends too early or takes too long");
-        }
-        self->m_Connections.erase(found);
-    }
-    return ECORE_CALLBACK_PASS_ON;
-}
-
-void RequestServer::m_Judge(Ecore_Con_Client* client, Connection& connection) {
-    KeyValues values;
-    switch (connection.delivered ? Decoded::kGarbage : DecodeMessage(connection.received, values)) {
-        case Decoded::kIncomplete:
-            return;
-        case Decoded::kComplete:
-            connection.delivered = true;
-            connection.received.clear();
-            m_Receiver(std::move(values), connection.sender);
-            return;
-        case Decoded::kGarbage:
-            m_Refuse(client, "it is not a request");
-            return;
-        case Decoded::kTooLong:
-            m_Refuse(client, "it is too long");
-            return;
-    }
-}
-
-void RequestServer::m_Refuse(Ecore_Con_Client* client, const char* reason) {
-    LogError(std::string("a request is dropped: ") + reason);
-    m_Connections.erase(client);
-    m_Answer(client, kRefused);
-    ecore_con_client_del(client);
-}
-
-void RequestServer::m_Answer(Ecore_Con_Client* client, char answer) {
-    ecore_con_client_send(client, &answer, 1);
-    ecore_con_client_flush(client);
+void RequestServer::m_Refuse(Sender sender, const std::string& reason) {
+    LogError("a request is dropped: " + reason);
+    m_Connections[sender]->Answer(kRefused);
+    m_Connections.erase(sender);
 }
 
 }  // namespace quorvel::desktop

@@ -2,18 +2,21 @@
 #define QUORVEL_PLATFORM_DESKTOP_REQUEST_SERVER_H_
 
 #include <Ecore.h>
-#include <Ecore_Con.h>
 
 #include <functional>
 #include <map>
+#include <memory>
 #include <string>
 
 #include "launch_request.h"
 
 namespace quorvel::desktop {
 
-// Takes the requests of programs that are started while this one runs, from a local socket.
-// What is not a message, is too long or takes too long is dropped with one line in the log.
+// Takes the requests of programs that are started while this one runs, from a local socket that the
+// toolkit's main loop watches. What is not a message, is too long or takes too long is dropped with
+// one line in the log.
+// The toolkit's own service for local sockets is not used: it logs an error for each that it opens,
+// lets others write to it, and loses what a sender wrote that ends at once.
 // Owned by the main loop, which alone calls it and is called by it.
 class RequestServer {
 public:
@@ -21,8 +24,9 @@ public:
     using Sender = unsigned long;
     using Receiver = std::function<void(KeyValues request, Sender sender)>;
 
-    // path: where to listen. receiver: gets each request, inside the main loop.
-    RequestServer(std::string path, Receiver receiver);
+    // path: where to listen. receiver: gets each request, inside the main loop. timeoutSeconds: how
+    // long a sender may take.
+    RequestServer(std::string path, Receiver receiver, double timeoutSeconds = 5.0);
     ~RequestServer();
     RequestServer(const RequestServer&) = delete;
     RequestServer& operator=(const RequestServer&) = delete;
@@ -38,25 +42,17 @@ public:
     void Close();
 
 private:
-    struct Connection {
-        Sender sender;
-        std::string received;
-        bool delivered;
-    };
+    class Connection;
 
-    static Eina_Bool OnConnect(void* data, int type, void* event);
-    static Eina_Bool OnReceive(void* data, int type, void* event);
-    static Eina_Bool OnDisconnect(void* data, int type, void* event);
-
-    void m_Judge(Ecore_Con_Client* client, Connection& connection);
-    void m_Refuse(Ecore_Con_Client* client, const char* reason);
-    static void m_Answer(Ecore_Con_Client* client, char answer);
+    static Eina_Bool OnConnect(void* data, Ecore_Fd_Handler* handler);
+    void m_Refuse(Sender sender, const std::string& reason);
 
     std::string m_Path;
     Receiver m_Receiver;
-    Ecore_Con_Server* m_Server = nullptr;
-    Ecore_Event_Handler* m_Handlers[3] = {};
-    std::map<Ecore_Con_Client*, Connection> m_Connections;
+    double m_TimeoutSeconds;
+    int m_Socket = -1;
+    Ecore_Fd_Handler* m_Handler = nullptr;
+    std::map<Sender, std::unique_ptr<Connection>> m_Connections;
     Sender m_LastSender = 0;
 };
 

@@ -1,0 +1,137 @@
+// The order of the callbacks, and every way to an end, in programs of their own.
+
+#include <app.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <csignal>
+#include <memory>
+#include <string>
+
+#include "support/RecordedApp.h"
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::StartsWith;
+
+namespace {
+
+using MainLoopTest = RecordedApp;
+
+// The whole way of a program that somebody else ends.
+const std::vector<Event> kWholeLife = {"create", "control ", "terminate", "end"};
+
+TEST_F(MainLoopTest, CreateThenControlInsideTheMainLoop) {
+    const auto app = Start({"NAME=first"});
+    ASSERT_TRUE(AwaitEvent("control first"));
+    EXPECT_THAT(Events(), ElementsAre("create", "control first"));
+    EXPECT_THAT(Errors(*app), IsEmpty());
+}
+
+TEST_F(MainLoopTest, CloseRequestEndsTheLoopAndTerminateComesOnce) {
+    EXPECT_EQ(Run({"EXEPARAM=CLOSE"}), 0);
+    EXPECT_THAT(Events(), ElementsAre("create", "control CLOSE", "terminate", "end"));
+}
+
+TEST_F(MainLoopTest, TerminateComesOnceAfterSigterm) {
+    const auto app = Start();
+    ASSERT_TRUE(AwaitEvent("control "));
+    app->Signal(SIGTERM);
+    EXPECT_EQ(app->Exit(), 0);
+    EXPECT_EQ(Events(), kWholeLife);
+}
+
+TEST_F(MainLoopTest, TerminateComesOnceAfterSigint) {
+    const auto app = Start();
+    ASSERT_TRUE(AwaitEvent("control "));
+    app->Signal(SIGINT);
+    app->Signal(SIGINT);
+    EXPECT_EQ(app->Exit(), 0);
+    EXPECT_EQ(Events(), kWholeLife);
+}
+
+TEST_F(MainLoopTest, RefusedCreateEndsWithAnErrorAndWithoutTerminate) {
+    const auto app = Start({}, {{"REFUSE_CREATE", "1"}});
+    EXPECT_EQ(app->Exit(), 1);
+    EXPECT_THAT(Events(), ElementsAre("create", "end with an error"));
+    EXPECT_THAT(Errors(*app), ElementsAre("the application could not be created"));
+}
+
+TEST_F(MainLoopTest, CreateWithoutAWindowEndsWithAnError) {
+    const auto app = Start({}, {{"NO_WINDOW", "1"}});
+    EXPECT_EQ(app->Exit(), 1);
+    EXPECT_THAT(Events(), ElementsAre("create", "terminate", "end with an error"));
+    EXPECT_THAT(Errors(*app), ElementsAre("no window could be opened"));
+}
+
+TEST_F(MainLoopTest, UncaughtExceptionEndsTheProgram) {
+    EXPECT_EQ(Run({"EXEPARAM=THROW"}), -SIGABRT);
+    EXPECT_THAT(Events(), ElementsAre("create", "control THROW"));
+}
+
+TEST_F(MainLoopTest, ArgumentOfAnotherFormIsToldWithTheUsage) {
+    const auto app = Start({"EXEPARAM=CLOSE", "close"});
+    EXPECT_EQ(app->Exit(), 1);
+    EXPECT_THAT(Events(), ElementsAre("end with an error"));
+    EXPECT_THAT(Errors(*app),
+                ElementsAre("usage: quorvel [KEY=VALUE...] (not of this form: close)"));
+}
+
+TEST_F(MainLoopTest, NoDisplayIsToldWithinASecond) {
+    const auto start = std::chrono::steady_clock::now();
+    const auto app = Start({}, {{"ELM_DISPLAY", ""}});
+    EXPECT_EQ(app->Exit(), 1);
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(1));
+    EXPECT_THAT(Events(), ElementsAre("end with an error"));
+    EXPECT_THAT(Errors(*app),
+                ElementsAre("no display: neither DISPLAY nor WAYLAND_DISPLAY is set"));
+}
+
+TEST_F(MainLoopTest, DisplayThatIsNotThereIsTold) {
+    const auto x = Start({}, {{"ELM_DISPLAY", ""}, {"DISPLAY", ":64000"}});
+    EXPECT_EQ(x->Exit(), 1);
+    EXPECT_THAT(Errors(*x), ElementsAre("no display: cannot connect to :64000"));
+    const auto wayland = Start({}, {{"ELM_DISPLAY", ""}, {"WAYLAND_DISPLAY", "wayland-none"}});
+    EXPECT_EQ(wayland->Exit(), 1);
+    EXPECT_THAT(Errors(*wayland), ElementsAre("no display: cannot connect to wayland-none"));
+}
+
+// Listens as a display would, and says nothing.
+TEST_F(MainLoopTest, DisplayThatDoesNotAnswerIsNotWaitedFor) {
+    const int server = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    socklen_t size = sizeof(address);
+    auto* plain = reinterpret_cast<sockaddr*>(&address);
+    ASSERT_EQ(bind(server, plain, size), 0);
+    ASSERT_EQ(listen(server, 1), 0);
+    ASSERT_EQ(getsockname(server, plain, &size), 0);
+    const std::string display = "127.0.0.1:" + std::to_string(ntohs(address.sin_port) - 6000);
+    const auto app = Start({}, {{"ELM_DISPLAY", ""}, {"DISPLAY", display}});
+    EXPECT_EQ(app->Exit(), 1);
+    EXPECT_THAT(Errors(*app), ElementsAre("no display: cannot connect to " + display));
+    close(server);
+}
+
+TEST_F(MainLoopTest, SignalWhileStartingStillTerminates) {
+    const auto app = Start();
+    ASSERT_TRUE(AwaitEvent("create"));
+    app->Signal(SIGTERM);
+    EXPECT_EQ(app->Exit(), 0);
+    EXPECT_EQ(Count("terminate"), 1);
+}
+
+TEST_F(MainLoopTest, NullInsteadOfCallbacksIsAnError) {
+    std::string name = "quorvel";
+    char* arguments[] = {name.data(), nullptr};
+    ui_app_lifecycle_callback_s none{};
+    EXPECT_EQ(ui_app_main(1, static_cast<char**>(arguments), nullptr, nullptr),
+              APP_ERROR_INVALID_PARAMETER);
+    EXPECT_EQ(ui_app_main(1, nullptr, &none, nullptr), APP_ERROR_INVALID_PARAMETER);
+}
+
+}  // namespace

@@ -1,0 +1,140 @@
+// Several programs of one user at once.
+
+#include <sys/stat.h>
+
+#include <csignal>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "support/RecordedApp.h"
+#include "support/Socket.h"
+
+using testing::Contains;
+using testing::Each;
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::SizeIs;
+
+namespace {
+
+class OneInstanceTest : public RecordedApp {
+protected:
+    std::unique_ptr<ChildProgram> StartOwner() const {
+        auto owner = Start();
+        EXPECT_TRUE(AwaitEvent("control "));
+        return owner;
+    }
+};
+
+TEST_F(OneInstanceTest, SecondProgramHandsItsRequestOver) {
+    const auto owner = StartOwner();
+    const auto second = Start({"NAME=second"});
+    EXPECT_EQ(second->Exit(), 0);
+    EXPECT_THAT(Events(*owner), ElementsAre("create", "control ", "control second"));
+    EXPECT_THAT(Events(*second), ElementsAre("end"));
+}
+
+TEST_F(OneInstanceTest, CloseRequestClosesTheRunningOne) {
+    const auto owner = StartOwner();
+    EXPECT_EQ(Run({"EXEPARAM=CLOSE"}), 0);
+    EXPECT_EQ(owner->Exit(), 0);
+    EXPECT_THAT(Events(*owner),
+                ElementsAre("create", "control ", "control CLOSE", "terminate", "end"));
+}
+
+TEST_F(OneInstanceTest, SecondProgramNeedsNoDisplay) {
+    const auto owner = StartOwner();
+    EXPECT_EQ(Run({"EXEPARAM=CLOSE"}, {{"ELM_DISPLAY", ""}}), 0);
+    EXPECT_EQ(owner->Exit(), 0);
+}
+
+TEST_F(OneInstanceTest, WithoutASessionFolderItWorksToo) {
+    const Environment noSession{{"XDG_RUNTIME_DIR", ""}};
+    const auto owner = Start({}, noSession);
+    ASSERT_TRUE(AwaitEvent("control "));
+    EXPECT_EQ(Run({"EXEPARAM=CLOSE"}, noSession), 0);
+    EXPECT_EQ(owner->Exit(), 0);
+}
+
+TEST_F(OneInstanceTest, FolderThatOthersCanEnterIsRefused) {
+    const std::string folder = m_Folders.Root() / "tmp" / ("quorvel-" + std::to_string(geteuid()));
+    ASSERT_EQ(mkdir(folder.c_str(), 0700), 0);
+    ASSERT_EQ(chmod(folder.c_str(), 0777), 0);
+    const auto app = Start({}, {{"XDG_RUNTIME_DIR", ""}});
+    EXPECT_EQ(app->Exit(), 1);
+    EXPECT_THAT(Errors(*app), ElementsAre(folder + " is not a folder of yours that is closed to "
+                                                   "others"));
+}
+
+TEST_F(OneInstanceTest, OfTenAtOnceOneGetsAllRequests) {
+    std::vector<std::unique_ptr<ChildProgram>> programs;
+    for (int i = 0; i < 10; ++i) {
+        programs.push_back(Start({"NAME=request"}));
+    }
+    ASSERT_TRUE(AwaitEvent("control request", 10));
+    ASSERT_TRUE(AwaitEvent("end", 9));
+    EXPECT_EQ(Count("create"), 1);
+    EXPECT_EQ(Run({"EXEPARAM=CLOSE"}), 0);
+    for (const auto& program : programs) {
+        EXPECT_EQ(program->Exit(), 0);
+        EXPECT_THAT(Errors(*program), IsEmpty());
+        const std::vector<Event> events = Events(*program);
+        EXPECT_THAT(events, testing::AnyOf(SizeIs(1), SizeIs(1 + 10 + 3)));
+    }
+    EXPECT_EQ(Count("create"), 1);
+    EXPECT_EQ(Count("control request"), 10);
+}
+
+// Whoever comes when the running one is about to end gets a program of its own, in which the others
+// find theirs.
+TEST_F(OneInstanceTest, NoRequestIsLostWhenTheOwnerEnds) {
+    const auto owner = StartOwner();
+    std::vector<std::unique_ptr<ChildProgram>> programs;
+    for (int i = 0; i < 8; ++i) {
+        programs.push_back(Start({i == 3 ? "EXEPARAM=CLOSE" : "NAME=request"}));
+    }
+    ASSERT_TRUE(AwaitEvent("control request", 7));
+    EXPECT_EQ(owner->Exit(), 0);
+    EXPECT_EQ(Run({"EXEPARAM=CLOSE"}), 0);
+    for (const auto& program : programs) {
+        EXPECT_EQ(program->Exit(), 0);
+    }
+    EXPECT_EQ(Count("control request"), 7);
+    EXPECT_EQ(Count("create"), Count("terminate"));
+}
+
+TEST_F(OneInstanceTest, KilledOwnerIsSucceeded) {
+    const auto killed = StartOwner();
+    killed->Signal(SIGKILL);
+    EXPECT_EQ(killed->Exit(), -SIGKILL);
+    ASSERT_TRUE(std::filesystem::exists(m_Folders.Socket()));
+    EXPECT_EQ(Run({"EXEPARAM=CLOSE"}), 0);
+    EXPECT_EQ(Count("create"), 2);
+}
+
+// The patience of a second program, in full: ten seconds.
+TEST_F(OneInstanceTest, StoppedOwnerIsToldInBoundedTime) {
+    const auto owner = StartOwner();
+    owner->Signal(SIGSTOP);
+    const auto second = Start({"NAME=second"});
+    EXPECT_EQ(second->Exit(), 1);
+    EXPECT_THAT(Errors(*second),
+                ElementsAre("the running quorvel (process " + std::to_string(owner->Id()) +
+                            ") does not answer, the request is dropped"));
+    owner->Signal(SIGCONT);
+}
+
+TEST_F(OneInstanceTest, GarbageLeavesTheOwnerAlive) {
+    const auto owner = StartOwner();
+    Socket::Connect(m_Folders.Socket()).Send("no request");
+    Socket::Connect(m_Folders.Socket())
+        .Send(std::string("quorvel1\xff\xff\xff\x7f") + std::string(1000000, 'x'));
+    ASSERT_TRUE(Await([&] { return Errors(*owner).size() == 2; }));
+    EXPECT_THAT(Errors(*owner), ElementsAre("a request is dropped: it is not a request",
+                                            "a request is dropped: it is too long"));
+    EXPECT_EQ(Run({"EXEPARAM=CLOSE"}), 0);
+    EXPECT_EQ(owner->Exit(), 0);
+}
+
+}  // namespace

@@ -1,0 +1,112 @@
+// Writes log lines as its first argument says; see Scenarios.
+
+#include <dlog.h>
+
+#include <cerrno>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <functional>
+#include <map>
+#include <stdexcept>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace {
+
+constexpr int kFloodLines = 30000;
+
+int Info(const std::string& message) {
+    return __dlog_print(LOG_ID_MAIN, DLOG_INFO, "QEL", "%s", message.c_str());
+}
+
+int Error(const std::string& message) {
+    return __dlog_print(LOG_ID_SYSTEM, DLOG_ERROR, "QEL", "%s", message.c_str());
+}
+
+void TwoLines() {
+    Info("an information\n");
+    Error("an error\n");
+}
+
+// From eight threads at once, messages of two lines each.
+void Threads() {
+    std::vector<std::thread> threads;
+    for (int thread = 0; thread < 8; ++thread) {
+        threads.emplace_back([thread] {
+            for (int i = 0; i < 200; ++i) {
+                const std::string name = std::to_string(thread) + "/" + std::to_string(i);
+                Info("first " + name + "\nsecond " + name + "\n");
+            }
+        });
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+}
+
+void Flood() {
+    const std::string filling(100, '.');
+    for (int i = 0; i < kFloodLines; ++i) {
+        Info("line " + std::to_string(i) + " " + filling);
+    }
+}
+
+// Says on standard output when all is logged, and ends when it is told to.
+void FloodAndWait() {
+    Flood();
+    std::puts("logged");
+    std::fflush(stdout);
+    std::getchar();
+    Info("after the flood");
+    std::getchar();
+}
+
+void Results() {
+    errno = EBADF;
+    const int good = Info("good");
+    const bool kept = errno == EBADF;
+    const int noTag = __dlog_print(LOG_ID_MAIN, DLOG_INFO, nullptr, "%d", 1);
+    const int noPriority = __dlog_print(LOG_ID_MAIN, 77, "QEL", "%d", 1);
+    std::printf("%d %d %d %d\n", good, kept, noTag < 0, noPriority < 0);
+}
+
+// Waits to be told, so that the reader of its messages can go away meanwhile.
+void AfterReaderIsGone() {
+    std::getchar();
+    for (int i = 0; i < 10; ++i) {
+        Info("line " + std::to_string(i));
+    }
+}
+
+const std::map<std::string, std::function<void()>> kScenarios = {
+    {"two-lines", TwoLines},
+    {"inner-lines", [] { Error("one\n\ntwo\n\n\n"); }},
+    {"empty", [] { Info(""); }},
+    {"long", [] { Info("<" + std::string(300000, 'x') + ">"); }},
+    {"threads", Threads},
+    {"flood", Flood},
+    {"flood-and-wait", FloodAndWait},
+    {"results", Results},
+    {"reader-gone", AfterReaderIsGone},
+    {"throw",
+     [] {
+         TwoLines();
+         throw std::runtime_error("nobody catches this");
+     }},
+    {"kill",
+     [] {
+         TwoLines();
+         std::raise(SIGKILL);
+     }},
+};
+
+}  // namespace
+
+// What escapes from here is meant to.
+// NOLINTNEXTLINE(bugprone-exception-escape)
+int main(int, char** argv) {
+    kScenarios.at(argv[1])();
+    return 0;
+}

@@ -1,0 +1,105 @@
+// An application that writes down what the platform calls: "<process> create" and so on, a line
+// each, into the file $RECORD. Its requests: EXEPARAM=CLOSE ends it as the application does,
+// MINIMISE, RESTORE and QUIT do with the window what a user does, THROW lets an exception go.
+
+#include <Ecore_X.h>
+#include <Elementary.h>
+#include <app.h>
+#include <app_control_internal.h>
+#include <bundle.h>
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+
+namespace {
+
+Evas_Object* g_Window = nullptr;
+
+bool IsSet(const char* variable) {
+    return std::getenv(variable) != nullptr;
+}
+
+void Record(const std::string& event) {
+    const std::string line = std::to_string(getpid()) + " " + event + "\n";
+    const int file = open(std::getenv("RECORD"), O_WRONLY | O_APPEND | O_CREAT, 0600);
+    if (write(file, line.data(), line.size()) != static_cast<ssize_t>(line.size())) {
+        std::abort();
+    }
+    close(file);
+}
+
+void OnFocus(void*, Evas_Object*, void*) {
+    Record("focused");
+}
+
+bool Create(void* data) {
+    Record(data == &g_Window ? "create" : "create with other data");
+    if (IsSet("REFUSE_CREATE")) {
+        return false;
+    }
+    if (IsSet("NO_WINDOW")) {
+        return true;
+    }
+    g_Window = elm_win_util_standard_add("recording", "recording");
+    elm_win_autodel_set(g_Window, EINA_TRUE);
+    evas_object_smart_callback_add(g_Window, "focused", OnFocus, nullptr);
+    evas_object_resize(g_Window, 200, 100);
+    evas_object_show(g_Window);
+    return true;
+}
+
+void Terminate(void*) {
+    Record("terminate");
+    evas_object_del(g_Window);
+}
+
+void Pause(void*) {
+    Record("pause");
+}
+
+void Resume(void*) {
+    Record("resume");
+}
+
+void Obey(std::string_view command) {
+    if (command == "CLOSE") {
+        evas_object_del(g_Window);
+        elm_exit();
+    } else if (command == "MINIMISE" || command == "RESTORE") {
+        elm_win_iconified_set(g_Window, command == "MINIMISE");
+    } else if (command == "QUIT") {
+        ecore_x_window_delete_request_send(elm_win_xwindow_get(g_Window));
+    } else if (command == "THROW") {
+        throw std::runtime_error("thrown on request");
+    }
+}
+
+std::string Value(bundle* values, const char* key) {
+    char* value = nullptr;
+    bundle_get_str(values, key, &value);
+    return value == nullptr ? "" : value;
+}
+
+void Control(app_control_h request, void*) {
+    bundle* values = nullptr;
+    if (app_control_to_bundle(request, &values) != APP_CONTROL_ERROR_NONE) {
+        std::abort();
+    }
+    const std::string command = Value(values, "EXEPARAM");
+    Record("control " + Value(values, "NAME") + command +
+           (ecore_main_loop_nested_get() > 0 ? "" : " outside the main loop"));
+    Obey(command);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    ui_app_lifecycle_callback_s callbacks{Create, Terminate, Pause, Resume, Control};
+    const int result = ui_app_main(argc, argv, &callbacks, &g_Window);
+    Record(result == APP_ERROR_NONE ? "end" : "end with an error");
+    return result == APP_ERROR_NONE ? 0 : 1;
+}
