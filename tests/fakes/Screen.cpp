@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
 #include <mutex>
 #include <ostream>
 #include <tuple>
@@ -212,10 +213,13 @@ bool Screen::PumpUntil(const std::function<bool()>& condition, std::chrono::mill
 }
 
 void Screen::Settle(Evas_Object* win) {
-    bool idle = false;
-    ecore_idler_add(OnIdle, &idle);
-    PumpUntil([&idle] { return idle; });
-    evas_smart_objects_calculate(evas_object_evas_get(win));
+    // What laying out leads to is only due in the next turn.
+    for (int turn = 0; turn < 2; ++turn) {
+        bool idle = false;
+        ecore_idler_add(OnIdle, &idle);
+        PumpUntil([&idle] { return idle; });
+        evas_smart_objects_calculate(evas_object_evas_get(win));
+    }
 }
 
 void Screen::Press(Evas_Object* win, const std::string& key) {
@@ -276,6 +280,23 @@ std::string Screen::FileOf(const Evas_Object* image) {
     const char* file = nullptr;
     elm_image_file_get(image, &file, nullptr);
     return file == nullptr ? "" : file;
+}
+
+bool Screen::HasPicture(const Evas_Object* image) {
+    int width = 0;
+    int height = 0;
+    elm_image_object_size_get(image, &width, &height);
+    return width > 0 && height > 0;
+}
+
+void Screen::WriteImage(const std::string& path, const Colour& colour) {
+    const int side = 16;
+    std::ofstream out(path, std::ios::binary | std::ios::trunc);
+    out << "P6\n" << side << " " << side << "\n255\n";
+    for (int i = 0; i < side * side; ++i) {
+        out << static_cast<char>(colour.red) << static_cast<char>(colour.green)
+            << static_cast<char>(colour.blue);
+    }
 }
 
 std::vector<std::string> Screen::TakeComplaints() {

@@ -98,6 +98,11 @@ public:
     static std::vector<int> ColourOf(const Evas_Object* obj);
     // The file that an image shows; empty when none.
     static std::string FileOf(const Evas_Object* image);
+    // Whether an image has a picture to show.
+    static bool HasPicture(const Evas_Object* image);
+
+    // Writes an image file of one colour.
+    static void WriteImage(const std::string& path, const Colour& colour);
 
     // What the toolkit complained about since the last call.
     static std::vector<std::string> TakeComplaints();

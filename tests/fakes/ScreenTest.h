@@ -4,6 +4,7 @@
 #include <gmock/gmock.h>
 
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "FakeLog.h"
@@ -39,6 +40,12 @@ protected:
 
     _appdata ad = {};
 };
+
+// The registration of a handler, as ToolkitCalls writes it down under the name.
+template <typename Handler>
+std::pair<const void* const, std::string> Named(Handler handler, const std::string& name) {
+    return {reinterpret_cast<const void*>(handler), name};
+}
 
 // An item that the rules accept: its pair (0x52, 0x14) is not block-listed.
 ResultItem AnalysableItem(const std::string& name);

@@ -23,6 +23,7 @@ struct Call_s {
 struct Recorder_s {
     bool recording = false;
     std::vector<Call_s> calls;
+    std::map<std::string, std::function<void()>> observers;
     int registrationsLeft = 0;
     std::thread::id mainThread;
 
@@ -67,6 +68,10 @@ void Record(const char* function, Arguments... arguments) {
     }
     if (recorder.recording) {
         recorder.calls.push_back({function, {ToArgument(arguments)...}});
+        const auto observer = recorder.observers.find(function);
+        if (observer != recorder.observers.end()) {
+            observer->second();
+        }
     }
 }
 
@@ -98,7 +103,12 @@ void ToolkitCalls::Start() {
         recorder.mainThread = std::this_thread::get_id();
     }
     recorder.calls.clear();
+    recorder.observers.clear();
     recorder.recording = true;
+}
+
+void ToolkitCalls::OnCall(const std::string& function, const std::function<void()>& observer) {
+    Recorder().observers[function] = observer;
 }
 
 std::vector<std::string> ToolkitCalls::Take(const Names& names,
@@ -197,6 +207,13 @@ void __wrap_elm_object_part_content_set(Evas_Object* obj, const char* part, Evas
 void __wrap_elm_object_part_content_set(Evas_Object* obj, const char* part, Evas_Object* content) {
     Record("elm_object_part_content_set", obj, part == nullptr ? "default" : part, content);
     __real_elm_object_part_content_set(obj, part, content);
+}
+
+void __real_elm_scroller_step_size_set(Evas_Object* obj, Evas_Coord x, Evas_Coord y);
+void __wrap_elm_scroller_step_size_set(Evas_Object* obj, Evas_Coord x, Evas_Coord y);
+void __wrap_elm_scroller_step_size_set(Evas_Object* obj, Evas_Coord x, Evas_Coord y) {
+    Record("elm_scroller_step_size_set", obj, x, y);
+    __real_elm_scroller_step_size_set(obj, x, y);
 }
 
 void __real_elm_table_pack(Evas_Object* table, Evas_Object* obj, int column, int row, int columns,

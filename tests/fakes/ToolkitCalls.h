@@ -1,6 +1,7 @@
 #ifndef QUORVEL_TESTS_TOOLKIT_CALLS_H_
 #define QUORVEL_TESTS_TOOLKIT_CALLS_H_
 
+#include <functional>
 #include <map>
 #include <string>
 #include <vector>
@@ -22,6 +23,8 @@ public:
     // "null".
     static std::vector<std::string> Take(const Names& names,
                                          const std::vector<std::string>& functions = {});
+    // Runs the observer before each call of the function that is recorded, until the next Start.
+    static void OnCall(const std::string& function, const std::function<void()>& observer);
     // How often the function was called since Start.
     static int Count(const std::string& function);
 

@@ -1,0 +1,434 @@
+#include "QELButtonLogCapture.h"
+
+#include <Elementary.h>
+
+#include <string>
+#include <system_error>
+#include <thread>
+#include <vector>
+
+#include "QELPopupLoading.h"
+#include "fakes/FailingNew.h"
+#include "fakes/FakeServices.h"
+#include "fakes/NoThreads.h"
+#include "fakes/PrivateData.h"
+#include "fakes/ScreenTest.h"
+
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::StartsWith;
+
+const char* const SOURCE = "QELButtonLogCapture.cpp";
+const char* const PREFIX = "<align=left left_margin=30 wrap=char>";
+
+class QELButtonLogCaptureTest : public ScreenTest {
+protected:
+    void SetUp() override {
+        ScreenTest::SetUp();
+        OpenWindow();
+        ToolkitCalls::Start();
+    }
+
+    // The button and the popup, as the main window makes them.
+    void Create() {
+        QELXmlParser::GetInstance();
+        QELPopupLoading::GetInstance()->Create(&ad);
+        m_button.Create(&ad);
+        evas_object_smart_callback_add(ad.logCaptureButton, "clicked", QELButtonLogCapture::OnPress,
+                                       &ad);
+        Screen::Settle(ad.win);
+        FakeLog::Clear();
+        ToolkitCalls::Start();
+    }
+
+    static bool WaitForEnd() {
+        return Screen::PumpUntil([] { return QELPopupLoading::m_Timer == nullptr; });
+    }
+    // A whole capture, OK included.
+    void Capture(int result) {
+        FakeServices::SetCopyResult(result);
+        evas_object_smart_callback_call(ad.logCaptureButton, "clicked", nullptr);
+        ASSERT_TRUE(WaitForEnd());
+        evas_object_smart_callback_call(QELPopupLoading::m_Button, "clicked", nullptr);
+    }
+
+    bool IsEnabled() const { return !elm_object_disabled_get(ad.logCaptureButton); }
+    static std::string Content() { return TextOf(QELPopupLoading::m_PopupLabel); }
+    static std::string CaptureCount() { return PrivateData::Read("num_of_log_capture"); }
+
+    QELButtonLogCapture m_button;
+};
+
+// --- create
+
+TEST_F(QELButtonLogCaptureTest, CreateWithoutRecordDoesNothing) {
+    m_button.Create(nullptr);
+    EXPECT_EQ(m_button.m_Box, nullptr);
+    EXPECT_THAT(ToolkitCalls::Take({}), IsEmpty());
+    EXPECT_THAT(FakeLog::Lines(), ElementsAre(ErrorLine("there is no appdata", SOURCE, "Create")));
+}
+
+TEST_F(QELButtonLogCaptureTest, CreateWithoutResultStoreMakesNoButton) {
+    const FailingNew failing(1);
+    m_button.Create(&ad);
+    EXPECT_TRUE(failing.HasFailed());
+    EXPECT_EQ(m_button.m_Box, nullptr);
+    EXPECT_EQ(ad.logCaptureButton, nullptr);
+    EXPECT_THAT(ToolkitCalls::Take({}), IsEmpty());
+    EXPECT_THAT(FakeLog::Lines(),
+                ElementsAre(ErrorLine("failed to get instance\n", "QELXmlParser.cpp")));
+}
+
+TEST_F(QELButtonLogCaptureTest, CreateBuildsAndPlacesInThisOrder) {
+    AddFailed(ItemOfType("bt", "A"));
+    m_button.Create(&ad);
+    ToolkitCalls::Names names = Names();
+    names.insert({m_button.m_Box, "box"});
+    EXPECT_THAT(ToolkitCalls::Take(names),
+                ElementsAre("elm_box_add(box, table)",                 //
+                            "elm_box_pack_end(table, box)",            //
+                            "elm_button_add(logCaptureButton, box)",   //
+                            "evas_object_show(box)",                   //
+                            "elm_table_pack(table, box, 1, 7, 1, 1)",  //
+                            "evas_object_show(logCaptureButton)",      //
+                            "elm_table_pack(table, logCaptureButton, 1, 7, 1, 1)"));
+    EXPECT_THAT(FakeLog::Lines(), ElementsAre(InfoLine("done Create", SOURCE, "Create")));
+}
+
+TEST_F(QELButtonLogCaptureTest, BoxIsHorizontalPaddedAndEmpty) {
+    Create();
+    EXPECT_TRUE(elm_box_horizontal_get(m_button.m_Box));
+    int horizontal = 0;
+    int vertical = 0;
+    elm_box_padding_get(m_button.m_Box, &horizontal, &vertical);
+    EXPECT_EQ(horizontal, 10);
+    EXPECT_EQ(vertical, 10);
+    EXPECT_EQ(elm_box_children_get(m_button.m_Box), nullptr);
+}
+
+TEST_F(QELButtonLogCaptureTest, ButtonAndBoxShareTheCellInTheBottomRow) {
+    Create();
+    EXPECT_EQ(Screen::CellOf(m_button.m_Box), (Cell{1, 7, 1, 1}));
+    EXPECT_EQ(Screen::CellOf(ad.logCaptureButton), (Cell{1, 7, 1, 1}));
+    EXPECT_TRUE(Screen::IsPacked(ad.table, m_button.m_Box));
+    EXPECT_TRUE(Screen::IsPacked(ad.table, ad.logCaptureButton));
+}
+
+TEST_F(QELButtonLogCaptureTest, ButtonHasItsStyleAndLabel) {
+    Create();
+    EXPECT_STREQ(elm_object_style_get(ad.logCaptureButton), "C_ButtonBasic_WhiteText");
+    EXPECT_EQ(TextOf(ad.logCaptureButton), "Log Capture");
+    EXPECT_TRUE(IsVisible(ad.logCaptureButton));
+    EXPECT_TRUE(IsEnabled());
+}
+
+TEST_F(QELButtonLogCaptureTest, SetTextWritesTheSameLabel) {
+    Create();
+    elm_object_text_set(ad.logCaptureButton, "x");
+    m_button.m_SetText(&ad);
+    EXPECT_EQ(TextOf(ad.logCaptureButton), "Log Capture");
+}
+
+TEST_F(QELButtonLogCaptureTest, ButtonHasTheFocusWithoutFailedItems) {
+    Create();
+    EXPECT_EQ(Screen::FocusedWidget(ad.win), ad.logCaptureButton);
+}
+
+TEST_F(QELButtonLogCaptureTest, ButtonDoesNotTakeTheFocusFromFailedItems) {
+    AddFailed(ItemOfType("bt", "A"));
+    Evas_Object* other = elm_button_add(ad.table);
+    elm_table_pack(ad.table, other, 0, 1, 1, 1);
+    evas_object_show(other);
+    elm_object_focus_set(other, EINA_TRUE);
+    Create();
+    EXPECT_EQ(Screen::FocusedWidget(ad.win), other);
+}
+
+// --- placing
+
+TEST_F(QELButtonLogCaptureTest, ShowCentresTheObjectInItsCell) {
+    Evas_Object* obj = evas_object_rectangle_add(evas_object_evas_get(ad.win));
+    m_button.m_Show(&ad, obj, TABLE_LOCATION_LOG_CAPTURE);
+    double x = 0;
+    double y = 0;
+    evas_object_size_hint_weight_get(obj, &x, &y);
+    EXPECT_DOUBLE_EQ(x, 0.8);
+    EXPECT_DOUBLE_EQ(y, 1.0);
+    evas_object_size_hint_align_get(obj, &x, &y);
+    EXPECT_DOUBLE_EQ(x, 0.5);
+    EXPECT_DOUBLE_EQ(y, -1.0);
+    EXPECT_TRUE(IsVisible(obj));
+    EXPECT_EQ(Screen::CellOf(obj), (Cell{1, 7, 1, 1}));
+    EXPECT_THAT(FakeLog::Lines(), IsEmpty());
+}
+
+TEST_F(QELButtonLogCaptureTest, OtherLocationsAreShownButNotPlaced) {
+    for (const int location : {0, 1, 2, 3, 4, 5, 6, 8, 9}) {
+        FakeLog::Clear();
+        Evas_Object* obj = evas_object_rectangle_add(evas_object_evas_get(ad.win));
+        m_button.m_Show(&ad, obj, static_cast<app_table_location_e>(location));
+        EXPECT_TRUE(IsVisible(obj));
+        EXPECT_FALSE(Screen::IsPacked(ad.table, obj));
+        EXPECT_THAT(FakeLog::Lines(),
+                    ElementsAre(ErrorLine("there is no information about table location", SOURCE,
+                                          "m_Show")));
+    }
+}
+
+// --- press
+
+TEST_F(QELButtonLogCaptureTest, PressShowsThePopupWhileTheCopyRuns) {
+    Create();
+    FakeServices::CloseGate();
+    QELButtonLogCapture::OnPress(&ad, ad.logCaptureButton, nullptr);
+    ASSERT_TRUE(Screen::PumpUntil(FakeServices::IsCopying));
+    EXPECT_TRUE(IsVisible(QELPopupLoading::m_Popup));
+    EXPECT_STREQ(elm_object_part_text_get(QELPopupLoading::m_Popup, "title,text"),
+                 "Capture Log To USB");
+    EXPECT_EQ(Content(), std::string(PREFIX) + "Log files are storing to USB...");
+    EXPECT_TRUE(elm_object_disabled_get(QELPopupLoading::m_Button));
+    EXPECT_TRUE(elm_progressbar_is_pulsing_get(QELPopupLoading::m_PopupProgress));
+    EXPECT_TRUE(QELPopupLoading::m_IsRunning);
+    EXPECT_TRUE(IsEnabled());
+}
+
+TEST_F(QELButtonLogCaptureTest, PressShowsSetsTextsAndStartsBeforeTheWorkerRuns) {
+    Create();
+    std::string content;
+    int begun = -1;
+    ToolkitCalls::OnCall("ecore_timer_add", [&content, &begun] {
+        content = Content();
+        begun = FakeServices::CopiesBegun();
+    });
+    QELButtonLogCapture::OnPress(&ad, ad.logCaptureButton, nullptr);
+    EXPECT_EQ(content, std::string(PREFIX) + "Log files are storing to USB...");
+    EXPECT_EQ(begun, 0);
+    ASSERT_TRUE(WaitForEnd());
+    const std::vector<std::string> calls = ToolkitCalls::Take(
+        {{QELPopupLoading::m_Popup, "popup"}}, {"evas_object_show", "elm_progressbar_pulse"});
+    ASSERT_FALSE(calls.empty());
+    EXPECT_EQ(calls.front(), "evas_object_show(popup)");
+}
+
+TEST_F(QELButtonLogCaptureTest, CopyRunsOnAThreadOfItsOwn) {
+    Create();
+    QELButtonLogCapture::OnPress(&ad, ad.logCaptureButton, nullptr);
+    ASSERT_TRUE(WaitForEnd());
+    EXPECT_EQ(FakeServices::CopiesBegun(), 1);
+    EXPECT_NE(FakeServices::CopyThread(), std::this_thread::get_id());
+}
+
+TEST_F(QELButtonLogCaptureTest, MainLoopStaysAliveDuringTheCopy) {
+    Create();
+    FakeServices::CloseGate();
+    QELButtonLogCapture::OnPress(&ad, ad.logCaptureButton, nullptr);
+    EXPECT_TRUE(Screen::PumpUntil([] { return FakeLog::Count("m_IsRunning 1") >= 4; }));
+    EXPECT_TRUE(FakeServices::IsCopying());
+}
+
+TEST_F(QELButtonLogCaptureTest, PressWithoutPopupStartsNothing) {
+    QELXmlParser::GetInstance();
+    m_button.Create(&ad);
+    FakeLog::Clear();
+    const FailingNew failing(1);
+    QELButtonLogCapture::OnPress(&ad, ad.logCaptureButton, nullptr);
+    EXPECT_TRUE(failing.HasFailed());
+    EXPECT_EQ(FakeServices::CopiesBegun(), 0);
+    EXPECT_THAT(FakeLog::Lines(),
+                ElementsAre(InfoLine("Log Capture button is pressed.", SOURCE, "OnPress"),
+                            ErrorLine("popupLoading is NULL", SOURCE, "OnPress")));
+}
+
+TEST_F(QELButtonLogCaptureTest, FailureToMakeTheThreadIsNotCaught) {
+    Create();
+    {
+        const NoThreads noThreads;
+        EXPECT_THROW(QELButtonLogCapture::OnPress(&ad, ad.logCaptureButton, nullptr),
+                     std::system_error);
+    }
+    EXPECT_TRUE(QELPopupLoading::m_IsRunning);
+    EXPECT_EQ(FakeServices::CopiesBegun(), 0);
+    QELPopupLoading::SetRunningFlag(false);
+}
+
+// --- the worker
+
+class QELButtonLogCaptureSuccessTest : public QELButtonLogCaptureTest,
+                                       public testing::WithParamInterface<int> {};
+
+TEST_P(QELButtonLogCaptureSuccessTest, EveryResultButMinusOneIsASuccess) {
+    PrivateData::Write("num_of_log_capture", "41\n");
+    Create();
+    Capture(GetParam());
+    EXPECT_EQ(Content(), std::string(PREFIX) + "Successfully stored log files to USB.");
+    EXPECT_EQ(CaptureCount(), "42\n");
+    EXPECT_FALSE(IsEnabled());
+    EXPECT_TRUE(LoggedInfo("retAutoApi = " + std::to_string(GetParam()), SOURCE));
+    EXPECT_TRUE(LoggedNoError());
+}
+
+INSTANTIATE_TEST_SUITE_P(Results, QELButtonLogCaptureSuccessTest, testing::Values(0, 1, -2, 255));
+
+TEST_F(QELButtonLogCaptureTest, FirstSuccessCreatesTheCounter) {
+    Create();
+    Capture(0);
+    EXPECT_EQ(CaptureCount(), "1\n");
+}
+
+TEST_F(QELButtonLogCaptureTest, MinusOneIsAFailure) {
+    Create();
+    Capture(-1);
+    EXPECT_EQ(Content(), std::string(PREFIX) + "Failed to store log files to USB.");
+    EXPECT_FALSE(PrivateData::Exists("num_of_log_capture"));
+    EXPECT_FALSE(QELButtonLogCapture::doCaptureLog);
+    EXPECT_TRUE(IsEnabled());
+    EXPECT_TRUE(LoggedInfo("retAutoApi = -1", SOURCE));
+}
+
+TEST_F(QELButtonLogCaptureTest, StuckCounterDoesNotMatter) {
+    PrivateData::Write("num_of_log_capture", "abc");
+    Create();
+    Capture(0);
+    EXPECT_EQ(Content(), std::string(PREFIX) + "Successfully stored log files to USB.");
+    EXPECT_EQ(CaptureCount(), "abc");
+    EXPECT_FALSE(IsEnabled());
+}
+
+TEST_F(QELButtonLogCaptureTest, WorkerCopiesThenCountsThenClearsTheFlag) {
+    PrivateData::Write("num_of_log_capture", "abc");
+    QELPopupLoading::GetInstance();
+    FakeLog::Clear();
+    QELButtonLogCapture::m_CaptureLog();
+    EXPECT_THAT(FakeLog::Lines(),
+                ElementsAre(InfoLine("retAutoApi = 0", SOURCE, "m_CaptureLog"),
+                            ErrorLine("failed to get data", "QELUtil.cpp", "IncreaseCount"),
+                            InfoLine("SetRunningFlag 0", "QELPopupLoading.cpp")));
+    EXPECT_EQ(QELPopupLoading::m_ResultText, "Successfully stored log files to USB.");
+    EXPECT_TRUE(QELButtonLogCapture::doCaptureLog);
+}
+
+TEST_F(QELButtonLogCaptureTest, FailedWorkerStoresItsTextAndClearsTheFlag) {
+    QELPopupLoading::GetInstance();
+    QELPopupLoading::m_IsRunning = true;
+    FakeLog::Clear();
+    FakeServices::SetCopyResult(-1);
+    QELButtonLogCapture::m_CaptureLog();
+    EXPECT_THAT(FakeLog::Lines(), ElementsAre(InfoLine("retAutoApi = -1", SOURCE, "m_CaptureLog"),
+                                              InfoLine("SetRunningFlag 0", "QELPopupLoading.cpp")));
+    EXPECT_EQ(QELPopupLoading::m_ResultText, "Failed to store log files to USB.");
+}
+
+TEST_F(QELButtonLogCaptureTest, WorkerWithoutPopupDoesNothing) {
+    QELPopupLoading::m_IsRunning = true;
+    {
+        const FailingNew failing(1);
+        QELButtonLogCapture::m_CaptureLog();
+        EXPECT_TRUE(failing.HasFailed());
+    }
+    EXPECT_TRUE(QELPopupLoading::m_IsRunning);
+    EXPECT_EQ(FakeServices::CopiesBegun(), 0);
+    EXPECT_THAT(FakeLog::Lines(),
+                ElementsAre(ErrorLine("popupLoading is NULL", SOURCE, "m_CaptureLog")));
+    QELPopupLoading::m_IsRunning = false;
+}
+
+// --- afterwards
+
+TEST_F(QELButtonLogCaptureTest, ButtonStaysEnabledUntilTheSuccessIsConfirmed) {
+    Create();
+    QELButtonLogCapture::OnPress(&ad, ad.logCaptureButton, nullptr);
+    ASSERT_TRUE(WaitForEnd());
+    EXPECT_TRUE(IsEnabled());
+    evas_object_smart_callback_call(QELPopupLoading::m_Button, "clicked", nullptr);
+    EXPECT_FALSE(IsEnabled());
+}
+
+TEST_F(QELButtonLogCaptureTest, FailureCanBeFollowedByAnotherTry) {
+    Create();
+    Capture(-1);
+    EXPECT_TRUE(IsEnabled());
+    Capture(0);
+    EXPECT_FALSE(IsEnabled());
+    EXPECT_EQ(FakeServices::CopiesBegun(), 2);
+    EXPECT_EQ(CaptureCount(), "1\n");
+}
+
+TEST_F(QELButtonLogCaptureTest, SpentButtonTakesNoKey) {
+    Create();
+    Capture(0);
+    Screen::Settle(ad.win);
+    FakeLog::Clear();
+    elm_object_focus_set(ad.logCaptureButton, EINA_TRUE);
+    Screen::Press(ad.win, "Return");
+    EXPECT_EQ(FakeLog::Count("Log Capture button is pressed."), 0);
+    EXPECT_EQ(FakeServices::CopiesBegun(), 1);
+}
+
+TEST_F(QELButtonLogCaptureTest, KeyOnTheFocusedButtonPressesIt) {
+    Create();
+    Screen::Press(ad.win, "Return");
+    EXPECT_TRUE(LoggedInfo("Log Capture button is pressed.", SOURCE));
+    EXPECT_TRUE(WaitForEnd());
+    EXPECT_EQ(FakeServices::CopiesBegun(), 1);
+}
+
+TEST_F(QELButtonLogCaptureTest, LaterConfirmationsLeaveTheButtonDisabled) {
+    Create();
+    Capture(0);
+    // An analysis: shown, finished, confirmed.
+    QELPopupLoading::GetInstance()->Show();
+    QELPopupLoading::GetInstance()->Start();
+    QELPopupLoading::SetRunningFlag(false);
+    ASSERT_TRUE(WaitForEnd());
+    evas_object_smart_callback_call(QELPopupLoading::m_Button, "clicked", nullptr);
+    EXPECT_FALSE(IsEnabled());
+    EXPECT_TRUE(QELButtonLogCapture::doCaptureLog);
+}
+
+TEST_F(QELButtonLogCaptureTest, ConfirmationWithoutCaptureOnlyLogs) {
+    Create();
+    QELButtonLogCapture::SetDisable(&ad, nullptr, nullptr);
+    EXPECT_TRUE(IsEnabled());
+    EXPECT_THAT(FakeLog::Lines(),
+                ElementsAre(InfoLine("Press OK in popup is pressed.", SOURCE, "SetDisable")));
+}
+
+TEST_F(QELButtonLogCaptureTest, ConfirmationWithoutRecordOnlyLogs) {
+    Create();
+    QELButtonLogCapture::doCaptureLog = true;
+    QELButtonLogCapture::SetDisable(nullptr, nullptr, nullptr);
+    EXPECT_TRUE(IsEnabled());
+    EXPECT_THAT(FakeLog::Lines(),
+                ElementsAre(InfoLine("Press OK in popup is pressed.", SOURCE, "SetDisable")));
+}
+
+// --- destroy
+
+TEST_F(QELButtonLogCaptureTest, DestroyDeletesTheButtonThenTheBox) {
+    Create();
+    ToolkitCalls::Names names = Names();
+    names.insert({m_button.m_Box, "box"});
+    m_button.Destroy(&ad);
+    EXPECT_THAT(ToolkitCalls::Take(names),
+                ElementsAre("evas_object_del(logCaptureButton)", "evas_object_del(box)"));
+    EXPECT_EQ(ad.logCaptureButton, nullptr);
+    EXPECT_EQ(m_button.m_Box, nullptr);
+    EXPECT_THAT(FakeLog::Lines(), IsEmpty());
+}
+
+TEST_F(QELButtonLogCaptureTest, DestroyBeforeCreateDeletesNothing) {
+    m_button.Destroy(&ad);
+    EXPECT_THAT(ToolkitCalls::Take({}), IsEmpty());
+}
+
+TEST_F(QELButtonLogCaptureTest, DestroyWithoutRecordDoesNothing) {
+    Create();
+    m_button.Destroy(nullptr);
+    EXPECT_THAT(ToolkitCalls::Take({}), IsEmpty());
+    EXPECT_NE(m_button.m_Box, nullptr);
+    EXPECT_THAT(FakeLog::Lines(), ElementsAre(ErrorLine("there is no appdata", SOURCE, "Destroy")));
+}
+
+}  // namespace

@@ -1,0 +1,735 @@
+#include "QELItemList.h"
+
+#include <Elementary.h>
+
+#include <cstdint>
+#include <cstdlib>
+#include <filesystem>
+#include <memory>
+#include <optional>
+#include <ostream>
+#include <stdexcept>
+#include <string>
+#include <system_error>
+#include <vector>
+
+#include "QELAnalysisData.h"
+#include "QELPopupLoading.h"
+#include "fakes/FailingNew.h"
+#include "fakes/FakeServices.h"
+#include "fakes/NoThreads.h"
+#include "fakes/ScreenTest.h"
+
+namespace fs = std::filesystem;
+
+namespace {
+
+using testing::Contains;
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::Not;
+
+const char* const SOURCE = "QELItemList.cpp";
+
+void* RowData(unsigned int index) {
+    return reinterpret_cast<void*>(static_cast<std::uintptr_t>(index));
+}
+
+class QELItemListTest : public ScreenTest {
+protected:
+    void SetUp() override {
+        ScreenTest::SetUp();
+        OpenWindow();
+        QELXmlParser::GetInstance();
+        ToolkitCalls::Start();
+        FakeLog::Clear();
+    }
+
+    void Create() {
+        m_list.Create(&ad);
+        Screen::Settle(ad.win);
+    }
+
+    // With the popup and the analysis store, as the press needs them.
+    void CreateForPress() {
+        QELPopupLoading::GetInstance()->Create(&ad);
+        QELAnalysisData::GetInstance();
+        Create();
+        FakeLog::Clear();
+        ToolkitCalls::Start();
+    }
+
+    void Press(unsigned int index) { QELItemList::OnPress(&ad, ad.itemList, Row(index)); }
+
+    static bool WaitForEnd() {
+        return Screen::PumpUntil([] { return QELPopupLoading::m_Timer == nullptr; });
+    }
+
+    // The text of the row as the toolkit asks for it; nothing when there is none.
+    std::optional<std::string> TextFor(unsigned int index, const char* part = "elm.text") const {
+        const std::unique_ptr<char, decltype(&std::free)> text(
+            QELItemList::m_GetItemText(RowData(index), ad.itemList, part), &std::free);
+        return text ? std::optional<std::string>(text.get()) : std::nullopt;
+    }
+
+    // The text that the row shows.
+    std::string ShownText(unsigned int index) const {
+        const char* text = elm_object_item_part_text_get(Row(index), "elm.text");
+        return text == nullptr ? "" : text;
+    }
+
+    Evas_Object* IconFor(unsigned int index, const char* part = "elm.swallow.icon") const {
+        return QELItemList::m_GetItemContent(RowData(index), ad.itemList, part);
+    }
+
+    QELItemList m_list;
+};
+
+// --- create
+
+TEST_F(QELItemListTest, CreateWithoutRecordDoesNothing) {
+    m_list.Create(nullptr);
+    EXPECT_EQ(m_list.m_bgItemList, nullptr);
+    EXPECT_THAT(ToolkitCalls::Take({}), IsEmpty());
+    EXPECT_THAT(FakeLog::Lines(), ElementsAre(ErrorLine("there is no appdata", SOURCE, "Create")));
+}
+
+TEST_F(QELItemListTest, CreateBuildsPlacesAndFocusesInThisOrder) {
+    AddFailed(ItemOfType("bt", "A"));
+    m_list.Create(&ad);
+    ToolkitCalls::Names names = Names();
+    names.insert({{m_list.m_bgItemList, "background"}, {Row(0), "row"}});
+    const std::vector<std::string> functions = {
+        "evas_object_rectangle_add", "evas_object_color_set", "elm_genlist_add",
+        "evas_object_show",          "elm_table_pack",        "elm_object_focus_set",
+        "elm_genlist_item_bring_in"};
+    EXPECT_THAT(ToolkitCalls::Take(names, functions),
+                ElementsAre("evas_object_rectangle_add(background, canvas)",         //
+                            "evas_object_color_set(background, 255, 255, 255, 10)",  //
+                            "elm_genlist_add(itemList, table)",                      //
+                            "evas_object_show(background)",                          //
+                            "elm_table_pack(table, background, 0, 1, 1, 7)",         //
+                            "evas_object_show(itemList)",                            //
+                            "elm_table_pack(table, itemList, 0, 1, 1, 7)",           //
+                            "elm_object_focus_set(itemList, 1)",                     //
+                            "elm_genlist_item_bring_in(row, 2)"));
+    EXPECT_THAT(FakeLog::Lines().back(), InfoLine("done Create", SOURCE, "Create"));
+}
+
+TEST_F(QELItemListTest, ListIsHomogeneousAndTakesSeveralSelections) {
+    AddFailed(ItemOfType("bt", "A"));
+    Create();
+    EXPECT_TRUE(elm_genlist_homogeneous_get(ad.itemList));
+    EXPECT_TRUE(elm_genlist_multi_select_get(ad.itemList));
+    EXPECT_FALSE(elm_object_disabled_get(ad.itemList));
+}
+
+TEST_F(QELItemListTest, ListLiesOverItsBackground) {
+    AddFailed(ItemOfType("bt", "A"));
+    Create();
+    EXPECT_EQ(Screen::AreaOf(m_list.m_bgItemList), Screen::AreaOf(ad.itemList));
+    EXPECT_THAT(Screen::PackedIn(ad.table), ElementsAre(m_list.m_bgItemList, ad.itemList));
+    EXPECT_THAT(Screen::ColourOf(m_list.m_bgItemList), ElementsAre(10, 10, 10, 10));
+}
+
+TEST_F(QELItemListTest, EveryFailedItemHasARowInTheStoresOrder) {
+    for (const char* name : {"C", "A", "B"}) {
+        AddFailed(ItemOfType("rnsc", name));
+        AddPassed(ItemOfType("rnsc", "passed"));
+    }
+    Create();
+    ASSERT_EQ(elm_genlist_items_count(ad.itemList), 3U);
+    EXPECT_EQ(ShownText(0), "C");
+    EXPECT_EQ(ShownText(1), "A");
+    EXPECT_EQ(ShownText(2), "B");
+    for (unsigned int i = 0; i < 3; ++i) {
+        EXPECT_EQ(elm_object_item_data_get(Row(i)), RowData(i));
+        EXPECT_EQ(elm_genlist_item_index_get(Row(i)), static_cast<int>(i) + 1);
+        EXPECT_EQ(elm_genlist_item_type_get(Row(i)), ELM_GENLIST_ITEM_NONE);
+        EXPECT_EQ(elm_genlist_item_parent_get(Row(i)), nullptr);
+    }
+}
+
+TEST_F(QELItemListTest, RowsHaveTheStyleAndCallbacksOfTheirClass) {
+    AddFailed(ItemOfType("bt", "A"));
+    Create();
+    const Elm_Genlist_Item_Class* rowClass = elm_genlist_item_item_class_get(Row(0));
+    EXPECT_STREQ(rowClass->item_style, "C_TextItem_WhiteSingleline02");
+    EXPECT_EQ(rowClass->func.text_get, &QELItemList::m_GetItemText);
+    EXPECT_EQ(rowClass->func.content_get, &QELItemList::m_GetItemContent);
+    EXPECT_EQ(rowClass->func.state_get, nullptr);
+    EXPECT_EQ(rowClass->func.del, nullptr);
+    EXPECT_EQ(ToolkitCalls::Count("elm_genlist_item_class_free"), 1);
+}
+
+TEST_F(QELItemListTest, FirstRowIsFocusedAtTheTop) {
+    for (int i = 0; i < 3; ++i) {
+        AddFailed(ItemOfType("bt", "A"));
+    }
+    Create();
+    EXPECT_EQ(Screen::FocusedWidget(ad.win), ad.itemList);
+    EXPECT_EQ(elm_object_focused_item_get(ad.itemList), Row(0));
+    EXPECT_EQ(Screen::AreaOf(elm_object_item_track(Row(0))).y, Screen::AreaOf(ad.itemList).y);
+    for (unsigned int i = 0; i < 3; ++i) {
+        EXPECT_FALSE(elm_genlist_item_selected_get(Row(i))) << i;
+    }
+}
+
+TEST_F(QELItemListTest, EmptyListIsDisabledWithoutFocus) {
+    AddPassed(ItemOfType("bt", "passed"));
+    Create();
+    EXPECT_EQ(elm_genlist_items_count(ad.itemList), 0U);
+    EXPECT_TRUE(elm_object_disabled_get(ad.itemList));
+    EXPECT_EQ(elm_object_focused_item_get(ad.itemList), nullptr);
+    EXPECT_EQ(ToolkitCalls::Count("elm_object_focus_set"), 0);
+    EXPECT_EQ(ToolkitCalls::Count("elm_genlist_item_class_free"), 1);
+    EXPECT_THAT(FakeLog::Lines(), ElementsAre(InfoLine("done Create", SOURCE, "Create")));
+}
+
+TEST_F(QELItemListTest, ArrowKeysMoveTheRowFocusWithoutSelecting) {
+    for (int i = 0; i < 3; ++i) {
+        AddFailed(ItemOfType("bt", "A"));
+    }
+    Create();
+    Screen::Press(ad.win, "Down");
+    EXPECT_EQ(elm_object_focused_item_get(ad.itemList), Row(1));
+    Screen::Press(ad.win, "Down");
+    EXPECT_EQ(elm_object_focused_item_get(ad.itemList), Row(2));
+    Screen::Press(ad.win, "Up");
+    EXPECT_EQ(elm_object_focused_item_get(ad.itemList), Row(1));
+    EXPECT_FALSE(elm_genlist_item_selected_get(Row(1)));
+    EXPECT_EQ(FakeLog::Count("an Item is pressed."), 0);
+}
+
+class QELItemListStoreTest : public ScreenTest {
+protected:
+    void SetUp() override {
+        ScreenTest::SetUp();
+        OpenWindow();
+        ToolkitCalls::Start();
+    }
+
+    QELItemList m_list;
+};
+
+TEST_F(QELItemListStoreTest, MissingStoreWhileTheListIsFilledLeavesItEmptyAndEnabled) {
+    const FailingNew failing(1);
+    m_list.m_CreateList(&ad);
+    EXPECT_TRUE(failing.HasFailed());
+    EXPECT_EQ(elm_genlist_items_count(ad.itemList), 0U);
+    EXPECT_FALSE(elm_object_disabled_get(ad.itemList));
+    EXPECT_THAT(FakeLog::Lines(),
+                ElementsAre(ErrorLine("failed to get instance\n", "QELXmlParser.cpp")));
+}
+
+TEST_F(QELItemListStoreTest, MissingStoreEndsCreateWithoutFocusOrLine) {
+    std::optional<FailingNew> failing;
+    failing.emplace(1);  // while the list is filled
+    ToolkitCalls::OnCall("elm_table_pack", [&failing] {
+        failing.reset();
+        failing.emplace(1);  // and again afterwards
+    });
+    m_list.Create(&ad);
+    EXPECT_TRUE(failing->HasFailed());
+    EXPECT_NE(m_list.m_bgItemList, nullptr);
+    EXPECT_TRUE(IsVisible(ad.itemList));
+    EXPECT_EQ(ToolkitCalls::Count("elm_object_focus_set"), 0);
+    EXPECT_EQ(FakeLog::Count("done Create"), 0);
+}
+
+// --- placing and focus
+
+TEST_F(QELItemListTest, ShowFillsTheListsCell) {
+    Create();
+    Evas_Object* obj = evas_object_rectangle_add(evas_object_evas_get(ad.win));
+    m_list.m_Show(&ad, obj, TABLE_LOCATION_ITEM_LIST);
+    double x = 0;
+    double y = 0;
+    evas_object_size_hint_weight_get(obj, &x, &y);
+    EXPECT_DOUBLE_EQ(x, 1.0);
+    EXPECT_DOUBLE_EQ(y, 1.0);
+    evas_object_size_hint_align_get(obj, &x, &y);
+    EXPECT_DOUBLE_EQ(x, -1.0);
+    EXPECT_DOUBLE_EQ(y, -1.0);
+    EXPECT_TRUE(IsVisible(obj));
+    EXPECT_EQ(Screen::CellOf(obj), (Cell{0, 1, 1, 7}));
+}
+
+TEST_F(QELItemListTest, OtherLocationsAreShownButNotPlaced) {
+    Create();
+    for (const int location : {0, 1, 2, 3, 5, 6, 7, 8, 9}) {
+        FakeLog::Clear();
+        Evas_Object* obj = evas_object_rectangle_add(evas_object_evas_get(ad.win));
+        m_list.m_Show(&ad, obj, static_cast<app_table_location_e>(location));
+        EXPECT_TRUE(IsVisible(obj));
+        EXPECT_FALSE(Screen::IsPacked(ad.table, obj));
+        EXPECT_THAT(FakeLog::Lines(),
+                    ElementsAre(ErrorLine("there is no information about table location", SOURCE,
+                                          "m_Show")));
+    }
+}
+
+TEST_F(QELItemListTest, FocusWithoutListIsRefused) {
+    m_list.m_OnFocus(nullptr, 0);
+    EXPECT_THAT(ToolkitCalls::Take({}), IsEmpty());
+    EXPECT_THAT(FakeLog::Lines(),
+                ElementsAre(ErrorLine("Evas_Object is NULL", SOURCE, "m_OnFocus")));
+}
+
+TEST_F(QELItemListTest, FocusOnAMissingRowFocusesTheListOnly) {
+    AddFailed(ItemOfType("bt", "A"));
+    Create();
+    FakeLog::Clear();
+    ToolkitCalls::Start();
+    m_list.m_OnFocus(ad.itemList, 1);
+    EXPECT_THAT(ToolkitCalls::Take(Names()), ElementsAre("elm_object_focus_set(itemList, 1)"));
+    EXPECT_THAT(FakeLog::Lines(),
+                ElementsAre(ErrorLine("focusedItem is NULL", SOURCE, "m_OnFocus")));
+}
+
+TEST_F(QELItemListTest, FocusBringsTheRowToTheTop) {
+    for (int i = 0; i < 100; ++i) {
+        AddFailed(ItemOfType("bt", "A"));
+    }
+    Create();
+    m_list.m_OnFocus(ad.itemList, 40);
+    EXPECT_TRUE(Screen::PumpUntil([this] {
+        const Evas_Object* row = elm_object_item_track(Row(40));
+        const bool atTop = row != nullptr && Screen::AreaOf(row).y == Screen::AreaOf(ad.itemList).y;
+        elm_object_item_untrack(Row(40));
+        return atTop;
+    }));
+    EXPECT_EQ(elm_object_focused_item_get(ad.itemList), Row(40));
+}
+
+// --- row texts
+
+struct RowText_s {
+    const char* what;
+    ResultItem item;
+    const char* text;
+};
+
+void PrintTo(const RowText_s& row, std::ostream* out) {
+    *out << row.what;
+}
+
+class QELItemListTextTest : public QELItemListTest,
+                            public testing::WithParamInterface<RowText_s> {};
+
+TEST_P(QELItemListTextTest, FollowsTheType) {
+    AddFailed(GetParam().item);
+    Create();
+    EXPECT_EQ(TextFor(0), GetParam().text);
+    EXPECT_EQ(ShownText(0), GetParam().text);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Rows, QELItemListTextTest,
+    testing::Values(
+        RowText_s{"bt", {{"type", "bt"}, {"connection", "paired"}, {"name", "N"}}, "bt paired"},
+        RowText_s{"wifi", {{"type", "wifi"}, {"connection", "X"}}, "wifi X"},
+        RowText_s{"withoutConnection", {{"type", "bt"}}, "bt "},
+        RowText_s{"prefixOfAType", {{"type", "w"}, {"connection", "X"}}, "w X"},
+        RowText_s{
+            "app", {{"type", "app"}, {"name", "N"}, {"opcode", "12"}, {"msgcode", "7"}}, "N(12,7)"},
+        RowText_s{"appWithoutCodes", {{"type", "app"}, {"name", "N"}}, "N(,)"},
+        RowText_s{"appWithEmptyCodes",
+                  {{"type", "app"}, {"name", "N"}, {"opcode", ""}, {"msgcode", ""}},
+                  "N(,)"},
+        RowText_s{"rnsc", {{"type", "rnsc"}, {"name", " N "}}, " N "},
+        RowText_s{"image", {{"type", "image"}, {"name", "Photo"}}, "Photo"},
+        RowText_s{"withoutName", {{"type", "image"}}, ""},
+        RowText_s{"nameInUtf8", {{"type", "rnsc"}, {"name", "Größe 크기"}}, "Größe 크기"}),
+    [](const auto& test) { return std::string(test.param.what); });
+
+TEST_F(QELItemListTest, UnknownTypeHasAnEmptyTextAndNoIcon) {
+    AddFailed(ItemOfType("printer", "N"));
+    m_list.Create(&ad);
+    FakeLog::Clear();
+    EXPECT_EQ(TextFor(0), "");
+    EXPECT_THAT(FakeLog::Lines(),
+                ElementsAre(ErrorLine("resultType is invalid -1", SOURCE, "m_GetItemText")));
+    FakeLog::Clear();
+    const Evas_Object* icon = IconFor(0);
+    ASSERT_NE(icon, nullptr);
+    EXPECT_FALSE(Screen::HasPicture(icon));
+    EXPECT_THAT(FakeLog::Lines(),
+                ElementsAre(ErrorLine("Not defined result type. -1", SOURCE, "m_GetItemContent"),
+                            InfoLine("resourcePath = ", SOURCE, "m_GetItemContent"),
+                            ErrorLine("Failed to set Resource = ", SOURCE, "m_GetItemContent")));
+}
+
+TEST_F(QELItemListTest, TextBelongsToEveryPartThatBeginsLikeIt) {
+    AddFailed(ItemOfType("rnsc", "N"));
+    m_list.Create(&ad);
+    EXPECT_EQ(TextFor(0, "elm.text"), "N");
+    EXPECT_EQ(TextFor(0, "elm.text.sub"), "N");
+    EXPECT_EQ(TextFor(0, "elm.textual"), "N");
+    EXPECT_EQ(TextFor(0, "elm.tex"), std::nullopt);
+    EXPECT_EQ(TextFor(0, "elm.swallow.icon"), std::nullopt);
+    EXPECT_EQ(TextFor(0, ""), std::nullopt);
+}
+
+TEST_F(QELItemListTest, NoTextBeyondTheStore) {
+    AddFailed(ItemOfType("rnsc", "N"));
+    m_list.Create(&ad);
+    FakeLog::Clear();
+    EXPECT_EQ(TextFor(1), std::nullopt);
+    EXPECT_EQ(TextFor(0xFFFFFFFFU), std::nullopt);
+    EXPECT_THAT(FakeLog::Lines(), IsEmpty());
+}
+
+TEST_F(QELItemListStoreTest, NoTextAndNoIconWithoutStore) {
+    Evas_Object* list = elm_genlist_add(ad.table);
+    {
+        const FailingNew failing(1);
+        EXPECT_EQ(QELItemList::m_GetItemText(nullptr, list, "elm.text"), nullptr);
+        EXPECT_TRUE(failing.HasFailed());
+    }
+    const FailingNew failing(1);
+    EXPECT_EQ(QELItemList::m_GetItemContent(nullptr, list, "elm.swallow.icon"), nullptr);
+    EXPECT_TRUE(failing.HasFailed());
+}
+
+// --- row icons
+
+struct RowIcon_s {
+    const char* type;
+    const char* path;
+};
+
+void PrintTo(const RowIcon_s& icon, std::ostream* out) {
+    *out << icon.type;
+}
+
+class QELItemListIconTest : public QELItemListTest,
+                            public testing::WithParamInterface<RowIcon_s> {};
+
+TEST_P(QELItemListIconTest, IsAResourceOfTheMenuByType) {
+    AddFailed(ItemOfType(GetParam().type, "N"));
+    const fs::path folder = fs::temp_directory_path() / "icons";
+    const fs::path file = folder / GetParam().path;
+    fs::create_directories(file.parent_path());
+    Screen::WriteImage(file, {250, 10, 10});
+    FakeServices::SetResourceFolder(folder);
+    m_list.Create(&ad);
+    FakeLog::Clear();
+
+    const Evas_Object* icon = IconFor(0);
+
+    ASSERT_NE(icon, nullptr);
+    EXPECT_EQ(Screen::FileOf(icon), file);
+    EXPECT_EQ(FakeServices::Lookups().back().appId, "org.tizen.menu");
+    EXPECT_EQ(FakeServices::Lookups().back().relativePath, GetParam().path);
+    EXPECT_THAT(FakeLog::Lines(), ElementsAre(InfoLine("resourcePath = " + file.string(), SOURCE,
+                                                       "m_GetItemContent")));
+    fs::remove_all(folder);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Types, QELItemListIconTest,
+    testing::Values(RowIcon_s{"bt", "Settings_Popup/device_icon/r_icon_device_s_bluetooth.webp"},
+                    RowIcon_s{"wifi", "Settings_Popup/device_icon/r_icon_device_s_wifi.webp"},
+                    RowIcon_s{"app", "Settings/menu_icon/4_general/setting_icon_general_s.webp"},
+                    RowIcon_s{"rnsc", "Settings_Popup/device_icon/r_icon_device_s_pc.webp"},
+                    RowIcon_s{"image", "Settings_Popup/device_icon/r_icon_device_s_pc.webp"}),
+    [](const auto& test) { return std::string(test.param.type); });
+
+TEST_F(QELItemListTest, IconIsSeenLeftOfTheText) {
+    AddFailed(ItemOfType("bt", "N"));
+    const fs::path folder = fs::temp_directory_path() / "icons";
+    fs::create_directories(folder / "Settings_Popup/device_icon");
+    Screen::WriteImage(folder / "Settings_Popup/device_icon/r_icon_device_s_bluetooth.webp",
+                       {250, 10, 10});
+    FakeServices::SetResourceFolder(folder);
+    Create();
+    const Picture picture = Screen::Render(ad.win);
+    const auto isRed = [](const Colour& colour) {
+        return colour.red > 200 && colour.green < 60 && colour.blue < 60;
+    };
+    const Area list = Screen::AreaOf(ad.itemList);
+    EXPECT_GE(picture.Count({list.x, list.y, 80, 80}, isRed), 30 * 30);
+    EXPECT_EQ(picture.Count({list.x + 80, list.y, list.width - 80, list.height}, isRed), 0);
+    fs::remove_all(folder);
+}
+
+TEST_F(QELItemListTest, MissingIconFileIsLoggedAndLeavesAnEmptyImage) {
+    AddFailed(ItemOfType("bt", "N"));
+    FakeServices::SetResourceFolder("/no/where");
+    m_list.Create(&ad);
+    FakeLog::Clear();
+    const Evas_Object* icon = IconFor(0);
+    const std::string path = "/no/where/Settings_Popup/device_icon/r_icon_device_s_bluetooth.webp";
+    EXPECT_THAT(
+        FakeLog::Lines(),
+        ElementsAre(InfoLine("resourcePath = " + path, SOURCE, "m_GetItemContent"),
+                    ErrorLine("Failed to set Resource = " + path, SOURCE, "m_GetItemContent")));
+    int width = 0;
+    int height = 0;
+    evas_object_size_hint_min_get(icon, &width, &height);
+    EXPECT_EQ(width, 35);
+    EXPECT_EQ(height, 35);
+}
+
+TEST_F(QELItemListTest, IconIsSeventyUnitsAtEveryScale) {
+    AddFailed(ItemOfType("bt", "N"));
+    m_list.Create(&ad);
+    const struct {
+        double scale;
+        int pixels;
+    } sizes[] = {{1.0, 35}, {2.0, 70}, {1.5, 53}, {0.5, 18}, {3.0, 105}};
+    for (const auto& size : sizes) {
+        elm_config_scale_set(size.scale);
+        const Evas_Object* icon = IconFor(0);
+        int width = 0;
+        int height = 0;
+        evas_object_size_hint_min_get(icon, &width, &height);
+        EXPECT_EQ(width, size.pixels) << size.scale;
+        EXPECT_EQ(height, size.pixels) << size.scale;
+        evas_object_size_hint_max_get(icon, &width, &height);
+        EXPECT_EQ(width, size.pixels) << size.scale;
+        EXPECT_EQ(height, size.pixels) << size.scale;
+    }
+    elm_config_scale_set(1.0);
+}
+
+TEST_F(QELItemListTest, IconBelongsToEveryPartThatBeginsLikeIt) {
+    AddFailed(ItemOfType("bt", "N"));
+    m_list.Create(&ad);
+    EXPECT_NE(IconFor(0, "elm.swallow.icon"), nullptr);
+    EXPECT_NE(IconFor(0, "elm.swallow.icon.1"), nullptr);
+    ToolkitCalls::Start();
+    EXPECT_EQ(IconFor(0, "elm.swallow.end"), nullptr);
+    EXPECT_EQ(IconFor(0, "elm.swallow.ico"), nullptr);
+    EXPECT_EQ(IconFor(0, "elm.text"), nullptr);
+    EXPECT_THAT(ToolkitCalls::Take({}), IsEmpty());
+}
+
+TEST_F(QELItemListTest, ImageIsMadeBeforeTheIndexIsChecked) {
+    AddFailed(ItemOfType("bt", "N"));
+    m_list.Create(&ad);
+    FakeLog::Clear();
+    ToolkitCalls::Start();
+    EXPECT_EQ(IconFor(1), nullptr);
+    EXPECT_EQ(ToolkitCalls::Count("elm_image_add"), 1);
+    EXPECT_THAT(FakeLog::Lines(), IsEmpty());
+}
+
+// --- press
+
+TEST_F(QELItemListTest, PressOfAnAcceptedRowShowsThePopupBeforeTheWorkerStarts) {
+    AddFailed(AnalysableItem("A"));
+    CreateForPress();
+    std::string title;
+    std::string content;
+    std::vector<std::string> flags;
+    ToolkitCalls::OnCall("ecore_timer_add", [&] {
+        title = elm_object_part_text_get(QELPopupLoading::m_Popup, "title,text");
+        content = TextOf(QELPopupLoading::m_PopupLabel);
+        flags = FakeLog::Messages();
+    });
+    Press(0);
+    EXPECT_TRUE(IsVisible(QELPopupLoading::m_Popup));
+    EXPECT_EQ(title, "Analyze");
+    EXPECT_EQ(content, "<align=left left_margin=30 wrap=char>Analysis is in progress...");
+    EXPECT_EQ(flags.back(), "SetRunningFlag 1");
+    EXPECT_EQ(FakeLog::Messages().front(), "an Item is pressed.");
+    const std::vector<std::string> calls = ToolkitCalls::Take(
+        {{QELPopupLoading::m_Popup, "popup"}}, {"evas_object_show", "elm_progressbar_pulse"});
+    EXPECT_EQ(calls.front(), "evas_object_show(popup)");
+    EXPECT_TRUE(WaitForEnd());
+}
+
+TEST_F(QELItemListTest, PressAnalysesThatItemAndReportsIt) {
+    AddFailed(AnalysableItem("A"));
+    AddFailed(AnalysableItem("B"));
+    CreateForPress();
+    Press(1);
+    ASSERT_TRUE(WaitForEnd());
+    EXPECT_FALSE(QELAnalysisData::GetInstance()->GetExcutedByUser(0));
+    EXPECT_TRUE(QELAnalysisData::GetInstance()->GetExcutedByUser(1));
+    EXPECT_EQ(QELAnalysisData::GetInstance()->GetAnalysisData(1), "\n1000\t1500\tB(1)\n\n");
+    EXPECT_EQ(TextOf(QELPopupLoading::m_PopupLabel),
+              "<align=left left_margin=30 wrap=char>Analysis is completed.");
+}
+
+TEST_F(QELItemListTest, PressOfARefusedRowShowsNothing) {
+    AddFailed(ItemOfType("rnsc", "A"));
+    CreateForPress();
+    Press(0);
+    EXPECT_FALSE(IsVisible(QELPopupLoading::m_Popup));
+    EXPECT_FALSE(QELPopupLoading::m_IsRunning);
+    EXPECT_THAT(FakeLog::Lines(),
+                ElementsAre(InfoLine("an Item is pressed.", SOURCE, "OnPress"),
+                            ErrorLine("not able to analyze RNSC test item", "QELAnalysisData.cpp"),
+                            ErrorLine("this Item is invalid", SOURCE, "OnPress")));
+}
+
+TEST_F(QELItemListTest, PressOfAnAnalysedRowIsRefused) {
+    AddFailed(AnalysableItem("A"));
+    CreateForPress();
+    Press(0);
+    ASSERT_TRUE(WaitForEnd());
+    FakeLog::Clear();
+    Press(0);
+    EXPECT_THAT(FakeLog::ErrorMessages(),
+                ElementsAre("m_IsExecutedByUser have true value", "this Item is invalid"));
+    EXPECT_EQ(QELPopupLoading::m_Timer, nullptr);
+}
+
+TEST_F(QELItemListTest, PressWithoutRowIsRefused) {
+    AddFailed(AnalysableItem("A"));
+    CreateForPress();
+    QELItemList::OnPress(&ad, ad.itemList, nullptr);
+    EXPECT_THAT(FakeLog::Lines(),
+                ElementsAre(InfoLine("an Item is pressed.", SOURCE, "OnPress"),
+                            ErrorLine("Elm_Object_Item is NULL", SOURCE, "OnPress")));
+}
+
+TEST_F(QELItemListTest, PressWithoutPopupIsRefused) {
+    AddFailed(AnalysableItem("A"));
+    Create();
+    FakeLog::Clear();
+    const FailingNew failing(1);
+    Press(0);
+    EXPECT_TRUE(failing.HasFailed());
+    EXPECT_THAT(FakeLog::Lines(),
+                ElementsAre(InfoLine("an Item is pressed.", SOURCE, "OnPress"),
+                            ErrorLine("popupLoading is NULL", SOURCE, "OnPress")));
+}
+
+TEST_F(QELItemListTest, PressWithoutAnalysisStoreIsSilent) {
+    AddFailed(AnalysableItem("A"));
+    QELPopupLoading::GetInstance()->Create(&ad);
+    Create();
+    FakeLog::Clear();
+    const FailingNew failing(1);
+    Press(0);
+    EXPECT_TRUE(failing.HasFailed());
+    EXPECT_FALSE(IsVisible(QELPopupLoading::m_Popup));
+    EXPECT_THAT(FakeLog::Lines(), ElementsAre(InfoLine("an Item is pressed.", SOURCE, "OnPress")));
+}
+
+TEST_F(QELItemListTest, MalformedCodeLeavesThePress) {
+    ResultItem item = AnalysableItem("A");
+    item["opcode"] = "xyz";
+    AddFailed(item);
+    item["opcode"] = "80000000";
+    AddFailed(item);
+    CreateForPress();
+    EXPECT_THROW(Press(0), std::invalid_argument);
+    EXPECT_THROW(Press(1), std::out_of_range);
+    EXPECT_FALSE(IsVisible(QELPopupLoading::m_Popup));
+}
+
+TEST_F(QELItemListTest, FailureToMakeTheThreadIsNotCaught) {
+    AddFailed(AnalysableItem("A"));
+    CreateForPress();
+    {
+        const NoThreads noThreads;
+        EXPECT_THROW(Press(0), std::system_error);
+    }
+    EXPECT_TRUE(QELPopupLoading::m_IsRunning);
+    EXPECT_FALSE(QELAnalysisData::GetInstance()->GetExcutedByUser(0));
+    QELPopupLoading::SetRunningFlag(false);
+}
+
+TEST_F(QELItemListTest, OkKeyPressesTheFocusedRow) {
+    AddFailed(ItemOfType("rnsc", "A"));
+    AddFailed(AnalysableItem("B"));
+    CreateForPress();
+    Screen::Press(ad.win, "Down");
+    Screen::Press(ad.win, "Return");
+    EXPECT_TRUE(LoggedInfo("an Item is pressed.", SOURCE));
+    EXPECT_TRUE(elm_genlist_item_selected_get(Row(1)));
+    ASSERT_TRUE(WaitForEnd());
+    EXPECT_TRUE(QELAnalysisData::GetInstance()->GetExcutedByUser(1));
+}
+
+// A detailed text has the item accepted before its codes are read, so the worker is the first to
+// read them, and nothing catches what it throws.
+class QELItemListDeathTest : public QELItemListTest {};
+
+TEST_F(QELItemListDeathTest, MalformedCodeOnTheWorkerEndsTheProcess) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    ResultItem item = AnalysableItem("A");
+    item["opcode"] = "xyz";
+    item["detailed"] = "cable";
+    AddFailed(item);
+    CreateForPress();
+    EXPECT_DEATH(
+        {
+            Press(0);
+            WaitForEnd();
+        },
+        "std::invalid_argument");
+}
+
+// --- unselect
+
+TEST_F(QELItemListTest, UnselectedRowIsSelectedAgain) {
+    AddFailed(ItemOfType("rnsc", "A"));
+    Create();
+    FakeLog::Clear();
+    QELItemList::OnUnselect(&ad, ad.itemList, Row(0));
+    EXPECT_TRUE(elm_genlist_item_selected_get(Row(0)));
+    EXPECT_THAT(FakeLog::Lines().front(), InfoLine("an Item is unselected.", SOURCE, "OnUnselect"));
+}
+
+TEST_F(QELItemListTest, UnselectWithoutRowIsRefused) {
+    QELItemList::OnUnselect(&ad, ad.itemList, nullptr);
+    EXPECT_THAT(FakeLog::Lines(),
+                ElementsAre(InfoLine("an Item is unselected.", SOURCE, "OnUnselect"),
+                            ErrorLine("Elm_Object_Item is NULL", SOURCE, "OnUnselect")));
+}
+
+TEST_F(QELItemListTest, PressOfASelectedRowLeavesItSelectedAndIsAPressAgain) {
+    AddFailed(ItemOfType("rnsc", "A"));
+    AddFailed(ItemOfType("rnsc", "B"));
+    CreateForPress();
+    evas_object_smart_callback_add(ad.itemList, "unselected", QELItemList::OnUnselect, &ad);
+    Screen::Press(ad.win, "Return");
+    Screen::Press(ad.win, "Return");
+    EXPECT_TRUE(elm_genlist_item_selected_get(Row(0)));
+    EXPECT_EQ(FakeLog::Count("an Item is pressed."), 2);
+    EXPECT_EQ(FakeLog::Count("an Item is unselected."), 1);
+    Screen::Press(ad.win, "Down");
+    Screen::Press(ad.win, "Return");
+    EXPECT_TRUE(elm_genlist_item_selected_get(Row(0)));
+    EXPECT_TRUE(elm_genlist_item_selected_get(Row(1)));
+}
+
+// --- destroy
+
+TEST_F(QELItemListTest, DestroyDeletesTheListThenItsBackground) {
+    AddFailed(ItemOfType("bt", "A"));
+    Create();
+    ToolkitCalls::Names names = Names();
+    names.insert({m_list.m_bgItemList, "background"});
+    FakeLog::Clear();
+    ToolkitCalls::Start();
+    m_list.Destroy(&ad);
+    EXPECT_THAT(ToolkitCalls::Take(names),
+                ElementsAre("evas_object_del(itemList)", "evas_object_del(background)"));
+    EXPECT_EQ(ad.itemList, nullptr);
+    EXPECT_EQ(m_list.m_bgItemList, nullptr);
+    EXPECT_THAT(FakeLog::Lines(), IsEmpty());
+}
+
+TEST_F(QELItemListTest, DestroyBeforeCreateDeletesNothing) {
+    m_list.Destroy(&ad);
+    EXPECT_THAT(ToolkitCalls::Take({}), IsEmpty());
+}
+
+TEST_F(QELItemListTest, DestroyWithoutRecordDoesNothing) {
+    Create();
+    FakeLog::Clear();
+    ToolkitCalls::Start();
+    m_list.Destroy(nullptr);
+    EXPECT_THAT(ToolkitCalls::Take({}), IsEmpty());
+    EXPECT_NE(m_list.m_bgItemList, nullptr);
+    EXPECT_THAT(FakeLog::Lines(), ElementsAre(ErrorLine("there is no appdata", SOURCE, "Destroy")));
+}
+
+}  // namespace

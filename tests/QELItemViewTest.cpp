@@ -1,0 +1,575 @@
+#include "QELItemView.h"
+
+#include <Elementary.h>
+
+#include <filesystem>
+#include <optional>
+#include <ostream>
+#include <string>
+#include <vector>
+
+#include "QELItemDetailView.h"
+#include "QELItemList.h"
+#include "fakes/FailingNew.h"
+#include "fakes/ScreenTest.h"
+
+namespace fs = std::filesystem;
+
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+const char* const SOURCE = "QELItemView.cpp";
+const char* const PREFIX_9 = "<align=left left_margin=20 wrap=char font_size=9>";
+const char* const NO_PHOTO =
+    "<align=center font_size=20 color=#CCCCCC><b>There is no RNS result capture(photo) file."
+    "</align></font_size></color>";
+
+class QELItemViewTest : public ScreenTest {
+protected:
+    void SetUp() override {
+        ScreenTest::SetUp();
+        OpenWindow();
+        m_photo = fs::temp_directory_path() / "photo.png";
+        Screen::WriteImage(m_photo, {250, 10, 10});
+        QELXmlParser::GetInstance();
+        ToolkitCalls::Start();
+        FakeLog::Clear();
+    }
+
+    void TearDown() override {
+        m_view.Destroy(&ad);
+        fs::remove(m_photo);
+        ScreenTest::TearDown();
+    }
+
+    void Create() {
+        m_view.Create(&ad);
+        Screen::Settle(ad.win);
+    }
+
+    // With the list, and the focus signal connected as the main window does it.
+    void CreateWithList() {
+        m_list.Create(&ad);
+        Create();
+        evas_object_smart_callback_add(ad.itemList, "item,focused", QELItemView::Update, &ad);
+        FakeLog::Clear();
+        ToolkitCalls::Start();
+    }
+
+    void Update(unsigned int index) { QELItemView::Update(&ad, ad.itemList, Row(index)); }
+
+    static ResultItem Photo(const std::string& path) {
+        ResultItem item = ItemOfType("image", "Photo");
+        item["detailed"] = path;
+        return item;
+    }
+
+    // What the photo's label says once it was drawn: until then an emptied label keeps its text.
+    // One that never had a text says a line break.
+    std::string PhotoText() {
+        Screen::Render(ad.win);
+        const std::string text = TextOf(ad.itemLabel);
+        return text == "<br>" ? "" : text;
+    }
+
+    void ExpectPhotoFace() const {
+        EXPECT_TRUE(IsVisible(ad.itemLabel));
+        EXPECT_TRUE(IsVisible(ad.itemImage));
+        EXPECT_FALSE(IsVisible(ad.infoLabelLeft));
+        EXPECT_FALSE(IsVisible(ad.infoLabelRight));
+    }
+
+    void ExpectInformationFace() const {
+        EXPECT_FALSE(IsVisible(ad.itemLabel));
+        EXPECT_FALSE(IsVisible(ad.itemImage));
+        EXPECT_TRUE(IsVisible(ad.infoLabelLeft));
+        EXPECT_TRUE(IsVisible(ad.infoLabelRight));
+    }
+
+    QELItemView m_view;
+    QELItemList m_list;
+    std::string m_photo;
+};
+
+// --- create
+
+TEST_F(QELItemViewTest, CreateWithoutRecordDoesNothing) {
+    m_view.Create(nullptr);
+    EXPECT_EQ(m_view.m_bgInfoViewLeft, nullptr);
+    EXPECT_EQ(m_view.m_bgInfoViewRight, nullptr);
+    EXPECT_THAT(ToolkitCalls::Take({}), IsEmpty());
+    EXPECT_THAT(FakeLog::Lines(), ElementsAre(ErrorLine("there is no appdata", SOURCE, "Create")));
+}
+
+TEST_F(QELItemViewTest, CreateBuildsAndPlacesInThisOrder) {
+    m_view.Create(&ad);
+    ToolkitCalls::Names names = Names();
+    names.insert({
+        {m_view.m_bgInfoViewLeft, "leftRect"},
+        {m_view.m_bgInfoViewRight, "rightRect"},
+        {QELItemDetailView::m_bgItemDetailView, "detailRect"},
+    });
+    std::vector<std::string> calls = ToolkitCalls::Take(names);
+    ASSERT_GT(calls.size(), 16U);
+    calls.resize(16);
+    EXPECT_THAT(calls, ElementsAre("evas_object_rectangle_add(leftRect, canvas)",        //
+                                   "elm_label_add(infoLabelLeft, table)",                //
+                                   "evas_object_rectangle_add(rightRect, canvas)",       //
+                                   "elm_label_add(infoLabelRight, table)",               //
+                                   "elm_label_add(itemLabel, table)",                    //
+                                   "elm_image_add(itemImage, itemLabel)",                //
+                                   "evas_object_show(itemLabel)",                        //
+                                   "elm_table_pack(table, itemLabel, 1, 1, 2, 6)",       //
+                                   "evas_object_show(infoLabelLeft)",                    //
+                                   "elm_table_pack(table, infoLabelLeft, 1, 1, 1, 2)",   //
+                                   "evas_object_show(infoLabelRight)",                   //
+                                   "elm_table_pack(table, infoLabelRight, 2, 1, 1, 2)",  //
+                                   "evas_object_show(itemImage)",                        //
+                                   "elm_table_pack(table, itemImage, 1, 1, 2, 6)",       //
+                                   "evas_object_hide(itemImage)",                        //
+                                   "evas_object_rectangle_add(detailRect, canvas)"));
+}
+
+TEST_F(QELItemViewTest, CreateMakesTheDetailViewAndEndsWithItsLine) {
+    Create();
+    EXPECT_NE(m_view.m_itemDetailView, nullptr);
+    EXPECT_NE(ad.detailLabel, nullptr);
+    const std::vector<LogLine> lines = FakeLog::Lines();
+    ASSERT_GE(lines.size(), 2U);
+    EXPECT_THAT(lines[lines.size() - 2], InfoLine("done Create", "QELItemDetailView.cpp"));
+    EXPECT_THAT(lines.back(), InfoLine("done Create", SOURCE, "Create"));
+}
+
+TEST_F(QELItemViewTest, MissingDetailViewLeavesThisViewWorking) {
+    AddFailed(ItemOfType("bt", "A"));
+    AddFailed(Photo(m_photo));
+    m_list.Create(&ad);
+    FakeLog::Clear();
+    {
+        const FailingNew failing(1);
+        m_view.Create(&ad);
+        EXPECT_TRUE(failing.HasFailed());
+    }
+    EXPECT_EQ(m_view.m_itemDetailView, nullptr);
+    EXPECT_EQ(ad.detailLabel, nullptr);
+    EXPECT_TRUE(LoggedError("QELItemDetailView is failed to create", SOURCE));
+    EXPECT_EQ(FakeLog::Count("done Create"), 0);
+    Update(1);
+    ExpectPhotoFace();
+}
+
+TEST_F(QELItemViewTest, RightAfterCreateOnlyThePhotoIsHidden) {
+    Create();
+    EXPECT_TRUE(IsVisible(ad.itemLabel));
+    EXPECT_TRUE(IsVisible(ad.infoLabelLeft));
+    EXPECT_TRUE(IsVisible(ad.infoLabelRight));
+    EXPECT_FALSE(IsVisible(ad.itemImage));
+}
+
+TEST_F(QELItemViewTest, RectanglesAreNeverColouredShownOrPlaced) {
+    AddFailed(ItemOfType("bt", "A"));
+    CreateWithList();
+    Update(0);
+    for (Evas_Object* rectangle : {m_view.m_bgInfoViewLeft, m_view.m_bgInfoViewRight}) {
+        ASSERT_NE(rectangle, nullptr);
+        EXPECT_FALSE(IsVisible(rectangle));
+        EXPECT_FALSE(Screen::IsPacked(ad.table, rectangle));
+        EXPECT_THAT(Screen::ColourOf(rectangle), ElementsAre(255, 255, 255, 255));
+    }
+}
+
+TEST_F(QELItemViewTest, PanelsStandSideBySideInTheUpperPart) {
+    Create();
+    const Area left = Screen::AreaOf(ad.infoLabelLeft);
+    const Area right = Screen::AreaOf(ad.infoLabelRight);
+    EXPECT_EQ(Screen::CellOf(ad.infoLabelLeft), (Cell{1, 1, 1, 2}));
+    EXPECT_EQ(Screen::CellOf(ad.infoLabelRight), (Cell{2, 1, 1, 2}));
+    EXPECT_LE(left.Right(), right.x);
+    EXPECT_EQ(left.y, right.y);
+    EXPECT_TRUE(Screen::AreaOf(ad.itemLabel).Holds(left));
+    EXPECT_TRUE(Screen::AreaOf(ad.itemLabel).Holds(right));
+}
+
+TEST_F(QELItemViewTest, PanelsHaveTheirStyleAndEllipsis) {
+    Create();
+    for (const Evas_Object* label : {ad.infoLabelLeft, ad.infoLabelRight}) {
+        EXPECT_STREQ(elm_object_style_get(label), "slide_short");
+        EXPECT_TRUE(elm_label_ellipsis_get(label));
+    }
+}
+
+// --- placing
+
+TEST_F(QELItemViewTest, ShowFillsEachOfItsCells) {
+    Create();
+    const struct {
+        app_table_location_e location;
+        Cell cell;
+    } places[] = {{TABLE_LOCATION_INFO_LEFT, {1, 1, 1, 2}},
+                  {TABLE_LOCATION_INFO_RIGHT, {2, 1, 1, 2}},
+                  {TABLE_LOCATION_ITEM_VIEW, {1, 1, 2, 6}}};
+    for (const auto& place : places) {
+        Evas_Object* obj = evas_object_rectangle_add(evas_object_evas_get(ad.win));
+        m_view.m_Show(&ad, obj, place.location);
+        EXPECT_EQ(Screen::CellOf(obj), place.cell);
+        EXPECT_TRUE(IsVisible(obj));
+        double x = 0;
+        double y = 0;
+        evas_object_size_hint_weight_get(obj, &x, &y);
+        EXPECT_DOUBLE_EQ(x, 1.0);
+        EXPECT_DOUBLE_EQ(y, 1.0);
+        evas_object_size_hint_align_get(obj, &x, &y);
+        EXPECT_DOUBLE_EQ(x, -1.0);
+        EXPECT_DOUBLE_EQ(y, -1.0);
+    }
+}
+
+TEST_F(QELItemViewTest, OtherLocationsAreShownButNotPlaced) {
+    Create();
+    for (const int location : {0, 1, 4, 6, 7, 8, 9}) {
+        FakeLog::Clear();
+        Evas_Object* obj = evas_object_rectangle_add(evas_object_evas_get(ad.win));
+        m_view.m_Show(&ad, obj, static_cast<app_table_location_e>(location));
+        EXPECT_TRUE(IsVisible(obj));
+        EXPECT_FALSE(Screen::IsPacked(ad.table, obj));
+        EXPECT_THAT(FakeLog::Lines(),
+                    ElementsAre(ErrorLine("there is no information about table location", SOURCE,
+                                          "m_Show")));
+    }
+}
+
+// --- the panels' texts
+
+TEST_F(QELItemViewTest, LeftPanelShowsSummaryThenNetwork) {
+    QELXmlParser* parser = QELXmlParser::GetInstance();
+    parser->m_summaryStartTime = "10:00";
+    parser->m_summaryDuration = "60";
+    parser->m_summaryRetryCount = "2";
+    parser->m_networkType = "wifi";
+    parser->m_moduleElapsedTime = "7";
+    Create();
+    EXPECT_EQ(TextOf(ad.infoLabelLeft),
+              std::string(PREFIX_9) +
+                  "starttime=10:00<br/>duration=60<br/>retrycount=2<br/>type=wifi<br/>"
+                  "connection=<br/>pairing elapsed time=<br/>pairing end time=<br/>"
+                  "module start time=<br/>module elapsed time=7<br/>");
+}
+
+TEST_F(QELItemViewTest, RightPanelShowsTheInformation) {
+    QELXmlParser::GetInstance()->m_model = "M1";
+    Create();
+    EXPECT_EQ(TextOf(ad.infoLabelRight),
+              "<align=left left_margin=20 wrap=char font_size=7>"
+              "sn=<br/>model=M1<br/>option=<br/>mm=<br/>sm=<br/>ss=<br/>mt=<br/>bt=<br/>"
+              "ld1=<br/>ld2=<br/>dnso=<br/>");
+}
+
+TEST_F(QELItemViewTest, MarkupCharactersOfTheDataAreShownLiterally) {
+    QELXmlParser::GetInstance()->m_model = "<b>M&1</b>";
+    QELXmlParser::GetInstance()->m_networkType = "a<b&c";
+    Create();
+    EXPECT_THAT(TextOf(ad.infoLabelRight),
+                testing::HasSubstr("model=&lt;b&gt;M&amp;1&lt;/b&gt;<br/>"));
+    EXPECT_THAT(TextOf(ad.infoLabelLeft), testing::HasSubstr("type=a&lt;b&amp;c<br/>"));
+}
+
+TEST_F(QELItemViewTest, PanelTextIsSeenInItsPanelOnly) {
+    QELXmlParser::GetInstance()->m_model = "MMMMMMMM";
+    Create();
+    const auto isBright = [](const Colour& colour) { return colour.red > 150; };
+    const Picture picture = Screen::Render(ad.win);
+    const Area right = Screen::AreaOf(ad.infoLabelRight);
+    EXPECT_GT(picture.Count(right, isBright), 20);
+    EXPECT_EQ(picture.Count({right.x, right.y, 20, right.height}, isBright), 0);
+}
+
+TEST_F(QELItemViewTest, UnknownLocationLeavesThePrefix) {
+    Create();
+    FakeLog::Clear();
+    for (const int location : {5, 0}) {
+        FakeLog::Clear();
+        m_view.m_SetTextCommonInfoView(ad.infoLabelLeft,
+                                       static_cast<app_table_location_e>(location));
+        EXPECT_EQ(TextOf(ad.infoLabelLeft), PREFIX_9);
+        EXPECT_THAT(FakeLog::Lines(),
+                    ElementsAre(ErrorLine("there is no information about table location " +
+                                              std::to_string(location),
+                                          SOURCE, "m_SetTextCommonInfoView"),
+                                InfoLine("newline is = 0", SOURCE, "m_GetFontSize")));
+    }
+}
+
+class QELItemViewStoreTest : public ScreenTest {
+protected:
+    QELItemView m_view;
+};
+
+TEST_F(QELItemViewStoreTest, MissingStoreLeavesTheLabelsText) {
+    OpenWindow();
+    Evas_Object* label = elm_label_add(ad.table);
+    elm_object_text_set(label, "before");
+    const FailingNew failing(1);
+    m_view.m_SetTextCommonInfoView(label, TABLE_LOCATION_INFO_LEFT);
+    EXPECT_TRUE(failing.HasFailed());
+    EXPECT_EQ(TextOf(label), "before");
+    EXPECT_THAT(FakeLog::Lines().back(), ErrorLine("not able to get instance of xmlParser", SOURCE,
+                                                   "m_SetTextCommonInfoView"));
+}
+
+TEST_F(QELItemViewStoreTest, MissingStoreLeavesThePhotoLabelAlone) {
+    OpenWindow();
+    ad.itemLabel = elm_label_add(ad.table);
+    elm_object_text_set(ad.itemLabel, "before");
+    const FailingNew failing(1);
+    QELItemView::m_SetText(&ad, nullptr, "/no/photo");
+    EXPECT_TRUE(failing.HasFailed());
+    EXPECT_EQ(TextOf(ad.itemLabel), "before");
+    EXPECT_THAT(FakeLog::Lines(),
+                ElementsAre(ErrorLine("failed to get instance\n", "QELXmlParser.cpp")));
+}
+
+TEST_F(QELItemViewStoreTest, MissingStoreEndsTheUpdateSilently) {
+    const FailingNew failing(1);
+    QELItemView::Update(&ad, nullptr, nullptr);
+    EXPECT_TRUE(failing.HasFailed());
+    EXPECT_THAT(FakeLog::Lines(),
+                ElementsAre(ErrorLine("failed to get instance\n", "QELXmlParser.cpp")));
+}
+
+// --- font size
+
+struct FontSize_s {
+    int newlines;
+    int size;
+};
+
+void PrintTo(const FontSize_s& font, std::ostream* out) {
+    *out << font.newlines << " newlines";
+}
+
+class QELItemViewFontTest : public QELItemViewTest,
+                            public testing::WithParamInterface<FontSize_s> {};
+
+TEST_P(QELItemViewFontTest, ShrinksWithTheNumberOfLines) {
+    const std::string text(static_cast<size_t>(GetParam().newlines), '\n');
+    EXPECT_EQ(m_view.m_GetFontSize("a" + text + "b"), GetParam().size);
+    EXPECT_THAT(FakeLog::Lines(),
+                ElementsAre(InfoLine("newline is = " + std::to_string(GetParam().newlines), SOURCE,
+                                     "m_GetFontSize")));
+}
+
+INSTANTIATE_TEST_SUITE_P(Lines, QELItemViewFontTest,
+                         testing::Values(FontSize_s{0, 9}, FontSize_s{1, 9}, FontSize_s{9, 9},
+                                         FontSize_s{10, 7}, FontSize_s{11, 7}, FontSize_s{12, 7},
+                                         FontSize_s{13, 5}, FontSize_s{1000, 5}));
+
+TEST_F(QELItemViewTest, OnlyLineFeedsCountAsLineBreaks) {
+    EXPECT_EQ(m_view.m_GetFontSize(std::string(20, '\r')), 9);
+    EXPECT_EQ(m_view.m_GetFontSize(""), 9);
+    EXPECT_THAT(FakeLog::Messages(), ElementsAre("newline is = 0", "newline is = 0"));
+}
+
+TEST_F(QELItemViewTest, LineFeedsInTheDataShrinkTheFont) {
+    // The panel has nine lines of its own.
+    const struct {
+        int more;
+        const char* size;
+    } texts[] = {
+        {0, "font_size=9>"}, {1, "font_size=7>"}, {3, "font_size=7>"}, {4, "font_size=5>"}};
+    Create();
+    for (const auto& text : texts) {
+        QELXmlParser::GetInstance()->m_networkType =
+            std::string(static_cast<size_t>(text.more), '\n');
+        m_view.m_SetTextCommonInfoView(ad.infoLabelLeft, TABLE_LOCATION_INFO_LEFT);
+        EXPECT_THAT(TextOf(ad.infoLabelLeft), testing::HasSubstr(text.size)) << text.more;
+    }
+}
+
+// --- the two faces
+
+TEST_F(QELItemViewTest, ImageItemTurnsToThePhoto) {
+    AddFailed(Photo(m_photo));
+    CreateWithList();
+    Update(0);
+    ExpectPhotoFace();
+    EXPECT_EQ(Screen::FileOf(ad.itemImage), m_photo);
+    EXPECT_EQ(PhotoText(), "");
+    EXPECT_STREQ(elm_object_style_get(ad.itemLabel), "slide_short");
+    EXPECT_THAT(FakeLog::Lines(),
+                ElementsAre(InfoLine("index : 0, resultSize : 1", SOURCE, "Update"),
+                            InfoLine("jpg Filepath : " + m_photo, SOURCE, "Update")));
+}
+
+TEST_F(QELItemViewTest, PhotoIsSeenOverTheWholeItemView) {
+    AddFailed(Photo(m_photo));
+    CreateWithList();
+    Update(0);
+    const auto isRed = [](const Colour& colour) {
+        return colour.red > 200 && colour.green < 80 && colour.blue < 80;
+    };
+    const Area view = Screen::AreaOf(ad.itemLabel);
+    EXPECT_EQ(Screen::AreaOf(ad.itemImage), view);
+    // The photo is square and keeps its shape; loading it may take a frame.
+    EXPECT_TRUE(Screen::PumpUntil([&] {
+        return Screen::Render(ad.win).Count(view, isRed) > view.height * view.height * 9 / 10;
+    }));
+    EXPECT_EQ(Screen::Render(ad.win).Count({0, 0, view.x, Screen::HEIGHT}, isRed), 0);
+}
+
+TEST_F(QELItemViewTest, MissingPhotoIsNamedInGrey) {
+    AddFailed(Photo("/no/such/photo.png"));
+    CreateWithList();
+    Update(0);
+    ExpectPhotoFace();
+    EXPECT_EQ(PhotoText(), NO_PHOTO);
+    EXPECT_FALSE(Screen::HasPicture(ad.itemImage));
+    EXPECT_TRUE(LoggedInfo("jpg Filepath : /no/such/photo.png", SOURCE));
+    EXPECT_TRUE(LoggedNoError());
+}
+
+TEST_F(QELItemViewTest, EmptyPathShowsNeitherPhotoNorText) {
+    AddFailed(Photo(""));
+    CreateWithList();
+    Update(0);
+    ExpectPhotoFace();
+    EXPECT_EQ(PhotoText(), "");
+    EXPECT_FALSE(Screen::HasPicture(ad.itemImage));
+    EXPECT_TRUE(LoggedInfo("jpg Filepath : ", SOURCE));
+}
+
+TEST_F(QELItemViewTest, MissingPathShowsNeitherPhotoNorText) {
+    AddFailed(ItemOfType("image", "Photo"));
+    CreateWithList();
+    Update(0);
+    ExpectPhotoFace();
+    EXPECT_EQ(PhotoText(), "");
+    // Read once for the line, once for the image, once for the label.
+    EXPECT_EQ(FakeLog::Count("Invalid KEY[detailed]!!\n"), 3);
+}
+
+TEST_F(QELItemViewTest, PhotoReplacesTheTextOfAMissingOne) {
+    AddFailed(Photo("/no/such/photo.png"));
+    AddFailed(Photo(m_photo));
+    CreateWithList();
+    Update(0);
+    Update(1);
+    EXPECT_EQ(PhotoText(), "");
+    EXPECT_TRUE(Screen::HasPicture(ad.itemImage));
+    Update(0);
+    EXPECT_EQ(PhotoText(), NO_PHOTO);
+}
+
+class QELItemViewFaceTest : public QELItemViewTest,
+                            public testing::WithParamInterface<const char*> {};
+
+TEST_P(QELItemViewFaceTest, EveryOtherTypeTurnsToTheInformation) {
+    AddFailed(ItemOfType(GetParam(), "A"));
+    AddFailed(Photo(m_photo));
+    CreateWithList();
+    const std::string left = TextOf(ad.infoLabelLeft);
+    const std::string right = TextOf(ad.infoLabelRight);
+    Update(1);
+    ExpectPhotoFace();
+    FakeLog::Clear();
+    Update(0);
+    ExpectInformationFace();
+    EXPECT_EQ(TextOf(ad.infoLabelLeft), left);
+    EXPECT_EQ(TextOf(ad.infoLabelRight), right);
+    EXPECT_THAT(FakeLog::Lines(),
+                ElementsAre(InfoLine("index : 0, resultSize : 2", SOURCE, "Update")));
+}
+
+INSTANTIATE_TEST_SUITE_P(Types, QELItemViewFaceTest,
+                         testing::Values("bt", "wifi", "app", "rnsc", "printer"));
+
+TEST_F(QELItemViewTest, PanelTextsAreNotRebuilt) {
+    AddFailed(ItemOfType("bt", "A"));
+    CreateWithList();
+    const std::string before = TextOf(ad.infoLabelRight);
+    QELXmlParser::GetInstance()->m_model = "later";
+    Update(0);
+    EXPECT_EQ(TextOf(ad.infoLabelRight), before);
+}
+
+TEST_F(QELItemViewTest, MovingTheFocusTurnsTheFaces) {
+    AddFailed(ItemOfType("bt", "A"));
+    AddFailed(Photo(m_photo));
+    CreateWithList();
+    Screen::Press(ad.win, "Down");
+    ExpectPhotoFace();
+    Screen::Press(ad.win, "Up");
+    ExpectInformationFace();
+}
+
+TEST_F(QELItemViewTest, UpdateWithoutRecordIsSilent) {
+    QELItemView::Update(nullptr, nullptr, nullptr);
+    EXPECT_THAT(FakeLog::Lines(), IsEmpty());
+    EXPECT_THAT(ToolkitCalls::Take({}), IsEmpty());
+}
+
+TEST_F(QELItemViewTest, RowBeyondTheStoreChangesNothing) {
+    AddFailed(ItemOfType("bt", "A"));
+    AddFailed(Photo(m_photo));
+    CreateWithList();
+    QELXmlParser::GetInstance()->m_resultFailData.resize(1);
+    Update(1);
+    EXPECT_THAT(ToolkitCalls::Take({}), IsEmpty());
+    EXPECT_THAT(FakeLog::Lines(),
+                ElementsAre(InfoLine("index : 1, resultSize : 1", SOURCE, "Update")));
+}
+
+// --- destroy
+
+TEST_F(QELItemViewTest, DestroyDeletesInThisOrder) {
+    Create();
+    ToolkitCalls::Names names = Names();
+    names.insert({
+        {m_view.m_bgInfoViewLeft, "leftRect"},
+        {m_view.m_bgInfoViewRight, "rightRect"},
+        {QELItemDetailView::m_bgItemDetailView, "detailRect"},
+        {m_view.m_itemDetailView->m_scrollerItemDetailView, "scroller"},
+    });
+    FakeLog::Clear();
+    ToolkitCalls::Start();
+    m_view.Destroy(&ad);
+    EXPECT_THAT(ToolkitCalls::Take(names),
+                ElementsAre("evas_object_del(detailLabel)", "evas_object_del(detailRect)",
+                            "evas_object_del(scroller)", "evas_object_del(itemLabel)",
+                            "evas_object_del(itemImage)", "evas_object_del(infoLabelLeft)",
+                            "evas_object_del(infoLabelRight)", "evas_object_del(leftRect)",
+                            "evas_object_del(rightRect)"));
+    EXPECT_THAT(FakeLog::Lines(), IsEmpty());
+}
+
+TEST_F(QELItemViewTest, DestroyClearsItsFieldsAndMembers) {
+    Create();
+    m_view.Destroy(&ad);
+    EXPECT_EQ(m_view.m_itemDetailView, nullptr);
+    EXPECT_EQ(m_view.m_bgInfoViewLeft, nullptr);
+    EXPECT_EQ(m_view.m_bgInfoViewRight, nullptr);
+    EXPECT_EQ(ad.itemLabel, nullptr);
+    EXPECT_EQ(ad.itemImage, nullptr);
+    EXPECT_EQ(ad.infoLabelLeft, nullptr);
+    EXPECT_EQ(ad.infoLabelRight, nullptr);
+    EXPECT_EQ(ad.detailLabel, nullptr);
+    EXPECT_NE(ad.table, nullptr);
+}
+
+TEST_F(QELItemViewTest, DestroyBeforeCreateDeletesNothing) {
+    m_view.Destroy(&ad);
+    EXPECT_THAT(ToolkitCalls::Take({}), IsEmpty());
+}
+
+TEST_F(QELItemViewTest, DestroyWithoutRecordDoesNothing) {
+    Create();
+    FakeLog::Clear();
+    ToolkitCalls::Start();
+    m_view.Destroy(nullptr);
+    EXPECT_THAT(ToolkitCalls::Take({}), IsEmpty());
+    EXPECT_NE(m_view.m_itemDetailView, nullptr);
+    EXPECT_THAT(FakeLog::Lines(), ElementsAre(ErrorLine("there is no appdata", SOURCE, "Destroy")));
+}
+
+}  // namespace

@@ -1,0 +1,637 @@
+#include "QELPopupLoading.h"
+
+#include <Elementary.h>
+
+#include <cstring>
+#include <string>
+#include <thread>
+#include <utility>
+#include <vector>
+
+#include "QELButtonLogCapture.h"
+#include "fakes/FailingNew.h"
+#include "fakes/ScreenTest.h"
+
+namespace {
+
+using testing::Contains;
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::SizeIs;
+
+const char* const SOURCE = "QELPopupLoading.cpp";
+
+class QELPopupLoadingTest : public ScreenTest {
+protected:
+    void SetUp() override {
+        ScreenTest::SetUp();
+        OpenWindow();
+        m_popup = QELPopupLoading::GetInstance();
+        FakeLog::Clear();
+        ToolkitCalls::Start();
+    }
+
+    void TearDown() override {
+        QELPopupLoading::m_IsRunning = false;  // there is no worker here to wait for
+        ScreenTest::TearDown();
+    }
+
+    void Create() {
+        m_popup->Create(&ad);
+        FakeLog::Clear();
+        ToolkitCalls::Start();
+    }
+
+    // As the application does it, short of the worker.
+    void Run() {
+        m_popup->Show();
+        m_popup->SetText("Title", "Please wait");
+        m_popup->Start();
+    }
+
+    // What a worker does last, on a thread of its own.
+    static void FinishFromWorker(const std::string& text) {
+        std::thread([text] {
+            QELPopupLoading::SetResultText(text);
+            QELPopupLoading::SetRunningFlag(false);
+        }).join();
+    }
+
+    bool WaitForEnd() {
+        const bool ended = Screen::PumpUntil([] { return QELPopupLoading::m_Timer == nullptr; });
+        Screen::Settle(ad.win);
+        return ended;
+    }
+
+    ToolkitCalls::Names AllNames() const {
+        ToolkitCalls::Names names = Names();
+        names.insert({
+            {QELPopupLoading::m_Popup, "popup"},
+            {m_popup->m_PopupTable, "popupTable"},
+            {QELPopupLoading::m_PopupLabel, "label"},
+            {QELPopupLoading::m_PopupProgress, "progress"},
+            {QELPopupLoading::m_Button, "button"},
+            Named(&QELPopupLoading::OnOkPress, "OnOkPress"),
+            Named(&QELPopupLoading::m_CheckRunning, "m_CheckRunning"),
+            Named(&QELButtonLogCapture::SetDisable, "SetDisable"),
+        });
+        return names;
+    }
+
+    static std::string Content() { return TextOf(QELPopupLoading::m_PopupLabel); }
+    static std::string Title() {
+        const char* title = elm_object_part_text_get(QELPopupLoading::m_Popup, "title,text");
+        return title == nullptr ? "" : title;
+    }
+    static bool IsPopupVisible() { return IsVisible(QELPopupLoading::m_Popup); }
+    static bool IsOkEnabled() { return !elm_object_disabled_get(QELPopupLoading::m_Button); }
+
+    QELPopupLoading* m_popup = nullptr;
+};
+
+// --- the instance
+
+TEST_F(QELPopupLoadingTest, InstanceIsMadeOnce) {
+    ASSERT_NE(m_popup, nullptr);
+    EXPECT_EQ(QELPopupLoading::GetInstance(), m_popup);
+    EXPECT_THAT(FakeLog::Lines(), IsEmpty());
+}
+
+TEST_F(QELPopupLoadingTest, FreshInstanceHasNoWidgetsAndDoesNotRun) {
+    EXPECT_EQ(m_popup->m_PopupTable, nullptr);
+    EXPECT_EQ(m_popup->m_AppData, nullptr);
+    EXPECT_EQ(QELPopupLoading::m_Popup, nullptr);
+    EXPECT_EQ(QELPopupLoading::m_PopupLabel, nullptr);
+    EXPECT_EQ(QELPopupLoading::m_PopupProgress, nullptr);
+    EXPECT_EQ(QELPopupLoading::m_Button, nullptr);
+    EXPECT_EQ(QELPopupLoading::m_Timer, nullptr);
+    EXPECT_FALSE(QELPopupLoading::GetRunningFlag());
+}
+
+class QELPopupLoadingInstanceTest : public ScreenTest {};
+
+TEST_F(QELPopupLoadingInstanceTest, ConstructionClearsTheFlagWithItsLine) {
+    QELPopupLoading::m_IsRunning = true;
+    QELPopupLoading::GetInstance();
+    EXPECT_FALSE(QELPopupLoading::m_IsRunning);
+    EXPECT_THAT(FakeLog::Lines(),
+                ElementsAre(InfoLine("SetRunningFlag 0", SOURCE, "SetRunningFlag")));
+}
+
+TEST_F(QELPopupLoadingInstanceTest, FailedAllocationIsSilentAndTriedAgain) {
+    {
+        const FailingNew failing(1);
+        EXPECT_EQ(QELPopupLoading::GetInstance(), nullptr);
+        EXPECT_TRUE(failing.HasFailed());
+    }
+    EXPECT_THAT(FakeLog::Lines(), IsEmpty());
+    EXPECT_NE(QELPopupLoading::GetInstance(), nullptr);
+}
+
+// --- create
+
+TEST_F(QELPopupLoadingTest, CreateWithoutRecordDoesNothing) {
+    m_popup->Create(nullptr);
+    EXPECT_EQ(QELPopupLoading::m_Popup, nullptr);
+    EXPECT_THAT(ToolkitCalls::Take({}), IsEmpty());
+    EXPECT_THAT(FakeLog::Lines(), ElementsAre(ErrorLine("there is no appdata", SOURCE, "Create")));
+}
+
+TEST_F(QELPopupLoadingTest, CreateBuildsInThisOrderAndShowsNothing) {
+    m_popup->Create(&ad);
+    EXPECT_THAT(ToolkitCalls::Take(AllNames()),
+                ElementsAre("elm_popup_add(popup, win)",                                    //
+                            "elm_table_add(popupTable, popup)",                             //
+                            "elm_object_part_content_set(popup, \"default\", popupTable)",  //
+                            "elm_label_add(label, popupTable)",                             //
+                            "elm_progressbar_add(progress, popupTable)",                    //
+                            "elm_object_part_content_set(popup, \"default\", popupTable)",  //
+                            "elm_button_add(button, popupTable)",                           //
+                            "register(button, \"clicked\", OnOkPress, ad)",                 //
+                            "register(button, \"clicked\", SetDisable, ad)"));
+    EXPECT_FALSE(IsPopupVisible());
+    EXPECT_THAT(FakeLog::Lines(), ElementsAre(InfoLine("Progress bar added", SOURCE, "Create"),
+                                              InfoLine("done Create", SOURCE, "Create")));
+}
+
+TEST_F(QELPopupLoadingTest, CreateKeepsTheRecordAndLeavesItAlone) {
+    const _appdata before = ad;
+    m_popup->Create(&ad);
+    EXPECT_EQ(m_popup->m_AppData, &ad);
+    EXPECT_EQ(std::memcmp(&ad, &before, sizeof(ad)), 0);
+}
+
+TEST_F(QELPopupLoadingTest, WidgetsHaveTheStylesOfTheSet) {
+    Create();
+    EXPECT_STREQ(elm_object_style_get(QELPopupLoading::m_Popup), "C_PopupBasic_WhiteBottom");
+    EXPECT_STREQ(elm_object_style_get(QELPopupLoading::m_PopupLabel),
+                 "popup/C_PopupBasic_WhiteBottom");
+    EXPECT_STREQ(elm_object_style_get(QELPopupLoading::m_PopupProgress), "C_Loading_WhiteSmall");
+    EXPECT_STREQ(elm_object_style_get(QELPopupLoading::m_Button), "C_ButtonBasic_WhiteText");
+    EXPECT_EQ(TextOf(QELPopupLoading::m_Button), "OK");
+    EXPECT_TRUE(elm_progressbar_pulse_get(QELPopupLoading::m_PopupProgress));
+    EXPECT_TRUE(elm_table_homogeneous_get(m_popup->m_PopupTable));
+    EXPECT_EQ(elm_object_content_get(QELPopupLoading::m_Popup), m_popup->m_PopupTable);
+}
+
+class QELPopupLoadingRegistrationTest : public QELPopupLoadingTest,
+                                        public testing::WithParamInterface<int> {};
+
+TEST_P(QELPopupLoadingRegistrationTest, FailureIsLoggedAndStopsCreate) {
+    ToolkitCalls::FailRegistration(GetParam());
+    m_popup->Create(&ad);
+    EXPECT_EQ(ToolkitCalls::Count("register"), GetParam());
+    EXPECT_THAT(FakeLog::Lines(),
+                ElementsAre(InfoLine("Progress bar added", SOURCE, "Create"),
+                            ErrorLine("it is falied to add event callback for clicked.", SOURCE,
+                                      "Create")));
+}
+
+INSTANTIATE_TEST_SUITE_P(Handlers, QELPopupLoadingRegistrationTest, testing::Values(1, 2));
+
+// --- show and hide
+
+TEST_F(QELPopupLoadingTest, ShowLaysTheWidgetsOutInThisOrder) {
+    Create();
+    m_popup->Show();
+    EXPECT_THAT(ToolkitCalls::Take(AllNames()),
+                ElementsAre("evas_object_show(popup)",                           //
+                            "evas_object_show(popupTable)",                      //
+                            "evas_object_show(label)",                           //
+                            "elm_table_pack(popupTable, label, 1, 0, 5, 2)",     //
+                            "evas_object_show(progress)",                        //
+                            "elm_table_pack(popupTable, progress, 0, 0, 1, 2)",  //
+                            "evas_object_show(button)",                          //
+                            "elm_table_pack(popupTable, button, 2, 2, 2, 1)"));
+    EXPECT_TRUE(IsPopupVisible());
+    EXPECT_THAT(FakeLog::Lines(), IsEmpty());
+}
+
+TEST_F(QELPopupLoadingTest, ProgressStandsLeftOfTheLabelAndOkUnderItsMiddle) {
+    Create();
+    Run();
+    Screen::Settle(ad.win);
+    const Area label = Screen::AreaOf(QELPopupLoading::m_PopupLabel);
+    const Area progress = Screen::AreaOf(QELPopupLoading::m_PopupProgress);
+    const Area button = Screen::AreaOf(QELPopupLoading::m_Button);
+    EXPECT_LE(progress.Right(), label.x);
+    EXPECT_GE(button.y, label.Bottom());
+    EXPECT_EQ(Screen::CellOf(QELPopupLoading::m_PopupLabel), (Cell{1, 0, 5, 2}));
+    EXPECT_EQ(Screen::CellOf(QELPopupLoading::m_PopupProgress), (Cell{0, 0, 1, 2}));
+    EXPECT_EQ(Screen::CellOf(QELPopupLoading::m_Button), (Cell{2, 2, 2, 1}));
+}
+
+TEST_F(QELPopupLoadingTest, OtherLocationIsShownButNotPlaced) {
+    Create();
+    for (const int location : {3, -1, 9}) {
+        FakeLog::Clear();
+        Evas_Object* obj = evas_object_rectangle_add(evas_object_evas_get(ad.win));
+        m_popup->m_Show(obj, static_cast<app_popup_location_e>(location));
+        EXPECT_TRUE(IsVisible(obj));
+        EXPECT_FALSE(Screen::IsPacked(m_popup->m_PopupTable, obj));
+        EXPECT_THAT(FakeLog::Lines(),
+                    ElementsAre(ErrorLine("there is no information about popup location", SOURCE,
+                                          "m_Show")));
+        double x = 0;
+        double y = 0;
+        evas_object_size_hint_weight_get(obj, &x, &y);
+        EXPECT_DOUBLE_EQ(x, 1.0);
+        EXPECT_DOUBLE_EQ(y, 1.0);
+        evas_object_size_hint_align_get(obj, &x, &y);
+        EXPECT_DOUBLE_EQ(x, -1.0);
+        EXPECT_DOUBLE_EQ(y, -1.0);
+    }
+}
+
+TEST_F(QELPopupLoadingTest, ShowBeforeCreateIsRefused) {
+    m_popup->Show();
+    EXPECT_THAT(ToolkitCalls::Take({}), IsEmpty());
+    EXPECT_THAT(FakeLog::Lines(), ElementsAre(ErrorLine("there is no appdata", SOURCE, "Show")));
+}
+
+TEST_F(QELPopupLoadingTest, ShowAndHideNameTheFirstMissingWidget) {
+    Create();
+    // Cleared from the last to the first, so that each is the first that is missing.
+    const std::vector<std::pair<Evas_Object**, std::string>> widgets = {
+        {&QELPopupLoading::m_Button, "m_Button"},
+        {&QELPopupLoading::m_PopupProgress, "m_PopupProgress"},
+        {&QELPopupLoading::m_PopupLabel, "m_PopupLabel"},
+        {&m_popup->m_PopupTable, "m_PopupTable"},
+        {&QELPopupLoading::m_Popup, "m_Popup"},
+    };
+    for (const auto& [widget, name] : widgets) {
+        *widget = nullptr;
+        FakeLog::Clear();
+        m_popup->Show();
+        m_popup->Hide();
+        EXPECT_THAT(FakeLog::Lines(),
+                    ElementsAre(ErrorLine(name + " is not ready", SOURCE, "Show"),
+                                ErrorLine(name + " is not ready", SOURCE, "Hide")));
+    }
+    EXPECT_THAT(ToolkitCalls::Take({}), IsEmpty());
+}
+
+TEST_F(QELPopupLoadingTest, HideNeedsNoRecord) {
+    Create();
+    m_popup->m_AppData = nullptr;
+    m_popup->Hide();
+    EXPECT_THAT(FakeLog::Lines(), IsEmpty());
+}
+
+TEST_F(QELPopupLoadingTest, HideHidesAllInThisOrder) {
+    Create();
+    m_popup->Show();
+    ToolkitCalls::Start();
+    m_popup->Hide();
+    EXPECT_THAT(ToolkitCalls::Take(AllNames()),
+                ElementsAre("evas_object_hide(popup)", "evas_object_hide(popupTable)",
+                            "evas_object_hide(label)", "evas_object_hide(progress)",
+                            "evas_object_hide(button)"));
+    EXPECT_FALSE(IsPopupVisible());
+}
+
+// --- texts
+
+TEST_F(QELPopupLoadingTest, ContentIsShownLiterallyBehindAnOpenPrefix) {
+    Create();
+    m_popup->SetText("T", "a<b & c>d\ne");
+    EXPECT_EQ(Content(), "<align=left left_margin=30 wrap=char>a&lt;b &amp; c&gt;d<br/>e");
+}
+
+TEST_F(QELPopupLoadingTest, TitleIsTakenAsItStands) {
+    Create();
+    m_popup->SetText("<b>Title</b> &amp; more", "x");
+    EXPECT_EQ(Title(), "<b>Title</b> &amp; more");
+}
+
+TEST_F(QELPopupLoadingTest, EmptyTextLeavesThePrefix) {
+    Create();
+    m_popup->SetText("", "");
+    EXPECT_EQ(Title(), "");
+    EXPECT_EQ(Content(), "<align=left left_margin=30 wrap=char>");
+}
+
+TEST_F(QELPopupLoadingTest, TextsWithoutWidgetsAreRefusedOneByOne) {
+    m_popup->SetText("T", "C");
+    EXPECT_THAT(FakeLog::Lines(),
+                ElementsAre(ErrorLine("m_Popup is not ready", SOURCE, "m_SetTitleText"),
+                            ErrorLine("m_PopupLabel is not ready", SOURCE, "m_SetContentText")));
+}
+
+// --- start
+
+TEST_F(QELPopupLoadingTest, StartEntersTheRunningStateInThisOrder) {
+    Create();
+    m_popup->Start();
+    EXPECT_THAT(ToolkitCalls::Take(AllNames()),
+                ElementsAre("elm_progressbar_pulse(progress, 1)",
+                            "ecore_timer_add(0.1, m_CheckRunning, null)",
+                            "elm_object_disabled_set(button, 1)"));
+    EXPECT_TRUE(QELPopupLoading::m_IsRunning);
+    EXPECT_NE(QELPopupLoading::m_Timer, nullptr);
+    EXPECT_FALSE(IsOkEnabled());
+    EXPECT_TRUE(elm_progressbar_is_pulsing_get(QELPopupLoading::m_PopupProgress));
+    EXPECT_THAT(FakeLog::Lines(),
+                ElementsAre(InfoLine("SetRunningFlag 1", SOURCE, "SetRunningFlag")));
+}
+
+TEST_F(QELPopupLoadingTest, FlagIsSetBeforeThePulseStarts) {
+    Create();
+    bool running = false;
+    ToolkitCalls::OnCall("elm_progressbar_pulse",
+                         [&running] { running = QELPopupLoading::m_IsRunning; });
+    m_popup->Start();
+    EXPECT_TRUE(running);
+}
+
+TEST_F(QELPopupLoadingTest, StartWithoutProgressBarSetsNothing) {
+    Create();
+    QELPopupLoading::m_PopupProgress = nullptr;
+    QELPopupLoading::m_Button = nullptr;
+    m_popup->Start();
+    EXPECT_FALSE(QELPopupLoading::m_IsRunning);
+    EXPECT_EQ(QELPopupLoading::m_Timer, nullptr);
+    EXPECT_THAT(FakeLog::Lines(),
+                ElementsAre(ErrorLine("m_PopupProgress is not ready", SOURCE, "Start")));
+}
+
+TEST_F(QELPopupLoadingTest, StartWithoutButtonSetsNothing) {
+    Create();
+    QELPopupLoading::m_Button = nullptr;
+    m_popup->Start();
+    EXPECT_FALSE(QELPopupLoading::m_IsRunning);
+    EXPECT_EQ(QELPopupLoading::m_Timer, nullptr);
+    EXPECT_THAT(ToolkitCalls::Take({}), IsEmpty());
+    EXPECT_THAT(FakeLog::Lines(), ElementsAre(ErrorLine("m_Button is not ready", SOURCE, "Start")));
+}
+
+TEST_F(QELPopupLoadingTest, SecondStartKeepsTheTimerAndTheButtonsState) {
+    Create();
+    m_popup->Start();
+    const Ecore_Timer* timer = QELPopupLoading::m_Timer;
+    elm_object_disabled_set(QELPopupLoading::m_Button, EINA_FALSE);
+    QELPopupLoading::SetRunningFlag(false);
+    FakeLog::Clear();
+    ToolkitCalls::Start();
+
+    m_popup->Start();
+
+    EXPECT_EQ(QELPopupLoading::m_Timer, timer);
+    EXPECT_TRUE(IsOkEnabled());
+    EXPECT_TRUE(QELPopupLoading::m_IsRunning);
+    EXPECT_THAT(ToolkitCalls::Take(AllNames()), ElementsAre("elm_progressbar_pulse(progress, 1)"));
+    EXPECT_THAT(FakeLog::Lines(),
+                ElementsAre(InfoLine("SetRunningFlag 1", SOURCE, "SetRunningFlag"),
+                            ErrorLine("timer is in used", SOURCE, "Start")));
+}
+
+// --- the poll and stop
+
+TEST_F(QELPopupLoadingTest, PollGoesOnWithTwoLinesWhileTheFlagIsSet) {
+    Create();
+    m_popup->Start();
+    FakeLog::Clear();
+    EXPECT_EQ(QELPopupLoading::m_CheckRunning(nullptr), ECORE_CALLBACK_RENEW);
+    EXPECT_NE(QELPopupLoading::m_Timer, nullptr);
+    EXPECT_THAT(FakeLog::Lines(), ElementsAre(InfoLine("m_IsRunning 1", SOURCE, "m_CheckRunning"),
+                                              InfoLine("m_IsRunning 1", SOURCE, "GetRunningFlag")));
+}
+
+TEST_F(QELPopupLoadingTest, PollEndsTheRunOnceTheFlagIsClear) {
+    Create();
+    m_popup->Start();
+    FinishFromWorker("Done");
+    FakeLog::Clear();
+    EXPECT_EQ(QELPopupLoading::m_CheckRunning(nullptr), ECORE_CALLBACK_CANCEL);
+    EXPECT_EQ(QELPopupLoading::m_Timer, nullptr);
+    EXPECT_EQ(Content(), "<align=left left_margin=30 wrap=char>Done");
+    EXPECT_THAT(FakeLog::Lines(), ElementsAre(InfoLine("m_IsRunning 0", SOURCE, "m_CheckRunning"),
+                                              InfoLine("m_IsRunning 0", SOURCE, "GetRunningFlag")));
+}
+
+TEST_F(QELPopupLoadingTest, TimerPollsUntilTheWorkerIsDone) {
+    Create();
+    Run();
+    FakeLog::Clear();
+    const auto polls = [] { return FakeLog::Count("m_IsRunning 1") / 2; };
+    ASSERT_TRUE(Screen::PumpUntil([&polls] { return polls() >= 2; }));
+    EXPECT_FALSE(IsOkEnabled());
+    EXPECT_EQ(Content(), "<align=left left_margin=30 wrap=char>Please wait");
+    FinishFromWorker("Done");
+    ASSERT_TRUE(WaitForEnd());
+    EXPECT_EQ(FakeLog::Count("m_IsRunning 0"), 2);
+    EXPECT_EQ(Content(), "<align=left left_margin=30 wrap=char>Done");
+}
+
+TEST_F(QELPopupLoadingTest, WorkerThatIsFasterThanTheFirstPollEndsWithIt) {
+    Create();
+    Run();
+    FinishFromWorker("Done");
+    FakeLog::Clear();
+    const double start = ecore_time_get();
+    ASSERT_TRUE(WaitForEnd());
+    EXPECT_GE(ecore_time_get() - start, 0.09);
+    EXPECT_THAT(FakeLog::Messages(), ElementsAre("m_IsRunning 0", "m_IsRunning 0"));
+}
+
+TEST_F(QELPopupLoadingTest, StopLeavesTheRunningState) {
+    Create();
+    Run();
+    FinishFromWorker("It is <done> & well");
+    ASSERT_TRUE(WaitForEnd());
+    EXPECT_FALSE(elm_progressbar_is_pulsing_get(QELPopupLoading::m_PopupProgress));
+    EXPECT_TRUE(IsOkEnabled());
+    EXPECT_EQ(Screen::FocusedWidget(ad.win), QELPopupLoading::m_Button);
+    EXPECT_TRUE(IsPopupVisible());
+    EXPECT_EQ(Title(), "Title");
+    EXPECT_EQ(Content(), "<align=left left_margin=30 wrap=char>It is &lt;done&gt; &amp; well");
+}
+
+TEST_F(QELPopupLoadingTest, StopActsInThisOrder) {
+    Create();
+    m_popup->Start();
+    ToolkitCalls::Start();
+    QELPopupLoading::Stop();
+    EXPECT_THAT(ToolkitCalls::Take(AllNames()), ElementsAre("elm_progressbar_pulse(progress, 0)",
+                                                            "elm_object_disabled_set(button, 0)",
+                                                            "elm_object_focus_set(button, 1)"));
+}
+
+TEST_F(QELPopupLoadingTest, StopWithoutProgressBarKeepsTheTimer) {
+    Create();
+    m_popup->Start();
+    FakeLog::Clear();
+    QELPopupLoading::m_PopupProgress = nullptr;
+    QELPopupLoading::Stop();
+    EXPECT_NE(QELPopupLoading::m_Timer, nullptr);
+    EXPECT_THAT(FakeLog::Lines(),
+                ElementsAre(ErrorLine("m_PopupProgress is not ready", SOURCE, "Stop")));
+}
+
+TEST_F(QELPopupLoadingTest, StopWithoutButtonShowsTheText) {
+    Create();
+    QELPopupLoading::SetResultText("Done");
+    QELPopupLoading::m_Button = nullptr;
+    QELPopupLoading::Stop();
+    EXPECT_EQ(Content(), "<align=left left_margin=30 wrap=char>Done");
+    EXPECT_THAT(FakeLog::Lines(), IsEmpty());
+}
+
+TEST_F(QELPopupLoadingTest, RunWithoutResultShowsNothingTheFirstTime) {
+    Create();
+    Run();
+    QELPopupLoading::SetRunningFlag(false);
+    ASSERT_TRUE(WaitForEnd());
+    EXPECT_EQ(Content(), "<align=left left_margin=30 wrap=char>");
+}
+
+TEST_F(QELPopupLoadingTest, RunWithoutResultShowsThePreviousOneLater) {
+    Create();
+    Run();
+    FinishFromWorker("First");
+    ASSERT_TRUE(WaitForEnd());
+    Run();
+    EXPECT_EQ(Content(), "<align=left left_margin=30 wrap=char>Please wait");
+    QELPopupLoading::SetRunningFlag(false);
+    ASSERT_TRUE(WaitForEnd());
+    EXPECT_EQ(Content(), "<align=left left_margin=30 wrap=char>First");
+}
+
+// --- the flag
+
+TEST_F(QELPopupLoadingTest, FlagIsSetAndReadWithItsLines) {
+    QELPopupLoading::SetRunningFlag(true);
+    EXPECT_TRUE(QELPopupLoading::GetRunningFlag());
+    QELPopupLoading::SetRunningFlag(false);
+    EXPECT_FALSE(QELPopupLoading::GetRunningFlag());
+    EXPECT_THAT(FakeLog::Lines(),
+                ElementsAre(InfoLine("SetRunningFlag 1", SOURCE, "SetRunningFlag"),
+                            InfoLine("m_IsRunning 1", SOURCE, "GetRunningFlag"),
+                            InfoLine("SetRunningFlag 0", SOURCE, "SetRunningFlag"),
+                            InfoLine("m_IsRunning 0", SOURCE, "GetRunningFlag")));
+}
+
+TEST_F(QELPopupLoadingTest, StartAndStopKeepWorkersOutForTheirWholeBody) {
+    Create();
+    std::vector<bool> entered;
+    const auto tryToEnter = [&entered] {
+        std::thread([&entered] {
+            const bool locked = QELPopupLoading::m_MutexForRunningFlag.try_lock();
+            if (locked) {
+                QELPopupLoading::m_MutexForRunningFlag.unlock();
+            }
+            entered.push_back(locked);
+        }).join();
+    };
+    ToolkitCalls::OnCall("elm_progressbar_pulse", tryToEnter);
+    ToolkitCalls::OnCall("elm_object_disabled_set", tryToEnter);
+    m_popup->Start();
+    QELPopupLoading::Stop();
+    EXPECT_THAT(entered, ElementsAre(false, false, false, false));
+    tryToEnter();
+    EXPECT_TRUE(entered.back());
+}
+
+// --- OK
+
+TEST_F(QELPopupLoadingTest, OkHidesThePopupAndKeepsItsWidgets) {
+    Create();
+    Run();
+    FinishFromWorker("Done");
+    ASSERT_TRUE(WaitForEnd());
+    FakeLog::Clear();
+    Screen::Press(ad.win, "Return");
+    EXPECT_FALSE(IsPopupVisible());
+    EXPECT_NE(QELPopupLoading::m_Popup, nullptr);
+    EXPECT_NE(QELPopupLoading::m_Button, nullptr);
+    EXPECT_TRUE(LoggedInfo("OK button is pressed.", SOURCE));
+}
+
+TEST_F(QELPopupLoadingTest, OkCannotBePressedWhileTheWorkerRuns) {
+    Create();
+    Run();
+    Screen::Settle(ad.win);
+    FakeLog::Clear();
+    Screen::Press(ad.win, "Return");
+    Screen::Press(ad.win, "space");
+    EXPECT_TRUE(IsPopupVisible());
+    EXPECT_EQ(FakeLog::Count("OK button is pressed."), 0);
+}
+
+TEST_F(QELPopupLoadingTest, NextRunShowsThePopupAgain) {
+    Create();
+    for (const char* result : {"One", "Two"}) {
+        Run();
+        EXPECT_TRUE(IsPopupVisible());
+        FinishFromWorker(result);
+        ASSERT_TRUE(WaitForEnd());
+        EXPECT_EQ(Content(), std::string("<align=left left_margin=30 wrap=char>") + result);
+        Screen::Press(ad.win, "Return");
+        EXPECT_FALSE(IsPopupVisible());
+    }
+}
+
+TEST_F(QELPopupLoadingTest, OkBeforeThePopupExistsOnlyLogs) {
+    QELPopupLoading::OnOkPress(nullptr, nullptr, nullptr);
+    EXPECT_THAT(ToolkitCalls::Take({}), IsEmpty());
+    EXPECT_THAT(FakeLog::Lines(),
+                ElementsAre(InfoLine("OK button is pressed.", SOURCE, "OnOkPress")));
+}
+
+TEST_F(QELPopupLoadingTest, OkHidesThePopupBeforeLogCaptureIsAsked) {
+    Create();
+    m_popup->Show();
+    evas_object_smart_callback_call(QELPopupLoading::m_Button, "clicked", nullptr);
+    EXPECT_THAT(FakeLog::Lines(),
+                ElementsAre(InfoLine("OK button is pressed.", SOURCE),
+                            InfoLine("Press OK in popup is pressed.", "QELButtonLogCapture.cpp")));
+}
+
+// --- what a person sees
+
+TEST_F(QELPopupLoadingTest, PopupCoversTheScreenOnlyWhileItIsShown) {
+    Create();
+    const Picture before = Screen::Render(ad.win);
+    Run();
+    QELPopupLoading::SetRunningFlag(false);
+    ASSERT_TRUE(WaitForEnd());
+    const Picture shown = Screen::Render(ad.win);
+    Screen::Press(ad.win, "Return");
+    const Picture after = Screen::Render(ad.win);
+
+    const Area label = Screen::AreaOf(QELPopupLoading::m_PopupLabel);
+    EXPECT_FALSE(before.At(label.x, label.y) == shown.At(label.x, label.y));
+    EXPECT_EQ(before.At(label.x, label.y), after.At(label.x, label.y));
+}
+
+// --- destroy
+
+TEST_F(QELPopupLoadingTest, DestroyStopsAndDeletesInThisOrder) {
+    Create();
+    m_popup->Show();
+    m_popup->Start();
+    const ToolkitCalls::Names names = AllNames();
+    ToolkitCalls::Start();
+    m_popup->Destroy();
+    EXPECT_THAT(
+        ToolkitCalls::Take(names),
+        ElementsAre("elm_progressbar_pulse(progress, 0)", "elm_object_disabled_set(button, 0)",
+                    "elm_object_focus_set(button, 1)", "evas_object_del(popup)",
+                    "evas_object_del(popupTable)", "evas_object_del(label)",
+                    "evas_object_del(progress)", "evas_object_del(button)"));
+    EXPECT_EQ(QELPopupLoading::m_Popup, nullptr);
+    EXPECT_EQ(m_popup->m_PopupTable, nullptr);
+    EXPECT_EQ(QELPopupLoading::m_PopupLabel, nullptr);
+    EXPECT_EQ(QELPopupLoading::m_PopupProgress, nullptr);
+    EXPECT_EQ(QELPopupLoading::m_Button, nullptr);
+    EXPECT_EQ(QELPopupLoading::m_Timer, nullptr);
+}
+
+TEST_F(QELPopupLoadingTest, DestroyBeforeCreateOnlyReportsTheProgressBar) {
+    m_popup->Destroy();
+    EXPECT_THAT(ToolkitCalls::Take({}), IsEmpty());
+    EXPECT_THAT(FakeLog::Lines(),
+                ElementsAre(ErrorLine("m_PopupProgress is not ready", SOURCE, "Stop")));
+}
+
+}  // namespace
