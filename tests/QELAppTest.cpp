@@ -1,10 +1,14 @@
 #include "QELApp.h"
 
+#include <Elementary.h>
+
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <string>
 #include <vector>
 
+#include "QELItemDetailView.h"
 #include "QELPopupLoading.h"
 #include "QELWindow.h"
 #include "fakes/FailingNew.h"
@@ -300,6 +304,91 @@ TEST_F(QELAppTest, StoresAndPopupOutliveTheWindow) {
     QELApp::s_Terminate(&ad);
     EXPECT_EQ(QELXmlParser::m_qelXmlParser, parser);
     EXPECT_EQ(QELPopupLoading::m_QELPopupLoading, popup);
+}
+
+// --- from start to analysed text
+
+const char* const RUN =
+    "<run><Information><model>M1</model></Information><Network><type>wifi</type></Network>"
+    "<Summary><duration>60</duration></Summary><RNSCImage></RNSCImage><RNSCTest></RNSCTest>"
+    "<FAnetTest>"
+    "<test><type>app</type><name>Alpha</name><opcode>52</opcode><msgcode>14</msgcode>"
+    "<result>fail</result><duration>500</duration><detailed>cable;loose</detailed>"
+    "<timeAckAbsolute>1000</timeAckAbsolute><threadID>1</threadID></test>"
+    "<test><type>wifi</type><name>Beta</name><result>fail</result></test>"
+    "<test><type>app</type><name>Gamma</name><opcode>53</opcode><msgcode>01</msgcode>"
+    "<result>pass</result><duration>100</duration>"
+    "<timeAckAbsolute>1200</timeAckAbsolute><threadID>02</threadID></test>"
+    "</FAnetTest></run>";
+
+class QELAppScenarioTest : public QELAppTest {
+protected:
+    void Key(const std::string& key) { Screen::Press(ad.win, key); }
+    bool WaitForFocus(const Evas_Object* widget) {
+        return Screen::PumpUntil(
+            [this, widget] { return Screen::FocusedWidget(ad.win) == widget; });
+    }
+    bool IsRowFocused(unsigned int index) const {
+        return elm_object_focused_item_get(ad.itemList) == Row(index);
+    }
+    int PixelsOfDetail(const std::function<bool(const Colour&)>& condition) const {
+        return Screen::Render(ad.win).Count(Screen::AreaOf(QELItemDetailView::m_bgItemDetailView),
+                                            condition);
+    }
+
+    void ConfirmTheAnalysis() {
+        ASSERT_TRUE(WaitForFocus(QELPopupLoading::m_Button));
+        EXPECT_EQ(TextOf(QELPopupLoading::m_PopupLabel),
+                  "<align=left left_margin=30 wrap=char>Analysis is completed.");
+        Key("Return");
+        EXPECT_FALSE(IsVisible(QELPopupLoading::m_Popup));
+        ASSERT_TRUE(WaitForFocus(ad.itemList));
+    }
+};
+
+TEST_F(QELAppScenarioTest, KeysLeadFromTheStartToTheAnalysedText) {
+    const std::string alpha =
+        "<align=left left_margin=20 wrap=char font_size=15>type=app<br/>duration=500<br/><br/>";
+    const std::string orange = "<align=left left_margin=20 wrap=char font_size=15 color=#FF8000>";
+    PrivateData::WriteMain(RUN);
+    ASSERT_TRUE(QELApp::s_Create(&ad));
+    QELApp::s_Control(FakeApp::Request({}), &ad);
+    Screen::Settle(ad.win);
+    EXPECT_TRUE(IsRowFocused(0));
+    EXPECT_THAT(TextOf(ad.detailLabel), testing::HasSubstr("Please choose items"));
+
+    Key("Down");
+    EXPECT_TRUE(IsRowFocused(1));
+    EXPECT_THAT(TextOf(ad.detailLabel), testing::HasSubstr("type=wifi"));
+    Key("Up");
+    EXPECT_EQ(TextOf(ad.detailLabel), alpha + orange);
+
+    Key("Return");
+    EXPECT_TRUE(IsVisible(QELPopupLoading::m_Popup));
+    ConfirmTheAnalysis();
+    EXPECT_EQ(TextOf(ad.detailLabel), alpha + orange) << "before the focus comes back to the row";
+
+    Key("Down");
+    Key("Up");
+    EXPECT_EQ(TextOf(ad.detailLabel),
+              alpha +
+                  "<align=left left_margin=20 wrap=char font_size=15 color=#FF0000>"
+                  "cable<br/>loose<br/>" +
+                  orange + "<br/>1000<tab/>1500<tab/>Alpha(1)<br/>1200<tab/>1300<tab/>Gamma(02)" +
+                  "<br/><br/>");
+    EXPECT_GT(PixelsOfDetail([](const Colour& c) { return c.red > 180 && c.green < 80; }), 50);
+    EXPECT_GT(PixelsOfDetail([](const Colour& c) {
+                  return c.red > 180 && c.green > 90 && c.green < 170 && c.blue < 80;
+              }),
+              50);
+
+    FakeLog::Clear();
+    Key("Return");
+    EXPECT_TRUE(LoggedError("m_IsExecutedByUser have true value", "QELAnalysisData.cpp"));
+    EXPECT_FALSE(IsVisible(QELPopupLoading::m_Popup));
+    Request("CLOSE");
+    EXPECT_FALSE(HasWindow());
+    EXPECT_EQ(LaunchCount(), "1\n");
 }
 
 }  // namespace
