@@ -11,10 +11,9 @@ Without a build folder the names of tests and labels are not checked.
 
 import os
 import re
-import shlex
-import shutil
 import sys
 
+from commands import CommandChecker
 from markdown import Document
 from repository import Repository
 
@@ -25,9 +24,6 @@ INDEXES = {"docs/architecture.md": r"(inc|src|platform)/",
 
 FILE_ENDINGS = (".cpp", ".edc", ".edj", ".h", ".in", ".json", ".log", ".md", ".png", ".py", ".svg",
                 ".txt", ".webp", ".xml")
-SHELL_WORDS = {"cd", "export"}
-CTEST_VALUES = {"-R": "test", "-E": "test", "-L": "label", "-LE": "label", "--repeat": None,
-                "--timeout": None, "--parallel": None, "-j": None, "--output-on-failure": None}
 
 
 class Checker:
@@ -35,6 +31,7 @@ class Checker:
 
     def __init__(self, repository):
         self.repository = repository
+        self.commands = CommandChecker(repository, self)
         self.faults = []
         self.documents = {name: Document(name, repository.read(name))
                           for name in repository.documents()}
@@ -46,7 +43,7 @@ class Checker:
                 self.check_span(number, span)
             for block in self.document.blocks_of("sh", "console"):
                 for number, line in enumerate(block.lines, block.number):
-                    self.check_commands(number, line)
+                    self.commands.check_line(number, line)
             for block in self.document.blocks_of("mermaid"):
                 for number, line in enumerate(block.lines, block.number):
                     self.check_operations(number, line)
@@ -66,12 +63,12 @@ class Checker:
     def check_span(self, number, span):
         words = span.split()
         if len(words) > 1 or span.startswith("script/"):
-            if self.is_command(words[0]):
-                self.check_commands(number, span)
+            if self.commands.is_command(words[0]):
+                self.commands.check_line(number, span)
             return
         if re.fullmatch(r"[A-Z][A-Z0-9_]{3,}(=.*)?", span):
             self.check_variable(number, span.split("=")[0])
-        elif re.fullmatch(r"(\w+::)*\w+\(\)|QEL\w+(::\w+)*|[ms]_\w+", span):
+        elif re.fullmatch(r"(\w+::)*\w+\(\)|QEL\w+(::\w+)*|[ms]_\w+|([A-Z][a-z]+){2,}", span):
             self.check_operations(number, span)
         elif re.fullmatch(r"quorvel[\w-]*", span):
             if not self.repository.has_target(span):
@@ -84,7 +81,7 @@ class Checker:
             self.fault(number, f"nothing uses {name}")
 
     def check_operations(self, number, text):
-        for name in re.findall(r"\b(?:QEL\w+|[ms]_[A-Z]\w+|\w+(?=\(\)))", text):
+        for name in re.findall(r"\b(?:QEL\w+|[ms]_[A-Z]\w+|\w+(?=\(\))|(?:[A-Z][a-z]+){2,}\b)", text):
             if not self.repository.has_word(name):
                 self.fault(number, f"no class or operation {name}")
 
@@ -130,131 +127,6 @@ class Checker:
             self.fault(number, f"no preset makes {path}")
         elif len(parts) > 2 and not self.repository.has_target(parts[-1]):
             self.fault(number, f"no target {parts[-1]} for {path}")
-
-    # --- Commands ---
-
-    def is_command(self, word):
-        return (word.startswith(("script/", "samples/make", "build/", "tests/"))
-                or word in ("cmake", "ctest", "git", "sudo")
-                or re.fullmatch(r"quorvel[\w-]*|[A-Z_]+=\S+", word))
-
-    def check_commands(self, number, line):
-        try:
-            words = shlex.split(line.strip().removeprefix("$ "), comments=True)
-        except ValueError:
-            self.fault(number, f"not a command: {line}")
-            return
-        command = []
-        for word in words + ["&&"]:
-            if word in ("&&", "||", "|", ";"):
-                self.check_command(number, command)
-                command = []
-            else:
-                command.append(word)
-
-    def check_command(self, number, words):
-        while words and re.fullmatch(r"[A-Z_]+=.*", words[0]):
-            self.check_variable(number, words[0].split("=")[0])
-            words = words[1:]
-        if words and words[0] == "sudo":
-            words = words[1:]
-        if not words:
-            return
-        program, arguments = words[0].removeprefix("./"), words[1:]
-        if program == "cmake":
-            self.check_cmake(number, arguments)
-        elif program == "ctest":
-            self.check_ctest(number, arguments)
-        elif program == "script/test":
-            self.check_test_script(number, arguments)
-        elif program.startswith("build/"):
-            self.check_built(number, program)
-            self.check_program_options(number, program, arguments)
-        elif "/" in program:
-            self.check_script(number, program, arguments)
-        elif re.fullmatch(r"quorvel[\w-]*", program):
-            if not self.repository.has_target(program):
-                self.fault(number, f"no program {program}")
-        elif program not in SHELL_WORDS and not shutil.which(program):
-            self.fault(number, f"no command {program}")
-        if program not in ("ctest", "script/test"):
-            for word in arguments:
-                if word.split("/")[0] in self.repository.folders and "=" not in word:
-                    self.check_path(number, word)
-
-    def check_script(self, number, program, arguments):
-        if not self.repository.is_executable(program):
-            self.fault(number, f"no script {program}")
-            return
-        text = self.repository.read(program)
-        # A script may hand its options to another one that it names.
-        for name in self.repository.files:
-            if os.path.basename(name) in text and self.repository.is_executable(name):
-                text += self.repository.read(name)
-        for word in arguments:
-            option = word.split("=")[0]
-            if option.startswith("--") and len(option) > 2 and option not in text:
-                self.fault(number, f"{program} has no option {option}")
-        if arguments and re.fullmatch(r"[a-z]+", arguments[0]):
-            if arguments[0] not in re.findall(r"\w+", text):
-                self.fault(number, f"{program} knows no {arguments[0]}")
-
-    def check_program_options(self, number, program, arguments):
-        for word in arguments:
-            name, _, value = word.partition("=")
-            if name == "--gtest_filter":
-                self.check_gtest_filter(number, value)
-            elif name.startswith("--") and not name.startswith("--gtest_"):
-                if not self.repository.says(name) and not self.repository.says(name[2:]):
-                    self.fault(number, f"{os.path.basename(program)} has no option {name}")
-
-    def check_gtest_filter(self, number, value):
-        for pattern in value.lstrip("-").split(":"):
-            regex = re.escape(pattern).replace(r"\*", ".*").replace(r"\?", ".")
-            if not self.has_test(f"^{regex}$"):
-                self.fault(number, f"no test is named {pattern}")
-
-    def check_cmake(self, number, arguments):
-        kind = "build" if "--build" in arguments else "configure"
-        for word, value in zip(arguments, arguments[1:] + [""]):
-            if word == "--preset":
-                self.check_preset(number, kind, value)
-        for word in arguments:
-            if word.startswith("-DQUORVEL_"):
-                name = re.match(r"-D(\w+)", word).group(1)
-                if not self.repository.has_target(name):
-                    self.fault(number, f"no build option {name}")
-
-    def check_test_script(self, number, arguments):
-        if not self.repository.is_executable("script/test"):
-            self.fault(number, "no script script/test")
-        if arguments and not arguments[0].startswith("-") and arguments[0].isalpha():
-            if arguments[0] != "PRESET":
-                self.check_preset(number, "test", arguments[0])
-            arguments = arguments[1:]
-        self.check_ctest(number, arguments)
-
-    def check_ctest(self, number, arguments):
-        for word, value in zip(arguments, arguments[1:] + [""]):
-            if word == "--preset":
-                self.check_preset(number, "test", value)
-            elif CTEST_VALUES.get(word) == "test" and not self.has_test(value):
-                self.fault(number, f"no test matches {value}")
-            elif CTEST_VALUES.get(word) == "label" and not self.has_label(value):
-                self.fault(number, f"no test has the label {value}")
-
-    def check_preset(self, number, kind, name):
-        if name not in self.repository.presets.get(kind, set()):
-            self.fault(number, f"no {kind} preset {name}")
-
-    def has_test(self, pattern):
-        tests = self.repository.tests
-        return tests is None or any(re.search(pattern, name) for name in tests)
-
-    def has_label(self, pattern):
-        tests = self.repository.tests
-        return tests is None or any(re.search(pattern, label)
-                                    for labels in tests.values() for label in labels)
 
     # --- Links ---
 

@@ -109,6 +109,7 @@ class CheckDocumentsTest(unittest.TestCase):
     def test_operation(self):
         self.assert_good("`QELToy::m_Run`, `m_Run()`\n")
         self.assert_fault("`QELToy::m_Walk`\n", "no class or operation m_Walk")
+        self.assert_fault("`DoWalk`\n", "no class or operation DoWalk")
         self.assertEqual(self.faults_of("```mermaid\nA->>B: m_Walk()\n```\n"),
                          ["docs/page.md:2: no class or operation m_Walk"])
 

@@ -1,0 +1,88 @@
+#!/bin/sh
+# What is installed is complete, and the installed program runs on nothing but that:
+#
+#     install.sh BUILD-DIR
+#
+# Draws into memory, so no display is needed.
+set -eu
+
+build=$1
+root=$(cd -- "$(dirname -- "$0")/../.." && pwd)
+work=$(mktemp -d "${TMPDIR:-/tmp}/quorvel-install.XXXXXX")
+prefix=$work/prefix
+view=
+
+finish() {
+    [ -z "$view" ] || kill "$view" 2>/dev/null || true
+    [ -z "$view" ] || wait "$view" || true
+    rm -rf -- "$work"
+}
+
+fail() {
+    echo "install: $*" >&2
+    cat "$work/log" >&2 2>/dev/null || true
+    exit 1
+}
+
+# Looks again and again whether "$@" is true.
+expect() {
+    end=$(($(date +%s) + 20))
+    until "$@"; do
+        [ "$(date +%s)" -lt "$end" ] || fail "not so: $*"
+        sleep 0.05
+    done
+}
+
+# Prints the process whose program is the installed one.
+process() {
+    for exe in /proc/[0-9]*/exe; do
+        if [ "$(readlink "$exe" 2>/dev/null)" = "$prefix/bin/quorvel" ]; then
+            echo "${exe%/exe}"
+            return
+        fi
+    done
+    return 1
+}
+
+has_opened() {
+    place=$(process) && grep -q -F -- "$1" "$place/maps"
+}
+
+logged() {
+    grep -q -- "$1" "$work/log"
+}
+
+has_ended() {
+    ! process >/dev/null
+}
+
+trap finish EXIT
+trap 'exit 1' HUP INT TERM
+mkdir -p "$work/home" "$work/run"
+chmod 700 "$work/run"
+cmake --install "$build" --prefix "$prefix" >"$work/log"
+
+share=$prefix/share/quorvel/resources
+for file in "$prefix/bin/quorvel" "$prefix/bin/quorvel-view" "$prefix/libexec/quorvel/lay-data"; do
+    [ -x "$file" ] || fail "not installed: $file"
+done
+[ -r "$share/theme/quorvel.edj" ] || fail "the theme is not installed"
+
+# The same files as those that the program finds beside the build, and no others.
+(cd -- "$build/resources" && find . -type f | LC_ALL=C sort) >"$work/built"
+(cd -- "$share" && find . -type f | LC_ALL=C sort) >"$work/installed"
+diff "$work/built" "$work/installed" >&2 || fail "the installed resources are not those of the build"
+
+unset XDG_CACHE_HOME XDG_CONFIG_HOME XDG_DATA_HOME XDG_STATE_HOME QUORVEL_RESOURCES
+export HOME="$work/home" XDG_RUNTIME_DIR="$work/run" ELM_DISPLAY=buffer
+setsid "$prefix/bin/quorvel-view" "$root/samples/typical" >"$work/log" 2>&1 &
+view=$!
+expect logged "Resource = $share/org.tizen.menu/Settings/setting_bg_base.webp"
+expect logged "done app_create"
+expect has_opened "$share/theme/quorvel.edj"
+
+"$prefix/bin/quorvel" EXEPARAM=CLOSE >"$work/second" 2>&1 || fail "closing it: $(cat "$work/second")"
+wait "$view" || fail "it ended with $?"
+view=
+expect has_ended
+! logged "Failed to set Resource" || fail "a resource is missing"
