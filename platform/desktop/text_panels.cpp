@@ -13,9 +13,9 @@ namespace quorvel::desktop {
 
 namespace {
 
-constexpr double kLargest = 2.5;
-constexpr double kSmallest = 0.5;
-constexpr double kStep = 0.05;
+// Of the size that the application gives, in percent.
+constexpr int kLargest = 250;
+constexpr int kSmallest = 50;
 // A panel with few lines does not shout: its lines are as high as if there were so many.
 constexpr int kFewestLines = 10;
 // In units of the toolkit's scale.
@@ -48,15 +48,22 @@ Lines Measure(Evas_Object* panel) {
     return lines;
 }
 
+bool FitsAt(Evas_Object* panel, int percent) {
+    edje_object_scale_set(panel, elm_config_scale_get() * percent / 100);
+    const Lines lines = Measure(panel);
+    return lines.height <= lines.room && lines.lineHeight <= lines.room / kFewestLines;
+}
+
+// The largest size that fits; the smallest one when none does.
 void Fit(Evas_Object* label) {
     Evas_Object* panel = elm_layout_edje_get(label);
-    for (double factor = kLargest; factor >= kSmallest; factor -= kStep) {
-        edje_object_scale_set(panel, factor * elm_config_scale_get());
-        const Lines lines = Measure(panel);
-        if (lines.height <= lines.room && lines.lineHeight <= lines.room / kFewestLines) {
-            return;
-        }
+    int fitting = kSmallest;
+    int tooLarge = kLargest + 1;
+    while (tooLarge - fitting > 1) {
+        const int percent = (fitting + tooLarge) / 2;
+        (FitsAt(panel, percent) ? fitting : tooLarge) = percent;
     }
+    FitsAt(panel, fitting);
 }
 
 void OnResized(void*, Evas*, Evas_Object* label, void*) {
@@ -87,6 +94,9 @@ void SetUpScrolled(Evas_Object* label, Evas_Object* scroller) {
 
 void SetUpCell(Evas_Object* label) {
     elm_layout_signal_emit(label, "quorvel,text,cell", "quorvel");
+    // Now: the layout must not see how high the text would like to be.
+    edje_object_message_signal_process(elm_layout_edje_get(label));
+    elm_layout_sizing_eval(label);
     evas_object_event_callback_add(label, EVAS_CALLBACK_RESIZE, OnResized, nullptr);
     Fit(label);
 }
