@@ -20,6 +20,8 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
+// Of one wait, far above every patience.
+constexpr int kLongestWaitMs = 60000;
 // Between two looks at an owner that is on its way in or out.
 constexpr int kLookAgainMs = 10;
 
@@ -31,9 +33,8 @@ enum class Answer {
 };
 
 int MillisecondsUntil(Clock::time_point deadline) {
-    const auto left =
-        std::chrono::duration_cast<std::chrono::milliseconds>(deadline - Clock::now()).count();
-    return static_cast<int>(std::clamp<decltype(left)>(left, 0, 60 * 1000));
+    const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now()).count();
+    return static_cast<int>(std::clamp<decltype(left)>(left, 0, kLongestWaitMs));
 }
 
 // One connection to the owner.

@@ -27,7 +27,7 @@ struct app_control_s {
 namespace quorvel::desktop {
 
 // The most that one message may carry behind its header, in bytes.
-constexpr std::size_t kMaxMessagePayload = 64 * 1024;
+constexpr std::size_t kMaxMessagePayload = 65536;
 
 // Reads arguments of the form KEY=VALUE; the key ends at the first '=' and is not empty, and of
 // equal keys the last one counts. argv[0] is skipped. Stores nothing and returns the first argument

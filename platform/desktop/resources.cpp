@@ -35,7 +35,8 @@ std::vector<std::string> Folders() {
 std::string FindResource(const std::string& relativePath) {
     std::string path;
     for (const std::string& folder : Folders()) {
-        path = folder + "/" + relativePath;
+        path = folder;
+        path.append("/").append(relativePath);
         if (access(path.c_str(), F_OK) == 0) {
             break;
         }

@@ -41,7 +41,7 @@ protected:
     // Does as the owner does for one sender; what that one sent.
     static std::string Answer(const Socket& server, char answer) {
         const Socket client = server.Accept();
-        const std::string received = client.Receive(1000);
+        std::string received = client.Receive(1000);
         client.Send(std::string(1, answer));
         return received;
     }

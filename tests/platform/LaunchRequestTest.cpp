@@ -22,6 +22,7 @@ namespace {
 KeyValues Read(std::vector<std::string> arguments, std::string* stranger = nullptr) {
     arguments.insert(arguments.begin(), "quorvel");
     std::vector<char*> pointers;
+    pointers.reserve(arguments.size());
     for (std::string& argument : arguments) {
         pointers.push_back(argument.data());
     }

@@ -13,9 +13,7 @@
 #include "support/RecordedApp.h"
 
 using testing::ElementsAre;
-using testing::HasSubstr;
 using testing::IsEmpty;
-using testing::StartsWith;
 
 namespace {
 

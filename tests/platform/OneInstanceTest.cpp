@@ -10,8 +10,6 @@
 #include "support/RecordedApp.h"
 #include "support/Socket.h"
 
-using testing::Contains;
-using testing::Each;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::SizeIs;
@@ -68,9 +66,9 @@ TEST_F(OneInstanceTest, FolderThatOthersCanEnterIsRefused) {
 }
 
 TEST_F(OneInstanceTest, OfTenAtOnceOneGetsAllRequests) {
-    std::vector<std::unique_ptr<ChildProgram>> programs;
-    for (int i = 0; i < 10; ++i) {
-        programs.push_back(Start({"NAME=request"}));
+    std::vector<std::unique_ptr<ChildProgram>> programs(10);
+    for (auto& program : programs) {
+        program = Start({"NAME=request"});
     }
     ASSERT_TRUE(AwaitEvent("control request", 10));
     ASSERT_TRUE(AwaitEvent("end", 9));
@@ -90,9 +88,9 @@ TEST_F(OneInstanceTest, OfTenAtOnceOneGetsAllRequests) {
 // find theirs.
 TEST_F(OneInstanceTest, NoRequestIsLostWhenTheOwnerEnds) {
     const auto owner = StartOwner();
-    std::vector<std::unique_ptr<ChildProgram>> programs;
-    for (int i = 0; i < 8; ++i) {
-        programs.push_back(Start({i == 3 ? "EXEPARAM=CLOSE" : "NAME=request"}));
+    std::vector<std::unique_ptr<ChildProgram>> programs(8);
+    for (auto& program : programs) {
+        program = Start({&program == &programs[3] ? "EXEPARAM=CLOSE" : "NAME=request"});
     }
     ASSERT_TRUE(AwaitEvent("control request", 7));
     EXPECT_EQ(owner->Exit(), 0);

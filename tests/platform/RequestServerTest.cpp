@@ -22,7 +22,6 @@
 using quorvel::desktop::EncodeMessage;
 using quorvel::desktop::kAccepted;
 using quorvel::desktop::KeyValues;
-using quorvel::desktop::kMaxMessagePayload;
 using quorvel::desktop::kRefused;
 using quorvel::desktop::RequestServer;
 using testing::ElementsAre;
@@ -174,6 +173,7 @@ TEST_F(RequestServerTest, SenderThatStopsIsDroppedAfterAWhile) {
 TEST_F(RequestServerTest, TooManyAtOnceAreRefused) {
     Listen();
     std::vector<Socket> idle;
+    idle.reserve(65);
     for (int i = 0; i < 65; ++i) {
         idle.push_back(Socket::Connect(m_Path));
     }

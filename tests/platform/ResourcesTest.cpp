@@ -32,7 +32,7 @@ protected:
     }
 
     fs::path Make(const fs::path& folder, const std::string& resource) const {
-        const fs::path path = m_Folders.Root() / folder / "org.tizen.menu" / resource;
+        fs::path path = m_Folders.Root() / folder / "org.tizen.menu" / resource;
         fs::create_directories(path.parent_path());
         std::ofstream(path) << "picture";
         return path;

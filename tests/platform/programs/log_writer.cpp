@@ -32,12 +32,12 @@ void TwoLines() {
 
 // From eight threads at once, messages of two lines each.
 void Threads() {
-    std::vector<std::thread> threads;
-    for (int thread = 0; thread < 8; ++thread) {
-        threads.emplace_back([thread] {
+    std::vector<std::thread> threads(8);
+    for (std::size_t thread = 0; thread < threads.size(); ++thread) {
+        threads[thread] = std::thread([thread] {
             for (int i = 0; i < 200; ++i) {
-                const std::string name = std::to_string(thread) + "/" + std::to_string(i);
-                Info("first " + name + "\nsecond " + name + "\n");
+                __dlog_print(LOG_ID_MAIN, DLOG_INFO, "QEL", "first %zu/%d\nsecond %zu/%d\n", thread,
+                             i, thread, i);
             }
         });
     }

@@ -13,7 +13,6 @@
 #include <cstdlib>
 #include <stdexcept>
 #include <string>
-#include <string_view>
 
 namespace {
 
@@ -32,8 +31,10 @@ void Record(const std::string& event) {
     close(file);
 }
 
-void OnFocus(void*, Evas_Object*, void*) {
+// The window manager has taken the window in.
+Eina_Bool OnFocus(void*, int, void*) {
     Record("focused");
+    return ECORE_CALLBACK_PASS_ON;
 }
 
 bool Create(void* data) {
@@ -46,7 +47,7 @@ bool Create(void* data) {
     }
     g_Window = elm_win_util_standard_add("recording", "recording");
     elm_win_autodel_set(g_Window, EINA_TRUE);
-    evas_object_smart_callback_add(g_Window, "focused", OnFocus, nullptr);
+    ecore_event_handler_add(ECORE_X_EVENT_WINDOW_FOCUS_IN, OnFocus, nullptr);
     evas_object_resize(g_Window, 200, 100);
     evas_object_show(g_Window);
     return true;
@@ -65,14 +66,17 @@ void Resume(void*) {
     Record("resume");
 }
 
-void Obey(std::string_view command) {
+void Obey(const std::string& command) {
+    const Ecore_X_Window window = elm_win_xwindow_get(g_Window);
     if (command == "CLOSE") {
         evas_object_del(g_Window);
         elm_exit();
-    } else if (command == "MINIMISE" || command == "RESTORE") {
-        elm_win_iconified_set(g_Window, command == "MINIMISE");
+    } else if (command == "MINIMISE") {
+        ecore_x_icccm_iconic_request_send(window, ecore_x_window_root_get(window));
+    } else if (command == "RESTORE") {
+        ecore_x_netwm_client_active_request(ecore_x_window_root_get(window), window, 2, 0);
     } else if (command == "QUIT") {
-        ecore_x_window_delete_request_send(elm_win_xwindow_get(g_Window));
+        ecore_x_window_delete_request_send(window);
     } else if (command == "THROW") {
         throw std::runtime_error("thrown on request");
     }

@@ -22,7 +22,7 @@ std::vector<std::string> Merge(const Environment& changes) {
     }
     for (const auto& [name, value] : changes) {
         if (!value.empty()) {
-            merged.push_back(name + "=" + value);
+            merged.emplace_back(name).append("=").append(value);
         }
     }
     return merged;
@@ -30,6 +30,7 @@ std::vector<std::string> Merge(const Environment& changes) {
 
 std::vector<char*> Pointers(std::vector<std::string>& strings) {
     std::vector<char*> pointers;
+    pointers.reserve(strings.size() + 1);
     for (std::string& string : strings) {
         pointers.push_back(string.data());
     }
