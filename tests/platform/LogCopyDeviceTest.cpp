@@ -35,8 +35,8 @@ protected:
             GTEST_SKIP() << reason;
         }
         // The smallest that all of them can be made with.
-        const std::uintmax_t size = GetParam() == "btrfs" ? 128 * kMegabyte : 16 * kMegabyte;
-        m_Image = std::make_unique<LoopImage>(m_Scratch.Path(), GetParam(), size);
+        m_Size = GetParam() == "btrfs" ? 128 * kMegabyte : 16 * kMegabyte;
+        m_Image = std::make_unique<LoopImage>(m_Scratch.Path(), GetParam(), m_Size);
         m_Image->Mount("rw");
         m_Storage = m_Image->Folder();
         Write(m_Storage / "holiday.jpg", "picture");
@@ -64,6 +64,7 @@ protected:
         m_Image->Mount(options);
     }
 
+    std::uintmax_t m_Size = 0;
     std::unique_ptr<LoopImage> m_Image;
 };
 
@@ -82,7 +83,7 @@ TEST_P(LogCopyDeviceTest, EarlierCopyOfTheSameSecondStays) {
 }
 
 TEST_P(LogCopyDeviceTest, FullDeviceStaysAsItWas) {
-    Write(m_Data / "qelXml.xml", std::string(200 * kMegabyte, 'x'));
+    Write(m_Data / "qelXml.xml", std::string(m_Size, 'x'));
     SystemFileIo io;
     EXPECT_EQ(Run(io, Mounted()), -1);
     EXPECT_THAT(m_Errors, ElementsAre(StartsWith("log copy: the USB storage is full (")));

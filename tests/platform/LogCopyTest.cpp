@@ -317,7 +317,7 @@ TEST_F(LogCopyTest, MissesNothingWhenTheLogIsRotatedMeanwhile) {
 
 TEST_F(LogCopyTest, GoesOnAfterShortReadsAndWrites) {
     FaultyFileIo io(m_Storage);
-    io.SetMaxTransfer(997);
+    io.SetMaxTransfer(9973, 997);
     EXPECT_EQ(Run(io), 0);
     EXPECT_EQ(OnStorage(), After());
 }
@@ -333,7 +333,7 @@ TEST_F(LogCopyTest, WriteThatTakesNothingFails) {
     FaultyFileIo io(m_Storage);
     io.SetHook([&](std::size_t index) {
         if (io.Performed()[index].operation == Operation::Write) {
-            io.SetMaxTransfer(0);
+            io.SetMaxTransfer(1, 0);
         }
     });
     EXPECT_EQ(Run(io), -1);

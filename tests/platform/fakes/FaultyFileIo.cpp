@@ -132,13 +132,13 @@ int FaultyFileIo::MountId(int descriptor, std::uint64_t& id) {
 ssize_t FaultyFileIo::Read(int descriptor, void* buffer, std::size_t size) {
     return m_Fails(Operation::Read, PathOf(descriptor))
                ? -1
-               : SystemFileIo::Read(descriptor, buffer, std::min(size, m_MaxTransfer));
+               : SystemFileIo::Read(descriptor, buffer, std::min(size, m_MaxRead));
 }
 
 ssize_t FaultyFileIo::Write(int descriptor, const void* buffer, std::size_t size) {
     return m_Fails(Operation::Write, PathOf(descriptor))
                ? -1
-               : SystemFileIo::Write(descriptor, buffer, std::min(size, m_MaxTransfer));
+               : SystemFileIo::Write(descriptor, buffer, std::min(size, m_MaxWrite));
 }
 
 int FaultyFileIo::Sync(int descriptor) {

@@ -50,8 +50,11 @@ public:
     void FailAt(std::size_t index, int error, bool forGood);
     // Called with the index of each operation before it is performed.
     void SetHook(std::function<void(std::size_t)> hook) { m_Hook = std::move(hook); }
-    // No read and no write takes more than this many bytes.
-    void SetMaxTransfer(std::size_t size) { m_MaxTransfer = size; }
+    // No read and no write transfers more bytes than these.
+    void SetMaxTransfer(std::size_t read, std::size_t write) {
+        m_MaxRead = read;
+        m_MaxWrite = write;
+    }
     // Each operation that a signal can interrupt is, once.
     void InterruptEach() { m_Interrupts = true; }
 
@@ -92,7 +95,8 @@ private:
     std::string m_Storage;
     std::optional<Fault_s> m_Fault;
     std::function<void(std::size_t)> m_Hook;
-    std::size_t m_MaxTransfer = static_cast<std::size_t>(-1);
+    std::size_t m_MaxRead = static_cast<std::size_t>(-1);
+    std::size_t m_MaxWrite = static_cast<std::size_t>(-1);
     bool m_Interrupts = false;
     bool m_WasInterrupted = false;
     int m_OpenDescriptors = 0;
