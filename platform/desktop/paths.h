@@ -25,6 +25,4 @@ std::string RotatedLogName(unsigned age);
 
 }  // namespace quorvel::desktop
 
-namespace platform = quorvel::desktop;
-
 #endif  // QUORVEL_PLATFORM_DESKTOP_PATHS_H_
