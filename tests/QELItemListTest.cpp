@@ -18,6 +18,7 @@
 #include "fakes/FailingNew.h"
 #include "fakes/FakeServices.h"
 #include "fakes/NoThreads.h"
+#include "fakes/PrivateData.h"
 #include "fakes/ScreenTest.h"
 
 namespace fs = std::filesystem;
@@ -408,7 +409,7 @@ class QELItemListIconTest : public QELItemListTest,
 
 TEST_P(QELItemListIconTest, IsAResourceOfTheMenuByType) {
     AddFailed(ItemOfType(GetParam().type, "N"));
-    const fs::path folder = fs::temp_directory_path() / "icons";
+    const fs::path folder = PrivateData::Path("icons");
     const fs::path file = folder / GetParam().path;
     fs::create_directories(file.parent_path());
     Screen::WriteImage(file, {250, 10, 10});
@@ -424,7 +425,6 @@ TEST_P(QELItemListIconTest, IsAResourceOfTheMenuByType) {
     EXPECT_EQ(FakeServices::Lookups().back().relativePath, GetParam().path);
     EXPECT_THAT(FakeLog::Lines(), ElementsAre(InfoLine("resourcePath = " + file.string(), SOURCE,
                                                        "m_GetItemContent")));
-    fs::remove_all(folder);
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -438,7 +438,7 @@ INSTANTIATE_TEST_SUITE_P(
 
 TEST_F(QELItemListTest, IconIsSeenLeftOfTheText) {
     AddFailed(ItemOfType("bt", "N"));
-    const fs::path folder = fs::temp_directory_path() / "icons";
+    const fs::path folder = PrivateData::Path("icons");
     fs::create_directories(folder / "Settings_Popup/device_icon");
     Screen::WriteImage(folder / "Settings_Popup/device_icon/r_icon_device_s_bluetooth.webp",
                        {250, 10, 10});
@@ -451,7 +451,6 @@ TEST_F(QELItemListTest, IconIsSeenLeftOfTheText) {
     const Area list = Screen::AreaOf(ad.itemList);
     EXPECT_GE(picture.Count({list.x, list.y, 80, 80}, isRed), 30 * 30);
     EXPECT_EQ(picture.Count({list.x + 80, list.y, list.width - 80, list.height}, isRed), 0);
-    fs::remove_all(folder);
 }
 
 TEST_F(QELItemListTest, MissingIconFileIsLoggedAndLeavesAnEmptyImage) {

@@ -2,7 +2,6 @@
 
 #include <Elementary.h>
 
-#include <filesystem>
 #include <optional>
 #include <ostream>
 #include <string>
@@ -11,9 +10,8 @@
 #include "QELItemDetailView.h"
 #include "QELItemList.h"
 #include "fakes/FailingNew.h"
+#include "fakes/PrivateData.h"
 #include "fakes/ScreenTest.h"
-
-namespace fs = std::filesystem;
 
 namespace {
 
@@ -31,7 +29,7 @@ protected:
     void SetUp() override {
         ScreenTest::SetUp();
         OpenWindow();
-        m_photo = fs::temp_directory_path() / "photo.png";
+        m_photo = PrivateData::Path("photo.png");
         Screen::WriteImage(m_photo, {250, 10, 10});
         QELXmlParser::GetInstance();
         ToolkitCalls::Start();
@@ -40,7 +38,6 @@ protected:
 
     void TearDown() override {
         m_view.Destroy(&ad);
-        fs::remove(m_photo);
         ScreenTest::TearDown();
     }
 

@@ -221,7 +221,7 @@ TEST_F(QELWindowTest, BackgroundIsLookedUpASecondTimeForTheLog) {
 }
 
 TEST_F(QELWindowTest, BackgroundFillsTheWholeWindow) {
-    const fs::path folder = fs::temp_directory_path() / "resources" / "Settings";
+    const fs::path folder = fs::path(PrivateData::Path("resources")) / "Settings";
     fs::create_directories(folder);
     Screen::WriteImage(folder / "setting_bg_base.webp", {0, 0, 200});
     FakeServices::SetResourceFolder(folder.parent_path());
@@ -230,7 +230,6 @@ TEST_F(QELWindowTest, BackgroundFillsTheWholeWindow) {
     EXPECT_EQ(picture.At(1919, 1079), (Colour{0, 0, 200}));
     EXPECT_EQ(picture.At(1919, 1000), (Colour{0, 0, 200}));
     EXPECT_EQ(picture.At(639, 1079), (Colour{0, 0, 200}));  // between list and item view
-    fs::remove_all(folder.parent_path());
 }
 
 TEST_F(QELWindowTest, MissingBackgroundLeavesTheImageEmpty) {
