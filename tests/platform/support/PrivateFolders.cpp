@@ -34,6 +34,7 @@ Environment PrivateFolders::Variables() const {
             {"TMPDIR", m_Root / "tmp"},
             {"ELM_DISPLAY", "buffer"},
             {"EINA_LOG_BACKTRACE", "-1"},
+            {"ECORE_NO_SYSTEM_MODULES", "1"},
             {"DISPLAY", ""},
             {"WAYLAND_DISPLAY", ""},
             {"ELM_ENGINE", ""},
