@@ -50,6 +50,7 @@ void ScreenTest::TearDown() {
     if (QELPopupLoading::m_Timer != nullptr) {
         ecore_timer_del(QELPopupLoading::m_Timer);
     }
+    QELApp::s_Terminate(&ad);
     evas_object_del(ad.win);
     ResetApplication();
     remove(FLAG_FILE);
