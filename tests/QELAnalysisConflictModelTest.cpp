@@ -29,13 +29,16 @@ struct ModelItem_s {
 
 using ModelRun = std::vector<ModelItem_s>;
 
-enum class Failure { NOT_A_NUMBER, TOO_LARGE };
+// Why a text is no number.
+struct Failure_s {
+    bool isTooLarge;
+};
 
 // Reads a number digit by digit in 64 bits.
 long long Number(const std::string& text, int base) {
     size_t at = text.find_first_not_of(" \t\n\r\v\f");
     if (at == std::string::npos) {
-        throw Failure::NOT_A_NUMBER;
+        throw Failure_s{false};
     }
     bool negative = false;
     if (text[at] == '-' || text[at] == '+') {
@@ -53,7 +56,7 @@ long long Number(const std::string& text, int base) {
         at += 2;
     }
     if (valueAt(at) < 0) {
-        throw Failure::NOT_A_NUMBER;
+        throw Failure_s{false};
     }
     long long number = 0;
     for (; valueAt(at) >= 0; ++at) {
@@ -61,7 +64,7 @@ long long Number(const std::string& text, int base) {
     }
     number = negative ? -number : number;
     if (number > 2147483647LL || number < -2147483648LL) {
-        throw Failure::TOO_LARGE;
+        throw Failure_s{true};
     }
     return number;
 }
@@ -166,17 +169,17 @@ std::string ModelAnalysis(const ModelRun& run, const ModelItem_s& own,
     std::optional<std::string> pair;
     try {
         pair = PairOf(own);
-    } catch (const Failure& failure) {
-        return failure == Failure::TOO_LARGE ? "throws out_of_range" : "throws invalid_argument";
+    } catch (const Failure_s& failure) {
+        return failure.isTooLarge ? "throws out_of_range" : "throws invalid_argument";
     }
     if (!pair || BlockedPairs().count(*pair) != 0) {
         return "";
     }
     try {
         return ModelConflicts(run, own);
-    } catch (const Failure& failure) {
-        errors.emplace_back(failure == Failure::TOO_LARGE ? "Exception - out_of_range[stoi]"
-                                                          : "Exception - invalid_argument[stoi]");
+    } catch (const Failure_s& failure) {
+        errors.emplace_back(failure.isTooLarge ? "Exception - out_of_range[stoi]"
+                                               : "Exception - invalid_argument[stoi]");
         return "";
     }
 }

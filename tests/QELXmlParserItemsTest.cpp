@@ -128,8 +128,8 @@ TEST_F(QELXmlParserItemsTest, ListParserTellsWhatItFound) {
 
 TEST_F(QELXmlParserItemsTest, ItemParserTellsWhatItFound) {
     QELXmlParser& store = Load("<r><test/><other/></r>");
-    const xmlNodePtr test = store.m_FindNodeWithTagInfo(store.m_rootNode, "test");
-    const xmlNodePtr other = store.m_FindNodeWithTagInfo(store.m_rootNode, "other");
+    xmlNode* test = QELXmlParser::m_FindNodeWithTagInfo(store.m_rootNode, "test");
+    xmlNode* other = QELXmlParser::m_FindNodeWithTagInfo(store.m_rootNode, "other");
     EXPECT_TRUE(store.m_ParseItemInfo(test));
     EXPECT_FALSE(store.m_ParseItemInfo(other));
     EXPECT_THAT(FakeLog::Lines(), IsEmpty());
@@ -404,6 +404,7 @@ TEST_F(QELXmlParserItemsTest, QueriesMayRunOnSeveralThreads) {
         LoadItems({{{"name", "a"}, {"detailed", "x;y"}, {"type", "app"}, {"measure", "m"}}});
     std::vector<std::thread> threads;
     std::vector<int> good(4, 0);
+    threads.reserve(good.size());
     for (int& count : good) {
         threads.emplace_back([&store, &count] {
             for (int i = 0; i < 200; ++i) {

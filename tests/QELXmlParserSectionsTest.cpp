@@ -182,6 +182,19 @@ TEST_F(QELXmlParserSectionsTest, SectionParsersAcceptEmptySections) {
     EXPECT_THAT(FakeLog::Lines(), IsEmpty());
 }
 
+TEST_F(QELXmlParserSectionsTest, ParsingAgainForgetsEveryValue) {
+    PrivateData::WriteRnsc(FullFile("rnsc "));
+    QELXmlParser& store = Load(FailureFile(FULL_FAILURE));
+    xmlDoc* dropped = store.m_doc;
+    PrivateData::Clean();
+    EXPECT_TRUE(store.ParseFile());
+    for (const Filled_s& field : ALL_FIELDS) {
+        EXPECT_EQ(store.*field.member, "") << field.section << "/" << field.tag;
+    }
+    EXPECT_EQ(store.m_networkFailReason, "");
+    xmlFreeDoc(dropped);
+}
+
 // Two files
 
 TEST_F(QELXmlParserSectionsTest, MainFileWinsWhereBothHaveAValue) {

@@ -154,7 +154,7 @@ TEST_F(QELXmlParserTest, RnscFileAloneIsEnough) {
 TEST_F(QELXmlParserTest, ParsingAgainStartsFromEmpty) {
     LoadItems({{{"name", "a"}}, {{"name", "b"}}});
     fs::remove(PrivateData::MainFile());
-    const xmlDocPtr dropped = Store().m_doc;
+    xmlDoc* dropped = Store().m_doc;
     EXPECT_TRUE(Store().ParseFile());
     EXPECT_EQ(Store().GetNumOfResult(), 0U);
     EXPECT_EQ(Store().GetNumOfResultAll(), 0U);
@@ -167,7 +167,7 @@ TEST_F(QELXmlParserTest, InitializeKeepsTheCapacityOfTheLists) {
     QELXmlParser& store = LoadItems({{{"name", "a"}}, {{"name", "b"}}, {{"name", "c"}}});
     const size_t failCapacity = store.m_resultFailData.capacity();
     const size_t allCapacity = store.m_resultAllData.capacity();
-    const xmlDocPtr dropped = store.m_doc;
+    xmlDoc* dropped = store.m_doc;
     store.m_Initialize();
     EXPECT_TRUE(store.m_resultFailData.empty());
     EXPECT_TRUE(store.m_resultAllData.empty());
@@ -202,7 +202,7 @@ TEST_F(QELXmlParserTest, RnscDocumentStaysWithoutAMainFile) {
 // Dropped, not freed: the document can still be read, and freed, here.
 TEST_F(QELXmlParserTest, ParsingAgainDropsTheDocument) {
     QELXmlParser& store = LoadItems({{{"name", "kept"}}});
-    const xmlDocPtr dropped = store.m_doc;
+    xmlDoc* dropped = store.m_doc;
     XmlSpy::Clear();
     EXPECT_TRUE(store.ParseFile());
     EXPECT_THAT(XmlSpy::DocumentCalls(), ElementsAre("parse qelXml.xml"));
@@ -361,30 +361,30 @@ TEST_F(QELXmlParserTest, ResultFilesAreNeverWritten) {
 // Helpers of the section parsers
 
 TEST_F(QELXmlParserTest, FindNodeReportsAMissingParent) {
-    EXPECT_EQ(Store().m_FindNodeWithTagInfo(nullptr, "a"), nullptr);
+    EXPECT_EQ(QELXmlParser::m_FindNodeWithTagInfo(nullptr, "a"), nullptr);
     EXPECT_THAT(FakeLog::Lines(), ElementsAre(ErrorLine("Parent Node is NULL\n", FILE_NAME,
                                                         "m_FindNodeWithTagInfo")));
 }
 
 TEST_F(QELXmlParserTest, FindNodeTakesTheFirstDirectChildOfThatName) {
     const Tree tree("<r><x><a/></x><A/><a id='1'/><a id='2'/></r>");
-    const xmlNodePtr found = Store().m_FindNodeWithTagInfo(tree.root, "a");
+    xmlNode* found = QELXmlParser::m_FindNodeWithTagInfo(tree.root, "a");
     EXPECT_EQ(found, tree.root->children->next->next);
     EXPECT_THAT(FakeLog::Lines(), IsEmpty());
 }
 
 TEST_F(QELXmlParserTest, FindNodeSaysNothingWhenNoneMatches) {
     const Tree tree("<r><a/></r>");
-    EXPECT_EQ(Store().m_FindNodeWithTagInfo(tree.root, "b"), nullptr);
-    EXPECT_EQ(Store().m_FindNodeWithTagInfo(tree.root, ""), nullptr);
-    EXPECT_EQ(Store().m_FindNodeWithTagInfo(tree.root->children, "a"), nullptr);
+    EXPECT_EQ(QELXmlParser::m_FindNodeWithTagInfo(tree.root, "b"), nullptr);
+    EXPECT_EQ(QELXmlParser::m_FindNodeWithTagInfo(tree.root, ""), nullptr);
+    EXPECT_EQ(QELXmlParser::m_FindNodeWithTagInfo(tree.root->children, "a"), nullptr);
     EXPECT_THAT(FakeLog::Lines(), IsEmpty());
 }
 
 TEST_F(QELXmlParserTest, FindNodeComparesNodesOfEveryKind) {
     const Tree tree("<r><a/>some text<!-- c --><text/><comment/></r>");
-    const xmlNodePtr text = Store().m_FindNodeWithTagInfo(tree.root, "text");
-    const xmlNodePtr comment = Store().m_FindNodeWithTagInfo(tree.root, "comment");
+    xmlNode* text = QELXmlParser::m_FindNodeWithTagInfo(tree.root, "text");
+    xmlNode* comment = QELXmlParser::m_FindNodeWithTagInfo(tree.root, "comment");
     ASSERT_NE(text, nullptr);
     ASSERT_NE(comment, nullptr);
     EXPECT_EQ(text->type, XML_TEXT_NODE);
@@ -394,8 +394,8 @@ TEST_F(QELXmlParserTest, FindNodeComparesNodesOfEveryKind) {
 TEST_F(QELXmlParserTest, ContentOfNothingIsSkippedSilently) {
     const Tree tree("<r>x</r>");
     std::string content = "before";
-    EXPECT_FALSE(Store().m_GetContentFromNode(nullptr, tree.root, content));
-    EXPECT_FALSE(Store().m_GetContentFromNode(tree.doc.get(), nullptr, content));
+    EXPECT_FALSE(QELXmlParser::m_GetContentFromNode(nullptr, tree.root, content));
+    EXPECT_FALSE(QELXmlParser::m_GetContentFromNode(tree.doc.get(), nullptr, content));
     EXPECT_EQ(content, "before");
     EXPECT_THAT(FakeLog::Lines(), IsEmpty());
 }
@@ -406,7 +406,7 @@ class QELXmlParserNoContentTest : public QELXmlParserTest,
 TEST_P(QELXmlParserNoContentTest, IsLoggedAndLeavesTheValue) {
     const Tree tree(GetParam());
     std::string content = "before";
-    EXPECT_FALSE(Store().m_GetContentFromNode(tree.doc.get(), tree.root, content));
+    EXPECT_FALSE(QELXmlParser::m_GetContentFromNode(tree.doc.get(), tree.root, content));
     EXPECT_EQ(content, "before");
     EXPECT_THAT(FakeLog::Lines(), ElementsAre(ErrorLine("Content of current node is NULL\n",
                                                         FILE_NAME, "m_GetContentFromNode")));
@@ -427,7 +427,7 @@ class QELXmlParserContentTest : public QELXmlParserTest,
 TEST_P(QELXmlParserContentTest, IsTakenAsItStands) {
     const Tree tree(GetParam().file);
     std::string content = "before";
-    EXPECT_TRUE(Store().m_GetContentFromNode(tree.doc.get(), tree.root, content));
+    EXPECT_TRUE(QELXmlParser::m_GetContentFromNode(tree.doc.get(), tree.root, content));
     EXPECT_EQ(content, GetParam().content);
     EXPECT_THAT(FakeLog::Lines(), IsEmpty());
 }
@@ -457,7 +457,7 @@ class QELXmlParserReplaceTest : public QELXmlParserTest,
 
 TEST_P(QELXmlParserReplaceTest, ReplacesEveryHitOfTheOriginalText) {
     std::string text = GetParam().text;
-    Store().m_ReplaceString(text, GetParam().pattern, GetParam().replacement);
+    QELXmlParser::m_ReplaceString(text, GetParam().pattern, GetParam().replacement);
     EXPECT_EQ(text, GetParam().result);
 }
 

@@ -24,10 +24,9 @@ std::string PathOf(xmlNodePtr node) {
     std::string path;
     for (; node != nullptr && node->parent != nullptr && node->parent->type == XML_ELEMENT_NODE;
          node = node->parent) {
-        const std::string name = reinterpret_cast<const char*>(node->name);
-        path = path.empty() ? name : name + "/" + path;
+        path.insert(0, reinterpret_cast<const char*>(node->name)).insert(0, "/");
     }
-    return path;
+    return path.empty() ? path : path.substr(1);
 }
 
 }  // namespace

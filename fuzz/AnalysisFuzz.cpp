@@ -1,0 +1,116 @@
+// Runs of test items with any texts in their fields: every failed item can be judged and analysed,
+// and nothing but the two exceptions of a bad code leaves either.
+
+#include <algorithm>
+#include <stdexcept>
+#include <string>
+
+#include "FuzzTarget.h"
+#include "QELAnalysis.h"
+#include "QELAnalysisData.h"
+#include "QELXmlParser.h"
+
+namespace {
+
+// More would only make each input slower.
+const unsigned int MAX_ITEMS = 12;
+
+// Turns the input into texts: a byte chooses one of the usual ones, or how much is taken as it is.
+class TextSource {
+public:
+    TextSource(const std::uint8_t* data, std::size_t size) : m_Next(data), m_End(data + size) {}
+
+    bool IsEmpty() const { return m_Next == m_End; }
+
+    std::uint8_t Byte() { return IsEmpty() ? std::uint8_t{0} : *m_Next++; }
+
+    std::string Text() {
+        static const char* const usual[] = {"0",   "1",   "2",          "10",          "100",
+                                            "007", "-1",  "2147483647", "-2147483648", "2147483648",
+                                            "50",  "1A",  "0x52",       "14",          "12.5",
+                                            "xyz", "app", "rnsc",       "image",       "fail"};
+        const std::uint8_t choice = Byte();
+        const std::size_t count = sizeof(usual) / sizeof(usual[0]);
+        return choice < 2 * count ? usual[choice % count] : Raw(choice % 16U);
+    }
+
+private:
+    std::string Raw(std::size_t size) {
+        const std::size_t taken = std::min(size, static_cast<std::size_t>(m_End - m_Next));
+        std::string text(reinterpret_cast<const char*>(m_Next), taken);
+        m_Next += taken;
+        return text;
+    }
+
+    const std::uint8_t* m_Next;
+    const std::uint8_t* m_End;
+};
+
+// A bit of the first byte for every field that the item has, the last one for its failure.
+void AddItem(QELXmlParser& store, TextSource& source) {
+    static const char* const keys[] = {"opcode",   "msgcode", "threadID", "timeAckAbsolute",
+                                       "duration", "type",    "detailed"};
+    const std::uint8_t present = source.Byte();
+    ResultItem item = {{"name", "item" + std::to_string(store.m_resultAllData.size())}};
+    unsigned int bit = 1;
+    for (const char* key : keys) {
+        if ((present & bit) == 0) {
+            item[key] = source.Text();
+        }
+        bit <<= 1U;
+    }
+    if ((present & bit) == 0) {
+        store.m_resultFailData.push_back(item);
+    }
+    store.m_resultAllData.push_back(item);
+}
+
+std::string AnalysisOf(unsigned int id) {
+    try {
+        return QELAnalysis::m_Analyze(id);
+    } catch (const std::invalid_argument&) {
+        return "";
+    } catch (const std::out_of_range&) {
+        return "";
+    }
+}
+
+void Judge(QELAnalysisData& data, unsigned int id) {
+    try {
+        data.IsValid(id);
+    } catch (const std::invalid_argument&) {
+        return;
+    } catch (const std::out_of_range&) {
+        return;
+    }
+}
+
+void CheckAnalysis(const QELXmlParser& store, unsigned int id) {
+    const std::string text = AnalysisOf(id);
+    Require(text == AnalysisOf(id), "an analysis is the same every time");
+    if (text.empty()) {
+        return;
+    }
+    Require(text.size() >= 2 && text.front() == '\n' && text.back() == '\n', "the text is framed");
+    const std::string own = "\t" + store.GetResult(id, "name") + "(";
+    Require(text == "\n\n" || text.find(own) < text.find('\n', 1),
+            "the item's own line is the first");
+}
+
+}  // namespace
+
+int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    delete QELAnalysisData::m_QELAnalysisData;
+    QELAnalysisData::m_QELAnalysisData = nullptr;
+    QELXmlParser& store = *QELXmlParser::GetInstance();
+    store.m_Initialize();
+    TextSource source(data, size);
+    while (!source.IsEmpty() && store.GetNumOfResultAll() < MAX_ITEMS) {
+        AddItem(store, source);
+    }
+    for (unsigned int id = 0; id <= store.GetNumOfResult(); ++id) {
+        Judge(*QELAnalysisData::GetInstance(), id);
+        CheckAnalysis(store, id);
+    }
+    return 0;
+}

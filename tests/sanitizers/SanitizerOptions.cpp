@@ -1,0 +1,22 @@
+// Where the sanitizers find what they are to overlook in libraries that are not ours. Linked into
+// every test program, so that it holds by hand as well as under ctest; unused without a sanitizer.
+// NOLINTBEGIN(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp)
+extern "C" {
+
+const char* __lsan_default_options();
+const char* __lsan_default_options() {
+    return "suppressions=" QUORVEL_SANITIZER_FOLDER "/lsan.supp:print_suppressions=0";
+}
+
+const char* __tsan_default_options();
+const char* __tsan_default_options() {
+    return "suppressions=" QUORVEL_SANITIZER_FOLDER "/tsan.supp:print_suppressions=0";
+}
+
+const char* __ubsan_default_options();
+const char* __ubsan_default_options() {
+    return "suppressions=" QUORVEL_SANITIZER_FOLDER "/ubsan.supp:print_stacktrace=1";
+}
+
+}  // extern "C"
+// NOLINTEND(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp)
