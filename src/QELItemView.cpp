@@ -136,7 +136,11 @@ void QELItemView::Update(void* data, Evas_Object* /*obj*/, void* event_info) {
     }
     // The path of the photo, read anew for each use.
     QEL_LOGI("jpg Filepath : %s", parser->GetResult(index, "detailed").c_str());
-    elm_image_file_set(ad->itemImage, parser->GetResult(index, "detailed").c_str(), nullptr);
+    if (!elm_image_file_set(ad->itemImage, parser->GetResult(index, "detailed").c_str(), nullptr)) {
+        // Goes unsaid; but a toolkit may keep the photo of the row before, which is not this
+        // item's.
+        elm_image_file_set(ad->itemImage, nullptr, nullptr);
+    }
     m_SetText(ad, ad->itemLabel, parser->GetResult(index, "detailed"));
     evas_object_show(ad->itemLabel);
     evas_object_show(ad->itemImage);

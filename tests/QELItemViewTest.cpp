@@ -426,6 +426,20 @@ TEST_F(QELItemViewTest, MissingPhotoIsNamedInGrey) {
     EXPECT_TRUE(LoggedNoError());
 }
 
+TEST_F(QELItemViewTest, PhotoOfTheRowBeforeGoesWhenTheNextOneIsMissing) {
+    AddFailed(Photo(m_photo));
+    AddFailed(Photo("/no/such/photo.png"));
+    AddFailed(Photo(m_photo));
+    CreateWithList();
+    Update(0);
+    ASSERT_TRUE(Screen::HasPicture(ad.itemImage));
+    Update(1);
+    EXPECT_FALSE(Screen::HasPicture(ad.itemImage));
+    EXPECT_EQ(PhotoText(), NO_PHOTO);
+    Update(2);
+    EXPECT_TRUE(Screen::HasPicture(ad.itemImage));
+}
+
 TEST_F(QELItemViewTest, EmptyPathShowsNeitherPhotoNorText) {
     AddFailed(Photo(""));
     CreateWithList();
