@@ -12,7 +12,8 @@ from check_documents import Checker
 from repository import Repository
 
 FILES = {
-    "CMakeLists.txt": "project(toy VERSION 1.2.3)\nadd_executable(quorvel src/QELToy.cpp)\n",
+    "CMakeLists.txt": "project(toy VERSION 1.2.3)\nadd_executable(quorvel src/QELToy.cpp)\n"
+                      "add_executable(toy_${kind} src/QELToy.cpp)\n",
     "CMakePresets.json": '{"configurePresets": [{"name": "base", "hidden": true},'
                          ' {"name": "release"}], "buildPresets": [{"name": "release"}],'
                          ' "testPresets": [{"name": "release"}]}',
@@ -95,7 +96,7 @@ class CheckDocumentsTest(unittest.TestCase):
         self.assert_fault("`/tmp/other_flag`\n", "nothing uses the path /tmp/other_flag")
 
     def test_built_file(self):
-        self.assert_good("`build/release/quorvel`\n")
+        self.assert_good("`build/release/quorvel`, `build/release/toy_one`\n")
         self.assert_fault("`build/fast/quorvel`\n", "no preset makes build/fast/quorvel")
         self.assert_fault("`build/release/game`\n", "no target game for build/release/game")
 

@@ -49,7 +49,10 @@ class Repository:
         return re.search(rf"(?<![\w-]){re.escape(word)}(?![\w-])", self.code) is not None
 
     def has_target(self, name):
-        return re.search(rf"(?<![\w-]){re.escape(name)}(?![\w-])", self.cmake) is not None
+        """Whether the build files name it, as it stands or as a word with a variable at its end."""
+        words = set(re.findall(r"[\w-]+(?:\$\{\w+\})?", self.cmake))
+        return name in words or any(re.fullmatch(re.sub(r"\$.*", r"\\w+", word), name)
+                                    for word in words if "$" in word)
 
     def version(self):
         found = re.search(r"^project\([^)]*\bVERSION\s+([\d.]+)", self.read("CMakeLists.txt"), re.M)
