@@ -1,21 +1,22 @@
 #include "display.h"
 
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/wait.h>
+#include <unistd.h>
 #include <wayland-client-core.h>
 #include <xcb/xcb.h>
 
-#include <chrono>
+#include <array>
+#include <csignal>
 #include <cstdlib>
-#include <future>
-#include <memory>
 #include <string_view>
-#include <thread>
-#include <utility>
 
 namespace quorvel::desktop {
 
 namespace {
 
-constexpr std::chrono::milliseconds kPatience{400};
+constexpr int kPatienceMs = 400;
 
 std::string_view Environment(const char* variable) {
     const char* value = std::getenv(variable);
@@ -48,13 +49,32 @@ bool ConnectsToX() {
     return good;
 }
 
-// Connecting blocks for minutes when the machine named in DISPLAY is silent. The thread is then
-// left to itself, as the program is about to end.
+// Whether the other end of the pipe writes a byte in time.
+bool SaysYes(int reader) {
+    pollfd waiting{reader, POLLIN, 0};
+    char answer = 0;
+    return poll(&waiting, 1, kPatienceMs) == 1 && read(reader, &answer, 1) == 1;
+}
+
+// Connecting blocks for minutes when the machine named in DISPLAY is silent, and cannot be called
+// off. So a child process tries it, and is ended when it takes too long.
 bool InTime(bool (*connects)()) {
-    std::packaged_task<bool()> task(connects);
-    std::future<bool> result = task.get_future();
-    std::thread(std::move(task)).detach();
-    return result.wait_for(kPatience) == std::future_status::ready && result.get();
+    std::array<int, 2> ends{};
+    if (pipe2(ends.data(), O_CLOEXEC) != 0) {
+        return false;
+    }
+    const pid_t child = fork();
+    if (child == 0) {
+        _exit(connects() && write(ends[1], "y", 1) == 1 ? 0 : 1);
+    }
+    close(ends[1]);
+    const bool good = SaysYes(ends[0]);
+    close(ends[0]);
+    if (child > 0) {
+        kill(child, SIGKILL);
+        waitpid(child, nullptr, 0);
+    }
+    return good;
 }
 
 }  // namespace

@@ -1,7 +1,15 @@
 #include "log_terminal.h"
 
+#include <poll.h>
+#include <spdlog/details/os.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
 #include <csignal>
+#include <cstdio>
 #include <string>
+#include <string_view>
 #include <system_error>
 #include <thread>
 #include <utility>
@@ -11,13 +19,42 @@ namespace quorvel::desktop {
 namespace {
 
 // The brief form of the set's log: level/tag, process, message.
-constexpr const char* kPattern = "%^%L/%-8n(%5P): %v%$";
+constexpr const char* kPattern = "%L/%-8n(%5P): %v";
 constexpr std::size_t kMaxQueuedBytes = std::size_t{1} << 20;
+
+constexpr const char* kColourEnd = "\x1b[m";
+
+const char* ColourOf(spdlog::level::level_enum level) {
+    switch (level) {
+        case spdlog::level::err:
+            return "\x1b[1;31m";
+        case spdlog::level::warn:
+            return "\x1b[33m";
+        default:
+            return "\x1b[32m";
+    }
+}
+
+// Past the stream stderr, whose lock a thread that is stuck here would keep from the program's end.
+void WriteToTerminal(std::string_view text) {
+    while (!text.empty()) {
+        const ssize_t written = write(STDERR_FILENO, text.data(), text.size());
+        if (written < 0 && errno == EAGAIN) {
+            pollfd full{STDERR_FILENO, POLLOUT, 0};
+            poll(&full, 1, -1);
+        } else if (written < 0 && errno != EINTR) {
+            return;
+        }
+        text.remove_prefix(static_cast<std::size_t>(std::max<ssize_t>(written, 0)));
+    }
+}
 
 }  // namespace
 
-LogTerminal::LogTerminal() {
-    m_Sink.set_pattern(kPattern);
+LogTerminal::LogTerminal()
+    : m_Formatter(kPattern),
+      m_IsColoured(spdlog::details::os::in_terminal(stderr) &&
+                   spdlog::details::os::is_color_terminal()) {
     m_Start();
 }
 
@@ -62,7 +99,7 @@ void LogTerminal::m_Run() {
         m_Queue.pop_front();
         m_IsWriting = true;
         lock.unlock();
-        m_Sink.log(line);
+        m_Write(line);
         lock.lock();
         m_IsWriting = false;
         m_QueuedBytes -= line.payload.size() + sizeof(spdlog::details::log_msg);
@@ -71,6 +108,18 @@ void LogTerminal::m_Run() {
         }
         m_Changed.notify_all();
     }
+}
+
+// As one piece, so that lines of other programs do not get into it.
+void LogTerminal::m_Write(const spdlog::details::log_msg& line) {
+    spdlog::memory_buf_t formatted;
+    m_Formatter.format(line, formatted);
+    std::string text(formatted.data(), formatted.size());
+    if (m_IsColoured) {
+        text.insert(text.size() - 1, kColourEnd);
+        text.insert(0, ColourOf(line.level));
+    }
+    WriteToTerminal(text);
 }
 
 // Called with the mutex held.

@@ -2,7 +2,7 @@
 #define QUORVEL_PLATFORM_DESKTOP_LOG_TERMINAL_H_
 
 #include <spdlog/details/log_msg_buffer.h>
-#include <spdlog/sinks/ansicolor_sink.h>
+#include <spdlog/pattern_formatter.h>
 
 #include <chrono>
 #include <condition_variable>
@@ -32,8 +32,10 @@ private:
     void m_Start();
     void m_Run();
     void m_QueueNotice();
+    void m_Write(const spdlog::details::log_msg& line);
 
-    spdlog::sinks::ansicolor_stderr_sink_st m_Sink;
+    spdlog::pattern_formatter m_Formatter;
+    const bool m_IsColoured;
     std::mutex m_Mutex;
     std::condition_variable m_Changed;
     std::deque<spdlog::details::log_msg_buffer> m_Queue;

@@ -78,12 +78,16 @@ TEST_F(MainLoopTest, ArgumentOfAnotherFormIsToldWithTheUsage) {
                 ElementsAre("usage: quorvel [KEY=VALUE...] (not of this form: close)"));
 }
 
+// Beyond what the program takes to start and end at all, which under a sanitizer is most of it.
 TEST_F(MainLoopTest, NoDisplayIsToldWithinASecond) {
+    const auto before = std::chrono::steady_clock::now();
+    EXPECT_EQ(Run({"no request"}), 1);
     const auto start = std::chrono::steady_clock::now();
     const auto app = Start({}, {{"ELM_DISPLAY", ""}});
     EXPECT_EQ(app->Exit(), 1);
-    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(1));
-    EXPECT_THAT(Events(), ElementsAre("end with an error"));
+    const auto end = std::chrono::steady_clock::now();
+    EXPECT_LT(end - start, start - before + std::chrono::seconds(1));
+    EXPECT_THAT(Events(*app), ElementsAre("end with an error"));
     EXPECT_THAT(Errors(*app),
                 ElementsAre("no display: neither DISPLAY nor WAYLAND_DISPLAY is set"));
 }

@@ -47,7 +47,9 @@ bool Create(void* data) {
     }
     g_Window = elm_win_util_standard_add("recording", "recording");
     elm_win_autodel_set(g_Window, EINA_TRUE);
-    ecore_event_handler_add(ECORE_X_EVENT_WINDOW_FOCUS_IN, OnFocus, nullptr);
+    if (elm_win_xwindow_get(g_Window) != 0) {
+        ecore_event_handler_add(ECORE_X_EVENT_WINDOW_FOCUS_IN, OnFocus, nullptr);
+    }
     evas_object_resize(g_Window, 200, 100);
     evas_object_show(g_Window);
     return true;
@@ -101,12 +103,18 @@ void Control(app_control_h request, void*) {
 
 }  // namespace
 
+// NOLINTBEGIN(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp)
 // What the toolkit does not release when it shuts down: the names of its modules, and sixteen bytes
 // for some of its objects.
-// NOLINTNEXTLINE(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp)
 extern "C" const char* __lsan_default_suppressions() {
     return "leak:eina_module_new\nleak:libevas.so\n";
 }
+
+// The toolkit's handler of signals does not keep errno.
+extern "C" const char* __tsan_default_suppressions() {
+    return "signal:libecore.so\n";
+}
+// NOLINTEND(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp)
 
 int main(int argc, char** argv) {
     ui_app_lifecycle_callback_s callbacks{Create, Terminate, Pause, Resume, Control};
