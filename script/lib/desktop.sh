@@ -63,8 +63,9 @@ is_managed() {
 
 desktop_start() {
     desktop=$1
+    desktop_size=${2:-1920x1080}
     desktop_environment
-    display_start "${2:-1920x1080}" || return
+    display_start "$desktop_size" || return
     setpriv --pdeathsig TERM openbox --sm-disable >"$desktop/manager.log" 2>&1 &
     manager_pid=$!
     wait_until is_managed || complain "the window manager does not start"
@@ -91,21 +92,30 @@ is_gone() {
     ! is_alive "$1"
 }
 
+# Both from the display's and from the window manager's point of view.
 has_keyboard() {
-    [ "$(xdotool getwindowfocus getwindowname 2>/dev/null)" = quorvel ]
+    [ "$(xdotool getwindowfocus getwindowname 2>/dev/null)" = quorvel ] &&
+        [ "$(xdotool getactivewindow getwindowname 2>/dev/null)" = quorvel ]
 }
 
+# A shell has its background commands ignore interrupts.
 program_launch() {
     : >"$desktop/log"
     log_mark
-    setpriv --pdeathsig TERM "$@" >"$desktop/log" 2>&1 </dev/null &
+    setpriv --pdeathsig TERM env --default-signal=INT,QUIT "$@" >"$desktop/log" 2>&1 </dev/null &
     program=$!
+}
+
+# The grey title in the topmost eighth: the first picture, which comes after a black window.
+shows_title() {
+    shows '#CBCBCB' "${desktop_size%x*}x$((${desktop_size#*x} / 8))+0+0" 500
 }
 
 program_start() {
     program_launch "$@"
     log_wait 's_Control is called' || return
     wait_until has_keyboard || complain "the window does not get the keyboard" || return
+    wait_until shows_title || complain "the window stays empty" || return
     screen_wait
 }
 
@@ -150,7 +160,7 @@ log_has_or_ended() {
 
 log_wait() {
     { wait_until log_has_or_ended "$1" && log_has "$1"; } && return
-    complain "no line \"$1\" in the log; its end:"
+    complain "no line \"$1\" in the log; its end:" || true
     log_new | tail -n 15 >&2
     return 1
 }
@@ -198,22 +208,18 @@ picture() {
     convert "xwd:$desktop/screen/Xvfb_screen0" -define png:compression-level=4 "png:$1"
 }
 
-# A colour in a part of the screen: COLOUR WIDTHxHEIGHT+X+Y. Sets $count to the number of its pixels
-# and $box to the rectangle around them, as WIDTHxHEIGHT+X+Y.
-look_for() {
-    look_answer=$("${root:?}/script/lib/pixels" "$desktop/screen/Xvfb_screen0" "$1" "$2")
-    count=${look_answer% *}
-    # shellcheck disable=SC2034 # for the caller
-    box=${look_answer#* }
-}
-
 # Whether there are at least that many pixels of the colour: COLOUR PART NUMBER.
 shows() {
-    look_for "$1" "$2"
-    [ "$count" -ge "$3" ]
+    [ "$(colour_count "$1" "$2")" -ge "$3" ]
 }
 
+# The number of pixels of a colour in a part of the screen: COLOUR PART.
 colour_count() {
-    look_for "$1" "$2"
-    echo "$count"
+    colour_answer=$(colours "$1" "$2")
+    echo "${colour_answer% *}"
+}
+
+# For each COLOUR and PART a line: the number of pixels, and the rectangle around them.
+colours() {
+    "${root:?}/script/lib/pixels" "$desktop/screen/Xvfb_screen0" "$@"
 }

@@ -1,0 +1,186 @@
+#!/bin/sh
+# The script that lays a folder at the fixed data path: its result, signals, the folder itself, and
+# what it leaves behind; with namespaces, and for root without them too.
+set -eu
+
+root=$(cd -- "$(dirname -- "$0")/../.." && pwd)
+lay_data=$1/lay-data
+data=/opt/usr/home/owner/apps_rw/org.tizen.quorvel/data
+flag=/tmp/qel_first_execute
+work=$(mktemp -d "${TMPDIR:-/tmp}/quorvel-lay.XXXXXX")
+trap 'rm -rf -- "$work"' EXIT
+# What stands before each call: how it loses its right to namespaces.
+without=
+
+fail() {
+    printf 'lay-data.sh: %s\n' "$*" >&2
+    exit 1
+}
+
+lay() {
+    # shellcheck disable=SC2086 # the words of a command
+    $without "$lay_data" "$@"
+}
+
+# The status that "$@" ends with.
+status_of() {
+    status=0
+    "$@" || status=$?
+    echo "$status"
+}
+
+# --- What a command gets ----------------------------------------------------------------------
+
+lays_the_folder() {
+    [ "$(lay "$work/data" cat "$data/file")" = content ] || fail "the folder is not laid"
+    lay "$work/data" sh -c "echo written >$data/new"
+    [ "$(cat "$work/data/new")" = written ] || fail "what was written is not in the folder"
+    [ "$(readlink -f "$data")" != "$work/data" ] || fail "the folder is still at the fixed path"
+}
+
+lays_a_copy() {
+    lay --copy "$work/data" sh -c "rm $data/file; echo counter >$data/num_of_launch"
+    [ -e "$work/data/file" ] || fail "a file of the original is gone"
+    [ ! -e "$work/data/num_of_launch" ] || fail "the original was written to"
+}
+
+# Whatever the real flag file is, the command sees none, and its own does not get out.
+keeps_the_flag_private() {
+    lay --private-tmp "$work/data" sh -c "[ ! -e $flag ] && echo $work >$flag && [ -d '$work' ]" ||
+        fail "the flag file is there, or the folder of the test is not"
+    ! grep -qsF "$work" "$flag" || fail "the flag file is not private"
+}
+
+keeps_folder_and_input() {
+    [ "$(cd "$work" && echo input | lay "$work/data" sh -c 'pwd && cat')" = "$work
+input" ] || fail "another folder or input"
+}
+
+gives_the_result() {
+    [ "$(status_of lay "$work/data" sh -c 'exit 7')" -eq 7 ] || fail "not the status of the command"
+    [ "$(status_of lay "$work/data" sh -c 'kill -TERM $$')" -eq 143 ] || fail "not that of a signal"
+    [ "$(status_of lay "$work/nothing" true 2>/dev/null)" -eq 1 ] || fail "a missing folder passes"
+}
+
+# --- Signals ----------------------------------------------------------------------------------
+
+wait_for_file() {
+    for _ in $(seq 200); do
+        [ ! -e "$1" ] || return 0
+        sleep 0.05
+    done
+    fail "nothing comes: $1"
+}
+
+# The command says when it waits, and which signal it got. The shell of a test keeps interrupts from
+# what it starts in the background.
+passes_on() {
+    rm -f "$work/up" "$work/got"
+    # shellcheck disable=SC2016 # for the inner shell
+    handler='trap "echo $1 >$2/got; exit 9" "$1"; touch "$2/up"; while :; do sleep 0.05; done'
+    # shellcheck disable=SC2086 # the words of a command
+    env --default-signal=INT,QUIT $without "$lay_data" "$work/data" \
+        sh -c "$handler" sh "$1" "$work" &
+    wait_for_file "$work/up"
+    kill -s "$1" $!
+    status=0
+    wait $! || status=$?
+    [ "$status" -eq 9 ] || fail "$1: not the status of the handler, but $status"
+    [ "$(cat "$work/got")" = "$1" ] || fail "$1 does not reach the command"
+}
+
+is_running() {
+    kill -0 "$(cat "$work/pid")" 2>/dev/null
+}
+
+dies_with_it() {
+    rm -f "$work/pid"
+    # shellcheck disable=SC2016,SC2086 # for the inner shell; the words of a command
+    $without "$lay_data" "$work/data" sh -c 'echo $$ >"$1.new"; mv "$1.new" "$1"; exec sleep 600' \
+        sh "$work/pid" &
+    wait_for_file "$work/pid"
+    kill -KILL $!
+    wait $! || true
+    for _ in $(seq 200); do
+        is_running || return 0
+        sleep 0.05
+    done
+    fail "the command outlives the script"
+}
+
+# --- Without namespaces -----------------------------------------------------------------------
+
+# A second run waits for the first one, for as long as it is told.
+takes_turns() {
+    rm -f "$work/up"
+    lay "$work/data" sh -c "touch $work/up; while [ -e $work/up ]; do sleep 0.05; done" &
+    wait_for_file "$work/up"
+    if LAY_DATA_WAIT=0 lay "$work/data" true 2>"$work/complaint"; then
+        fail "two runs at once"
+    fi
+    grep -q 'another run' "$work/complaint" || fail "no word of the other run"
+    rm "$work/up"
+    wait $! || fail "the first run does not end well"
+    lay "$work/data" true || fail "the path is still taken"
+}
+
+refuses_what_is_real() {
+    mkdir -p "$data"
+    if lay "$work/data" true 2>"$work/complaint"; then
+        fail "a real folder is laid over"
+    fi
+    grep -q "$data exists" "$work/complaint" || fail "no word of the real folder"
+    rmdir "$data"
+    rmdir -p "$(dirname "$data")" 2>/dev/null || true
+}
+
+# Nobody gets a namespace inside another root folder.
+tells_users_what_to_do() {
+    chmod 711 "$work"
+    cp "$lay_data" "$work/lay-data"
+    mkdir "$work/root"
+    # shellcheck disable=SC2016 # for the inner shell
+    inside='mount --rbind / "$1/root" && cd / &&
+        exec chroot --userspec=65534:65534 "$1/root" "$1/lay-data" "$1/data" true'
+    if unshare --mount sh -c "$inside" sh "$work" 2>"$work/complaint"; then
+        fail "a user without namespaces succeeds"
+    fi
+    grep -q 'run this as root' "$work/complaint" || fail "no advice: $(cat "$work/complaint")"
+}
+
+every_case() {
+    lays_the_folder
+    lays_a_copy
+    keeps_the_flag_private
+    keeps_folder_and_input
+    gives_the_result
+    for signal in TERM INT HUP QUIT USR1; do
+        passes_on "$signal"
+    done
+    dies_with_it
+}
+
+# Inside a place where /opt and /run are the test's own.
+cases_without_namespaces() {
+    mount -t tmpfs none /opt
+    mount -t tmpfs none /run
+    without='setpriv --bounding-set -sys_admin --inh-caps -sys_admin'
+    every_case
+    takes_turns
+    refuses_what_is_real
+    [ -z "$(ls -A /opt)" ] || fail "folders are left: $(find /opt)"
+}
+
+mkdir "$work/data"
+echo content >"$work/data/file"
+if [ "${2:-}" = without-namespaces ]; then
+    cases_without_namespaces
+    exit
+fi
+every_case
+if [ "$(id -u)" -eq 0 ] && unshare --mount true 2>/dev/null; then
+    unshare --mount "$root/tests/ui/lay-data.sh" "$1" without-namespaces
+    tells_users_what_to_do
+else
+    echo "lay-data.sh: only root can take namespaces away here: those cases are left out" >&2
+fi
