@@ -194,7 +194,7 @@ TEST_F(LogTest, LinesLeftOutOfAStalledTerminalAreCounted) {
 TEST_F(LogTest, TerminalThatNeverBlocksGetsEveryLineThatWasQueued) {
     const Ends_s pipe = Ends_s::OfPipe();
     ASSERT_EQ(fcntl(pipe.writer, F_SETFL, O_NONBLOCK), 0);
-    const ChildProgram program = Start("long", {}, pipe.writer);
+    const ChildProgram program = Start("long-and-wait", {}, pipe.writer);
     EXPECT_THAT(pipe.ReadUntil("x>\n"), EndsWith("<" + std::string(300000, 'x') + ">\n"));
 }
 

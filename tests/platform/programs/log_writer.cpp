@@ -72,6 +72,11 @@ void Results() {
     std::printf("%d %d %d %d\n", good, kept, noTag < 0, noPriority < 0);
 }
 
+void LongAndWait() {
+    Info("<" + std::string(300000, 'x') + ">");
+    std::getchar();
+}
+
 // Waits to be told, so that the reader of its messages can go away meanwhile.
 void AfterReaderIsGone() {
     std::getchar();
@@ -85,6 +90,7 @@ const std::map<std::string, std::function<void()>> kScenarios = {
     {"inner-lines", [] { Error("one\n\ntwo\n\n\n"); }},
     {"empty", [] { Info(""); }},
     {"long", [] { Info("<" + std::string(300000, 'x') + ">"); }},
+    {"long-and-wait", LongAndWait},
     {"threads", Threads},
     {"flood", Flood},
     {"flood-and-wait", FloodAndWait},
