@@ -66,17 +66,23 @@ class Checker:
             if self.commands.is_command(words[0]):
                 self.commands.check_line(number, span)
             return
-        if re.fullmatch(r"[A-Z][A-Z0-9_]{3,}(=.*)?", span):
-            self.check_variable(number, span.split("=")[0])
-        elif re.fullmatch(r"(\w+::)*\w+\(\)|QEL\w+(::\w+)*|[ms]_\w+|([A-Z][a-z]+){2,}", span):
-            self.check_operations(number, span)
-        elif re.fullmatch(r"quorvel[\w-]*", span):
-            if not self.repository.has_target(span):
-                self.fault(number, f"no program, target or library {span}")
-        elif self.is_path(span):
+        for pattern, check in KINDS_OF_NAMES:
+            if re.fullmatch(pattern, span):
+                check(self, number, span)
+                return
+        if self.is_path(span):
             self.check_path(number, span)
 
-    def check_variable(self, number, name):
+    def check_test(self, number, name):
+        if not self.commands.has_test(rf"(^|\.){name}(\.|$)"):
+            self.fault(number, f"no test {name}")
+
+    def check_program(self, number, name):
+        if not self.repository.has_target(name) and not self.repository.has_word(name):
+            self.fault(number, f"no program, target or library {name}")
+
+    def check_variable(self, number, text):
+        name = text.split("=")[0]
         if not self.repository.has_word(name):
             self.fault(number, f"nothing uses {name}")
 
@@ -197,6 +203,15 @@ class Checker:
         if latest != self.repository.version():
             self.fault(1, f"the latest version is {latest}, that of the build "
                           f"{self.repository.version()}")
+
+
+# What a span of code names, by its form; the first that fits decides.
+KINDS_OF_NAMES = [
+    (r"[A-Z][A-Z0-9_]{3,}(=.*)?", Checker.check_variable),
+    (r"\w+Test(\.\w+)?", Checker.check_test),
+    (r"(\w+::)*\w+\(\)|QEL\w+(::\w+)*|[ms]_\w+|([A-Z][a-z]+){2,}", Checker.check_operations),
+    (r"quorvel[\w-]*", Checker.check_program),
+]
 
 
 def main():

@@ -148,6 +148,9 @@ class CheckDocumentsTest(unittest.TestCase):
 
     def test_test_name_and_label(self):
         self.assert_good("`ctest -R QELToy`, `script/test -L lint`\n")
+        self.assert_good("`QELToyTest`, `QELToyTest.Runs`\n")
+        self.assert_fault("`ToyTest.Runs`\n", "no test ToyTest.Runs")
+        self.assert_fault("`QELToyTest.Rests`\n", "no test QELToyTest.Rests")
         self.assert_fault("`script/test -R QELGone`\n", "no test matches QELGone")
         self.assert_fault("`ctest -L gone`\n", "no test has the label gone")
 

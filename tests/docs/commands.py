@@ -42,7 +42,7 @@ class CommandChecker:
 
     def check_command(self, number, words):
         while words and re.fullmatch(r"[A-Z_]+=.*", words[0]):
-            self.names.check_variable(number, words[0].split("=")[0])
+            self.names.check_variable(number, words[0])
             words = words[1:]
         if words and words[0] == "sudo":
             words = words[1:]
