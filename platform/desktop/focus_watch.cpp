@@ -13,7 +13,7 @@ namespace {
 // Watches one widget; deleted with it.
 class FocusWatch {
 public:
-    FocusWatch(Evas_Object* widget, std::function<void(bool)> changed);
+    FocusWatch(Evas_Object* widget, std::function<void(bool)> settled);
     FocusWatch(const FocusWatch&) = delete;
     FocusWatch& operator=(const FocusWatch&) = delete;
     ~FocusWatch();
@@ -24,14 +24,12 @@ private:
     static void OnDeleted(void* data, Evas*, Evas_Object*, void*);
 
     Evas_Object* const m_Widget;
-    const std::function<void(bool)> m_Changed;
+    const std::function<void(bool)> m_Settled;
     Ecore_Job* m_Job;
-    // As last told.
-    bool m_IsFocused = false;
 };
 
-FocusWatch::FocusWatch(Evas_Object* widget, std::function<void(bool)> changed)
-    : m_Widget(widget), m_Changed(std::move(changed)), m_Job(ecore_job_add(OnSettled, this)) {
+FocusWatch::FocusWatch(Evas_Object* widget, std::function<void(bool)> settled)
+    : m_Widget(widget), m_Settled(std::move(settled)), m_Job(ecore_job_add(OnSettled, this)) {
     efl_event_callback_add(widget, EFL_UI_FOCUS_OBJECT_EVENT_FOCUS_CHANGED, OnEvent, this);
     efl_event_callback_add(widget, EFL_UI_FOCUS_OBJECT_EVENT_CHILD_FOCUS_CHANGED, OnEvent, this);
     evas_object_event_callback_add(widget, EVAS_CALLBACK_DEL, OnDeleted, this);
@@ -55,11 +53,7 @@ void FocusWatch::OnEvent(void* data, const Efl_Event*) {
 void FocusWatch::OnSettled(void* data) {
     auto* self = static_cast<FocusWatch*>(data);
     self->m_Job = nullptr;
-    const bool focused = elm_object_focus_get(self->m_Widget) != EINA_FALSE;
-    if (focused != self->m_IsFocused) {
-        self->m_IsFocused = focused;
-        self->m_Changed(focused);
-    }
+    self->m_Settled(elm_object_focus_get(self->m_Widget) != EINA_FALSE);
 }
 
 void FocusWatch::OnDeleted(void* data, Evas*, Evas_Object*, void*) {
@@ -68,9 +62,9 @@ void FocusWatch::OnDeleted(void* data, Evas*, Evas_Object*, void*) {
 
 }  // namespace
 
-void WatchFocus(Evas_Object* widget, std::function<void(bool)> changed) {
+void WatchFocus(Evas_Object* widget, std::function<void(bool)> settled) {
     // OnDeleted takes it back.
-    static_cast<void>(std::make_unique<FocusWatch>(widget, std::move(changed)).release());
+    static_cast<void>(std::make_unique<FocusWatch>(widget, std::move(settled)).release());
 }
 
 }  // namespace quorvel::desktop

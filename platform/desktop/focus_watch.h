@@ -7,11 +7,11 @@
 
 namespace quorvel::desktop {
 
-// Calls changed whenever the widget, or something inside it, has come by the focus or lost it; true
-// is the focus. The widget counts as without focus before. The focus bounces (on, off, on) on its
-// way between widgets, so changed is called only when a turn of the main loop is over, and only for
-// what has come of it. Ends with the widget. Main-loop thread.
-void WatchFocus(Evas_Object* widget, std::function<void(bool)> changed);
+// Calls settled once at the start and whenever the focus has come to the widget, to something inside
+// it, or has left: true is the focus. The focus bounces (on, off, on) on its way between widgets, so
+// settled is called only when a turn of the main loop is over, for what has come of it; that can be
+// the same as before. Ends with the widget. Main-loop thread.
+void WatchFocus(Evas_Object* widget, std::function<void(bool)> settled);
 
 }  // namespace quorvel::desktop
 

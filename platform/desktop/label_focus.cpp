@@ -22,7 +22,12 @@ void PassOn(Evas_Object* label, bool focused) {
 
 void WatchLabelFocus(Evas_Object* window) {
     for (Evas_Object* label : WidgetsOf(window, "elm_label")) {
-        WatchFocus(label, [label](bool focused) { PassOn(label, focused); });
+        WatchFocus(label, [label, told = false](bool focused) mutable {
+            if (focused != told) {
+                told = focused;
+                PassOn(label, focused);
+            }
+        });
     }
 }
 

@@ -2,8 +2,12 @@
 
 #include <Ecore.h>
 #include <Ecore_Input.h>
+#include <Elementary.h>
 
 #include <array>
+
+#include "widgets.h"
+#include "window.h"
 
 namespace quorvel::desktop {
 
@@ -26,12 +30,31 @@ constexpr std::array<KeyMeaning, 7> kKeys{{
 
 std::array<Ecore_Event_Handler*, 2> g_Handlers{};
 
+bool IsInside(const Evas_Object* widget, const Evas_Object* parent) {
+    while (widget != nullptr && widget != parent) {
+        widget = elm_object_parent_widget_get(widget);
+    }
+    return widget != nullptr;
+}
+
+// A popup takes the focus a little later than it is shown, and gives it away while its button is
+// disabled. What is behind it must not get a key for that.
+bool IsForShownPopup() {
+    Evas_Object* window = MainWindow();
+    for (Evas_Object* popup : WidgetsOf(window, "elm_popup")) {
+        if (evas_object_visible_get(popup) != EINA_FALSE) {
+            return IsInside(elm_object_focused_object_get(window), popup);
+        }
+    }
+    return true;
+}
+
 // Stands before the toolkit's own handlers. The event belongs to the main loop, which frees it as
 // one block, so that its strings may be exchanged for constant ones.
 Eina_Bool OnKey(void*, int, void* event) {
     auto* key = static_cast<Ecore_Event_Key*>(event);
     const char* seen = key->keyname == nullptr ? nullptr : RemoteKey(key->keyname);
-    if (seen == nullptr) {
+    if (seen == nullptr || !IsForShownPopup()) {
         return ECORE_CALLBACK_DONE;
     }
     key->keyname = seen;
