@@ -16,6 +16,8 @@ protected:
         ASSERT_TRUE(Await([this] { return !m_Server.Output().empty(); }));
         m_Display = {{"ELM_DISPLAY", ""}, {"DISPLAY", ":" + LinesOf(m_Server.Output()).front()}};
         m_Manager = std::make_unique<ChildProgram>(m_Folders, "openbox", Arguments{}, m_Display);
+        // A window that is there before its manager would not get the focus.
+        ASSERT_TRUE(Await([this] { return IsManaged(); }));
         m_App = Start({}, m_Display);
         ASSERT_TRUE(AwaitEvent("focused"));
         ASSERT_TRUE(AwaitEvent("control "));
@@ -25,6 +27,11 @@ protected:
     void TearDown() override {
         m_Server.Signal(SIGTERM);
         m_Server.Exit();
+    }
+
+    bool IsManaged() const {
+        ChildProgram probe(m_Folders, "xprop", {"-root", "_NET_SUPPORTING_WM_CHECK"}, m_Display);
+        return probe.Exit() == 0 && probe.Output().find("window id") != std::string::npos;
     }
 
     // Has the program do this to its window.
@@ -43,8 +50,12 @@ protected:
         return events;
     }
 
+    // It must not reset when the program's look for a display is the only client, and goes: that
+    // would take the window manager along.
     ChildProgram m_Server{
-        m_Folders, "Xvfb", {"-displayfd", "1", "-screen", "0", "640x480x24", "-nolisten", "tcp"}};
+        m_Folders,
+        "Xvfb",
+        {"-displayfd", "1", "-noreset", "-screen", "0", "640x480x24", "-nolisten", "tcp"}};
     Environment m_Display;
     std::unique_ptr<ChildProgram> m_Manager;
     std::unique_ptr<ChildProgram> m_App;
