@@ -17,7 +17,6 @@ int QuorvelMain(int argc, char** argv);
 namespace {
 
 using testing::ElementsAre;
-using testing::IsEmpty;
 
 class MainTest : public testing::Test {
 protected:

@@ -20,9 +20,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-using testing::Contains;
 using testing::ElementsAre;
-using testing::Eq;
 using testing::IsEmpty;
 
 const char* const FLAG_FILE = "/tmp/qel_first_execute";

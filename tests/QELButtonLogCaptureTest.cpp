@@ -18,7 +18,6 @@ namespace {
 
 using testing::ElementsAre;
 using testing::IsEmpty;
-using testing::StartsWith;
 
 const char* const SOURCE = "QELButtonLogCapture.cpp";
 const char* const PREFIX = "<align=left left_margin=30 wrap=char>";

@@ -25,14 +25,13 @@ namespace fs = std::filesystem;
 
 namespace {
 
-using testing::Contains;
 using testing::ElementsAre;
 using testing::IsEmpty;
-using testing::Not;
 
 const char* const SOURCE = "QELItemList.cpp";
 
 void* RowData(unsigned int index) {
+    // NOLINTNEXTLINE(performance-no-int-to-ptr): never a pointer to anything
     return reinterpret_cast<void*>(static_cast<std::uintptr_t>(index));
 }
 

@@ -14,10 +14,8 @@
 
 namespace {
 
-using testing::Contains;
 using testing::ElementsAre;
 using testing::IsEmpty;
-using testing::SizeIs;
 
 const char* const SOURCE = "QELPopupLoading.cpp";
 

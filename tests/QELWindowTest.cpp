@@ -25,10 +25,8 @@ namespace fs = std::filesystem;
 namespace {
 
 using testing::Contains;
-using testing::Each;
 using testing::ElementsAre;
 using testing::IsEmpty;
-using testing::Not;
 
 const char* const SOURCE = "QELWindow.cpp";
 

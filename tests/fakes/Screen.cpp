@@ -26,9 +26,11 @@ std::vector<std::string>& Complaints() {
 }
 
 // Kept instead of printed: a style that only the set's theme has is complained about for every row.
-void KeepComplaint(const Eina_Log_Domain* /*domain*/, Eina_Log_Level level, const char* /*file*/,
-                   const char* function, int /*line*/, const char* format, void* /*data*/,
-                   va_list arguments) {
+[[gnu::format(printf, 6, 0)]] void KeepComplaint(const Eina_Log_Domain* /*domain*/,
+                                                 Eina_Log_Level level, const char* /*file*/,
+                                                 const char* function, int /*line*/,
+                                                 const char* format, void* /*data*/,
+                                                 va_list arguments) {
     if (level > EINA_LOG_LEVEL_ERR) {
         return;
     }
