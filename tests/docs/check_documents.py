@@ -74,7 +74,7 @@ class Checker:
             self.check_path(number, span)
 
     def check_test(self, number, name):
-        if not self.commands.has_test(rf"(^|\.){name}(\.|$)"):
+        if not self.commands.has_test(rf"(^|[./]){name}([./]|$)"):
             self.fault(number, f"no test {name}")
 
     def check_program(self, number, name):
