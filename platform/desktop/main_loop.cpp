@@ -6,6 +6,7 @@
 
 #include <chrono>
 #include <deque>
+#include <iostream>
 #include <string>
 #include <utility>
 
@@ -200,6 +201,10 @@ int ui_app_main(int argc, char** argv, ui_app_lifecycle_callback_s* callback, vo
     using namespace quorvel::desktop;  // NOLINT(google-build-using-namespace): the C border
     if (argc < 1 || argv == nullptr || callback == nullptr) {
         return APP_ERROR_INVALID_PARAMETER;
+    }
+    if (argc == 2 && std::string(argv[1]) == "--version") {
+        std::cout << "quorvel " QUORVEL_VERSION << std::endl;
+        return APP_ERROR_NONE;
     }
     KeyValues request;
     if (const char* stranger = ReadArguments(argc, argv, request)) {

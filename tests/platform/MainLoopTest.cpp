@@ -78,6 +78,13 @@ TEST_F(MainLoopTest, ArgumentOfAnotherFormIsToldWithTheUsage) {
                 ElementsAre("usage: quorvel [KEY=VALUE...] (not of this form: close)"));
 }
 
+TEST_F(MainLoopTest, VersionIsToldWithoutACallback) {
+    const auto app = Start({"--version"});
+    EXPECT_EQ(app->Exit(), 0);
+    EXPECT_THAT(app->Output(), testing::HasSubstr("quorvel " QUORVEL_VERSION "\n"));
+    EXPECT_THAT(Events(), ElementsAre("end"));
+}
+
 // Beyond what the program takes to start and end at all, which under a sanitizer is most of it.
 TEST_F(MainLoopTest, NoDisplayIsToldWithinASecond) {
     const auto before = std::chrono::steady_clock::now();
