@@ -18,7 +18,7 @@ constexpr int kLargest = 250;
 constexpr int kSmallest = 50;
 // A panel with few lines does not shout: its lines are as high as if there were so many.
 constexpr int kFewestLines = 10;
-// In units of the toolkit's scale. A width, not a stop, so numbers of unequal length do not line up.
+// In units of the toolkit's scale. A width, not a stop: numbers of unequal length do not line up.
 constexpr double kTabWidth = 80;
 
 struct Lines {
