@@ -6,9 +6,11 @@
 
 #include <algorithm>
 #include <array>
+#include <condition_variable>
 #include <cstdlib>
 #include <ctime>
 #include <exception>
+#include <mutex>
 #include <optional>
 
 #include "paths.h"
@@ -16,6 +18,44 @@
 namespace quorvel::desktop {
 
 namespace {
+
+// The copies under way, on whichever threads. Any thread.
+class RunningCopies {
+public:
+    void Add() {
+        const std::lock_guard<std::mutex> guard(m_Mutex);
+        ++m_Number;
+    }
+    void Remove() {
+        const std::lock_guard<std::mutex> guard(m_Mutex);
+        --m_Number;
+        m_Changed.notify_all();
+    }
+    bool AwaitNone(std::chrono::milliseconds patience) {
+        std::unique_lock<std::mutex> guard(m_Mutex);
+        return m_Changed.wait_for(guard, patience, [this] { return m_Number == 0; });
+    }
+
+private:
+    std::mutex m_Mutex;
+    std::condition_variable m_Changed;
+    int m_Number = 0;
+};
+
+// Never destroyed: a copy that is not waited for any longer may outlive main.
+RunningCopies& Copies() {
+    static auto& copies = *new RunningCopies;
+    return copies;
+}
+
+// One copy, as long as it lives.
+class RunningCopy {
+public:
+    RunningCopy() { Copies().Add(); }
+    ~RunningCopy() { Copies().Remove(); }
+    RunningCopy(const RunningCopy&) = delete;
+    RunningCopy& operator=(const RunningCopy&) = delete;
+};
 
 const char* LineOf(LogCopyStatus status) {
     switch (status) {
@@ -75,11 +115,16 @@ std::string HostName() {
 }  // namespace
 
 int RunLogCopy(const LogCopyParts& parts, const LogCopyJob& job) noexcept {
+    const RunningCopy running;
     const LogCopyResult result = Run(parts, job);
     const bool isError = result.status != LogCopyStatus::kDone;
     const std::string detail = result.detail.empty() ? "" : " (" + OneLine(result.detail) + ")";
     parts.log(isError, LineOf(result.status) + detail);
     return isError ? -1 : 0;
+}
+
+bool AwaitLogCopies(std::chrono::milliseconds patience) {
+    return Copies().AwaitNone(patience);
 }
 
 UsbStorage StorageToCopyTo() {

@@ -14,6 +14,7 @@
 #include "instance.h"
 #include "launch_request.h"
 #include "log.h"
+#include "log_copy_service.h"
 #include "request_server.h"
 #include "runtime_folder.h"
 #include "ui_setup.h"
@@ -25,6 +26,10 @@ namespace {
 // How long a second program waits for the first one to take its request: longer than the first one
 // takes to start with the largest result files.
 constexpr std::chrono::seconds kOwnerPatience{10};
+
+// How long the end waits for a log copy under way: shorter than a second program waits, and enough
+// for any storage that works.
+constexpr std::chrono::seconds kCopyPatience{5};
 
 bool HasWindow() {
     Eina_List* windows = ecore_evas_ecore_evas_list_get();
@@ -190,7 +195,12 @@ int RunAsOwner(int argc, char** argv, const ui_app_lifecycle_callback_s& callbac
         return APP_ERROR_INVALID_CONTEXT;
     }
     PrepareToolkit();
-    return Application(callbacks, userData, socketPath).Run(argc, argv, std::move(first));
+    const int result =
+        Application(callbacks, userData, socketPath).Run(argc, argv, std::move(first));
+    if (!AwaitLogCopies(kCopyPatience)) {
+        LogError("the end cuts a log copy off");
+    }
+    return result;
 }
 
 }  // namespace

@@ -51,6 +51,26 @@ TEST_F(MainLoopTest, TerminateComesOnceAfterSigint) {
     EXPECT_EQ(Events(), kWholeLife);
 }
 
+TEST_F(MainLoopTest, EndWaitsForALogCopy) {
+    const auto app = Start({"EXEPARAM=COPY_AND_CLOSE"});
+    ASSERT_TRUE(AwaitEvent("copy"));
+    ASSERT_TRUE(AwaitEvent("terminate"));
+    EXPECT_FALSE(Await([this] { return Count("end") > 0; }, std::chrono::milliseconds(500)));
+    app->Proceed();
+    EXPECT_EQ(app->Exit(), 0);
+    EXPECT_THAT(Events(), testing::IsSupersetOf({"terminate", "copied", "end"}));
+    EXPECT_EQ(Events().back(), "end");
+    EXPECT_THAT(Errors(*app), IsEmpty());
+}
+
+TEST_F(MainLoopTest, EndDoesNotWaitForEverForALogCopy) {
+    const auto app = Start({"EXEPARAM=COPY_AND_CLOSE"});
+    ASSERT_TRUE(AwaitEvent("copy"));
+    EXPECT_EQ(app->Exit(), 0);
+    EXPECT_EQ(Count("copied"), 0);
+    EXPECT_THAT(Errors(*app), ElementsAre("the end cuts a log copy off"));
+}
+
 TEST_F(MainLoopTest, RefusedCreateEndsWithAnErrorAndWithoutTerminate) {
     const auto app = Start({}, {{"REFUSE_CREATE", "1"}});
     EXPECT_EQ(app->Exit(), 1);

@@ -1,5 +1,5 @@
 // Where the sanitizers find what they are to overlook in libraries that are not ours. Linked into
-// every test program, so that it holds by hand as well as under ctest; unused without a sanitizer.
+// every program of a build with sanitizers, so that it holds by hand as well as under ctest.
 // NOLINTBEGIN(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp)
 extern "C" {
 

@@ -1,6 +1,7 @@
 // An application that writes down what the platform calls: "<process> create" and so on, a line
 // each, into the file $RECORD. Its requests: EXEPARAM=CLOSE ends it as the application does,
-// MINIMISE, RESTORE and QUIT do with the window what a user does, THROW lets an exception go.
+// MINIMISE, RESTORE and QUIT do with the window what a user does, THROW lets an exception go,
+// COPY_AND_CLOSE ends it while a log copy waits for a line from the standard input.
 
 #include <Ecore_X.h>
 #include <Elementary.h>
@@ -11,8 +12,12 @@
 #include <unistd.h>
 
 #include <cstdlib>
+#include <iostream>
 #include <stdexcept>
 #include <string>
+#include <thread>
+
+#include "log_copy_service.h"
 
 namespace {
 
@@ -68,11 +73,27 @@ void Resume(void*) {
     Record("resume");
 }
 
+quorvel::desktop::UsbStorage StorageOnceReleased() {
+    Record("copy");
+    std::string line;
+    std::getline(std::cin, line);
+    return {};
+}
+
+void Copy() {
+    quorvel::desktop::SystemFileIo io;
+    quorvel::desktop::RunLogCopy(
+        {io, StorageOnceReleased, [](bool, const std::string&) { Record("copied"); }}, {});
+}
+
 void Obey(const std::string& command) {
     const Ecore_X_Window window = elm_win_xwindow_get(g_Window);
     if (command == "CLOSE") {
         evas_object_del(g_Window);
         elm_exit();
+    } else if (command == "COPY_AND_CLOSE") {
+        std::thread(Copy).detach();
+        Obey("CLOSE");
     } else if (command == "MINIMISE") {
         ecore_x_icccm_iconic_request_send(window, ecore_x_window_root_get(window));
     } else if (command == "RESTORE") {
@@ -102,19 +123,6 @@ void Control(app_control_h request, void*) {
 }
 
 }  // namespace
-
-// NOLINTBEGIN(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp)
-// What the toolkit does not release when it shuts down: the names of its modules, and sixteen bytes
-// for some of its objects.
-extern "C" const char* __lsan_default_suppressions() {
-    return "leak:eina_module_new\nleak:libevas.so\n";
-}
-
-// The toolkit's handler of signals does not keep errno.
-extern "C" const char* __tsan_default_suppressions() {
-    return "signal:libecore.so\n";
-}
-// NOLINTEND(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp)
 
 int main(int argc, char** argv) {
     ui_app_lifecycle_callback_s callbacks{Create, Terminate, Pause, Resume, Control};

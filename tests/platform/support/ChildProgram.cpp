@@ -50,8 +50,8 @@ int NextNumber() {
 
 }  // namespace
 
-bool Await(const std::function<bool()>& condition) {
-    const auto deadline = std::chrono::steady_clock::now() + kLongEnough;
+bool Await(const std::function<bool()>& condition, std::chrono::milliseconds patience) {
+    const auto deadline = std::chrono::steady_clock::now() + patience;
     while (!condition()) {
         if (std::chrono::steady_clock::now() > deadline) {
             return false;

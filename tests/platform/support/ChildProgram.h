@@ -16,7 +16,8 @@
 constexpr std::chrono::seconds kLongEnough{30};
 
 // Waits for the condition, but not for ever; returns whether it came true.
-bool Await(const std::function<bool()>& condition);
+bool Await(const std::function<bool()>& condition,
+           std::chrono::milliseconds patience = kLongEnough);
 
 // A program that a test runs beside itself. What it writes is kept in files in its folder. Killed,
 // if it still runs, when the object goes.
