@@ -1,11 +1,14 @@
 #include "list_focus.h"
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
 #include <cstdlib>
 
 #include "fakes/Screen.h"
 #include "support/Stage.h"
+
+using testing::ElementsAre;
+using testing::IsEmpty;
 
 namespace quorvel::desktop {
 namespace {
@@ -56,6 +59,52 @@ TEST(ListFocus, TheSameRowShowsItAgainWhenItComesBack) {
     stage.Press("Left");
     EXPECT_EQ(elm_object_focused_item_get(stage.list), stage.Row(1));
     EXPECT_EQ(FocusInList(stage), before);
+}
+
+// A network failure is often the only failed item.
+TEST(ListFocus, ARowAloneLetsTheFocusGoAndTakesItBack) {
+    StagePlan plan;
+    plan.rows = 1;
+    Stage stage(plan);
+    for (const char* const away : {"Right", "Down"}) {
+        stage.Press(away);
+        EXPECT_NE(elm_object_focus_get(stage.label), EINA_FALSE) << away;
+        stage.Press("Left");
+        EXPECT_EQ(elm_object_focus_get(stage.label), EINA_FALSE) << away;
+        EXPECT_NE(elm_object_focus_get(stage.list), EINA_FALSE) << away;
+    }
+}
+
+// Its text could not be shown otherwise.
+TEST(ListFocus, ARowAloneTellsOfItsFocusWhenThatComesBack) {
+    StagePlan plan;
+    plan.rows = 1;
+    Stage stage(plan);
+    EXPECT_THAT(stage.FocusedRows(), IsEmpty());
+    stage.Press("Right");
+    EXPECT_THAT(stage.FocusedRows(), IsEmpty());
+    stage.Press("Left");
+    EXPECT_THAT(stage.FocusedRows(), ElementsAre(0));
+}
+
+TEST(ListFocus, ARowAloneTellsNothingWhenThePopupGoes) {
+    StagePlan plan;
+    plan.rows = 1;
+    Stage stage(plan);
+    stage.ShowPopup(false);
+    Screen::Settle(stage.window);
+    EXPECT_EQ(elm_object_focus_get(stage.list), EINA_FALSE);
+    evas_object_hide(stage.popup);
+    Screen::Settle(stage.window);
+    EXPECT_NE(elm_object_focus_get(stage.list), EINA_FALSE);
+    EXPECT_THAT(stage.FocusedRows(), IsEmpty());
+}
+
+TEST(ListFocus, OneOfManyRowsTellsNothingWhenTheFocusComesBack) {
+    Stage stage;
+    stage.Press("Right");
+    stage.Press("Left");
+    EXPECT_THAT(stage.FocusedRows(), IsEmpty());
 }
 
 }  // namespace
