@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <fstream>
 #include <utility>
 
 #include "log.h"
@@ -109,10 +110,13 @@ private:
     int m_Socket;
 };
 
+std::string TheRunningOne(pid_t owner) {
+    return "the running quorvel" + (owner > 0 ? " (process " + std::to_string(owner) + ")" : "");
+}
+
 // Says what became of the request when it was not accepted.
 void LogAnswer(Answer answer, pid_t owner) {
-    const std::string who =
-        "the running quorvel" + (owner > 0 ? " (process " + std::to_string(owner) + ")" : "");
+    const std::string who = TheRunningOne(owner);
     if (answer == Answer::kRefused) {
         LogError(who + " refuses the request");
     } else {
@@ -122,7 +126,8 @@ void LogAnswer(Answer answer, pid_t owner) {
 
 }  // namespace
 
-Instance::Instance(std::string folder) : m_Folder(std::move(folder)) {}
+Instance::Instance(std::string folder, std::string files)
+    : m_Folder(std::move(folder)), m_Files(std::move(files)) {}
 
 Instance::~Instance() {
     if (m_LockFile >= 0) {
@@ -134,11 +139,16 @@ std::string Instance::SocketPath() const {
     return m_Folder + "/socket";
 }
 
+std::string Instance::m_LockPath() const {
+    return m_Folder + "/lock";
+}
+
 Instance::Lock Instance::m_TryLock() {
-    const std::string path = m_Folder + "/lock";
+    const std::string path = m_LockPath();
     const int file = open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600);
     if (file >= 0 && flock(file, LOCK_EX | LOCK_NB) == 0) {
         m_LockFile = file;
+        std::ofstream(path) << m_Files;
         return Lock::kTaken;
     }
     const int error = errno;
@@ -150,6 +160,13 @@ Instance::Lock Instance::m_TryLock() {
     }
     LogError("cannot lock " + path + ": " + std::strerror(error));
     return Lock::kFailed;
+}
+
+// The owner has written it before it listens. One that could not write it is believed.
+bool Instance::m_OwnerShowsOthers() const {
+    std::string files;
+    std::getline(std::ifstream(m_LockPath()), files);
+    return !files.empty() && files != m_Files;
 }
 
 Instance::Claim Instance::ClaimOrHandOver(const KeyValues& request,
@@ -167,6 +184,11 @@ Instance::Claim Instance::ClaimOrHandOver(const KeyValues& request,
         }
         Connection connection;
         const bool connected = connection.Connect(SocketPath());
+        if (connected && request.empty() && m_OwnerShowsOthers()) {
+            LogError(TheRunningOne(connection.Owner()) +
+                     " shows other files; close it first: quorvel EXEPARAM=CLOSE");
+            return Claim::kFailed;
+        }
         const Answer answer = connected ? connection.Ask(message, deadline) : Answer::kNobody;
         if (answer == Answer::kAccepted) {
             return Claim::kHandedOver;

@@ -24,14 +24,16 @@ public:
         kFailed,      // neither; the reason is logged
     };
 
-    // folder: where the lock and the socket of all of the user's programs lie.
-    explicit Instance(std::string folder);
+    // folder: where the lock and the socket of all of the user's programs lie. files: tells the
+    // result files that this program would show from those of others, see FolderIdentity.
+    Instance(std::string folder, std::string files);
     ~Instance();
     Instance(const Instance&) = delete;
     Instance& operator=(const Instance&) = delete;
 
     // Takes the right or hands the request over. Returns after patience at the latest (it waits for
-    // an owner that is busy, or on its way in or out).
+    // an owner that is busy, or on its way in or out). An empty request wants nothing but the files
+    // shown, so it fails when the owner shows others.
     Claim ClaimOrHandOver(const KeyValues& request, std::chrono::milliseconds patience);
 
     // Where the owner listens.
@@ -40,8 +42,11 @@ public:
 private:
     enum class Lock { kTaken, kHeldByOther, kFailed };
     Lock m_TryLock();
+    bool m_OwnerShowsOthers() const;
+    std::string m_LockPath() const;
 
     std::string m_Folder;
+    std::string m_Files;
     int m_LockFile = -1;
 };
 

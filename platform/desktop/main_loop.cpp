@@ -15,6 +15,7 @@
 #include "launch_request.h"
 #include "log.h"
 #include "log_copy_service.h"
+#include "paths.h"
 #include "request_server.h"
 #include "runtime_folder.h"
 #include "ui_setup.h"
@@ -227,7 +228,7 @@ int ui_app_main(int argc, char** argv, ui_app_lifecycle_callback_s* callback, vo
         LogError(why);
         return APP_ERROR_INVALID_CONTEXT;
     }
-    Instance instance(folder);
+    Instance instance(folder, FolderIdentity(DataDir()));
     switch (instance.ClaimOrHandOver(request, kOwnerPatience)) {
         case Instance::Claim::kOwner:
             return RunAsOwner(argc, argv, *callback, user_data, instance.SocketPath(),

@@ -1,6 +1,7 @@
 #include "paths.h"
 
 #include <pwd.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -43,6 +44,14 @@ std::string Home() {
 
 std::string DataDir() {
     return "/opt/usr/home/owner/apps_rw/org.tizen.quorvel/data";
+}
+
+std::string FolderIdentity(const std::string& path) {
+    struct stat status {};
+    if (stat(path.c_str(), &status) != 0) {
+        return {};
+    }
+    return std::to_string(status.st_dev) + " " + std::to_string(status.st_ino);
 }
 
 std::string StateDir() {

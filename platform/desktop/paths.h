@@ -10,6 +10,10 @@ namespace quorvel::desktop {
 // The data folder of the application, the same on every machine: the result files and counters.
 std::string DataDir();
 
+// What tells the folder at path from every other one, also from those that lie at the same path in
+// other mount namespaces: its device and number. Empty when there is none.
+std::string FolderIdentity(const std::string& path);
+
 // The user's folder for logs: $XDG_STATE_HOME/quorvel, or ~/.local/state/quorvel when the variable
 // is not an absolute path. Home is $HOME or, when that is no absolute path, the home folder of the
 // user's account. Empty when there is neither.

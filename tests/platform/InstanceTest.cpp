@@ -35,7 +35,7 @@ constexpr std::chrono::milliseconds kImpatient{200};
 class InstanceTest : public testing::Test {
 protected:
     Instance::Claim Claim(std::chrono::milliseconds patience) {
-        return Instance(m_Folder).ClaimOrHandOver(m_Request, patience);
+        return Instance(m_Folder, "files").ClaimOrHandOver(m_Request, patience);
     }
 
     // Does as the owner does for one sender; what that one sent.
@@ -54,7 +54,7 @@ protected:
 };
 
 TEST_F(InstanceTest, FirstIsTheOwnerUntilItGoes) {
-    auto first = std::make_unique<Instance>(m_Folder);
+    auto first = std::make_unique<Instance>(m_Folder, "files");
     EXPECT_EQ(first->ClaimOrHandOver(m_Request, kImpatient), Instance::Claim::kOwner);
     EXPECT_EQ(Claim(kImpatient), Instance::Claim::kFailed);
     first.reset();
@@ -68,7 +68,7 @@ TEST_F(InstanceTest, WhatADeadOwnerLeftDoesNotMatter) {
 }
 
 TEST_F(InstanceTest, RequestReachesTheOwner) {
-    Instance owner(m_Folder);
+    Instance owner(m_Folder, "files");
     owner.ClaimOrHandOver({}, kImpatient);
     const Socket server = Socket::Listen(owner.SocketPath());
     std::string received;
@@ -78,8 +78,49 @@ TEST_F(InstanceTest, RequestReachesTheOwner) {
     EXPECT_EQ(received, EncodeMessage(m_Request));
 }
 
+TEST_F(InstanceTest, OwnerThatShowsOtherFilesIsTold) {
+    Instance owner(m_Folder, "other files");
+    owner.ClaimOrHandOver({}, kImpatient);
+    const Socket server = Socket::Listen(owner.SocketPath());
+    m_Request.clear();
+    EXPECT_EQ(Claim(kPatient), Instance::Claim::kFailed);
+    EXPECT_THAT(m_Log.Messages(),
+                ElementsAre("the running quorvel (process " + std::to_string(getpid()) +
+                            ") shows other files; close it first: quorvel EXEPARAM=CLOSE"));
+}
+
+TEST_F(InstanceTest, EmptyRequestReachesAnOwnerOfTheSameFiles) {
+    Instance owner(m_Folder, "files");
+    owner.ClaimOrHandOver({}, kImpatient);
+    const Socket server = Socket::Listen(owner.SocketPath());
+    m_Request.clear();
+    std::thread answering([&] { Answer(server, kAccepted); });
+    EXPECT_EQ(Claim(kPatient), Instance::Claim::kHandedOver);
+    answering.join();
+}
+
+TEST_F(InstanceTest, RequestReachesAnOwnerOfOtherFiles) {
+    Instance owner(m_Folder, "other files");
+    owner.ClaimOrHandOver({}, kImpatient);
+    const Socket server = Socket::Listen(owner.SocketPath());
+    std::thread answering([&] { Answer(server, kAccepted); });
+    EXPECT_EQ(Claim(kPatient), Instance::Claim::kHandedOver);
+    answering.join();
+}
+
+TEST_F(InstanceTest, FilesOfADeadOwnerDoNotMatter) {
+    Instance(m_Folder, "some much longer name of other files").ClaimOrHandOver({}, kImpatient);
+    Instance owner(m_Folder, "files");
+    owner.ClaimOrHandOver({}, kImpatient);
+    const Socket server = Socket::Listen(owner.SocketPath());
+    m_Request.clear();
+    std::thread answering([&] { Answer(server, kAccepted); });
+    EXPECT_EQ(Claim(kPatient), Instance::Claim::kHandedOver);
+    answering.join();
+}
+
 TEST_F(InstanceTest, RefusalIsToldAtOnce) {
-    Instance owner(m_Folder);
+    Instance owner(m_Folder, "files");
     owner.ClaimOrHandOver({}, kImpatient);
     const Socket server = Socket::Listen(owner.SocketPath());
     std::thread answering([&] { Answer(server, kRefused); });
@@ -89,7 +130,7 @@ TEST_F(InstanceTest, RefusalIsToldAtOnce) {
 }
 
 TEST_F(InstanceTest, SilentOwnerIsNotWaitedForEver) {
-    Instance owner(m_Folder);
+    Instance owner(m_Folder, "files");
     owner.ClaimOrHandOver({}, kImpatient);
     const Socket server = Socket::Listen(owner.SocketPath());
     const auto start = std::chrono::steady_clock::now();
@@ -101,7 +142,7 @@ TEST_F(InstanceTest, SilentOwnerIsNotWaitedForEver) {
 }
 
 TEST_F(InstanceTest, OwnerThatDoesNotListenYetIsWaitedFor) {
-    Instance owner(m_Folder);
+    Instance owner(m_Folder, "files");
     owner.ClaimOrHandOver({}, kImpatient);
     Instance::Claim claim = Instance::Claim::kFailed;
     std::thread second([&] { claim = Claim(kPatient); });
@@ -112,7 +153,7 @@ TEST_F(InstanceTest, OwnerThatDoesNotListenYetIsWaitedFor) {
 }
 
 TEST_F(InstanceTest, OwnerThatGoesWithoutAnAnswerIsSucceeded) {
-    auto owner = std::make_unique<Instance>(m_Folder);
+    auto owner = std::make_unique<Instance>(m_Folder, "files");
     owner->ClaimOrHandOver({}, kImpatient);
     auto server = std::make_unique<Socket>(Socket::Listen(owner->SocketPath()));
     std::thread ending([&] {

@@ -22,6 +22,13 @@ TEST(PathsTest, StateFolderFollowsTheEnvironment) {
     EXPECT_EQ(LogFilePath(), "/var/state/quorvel/quorvel.log");
 }
 
+TEST(PathsTest, FolderIsToldFromOthersAndKnownByEveryPath) {
+    using quorvel::desktop::FolderIdentity;
+    EXPECT_NE(FolderIdentity("/usr"), FolderIdentity("/etc"));
+    EXPECT_EQ(FolderIdentity("/usr"), FolderIdentity("/etc/../usr"));
+    EXPECT_EQ(FolderIdentity("/missing"), "");
+}
+
 TEST(PathsTest, StateFolderIsInTheHomeFolder) {
     const ScopedVariable home("HOME", "/home/someone");
     for (const std::optional<std::string>& unusable : UNUSABLE) {

@@ -34,11 +34,31 @@ tour() {
 
 # There is nothing to analyse there, so the tour must not claim that it has shown it.
 tour_in_vain() {
-    if QUORVEL_PATIENCE=3 "$root/script/lib/tour" "$build" "$root/samples/empty" \
-        "$work/none" >"$work/printed" 2>"$work/complaint"; then
-        fail "a tour without an item succeeds"
+    "$root/script/lib/tour" "$build" "$1" "$work/pictures" >"$work/printed" 2>"$work/complaint" ||
+        fail "the tour of $1: $(cat "$work/complaint")"
+    [ "$(cat "$work/printed")" = "$work/pictures/start.png" ] ||
+        fail "not the picture of the start alone: $(cat "$work/printed")"
+    grep -q 'no item that can be analysed' "$work/complaint" || fail "nothing is said of $1"
+}
+
+# The only row loses its focus to the button and gets it back.
+tour_of_one() {
+    "$root/samples/make-large" "$work/one" --items 1 --failed 1 --seed 1
+    "$root/script/lib/tour" "$build" "$work/one" "$work/pictures" >"$work/printed"
+    [ "$(tail -n 1 "$work/printed")" = "$work/pictures/analysed.png" ] ||
+        fail "the only item is not analysed"
+}
+
+# One program runs for each user, and that one has its files.
+second_view() {
+    program_start "$build/quorvel-view" "$folder"
+    if "$build/quorvel-view" "$root/samples/empty" >"$work/second" 2>&1; then
+        fail "a second view seems to show its files"
     fi
-    [ ! -s "$work/printed" ] || fail "a tour without an item prints pictures"
+    grep -q 'shows other files; close it first' "$work/second" || fail "$(cat "$work/second")"
+    "$build/quorvel-view" "$root/samples/empty" EXEPARAM=CLOSE >"$work/second" 2>&1 ||
+        fail "the view cannot be closed: $(cat "$work/second")"
+    program_wait
 }
 
 folder=$work/results
@@ -49,7 +69,10 @@ export TMPDIR="$work/tmp"
 mkdir "$TMPDIR"
 installed_view
 tour
-tour_in_vain
+tour_in_vain "$root/samples/empty"
+tour_in_vain "$root/samples/damaged"
+tour_of_one
+second_view
 no_copy_is_left || fail "a copy of the folder is left"
 [ "$(prints "$folder")" = "$before" ] || fail "the folder was written to"
 chmod -R u+w "$folder"
