@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <csignal>
 #include <cstring>
 #include <fstream>
 #include <utility>
@@ -148,7 +149,7 @@ Instance::Lock Instance::m_TryLock() {
     const int file = open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600);
     if (file >= 0 && flock(file, LOCK_EX | LOCK_NB) == 0) {
         m_LockFile = file;
-        std::ofstream(path) << m_Files;
+        std::ofstream(path) << getpid() << ' ' << m_Files;
         return Lock::kTaken;
     }
     const int error = errno;
@@ -162,11 +163,15 @@ Instance::Lock Instance::m_TryLock() {
     return Lock::kFailed;
 }
 
-// The owner has written it before it listens. One that could not write it is believed.
-bool Instance::m_OwnerShowsOthers() const {
+// What a dead one left is believed no more than a file that could not be written.
+std::optional<pid_t> Instance::m_OwnerOfOtherFiles() const {
+    std::ifstream lock(m_LockPath());
+    pid_t owner = 0;
     std::string files;
-    std::getline(std::ifstream(m_LockPath()), files);
-    return !files.empty() && files != m_Files;
+    if (!(lock >> owner >> std::ws) || !std::getline(lock, files) || files == m_Files) {
+        return std::nullopt;
+    }
+    return kill(owner, 0) == 0 ? std::optional(owner) : std::nullopt;
 }
 
 Instance::Claim Instance::ClaimOrHandOver(const KeyValues& request,
@@ -182,13 +187,14 @@ Instance::Claim Instance::ClaimOrHandOver(const KeyValues& request,
         if (lock != Lock::kHeldByOther) {
             return lock == Lock::kTaken ? Claim::kOwner : Claim::kFailed;
         }
-        Connection connection;
-        const bool connected = connection.Connect(SocketPath());
-        if (connected && request.empty() && m_OwnerShowsOthers()) {
-            LogError(TheRunningOne(connection.Owner()) +
-                     " shows other files; close it first: quorvel EXEPARAM=CLOSE");
+        const auto other = request.empty() ? m_OwnerOfOtherFiles() : std::nullopt;
+        if (other) {
+            LogError(TheRunningOne(*other) +
+                     " shows the files of another start; close it first: quorvel EXEPARAM=CLOSE");
             return Claim::kFailed;
         }
+        Connection connection;
+        const bool connected = connection.Connect(SocketPath());
         const Answer answer = connected ? connection.Ask(message, deadline) : Answer::kNobody;
         if (answer == Answer::kAccepted) {
             return Claim::kHandedOver;

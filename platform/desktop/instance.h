@@ -1,7 +1,10 @@
 #ifndef QUORVEL_PLATFORM_DESKTOP_INSTANCE_H_
 #define QUORVEL_PLATFORM_DESKTOP_INSTANCE_H_
 
+#include <sys/types.h>
+
 #include <chrono>
+#include <optional>
 #include <string>
 
 #include "launch_request.h"
@@ -42,7 +45,8 @@ public:
 private:
     enum class Lock { kTaken, kHeldByOther, kFailed };
     Lock m_TryLock();
-    bool m_OwnerShowsOthers() const;
+    // The owner's process, if it shows other files than this program would.
+    std::optional<pid_t> m_OwnerOfOtherFiles() const;
     std::string m_LockPath() const;
 
     std::string m_Folder;

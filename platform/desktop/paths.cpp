@@ -49,7 +49,7 @@ std::string DataDir() {
 std::string FolderIdentity(const std::string& path) {
     struct stat status {};
     if (stat(path.c_str(), &status) != 0) {
-        return {};
+        return "none";
     }
     return std::to_string(status.st_dev) + " " + std::to_string(status.st_ino);
 }

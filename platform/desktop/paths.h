@@ -11,7 +11,7 @@ namespace quorvel::desktop {
 std::string DataDir();
 
 // What tells the folder at path from every other one, also from those that lie at the same path in
-// other mount namespaces: its device and number. Empty when there is none.
+// other mount namespaces: its device and number; "none" when there is none.
 std::string FolderIdentity(const std::string& path);
 
 // The user's folder for logs: $XDG_STATE_HOME/quorvel, or ~/.local/state/quorvel when the variable

@@ -4,6 +4,7 @@
 #include "instance.h"
 
 #include <gmock/gmock.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <chrono>
@@ -81,12 +82,12 @@ TEST_F(InstanceTest, RequestReachesTheOwner) {
 TEST_F(InstanceTest, OwnerThatShowsOtherFilesIsTold) {
     Instance owner(m_Folder, "other files");
     owner.ClaimOrHandOver({}, kImpatient);
-    const Socket server = Socket::Listen(owner.SocketPath());
     m_Request.clear();
     EXPECT_EQ(Claim(kPatient), Instance::Claim::kFailed);
     EXPECT_THAT(m_Log.Messages(),
                 ElementsAre("the running quorvel (process " + std::to_string(getpid()) +
-                            ") shows other files; close it first: quorvel EXEPARAM=CLOSE"));
+                            ") shows the files of another start; close it first: "
+                            "quorvel EXEPARAM=CLOSE"));
 }
 
 TEST_F(InstanceTest, EmptyRequestReachesAnOwnerOfTheSameFiles) {
@@ -108,10 +109,16 @@ TEST_F(InstanceTest, RequestReachesAnOwnerOfOtherFiles) {
     answering.join();
 }
 
+// Its successor has the lock already, and will write down its own files in a moment.
 TEST_F(InstanceTest, FilesOfADeadOwnerDoNotMatter) {
-    Instance(m_Folder, "some much longer name of other files").ClaimOrHandOver({}, kImpatient);
     Instance owner(m_Folder, "files");
     owner.ClaimOrHandOver({}, kImpatient);
+    const pid_t dead = fork();
+    if (dead == 0) {
+        _exit(0);
+    }
+    ASSERT_EQ(waitpid(dead, nullptr, 0), dead);
+    std::ofstream(m_Folder + "/lock") << dead << " other files";
     const Socket server = Socket::Listen(owner.SocketPath());
     m_Request.clear();
     std::thread answering([&] { Answer(server, kAccepted); });

@@ -26,7 +26,7 @@ TEST(PathsTest, FolderIsToldFromOthersAndKnownByEveryPath) {
     using quorvel::desktop::FolderIdentity;
     EXPECT_NE(FolderIdentity("/usr"), FolderIdentity("/etc"));
     EXPECT_EQ(FolderIdentity("/usr"), FolderIdentity("/etc/../usr"));
-    EXPECT_EQ(FolderIdentity("/missing"), "");
+    EXPECT_EQ(FolderIdentity("/missing"), "none");
 }
 
 TEST(PathsTest, StateFolderIsInTheHomeFolder) {

@@ -55,7 +55,7 @@ second_view() {
     if "$build/quorvel-view" "$root/samples/empty" >"$work/second" 2>&1; then
         fail "a second view seems to show its files"
     fi
-    grep -q 'shows other files; close it first' "$work/second" || fail "$(cat "$work/second")"
+    grep -q 'shows the files of another start; close it first' "$work/second" || fail "$(cat "$work/second")"
     "$build/quorvel-view" "$root/samples/empty" EXEPARAM=CLOSE >"$work/second" 2>&1 ||
         fail "the view cannot be closed: $(cat "$work/second")"
     program_wait
