@@ -45,6 +45,7 @@ public:
     // The analysis text of the failed item id; empty before its analysis and for an unknown id.
     std::string GetAnalysisData(unsigned int id);
     // Whether the failed item id has been analysed; false, with an error line, for an unknown id.
+    // The name is spelled so on purpose and stays.
     bool GetExcutedByUser(unsigned int id);
 
     // Reads the value of key of the failed item id as hexadecimal and stores its low byte in *code.

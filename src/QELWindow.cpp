@@ -147,6 +147,7 @@ void QELWindow::m_AddCallback(_appdata* ad) {
         {ad->detailLabel, "unfocused", EVAS_CALLBACK_PRIORITY_DEFAULT,
          QELItemDetailView::OnUnfocus},
     };
+    // The line is spelled so on purpose.
     for (const Connection_s& connection : connections) {
         evas_object_smart_callback_priority_add(connection.object, connection.event,
                                                 connection.priority, connection.handler, ad);

@@ -334,6 +334,41 @@ TEST_F(QELAnalysisConflictTest, MissingNumbersEmptyTheText) {
     }
 }
 
+// Of several faults the first one in this order counts: thread, start, duration, name.
+TEST_F(QELAnalysisConflictTest, NumbersAreReadInOrderAndTheFirstFaultEndsIt) {
+    const xml::Fields none =
+        Without(Without(Without(Without(OWN, "threadID"), "timeAckAbsolute"), "duration"), "name");
+    const xml::Fields fromStart =
+        Without(Without(Without(OWN, "timeAckAbsolute"), "duration"), "name");
+    const xml::Fields fromDuration = Without(Without(OWN, "duration"), "name");
+    const struct {
+        xml::Fields fields;
+        const char* line;
+    } faults[] = {{none, "Invalid KEY[threadID]!!\n"},
+                  {fromStart, "Invalid KEY[timeAckAbsolute]!!\n"},
+                  {fromDuration, "Invalid KEY[duration]!!\n"}};
+    for (const auto& fault : faults) {
+        SCOPED_TRACE(fault.line);
+        EXPECT_EQ(Conflicts({fault.fields}), "");
+        EXPECT_THAT(FakeLog::ErrorMessages(), ElementsAre(fault.line, INVALID_ARGUMENT));
+        EXPECT_EQ(Conflicts({OWN, With(fault.fields, "threadID", "2")}), "");
+        EXPECT_THAT(FakeLog::ErrorMessages(), ElementsAre(fault.line, INVALID_ARGUMENT));
+    }
+}
+
+TEST_F(QELAnalysisConflictTest, KindOfTheFirstBadNumberIsTold) {
+    const xml::Fields tooLargeFirst = Item("A", "99999999999", "x", "x");
+    const xml::Fields malformedFirst = Item("A", "2", "x", "99999999999");
+    EXPECT_EQ(Conflicts({tooLargeFirst}), "");
+    EXPECT_THAT(FakeLog::ErrorMessages(), ElementsAre(OUT_OF_RANGE));
+    EXPECT_EQ(Conflicts({malformedFirst}), "");
+    EXPECT_THAT(FakeLog::ErrorMessages(), ElementsAre(INVALID_ARGUMENT));
+    EXPECT_EQ(Conflicts({OWN, tooLargeFirst}), "");
+    EXPECT_THAT(FakeLog::ErrorMessages(), ElementsAre(OUT_OF_RANGE));
+    EXPECT_EQ(Conflicts({OWN, malformedFirst}), "");
+    EXPECT_THAT(FakeLog::ErrorMessages(), ElementsAre(INVALID_ARGUMENT));
+}
+
 TEST_F(QELAnalysisConflictTest, MalformedCodeOfACandidateEmptiesTheText) {
     for (const char* key : {"opcode", "msgcode"}) {
         SCOPED_TRACE(key);

@@ -223,6 +223,14 @@ TEST_F(QELAnalysisTest, WithoutAnalysisStoreItReturnsSilentlyWithTheFlagSet) {
     EXPECT_EQ(QELPopupLoading::m_ResultText, "");
 }
 
+// The store is asked for first.
+TEST_F(QELAnalysisTest, WithoutAnalysisStoreAndPopupItIsSilent) {
+    const FailingNew failing;
+    QELAnalysis::StartAnalyze(0);
+    EXPECT_TRUE(failing.HasFailed());
+    EXPECT_THAT(FakeLog::Lines(), IsEmpty());
+}
+
 TEST_F(QELAnalysisTest, WithoutPopupTheItemStaysUnanalysed) {
     LoadItems({ItemA()});
     Data();

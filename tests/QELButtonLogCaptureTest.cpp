@@ -201,7 +201,11 @@ TEST_F(QELButtonLogCaptureTest, PressShowsSetsTextsAndStartsBeforeTheWorkerRuns)
         content = Content();
         begun = FakeServices::CopiesBegun();
     });
+    std::vector<bool> shown;
+    ToolkitCalls::OnCall("elm_object_part_text_set",
+                         [&shown] { shown.push_back(IsVisible(QELPopupLoading::m_Popup)); });
     QELButtonLogCapture::OnPress(&ad, ad.logCaptureButton, nullptr);
+    EXPECT_THAT(shown, ElementsAre(true, true));
     EXPECT_EQ(content, std::string(PREFIX) + "Log files are storing to USB...");
     EXPECT_EQ(begun, 0);
     ASSERT_TRUE(WaitForEnd());
@@ -306,6 +310,35 @@ TEST_F(QELButtonLogCaptureTest, WorkerCopiesThenCountsThenClearsTheFlag) {
                             InfoLine("SetRunningFlag 0", "QELPopupLoading.cpp")));
     EXPECT_EQ(QELPopupLoading::m_ResultText, "Successfully stored log files to USB.");
     EXPECT_TRUE(QELButtonLogCapture::doCaptureLog);
+}
+
+// The flag is the last: who sees it cleared finds everything else done.
+TEST_F(QELButtonLogCaptureTest, FlagIsClearedLast) {
+    const struct {
+        int result;
+        const char* text;
+        const char* count;
+    } ends[] = {{-1, "Failed to store log files to USB.", ""},
+                {0, "Successfully stored log files to USB.", "1\n"}};
+    QELPopupLoading::GetInstance();
+    for (const auto& end : ends) {
+        FakeServices::SetCopyResult(end.result);
+        std::string text;
+        std::string count;
+        bool captured = false;
+        FakeLog::Observe([&](const LogLine& line) {
+            if (line.message == "SetRunningFlag 0") {
+                text = QELPopupLoading::m_ResultText;
+                count = PrivateData::Exists("num_of_log_capture") ? CaptureCount() : "";
+                captured = QELButtonLogCapture::doCaptureLog;
+            }
+        });
+        QELButtonLogCapture::m_CaptureLog();
+        FakeLog::Observe(nullptr);
+        EXPECT_EQ(text, end.text);
+        EXPECT_EQ(count, end.count);
+        EXPECT_EQ(captured, end.result != -1);
+    }
 }
 
 TEST_F(QELButtonLogCaptureTest, FailedWorkerStoresItsTextAndClearsTheFlag) {

@@ -105,6 +105,14 @@ TEST_F(QELItemDetailViewTest, CreateBuildsAndPlacesInThisOrder) {
                             "elm_object_focus_allow_set(detailLabel, 1)"));
 }
 
+TEST_F(QELItemDetailViewTest, HintIsSetBeforeAnythingIsShown) {
+    int shown = -1;
+    ToolkitCalls::OnCall("elm_object_part_text_set",
+                         [&shown] { shown = ToolkitCalls::Count("evas_object_show"); });
+    m_view.Create(&ad);
+    EXPECT_EQ(shown, 0);
+}
+
 TEST_F(QELItemDetailViewTest, EveryStartWritesTheLocationErrorOfTheLabel) {
     Create();
     EXPECT_THAT(
@@ -359,7 +367,10 @@ TEST_F(QELItemDetailViewTest, TextsAreLogged) {
 
 TEST_F(QELItemDetailViewTest, IndexBeyondTheStoreGivesThePrefixes) {
     EXPECT_EQ(QELItemDetailView::m_GetMarkupResultText(7), RESULT);
+    FakeLog::Clear();
     EXPECT_EQ(QELItemDetailView::m_GetMarkupAnalyzeText(7), ORANGE);
+    // Of "detailed", of "reason", and of the whole text, which is read and not used.
+    EXPECT_EQ(FakeLog::Count("Invalid ID[7]!! m_resultFailData.size[0]\n"), 3);
 }
 
 // --- missing stores
@@ -383,6 +394,15 @@ TEST_F(QELItemDetailViewStoreTest, NoAnalysisTextWithoutAnalysisStore) {
     EXPECT_TRUE(failing.HasFailed());
     EXPECT_THAT(FakeLog::Lines(), ElementsAre(ErrorLine("failed to get QELAnalysisData instance.",
                                                         SOURCE, "m_GetMarkupAnalyzeText")));
+}
+
+// Its own line is the only one: the result store is not asked for any more.
+TEST_F(QELItemDetailViewStoreTest, AnalysisStoreIsAskedForFirst) {
+    const FailingNew failing(1);
+    EXPECT_EQ(QELItemDetailView::m_GetMarkupAnalyzeText(0), "");
+    EXPECT_TRUE(failing.HasFailed());
+    EXPECT_THAT(FakeLog::Errors(), ElementsAre(ErrorLine("failed to get QELAnalysisData instance.",
+                                                         SOURCE, "m_GetMarkupAnalyzeText")));
 }
 
 TEST_F(QELItemDetailViewStoreTest, NoAnalysisTextWithoutResultStore) {

@@ -2,6 +2,9 @@
 
 #include <Elementary.h>
 
+#include <array>
+#include <atomic>
+#include <chrono>
 #include <cstdint>
 #include <cstdlib>
 #include <filesystem>
@@ -11,6 +14,7 @@
 #include <stdexcept>
 #include <string>
 #include <system_error>
+#include <thread>
 #include <vector>
 
 #include "QELAnalysisData.h"
@@ -80,6 +84,15 @@ protected:
 
     Evas_Object* IconFor(unsigned int index, const char* part = "elm.swallow.icon") const {
         return QELItemList::m_GetItemContent(RowData(index), ad.itemList, part);
+    }
+
+    // The smallest width and height of an object, and the largest.
+    using Hints = std::array<int, 4>;
+    static Hints HintsOf(const Evas_Object* obj) {
+        Hints hints{};
+        evas_object_size_hint_min_get(obj, &hints[0], &hints[1]);
+        evas_object_size_hint_max_get(obj, &hints[2], &hints[3]);
+        return hints;
     }
 
     QELItemList m_list;
@@ -218,6 +231,8 @@ TEST_F(QELItemListStoreTest, MissingStoreWhileTheListIsFilledLeavesItEmptyAndEna
     EXPECT_TRUE(failing.HasFailed());
     EXPECT_EQ(elm_genlist_items_count(ad.itemList), 0U);
     EXPECT_FALSE(elm_object_disabled_get(ad.itemList));
+    EXPECT_EQ(ToolkitCalls::Count("elm_genlist_item_class_free"), 0)
+        << "of the row class, which stays";
     EXPECT_THAT(FakeLog::Lines(),
                 ElementsAre(ErrorLine("failed to get instance\n", "QELXmlParser.cpp")));
 }
@@ -234,7 +249,8 @@ TEST_F(QELItemListStoreTest, MissingStoreEndsCreateWithoutFocusOrLine) {
     EXPECT_NE(m_list.m_bgItemList, nullptr);
     EXPECT_TRUE(IsVisible(ad.itemList));
     EXPECT_EQ(ToolkitCalls::Count("elm_object_focus_set"), 0);
-    EXPECT_EQ(FakeLog::Count("done Create"), 0);
+    const auto ofTheStore = ErrorLine("failed to get instance\n", "QELXmlParser.cpp");
+    EXPECT_THAT(FakeLog::Lines(), ElementsAre(ofTheStore, ofTheStore));
 }
 
 // --- placing and focus
@@ -354,6 +370,7 @@ TEST_F(QELItemListTest, UnknownTypeHasAnEmptyTextAndNoIcon) {
     const Evas_Object* icon = IconFor(0);
     ASSERT_NE(icon, nullptr);
     EXPECT_FALSE(Screen::HasPicture(icon));
+    EXPECT_EQ(HintsOf(icon), (Hints{35, 35, 35, 35}));
     EXPECT_THAT(FakeLog::Lines(),
                 ElementsAre(ErrorLine("Not defined result type. -1", SOURCE, "m_GetItemContent"),
                             InfoLine("resourcePath = ", SOURCE, "m_GetItemContent"),
@@ -390,6 +407,9 @@ TEST_F(QELItemListStoreTest, NoTextAndNoIconWithoutStore) {
     const FailingNew failing(1);
     EXPECT_EQ(QELItemList::m_GetItemContent(nullptr, list, "elm.swallow.icon"), nullptr);
     EXPECT_TRUE(failing.HasFailed());
+    EXPECT_EQ(ToolkitCalls::Count("elm_image_add"), 1) << "made before the store is asked for";
+    const auto ofTheStore = ErrorLine("failed to get instance\n", "QELXmlParser.cpp");
+    EXPECT_THAT(FakeLog::Lines(), ElementsAre(ofTheStore, ofTheStore));
 }
 
 // --- row icons
@@ -463,11 +483,7 @@ TEST_F(QELItemListTest, MissingIconFileIsLoggedAndLeavesAnEmptyImage) {
         FakeLog::Lines(),
         ElementsAre(InfoLine("resourcePath = " + path, SOURCE, "m_GetItemContent"),
                     ErrorLine("Failed to set Resource = " + path, SOURCE, "m_GetItemContent")));
-    int width = 0;
-    int height = 0;
-    evas_object_size_hint_min_get(icon, &width, &height);
-    EXPECT_EQ(width, 35);
-    EXPECT_EQ(height, 35);
+    EXPECT_EQ(HintsOf(icon), (Hints{35, 35, 35, 35}));
 }
 
 TEST_F(QELItemListTest, IconIsSeventyUnitsAtEveryScale) {
@@ -479,17 +495,23 @@ TEST_F(QELItemListTest, IconIsSeventyUnitsAtEveryScale) {
     } sizes[] = {{1.0, 35}, {2.0, 70}, {1.5, 53}, {0.5, 18}, {3.0, 105}};
     for (const auto& size : sizes) {
         elm_config_scale_set(size.scale);
-        const Evas_Object* icon = IconFor(0);
-        int width = 0;
-        int height = 0;
-        evas_object_size_hint_min_get(icon, &width, &height);
-        EXPECT_EQ(width, size.pixels) << size.scale;
-        EXPECT_EQ(height, size.pixels) << size.scale;
-        evas_object_size_hint_max_get(icon, &width, &height);
-        EXPECT_EQ(width, size.pixels) << size.scale;
-        EXPECT_EQ(height, size.pixels) << size.scale;
+        EXPECT_EQ(HintsOf(IconFor(0)), (Hints{size.pixels, size.pixels, size.pixels, size.pixels}))
+            << size.scale;
     }
     elm_config_scale_set(1.0);
+}
+
+// Upstream has no such property for this kind of image; the call stays all the same.
+TEST_F(QELItemListTest, EveryIconIsSaidToBeTranslucent) {
+    AddFailed(ItemOfType("bt", "N"));
+    m_list.Create(&ad);
+    for (const char* folder : {"/no/where", "/else/where"}) {
+        FakeServices::SetResourceFolder(folder);
+        ToolkitCalls::Start();
+        const Evas_Object* icon = IconFor(0);
+        EXPECT_THAT(ToolkitCalls::Take({{icon, "icon"}}, {"evas_object_image_alpha_set"}),
+                    ElementsAre("evas_object_image_alpha_set(icon, 1)"));
+    }
 }
 
 TEST_F(QELItemListTest, IconBelongsToEveryPartThatBeginsLikeIt) {
@@ -537,6 +559,43 @@ TEST_F(QELItemListTest, PressOfAnAcceptedRowShowsThePopupBeforeTheWorkerStarts) 
         {{QELPopupLoading::m_Popup, "popup"}}, {"evas_object_show", "elm_progressbar_pulse"});
     EXPECT_EQ(calls.front(), "evas_object_show(popup)");
     EXPECT_TRUE(WaitForEnd());
+}
+
+TEST_F(QELItemListTest, PressShowsThePopupBeforeItsTexts) {
+    AddFailed(AnalysableItem("A"));
+    CreateForPress();
+    std::vector<bool> shown;
+    ToolkitCalls::OnCall("elm_object_part_text_set",
+                         [&shown] { shown.push_back(IsVisible(QELPopupLoading::m_Popup)); });
+    Press(0);
+    ASSERT_GE(shown.size(), 2U);
+    EXPECT_THAT(shown, testing::Each(true));
+    EXPECT_TRUE(WaitForEnd());
+}
+
+// The worker cannot go on before the press has returned.
+TEST_F(QELItemListTest, PressDoesNotWaitForTheWorker) {
+    AddFailed(AnalysableItem("A"));
+    CreateForPress();
+    std::atomic<bool> returned = false;
+    std::atomic<bool> inTime = true;
+    const std::thread::id mainThread = std::this_thread::get_id();
+    FakeLog::Observe([&](const LogLine&) {
+        const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+        while (std::this_thread::get_id() != mainThread && inTime && !returned) {
+            inTime = std::chrono::steady_clock::now() < deadline;
+            std::this_thread::yield();
+        }
+    });
+    Press(0);
+    EXPECT_TRUE(IsVisible(QELPopupLoading::m_Popup));
+    EXPECT_TRUE(elm_object_disabled_get(QELPopupLoading::m_Button));
+    EXPECT_TRUE(QELPopupLoading::m_IsRunning);
+    returned = true;
+    EXPECT_TRUE(WaitForEnd());
+    FakeLog::Observe(nullptr);
+    EXPECT_TRUE(inTime);
+    EXPECT_TRUE(QELAnalysisData::GetInstance()->GetExcutedByUser(0));
 }
 
 TEST_F(QELItemListTest, PressAnalysesThatItemAndReportsIt) {
@@ -602,11 +661,15 @@ TEST_F(QELItemListTest, PressWithoutAnalysisStoreIsSilent) {
     QELPopupLoading::GetInstance()->Create(&ad);
     Create();
     FakeLog::Clear();
-    const FailingNew failing(1);
-    Press(0);
-    EXPECT_TRUE(failing.HasFailed());
-    EXPECT_FALSE(IsVisible(QELPopupLoading::m_Popup));
-    EXPECT_THAT(FakeLog::Lines(), ElementsAre(InfoLine("an Item is pressed.", SOURCE, "OnPress")));
+    for (Elm_Object_Item* row : {Row(0), static_cast<Elm_Object_Item*>(nullptr)}) {
+        FakeLog::Clear();
+        const FailingNew failing(1);
+        QELItemList::OnPress(&ad, ad.itemList, row);
+        EXPECT_TRUE(failing.HasFailed());
+        EXPECT_FALSE(IsVisible(QELPopupLoading::m_Popup));
+        EXPECT_THAT(FakeLog::Lines(),
+                    ElementsAre(InfoLine("an Item is pressed.", SOURCE, "OnPress")));
+    }
 }
 
 TEST_F(QELItemListTest, MalformedCodeLeavesThePress) {

@@ -399,6 +399,33 @@ TEST_F(QELItemViewTest, ImageItemTurnsToThePhoto) {
                             InfoLine("jpg Filepath : " + m_photo, SOURCE, "Update")));
 }
 
+TEST_F(QELItemViewTest, PhotoIsSetThenItsTextThenTheFacesChange) {
+    AddFailed(Photo(m_photo));
+    CreateWithList();
+    std::vector<std::string> steps;
+    ToolkitCalls::OnCall("elm_image_file_set", [&steps] {
+        steps.push_back("file after " + std::to_string(ToolkitCalls::Count("evas_object_show")));
+    });
+    ToolkitCalls::OnCall("elm_object_part_text_set", [&steps] {
+        steps.push_back("text after " + std::to_string(ToolkitCalls::Count("evas_object_show")));
+    });
+    Update(0);
+    EXPECT_THAT(steps, ElementsAre("file after 0", "text after 0"));
+    EXPECT_THAT(ToolkitCalls::Take(Names()),
+                ElementsAre("evas_object_show(itemLabel)", "evas_object_show(itemImage)",
+                            "evas_object_hide(infoLabelLeft)", "evas_object_hide(infoLabelRight)"));
+}
+
+TEST_F(QELItemViewTest, PathThatIsNoPictureShowsNothing) {
+    AddFailed(Photo(PrivateData::Path(".")));
+    CreateWithList();
+    Update(0);
+    ExpectPhotoFace();
+    EXPECT_EQ(PhotoText(), "");
+    EXPECT_FALSE(Screen::HasPicture(ad.itemImage));
+    EXPECT_TRUE(LoggedNoError());
+}
+
 TEST_F(QELItemViewTest, PhotoIsSeenOverTheWholeItemView) {
     AddFailed(Photo(m_photo));
     CreateWithList();

@@ -2,7 +2,10 @@
 
 #include <Elementary.h>
 
+#include <chrono>
 #include <cstring>
+#include <future>
+#include <mutex>
 #include <string>
 #include <thread>
 #include <utility>
@@ -450,9 +453,35 @@ TEST_F(QELPopupLoadingTest, StopActsInThisOrder) {
     m_popup->Start();
     ToolkitCalls::Start();
     QELPopupLoading::Stop();
-    EXPECT_THAT(ToolkitCalls::Take(AllNames()), ElementsAre("elm_progressbar_pulse(progress, 0)",
-                                                            "elm_object_disabled_set(button, 0)",
-                                                            "elm_object_focus_set(button, 1)"));
+    EXPECT_THAT(
+        ToolkitCalls::Take(AllNames()),
+        ElementsAre("ecore_timer_del(?)", "elm_progressbar_pulse(progress, 0)",
+                    "elm_object_disabled_set(button, 0)", "elm_object_focus_set(button, 1)"));
+}
+
+TEST_F(QELPopupLoadingTest, StopShowsTheTextBetweenThePulsesEndAndOk) {
+    Create();
+    m_popup->Start();
+    QELPopupLoading::SetResultText("Done");
+    bool pulsing = true;
+    std::string content;
+    ToolkitCalls::OnCall("elm_object_part_text_set", [&pulsing] {
+        pulsing = elm_progressbar_is_pulsing_get(QELPopupLoading::m_PopupProgress) != 0;
+    });
+    ToolkitCalls::OnCall("elm_object_disabled_set", [&content] { content = Content(); });
+    QELPopupLoading::Stop();
+    EXPECT_FALSE(pulsing);
+    EXPECT_EQ(content, "<align=left left_margin=30 wrap=char>Done");
+}
+
+TEST_F(QELPopupLoadingTest, NothingPollsAfterStop) {
+    Create();
+    m_popup->Start();
+    QELPopupLoading::Stop();
+    FakeLog::Clear();
+    const double end = ecore_time_get() + 0.35;  // three polls
+    EXPECT_TRUE(Screen::PumpUntil([end] { return ecore_time_get() > end; }));
+    EXPECT_THAT(FakeLog::Lines(), IsEmpty());
 }
 
 TEST_F(QELPopupLoadingTest, StopWithoutProgressBarKeepsTheTimer) {
@@ -521,13 +550,41 @@ TEST_F(QELPopupLoadingTest, StartAndStopKeepWorkersOutForTheirWholeBody) {
             entered.push_back(locked);
         }).join();
     };
-    ToolkitCalls::OnCall("elm_progressbar_pulse", tryToEnter);
-    ToolkitCalls::OnCall("elm_object_disabled_set", tryToEnter);
+    for (const char* call : {"elm_progressbar_pulse", "ecore_timer_add", "elm_object_disabled_set",
+                             "ecore_timer_del", "elm_object_focus_set"}) {
+        ToolkitCalls::OnCall(call, tryToEnter);
+    }
     m_popup->Start();
     QELPopupLoading::Stop();
-    EXPECT_THAT(entered, ElementsAre(false, false, false, false));
+    EXPECT_EQ(entered, std::vector<bool>(7, false));
     tryToEnter();
     EXPECT_TRUE(entered.back());
+}
+
+// Whether the operation, on a thread of its own, waits for who holds the mutex.
+class QELPopupLoadingLockTest : public QELPopupLoadingTest {
+protected:
+    template <typename Operation>
+    static bool Waits(Operation operation) {
+        std::unique_lock<std::recursive_mutex> lock(QELPopupLoading::m_MutexForRunningFlag);
+        std::future<void> done = std::async(std::launch::async, operation);
+        const bool waits =
+            done.wait_for(std::chrono::milliseconds(100)) != std::future_status::ready;
+        lock.unlock();
+        done.get();
+        return waits;
+    }
+};
+
+TEST_F(QELPopupLoadingLockTest, FlagIsSetAndReadUnderTheLock) {
+    EXPECT_TRUE(Waits([] { QELPopupLoading::SetRunningFlag(true); }));
+    EXPECT_TRUE(QELPopupLoading::m_IsRunning);
+    EXPECT_TRUE(Waits([] { QELPopupLoading::GetRunningFlag(); }));
+}
+
+TEST_F(QELPopupLoadingLockTest, ResultTextIsSetWithoutTheLock) {
+    EXPECT_FALSE(Waits([] { QELPopupLoading::SetResultText("Done"); }));
+    EXPECT_EQ(QELPopupLoading::m_ResultText, "Done");
 }
 
 // --- OK
@@ -611,12 +668,12 @@ TEST_F(QELPopupLoadingTest, DestroyStopsAndDeletesInThisOrder) {
     const ToolkitCalls::Names names = AllNames();
     ToolkitCalls::Start();
     m_popup->Destroy();
-    EXPECT_THAT(
-        ToolkitCalls::Take(names),
-        ElementsAre("elm_progressbar_pulse(progress, 0)", "elm_object_disabled_set(button, 0)",
-                    "elm_object_focus_set(button, 1)", "evas_object_del(popup)",
-                    "evas_object_del(popupTable)", "evas_object_del(label)",
-                    "evas_object_del(progress)", "evas_object_del(button)"));
+    EXPECT_THAT(ToolkitCalls::Take(names),
+                ElementsAre("ecore_timer_del(?)", "elm_progressbar_pulse(progress, 0)",
+                            "elm_object_disabled_set(button, 0)", "elm_object_focus_set(button, 1)",
+                            "evas_object_del(popup)", "evas_object_del(popupTable)",
+                            "evas_object_del(label)", "evas_object_del(progress)",
+                            "evas_object_del(button)"));
     EXPECT_EQ(QELPopupLoading::m_Popup, nullptr);
     EXPECT_EQ(m_popup->m_PopupTable, nullptr);
     EXPECT_EQ(QELPopupLoading::m_PopupLabel, nullptr);

@@ -43,10 +43,12 @@ void ScreenTest::SetUp() {
 void ScreenTest::TearDown() {
     ToolkitCalls::FailRegistration(0);
     ToolkitCalls::Take({});
-    EXPECT_THAT(ToolkitCalls::TakeForeignCalls(), testing::IsEmpty())
-        << "a worker touched the toolkit";
     FakeServices::OpenGate();
     EXPECT_TRUE(Screen::PumpUntil(IsWorkerDone)) << "a worker is still at work";
+    EXPECT_THAT(ToolkitCalls::TakeForeignCalls(), testing::IsEmpty())
+        << "a worker touched the toolkit";
+    EXPECT_THAT(Screen::TakeComplaints(),
+                testing::Not(testing::Contains(testing::HasSubstr("thread"))));
     if (QELPopupLoading::m_Timer != nullptr) {
         ecore_timer_del(QELPopupLoading::m_Timer);
     }

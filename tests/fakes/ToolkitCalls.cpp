@@ -58,20 +58,34 @@ bool IsForeignThread() {
            recorder.mainThread != std::this_thread::get_id();
 }
 
+bool KeepForeign(const char* function) {
+    if (!IsForeignThread()) {
+        return false;
+    }
+    const std::lock_guard<std::mutex> lock(Recorder().mutex);
+    Recorder().foreignCalls.emplace_back(function);
+    return true;
+}
+
+void Tell(const char* function) {
+    const auto observer = Recorder().observers.find(function);
+    if (observer != Recorder().observers.end()) {
+        observer->second();
+    }
+}
+
+// For a call that leaves its trace in the widgets: only who made it counts, and when.
+void Notice(const char* function) {
+    if (!KeepForeign(function) && Recorder().recording) {
+        Tell(function);
+    }
+}
+
 template <typename... Arguments>
 void Record(const char* function, Arguments... arguments) {
-    Recorder_s& recorder = Recorder();
-    if (IsForeignThread()) {
-        const std::lock_guard<std::mutex> lock(recorder.mutex);
-        recorder.foreignCalls.emplace_back(function);
-        return;
-    }
-    if (recorder.recording) {
-        recorder.calls.push_back({function, {ToArgument(arguments)...}});
-        const auto observer = recorder.observers.find(function);
-        if (observer != recorder.observers.end()) {
-            observer->second();
-        }
+    if (!KeepForeign(function) && Recorder().recording) {
+        Recorder().calls.push_back({function, {ToArgument(arguments)...}});
+        Tell(function);
     }
 }
 
@@ -201,12 +215,27 @@ WRAP_2(elm_object_focus_set, Evas_Object*, Eina_Bool)
 WRAP_2(elm_progressbar_pulse, Evas_Object*, Eina_Bool)
 WRAP_2(elm_win_autodel_set, Evas_Object*, Eina_Bool)
 WRAP_2(elm_win_resize_object_add, Evas_Object*, Evas_Object*)
+WRAP_2(evas_object_image_alpha_set, Evas_Object*, Eina_Bool)
 
 void __real_elm_object_part_content_set(Evas_Object* obj, const char* part, Evas_Object* content);
 void __wrap_elm_object_part_content_set(Evas_Object* obj, const char* part, Evas_Object* content);
 void __wrap_elm_object_part_content_set(Evas_Object* obj, const char* part, Evas_Object* content) {
     Record("elm_object_part_content_set", obj, part == nullptr ? "default" : part, content);
     __real_elm_object_part_content_set(obj, part, content);
+}
+
+void __real_elm_object_part_text_set(Evas_Object* obj, const char* part, const char* text);
+void __wrap_elm_object_part_text_set(Evas_Object* obj, const char* part, const char* text);
+void __wrap_elm_object_part_text_set(Evas_Object* obj, const char* part, const char* text) {
+    Notice("elm_object_part_text_set");
+    __real_elm_object_part_text_set(obj, part, text);
+}
+
+Eina_Bool __real_elm_image_file_set(Evas_Object* obj, const char* file, const char* group);
+Eina_Bool __wrap_elm_image_file_set(Evas_Object* obj, const char* file, const char* group);
+Eina_Bool __wrap_elm_image_file_set(Evas_Object* obj, const char* file, const char* group) {
+    Notice("elm_image_file_set");
+    return __real_elm_image_file_set(obj, file, group);
 }
 
 void __real_elm_scroller_step_size_set(Evas_Object* obj, Evas_Coord x, Evas_Coord y);
@@ -272,6 +301,13 @@ Ecore_Timer* __wrap_ecore_timer_add(double seconds, Ecore_Task_Cb callback, cons
 Ecore_Timer* __wrap_ecore_timer_add(double seconds, Ecore_Task_Cb callback, const void* data) {
     Record("ecore_timer_add", seconds, callback, data);
     return __real_ecore_timer_add(seconds, callback, data);
+}
+
+void* __real_ecore_timer_del(Ecore_Timer* timer);
+void* __wrap_ecore_timer_del(Ecore_Timer* timer);
+void* __wrap_ecore_timer_del(Ecore_Timer* timer) {
+    Record("ecore_timer_del", timer);
+    return __real_ecore_timer_del(timer);
 }
 
 void __wrap_elm_exit(void);

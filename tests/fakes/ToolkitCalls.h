@@ -23,7 +23,8 @@ public:
     // "null".
     static std::vector<std::string> Take(const Names& names,
                                          const std::vector<std::string>& functions = {});
-    // Runs the observer before each call of the function that is recorded, until the next Start.
+    // Runs the observer before each call of the function that is recorded, and of
+    // elm_object_part_text_set and elm_image_file_set, which are not, until the next Start.
     static void OnCall(const std::string& function, const std::function<void()>& observer);
     // How often the function was called since Start.
     static int Count(const std::string& function);
