@@ -73,6 +73,7 @@ void QELWindow::Create(_appdata* ad) {
     elm_win_resize_object_add(ad->win, ad->table);
 
     m_CreateBackground(ad);
+    // Looked up a second time, for this line.
     QEL_LOGI("Resource = %s", QELUtil::GetMenuResourcePath(BACKGROUND_RESOURCE).c_str());
     evas_object_image_filled_set(m_BgImage, EINA_TRUE);
     m_CreateTitle(ad);

@@ -60,6 +60,7 @@ std::ostream& WriteText(std::ostream& out, const char* text) {
     return out << text;
 }
 
+// "ErroCode" is spelled so on purpose, like the "It`s" and "can`t" below.
 std::string ComposeParseErrorReport() {
     std::ostringstream report;
     report << "XML Parsing ERROR, xmlParseFile Failed" << std::endl;
@@ -173,6 +174,7 @@ bool QELXmlParser::m_ParseFile(const char* path) {
         xmlFreeDoc(m_doc);
         m_doc = nullptr;
     }
+    // The root node stays that of the document before, when this one cannot be parsed.
     m_doc = xmlParseFile(path);
     if (m_doc == nullptr) {
         QEL_LOGE("%s\n", ComposeParseErrorReport().c_str());

@@ -2,12 +2,21 @@
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
+#include <cstddef>
 #include <cstring>
+#include <functional>
+#include <iterator>
 #include <optional>
 #include <string>
 #include <vector>
 
+#include "QELAnalysisData.h"
 #include "QELApp.h"
+#include "QELButtonLogCapture.h"
+#include "QELItemDetailView.h"
+#include "QELPopupLoading.h"
+#include "QELXmlParser.h"
 #include "fakes/FakeApp.h"
 #include "fakes/FakeLog.h"
 #include "quorvel.h"
@@ -18,12 +27,74 @@ namespace {
 
 using testing::ElementsAre;
 
+// What stands before anything has run.
+struct StartValues_s {
+    bool hasWindow = QELApp::m_QelWindow != nullptr;
+    bool hasStore = QELXmlParser::m_qelXmlParser != nullptr;
+    bool hasAnalysisStore = QELAnalysisData::m_QELAnalysisData != nullptr;
+    bool hasPopup = QELPopupLoading::m_QELPopupLoading != nullptr;
+    bool hasTimer = QELPopupLoading::m_Timer != nullptr;
+    bool runs = QELPopupLoading::m_IsRunning;
+    bool hasCaptured = QELButtonLogCapture::doCaptureLog;
+    bool hasPanel = QELItemDetailView::m_bgItemDetailView != nullptr;
+};
+const StartValues_s START_VALUES;
+
+// Leaves something where the next function has its record.
+[[gnu::noinline]] void SoilTheStack() {
+    volatile char soil[4096];
+    for (volatile char& byte : soil) {
+        byte = 0x5A;
+    }
+}
+
+TEST(StartTest, NothingExistsAndNothingRuns) {
+    EXPECT_FALSE(START_VALUES.hasWindow);
+    EXPECT_FALSE(START_VALUES.hasStore);
+    EXPECT_FALSE(START_VALUES.hasAnalysisStore);
+    EXPECT_FALSE(START_VALUES.hasPopup);
+    EXPECT_FALSE(START_VALUES.hasTimer);
+    EXPECT_FALSE(START_VALUES.runs);
+    EXPECT_FALSE(START_VALUES.hasCaptured);
+    EXPECT_FALSE(START_VALUES.hasPanel);
+}
+
+TEST(RecordTest, FieldsStandInTheirOrder) {
+    const std::size_t offsets[] = {offsetof(_appdata, win),
+                                   offsetof(_appdata, table),
+                                   offsetof(_appdata, titleLabel),
+                                   offsetof(_appdata, itemList),
+                                   offsetof(_appdata, itemLabel),
+                                   offsetof(_appdata, itemImage),
+                                   offsetof(_appdata, detailLabel),
+                                   offsetof(_appdata, infoLabelLeft),
+                                   offsetof(_appdata, infoLabelRight),
+                                   offsetof(_appdata, logCaptureButton)};
+    EXPECT_EQ(offsets[0], 0U);
+    EXPECT_EQ(std::adjacent_find(std::begin(offsets), std::end(offsets), std::greater_equal<>()),
+              std::end(offsets));
+}
+
+TEST(RecordTest, LocationsHaveTheirNumbers) {
+    EXPECT_THAT((std::vector<int>{TABLE_LOCATION_TITLE, TABLE_LOCATION_INFO_LEFT,
+                                  TABLE_LOCATION_INFO_RIGHT, TABLE_LOCATION_ITEM_LIST,
+                                  TABLE_LOCATION_ITEM_VIEW, TABLE_LOCATION_ITEM_DETAIL,
+                                  TABLE_LOCATION_LOG_CAPTURE, TABLE_LOCATION_BACKGROUND}),
+                ElementsAre(1, 2, 3, 4, 5, 6, 7, 9));
+    EXPECT_THAT(
+        (std::vector<int>{POPUP_LOCATION_LABEL, POPUP_LOCATION_PROGRESS, POPUP_LOCATION_BUTTON}),
+        ElementsAre(0, 1, 2));
+}
+
 class MainTest : public testing::Test {
 protected:
     void SetUp() override { FakeApp::Clear(); }
     void TearDown() override { FakeApp::Clear(); }
 
-    int Run() { return QuorvelMain(3, m_argv); }
+    int Run() {
+        SoilTheStack();
+        return QuorvelMain(3, m_argv);
+    }
 
     char m_program[8] = "quorvel";
     char m_first[8] = "A=1";

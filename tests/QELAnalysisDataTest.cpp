@@ -252,10 +252,19 @@ TEST_P(QELAnalysisDataCodeTest, MissingFieldLeavesTheByte) {
 }
 
 TEST_P(QELAnalysisDataCodeTest, EmptyFieldLeavesTheByte) {
-    DataOf({{"opcode", ""}});
+    DataOf({{"opcode", "52"}});
+    // As an empty CDATA section leaves it; of an empty element nothing is stored.
+    for (auto* items : {&Store().m_resultFailData, &Store().m_resultAllData}) {
+        for (auto& item : *items) {
+            item["opcode"] = "";
+        }
+    }
     unsigned char code = 0;
     EXPECT_FALSE(Read("opcode", code));
     EXPECT_EQ(code, 0xEE);
+    EXPECT_THAT(FakeLog::Lines(),
+                ElementsAre(InfoLine("id=" + std::to_string(GetParam().id) + ", strCode=",
+                                     FILE_NAME, GetParam().name)));
 }
 
 TEST_P(QELAnalysisDataCodeTest, UnknownItemLeavesTheByte) {

@@ -78,6 +78,27 @@ TEST_F(QELAnalysisDataValidityTest, MissingResultStoreIsRefused) {
                     ErrorLine("not able to get instance of xmlParser", FILE_NAME, "IsValid")));
 }
 
+// The flag comes before the store.
+TEST_F(QELAnalysisDataValidityTest, AnalysedItemIsRefusedBeforeTheStoreIsAskedFor) {
+    LoadItems({{{"detailed", "d"}}});
+    Data().SetAnalysisData(0, "");
+    delete QELXmlParser::m_qelXmlParser;
+    QELXmlParser::m_qelXmlParser = nullptr;
+    FakeLog::Clear();
+    const FailingNew failing;
+    EXPECT_FALSE(Data().IsValid(0));
+    EXPECT_FALSE(failing.HasFailed());
+    EXPECT_THAT(FakeLog::ErrorMessages(), ElementsAre("m_IsExecutedByUser have true value"));
+}
+
+TEST_F(QELAnalysisDataValidityTest, EmptyTextsAreNone) {
+    LoadItems({{{"type", "app"}, {"detailed", "d"}, {"opcode", "5F"}}});
+    Store().m_resultFailData[0]["detailed"] = "";
+    Store().m_resultFailData[0]["reason"] = "";
+    EXPECT_FALSE(Data().IsValid(0));
+    EXPECT_THAT(OwnErrors(), ElementsAre(ErrorLine("id=0, opcode=5f, msgcode=0", FILE_NAME)));
+}
+
 // The flag comes before the type, and the type before the detailed text and the codes.
 TEST_F(QELAnalysisDataValidityTest, AnalysedItemIsRefusedBeforeItsType) {
     LoadItems({{{"type", "rnsc"}}});

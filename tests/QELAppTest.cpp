@@ -52,6 +52,13 @@ TEST_F(QELAppTest, CreateMakesTheWindow) {
     EXPECT_THAT(FakeLog::Lines().front(), InfoLine("s_Create is called", SOURCE, "s_Create"));
 }
 
+TEST_F(QELAppTest, WindowIsKnownBeforeItIsBuilt) {
+    bool known = false;
+    ToolkitCalls::OnCall("elm_app_base_scale_set", [&known] { known = HasWindow(); });
+    QELApp::s_Create(&ad);
+    EXPECT_TRUE(known);
+}
+
 TEST_F(QELAppTest, CreateWithoutDataIsRefused) {
     EXPECT_FALSE(QELApp::s_Create(nullptr));
     EXPECT_FALSE(HasWindow());
@@ -170,7 +177,18 @@ TEST_F(QELAppTest, FlagFileThatCannotBeCreatedIsLoggedAfterCounting) {
                             ErrorLine("failed to create flag file", SOURCE, "s_Control")));
 }
 
+// The link leads the flag file to the counter, which is empty once the file was made.
+TEST_F(QELAppTest, FlagFileIsMadeAfterCounting) {
+    PrivateData::Write("num_of_launch", "7");
+    fs::create_symlink(PrivateData::Path("num_of_launch"), FLAG_FILE);
+    Request("x");
+    EXPECT_EQ(LaunchCount(), "");
+    EXPECT_TRUE(LoggedNoError());
+}
+
+// Not even converted, which would be said.
 TEST_F(QELAppTest, RequestWithoutDataIsIgnored) {
+    FakeApp::SetConversionResult(APP_CONTROL_ERROR_INVALID_PARAMETER);
     QELApp::s_Control(FakeApp::Request({{"EXEPARAM", "CLOSE"}}), nullptr);
     EXPECT_THAT(FakeApp::AskedKeys(), IsEmpty());
     EXPECT_FALSE(PrivateData::Exists("num_of_launch"));

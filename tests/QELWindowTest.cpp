@@ -132,6 +132,51 @@ TEST_F(QELWindowTest, BuildsWindowTableBackgroundAndTitleInThisOrder) {
                             "elm_popup_add(popup, win)"));
 }
 
+TEST_F(QELWindowTest, PropertiesAreSetBetweenTheseCalls) {
+    std::vector<std::string> steps;
+    const auto note = [&steps](const std::string& call) {
+        ToolkitCalls::OnCall(call, [&steps, call] { steps.push_back(call); });
+    };
+    for (const char* call :
+         {"elm_table_add", "elm_table_homogeneous_set", "elm_table_padding_set",
+          "evas_object_size_hint_weight_set", "elm_win_resize_object_add", "evas_object_image_add",
+          "evas_object_image_file_set", "elm_label_add", "elm_object_part_text_set",
+          "evas_object_size_hint_align_set", "elm_table_pack"}) {
+        note(call);
+    }
+    // "evas_object_show" also comes before the first of these.
+    ToolkitCalls::OnCall("evas_object_show", [&steps] {
+        if (!steps.empty()) {
+            steps.push_back("evas_object_show");
+        }
+    });
+    ToolkitCalls::OnCall("evas_object_image_filled_set", [&steps] {
+        const std::vector<std::string> lines = FakeLog::Messages();
+        const bool told = lines.back().rfind("Resource = ", 0) == 0;
+        steps.push_back(told ? "filled after the line" : "filled before the line");
+    });
+    ToolkitCalls::OnCall("elm_popup_add", [] { ToolkitCalls::Start(); });
+    Create();
+    const std::vector<std::string> placing = {"evas_object_size_hint_weight_set",
+                                              "evas_object_size_hint_align_set", "evas_object_show",
+                                              "elm_table_pack"};
+    std::vector<std::string> expected = {"elm_table_add",
+                                         "elm_table_homogeneous_set",
+                                         "elm_table_padding_set",
+                                         "evas_object_size_hint_weight_set",
+                                         "elm_win_resize_object_add",
+                                         "evas_object_image_add",
+                                         "evas_object_image_file_set",
+                                         "filled after the line",
+                                         "elm_label_add",
+                                         "elm_object_part_text_set"};
+    for (int i = 0; i < 3; ++i) {
+        expected.insert(expected.end(), placing.begin(), placing.end());
+    }
+    expected.emplace_back("evas_object_show");  // the table
+    EXPECT_EQ(steps, expected);
+}
+
 TEST_F(QELWindowTest, WindowIsNamedAndDeletesItself) {
     Create();
     EXPECT_STREQ(elm_win_title_get(ad.win), "quorvel");
@@ -332,7 +377,7 @@ struct FailedAllocation_s {
     int nth;  // of Create; the result store is the first
     const char* message;
     const char* file;
-    int views;  // how many of the record's list, item label, detail label and button exist then
+    int views;  // how many of the record's list, item label and button exist then
 };
 
 void PrintTo(const FailedAllocation_s& failure, std::ostream* out) {
@@ -401,6 +446,45 @@ TEST_F(QELWindowTest, WithoutResultFilesTheWindowStillComesUp) {
                 testing::HasSubstr("There is no failed production history."));
 }
 
+// A main file that cannot be read, or lacks what it should have; the other file is good.
+struct BadFile_s {
+    const char* what;
+    const char* content;  // null: a folder lies in its place
+};
+
+void PrintTo(const BadFile_s& file, std::ostream* out) {
+    *out << file.what;
+}
+
+class QELWindowBadFileTest : public QELWindowTest, public testing::WithParamInterface<BadFile_s> {};
+
+TEST_P(QELWindowBadFileTest, WindowShowsWhatCouldBeRead) {
+    PrivateData::Clean();
+    PrivateData::WriteRnsc(RUN);
+    if (GetParam().content == nullptr) {
+        fs::create_directory(PrivateData::MainFile());
+    } else {
+        PrivateData::WriteMain(GetParam().content);
+    }
+    Create();
+    Screen::Settle(ad.win);
+    EXPECT_TRUE(IsVisible(ad.titleLabel));
+    EXPECT_EQ(elm_genlist_items_count(ad.itemList), 2U);
+    EXPECT_EQ(elm_object_focused_item_get(ad.itemList), Row(0));
+    EXPECT_THAT(TextOf(ad.infoLabelRight), testing::HasSubstr("model=M1<br/>"));
+    EXPECT_TRUE(LoggedInfo("done app_create", SOURCE));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    MainFile, QELWindowBadFileTest,
+    testing::Values(BadFile_s{"folder", nullptr}, BadFile_s{"empty", ""},
+                    BadFile_s{"cutOff", "<run><FAnetTest><test><name>A"},
+                    BadFile_s{"wrongEncoding",
+                              "<?xml version=\"1.0\" encoding=\"UTF-8\"?><run>\xFF</run>"},
+                    BadFile_s{"otherRoot", "<html></html>"}, BadFile_s{"noSections", "<run></run>"},
+                    BadFile_s{"noLists", "<run><Information></Information></run>"}),
+    [](const auto& test) { return std::string(test.param.what); });
+
 // --- connections
 
 TEST_F(QELWindowTest, ConnectsSixHandlersInThisOrder) {
@@ -459,6 +543,32 @@ TEST_F(QELWindowTest, FocusedRowUpdatesTheDetailTextBeforeTheItemView) {
         }
     }
     EXPECT_THAT(files, ElementsAre("QELItemDetailView.cpp UpdateText", "QELItemView.cpp Update"));
+}
+
+// The panel's text steps aside, so that only its translucent background lies over the photo.
+TEST_F(QELWindowTest, PhotoIsSeenThroughThePanelWhileAnImageItemIsFocused) {
+    const std::string photo = PrivateData::Path("photo.png");
+    Screen::WriteImage(photo, {250, 10, 10});
+    PrivateData::WriteMain(
+        "<run><FAnetTest><test><type>bt</type><result>fail</result></test>"
+        "<test><type>image</type><result>fail</result><detailed>" +
+        photo + "</detailed></test></FAnetTest></run>");
+    Create();
+    Screen::Settle(ad.win);
+    const Area panel = Screen::AreaOf(QELItemDetailView::m_bgItemDetailView);
+    const auto redPixels = [&] {
+        return Screen::Render(ad.win).Count(panel, [](const Colour& colour) {
+            return colour.red > 200 && colour.green < 80 && colour.blue < 80;
+        });
+    };
+    Screen::Press(ad.win, "Down");
+    EXPECT_FALSE(IsVisible(ad.detailLabel));
+    EXPECT_FALSE(IsVisible(ad.infoLabelLeft));
+    EXPECT_TRUE(Screen::PumpUntil([&] { return redPixels() > panel.height * panel.height / 2; }));
+    Screen::Press(ad.win, "Up");
+    EXPECT_TRUE(IsVisible(ad.detailLabel));
+    EXPECT_TRUE(IsVisible(ad.infoLabelLeft));
+    EXPECT_EQ(redPixels(), 0);
 }
 
 TEST_F(QELWindowTest, UnselectedRowIsSelectedAgain) {

@@ -158,14 +158,21 @@ TEST_F(QELXmlParserBadInputTest, BothFilesBrokenAreBothReported) {
     EXPECT_EQ(Store().GetNumOfResultAll(), 0U);
 }
 
-TEST_F(QELXmlParserBadInputTest, FolderInsteadOfFileIsReportedWithItsName) {
+TEST_F(QELXmlParserBadInputTest, FolderInsteadOfFileIsReportedLikeAnEmptyFile) {
     fs::create_directory(PrivateData::MainFile());
     EXPECT_FALSE(Store().ParseFile());
-    const std::vector<LogLine> errors = FakeLog::Errors();
-    ASSERT_EQ(errors.size(), 1U);
-    EXPECT_THAT(errors[0].message,
-                StartsWith(REPORT_START + ("File: " + PrivateData::MainFile()) + "\nErroCode: "));
+    EXPECT_THAT(FakeLog::Errors(),
+                ElementsAre(ErrorLine(ReportFor(PrivateData::MainFile()), FILE_NAME)));
     EXPECT_TRUE(fs::is_directory(PrivateData::MainFile()));
+}
+
+TEST_F(QELXmlParserBadInputTest, FolderInsteadOfTheOtherFileLeavesTheMainOne) {
+    fs::create_directory(PrivateData::RnscFile());
+    PrivateData::WriteMain(xml::DocumentOf({{{"name", "A"}}}));
+    Store().ParseFile();
+    EXPECT_THAT(FakeLog::Errors(),
+                ElementsAre(ErrorLine(ReportFor(PrivateData::RnscFile()), FILE_NAME)));
+    EXPECT_EQ(Store().GetNumOfResult(), 1U);
 }
 
 // A socket cannot be opened, and its record has no file name: the null text stops the report.

@@ -224,12 +224,30 @@ void __wrap_elm_object_part_content_set(Evas_Object* obj, const char* part, Evas
     __real_elm_object_part_content_set(obj, part, content);
 }
 
-void __real_elm_object_part_text_set(Evas_Object* obj, const char* part, const char* text);
-void __wrap_elm_object_part_text_set(Evas_Object* obj, const char* part, const char* text);
-void __wrap_elm_object_part_text_set(Evas_Object* obj, const char* part, const char* text) {
-    Notice("elm_object_part_text_set");
-    __real_elm_object_part_text_set(obj, part, text);
-}
+#define NOTICE_2(function, T1, T2)       \
+    void __real_##function(T1 a, T2 b);  \
+    void __wrap_##function(T1 a, T2 b);  \
+    void __wrap_##function(T1 a, T2 b) { \
+        Notice(#function);               \
+        __real_##function(a, b);         \
+    }
+
+NOTICE_2(elm_table_homogeneous_set, Evas_Object*, Eina_Bool)
+NOTICE_2(evas_object_image_filled_set, Evas_Object*, Eina_Bool)
+
+#define NOTICE_3(function, T1, T2, T3)         \
+    void __real_##function(T1 a, T2 b, T3 c);  \
+    void __wrap_##function(T1 a, T2 b, T3 c);  \
+    void __wrap_##function(T1 a, T2 b, T3 c) { \
+        Notice(#function);                     \
+        __real_##function(a, b, c);            \
+    }
+
+NOTICE_3(elm_object_part_text_set, Evas_Object*, const char*, const char*)
+NOTICE_3(elm_table_padding_set, Evas_Object*, Evas_Coord, Evas_Coord)
+NOTICE_3(evas_object_image_file_set, Evas_Object*, const char*, const char*)
+NOTICE_3(evas_object_size_hint_align_set, Evas_Object*, double, double)
+NOTICE_3(evas_object_size_hint_weight_set, Evas_Object*, double, double)
 
 Eina_Bool __real_elm_image_file_set(Evas_Object* obj, const char* file, const char* group);
 Eina_Bool __wrap_elm_image_file_set(Evas_Object* obj, const char* file, const char* group);

@@ -23,8 +23,9 @@ public:
     // "null".
     static std::vector<std::string> Take(const Names& names,
                                          const std::vector<std::string>& functions = {});
-    // Runs the observer before each call of the function that is recorded, and of
-    // elm_object_part_text_set and elm_image_file_set, which are not, until the next Start.
+    // Runs the observer before each call of the function, until the next Start. Some calls are not
+    // recorded, since they leave a trace in the widgets, but can be observed: those that set texts,
+    // files, hints and the properties of tables.
     static void OnCall(const std::string& function, const std::function<void()>& observer);
     // How often the function was called since Start.
     static int Count(const std::string& function);
