@@ -140,7 +140,7 @@ void Log::m_WriteToFile(const spdlog::details::log_msg& line) {
     }
 }
 
-std::string Format(const char* format, va_list arguments) {
+[[gnu::format(printf, 1, 0)]] std::string Format(const char* format, va_list arguments) {
     va_list again;
     va_copy(again, arguments);
     const int length = std::vsnprintf(nullptr, 0, format, again);
@@ -150,7 +150,8 @@ std::string Format(const char* format, va_list arguments) {
     return text;
 }
 
-int Print(int priority, const char* tag, const char* format, va_list arguments) {
+[[gnu::format(printf, 3, 0)]] int Print(int priority, const char* tag, const char* format,
+                                        va_list arguments) {
     if (tag == nullptr || format == nullptr || (priority != DLOG_INFO && priority != DLOG_ERROR)) {
         return -EINVAL;
     }
