@@ -63,10 +63,8 @@ protected:
 // --- create
 
 TEST_F(QELButtonLogCaptureTest, CreateWithoutRecordDoesNothing) {
-    m_button.Create(nullptr);
+    ExpectRecordIsNeeded(m_button, &QELButtonLogCapture::Create, "Create", SOURCE);
     EXPECT_EQ(m_button.m_Box, nullptr);
-    EXPECT_THAT(ToolkitCalls::Take({}), IsEmpty());
-    EXPECT_THAT(FakeLog::Lines(), ElementsAre(ErrorLine("there is no appdata", SOURCE, "Create")));
 }
 
 TEST_F(QELButtonLogCaptureTest, CreateWithoutResultStoreMakesNoButton) {
@@ -148,32 +146,11 @@ TEST_F(QELButtonLogCaptureTest, ButtonDoesNotTakeTheFocusFromFailedItems) {
 // --- placing
 
 TEST_F(QELButtonLogCaptureTest, ShowCentresTheObjectInItsCell) {
-    Evas_Object* obj = evas_object_rectangle_add(evas_object_evas_get(ad.win));
-    m_button.m_Show(&ad, obj, TABLE_LOCATION_LOG_CAPTURE);
-    double x = 0;
-    double y = 0;
-    evas_object_size_hint_weight_get(obj, &x, &y);
-    EXPECT_DOUBLE_EQ(x, 0.8);
-    EXPECT_DOUBLE_EQ(y, 1.0);
-    evas_object_size_hint_align_get(obj, &x, &y);
-    EXPECT_DOUBLE_EQ(x, 0.5);
-    EXPECT_DOUBLE_EQ(y, -1.0);
-    EXPECT_TRUE(IsVisible(obj));
-    EXPECT_EQ(Screen::CellOf(obj), (Cell{1, 7, 1, 1}));
-    EXPECT_THAT(FakeLog::Lines(), IsEmpty());
+    ExpectPlaced(m_button, TABLE_LOCATION_LOG_CAPTURE, {1, 7, 1, 1}, {0.8, 1.0, 0.5, -1.0});
 }
 
 TEST_F(QELButtonLogCaptureTest, OtherLocationsAreShownButNotPlaced) {
-    for (const int location : {0, 1, 2, 3, 4, 5, 6, 8, 9}) {
-        FakeLog::Clear();
-        Evas_Object* obj = evas_object_rectangle_add(evas_object_evas_get(ad.win));
-        m_button.m_Show(&ad, obj, static_cast<app_table_location_e>(location));
-        EXPECT_TRUE(IsVisible(obj));
-        EXPECT_FALSE(Screen::IsPacked(ad.table, obj));
-        EXPECT_THAT(FakeLog::Lines(),
-                    ElementsAre(ErrorLine("there is no information about table location", SOURCE,
-                                          "m_Show")));
-    }
+    ExpectShownButNotPlaced(m_button, {0, 1, 2, 3, 4, 5, 6, 8, 9}, SOURCE);
 }
 
 // --- press
@@ -451,16 +428,13 @@ TEST_F(QELButtonLogCaptureTest, DestroyDeletesTheButtonThenTheBox) {
 }
 
 TEST_F(QELButtonLogCaptureTest, DestroyBeforeCreateDeletesNothing) {
-    m_button.Destroy(&ad);
-    EXPECT_THAT(ToolkitCalls::Take({}), IsEmpty());
+    ExpectNothingToDestroy(m_button);
 }
 
 TEST_F(QELButtonLogCaptureTest, DestroyWithoutRecordDoesNothing) {
     Create();
-    m_button.Destroy(nullptr);
-    EXPECT_THAT(ToolkitCalls::Take({}), IsEmpty());
+    ExpectRecordIsNeeded(m_button, &QELButtonLogCapture::Destroy, "Destroy", SOURCE);
     EXPECT_NE(m_button.m_Box, nullptr);
-    EXPECT_THAT(FakeLog::Lines(), ElementsAre(ErrorLine("there is no appdata", SOURCE, "Destroy")));
 }
 
 }  // namespace

@@ -79,10 +79,8 @@ TEST_F(QELItemDetailViewTest, ConstructorClearsBothMembers) {
 }
 
 TEST_F(QELItemDetailViewTest, CreateWithoutRecordDoesNothing) {
-    m_view.Create(nullptr);
+    ExpectRecordIsNeeded(m_view, &QELItemDetailView::Create, "Create", SOURCE);
     EXPECT_EQ(m_view.m_scrollerItemDetailView, nullptr);
-    EXPECT_THAT(ToolkitCalls::Take({}), IsEmpty());
-    EXPECT_THAT(FakeLog::Lines(), ElementsAre(ErrorLine("there is no appdata", SOURCE, "Create")));
 }
 
 TEST_F(QELItemDetailViewTest, CreateBuildsAndPlacesInThisOrder) {
@@ -154,16 +152,7 @@ TEST_F(QELItemDetailViewTest, PanelLiesInItsCellOverItsBackground) {
 
 TEST_F(QELItemDetailViewTest, OtherLocationsAreShownButNotPlaced) {
     Create();
-    for (const int location : {0, 1, 2, 3, 4, 5, 7, 8, 9}) {
-        FakeLog::Clear();
-        Evas_Object* obj = evas_object_rectangle_add(evas_object_evas_get(ad.win));
-        m_view.m_Show(&ad, obj, static_cast<app_table_location_e>(location));
-        EXPECT_TRUE(IsVisible(obj));
-        EXPECT_FALSE(Screen::IsPacked(ad.table, obj));
-        EXPECT_THAT(FakeLog::Lines(),
-                    ElementsAre(ErrorLine("there is no information about table location", SOURCE,
-                                          "m_Show")));
-    }
+    ExpectShownButNotPlaced(m_view, {0, 1, 2, 3, 4, 5, 7, 8, 9}, SOURCE);
 }
 
 TEST_F(QELItemDetailViewTest, LongTextScrollsByItsStep) {
@@ -540,18 +529,13 @@ TEST_F(QELItemDetailViewTest, DestroyDeletesInThisOrder) {
 }
 
 TEST_F(QELItemDetailViewTest, DestroyBeforeCreateDeletesNothing) {
-    m_view.Destroy(&ad);
-    EXPECT_THAT(ToolkitCalls::Take({}), IsEmpty());
+    ExpectNothingToDestroy(m_view);
 }
 
 TEST_F(QELItemDetailViewTest, DestroyWithoutRecordDoesNothing) {
     Create();
-    FakeLog::Clear();
-    ToolkitCalls::Start();
-    m_view.Destroy(nullptr);
-    EXPECT_THAT(ToolkitCalls::Take({}), IsEmpty());
+    ExpectRecordIsNeeded(m_view, &QELItemDetailView::Destroy, "Destroy", SOURCE);
     EXPECT_NE(m_view.m_scrollerItemDetailView, nullptr);
-    EXPECT_THAT(FakeLog::Lines(), ElementsAre(ErrorLine("there is no appdata", SOURCE, "Destroy")));
 }
 
 }  // namespace

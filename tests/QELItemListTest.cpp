@@ -101,10 +101,8 @@ protected:
 // --- create
 
 TEST_F(QELItemListTest, CreateWithoutRecordDoesNothing) {
-    m_list.Create(nullptr);
+    ExpectRecordIsNeeded(m_list, &QELItemList::Create, "Create", SOURCE);
     EXPECT_EQ(m_list.m_bgItemList, nullptr);
-    EXPECT_THAT(ToolkitCalls::Take({}), IsEmpty());
-    EXPECT_THAT(FakeLog::Lines(), ElementsAre(ErrorLine("there is no appdata", SOURCE, "Create")));
 }
 
 TEST_F(QELItemListTest, CreateBuildsPlacesAndFocusesInThisOrder) {
@@ -257,32 +255,12 @@ TEST_F(QELItemListStoreTest, MissingStoreEndsCreateWithoutFocusOrLine) {
 
 TEST_F(QELItemListTest, ShowFillsTheListsCell) {
     Create();
-    Evas_Object* obj = evas_object_rectangle_add(evas_object_evas_get(ad.win));
-    m_list.m_Show(&ad, obj, TABLE_LOCATION_ITEM_LIST);
-    double x = 0;
-    double y = 0;
-    evas_object_size_hint_weight_get(obj, &x, &y);
-    EXPECT_DOUBLE_EQ(x, 1.0);
-    EXPECT_DOUBLE_EQ(y, 1.0);
-    evas_object_size_hint_align_get(obj, &x, &y);
-    EXPECT_DOUBLE_EQ(x, -1.0);
-    EXPECT_DOUBLE_EQ(y, -1.0);
-    EXPECT_TRUE(IsVisible(obj));
-    EXPECT_EQ(Screen::CellOf(obj), (Cell{0, 1, 1, 7}));
+    ExpectPlaced(m_list, TABLE_LOCATION_ITEM_LIST, {0, 1, 1, 7});
 }
 
 TEST_F(QELItemListTest, OtherLocationsAreShownButNotPlaced) {
     Create();
-    for (const int location : {0, 1, 2, 3, 5, 6, 7, 8, 9}) {
-        FakeLog::Clear();
-        Evas_Object* obj = evas_object_rectangle_add(evas_object_evas_get(ad.win));
-        m_list.m_Show(&ad, obj, static_cast<app_table_location_e>(location));
-        EXPECT_TRUE(IsVisible(obj));
-        EXPECT_FALSE(Screen::IsPacked(ad.table, obj));
-        EXPECT_THAT(FakeLog::Lines(),
-                    ElementsAre(ErrorLine("there is no information about table location", SOURCE,
-                                          "m_Show")));
-    }
+    ExpectShownButNotPlaced(m_list, {0, 1, 2, 3, 5, 6, 7, 8, 9}, SOURCE);
 }
 
 TEST_F(QELItemListTest, FocusWithoutListIsRefused) {
@@ -779,18 +757,13 @@ TEST_F(QELItemListTest, DestroyDeletesTheListThenItsBackground) {
 }
 
 TEST_F(QELItemListTest, DestroyBeforeCreateDeletesNothing) {
-    m_list.Destroy(&ad);
-    EXPECT_THAT(ToolkitCalls::Take({}), IsEmpty());
+    ExpectNothingToDestroy(m_list);
 }
 
 TEST_F(QELItemListTest, DestroyWithoutRecordDoesNothing) {
     Create();
-    FakeLog::Clear();
-    ToolkitCalls::Start();
-    m_list.Destroy(nullptr);
-    EXPECT_THAT(ToolkitCalls::Take({}), IsEmpty());
+    ExpectRecordIsNeeded(m_list, &QELItemList::Destroy, "Destroy", SOURCE);
     EXPECT_NE(m_list.m_bgItemList, nullptr);
-    EXPECT_THAT(FakeLog::Lines(), ElementsAre(ErrorLine("there is no appdata", SOURCE, "Destroy")));
 }
 
 }  // namespace

@@ -93,11 +93,9 @@ protected:
 // --- create
 
 TEST_F(QELItemViewTest, CreateWithoutRecordDoesNothing) {
-    m_view.Create(nullptr);
+    ExpectRecordIsNeeded(m_view, &QELItemView::Create, "Create", SOURCE);
     EXPECT_EQ(m_view.m_bgInfoViewLeft, nullptr);
     EXPECT_EQ(m_view.m_bgInfoViewRight, nullptr);
-    EXPECT_THAT(ToolkitCalls::Take({}), IsEmpty());
-    EXPECT_THAT(FakeLog::Lines(), ElementsAre(ErrorLine("there is no appdata", SOURCE, "Create")));
 }
 
 TEST_F(QELItemViewTest, CreateBuildsAndPlacesInThisOrder) {
@@ -201,40 +199,14 @@ TEST_F(QELItemViewTest, PanelsHaveTheirStyleAndEllipsis) {
 
 TEST_F(QELItemViewTest, ShowFillsEachOfItsCells) {
     Create();
-    const struct {
-        app_table_location_e location;
-        Cell cell;
-    } places[] = {{TABLE_LOCATION_INFO_LEFT, {1, 1, 1, 2}},
-                  {TABLE_LOCATION_INFO_RIGHT, {2, 1, 1, 2}},
-                  {TABLE_LOCATION_ITEM_VIEW, {1, 1, 2, 6}}};
-    for (const auto& place : places) {
-        Evas_Object* obj = evas_object_rectangle_add(evas_object_evas_get(ad.win));
-        m_view.m_Show(&ad, obj, place.location);
-        EXPECT_EQ(Screen::CellOf(obj), place.cell);
-        EXPECT_TRUE(IsVisible(obj));
-        double x = 0;
-        double y = 0;
-        evas_object_size_hint_weight_get(obj, &x, &y);
-        EXPECT_DOUBLE_EQ(x, 1.0);
-        EXPECT_DOUBLE_EQ(y, 1.0);
-        evas_object_size_hint_align_get(obj, &x, &y);
-        EXPECT_DOUBLE_EQ(x, -1.0);
-        EXPECT_DOUBLE_EQ(y, -1.0);
-    }
+    ExpectPlaced(m_view, TABLE_LOCATION_INFO_LEFT, {1, 1, 1, 2});
+    ExpectPlaced(m_view, TABLE_LOCATION_INFO_RIGHT, {2, 1, 1, 2});
+    ExpectPlaced(m_view, TABLE_LOCATION_ITEM_VIEW, {1, 1, 2, 6});
 }
 
 TEST_F(QELItemViewTest, OtherLocationsAreShownButNotPlaced) {
     Create();
-    for (const int location : {0, 1, 4, 6, 7, 8, 9}) {
-        FakeLog::Clear();
-        Evas_Object* obj = evas_object_rectangle_add(evas_object_evas_get(ad.win));
-        m_view.m_Show(&ad, obj, static_cast<app_table_location_e>(location));
-        EXPECT_TRUE(IsVisible(obj));
-        EXPECT_FALSE(Screen::IsPacked(ad.table, obj));
-        EXPECT_THAT(FakeLog::Lines(),
-                    ElementsAre(ErrorLine("there is no information about table location", SOURCE,
-                                          "m_Show")));
-    }
+    ExpectShownButNotPlaced(m_view, {0, 1, 4, 6, 7, 8, 9}, SOURCE);
 }
 
 // --- the panels' texts
@@ -596,18 +568,13 @@ TEST_F(QELItemViewTest, DestroyClearsItsFieldsAndMembers) {
 }
 
 TEST_F(QELItemViewTest, DestroyBeforeCreateDeletesNothing) {
-    m_view.Destroy(&ad);
-    EXPECT_THAT(ToolkitCalls::Take({}), IsEmpty());
+    ExpectNothingToDestroy(m_view);
 }
 
 TEST_F(QELItemViewTest, DestroyWithoutRecordDoesNothing) {
     Create();
-    FakeLog::Clear();
-    ToolkitCalls::Start();
-    m_view.Destroy(nullptr);
-    EXPECT_THAT(ToolkitCalls::Take({}), IsEmpty());
+    ExpectRecordIsNeeded(m_view, &QELItemView::Destroy, "Destroy", SOURCE);
     EXPECT_NE(m_view.m_itemDetailView, nullptr);
-    EXPECT_THAT(FakeLog::Lines(), ElementsAre(ErrorLine("there is no appdata", SOURCE, "Destroy")));
 }
 
 }  // namespace

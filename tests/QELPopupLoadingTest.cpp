@@ -233,14 +233,7 @@ TEST_F(QELPopupLoadingTest, OtherLocationIsShownButNotPlaced) {
         EXPECT_THAT(FakeLog::Lines(),
                     ElementsAre(ErrorLine("there is no information about popup location", SOURCE,
                                           "m_Show")));
-        double x = 0;
-        double y = 0;
-        evas_object_size_hint_weight_get(obj, &x, &y);
-        EXPECT_DOUBLE_EQ(x, 1.0);
-        EXPECT_DOUBLE_EQ(y, 1.0);
-        evas_object_size_hint_align_get(obj, &x, &y);
-        EXPECT_DOUBLE_EQ(x, -1.0);
-        EXPECT_DOUBLE_EQ(y, -1.0);
+        EXPECT_EQ(PlacingOf(obj), FILLING);
     }
 }
 

@@ -91,9 +91,7 @@ TEST_F(QELWindowTest, StartsWithoutAnything) {
 }
 
 TEST_F(QELWindowTest, CreateWithoutRecordDoesNothing) {
-    m_window.Create(nullptr);
-    EXPECT_THAT(ToolkitCalls::Take({}), IsEmpty());
-    EXPECT_THAT(FakeLog::Lines(), ElementsAre(ErrorLine("there is no appdata", SOURCE, "Create")));
+    ExpectRecordIsNeeded(m_window, &QELWindow::Create, "Create", SOURCE);
 }
 
 TEST_F(QELWindowTest, ReadsBothResultFilesBeforeItTouchesTheToolkit) {
@@ -311,38 +309,16 @@ TEST_F(QELWindowTest, TitleStandsInGreyOnATranslucentWhiteBar) {
 
 // --- placing
 
-TEST_F(QELWindowTest, ShowFillsTheCell) {
+TEST_F(QELWindowTest, ShowFillsEachOfItsCells) {
     Create();
-    Evas_Object* obj = evas_object_rectangle_add(evas_object_evas_get(ad.win));
-    m_window.m_Show(&ad, obj, TABLE_LOCATION_TITLE);
-    double x = 0;
-    double y = 0;
-    evas_object_size_hint_weight_get(obj, &x, &y);
-    EXPECT_DOUBLE_EQ(x, 1.0);
-    EXPECT_DOUBLE_EQ(y, 1.0);
-    evas_object_size_hint_align_get(obj, &x, &y);
-    EXPECT_DOUBLE_EQ(x, -1.0);
-    EXPECT_DOUBLE_EQ(y, -1.0);
-    EXPECT_TRUE(IsVisible(obj));
-    EXPECT_EQ(Screen::CellOf(obj), (Cell{0, 0, 3, 1}));
+    ExpectPlaced(m_window, TABLE_LOCATION_TITLE, {0, 0, 3, 1});
+    ExpectPlaced(m_window, TABLE_LOCATION_BACKGROUND, {0, 0, 3, 8});
 }
 
-class QELWindowLocationTest : public QELWindowTest, public testing::WithParamInterface<int> {};
-
-TEST_P(QELWindowLocationTest, OtherLocationIsShownButNotPlaced) {
+TEST_F(QELWindowTest, OtherLocationsAreShownButNotPlaced) {
     Create();
-    FakeLog::Clear();
-    Evas_Object* obj = evas_object_rectangle_add(evas_object_evas_get(ad.win));
-    m_window.m_Show(&ad, obj, static_cast<app_table_location_e>(GetParam()));
-    EXPECT_TRUE(IsVisible(obj));
-    EXPECT_FALSE(Screen::IsPacked(ad.table, obj));
-    EXPECT_THAT(
-        FakeLog::Lines(),
-        ElementsAre(ErrorLine("there is no information about table location", SOURCE, "m_Show")));
+    ExpectShownButNotPlaced(m_window, {0, 2, 3, 4, 5, 6, 7, 8, 10, -1}, SOURCE);
 }
-
-INSTANTIATE_TEST_SUITE_P(Locations, QELWindowLocationTest,
-                         testing::Values(0, 2, 3, 4, 5, 6, 7, 8, 10, -1));
 
 // --- views
 
@@ -647,12 +623,8 @@ TEST_F(QELWindowTest, SecondDestroyDeletesNothing) {
 
 TEST_F(QELWindowTest, DestroyWithoutRecordDoesNothing) {
     Create();
-    FakeLog::Clear();
-    ToolkitCalls::Start();
-    m_window.Destroy(nullptr);
-    EXPECT_THAT(ToolkitCalls::Take({}), IsEmpty());
+    ExpectRecordIsNeeded(m_window, &QELWindow::Destroy, "Destroy", SOURCE);
     EXPECT_NE(m_window.m_ItemList, nullptr);
-    EXPECT_THAT(FakeLog::Lines(), ElementsAre(ErrorLine("there is no appdata", SOURCE, "Destroy")));
 }
 
 TEST_F(QELWindowTest, DestroyIsSafeWhenCreationStoppedEarly) {

@@ -97,6 +97,26 @@ bool ScreenTest::IsVisible(const Evas_Object* obj) {
     return evas_object_visible_get(obj) != 0;
 }
 
+ScreenTest::Placing ScreenTest::PlacingOf(const Evas_Object* obj) {
+    Placing placing{};
+    evas_object_size_hint_weight_get(obj, &placing[0], &placing[1]);
+    evas_object_size_hint_align_get(obj, &placing[2], &placing[3]);
+    return placing;
+}
+
+Evas_Object* ScreenTest::MakeObject() {
+    return evas_object_rectangle_add(evas_object_evas_get(ad.win));
+}
+
+void ScreenTest::ExpectNowhere(const Evas_Object* obj, int location, const std::string& source) {
+    EXPECT_TRUE(IsVisible(obj)) << location;
+    EXPECT_FALSE(Screen::IsPacked(ad.table, const_cast<Evas_Object*>(obj))) << location;
+    EXPECT_THAT(FakeLog::Lines(),
+                testing::ElementsAre(
+                    ErrorLine("there is no information about table location", source, "m_Show")))
+        << location;
+}
+
 ToolkitCalls::Names ScreenTest::Names() const {
     return {
         {ad.win, "win"},

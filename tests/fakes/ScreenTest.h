@@ -3,6 +3,7 @@
 
 #include <gmock/gmock.h>
 
+#include <array>
 #include <string>
 #include <utility>
 #include <vector>
@@ -38,8 +39,73 @@ protected:
     // The names of the record's fields, for ToolkitCalls.
     ToolkitCalls::Names Names() const;
 
+    // Weight and alignment of an object, each horizontal and vertical.
+    using Placing = std::array<double, 4>;
+    static constexpr Placing FILLING = {1.0, 1.0, -1.0, -1.0};
+    static Placing PlacingOf(const Evas_Object* obj);
+
+    // What all views have in common. Each is called with the view's own file as source.
+    // Its Create or Destroy does nothing without the record, and says so.
+    template <typename View>
+    static void ExpectRecordIsNeeded(View& view, void (View::*operation)(_appdata*),
+                                     const std::string& name, const std::string& source);
+    // Its Destroy before Create leaves the toolkit alone.
+    template <typename View>
+    void ExpectNothingToDestroy(View& view);
+    // It shows an object at the location, and in this cell.
+    template <typename View>
+    void ExpectPlaced(View& view, int location, const Cell& cell, const Placing& placing = FILLING);
+    // It shows an object for each of these locations, but nowhere, and says so.
+    template <typename View>
+    void ExpectShownButNotPlaced(View& view, const std::vector<int>& locations,
+                                 const std::string& source);
+
     _appdata ad = {};
+
+private:
+    Evas_Object* MakeObject();
+    void ExpectNowhere(const Evas_Object* obj, int location, const std::string& source);
 };
+
+template <typename View>
+void ScreenTest::ExpectRecordIsNeeded(View& view, void (View::*operation)(_appdata*),
+                                      const std::string& name, const std::string& source) {
+    FakeLog::Clear();
+    ToolkitCalls::Start();
+    (view.*operation)(nullptr);
+    EXPECT_THAT(ToolkitCalls::Take({}), testing::IsEmpty());
+    EXPECT_THAT(FakeLog::Lines(),
+                testing::ElementsAre(ErrorLine("there is no appdata", source, name)));
+}
+
+template <typename View>
+void ScreenTest::ExpectNothingToDestroy(View& view) {
+    ToolkitCalls::Start();
+    view.Destroy(&ad);
+    EXPECT_THAT(ToolkitCalls::Take({}), testing::IsEmpty());
+}
+
+template <typename View>
+void ScreenTest::ExpectPlaced(View& view, int location, const Cell& cell, const Placing& placing) {
+    FakeLog::Clear();
+    Evas_Object* obj = MakeObject();
+    view.m_Show(&ad, obj, static_cast<app_table_location_e>(location));
+    EXPECT_EQ(PlacingOf(obj), placing);
+    EXPECT_TRUE(IsVisible(obj));
+    EXPECT_EQ(Screen::CellOf(obj), cell);
+    EXPECT_THAT(FakeLog::Lines(), testing::IsEmpty());
+}
+
+template <typename View>
+void ScreenTest::ExpectShownButNotPlaced(View& view, const std::vector<int>& locations,
+                                         const std::string& source) {
+    for (const int location : locations) {
+        FakeLog::Clear();
+        Evas_Object* obj = MakeObject();
+        view.m_Show(&ad, obj, static_cast<app_table_location_e>(location));
+        ExpectNowhere(obj, location, source);
+    }
+}
 
 // The registration of a handler, as ToolkitCalls writes it down under the name.
 template <typename Handler>
