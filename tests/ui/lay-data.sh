@@ -44,6 +44,21 @@ lays_a_copy() {
     [ ! -e "$work/data/num_of_launch" ] || fail "the original was written to"
 }
 
+# A result file of which the copy has no more than the beginning, as on a full disk, is not shown. A
+# file that cannot be read at all is left out.
+refuses_a_cut_copy() {
+    mkdir "$work/large"
+    head -c 100000 /dev/zero >"$work/large/qelXml.xml"
+    ln -s nothing "$work/large/photo.jpg"
+    if complaint=$(ulimit -f 1 && trap '' XFSZ && lay --copy "$work/large" true 2>&1); then
+        fail "a cut copy is shown"
+    fi
+    echo "$complaint" | grep -q '^lay-data: .*qelXml.xml' || fail "no word of the cut file: $complaint"
+    lay --copy "$work/large" cmp "$data/qelXml.xml" "$work/large/qelXml.xml" 2>/dev/null ||
+        fail "a folder with a file that cannot be read is not shown"
+    rm -r "$work/large"
+}
+
 # Whatever the real flag file is, the command sees none, and its own does not get out.
 keeps_the_flag_private() {
     lay --private-tmp "$work/data" sh -c "[ ! -e $flag ] && echo $work >$flag && [ -d '$work' ]" ||
@@ -151,6 +166,7 @@ tells_users_what_to_do() {
 every_case() {
     lays_the_folder
     lays_a_copy
+    refuses_a_cut_copy
     keeps_the_flag_private
     keeps_folder_and_input
     gives_the_result
