@@ -5,6 +5,7 @@
 #
 # Draws into memory, so no display is needed.
 set -eu
+unset CDPATH
 
 build=$1
 root=$(cd -- "$(dirname -- "$0")/../.." && pwd)

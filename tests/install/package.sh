@@ -3,6 +3,7 @@
 #
 #     package.sh BUILD-DIR VERSION
 set -eu
+unset CDPATH
 
 build=$1
 version=$2

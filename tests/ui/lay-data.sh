@@ -2,6 +2,7 @@
 # The script that lays a folder at the fixed data path: its result, signals, the folder itself, and
 # what it leaves behind; with namespaces, and for root without them too.
 set -eu
+unset CDPATH
 
 root=$(cd -- "$(dirname -- "$0")/../.." && pwd)
 lay_data=$1/lay-data
@@ -9,6 +10,8 @@ data=/opt/usr/home/owner/apps_rw/org.tizen.quorvel/data
 flag=/tmp/qel_first_execute
 work=$(mktemp -d "${TMPDIR:-/tmp}/quorvel-lay.XXXXXX")
 trap 'rm -rf -- "$work"' EXIT
+newline='
+'
 # What stands before each call: how it loses its right to namespaces.
 without=
 
@@ -42,6 +45,44 @@ lays_a_copy() {
     lay --copy "$work/data" sh -c "rm $data/file; echo counter >$data/num_of_launch"
     [ -e "$work/data/file" ] || fail "a file of the original is gone"
     [ ! -e "$work/data/num_of_launch" ] || fail "the original was written to"
+}
+
+# Each folder's file holds its name. quorvel-view stands beside a program that shows the file.
+make_odd_folders() {
+    mkdir -p "$work/elsewhere/run1" "$work/bin"
+    cp "$lay_data" "$(dirname -- "$lay_data")/quorvel-view" "$work/bin"
+    printf '#!/bin/sh\ncat %s/file\n' "$data" >"$work/bin/quorvel"
+    chmod 755 "$work/bin/quorvel"
+    for name in "$@"; do
+        mkdir -p "$work/odd/$name"
+        printf '%s' "$name" >"$work/odd/$name/file"
+    done
+}
+
+# Run in the folder above, by a shell with settings that lead elsewhere; the x keeps line breaks.
+shows_its_own() {
+    shown=$(cd "$work/odd" && export CDPATH="$work/elsewhere" OLDPWD="$work/elsewhere" &&
+        "$@" && echo x) || true
+    [ "$shown" = "${name}x" ] || fail "$name: another folder is shown: $shown"
+}
+
+lays_any_name() {
+    make_odd_folders run1 - -- --copy ' a b' "run1$newline" "in${newline}ner"
+    for name in run1 - ' a b'; do
+        shows_its_own lay "$name" cat "$data/file"
+    done
+    for name in run1 - -- --copy ' a b' "run1$newline" "in${newline}ner"; do
+        # shellcheck disable=SC2086 # the words of a command
+        shows_its_own $without "$work/bin/quorvel-view" "$name"
+    done
+    for name in "run1$newline" "in${newline}ner"; do
+        if lay "$work/odd/$name" touch "$work/ran" 2>"$work/complaint"; then
+            fail "$name is laid without a copy"
+        fi
+        grep -q 'line break' "$work/complaint" || fail "$name: no word of the line break"
+        [ ! -e "$work/ran" ] || fail "the command runs without the folder $name"
+    done
+    rm -r "$work/odd" "$work/elsewhere" "${work:?}/bin"
 }
 
 # A result file of which the copy has no more than the beginning, as on a full disk, is not shown. A
@@ -166,6 +207,7 @@ tells_users_what_to_do() {
 every_case() {
     lays_the_folder
     lays_a_copy
+    lays_any_name
     refuses_a_cut_copy
     keeps_the_flag_private
     keeps_folder_and_input

@@ -2,6 +2,7 @@
 # To be sourced by the tests of this folder, which ctest calls with the build folder: the program in
 # a real window, driven with real keys. Everything a test touches lies in a folder of its own.
 
+unset CDPATH
 build=$1
 root=$(cd -- "$(dirname -- "$0")/../.." && pwd)
 # shellcheck source=script/lib/desktop.sh
