@@ -38,11 +38,14 @@ wait_until() {
 
 # --- The display ------------------------------------------------------------------------------
 
-# Nothing of the caller's own session, and no folder shared with another desktop.
+# Nothing of the caller's own session, no setting of the program or of its toolkit, and no folder shared
+# with another desktop.
 desktop_environment() {
     mkdir -p "$desktop/home" "$desktop/run" "$desktop/screen"
     chmod 700 "$desktop/run"
     unset WAYLAND_DISPLAY XDG_CACHE_HOME XDG_CONFIG_HOME XDG_DATA_HOME XDG_STATE_HOME
+    unset QUORVEL_LOG_LEVEL QUORVEL_RESOURCES QUORVEL_USB_DIR
+    unset ELM_DISPLAY ELM_ENGINE ELM_SCALE ELM_THEME
     export HOME="$desktop/home" XDG_RUNTIME_DIR="$desktop/run" EINA_LOG_BACKTRACE=-1
     export ECORE_NO_SYSTEM_MODULES=1
 }

@@ -149,8 +149,8 @@ end_by_request() {
 }
 
 work=$(mktemp -d "${TMPDIR:-/tmp}/quorvel-ui.XXXXXX")
-# Where the log goes in place of a USB stick; none until it exists.
-export QUORVEL_USB_DIR="$work/usb"
 trap finish EXIT
 trap 'exit 1' HUP INT TERM
 desktop_start "$work"
+# Where the log goes in place of a USB stick; none until it exists.
+export QUORVEL_USB_DIR="$work/usb"
