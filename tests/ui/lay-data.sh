@@ -112,6 +112,11 @@ keeps_folder_and_input() {
 input" ] || fail "another folder or input"
 }
 
+# There is nothing to read then.
+does_without_input() {
+    [ "$(lay "$work/data" cat - "$data/file" <&-)" = content ] || fail "not without an input"
+}
+
 gives_the_result() {
     [ "$(status_of lay "$work/data" sh -c 'exit 7')" -eq 7 ] || fail "not the status of the command"
     [ "$(status_of lay "$work/data" sh -c 'kill -TERM $$')" -eq 143 ] || fail "not that of a signal"
@@ -211,6 +216,7 @@ every_case() {
     refuses_a_cut_copy
     keeps_the_flag_private
     keeps_folder_and_input
+    does_without_input
     gives_the_result
     for signal in TERM INT HUP QUIT USR1; do
         passes_on "$signal"
