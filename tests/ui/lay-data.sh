@@ -3,6 +3,8 @@
 # what it leaves behind; with namespaces, and for root without them too.
 set -eu
 unset CDPATH
+# Some of it is for other users to read.
+umask 022
 
 root=$(cd -- "$(dirname -- "$0")/../.." && pwd)
 lay_data=$1/lay-data
@@ -195,6 +197,23 @@ refuses_what_is_real() {
     rmdir -p "$(dirname "$data")" 2>/dev/null || true
 }
 
+run_as_a_user() {
+    setpriv --reuid 65534 --regid 65534 --clear-groups "$@"
+}
+
+# Whoever is not root, on a system that does not refuse it.
+lays_it_for_a_user() {
+    chmod 711 "$work"
+    cp "$lay_data" "$work/lay-data"
+    if run_as_a_user bwrap --dev-bind / / true 2>"$work/complaint"; then
+        [ "$(run_as_a_user "$work/lay-data" "$work/data" cat "$data/file")" = content ] ||
+            fail "the folder is not laid for a user"
+    else
+        echo "lay-data.sh: users get no namespaces here, which is left out:" \
+            "$(cat "$work/complaint")" >&2
+    fi
+}
+
 # Nobody gets a namespace inside another root folder.
 tells_users_what_to_do() {
     chmod 711 "$work"
@@ -242,6 +261,7 @@ if [ "${2:-}" = without-namespaces ]; then
     exit
 fi
 every_case
+[ "$(id -u)" -ne 0 ] || lays_it_for_a_user
 if [ "$(id -u)" -eq 0 ] && unshare --mount true 2>/dev/null; then
     unshare --mount "$root/tests/ui/lay-data.sh" "$1" without-namespaces
     tells_users_what_to_do
