@@ -23,12 +23,15 @@ FILES = {
     "script/run": '#!/bin/sh\ncase "$1" in --data) ;; esac\n',
     "README.md": "# Toy\n\nSee [the page](docs/architecture.md#files).\n\n"
                  "```tree\nCMakeLists.txt  the build\ninc/\nsrc/  sources\n  QELToy.cpp  the toy\n"
-                 "script/\ndocs/\n```\n",
+                 "script/\ndocs/\nplatform/\n```\n",
     "CHANGELOG.md": "# Changes\n\n## 1.2.3\n",
-    "docs/architecture.md": "# Architecture\n\n## Files\n\n| `inc/QELToy.h` `src/QELToy.cpp` | toy |\n",
+    "docs/architecture.md": "# Architecture\n\n## Files\n\n| `inc/QELToy.h` `src/QELToy.cpp`"
+                            " `platform/README.md` | toy |\n",
     "docs/testing.md": "# Testing\n",
+    "platform/README.md": "# Platform\n\n`m_Run()` is a call.\n\n| Call | Tests |\n|---|---|\n"
+                          "| `m_Run()` | `Toy.Walks`, then `Toy` |\n",
 }
-TESTS = {"QELToyTest.Runs": {"unit"}, "lint.format": {"lint"}}
+TESTS = {"QELToyTest.Runs": {"unit"}, "lint.format": {"lint"}, "platform.Toy.Walks": {"unit"}}
 
 
 class CheckDocumentsTest(unittest.TestCase):
@@ -153,6 +156,12 @@ class CheckDocumentsTest(unittest.TestCase):
         self.assert_fault("`QELToyTest.Rests`\n", "no test QELToyTest.Rests")
         self.assert_fault("`script/test -R QELGone`\n", "no test matches QELGone")
         self.assert_fault("`ctest -L gone`\n", "no test has the label gone")
+
+    def test_tests_of_the_platform(self):
+        for name in ("Toys", "To", "Toy.Walk", "Toy.Rests", "QELToyTest.Rests", "ui.toy"):
+            self.write("platform/README.md",
+                       FILES["platform/README.md"].replace("`Toy.Walks`", f"`{name}`"))
+            self.assertEqual(self.faults(), [f"platform/README.md:7: no test {name}"])
 
     # Links
 

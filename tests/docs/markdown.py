@@ -38,6 +38,12 @@ class Document:
     def blocks_of(self, *kinds):
         return [block for block in self.blocks if block.kind in kinds]
 
+    def last_cells(self):
+        """The spans of code in the last cells of all rows of tables."""
+        rows = ((number, line.rstrip()) for number, line in enumerate(self.lines, 1))
+        return {(number, span) for number, row in rows if re.fullmatch(r"\|.*\|", row)
+                for span in _code(row.removesuffix("|").rpartition("|")[2])}
+
     def anchors(self):
         """The anchors of the headings, as the usual viewers make them."""
         anchors = set()
@@ -53,8 +59,11 @@ class Document:
     def _read_prose(self, number, line):
         if line.startswith("#"):
             self.headings.append((number, line.lstrip("#").strip()))
-        self.spans += [(number, found.group(2).strip())
-                       for found in re.finditer(r"(`+)(.+?)\1", line)]
+        self.spans += [(number, span) for span in _code(line)]
         prose = re.sub(r"(`+)(.+?)\1", "", line)
         self.links += [(number, target) for target in re.findall(r"\]\(([^)\s]+)\)", prose)]
         self.links += [(number, target) for target in re.findall(r"(?:src|href)=\"([^\"]+)\"", prose)]
+
+
+def _code(text):
+    return [found.group(2).strip() for found in re.finditer(r"(`+)(.+?)\1", text)]
