@@ -18,11 +18,16 @@ random_keys() {
     }'
 }
 
-# The log has not grown for as long as a busy program is quiet at most.
-log_rests() {
+# The window hears of this after the keys, so once it is paused they have all been handled, and once it
+# is resumed so has what they had put off.
+await_keys() {
+    window=$(xdotool getwindowfocus)
     log_mark
-    sleep 0.3
-    [ -z "$(log_new)" ]
+    xdotool windowminimize "$window"
+    log_wait 's_Pause is called'
+    xdotool windowactivate "$window"
+    log_wait 's_Resume is called'
+    expect "the window has the keyboard again" has_keyboard
 }
 
 press_all() {
@@ -30,17 +35,19 @@ press_all() {
         # shellcheck disable=SC2086 # a list of words
         xdotool key --delay 5 $keys
     done
-    expect "the program comes to rest" log_rests
-    screen_wait
+    await_keys
 }
 
-# Every popup that was started has ended, and was confirmed but for the last one.
+# Once more than started, since the flag is set for the first time at the start.
+popups_have_ended() {
+    has_lines "$((started + 1))" 'SetRunningFlag 0'
+}
+
+# Every popup that was started ends, and was confirmed but for the last one.
 confirm_the_last() {
     started=$(count_lines 'SetRunningFlag 1')
-    ended=$(count_lines 'SetRunningFlag 0')
     confirmed=$(count_lines 'OK button is pressed.')
-    # Once more at the start, where the flag is set for the first time.
-    [ "$ended" -eq "$((started + 1))" ] || fail "$started popups were started, $ended ended"
+    expect "the $started popups that were started have ended" popups_have_ended
     if [ "$confirmed" -lt "$started" ]; then
         expect_focus ok
         press Return
@@ -66,9 +73,8 @@ still_answers() {
 }
 
 press_to_the_top() {
-    log_mark
     xdotool key --delay 5 --repeat 25 Up
-    expect "the program comes to rest" log_rests
+    await_keys
 }
 
 echo "$number keys, seed $seed"
