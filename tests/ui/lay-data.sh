@@ -102,6 +102,20 @@ refuses_a_cut_copy() {
     rm -r "$work/large"
 }
 
+# The file has no content, but a size.
+tells_of_a_long_copy() {
+    mkdir "$work/stick" "$work/stick/folder"
+    for size in 1100M 1000M; do
+        truncate -s "$size" "$work/stick/folder/film"
+        lay --copy "$work/stick" true >"$work/complaint" 2>&1 || fail "a large folder is not shown"
+        case $size in
+            1100M) [ "$(grep -c '^lay-data: copying 110[0-9] MiB to ' "$work/complaint")" -eq 1 ] ;;
+            *) [ ! -s "$work/complaint" ] ;;
+        esac || fail "$size: $(cat "$work/complaint")"
+    done
+    rm -r "$work/stick"
+}
+
 # Whatever the real flag file is, the command sees none, and its own does not get out.
 keeps_the_flag_private() {
     lay --private-tmp "$work/data" sh -c "[ ! -e $flag ] && echo $work >$flag && [ -d '$work' ]" ||
@@ -233,6 +247,7 @@ every_case() {
     lays_a_copy
     lays_any_name
     refuses_a_cut_copy
+    tells_of_a_long_copy
     keeps_the_flag_private
     keeps_folder_and_input
     does_without_input
