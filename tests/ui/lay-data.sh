@@ -219,11 +219,11 @@ run_as_a_user() {
 lays_it_for_a_user() {
     chmod 711 "$work"
     cp "$lay_data" "$work/lay-data"
-    if run_as_a_user bwrap --dev-bind / / true 2>"$work/complaint"; then
+    if run_as_a_user bwrap --dev-bind / / test -x "$work/lay-data" 2>"$work/complaint"; then
         [ "$(run_as_a_user "$work/lay-data" "$work/data" cat "$data/file")" = content ] ||
             fail "the folder is not laid for a user"
     else
-        echo "lay-data.sh: users get no namespaces here, which is left out:" \
+        echo "lay-data.sh: left out: users get no namespaces here, or do not reach $work:" \
             "$(cat "$work/complaint")" >&2
     fi
 }
