@@ -145,13 +145,13 @@ TEST_F(QELWindowTest, PropertiesAreSetBetweenTheseCalls) {
     // "evas_object_show" also comes before the first of these.
     ToolkitCalls::OnCall("evas_object_show", [&steps] {
         if (!steps.empty()) {
-            steps.push_back("evas_object_show");
+            steps.emplace_back("evas_object_show");
         }
     });
     ToolkitCalls::OnCall("evas_object_image_filled_set", [&steps] {
         const std::vector<std::string> lines = FakeLog::Messages();
         const bool told = lines.back().rfind("Resource = ", 0) == 0;
-        steps.push_back(told ? "filled after the line" : "filled before the line");
+        steps.emplace_back(told ? "filled after the line" : "filled before the line");
     });
     ToolkitCalls::OnCall("elm_popup_add", [] { ToolkitCalls::Start(); });
     Create();

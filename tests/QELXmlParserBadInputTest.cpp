@@ -21,7 +21,6 @@ namespace {
 
 using testing::ElementsAre;
 using testing::HasSubstr;
-using testing::StartsWith;
 
 const char* const FILE_NAME = "QELXmlParser.cpp";
 const char* const REPORT_START = "XML Parsing ERROR, xmlParseFile Failed\n";
