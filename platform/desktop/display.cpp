@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <poll.h>
+#include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 #include <wayland-client-core.h>
@@ -38,8 +39,10 @@ bool ConnectsToWayland() {
     if (display == nullptr) {
         return false;
     }
+    // Connecting takes no more than a socket, behind which nobody may be.
+    const bool answers = wl_display_roundtrip(display) >= 0;
     wl_display_disconnect(display);
-    return true;
+    return answers;
 }
 
 bool ConnectsToX() {
@@ -56,16 +59,24 @@ bool SaysYes(int reader) {
     return poll(&waiting, 1, kPatienceMs) == 1 && read(reader, &answer, 1) == 1;
 }
 
-// Connecting blocks for minutes when the machine named in DISPLAY is silent, and cannot be called
-// off. So a child process tries it, and is ended when it takes too long.
+// The child holds the lock of the running program as well: it must not outlive its parent.
+[[noreturn]] void TryIn(bool (*connects)(), pid_t parent, int writer) {
+    prctl(PR_SET_PDEATHSIG, SIGKILL);
+    const bool good = getppid() == parent && connects() && write(writer, "y", 1) == 1;
+    _exit(good ? 0 : 1);
+}
+
+// A display that is silent blocks for minutes, and cannot be called off. So a child process tries
+// it, and is ended when it takes too long.
 bool InTime(bool (*connects)()) {
     std::array<int, 2> ends{};
     if (pipe2(ends.data(), O_CLOEXEC) != 0) {
         return false;
     }
+    const pid_t parent = getpid();
     const pid_t child = fork();
     if (child == 0) {
-        _exit(connects() && write(ends[1], "y", 1) == 1 ? 0 : 1);
+        TryIn(connects, parent, ends[1]);
     }
     close(ends[1]);
     const bool good = SaysYes(ends[0]);
@@ -77,23 +88,40 @@ bool InTime(bool (*connects)()) {
     return good;
 }
 
+// Takes the variable away when the display that it names does not answer in time.
+bool IsUsable(const char* variable, bool (*connects)()) {
+    if (Environment(variable).empty()) {
+        return false;
+    }
+    const bool good = InTime(connects);
+    if (!good) {
+        unsetenv(variable);
+    }
+    return good;
+}
+
+std::string Reason(const std::string& x, const std::string& wayland) {
+    if (x.empty() && wayland.empty()) {
+        return "no display: neither DISPLAY nor WAYLAND_DISPLAY is set";
+    }
+    const std::string between = x.empty() || wayland.empty() ? "" : " or ";
+    return "no display: cannot connect to " + x + between + wayland;
+}
+
 }  // namespace
 
-bool IsDisplayReachable(std::string& why) {
+bool FindDisplay(std::string& why) {
     if (DrawsWithoutDisplay()) {
         return true;
     }
-    const std::string_view wayland = Environment("WAYLAND_DISPLAY");
-    const std::string_view x = Environment("DISPLAY");
-    if ((!wayland.empty() && InTime(ConnectsToWayland)) || (!x.empty() && InTime(ConnectsToX))) {
+    const std::string wayland(Environment("WAYLAND_DISPLAY"));
+    const std::string x(Environment("DISPLAY"));
+    const bool hasWayland = IsUsable("WAYLAND_DISPLAY", ConnectsToWayland);
+    const bool hasX = IsUsable("DISPLAY", ConnectsToX);
+    if (hasWayland || hasX) {
         return true;
     }
-    why = "no display: ";
-    if (wayland.empty() && x.empty()) {
-        why += "neither DISPLAY nor WAYLAND_DISPLAY is set";
-    } else {
-        why += "cannot connect to " + std::string(x.empty() ? wayland : x);
-    }
+    why = Reason(x, wayland);
     return false;
 }
 

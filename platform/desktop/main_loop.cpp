@@ -191,7 +191,7 @@ void Application::OnResume(void* data, const Efl_Event*) {
 int RunAsOwner(int argc, char** argv, const ui_app_lifecycle_callback_s& callbacks, void* userData,
                const std::string& socketPath, KeyValues first) {
     std::string why;
-    if (!IsDisplayReachable(why)) {
+    if (!FindDisplay(why)) {
         LogError(why);
         return APP_ERROR_INVALID_CONTEXT;
     }

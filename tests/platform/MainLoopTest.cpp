@@ -1,16 +1,13 @@
 // The order of the callbacks, and every way to an end, in programs of their own.
 
 #include <app.h>
-#include <netinet/in.h>
-#include <sys/socket.h>
-#include <unistd.h>
-
 #include <chrono>
 #include <csignal>
 #include <memory>
 #include <string>
 
 #include "support/RecordedApp.h"
+#include "support/Socket.h"
 
 using testing::ElementsAre;
 using testing::IsEmpty;
@@ -21,6 +18,10 @@ using MainLoopTest = RecordedApp;
 
 // The whole way of a program that somebody else ends.
 const std::vector<Event> kWholeLife = {"create", "control ", "terminate", "end"};
+
+std::string DisplayOf(const Socket& server) {
+    return "127.0.0.1:" + std::to_string(server.Port() - 6000);
+}
 
 TEST_F(MainLoopTest, CreateThenControlInsideTheMainLoop) {
     const auto app = Start({"NAME=first"});
@@ -130,20 +131,28 @@ TEST_F(MainLoopTest, DisplayThatIsNotThereIsTold) {
 
 // Listens as a display would, and says nothing.
 TEST_F(MainLoopTest, DisplayThatDoesNotAnswerIsNotWaitedFor) {
-    const int server = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    socklen_t size = sizeof(address);
-    auto* plain = reinterpret_cast<sockaddr*>(&address);
-    ASSERT_EQ(bind(server, plain, size), 0);
-    ASSERT_EQ(listen(server, 1), 0);
-    ASSERT_EQ(getsockname(server, plain, &size), 0);
-    const std::string display = "127.0.0.1:" + std::to_string(ntohs(address.sin_port) - 6000);
+    const Socket server = Socket::ListenOnLoopback();
+    const std::string display = DisplayOf(server);
     const auto app = Start({}, {{"ELM_DISPLAY", ""}, {"DISPLAY", display}});
     EXPECT_EQ(app->Exit(), 1);
     EXPECT_THAT(Errors(*app), ElementsAre("no display: cannot connect to " + display));
-    close(server);
+}
+
+TEST_F(MainLoopTest, WaylandThatDoesNotAnswerIsNotWaitedFor) {
+    const Socket server = Socket::Listen(m_Folders.Root() / "run/silent");
+    const auto app = Start({}, {{"ELM_DISPLAY", ""}, {"WAYLAND_DISPLAY", "silent"}});
+    EXPECT_EQ(app->Exit(), 1);
+    EXPECT_THAT(Errors(*app), ElementsAre("no display: cannot connect to silent"));
+}
+
+// What asked the display on its behalf must not go on holding the lock.
+TEST_F(MainLoopTest, KilledWhileItLooksForADisplayItLeavesNothingRunning) {
+    const Socket server = Socket::ListenOnLoopback();
+    const auto app = Start({}, {{"ELM_DISPLAY", ""}, {"DISPLAY", DisplayOf(server)}});
+    const Socket asking = server.Accept();
+    app->Signal(SIGKILL);
+    EXPECT_EQ(app->Exit(), -SIGKILL);
+    EXPECT_EQ(Run({"EXEPARAM=CLOSE"}), 0);
 }
 
 TEST_F(MainLoopTest, SignalWhileStartingStillTerminates) {

@@ -1,5 +1,6 @@
 #include "support/Socket.h"
 
+#include <netinet/in.h>
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <unistd.h>
@@ -41,6 +42,18 @@ Socket Socket::Listen(const std::filesystem::path& path) {
     return made;
 }
 
+Socket Socket::ListenOnLoopback() {
+    Socket made(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    if (bind(made.m_File, reinterpret_cast<const sockaddr*>(&address), sizeof(address)) != 0 ||
+        listen(made.m_File, 1) != 0) {
+        throw std::runtime_error("cannot listen on the loopback network");
+    }
+    return made;
+}
+
 Socket::~Socket() {
     close(m_File);
 }
@@ -49,6 +62,13 @@ Socket::Socket(Socket&& other) noexcept : m_File(std::exchange(other.m_File, -1)
 
 Socket Socket::Accept() const {
     return Socket(accept4(m_File, nullptr, nullptr, SOCK_CLOEXEC));
+}
+
+int Socket::Port() const {
+    sockaddr_in address{};
+    socklen_t size = sizeof(address);
+    getsockname(m_File, reinterpret_cast<sockaddr*>(&address), &size);
+    return ntohs(address.sin_port);
 }
 
 void Socket::Send(const std::string& bytes) const {

@@ -4,11 +4,13 @@
 #include <filesystem>
 #include <string>
 
-// One end of a local socket, with blocking calls; closed with the object.
+// One end of a socket, with blocking calls; closed with the object.
 class Socket {
 public:
     static Socket Connect(const std::filesystem::path& path);
     static Socket Listen(const std::filesystem::path& path);
+    // On a port of the loopback network that nobody else uses.
+    static Socket ListenOnLoopback();
     ~Socket();
     Socket(Socket&& other) noexcept;
     Socket& operator=(Socket&&) = delete;
@@ -16,6 +18,8 @@ public:
     Socket& operator=(const Socket&) = delete;
 
     Socket Accept() const;
+    // Of a socket that listens on the loopback network.
+    int Port() const;
     // Stops at a reader that does not want more.
     void Send(const std::string& bytes) const;
     // What comes next, at most so many bytes; empty at the end.
