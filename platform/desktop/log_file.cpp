@@ -1,7 +1,10 @@
 #include "log_file.h"
 
+#include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
+#include <cerrno>
 #include <utility>
 
 namespace quorvel::desktop {
@@ -17,6 +20,20 @@ void MakeFolders(const std::string& file) {
          slash = file.find('/', slash + 1)) {
         mkdir(file.substr(0, slash).c_str(), S_IRWXU);
     }
+}
+
+// Before spdlog opens it: spdlog would let others read a new file, and would sleep between several
+// tries of one that cannot be opened, with every thread that logs waiting.
+void MakePrivate(const std::string& file) {
+    const int opened = open(file.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, S_IRUSR | S_IWUSR);
+    if (opened < 0) {
+        throw spdlog::spdlog_ex("Failed opening file " + file + " for writing", errno);
+    }
+    struct stat status {};
+    if (fstat(opened, &status) == 0 && S_ISREG(status.st_mode)) {
+        (void)fchmod(opened, S_IRUSR | S_IWUSR);
+    }
+    close(opened);
 }
 
 }  // namespace
@@ -36,7 +53,10 @@ void LogFile::Write(const spdlog::details::log_msg& line) {
 
 void LogFile::m_Open() {
     MakeFolders(m_Path);
-    m_Sink = std::make_unique<spdlog::sinks::rotating_file_sink_st>(m_Path, m_MaxBytes, m_OldFiles);
+    spdlog::file_event_handlers handlers;
+    handlers.before_open = MakePrivate;
+    m_Sink = std::make_unique<spdlog::sinks::rotating_file_sink_st>(m_Path, m_MaxBytes, m_OldFiles,
+                                                                    false, handlers);
     m_Sink->set_pattern(kPattern);
     struct stat status {};
     stat(m_Path.c_str(), &status);

@@ -17,7 +17,8 @@ namespace quorvel::desktop {
 class LogFile {
 public:
     // maxBytes: size at which the file becomes the youngest of oldFiles old ones. Makes missing
-    // folders, for the user alone. Throws spdlog::spdlog_ex when the file cannot be opened.
+    // folders; they and the files are for the user alone. Throws spdlog::spdlog_ex when the file
+    // cannot be opened.
     LogFile(std::string path, std::size_t maxBytes, std::size_t oldFiles);
 
     // Writes one line, whole and at once. Throws spdlog::spdlog_ex when that fails.

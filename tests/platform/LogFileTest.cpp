@@ -2,6 +2,8 @@
 
 #include <gmock/gmock.h>
 
+#include <chrono>
+#include <fstream>
 #include <string>
 #include <vector>
 
@@ -23,6 +25,10 @@ protected:
 
     std::vector<std::string> Messages(const std::string& name) const {
         return MessagesOf(ReadFile(m_Folder / name));
+    }
+
+    fs::perms ModeOf(const std::string& name) const {
+        return fs::status(m_Folder / name).permissions();
     }
 
     PrivateFolders m_Folders;
@@ -75,6 +81,41 @@ TEST_F(LogFileTest, ComesBackAfterItsRemoval) {
     fs::remove_all(m_Folder);
     Write(file, "two");
     EXPECT_THAT(Messages("a.log"), ElementsAre("two"));
+}
+
+// Whoever logs holds up every other thread that does.
+TEST_F(LogFileTest, WhileItCannotComeBackALineTakesNoTime) {
+    LogFile file(m_Path, 1000, 2);
+    fs::remove(m_Path);
+    fs::create_directory(m_Path);
+    const auto start = std::chrono::steady_clock::now();
+    for (int i = 0; i < 100; ++i) {
+        EXPECT_THROW(Write(file, "one"), spdlog::spdlog_ex);
+    }
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(1));
+    fs::remove(m_Path);
+    Write(file, "two");
+    EXPECT_THAT(Messages("a.log"), ElementsAre("two"));
+}
+
+TEST_F(LogFileTest, FilesAreTheUsersAloneInAFolderOpenToOthers) {
+    fs::create_directories(m_Folder);
+    fs::permissions(m_Folder, static_cast<fs::perms>(0755));
+    LogFile file(m_Path, 100, 2);
+    for (const char* text : {"one", "two", "three"}) {
+        Write(file, text);
+    }
+    EXPECT_EQ(ModeOf("a.log"), static_cast<fs::perms>(0600));
+    EXPECT_EQ(ModeOf("a.1.log"), static_cast<fs::perms>(0600));
+}
+
+TEST_F(LogFileTest, FileThatOthersCouldReadIsClosedToThem) {
+    fs::create_directories(m_Folder);
+    std::ofstream(m_Path) << "x): one\n";
+    fs::permissions(m_Path, static_cast<fs::perms>(0644));
+    const LogFile file(m_Path, 1000, 2);
+    EXPECT_EQ(ModeOf("a.log"), static_cast<fs::perms>(0600));
+    EXPECT_THAT(Messages("a.log"), ElementsAre("one"));
 }
 
 }  // namespace
