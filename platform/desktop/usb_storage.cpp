@@ -6,13 +6,20 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <memory>
+#include <set>
+#include <string_view>
 #include <system_error>
 
 namespace quorvel::desktop {
 
 namespace {
+
+// A root behind dm-crypt or LVM is not seen to be on a USB device; what it starts from is.
+constexpr std::array<std::string_view, 6> kSystemFolders{"/",    "/boot", "/boot/efi",
+                                                         "/usr", "/var",  "/home"};
 
 struct UdevRelease {
     void operator()(udev* context) const { udev_unref(context); }
@@ -52,16 +59,20 @@ std::string UsbDeviceOf(const Mount& mount, const std::vector<BlockDevice>& devi
     return device == nullptr ? std::string() : device->usbDevice;
 }
 
-// The USB device that carries the root file system; empty when none does.
-std::string SystemUsbDevice(const std::vector<BlockDevice>& devices,
-                            const std::vector<Mount>& mounts) {
+bool IsOfTheSystem(const std::string& folder) {
+    return std::find(kSystemFolders.begin(), kSystemFolders.end(), folder) != kSystemFolders.end();
+}
+
+// The USB devices that carry a part of the system, whichever of their partitions it is on.
+std::set<std::string> SystemUsbDevices(const std::vector<BlockDevice>& devices,
+                                       const std::vector<Mount>& mounts) {
+    std::set<std::string> system;
     for (const Mount& mount : mounts) {
-        std::string device = mount.folder == "/" ? UsbDeviceOf(mount, devices) : "";
-        if (!device.empty()) {
-            return device;
+        if (IsOfTheSystem(mount.folder)) {
+            system.insert(UsbDeviceOf(mount, devices));
         }
     }
-    return {};
+    return system;
 }
 
 bool IsHidden(const std::vector<Mount>& mounts, std::size_t index) {
@@ -116,11 +127,11 @@ UdevPtr<udev_enumerate> ListBlockSubsystem(udev* context) {
 
 UsbStorage ChooseUsbStorage(const std::vector<BlockDevice>& devices,
                             const std::vector<Mount>& mounts, const WriteProbe& probe) {
-    const std::string system = SystemUsbDevice(devices, mounts);
+    const std::set<std::string> system = SystemUsbDevices(devices, mounts);
     UsbStorage first{ENOMEDIUM, "", std::nullopt};
     for (std::size_t i = 0; i < mounts.size(); ++i) {
         const std::string device = UsbDeviceOf(mounts[i], devices);
-        if (device.empty() || device == system || IsHidden(mounts, i)) {
+        if (device.empty() || system.count(device) > 0 || IsHidden(mounts, i)) {
             continue;
         }
         UsbStorage storage = Examine(mounts[i], probe);

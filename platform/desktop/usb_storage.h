@@ -43,7 +43,8 @@ struct UsbStorage {
 using WriteProbe = std::function<int(const std::string& folder)>;
 
 // The first mount, in the order of the table, of a USB device that can be written to. A mount that
-// a later one hides does not count, and neither does the USB device that the system runs from.
+// a later one hides does not count, and neither does a USB device that carries a part of the system
+// (the root, /boot, /boot/efi, /usr, /var or /home).
 UsbStorage ChooseUsbStorage(const std::vector<BlockDevice>& devices,
                             const std::vector<Mount>& mounts, const WriteProbe& probe);
 

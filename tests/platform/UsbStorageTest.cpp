@@ -138,6 +138,28 @@ TEST_F(UsbStorageChoiceTest, PassesOverTheDeviceThatTheSystemRunsFrom) {
     EXPECT_EQ(Choose().folder, "/media/usb");
 }
 
+// The root may lie on LVM or behind dm-crypt, which no USB device is seen behind.
+TEST_F(UsbStorageChoiceTest, PassesOverADeviceThatCarriesAnyPartOfTheSystem) {
+    m_Mounts[0].number = makedev(253, 0);
+    m_Mounts[0].source = "/dev/mapper/root";
+    MountAt("/media/usb", SDB2, "/dev/sdb2");
+    for (const char* folder : {"/boot", "/boot/efi", "/usr", "/var", "/home"}) {
+        MountAt(folder, SDB1, "/dev/sdb1");
+        EXPECT_EQ(Choose().error, ENOMEDIUM) << folder;
+        m_Mounts.pop_back();
+    }
+    EXPECT_EQ(Choose().folder, "/media/usb");
+    MountAt("/boot/usb", SDB1, "/dev/sdb1");
+    EXPECT_EQ(Choose().folder, "/media/usb");
+}
+
+TEST_F(UsbStorageChoiceTest, PassesOverEachOfTheDevicesThatTheSystemRunsFrom) {
+    MountAt("/boot", SDB1, "/dev/sdb1");
+    MountAt("/home", SDC1, "/dev/sdc1");
+    MountAt("/media/usb", SDB2, "/dev/sdb2");
+    EXPECT_EQ(Choose().error, ENOMEDIUM);
+}
+
 // What the running system tells.
 TEST(UsbStorageReadTest, MountTableHasTheRootFolder) {
     const std::vector<Mount> mounts = ReadMounts();
