@@ -49,11 +49,20 @@ std::string TemporaryFolder() {
     return chosen.empty() ? "/tmp" : chosen;
 }
 
+// Cron and ssh may leave the variable out, but the folder is there while the user has a session.
+std::string SessionFolder(const std::string& sessions) {
+    const char* chosen = std::getenv("XDG_RUNTIME_DIR");
+    if (chosen == nullptr || chosen[0] == '\0') {
+        return sessions + "/" + std::to_string(geteuid());
+    }
+    return FromEnvironment("XDG_RUNTIME_DIR");
+}
+
 }  // namespace
 
-std::string RuntimeFolder(std::string& why) {
-    const std::string session = FromEnvironment("XDG_RUNTIME_DIR");
-    if (!session.empty() && IsPrivate(session) && MakePrivate(session + "/quorvel", why)) {
+std::string RuntimeFolder(std::string& why, const std::string& sessions) {
+    const std::string session = SessionFolder(sessions);
+    if (IsPrivate(session) && MakePrivate(session + "/quorvel", why)) {
         return session + "/quorvel";
     }
     const std::string fallback = TemporaryFolder() + "/quorvel-" + std::to_string(geteuid());

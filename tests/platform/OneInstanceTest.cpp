@@ -48,7 +48,7 @@ TEST_F(OneInstanceTest, SecondProgramNeedsNoDisplay) {
 }
 
 TEST_F(OneInstanceTest, WithoutASessionFolderItWorksToo) {
-    const Environment noSession{{"XDG_RUNTIME_DIR", ""}};
+    const Environment noSession{{"XDG_RUNTIME_DIR", m_Folders.Root() / "missing"}};
     const auto owner = Start({}, noSession);
     ASSERT_TRUE(AwaitEvent("control "));
     EXPECT_EQ(Run({"EXEPARAM=CLOSE"}, noSession), 0);
@@ -59,7 +59,7 @@ TEST_F(OneInstanceTest, FolderThatOthersCanEnterIsRefused) {
     const std::string folder = m_Folders.Root() / "tmp" / ("quorvel-" + std::to_string(geteuid()));
     ASSERT_EQ(mkdir(folder.c_str(), 0700), 0);
     ASSERT_EQ(chmod(folder.c_str(), 0777), 0);
-    const auto app = Start({}, {{"XDG_RUNTIME_DIR", ""}});
+    const auto app = Start({}, {{"XDG_RUNTIME_DIR", m_Folders.Root() / "missing"}});
     EXPECT_EQ(app->Exit(), 1);
     EXPECT_THAT(Errors(*app), ElementsAre(folder + " is not a folder of yours that is closed to "
                                                    "others"));
