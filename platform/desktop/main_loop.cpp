@@ -5,6 +5,8 @@
 #include <app.h>
 
 #include <chrono>
+#include <csignal>
+#include <ctime>
 #include <deque>
 #include <iostream>
 #include <string>
@@ -31,6 +33,41 @@ constexpr std::chrono::seconds kOwnerPatience{10};
 // How long the end waits for a log copy under way: shorter than a second program waits, and enough
 // for any storage that works.
 constexpr std::chrono::seconds kCopyPatience{5};
+
+// Keeps SIGTERM and SIGINT waiting. The toolkit takes them once it is up, but lets them through a
+// little before, so those that came earlier have to be given to it. Main-loop thread only.
+class EndSignals {
+public:
+    EndSignals() {
+        sigset_t before;
+        pthread_sigmask(SIG_BLOCK, nullptr, &before);
+        sigemptyset(&m_Held);
+        for (const int number : {SIGTERM, SIGINT}) {
+            if (sigismember(&before, number) == 0) {
+                sigaddset(&m_Held, number);
+            }
+        }
+        pthread_sigmask(SIG_BLOCK, &m_Held, nullptr);
+    }
+    ~EndSignals() { pthread_sigmask(SIG_UNBLOCK, &m_Held, nullptr); }
+    EndSignals(const EndSignals&) = delete;
+    EndSignals& operator=(const EndSignals&) = delete;
+
+    // Takes those that came; returns one of them, or 0.
+    int Take() const {
+        const timespec atOnce{};
+        int taken = 0;
+        int next = sigtimedwait(&m_Held, nullptr, &atOnce);
+        while (next > 0) {
+            taken = next;
+            next = sigtimedwait(&m_Held, nullptr, &atOnce);
+        }
+        return taken;
+    }
+
+private:
+    sigset_t m_Held{};
+};
 
 bool HasWindow() {
     Eina_List* windows = ecore_evas_ecore_evas_list_get();
@@ -63,9 +100,9 @@ public:
     Application(const Application&) = delete;
     Application& operator=(const Application&) = delete;
 
-    // Runs the callbacks from create to terminate, with first as the first launch request. Returns
-    // an app_error_e.
-    int Run(int argc, char** argv, KeyValues first);
+    // Runs the callbacks from create to terminate, with first as the first launch request. early is
+    // a signal that has asked for the end already, or 0. Returns an app_error_e.
+    int Run(int argc, char** argv, KeyValues first, int early);
 
 private:
     // sender 0: the request this program was started with, which nobody waits for.
@@ -90,7 +127,7 @@ private:
     bool m_IsPaused = false;
 };
 
-int Application::Run(int argc, char** argv, KeyValues first) {
+int Application::Run(int argc, char** argv, KeyValues first, int early) {
     if (!m_Server.Listen()) {
         return APP_ERROR_INVALID_CONTEXT;
     }
@@ -99,6 +136,9 @@ int Application::Run(int argc, char** argv, KeyValues first) {
     if (elm_init(argc, argv) == 0) {
         LogError("the toolkit cannot be started");
         return APP_ERROR_INVALID_CONTEXT;
+    }
+    if (early != 0) {
+        (void)raise(early);
     }
     const int result = StartUi() ? m_RunUi(std::move(first)) : APP_ERROR_INVALID_CONTEXT;
     StopUi();
@@ -188,16 +228,28 @@ void Application::OnResume(void* data, const Efl_Event*) {
     }
 }
 
+// Sets early to a signal that asked for the end meanwhile, or 0. False without a display; the
+// reason is logged.
+bool AwaitDisplay(int& early) {
+    const EndSignals signals;
+    std::string why;
+    const bool found = FindDisplay(why);
+    if (!found) {
+        LogError(why);
+    }
+    early = signals.Take();
+    return found;
+}
+
 int RunAsOwner(int argc, char** argv, const ui_app_lifecycle_callback_s& callbacks, void* userData,
                const std::string& socketPath, KeyValues first) {
-    std::string why;
-    if (!FindDisplay(why)) {
-        LogError(why);
+    int early = 0;
+    if (!AwaitDisplay(early)) {
         return APP_ERROR_INVALID_CONTEXT;
     }
     PrepareToolkit();
     const int result =
-        Application(callbacks, userData, socketPath).Run(argc, argv, std::move(first));
+        Application(callbacks, userData, socketPath).Run(argc, argv, std::move(first), early);
     if (!AwaitLogCopies(kCopyPatience)) {
         LogError("the end cuts a log copy off");
     }

@@ -8,6 +8,7 @@
 
 #include "support/RecordedApp.h"
 #include "support/Socket.h"
+#include "support/XServer.h"
 
 using testing::ElementsAre;
 using testing::IsEmpty;
@@ -160,6 +161,19 @@ TEST_F(MainLoopTest, SignalWhileStartingStillTerminates) {
     ASSERT_TRUE(AwaitEvent("create"));
     app->Signal(SIGTERM);
     EXPECT_EQ(app->Exit(), 0);
+    EXPECT_EQ(Count("terminate"), 1);
+}
+
+// Nothing takes the signal yet: the one display keeps the program waiting for the other.
+TEST_F(MainLoopTest, SignalWhileItLooksForADisplayStillTerminates) {
+    const XServer x(m_Folders);
+    const Socket silent = Socket::Listen(m_Folders.Root() / "run/silent");
+    const auto app =
+        Start({}, {{"ELM_DISPLAY", ""}, {"WAYLAND_DISPLAY", "silent"}, {"DISPLAY", x.Display()}});
+    const Socket asking = silent.Accept();
+    app->Signal(SIGTERM);
+    EXPECT_EQ(app->Exit(), 0);
+    EXPECT_EQ(Count("create"), 1);
     EXPECT_EQ(Count("terminate"), 1);
 }
 

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "support/RecordedApp.h"
+#include "support/XServer.h"
 
 using testing::ElementsAre;
 
@@ -13,20 +14,14 @@ namespace {
 class WindowLifeCycleTest : public RecordedApp {
 protected:
     void SetUp() override {
-        ASSERT_TRUE(Await([this] { return !m_Server.Output().empty(); }));
-        m_Display = {{"ELM_DISPLAY", ""}, {"DISPLAY", ":" + LinesOf(m_Server.Output()).front()}};
+        m_Display = {{"ELM_DISPLAY", ""}, {"DISPLAY", m_Server.Display()}};
+        ASSERT_NE(m_Display["DISPLAY"], "");
         m_Manager = std::make_unique<ChildProgram>(m_Folders, "openbox", Arguments{}, m_Display);
         // A window that is there before its manager would not get the focus.
         ASSERT_TRUE(Await([this] { return IsManaged(); }));
         m_App = Start({}, m_Display);
         ASSERT_TRUE(AwaitEvent("focused"));
         ASSERT_TRUE(AwaitEvent("control "));
-    }
-
-    // So that the server takes its files away.
-    void TearDown() override {
-        m_Server.Signal(SIGTERM);
-        m_Server.Exit();
     }
 
     bool IsManaged() const {
@@ -50,12 +45,7 @@ protected:
         return events;
     }
 
-    // It must not reset when the program's look for a display is the only client, and goes: that
-    // would take the window manager along.
-    ChildProgram m_Server{
-        m_Folders,
-        "Xvfb",
-        {"-displayfd", "1", "-noreset", "-screen", "0", "640x480x24", "-nolisten", "tcp"}};
+    XServer m_Server{m_Folders};
     Environment m_Display;
     std::unique_ptr<ChildProgram> m_Manager;
     std::unique_ptr<ChildProgram> m_App;
