@@ -115,6 +115,7 @@ private:
     int m_RunLoop(KeyValues first);
     void m_Enqueue(Request request);
     void m_Deliver();
+    void m_Drop();
 
     static void OnDeliver(void* data);
     static void OnPause(void* data, const Efl_Event* event);
@@ -124,6 +125,7 @@ private:
     void* m_UserData;
     RequestServer m_Server;
     std::deque<Request> m_Requests;
+    Ecore_Job* m_Delivery = nullptr;
     bool m_IsPaused = false;
 };
 
@@ -174,6 +176,7 @@ int Application::m_RunLoop(KeyValues first) {
     efl_event_callback_add(loop, EFL_APP_EVENT_RESUME, OnResume, this);
     m_Enqueue({{{std::move(first)}}, 0});
     elm_run();
+    m_Drop();
     efl_event_callback_del(loop, EFL_APP_EVENT_PAUSE, OnPause, this);
     efl_event_callback_del(loop, EFL_APP_EVENT_RESUME, OnResume, this);
     return APP_ERROR_NONE;
@@ -182,7 +185,7 @@ int Application::m_RunLoop(KeyValues first) {
 void Application::m_Enqueue(Request request) {
     m_Requests.push_back(std::move(request));
     if (m_Requests.size() == 1) {
-        ecore_job_add(OnDeliver, this);
+        m_Delivery = ecore_job_add(OnDeliver, this);
     }
 }
 
@@ -196,12 +199,22 @@ void Application::m_Deliver() {
     m_Server.Accept(request.sender);
     m_Requests.pop_front();
     if (!m_Requests.empty()) {
-        ecore_job_add(OnDeliver, this);
+        m_Delivery = ecore_job_add(OnDeliver, this);
     }
 }
 
+// Or the toolkit would deliver the next one while it shuts down.
+void Application::m_Drop() {
+    if (m_Delivery != nullptr) {
+        ecore_job_del(std::exchange(m_Delivery, nullptr));
+    }
+    m_Requests.clear();
+}
+
 void Application::OnDeliver(void* data) {
-    static_cast<Application*>(data)->m_Deliver();
+    auto* self = static_cast<Application*>(data);
+    self->m_Delivery = nullptr;
+    self->m_Deliver();
 }
 
 // The toolkit also reports a pause when the last window goes, and a resume when the first one

@@ -2,11 +2,13 @@
 
 #include <sys/stat.h>
 
+#include <chrono>
 #include <csignal>
 #include <memory>
 #include <string>
 #include <vector>
 
+#include "launch_request.h"
 #include "support/RecordedApp.h"
 #include "support/Socket.h"
 
@@ -39,6 +41,33 @@ TEST_F(OneInstanceTest, CloseRequestClosesTheRunningOne) {
     EXPECT_EQ(owner->Exit(), 0);
     EXPECT_THAT(Events(*owner),
                 ElementsAre("create", "control ", "control CLOSE", "terminate", "end"));
+}
+
+TEST_F(OneInstanceTest, SecondProgramWaitsUntilControlHasHadItsRequest) {
+    const auto owner = StartOwner();
+    const auto second = Start({"EXEPARAM=WAIT"});
+    ASSERT_TRUE(AwaitEvent("control WAIT"));
+    EXPECT_FALSE(Await([this] { return Count("end") > 0; }, std::chrono::milliseconds(300)));
+    owner->Proceed();
+    EXPECT_EQ(second->Exit(), 0);
+}
+
+// Both are there when the program goes on, and are read in the same turn of its main loop.
+TEST_F(OneInstanceTest, NothingIsDeliveredAfterARequestThatEndsTheLoop) {
+    const auto owner = StartOwner();
+    const Socket first = Socket::Connect(m_Folders.Socket());
+    const Socket second = Socket::Connect(m_Folders.Socket());
+    // It comes later than they do, so they are connected afterwards.
+    EXPECT_EQ(Run({"NAME=third"}), 0);
+    owner->Stop();
+    for (const Socket* sender : {&first, &second}) {
+        sender->Send(quorvel::desktop::EncodeMessage({{"EXEPARAM", "CLOSE"}}));
+    }
+    owner->Signal(SIGCONT);
+    EXPECT_EQ(owner->Exit(), 0);
+    EXPECT_THAT(Events(*owner), ElementsAre("create", "control ", "control third", "control CLOSE",
+                                            "terminate", "end"));
+    EXPECT_EQ((first.Receive() + second.Receive()).size(), 1U) << "one is answered";
 }
 
 TEST_F(OneInstanceTest, SecondProgramNeedsNoDisplay) {
@@ -114,9 +143,13 @@ TEST_F(OneInstanceTest, KilledOwnerIsSucceeded) {
 // The patience of a second program, in full: ten seconds.
 TEST_F(OneInstanceTest, StoppedOwnerIsToldInBoundedTime) {
     const auto owner = StartOwner();
-    owner->Signal(SIGSTOP);
+    owner->Stop();
+    const auto start = std::chrono::steady_clock::now();
     const auto second = Start({"NAME=second"});
     EXPECT_EQ(second->Exit(), 1);
+    const auto taken = std::chrono::steady_clock::now() - start;
+    EXPECT_GE(taken, std::chrono::seconds(10));
+    EXPECT_LT(taken, std::chrono::seconds(10) + kSpareTime);
     EXPECT_THAT(Errors(*second),
                 ElementsAre("the running quorvel (process " + std::to_string(owner->Id()) +
                             ") does not answer, the request is dropped"));

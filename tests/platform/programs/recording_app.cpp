@@ -1,7 +1,8 @@
 // An application that writes down what the platform calls: "<process> create" and so on, a line
 // each, into the file $RECORD. Its requests: EXEPARAM=CLOSE ends it as the application does,
 // MINIMISE, RESTORE and QUIT do with the window what a user does, THROW lets an exception go,
-// COPY_AND_CLOSE ends it while a log copy waits for a line from the standard input.
+// COPY_AND_CLOSE ends it while a log copy waits for a line from the standard input, WAIT waits for
+// one itself.
 
 #include <Ecore_X.h>
 #include <Elementary.h>
@@ -36,6 +37,11 @@ void Record(const std::string& event) {
     close(file);
 }
 
+// Every callback has to get the pointer that ui_app_main was given.
+void Record(const std::string& event, const void* data) {
+    Record(event + (data == &g_Window ? "" : " with other data"));
+}
+
 // The window manager has taken the window in.
 Eina_Bool OnFocus(void*, int, void*) {
     Record("focused");
@@ -43,7 +49,7 @@ Eina_Bool OnFocus(void*, int, void*) {
 }
 
 bool Create(void* data) {
-    Record(data == &g_Window ? "create" : "create with other data");
+    Record("create", data);
     if (IsSet("REFUSE_CREATE")) {
         return false;
     }
@@ -60,17 +66,17 @@ bool Create(void* data) {
     return true;
 }
 
-void Terminate(void*) {
-    Record("terminate");
+void Terminate(void* data) {
+    Record("terminate", data);
     evas_object_del(g_Window);
 }
 
-void Pause(void*) {
-    Record("pause");
+void Pause(void* data) {
+    Record("pause", data);
 }
 
-void Resume(void*) {
-    Record("resume");
+void Resume(void* data) {
+    Record("resume", data);
 }
 
 quorvel::desktop::UsbStorage StorageOnceReleased() {
@@ -94,6 +100,9 @@ void Obey(const std::string& command) {
     } else if (command == "COPY_AND_CLOSE") {
         std::thread(Copy).detach();
         Obey("CLOSE");
+    } else if (command == "WAIT") {
+        std::string line;
+        std::getline(std::cin, line);
     } else if (command == "MINIMISE") {
         ecore_x_icccm_iconic_request_send(window, ecore_x_window_root_get(window));
     } else if (command == "RESTORE") {
@@ -111,14 +120,15 @@ std::string Value(bundle* values, const char* key) {
     return value == nullptr ? "" : value;
 }
 
-void Control(app_control_h request, void*) {
+void Control(app_control_h request, void* data) {
     bundle* values = nullptr;
     if (app_control_to_bundle(request, &values) != APP_CONTROL_ERROR_NONE) {
         std::abort();
     }
     const std::string command = Value(values, "EXEPARAM");
     Record("control " + Value(values, "NAME") + command +
-           (ecore_main_loop_nested_get() > 0 ? "" : " outside the main loop"));
+               (ecore_main_loop_nested_get() > 0 ? "" : " outside the main loop"),
+           data);
     Obey(command);
 }
 

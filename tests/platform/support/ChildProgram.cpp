@@ -111,6 +111,14 @@ void ChildProgram::Signal(int number) const {
     kill(m_Id, number);
 }
 
+void ChildProgram::Stop() const {
+    kill(m_Id, SIGSTOP);
+    siginfo_t ignored{};
+    if (waitid(P_PID, static_cast<id_t>(m_Id), &ignored, WSTOPPED | WNOWAIT) != 0) {
+        throw std::runtime_error("the program does not stop");
+    }
+}
+
 std::optional<int> ChildProgram::Exit() {
     int status = 0;
     if (!m_Status && Await([&] { return waitpid(m_Id, &status, WNOHANG) == m_Id; })) {

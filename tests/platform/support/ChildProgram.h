@@ -15,6 +15,9 @@
 // Longer than anything takes that goes well, on a busy machine under a sanitizer.
 constexpr std::chrono::seconds kLongEnough{30};
 
+// What a busy machine and a sanitizer add to a time that a program keeps.
+constexpr std::chrono::seconds kSpareTime{10};
+
 // Waits for the condition, but not for ever; returns whether it came true.
 bool Await(const std::function<bool()>& condition,
            std::chrono::milliseconds patience = kLongEnough);
@@ -34,6 +37,8 @@ public:
 
     pid_t Id() const { return m_Id; }
     void Signal(int number) const;
+    // Stops it, until SIGCONT; it does nothing any more when this returns.
+    void Stop() const;
 
     // Its exit status, or minus the signal that ended it; nothing when it does not end in time.
     std::optional<int> Exit();
