@@ -88,9 +88,10 @@ TEST(LaunchRequestTest, ValueIsTheBundles) {
 
 TEST(LaunchRequestTest, MissingKeyLeavesTheValueAlone) {
     bundle values{{{"EXEPARAM", "CLOSE"}}};
-    char* value = nullptr;
+    char before = 'x';
+    char* value = &before;
     EXPECT_EQ(bundle_get_str(&values, "exeparam", &value), BUNDLE_ERROR_KEY_NOT_AVAILABLE);
-    EXPECT_EQ(value, nullptr);
+    EXPECT_EQ(value, &before);
 }
 
 TEST(LaunchRequestTest, NullInsteadOfABundleIsAnError) {

@@ -8,6 +8,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <ctime>
 #include <filesystem>
@@ -20,12 +21,15 @@
 
 #include "fakes/CopyFixture.h"
 #include "fakes/FaultyFileIo.h"
+#include "support/ChildProgram.h"
+#include "support/PrivateFolders.h"
 #include "support/ScopedVariable.h"
 
 namespace fs = std::filesystem;
 using quorvel::desktop::LogCopyName;
 using quorvel::desktop::SystemFileIo;
 using quorvel::desktop::UsbStorage;
+using testing::ContainsRegex;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::StartsWith;
@@ -358,12 +362,25 @@ class LogCopyCallTest : public CopyFixture {
 protected:
     void SetUp() override { fs::rename(m_State, m_Scratch.Path() / "quorvel"); }
 
+    // What a copy of this machine's may be called.
+    static std::vector<std::string> NamesBetween(std::time_t first, std::time_t last) {
+        std::array<char, 256> host{};
+        EXPECT_EQ(gethostname(host.data(), host.size() - 1), 0);
+        std::vector<std::string> names;
+        for (std::time_t time = first; time <= last; ++time) {
+            names.push_back(LogCopyName(host.data(), time));
+        }
+        return names;
+    }
+
     ScopedVariable m_StateHome{"XDG_STATE_HOME", m_Scratch.Path().string()};
     ScopedVariable m_UsbFolder{"QUORVEL_USB_DIR", m_Storage.string()};
 };
 
 TEST_F(LogCopyCallTest, CopiesIntoTheFolderFromTheEnvironment) {
+    const std::time_t before = std::time(nullptr);
     EXPECT_EQ(automation_copy_log_to_usb(), 0);
+    const std::time_t after = std::time(nullptr);
     std::vector<fs::path> copies;
     for (const auto& entry : fs::directory_iterator(m_Storage)) {
         if (entry.is_directory()) {
@@ -371,7 +388,7 @@ TEST_F(LogCopyCallTest, CopiesIntoTheFolderFromTheEnvironment) {
         }
     }
     ASSERT_EQ(copies.size(), 1U);
-    EXPECT_THAT(copies[0].filename().string(), testing::MatchesRegex("quorvel-.+-[0-9]+-[0-9]+"));
+    EXPECT_THAT(NamesBetween(before, after), testing::Contains(copies[0].filename().string()));
     EXPECT_EQ(Read(copies[0] / "quorvel.1.log"), "old\n");
 }
 
@@ -379,6 +396,35 @@ TEST_F(LogCopyCallTest, FailsWithoutTheFolderFromTheEnvironment) {
     fs::remove_all(m_Storage);
     EXPECT_EQ(automation_copy_log_to_usb(), -1);
     EXPECT_FALSE(fs::exists(m_Storage));
+}
+
+// The C call in a program of its own, and what it says of it.
+class LogCopyLineTest : public testing::Test {
+protected:
+    // The result, and the last line on the terminal.
+    std::vector<std::string> Copy(const fs::path& storage) const {
+        ChildProgram program(m_Folders, QUORVEL_LOG_WRITER, {"copy"},
+                             {{"QUORVEL_USB_DIR", storage}});
+        EXPECT_EQ(program.Exit(), 0);
+        const std::vector<std::string> lines = LinesOf(program.Messages());
+        EXPECT_EQ(lines.size(), 2U);
+        return {program.Output(), lines.empty() ? "" : lines.back()};
+    }
+
+    PrivateFolders m_Folders;
+};
+
+TEST_F(LogCopyLineTest, SuccessIsAnInformation) {
+    EXPECT_THAT(
+        Copy(m_Folders.Root() / "tmp"),
+        ElementsAre("0\n", ContainsRegex("^I/QEL_PC  \\( *[0-9]+\\): log copy: the logs are "
+                                         "stored in \\(.*/tmp/quorvel-.*\\)$")));
+}
+
+TEST_F(LogCopyLineTest, FailureIsAnError) {
+    EXPECT_THAT(
+        Copy(m_Folders.Root() / "missing"),
+        ElementsAre("-1\n", ContainsRegex("^E/QEL_PC  \\( *[0-9]+\\): log copy: .*missing")));
 }
 
 }  // namespace

@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include <array>
+#include <chrono>
 #include <csignal>
 #include <set>
 #include <string>
@@ -191,6 +192,19 @@ TEST_F(LogTest, LinesLeftOutOfAStalledTerminalAreCounted) {
     program.Proceed();
 }
 
+// Half a second, and not as long as it takes somebody to look at the terminal.
+TEST_F(LogTest, StalledTerminalHoldsTheEndUpForAMomentOnly) {
+    const Ends_s pipe = Ends_s::OfPipe();
+    ChildProgram program = Start("long-and-wait", {}, pipe.writer);
+    ASSERT_TRUE(Await([this] { return !Filed().empty(); }));
+    const auto start = std::chrono::steady_clock::now();
+    program.Proceed();
+    EXPECT_EQ(program.Exit(), 0);
+    const auto taken = std::chrono::steady_clock::now() - start;
+    EXPECT_GE(taken, std::chrono::milliseconds(500));
+    EXPECT_LT(taken, std::chrono::milliseconds(500) + kSpareTime);
+}
+
 TEST_F(LogTest, TerminalThatNeverBlocksGetsEveryLineThatWasQueued) {
     const Ends_s pipe = Ends_s::OfPipe();
     ASSERT_EQ(fcntl(pipe.writer, F_SETFL, O_NONBLOCK), 0);
@@ -248,6 +262,25 @@ TEST_F(LogTest, TerminalIsColouredByLevel) {
     EXPECT_EQ(colour("I"), "\x1b[32m");
     EXPECT_EQ(colour("E"), "\x1b[1;31m");
     EXPECT_EQ(ReadFile(m_Folders.Log()).find('\x1b'), std::string::npos);
+}
+
+TEST_F(LogTest, TerminalWithoutColoursGetsNone) {
+    const Ends_s terminal = Ends_s::OfTerminal();
+    ChildProgram program =
+        Start("two-lines", {{"TERM", "dumb"}, {"COLORTERM", ""}}, terminal.writer);
+    EXPECT_THAT(terminal.ReadUntil("an error"), testing::Not(HasSubstr("\x1b")));
+    EXPECT_EQ(program.Exit(), 0);
+}
+
+TEST_F(LogTest, FileHasFourMebibytesAndThreeOldOnes) {
+    Run("fill");
+    const fs::path folder = m_Folders.Log().parent_path();
+    for (const char* name : {"quorvel.1.log", "quorvel.2.log", "quorvel.3.log"}) {
+        // The next line, of a quarter, did not fit.
+        EXPECT_LE(fs::file_size(folder / name), 4U << 20U) << name;
+        EXPECT_GT(fs::file_size(folder / name), (4U << 20U) - (257U << 10U)) << name;
+    }
+    EXPECT_FALSE(fs::exists(folder / "quorvel.4.log"));
 }
 
 TEST_F(LogTest, WriterLearnsTheResultAndKeepsItsErrno) {

@@ -3,6 +3,8 @@
 #include <app.h>
 #include <chrono>
 #include <csignal>
+#include <filesystem>
+#include <fstream>
 #include <memory>
 #include <string>
 
@@ -66,9 +68,13 @@ TEST_F(MainLoopTest, EndWaitsForALogCopy) {
 }
 
 TEST_F(MainLoopTest, EndDoesNotWaitForEverForALogCopy) {
+    const auto start = std::chrono::steady_clock::now();
     const auto app = Start({"EXEPARAM=COPY_AND_CLOSE"});
     ASSERT_TRUE(AwaitEvent("copy"));
     EXPECT_EQ(app->Exit(), 0);
+    const auto taken = std::chrono::steady_clock::now() - start;
+    EXPECT_GE(taken, std::chrono::seconds(5));
+    EXPECT_LT(taken, std::chrono::seconds(5) + kSpareTime);
     EXPECT_EQ(Count("copied"), 0);
     EXPECT_THAT(Errors(*app), ElementsAre("the end cuts a log copy off"));
 }
@@ -98,6 +104,23 @@ TEST_F(MainLoopTest, ArgumentOfAnotherFormIsToldWithTheUsage) {
     EXPECT_THAT(Events(), ElementsAre("end with an error"));
     EXPECT_THAT(Errors(*app),
                 ElementsAre("usage: quorvel [KEY=VALUE...] (not of this form: close)"));
+}
+
+TEST_F(MainLoopTest, EarlyEndIsToldWhateverTheLevel) {
+    const auto app = Start({"close"}, {{"QUORVEL_LOG_LEVEL", "off"}});
+    EXPECT_EQ(app->Exit(), 1);
+    EXPECT_THAT(Errors(*app), ElementsAre(testing::StartsWith("usage: ")));
+    EXPECT_THAT(MessagesOf(ReadFile(m_Folders.Log())), ElementsAre(testing::StartsWith("usage: ")));
+}
+
+TEST_F(MainLoopTest, ThemeFileThatIsNoneEndsTheStart) {
+    const std::string file = m_Folders.Root() / "theme/quorvel.edj";
+    std::filesystem::create_directory(m_Folders.Root() / "theme");
+    std::ofstream(file) << "no theme";
+    const auto app = Start({}, {{"QUORVEL_RESOURCES", m_Folders.Root()}});
+    EXPECT_EQ(app->Exit(), 1);
+    EXPECT_THAT(Events(), ElementsAre("end with an error"));
+    EXPECT_THAT(Errors(*app), ElementsAre("the theme cannot be used: " + file));
 }
 
 TEST_F(MainLoopTest, VersionIsToldWithoutACallback) {
@@ -181,6 +204,8 @@ TEST_F(MainLoopTest, NullInsteadOfCallbacksIsAnError) {
     std::string name = "quorvel";
     char* arguments[] = {name.data(), nullptr};
     ui_app_lifecycle_callback_s none{};
+    EXPECT_EQ(ui_app_main(0, static_cast<char**>(arguments), &none, nullptr),
+              APP_ERROR_INVALID_PARAMETER);
     EXPECT_EQ(ui_app_main(1, static_cast<char**>(arguments), nullptr, nullptr),
               APP_ERROR_INVALID_PARAMETER);
     EXPECT_EQ(ui_app_main(1, nullptr, &none, nullptr), APP_ERROR_INVALID_PARAMETER);

@@ -119,6 +119,19 @@ TEST_F(RemoteKeys, AfterTheEndEveryKeyPasses) {
     EXPECT_THAT(m_Names, ElementsAre("Escape", "Escape"));
 }
 
+// What is behind the popup must not get a key while the popup has no focus of its own.
+TEST_F(RemoteKeys, UntilThePopupsButtonIsEnabledNoKeyReachesTheToolkit) {
+    Stage stage;
+    stage.ShowPopup(true);
+    for (const char* key : {"Up", "Down", "Left", "Right", "Return"}) {
+        Send(key);
+    }
+    EXPECT_THAT(m_Names, IsEmpty());
+    stage.ShowPopup(false);
+    Send("Up");
+    EXPECT_THAT(m_Names, ElementsAre("Up", "Up"));
+}
+
 // What OK does once it has come through.
 TEST(RemoteKeysOnScreen, ARowIsPressedByOkAlone) {
     Stage stage;

@@ -4,6 +4,7 @@
 
 #include <gmock/gmock.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <filesystem>
 #include <functional>
@@ -31,6 +32,8 @@ using testing::SizeIs;
 namespace fs = std::filesystem;
 
 namespace {
+
+constexpr uid_t kSomebodyElse = 12345;
 
 class RequestServerTest : public testing::Test {
 protected:
@@ -91,6 +94,25 @@ TEST_F(RequestServerTest, SocketIsTheUsersAlone) {
     struct stat status {};
     ASSERT_EQ(stat(m_Path.c_str(), &status), 0);
     EXPECT_EQ(status.st_mode & 0777U, 0600U);
+}
+
+// Should the folder and the socket ever let him in.
+TEST_F(RequestServerTest, SenderOfSomebodyElseIsRefusedWithOneLine) {
+    if (geteuid() != 0) {
+        GTEST_SKIP() << "only root can be somebody else";
+    }
+    Listen();
+    for (const fs::path& folder : {m_Folders.Root(), m_Folders.Root() / "run"}) {
+        ASSERT_EQ(chmod(folder.c_str(), 0711), 0);
+    }
+    ASSERT_EQ(chmod(m_Path.c_str(), 0666), 0);
+    ASSERT_EQ(seteuid(kSomebodyElse), 0);
+    const Socket sender = Socket::Connect(m_Path);
+    ASSERT_EQ(seteuid(0), 0);
+    EXPECT_TRUE(TurnUntilLogged(1));
+    EXPECT_EQ(sender.Receive(), std::string(1, kRefused));
+    EXPECT_THAT(m_Log.Messages(), ElementsAre("a request is dropped: it comes from another user"));
+    ExpectToServe();
 }
 
 TEST_F(RequestServerTest, SocketOfADeadOwnerIsReplaced) {

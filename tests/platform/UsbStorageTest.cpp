@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 #include <sys/sysmacros.h>
 #include <tv_services.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -28,6 +29,8 @@ using quorvel::desktop::ReadMounts;
 using quorvel::desktop::UsbStorage;
 
 namespace {
+
+constexpr uid_t kSomebodyElse = 12345;
 
 const dev_t SDA1 = makedev(8, 1);
 const dev_t SDB1 = makedev(8, 17);
@@ -250,6 +253,15 @@ TEST_F(UsbStorageStickTest, IsFoundReadOnly) {
     m_Image->Mount("ro");
     PlugIn();
     EXPECT_EQ(FindUsbStorage().error, EROFS);
+}
+
+TEST_F(UsbStorageStickTest, IsNotWrittenToWithoutPermission) {
+    PlugIn();
+    ASSERT_EQ(chmod(m_Image->Folder().c_str(), 0700), 0);
+    ASSERT_EQ(seteuid(kSomebodyElse), 0);
+    const int error = FindUsbStorage().error;
+    ASSERT_EQ(seteuid(0), 0);
+    EXPECT_EQ(error, EACCES);
 }
 
 TEST_F(UsbStorageStickTest, IsNotFoundWhenItIsNotMounted) {

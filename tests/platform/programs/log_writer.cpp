@@ -1,6 +1,7 @@
 // Writes log lines as its first argument says; see Scenarios.
 
 #include <dlog.h>
+#include <tv_services.h>
 
 #include <cerrno>
 #include <csignal>
@@ -72,6 +73,19 @@ void Results() {
     std::printf("%d %d %d %d\n", good, kept, noTag < 0, noPriority < 0);
 }
 
+// More than the file and its old ones hold together.
+void Fill() {
+    const std::string quarter(std::size_t{256} << 10, 'x');
+    for (int i = 0; i < 80; ++i) {
+        Info(quarter);
+    }
+}
+
+void CopyLog() {
+    Info("to be copied");
+    std::printf("%d\n", automation_copy_log_to_usb());
+}
+
 void LongAndWait() {
     Info("<" + std::string(300000, 'x') + ">");
     std::getchar();
@@ -91,6 +105,8 @@ const std::map<std::string, std::function<void()>> kScenarios = {
     {"empty", [] { Info(""); }},
     {"long", [] { Info("<" + std::string(300000, 'x') + ">"); }},
     {"long-and-wait", LongAndWait},
+    {"fill", Fill},
+    {"copy", CopyLog},
     {"threads", Threads},
     {"flood", Flood},
     {"flood-and-wait", FloodAndWait},
