@@ -109,7 +109,7 @@ TEST_F(RequestServerTest, SenderOfSomebodyElseIsRefusedWithOneLine) {
     ASSERT_EQ(seteuid(kSomebodyElse), 0);
     const Socket sender = Socket::Connect(m_Path);
     ASSERT_EQ(seteuid(0), 0);
-    EXPECT_TRUE(TurnUntilLogged(1));
+    ASSERT_TRUE(TurnUntilLogged(1));
     EXPECT_EQ(sender.Receive(), std::string(1, kRefused));
     EXPECT_THAT(m_Log.Messages(), ElementsAre("a request is dropped: it comes from another user"));
     ExpectToServe();
