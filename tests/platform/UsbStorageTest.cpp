@@ -164,16 +164,17 @@ TEST_F(UsbStorageChoiceTest, PassesOverEachOfTheDevicesThatTheSystemRunsFrom) {
 }
 
 // What the running system tells.
-TEST(UsbStorageReadTest, MountTableHasTheRootFolder) {
+// Not the root folder, which is no mount inside a changed root.
+TEST(UsbStorageReadTest, MountTableHasWhatIsMounted) {
     const std::vector<Mount> mounts = ReadMounts();
-    const auto root = std::find_if(mounts.rbegin(), mounts.rend(),
-                                   [](const Mount& mount) { return mount.folder == "/"; });
-    ASSERT_NE(root, mounts.rend());
+    const auto proc = std::find_if(mounts.rbegin(), mounts.rend(),
+                                   [](const Mount& mount) { return mount.folder == "/proc"; });
+    ASSERT_NE(proc, mounts.rend());
     quorvel::desktop::SystemFileIo io;
-    const quorvel::desktop::FileHandle folder(io, io.Open(-1, "/", 0, 0));
+    const quorvel::desktop::FileHandle folder(io, io.Open(-1, "/proc", 0, 0));
     std::uint64_t id = 0;
     ASSERT_EQ(io.MountId(folder.Get(), id), 0);
-    EXPECT_EQ(root->id, id);
+    EXPECT_EQ(proc->id, id);
 }
 
 TEST(UsbStorageReadTest, BlockDevicesAreThoseOfTheSystem) {
