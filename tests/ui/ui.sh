@@ -30,6 +30,7 @@ finish() {
     ui_status=$?
     [ "$ui_status" -eq 0 ] || keep
     desktop_stop
+    chmod -R u+rwX -- "$work"
     rm -rf -- "$work"
 }
 
@@ -114,7 +115,7 @@ expect_focus() {
 # Error lines that are none of a correct run, of the application and of the toolkit.
 unexpected_lines() {
     grep -E '^(E/|ERR|CRI|WRN)|[Ss]anitizer|terminate called' "$desktop/log" |
-        grep -v -E -f "$root/tests/ui/expected-lines" || true
+        grep -v -E -f "$root/tests/ui/expected-lines" -e "${also_expected:-nothing else}" || true
 }
 
 expect_clean_log() {
