@@ -14,7 +14,7 @@
 
 #include "QELAnalysis.h"
 #include "QELAnalysisData.h"
-#include "fakes/StoreTest.h"
+#include "fixtures/StoreTest.h"
 
 namespace fs = std::filesystem;
 

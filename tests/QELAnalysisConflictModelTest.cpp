@@ -12,7 +12,7 @@
 #include <vector>
 
 #include "QELAnalysis.h"
-#include "fakes/StoreTest.h"
+#include "fixtures/StoreTest.h"
 
 namespace {
 

@@ -9,7 +9,7 @@
 
 #include "QELAnalysisData.h"
 #include "fakes/FailingNew.h"
-#include "fakes/StoreTest.h"
+#include "fixtures/StoreTest.h"
 
 namespace {
 

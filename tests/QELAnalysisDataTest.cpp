@@ -8,7 +8,7 @@
 #include <type_traits>
 
 #include "fakes/FailingNew.h"
-#include "fakes/StoreTest.h"
+#include "fixtures/StoreTest.h"
 
 namespace {
 

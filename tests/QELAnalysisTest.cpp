@@ -13,8 +13,8 @@
 #include "QELAnalysisData.h"
 #include "QELPopupLoading.h"
 #include "fakes/FailingNew.h"
-#include "fakes/Singletons.h"
-#include "fakes/StoreTest.h"
+#include "fixtures/Singletons.h"
+#include "fixtures/StoreTest.h"
 
 namespace {
 

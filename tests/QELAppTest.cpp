@@ -13,8 +13,8 @@
 #include "QELWindow.h"
 #include "fakes/FailingNew.h"
 #include "fakes/FakeApp.h"
-#include "fakes/PrivateData.h"
-#include "fakes/ScreenTest.h"
+#include "fixtures/PrivateData.h"
+#include "fixtures/ScreenTest.h"
 
 namespace fs = std::filesystem;
 

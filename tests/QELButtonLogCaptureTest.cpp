@@ -11,8 +11,8 @@
 #include "fakes/FailingNew.h"
 #include "fakes/FakeServices.h"
 #include "fakes/NoThreads.h"
-#include "fakes/PrivateData.h"
-#include "fakes/ScreenTest.h"
+#include "fixtures/PrivateData.h"
+#include "fixtures/ScreenTest.h"
 
 namespace {
 

@@ -8,7 +8,7 @@
 #include "QELAnalysisData.h"
 #include "QELItemList.h"
 #include "fakes/FailingNew.h"
-#include "fakes/ScreenTest.h"
+#include "fixtures/ScreenTest.h"
 
 namespace {
 

@@ -10,8 +10,8 @@
 #include "QELItemDetailView.h"
 #include "QELItemList.h"
 #include "fakes/FailingNew.h"
-#include "fakes/PrivateData.h"
-#include "fakes/ScreenTest.h"
+#include "fixtures/PrivateData.h"
+#include "fixtures/ScreenTest.h"
 
 namespace {
 

@@ -13,7 +13,7 @@
 
 #include "QELButtonLogCapture.h"
 #include "fakes/FailingNew.h"
-#include "fakes/ScreenTest.h"
+#include "fixtures/ScreenTest.h"
 
 namespace {
 

@@ -9,7 +9,7 @@
 #include <thread>
 
 #include "fakes/FakeLog.h"
-#include "fakes/PrivateData.h"
+#include "fixtures/PrivateData.h"
 
 namespace fs = std::filesystem;
 

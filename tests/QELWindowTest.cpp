@@ -17,8 +17,8 @@
 #include "QELPopupLoading.h"
 #include "fakes/FailingNew.h"
 #include "fakes/FakeServices.h"
-#include "fakes/PrivateData.h"
-#include "fakes/ScreenTest.h"
+#include "fixtures/PrivateData.h"
+#include "fixtures/ScreenTest.h"
 
 namespace fs = std::filesystem;
 

@@ -12,8 +12,8 @@
 #include <vector>
 
 #include "QELXmlParser.h"
-#include "fakes/StoreTest.h"
 #include "fakes/XmlSpy.h"
+#include "fixtures/StoreTest.h"
 
 namespace fs = std::filesystem;
 

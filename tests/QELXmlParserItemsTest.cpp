@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "QELXmlParser.h"
-#include "fakes/StoreTest.h"
+#include "fixtures/StoreTest.h"
 
 namespace {
 

@@ -6,8 +6,8 @@
 #include <vector>
 
 #include "QELXmlParser.h"
-#include "fakes/StoreTest.h"
 #include "fakes/XmlSpy.h"
+#include "fixtures/StoreTest.h"
 
 namespace {
 

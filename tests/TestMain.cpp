@@ -6,7 +6,7 @@
 #include <cstring>
 
 #include "fakes/FakeLog.h"
-#include "fakes/PrivateData.h"
+#include "fixtures/PrivateData.h"
 
 namespace {
 

@@ -15,8 +15,8 @@
 #include "QELItemDetailView.h"
 #include "QELItemList.h"
 #include "QELXmlParser.h"
-#include "fakes/PrivateData.h"
-#include "fakes/StoreTest.h"
+#include "fixtures/PrivateData.h"
+#include "fixtures/StoreTest.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "FailingNew.h"
+#include "fakes/FailingNew.h"
 
 #include <cstddef>
 #include <new>

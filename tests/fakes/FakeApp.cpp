@@ -1,4 +1,4 @@
-#include "FakeApp.h"
+#include "fakes/FakeApp.h"
 
 #include <app_control_internal.h>
 #include <bundle.h>

@@ -1,4 +1,4 @@
-#include "FakeLog.h"
+#include "fakes/FakeLog.h"
 
 #include <algorithm>
 #include <condition_variable>

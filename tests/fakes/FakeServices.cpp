@@ -1,4 +1,4 @@
-#include "FakeServices.h"
+#include "fakes/FakeServices.h"
 
 #include <tv_services.h>
 

@@ -1,4 +1,4 @@
-#include "ToolkitCalls.h"
+#include "fakes/ToolkitCalls.h"
 
 #include <Elementary.h>
 
@@ -9,7 +9,7 @@
 #include <type_traits>
 #include <variant>
 
-#include "Screen.h"
+#include "fixtures/Screen.h"
 
 namespace {
 

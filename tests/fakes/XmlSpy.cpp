@@ -1,4 +1,4 @@
-#include "XmlSpy.h"
+#include "fakes/XmlSpy.h"
 
 #include <libxml/parser.h>
 #include <libxml/tree.h>

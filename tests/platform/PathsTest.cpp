@@ -7,7 +7,7 @@
 #include <optional>
 #include <string>
 
-#include "support/ScopedVariable.h"
+#include "platform/fixtures/ScopedVariable.h"
 
 using quorvel::desktop::LogFilePath;
 using quorvel::desktop::StateDir;

@@ -6,8 +6,8 @@
 #include <fstream>
 #include <string>
 
-#include "support/ChildProgram.h"
-#include "support/PrivateFolders.h"
+#include "platform/fixtures/ChildProgram.h"
+#include "platform/fixtures/PrivateFolders.h"
 
 namespace fs = std::filesystem;
 

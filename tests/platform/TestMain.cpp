@@ -4,7 +4,7 @@
 
 #include <cstdlib>
 
-#include "support/PrivateFolders.h"
+#include "platform/fixtures/PrivateFolders.h"
 
 int main(int argc, char** argv) {
     testing::InitGoogleMock(&argc, argv);

@@ -1,4 +1,4 @@
-#include "FaultyFileIo.h"
+#include "platform/fakes/FaultyFileIo.h"
 
 #include <fcntl.h>
 

@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "file_io.h"
+#include "log_copy/file_io.h"
 
 enum class Operation {
     Open,

@@ -18,7 +18,7 @@
 #include <string>
 #include <thread>
 
-#include "log_copy_service.h"
+#include "log_copy/log_copy_service.h"
 
 namespace {
 

@@ -1,0 +1,308 @@
+#include <Ecore_Evas.h>
+#include <Efl_Core.h>
+#include <Efreet.h>
+#include <Elementary.h>
+#include <app.h>
+
+#include <chrono>
+#include <csignal>
+#include <ctime>
+#include <deque>
+#include <iostream>
+#include <string>
+#include <utility>
+
+#include "lifecycle/display.h"
+#include "lifecycle/instance.h"
+#include "lifecycle/launch_request.h"
+#include "lifecycle/request_server.h"
+#include "lifecycle/runtime_folder.h"
+#include "log/log.h"
+#include "log_copy/log_copy_service.h"
+#include "paths.h"
+#include "toolkit/ui_setup.h"
+
+namespace quorvel::desktop {
+
+namespace {
+
+// How long a second program waits for the first one to take its request: longer than the first one
+// takes to start with the largest result files.
+constexpr std::chrono::seconds kOwnerPatience{10};
+
+// How long the end waits for a log copy under way: shorter than a second program waits, and enough
+// for any storage that works.
+constexpr std::chrono::seconds kCopyPatience{5};
+
+// Keeps SIGTERM and SIGINT waiting. The toolkit takes them once it is up, but lets them through a
+// little before, so those that came earlier have to be given to it. Main-loop thread only.
+class EndSignals {
+public:
+    EndSignals() {
+        sigset_t before;
+        pthread_sigmask(SIG_BLOCK, nullptr, &before);
+        sigemptyset(&m_Held);
+        for (const int number : {SIGTERM, SIGINT}) {
+            if (sigismember(&before, number) == 0) {
+                sigaddset(&m_Held, number);
+            }
+        }
+        pthread_sigmask(SIG_BLOCK, &m_Held, nullptr);
+    }
+    ~EndSignals() { pthread_sigmask(SIG_UNBLOCK, &m_Held, nullptr); }
+    EndSignals(const EndSignals&) = delete;
+    EndSignals& operator=(const EndSignals&) = delete;
+
+    // Takes those that came; returns one of them, or 0.
+    int Take() const {
+        const timespec atOnce{};
+        int taken = 0;
+        int next = sigtimedwait(&m_Held, nullptr, &atOnce);
+        while (next > 0) {
+            taken = next;
+            next = sigtimedwait(&m_Held, nullptr, &atOnce);
+        }
+        return taken;
+    }
+
+private:
+    sigset_t m_Held{};
+};
+
+bool HasWindow() {
+    Eina_List* windows = ecore_evas_ecore_evas_list_get();
+    const bool any = windows != nullptr;
+    eina_list_free(windows);
+    return any;
+}
+
+bool IsMinimised() {
+    Eina_List* windows = ecore_evas_ecore_evas_list_get();
+    bool any = false;
+    for (const Eina_List* left = windows; left != nullptr; left = eina_list_next(left)) {
+        any = any || ecore_evas_iconified_get(static_cast<Ecore_Evas*>(eina_list_data_get(left)));
+    }
+    eina_list_free(windows);
+    return any;
+}
+
+// One run of the application: the order of its callbacks, and the launch requests on their way to
+// it. Lives in ui_app_main; main-loop thread only.
+class Application {
+public:
+    Application(const ui_app_lifecycle_callback_s& callbacks, void* userData,
+                const std::string& socketPath)
+        : m_Callbacks(callbacks),
+          m_UserData(userData),
+          m_Server(socketPath, [this](KeyValues values, RequestServer::Sender sender) {
+              m_Enqueue({{std::move(values)}, sender});
+          }) {}
+    Application(const Application&) = delete;
+    Application& operator=(const Application&) = delete;
+
+    // Runs the callbacks from create to terminate, with first as the first launch request. early is
+    // a signal that has asked for the end already, or 0. Returns an app_error_e.
+    int Run(int argc, char** argv, KeyValues first, int early);
+
+private:
+    // sender 0: the request this program was started with, which nobody waits for.
+    struct Request {
+        app_control_s control;
+        RequestServer::Sender sender;
+    };
+
+    int m_RunUi(KeyValues first);
+    int m_RunLoop(KeyValues first);
+    void m_Enqueue(Request request);
+    void m_Deliver();
+    void m_Drop();
+
+    static void OnDeliver(void* data);
+    static void OnPause(void* data, const Efl_Event* event);
+    static void OnResume(void* data, const Efl_Event* event);
+
+    const ui_app_lifecycle_callback_s& m_Callbacks;
+    void* m_UserData;
+    RequestServer m_Server;
+    std::deque<Request> m_Requests;
+    Ecore_Job* m_Delivery = nullptr;
+    bool m_IsPaused = false;
+};
+
+int Application::Run(int argc, char** argv, KeyValues first, int early) {
+    if (!m_Server.Listen()) {
+        return APP_ERROR_INVALID_CONTEXT;
+    }
+    // Its helper process would outlive this one and hold on to the terminal.
+    efreet_cache_disable();
+    if (elm_init(argc, argv) == 0) {
+        LogError("the toolkit cannot be started");
+        return APP_ERROR_INVALID_CONTEXT;
+    }
+    if (early != 0) {
+        (void)raise(early);
+    }
+    const int result = StartUi() ? m_RunUi(std::move(first)) : APP_ERROR_INVALID_CONTEXT;
+    StopUi();
+    m_Server.Close();
+    elm_shutdown();
+    return result;
+}
+
+// As on the set, terminate belongs to a create that succeeded.
+int Application::m_RunUi(KeyValues first) {
+    elm_policy_set(ELM_POLICY_QUIT, ELM_POLICY_QUIT_LAST_WINDOW_CLOSED);
+    if (m_Callbacks.create != nullptr && !m_Callbacks.create(m_UserData)) {
+        LogError("the application could not be created");
+        return APP_ERROR_INVALID_CONTEXT;
+    }
+    const int result = m_RunLoop(std::move(first));
+    // Those who still want something are better off with a program of their own.
+    m_Server.Close();
+    if (m_Callbacks.terminate != nullptr) {
+        m_Callbacks.terminate(m_UserData);
+    }
+    return result;
+}
+
+int Application::m_RunLoop(KeyValues first) {
+    if (!HasWindow()) {
+        LogError("no window could be opened");
+        return APP_ERROR_INVALID_CONTEXT;
+    }
+    FinishUi();
+    Efl_Object* loop = efl_main_loop_get();
+    efl_event_callback_add(loop, EFL_APP_EVENT_PAUSE, OnPause, this);
+    efl_event_callback_add(loop, EFL_APP_EVENT_RESUME, OnResume, this);
+    m_Enqueue({{{std::move(first)}}, 0});
+    elm_run();
+    m_Drop();
+    efl_event_callback_del(loop, EFL_APP_EVENT_PAUSE, OnPause, this);
+    efl_event_callback_del(loop, EFL_APP_EVENT_RESUME, OnResume, this);
+    return APP_ERROR_NONE;
+}
+
+void Application::m_Enqueue(Request request) {
+    m_Requests.push_back(std::move(request));
+    if (m_Requests.size() == 1) {
+        m_Delivery = ecore_job_add(OnDeliver, this);
+    }
+}
+
+// One request each turn of the main loop: after one that ends the loop no other one is delivered,
+// and its sender, unanswered, starts a program of its own.
+void Application::m_Deliver() {
+    Request& request = m_Requests.front();
+    if (m_Callbacks.app_control != nullptr) {
+        m_Callbacks.app_control(&request.control, m_UserData);
+    }
+    m_Server.Accept(request.sender);
+    m_Requests.pop_front();
+    if (!m_Requests.empty()) {
+        m_Delivery = ecore_job_add(OnDeliver, this);
+    }
+}
+
+// Or the toolkit would deliver the next one while it shuts down.
+void Application::m_Drop() {
+    if (m_Delivery != nullptr) {
+        ecore_job_del(std::exchange(m_Delivery, nullptr));
+    }
+    m_Requests.clear();
+}
+
+void Application::OnDeliver(void* data) {
+    auto* self = static_cast<Application*>(data);
+    self->m_Delivery = nullptr;
+    self->m_Deliver();
+}
+
+// The toolkit also reports a pause when the last window goes, and a resume when the first one
+// comes.
+void Application::OnPause(void* data, const Efl_Event*) {
+    auto* self = static_cast<Application*>(data);
+    if (self->m_IsPaused || !IsMinimised()) {
+        return;
+    }
+    self->m_IsPaused = true;
+    if (self->m_Callbacks.pause != nullptr) {
+        self->m_Callbacks.pause(self->m_UserData);
+    }
+}
+
+void Application::OnResume(void* data, const Efl_Event*) {
+    auto* self = static_cast<Application*>(data);
+    if (!self->m_IsPaused) {
+        return;
+    }
+    self->m_IsPaused = false;
+    if (self->m_Callbacks.resume != nullptr) {
+        self->m_Callbacks.resume(self->m_UserData);
+    }
+}
+
+// Sets early to a signal that asked for the end meanwhile, or 0. False without a display; the
+// reason is logged.
+bool AwaitDisplay(int& early) {
+    const EndSignals signals;
+    std::string why;
+    const bool found = FindDisplay(why);
+    if (!found) {
+        LogError(why);
+    }
+    early = signals.Take();
+    return found;
+}
+
+int RunAsOwner(int argc, char** argv, const ui_app_lifecycle_callback_s& callbacks, void* userData,
+               const std::string& socketPath, KeyValues first) {
+    int early = 0;
+    if (!AwaitDisplay(early)) {
+        return APP_ERROR_INVALID_CONTEXT;
+    }
+    PrepareToolkit();
+    const int result =
+        Application(callbacks, userData, socketPath).Run(argc, argv, std::move(first), early);
+    if (!AwaitLogCopies(kCopyPatience)) {
+        LogError("the end cuts a log copy off");
+    }
+    return result;
+}
+
+}  // namespace
+
+}  // namespace quorvel::desktop
+
+int ui_app_main(int argc, char** argv, ui_app_lifecycle_callback_s* callback, void* user_data) {
+    using namespace quorvel::desktop;  // NOLINT(google-build-using-namespace): the C border
+    if (argc < 1 || argv == nullptr || callback == nullptr) {
+        return APP_ERROR_INVALID_PARAMETER;
+    }
+    if (argc == 2 && std::string(argv[1]) == "--version") {
+        std::cout << "quorvel " QUORVEL_VERSION << std::endl;
+        return APP_ERROR_NONE;
+    }
+    KeyValues request;
+    if (const char* stranger = ReadArguments(argc, argv, request)) {
+        LogError("usage: quorvel [KEY=VALUE...] (not of this form: " + std::string(stranger) + ")");
+        return APP_ERROR_INVALID_PARAMETER;
+    }
+    std::string why;
+    const std::string folder = RuntimeFolder(why);
+    if (folder.empty()) {
+        LogError(why);
+        return APP_ERROR_INVALID_CONTEXT;
+    }
+    Instance instance(folder, FolderIdentity(DataDir()));
+    switch (instance.ClaimOrHandOver(request, kOwnerPatience)) {
+        case Instance::Claim::kOwner:
+            return RunAsOwner(argc, argv, *callback, user_data, instance.SocketPath(),
+                              std::move(request));
+        case Instance::Claim::kHandedOver:
+            LogInfo("the running quorvel has taken the request");
+            return APP_ERROR_NONE;
+        case Instance::Claim::kFailed:
+            break;
+    }
+    return APP_ERROR_ALREADY_RUNNING;
+}

@@ -1,0 +1,196 @@
+#include "log/log.h"
+
+#include <dlog.h>
+#include <spdlog/details/log_msg.h>
+
+#include <cerrno>
+#include <chrono>
+#include <cstdarg>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <exception>
+#include <memory>
+#include <mutex>
+#include <string_view>
+
+#include "log/log_file.h"
+#include "log/log_terminal.h"
+#include "paths.h"
+
+namespace quorvel::desktop {
+
+namespace {
+
+constexpr std::size_t kMaxFileBytes = std::size_t{4} << 20;
+constexpr std::size_t kOldFiles = 3;
+constexpr const char* kOwnTag = "quorvel";
+// How long an ending program waits for the terminal to take the last lines.
+constexpr std::chrono::milliseconds kLastLinesPatience{500};
+
+// Terminal and file together. Made with the first line and never destroyed: threads that outlive
+// main go on logging. Any thread.
+class Log {
+public:
+    static Log& GetInstance();
+
+    bool Shows(spdlog::level::level_enum level) const { return level >= m_Level; }
+
+    // Writes a message of any length, each of its lines as one of the log, without lines of other
+    // threads in between.
+    void Write(spdlog::level::level_enum level, const char* tag, std::string_view message);
+
+    void DrainTerminal() { m_Terminal.Drain(kLastLinesPatience); }
+
+private:
+    Log();
+    void m_ChooseLevel();
+    void m_OpenFile();
+    void m_WriteLine(const spdlog::details::log_msg& line);
+    void m_WriteToFile(const spdlog::details::log_msg& line);
+
+    std::mutex m_Mutex;
+    spdlog::level::level_enum m_Level = spdlog::level::info;
+    LogTerminal m_Terminal;
+    std::unique_ptr<LogFile> m_File;
+    bool m_FileFails = false;
+};
+
+std::terminate_handler g_NextTerminateHandler = nullptr;
+
+[[noreturn]] void DrainAndTerminate() {
+    Log::GetInstance().DrainTerminal();
+    if (g_NextTerminateHandler != nullptr) {
+        g_NextTerminateHandler();
+    }
+    std::abort();
+}
+
+Log& Log::GetInstance() {
+    static Log* const instance = [] {
+        auto* log = new Log;
+        g_NextTerminateHandler = std::set_terminate(DrainAndTerminate);
+        (void)std::atexit([] { GetInstance().DrainTerminal(); });
+        return log;
+    }();
+    return *instance;
+}
+
+Log::Log() {
+    m_ChooseLevel();
+    m_OpenFile();
+}
+
+void Log::m_ChooseLevel() {
+    const char* chosen = std::getenv("QUORVEL_LOG_LEVEL");
+    if (chosen == nullptr || std::strcmp(chosen, "info") == 0) {
+        return;
+    }
+    if (std::strcmp(chosen, "error") == 0) {
+        m_Level = spdlog::level::err;
+    } else if (std::strcmp(chosen, "off") == 0) {
+        m_Level = spdlog::level::off;
+    } else {
+        m_Terminal.Put({kOwnTag, spdlog::level::err,
+                        "QUORVEL_LOG_LEVEL is none of info, error and off: info is used"});
+    }
+}
+
+void Log::m_OpenFile() {
+    try {
+        m_File = std::make_unique<LogFile>(LogFilePath(), kMaxFileBytes, kOldFiles);
+    } catch (const std::exception& error) {
+        const std::string text = std::string("no log file is written: ") + error.what();
+        m_Terminal.Put({kOwnTag, spdlog::level::err, text});
+    }
+}
+
+void Log::Write(spdlog::level::level_enum level, const char* tag, std::string_view message) {
+    message = message.substr(0, message.find_last_not_of('\n') + 1);
+    const std::lock_guard<std::mutex> lock(m_Mutex);
+    for (;;) {
+        const std::size_t end = message.find('\n');
+        const std::string_view text = message.substr(0, end);
+        m_WriteLine({tag, level, spdlog::string_view_t(text.data(), text.size())});
+        if (end == std::string_view::npos) {
+            return;
+        }
+        message.remove_prefix(end + 1);
+    }
+}
+
+void Log::m_WriteLine(const spdlog::details::log_msg& line) {
+    m_Terminal.Put(line);
+    if (m_File != nullptr) {
+        m_WriteToFile(line);
+    }
+}
+
+// A file that fails (no space) is tried again with each line, and its failure told once.
+void Log::m_WriteToFile(const spdlog::details::log_msg& line) {
+    try {
+        m_File->Write(line);
+        m_FileFails = false;
+    } catch (const std::exception& error) {
+        if (!m_FileFails) {
+            const std::string text = std::string("the log file lacks lines: ") + error.what();
+            m_Terminal.Put({kOwnTag, spdlog::level::err, text});
+        }
+        m_FileFails = true;
+    }
+}
+
+[[gnu::format(printf, 1, 0)]] std::string Format(const char* format, va_list arguments) {
+    va_list again;
+    va_copy(again, arguments);
+    const int length = std::vsnprintf(nullptr, 0, format, again);
+    va_end(again);
+    std::string text(static_cast<std::size_t>(length < 0 ? 0 : length), '\0');
+    std::vsnprintf(text.data(), text.size() + 1, format, arguments);
+    return text;
+}
+
+[[gnu::format(printf, 3, 0)]] int Print(int priority, const char* tag, const char* format,
+                                        va_list arguments) {
+    if (tag == nullptr || format == nullptr || (priority != DLOG_INFO && priority != DLOG_ERROR)) {
+        return -EINVAL;
+    }
+    const auto level = priority == DLOG_ERROR ? spdlog::level::err : spdlog::level::info;
+    Log& log = Log::GetInstance();
+    if (!log.Shows(level)) {
+        return 0;
+    }
+    const std::string message = Format(format, arguments);
+    log.Write(level, tag, message);
+    return static_cast<int>(message.size());
+}
+
+}  // namespace
+
+void LogError(const std::string& message) {
+    Log::GetInstance().Write(spdlog::level::err, kOwnTag, message);
+}
+
+void LogInfo(const std::string& message) {
+    if (Log::GetInstance().Shows(spdlog::level::info)) {
+        Log::GetInstance().Write(spdlog::level::info, kOwnTag, message);
+    }
+}
+
+}  // namespace quorvel::desktop
+
+int __dlog_print(log_id_t, int prio, const char* tag, const char* fmt, ...) {
+    // A log line changes nothing for its writer: neither errno nor by an exception.
+    const int error = errno;
+    int result = -1;
+    va_list arguments;
+    va_start(arguments, fmt);
+    try {
+        result = quorvel::desktop::Print(prio, tag, fmt, arguments);
+    } catch (const std::exception&) {
+        result = -ENOMEM;
+    }
+    va_end(arguments);
+    errno = error;
+    return result;
+}

@@ -1,0 +1,137 @@
+#include "log/log_terminal.h"
+
+#include <poll.h>
+#include <spdlog/details/os.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <csignal>
+#include <cstdio>
+#include <string>
+#include <string_view>
+#include <system_error>
+#include <thread>
+#include <utility>
+
+namespace quorvel::desktop {
+
+namespace {
+
+// The brief form of the set's log: level/tag, process, message.
+constexpr const char* kPattern = "%L/%-8n(%5P): %v";
+constexpr std::size_t kMaxQueuedBytes = std::size_t{1} << 20;
+
+constexpr const char* kColourEnd = "\x1b[m";
+
+const char* ColourOf(spdlog::level::level_enum level) {
+    switch (level) {
+        case spdlog::level::err:
+            return "\x1b[1;31m";
+        case spdlog::level::warn:
+            return "\x1b[33m";
+        default:
+            return "\x1b[32m";
+    }
+}
+
+// Past the stream stderr, whose lock a thread that is stuck here would keep from the program's end.
+void WriteToTerminal(std::string_view text) {
+    while (!text.empty()) {
+        const ssize_t written = write(STDERR_FILENO, text.data(), text.size());
+        if (written < 0 && errno == EAGAIN) {
+            pollfd full{STDERR_FILENO, POLLOUT, 0};
+            poll(&full, 1, -1);
+        } else if (written < 0 && errno != EINTR) {
+            return;
+        }
+        text.remove_prefix(static_cast<std::size_t>(std::max<ssize_t>(written, 0)));
+    }
+}
+
+}  // namespace
+
+LogTerminal::LogTerminal()
+    : m_Formatter(kPattern),
+      m_IsColoured(spdlog::details::os::in_terminal(stderr) &&
+                   spdlog::details::os::is_color_terminal()) {
+    m_Start();
+}
+
+void LogTerminal::Put(const spdlog::details::log_msg& line) {
+    const std::lock_guard<std::mutex> lock(m_Mutex);
+    if (m_QueuedBytes > kMaxQueuedBytes) {
+        ++m_LeftOut;
+        return;
+    }
+    m_QueueNotice();
+    m_Queue.emplace_back(line);
+    m_QueuedBytes += line.payload.size() + sizeof(line);
+    m_Changed.notify_all();
+}
+
+void LogTerminal::Drain(std::chrono::milliseconds patience) {
+    std::unique_lock<std::mutex> lock(m_Mutex);
+    m_Changed.wait_for(lock, patience, [this] { return m_Queue.empty() && !m_IsWriting; });
+}
+
+// The thread takes no signals: those that end the program are the main loop's, and the one about a
+// pipe whose reader is gone is not to end it at all.
+void LogTerminal::m_Start() {
+    sigset_t all;
+    sigset_t before;
+    sigfillset(&all);
+    pthread_sigmask(SIG_SETMASK, &all, &before);
+    try {
+        std::thread([this] { m_Run(); }).detach();
+    } catch (const std::system_error&) {
+        // Without the thread the lines go to the file alone.
+        m_QueuedBytes = kMaxQueuedBytes + 1;
+    }
+    pthread_sigmask(SIG_SETMASK, &before, nullptr);
+}
+
+void LogTerminal::m_Run() {
+    std::unique_lock<std::mutex> lock(m_Mutex);
+    for (;;) {
+        m_Changed.wait(lock, [this] { return !m_Queue.empty(); });
+        const spdlog::details::log_msg_buffer line = std::move(m_Queue.front());
+        m_Queue.pop_front();
+        m_IsWriting = true;
+        lock.unlock();
+        m_Write(line);
+        lock.lock();
+        m_IsWriting = false;
+        m_QueuedBytes -= line.payload.size() + sizeof(spdlog::details::log_msg);
+        if (m_Queue.empty()) {
+            m_QueueNotice();
+        }
+        m_Changed.notify_all();
+    }
+}
+
+// As one piece, so that lines of other programs do not get into it.
+void LogTerminal::m_Write(const spdlog::details::log_msg& line) {
+    spdlog::memory_buf_t formatted;
+    m_Formatter.format(line, formatted);
+    std::string text(formatted.data(), formatted.size());
+    if (m_IsColoured) {
+        text.insert(text.size() - 1, kColourEnd);
+        text.insert(0, ColourOf(line.level));
+    }
+    WriteToTerminal(text);
+}
+
+// Called with the mutex held.
+void LogTerminal::m_QueueNotice() {
+    if (m_LeftOut == 0) {
+        return;
+    }
+    const std::string text =
+        std::to_string(std::exchange(m_LeftOut, 0)) + " lines are left out here";
+    const spdlog::details::log_msg notice("quorvel", spdlog::level::warn, text);
+    m_Queue.emplace_back(notice);
+    m_QueuedBytes += notice.payload.size() + sizeof(notice);
+}
+
+}  // namespace quorvel::desktop

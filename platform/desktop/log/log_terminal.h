@@ -1,0 +1,49 @@
+#ifndef QUORVEL_PLATFORM_DESKTOP_LOG_LOG_TERMINAL_H_
+#define QUORVEL_PLATFORM_DESKTOP_LOG_LOG_TERMINAL_H_
+
+#include <spdlog/details/log_msg_buffer.h>
+#include <spdlog/pattern_formatter.h>
+
+#include <chrono>
+#include <condition_variable>
+#include <cstddef>
+#include <deque>
+#include <mutex>
+
+namespace quorvel::desktop {
+
+// Writes log lines to the standard error stream from a thread of its own, so that a terminal that
+// is stopped or a pipe that nobody reads holds up that thread and nothing else. Lines beyond what
+// the queue takes are left out, and their number is written in their place.
+// Owned by the log and never destroyed, since its thread may be stuck. Any thread.
+class LogTerminal {
+public:
+    LogTerminal();
+    LogTerminal(const LogTerminal&) = delete;
+    LogTerminal& operator=(const LogTerminal&) = delete;
+
+    // Copies the line and returns at once.
+    void Put(const spdlog::details::log_msg& line);
+
+    // Waits until everything is written, but not longer than patience.
+    void Drain(std::chrono::milliseconds patience);
+
+private:
+    void m_Start();
+    void m_Run();
+    void m_QueueNotice();
+    void m_Write(const spdlog::details::log_msg& line);
+
+    spdlog::pattern_formatter m_Formatter;
+    const bool m_IsColoured;
+    std::mutex m_Mutex;
+    std::condition_variable m_Changed;
+    std::deque<spdlog::details::log_msg_buffer> m_Queue;
+    std::size_t m_QueuedBytes = 0;
+    std::size_t m_LeftOut = 0;
+    bool m_IsWriting = false;
+};
+
+}  // namespace quorvel::desktop
+
+#endif  // QUORVEL_PLATFORM_DESKTOP_LOG_LOG_TERMINAL_H_

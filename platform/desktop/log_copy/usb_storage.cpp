@@ -1,0 +1,189 @@
+#include "log_copy/usb_storage.h"
+
+#include <fcntl.h>
+#include <libmount/libmount.h>
+#include <libudev.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <memory>
+#include <set>
+#include <string_view>
+#include <system_error>
+
+namespace quorvel::desktop {
+
+namespace {
+
+// A root behind dm-crypt or LVM is not seen to be on a USB device; what it starts from is.
+constexpr std::array<std::string_view, 6> kSystemFolders{"/",    "/boot", "/boot/efi",
+                                                         "/usr", "/var",  "/home"};
+
+struct UdevRelease {
+    void operator()(udev* context) const { udev_unref(context); }
+    void operator()(udev_enumerate* list) const { udev_enumerate_unref(list); }
+    void operator()(udev_device* device) const { udev_device_unref(device); }
+};
+template <typename T>
+using UdevPtr = std::unique_ptr<T, UdevRelease>;
+
+struct MountRelease {
+    void operator()(libmnt_table* table) const { mnt_unref_table(table); }
+    void operator()(libmnt_iter* position) const { mnt_free_iter(position); }
+};
+template <typename T>
+using MountPtr = std::unique_ptr<T, MountRelease>;
+
+// For libraries that report with a negative error number, or a null pointer and errno.
+[[noreturn]] void Fail(int error, const char* what) {
+    throw std::system_error(error, std::generic_category(), what);
+}
+
+std::string Text(const char* text) {
+    return text == nullptr ? std::string() : text;
+}
+
+const BlockDevice* DeviceOf(const Mount& mount, const std::vector<BlockDevice>& devices) {
+    const auto found =
+        std::find_if(devices.begin(), devices.end(), [&mount](const BlockDevice& device) {
+            return device.number == mount.number ||
+                   (!device.node.empty() && device.node == mount.source);
+        });
+    return found == devices.end() ? nullptr : &*found;
+}
+
+std::string UsbDeviceOf(const Mount& mount, const std::vector<BlockDevice>& devices) {
+    const BlockDevice* device = DeviceOf(mount, devices);
+    return device == nullptr ? std::string() : device->usbDevice;
+}
+
+bool IsOfTheSystem(const std::string& folder) {
+    return std::find(kSystemFolders.begin(), kSystemFolders.end(), folder) != kSystemFolders.end();
+}
+
+// The USB devices that carry a part of the system, whichever of their partitions it is on.
+std::set<std::string> SystemUsbDevices(const std::vector<BlockDevice>& devices,
+                                       const std::vector<Mount>& mounts) {
+    std::set<std::string> system;
+    for (const Mount& mount : mounts) {
+        if (IsOfTheSystem(mount.folder)) {
+            system.insert(UsbDeviceOf(mount, devices));
+        }
+    }
+    return system;
+}
+
+bool IsHidden(const std::vector<Mount>& mounts, std::size_t index) {
+    return std::any_of(
+        mounts.begin() + static_cast<std::ptrdiff_t>(index) + 1, mounts.end(),
+        [&mounts, index](const Mount& later) { return later.folder == mounts[index].folder; });
+}
+
+UsbStorage Examine(const Mount& mount, const WriteProbe& probe) {
+    return {mount.readOnly ? EROFS : probe(mount.folder), mount.folder, mount.id};
+}
+
+// As the effective user, which is the one that would write.
+int ProbeFolder(const std::string& folder) {
+    return faccessat(AT_FDCWD, folder.c_str(), W_OK | X_OK, AT_EACCESS) == 0 ? 0 : errno;
+}
+
+bool HasReadOnlyOption(const char* options) {
+    return options != nullptr && mnt_optstr_get_option(options, "ro", nullptr, nullptr) == 0;
+}
+
+Mount ToMount(libmnt_fs* row) {
+    const bool readOnly = HasReadOnlyOption(mnt_fs_get_vfs_options(row)) ||
+                          HasReadOnlyOption(mnt_fs_get_fs_options(row));
+    return {static_cast<std::uint64_t>(mnt_fs_get_id(row)), mnt_fs_get_devno(row),
+            Text(mnt_fs_get_source(row)), Text(mnt_fs_get_target(row)), readOnly};
+}
+
+BlockDevice ToBlockDevice(udev_device* device) {
+    // The parent belongs to the device.
+    udev_device* usb = udev_device_get_parent_with_subsystem_devtype(device, "usb", "usb_device");
+    return {udev_device_get_devnum(device), Text(udev_device_get_devnode(device)),
+            usb == nullptr ? std::string() : Text(udev_device_get_syspath(usb))};
+}
+
+UdevPtr<udev_enumerate> ListBlockSubsystem(udev* context) {
+    UdevPtr<udev_enumerate> list(udev_enumerate_new(context));
+    if (list == nullptr) {
+        Fail(errno, "udev_enumerate_new");
+    }
+    int result = udev_enumerate_add_match_subsystem(list.get(), "block");
+    if (result >= 0) {
+        result = udev_enumerate_scan_devices(list.get());
+    }
+    if (result < 0) {
+        Fail(-result, "block devices");
+    }
+    return list;
+}
+
+}  // namespace
+
+UsbStorage ChooseUsbStorage(const std::vector<BlockDevice>& devices,
+                            const std::vector<Mount>& mounts, const WriteProbe& probe) {
+    const std::set<std::string> system = SystemUsbDevices(devices, mounts);
+    UsbStorage first{ENOMEDIUM, "", std::nullopt};
+    for (std::size_t i = 0; i < mounts.size(); ++i) {
+        const std::string device = UsbDeviceOf(mounts[i], devices);
+        if (device.empty() || system.count(device) > 0 || IsHidden(mounts, i)) {
+            continue;
+        }
+        UsbStorage storage = Examine(mounts[i], probe);
+        if (storage.error == 0) {
+            return storage;
+        }
+        if (first.error == ENOMEDIUM) {
+            first = storage;
+        }
+    }
+    return first;
+}
+
+std::vector<BlockDevice> ReadBlockDevices() {
+    const UdevPtr<udev> context(udev_new());
+    if (context == nullptr) {
+        Fail(errno, "udev_new");
+    }
+    const UdevPtr<udev_enumerate> list = ListBlockSubsystem(context.get());
+    std::vector<BlockDevice> devices;
+    for (udev_list_entry* entry = udev_enumerate_get_list_entry(list.get()); entry != nullptr;
+         entry = udev_list_entry_get_next(entry)) {
+        const UdevPtr<udev_device> device(
+            udev_device_new_from_syspath(context.get(), udev_list_entry_get_name(entry)));
+        // Null when it was unplugged since it was listed.
+        if (device != nullptr) {
+            devices.push_back(ToBlockDevice(device.get()));
+        }
+    }
+    return devices;
+}
+
+std::vector<Mount> ReadMounts() {
+    const MountPtr<libmnt_table> table(mnt_new_table());
+    const MountPtr<libmnt_iter> position(mnt_new_iter(MNT_ITER_FORWARD));
+    if (table == nullptr || position == nullptr) {
+        Fail(ENOMEM, "mount table");
+    }
+    const int result = mnt_table_parse_mtab(table.get(), nullptr);
+    if (result != 0) {
+        Fail(result < 0 ? -result : EIO, "mount table");
+    }
+    std::vector<Mount> mounts;
+    libmnt_fs* row = nullptr;
+    while (mnt_table_next_fs(table.get(), position.get(), &row) == 0) {
+        mounts.push_back(ToMount(row));
+    }
+    return mounts;
+}
+
+UsbStorage FindUsbStorage() {
+    return ChooseUsbStorage(ReadBlockDevices(), ReadMounts(), ProbeFolder);
+}
+
+}  // namespace quorvel::desktop

@@ -1,0 +1,55 @@
+#include "toolkit/theme.h"
+
+#include <Elementary.h>
+
+#include <array>
+#include <string>
+
+#include "log/log.h"
+#include "resources.h"
+
+namespace quorvel::desktop {
+
+namespace {
+
+// A file of the theme and a group that only this file brings.
+struct Overlay {
+    const char* file;
+    const char* group;
+};
+
+constexpr std::array<Overlay, 2> kOverlays{{
+    {"theme/quorvel.edj", "elm/button/base/C_ButtonBasic_WhiteText"},
+    {"theme/quorvel-text.edj", "elm/label/base/slide_short"},
+}};
+
+// The toolkit takes a missing or broken file without a word, so ask it for the group.
+bool AddOverlay(const Overlay& overlay) {
+    const std::string path = FindResource(overlay.file);
+    elm_theme_overlay_add(nullptr, path.c_str());
+    const char* found = elm_theme_group_path_find(nullptr, overlay.group);
+    if (found != nullptr && path == found) {
+        return true;
+    }
+    LogError("the theme cannot be used: " + path);
+    return false;
+}
+
+}  // namespace
+
+bool AddTheme() {
+    for (const Overlay& overlay : kOverlays) {
+        if (!AddOverlay(overlay)) {
+            return false;
+        }
+    }
+    return true;
+}
+
+void RemoveTheme() {
+    for (const Overlay& overlay : kOverlays) {
+        elm_theme_overlay_del(nullptr, FindResource(overlay.file).c_str());
+    }
+}
+
+}  // namespace quorvel::desktop

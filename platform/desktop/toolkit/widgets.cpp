@@ -1,0 +1,41 @@
+#include "toolkit/widgets.h"
+
+#include <Efl_Ui.h>
+
+namespace quorvel::desktop {
+
+namespace {
+
+void AddWidgets(Evas_Object* object, std::string_view type, std::vector<Evas_Object*>& found) {
+    if (IsWidget(object, type)) {
+        found.push_back(object);
+        return;
+    }
+    if (!efl_isa(object, EFL_CANVAS_GROUP_CLASS)) {
+        return;
+    }
+    Eina_List* members = evas_object_smart_members_get(object);
+    void* member = nullptr;
+    EINA_LIST_FREE(members, member) {
+        AddWidgets(static_cast<Evas_Object*>(member), type, found);
+    }
+}
+
+}  // namespace
+
+bool IsWidget(const Evas_Object* object, std::string_view type) {
+    const char* name = object == nullptr ? nullptr : evas_object_type_get(object);
+    return name != nullptr && type == name;
+}
+
+std::vector<Evas_Object*> WidgetsOf(Evas_Object* window, std::string_view type) {
+    std::vector<Evas_Object*> found;
+    const Evas* canvas = evas_object_evas_get(window);
+    for (Evas_Object* object = evas_object_bottom_get(canvas); object != nullptr;
+         object = evas_object_above_get(object)) {
+        AddWidgets(object, type, found);
+    }
+    return found;
+}
+
+}  // namespace quorvel::desktop

@@ -1,0 +1,82 @@
+#include "toolkit/window.h"
+
+#include <Ecore_Evas.h>
+#include <Elementary.h>
+
+#include <algorithm>
+
+#include "toolkit/pointer.h"
+
+namespace quorvel::desktop {
+
+namespace {
+
+constexpr int kSetWidth = 1920;
+constexpr int kSetHeight = 1080;
+constexpr double kSetScale = 2.0;
+// What draws into memory calls its own first, tiny size its screen.
+constexpr int kSmallestScreen = 64;
+
+Evas_Object* g_MainWindow = nullptr;
+
+void OnWindowDeleted(void*, Evas*, Evas_Object* window, void*) {
+    if (window == g_MainWindow) {
+        g_MainWindow = nullptr;
+    }
+}
+
+void FillScreen(Evas_Object* window) {
+    int width = 0;
+    int height = 0;
+    elm_win_screen_size_get(window, nullptr, nullptr, &width, &height);
+    if (width < kSmallestScreen || height < kSmallestScreen) {
+        width = kSetWidth;
+        height = kSetHeight;
+    }
+    elm_config_scale_set(ScaleFor(width, height));
+    evas_object_resize(window, width, height);
+    elm_win_fullscreen_set(window, EINA_TRUE);
+}
+
+// The display system gives the window its focus only after the application has focused its first
+// row, which then would not show it. On the set the window has the focus from the start.
+void GiveFocus(Evas_Object* window) {
+    Ecore_Evas* canvas = ecore_evas_ecore_evas_get(evas_object_evas_get(window));
+    ecore_evas_focus_device_set(canvas, nullptr, EINA_FALSE);
+    ecore_evas_focus_device_set(canvas, nullptr, EINA_TRUE);
+}
+
+}  // namespace
+
+double ScaleFor(int width, int height) {
+    return kSetScale * std::min(static_cast<double>(width) / kSetWidth,
+                                static_cast<double>(height) / kSetHeight);
+}
+
+void SetUpWindow(Evas_Object* window) {
+    g_MainWindow = window;
+    evas_object_event_callback_add(window, EVAS_CALLBACK_DEL, OnWindowDeleted, nullptr);
+    FillScreen(window);
+    GiveFocus(window);
+    HidePointer(window);
+}
+
+Evas_Object* MainWindow() {
+    return g_MainWindow;
+}
+
+}  // namespace quorvel::desktop
+
+// The linker's names for the call as the application makes it, and as the toolkit has it.
+// NOLINTBEGIN(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp)
+extern "C" Evas_Object* __real_elm_win_util_standard_add(const char* name, const char* title);
+extern "C" Evas_Object* __wrap_elm_win_util_standard_add(const char* name, const char* title);
+
+Evas_Object* __wrap_elm_win_util_standard_add(const char* name, const char* title) {
+    Evas_Object* window = __real_elm_win_util_standard_add(name, title);
+    if (window != nullptr) {
+        quorvel::desktop::SetUpWindow(window);
+    }
+    return window;
+}
+// NOLINTEND(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp)

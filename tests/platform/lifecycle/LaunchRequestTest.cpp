@@ -1,0 +1,147 @@
+#include "lifecycle/launch_request.h"
+
+#include <app_control_internal.h>
+#include <gmock/gmock.h>
+
+#include <string>
+#include <vector>
+
+using quorvel::desktop::Decoded;
+using quorvel::desktop::DecodeMessage;
+using quorvel::desktop::EncodeMessage;
+using quorvel::desktop::KeyValues;
+using quorvel::desktop::kMaxMessagePayload;
+using quorvel::desktop::ReadArguments;
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::Pair;
+
+namespace {
+
+// Reads the arguments after the program's name; stranger is the one of another form, or empty.
+KeyValues Read(std::vector<std::string> arguments, std::string* stranger = nullptr) {
+    arguments.insert(arguments.begin(), "quorvel");
+    std::vector<char*> pointers;
+    pointers.reserve(arguments.size());
+    for (std::string& argument : arguments) {
+        pointers.push_back(argument.data());
+    }
+    KeyValues values;
+    const char* found = ReadArguments(static_cast<int>(pointers.size()), pointers.data(), values);
+    if (stranger != nullptr) {
+        *stranger = found == nullptr ? "" : found;
+    } else {
+        EXPECT_EQ(found, nullptr);
+    }
+    return values;
+}
+
+Decoded Decode(const std::string& bytes) {
+    KeyValues values;
+    return DecodeMessage(bytes, values);
+}
+
+TEST(LaunchRequestTest, NoArgumentsAreAnEmptyRequest) {
+    EXPECT_THAT(Read({}), IsEmpty());
+}
+
+TEST(LaunchRequestTest, KeyEndsAtTheFirstEqualsSign) {
+    EXPECT_THAT(Read({"A=1", "B=x=y", "C="}),
+                ElementsAre(Pair("A", "1"), Pair("B", "x=y"), Pair("C", "")));
+}
+
+TEST(LaunchRequestTest, LastOfEqualKeysCounts) {
+    EXPECT_THAT(Read({"A=1", "A=2"}), ElementsAre(Pair("A", "2")));
+}
+
+TEST(LaunchRequestTest, ArgumentOfAnotherFormIsNamedAndNothingIsRead) {
+    std::string stranger;
+    EXPECT_THAT(Read({"A=1", "--help"}, &stranger), IsEmpty());
+    EXPECT_EQ(stranger, "--help");
+    EXPECT_THAT(Read({"=1"}, &stranger), IsEmpty());
+    EXPECT_EQ(stranger, "=1");
+}
+
+TEST(LaunchRequestTest, BundleBelongsToTheRequest) {
+    app_control_s request{{{{"EXEPARAM", "CLOSE"}}}};
+    bundle* values = nullptr;
+    ASSERT_EQ(app_control_to_bundle(&request, &values), APP_CONTROL_ERROR_NONE);
+    EXPECT_EQ(values, &request.request);
+}
+
+TEST(LaunchRequestTest, NullInsteadOfARequestIsAnError) {
+    app_control_s request{};
+    bundle untouched{};
+    bundle* values = &untouched;
+    EXPECT_EQ(app_control_to_bundle(nullptr, &values), APP_CONTROL_ERROR_INVALID_PARAMETER);
+    EXPECT_EQ(app_control_to_bundle(&request, nullptr), APP_CONTROL_ERROR_INVALID_PARAMETER);
+    EXPECT_EQ(values, &untouched);
+}
+
+TEST(LaunchRequestTest, ValueIsTheBundles) {
+    bundle values{{{"EXEPARAM", "CLOSE"}}};
+    char* value = nullptr;
+    ASSERT_EQ(bundle_get_str(&values, "EXEPARAM", &value), BUNDLE_ERROR_NONE);
+    EXPECT_EQ(value, values.values["EXEPARAM"].data());
+    EXPECT_STREQ(value, "CLOSE");
+}
+
+TEST(LaunchRequestTest, MissingKeyLeavesTheValueAlone) {
+    bundle values{{{"EXEPARAM", "CLOSE"}}};
+    char before = 'x';
+    char* value = &before;
+    EXPECT_EQ(bundle_get_str(&values, "exeparam", &value), BUNDLE_ERROR_KEY_NOT_AVAILABLE);
+    EXPECT_EQ(value, &before);
+}
+
+TEST(LaunchRequestTest, NullInsteadOfABundleIsAnError) {
+    bundle values{};
+    char* value = nullptr;
+    EXPECT_EQ(bundle_get_str(nullptr, "A", &value), BUNDLE_ERROR_INVALID_PARAMETER);
+    EXPECT_EQ(bundle_get_str(&values, nullptr, &value), BUNDLE_ERROR_INVALID_PARAMETER);
+    EXPECT_EQ(bundle_get_str(&values, "A", nullptr), BUNDLE_ERROR_INVALID_PARAMETER);
+}
+
+TEST(LaunchRequestTest, MessageCarriesTheRequest) {
+    const KeyValues request{{"A", "1"}, {"B", "x=y\nz"}, {"C", ""}};
+    KeyValues received;
+    EXPECT_EQ(DecodeMessage(EncodeMessage(request), received), Decoded::kComplete);
+    EXPECT_EQ(received, request);
+    EXPECT_EQ(DecodeMessage(EncodeMessage({}), received), Decoded::kComplete);
+    EXPECT_THAT(received, IsEmpty());
+}
+
+TEST(LaunchRequestTest, EveryBeginningOfAMessageIsIncomplete) {
+    const std::string message = EncodeMessage({{"A", "1"}, {"B", "2"}});
+    for (std::size_t size = 0; size < message.size(); ++size) {
+        EXPECT_EQ(Decode(message.substr(0, size)), Decoded::kIncomplete) << size;
+    }
+}
+
+TEST(LaunchRequestTest, WhatIsNoMessageIsGarbage) {
+    const std::string good = EncodeMessage({{"A", "1"}});
+    EXPECT_EQ(Decode("GET / HTTP/1.1\r\n"), Decoded::kGarbage);
+    EXPECT_EQ(Decode("quorvelX"), Decoded::kGarbage);
+    EXPECT_EQ(Decode(good + "x"), Decoded::kGarbage);
+    EXPECT_EQ(Decode(good.substr(0, good.size() - 1) + "x"), Decoded::kGarbage) << "no zero at end";
+    const std::string noKey("quorvel1\2\0\0\0x\0", 14);
+    EXPECT_EQ(Decode(noKey), Decoded::kGarbage);
+}
+
+TEST(LaunchRequestTest, GarbageLeavesTheValuesAlone) {
+    KeyValues values{{"A", "1"}};
+    const std::string halfGood("quorvel1\6\0\0\0B=2\0x\0", 18);
+    EXPECT_EQ(DecodeMessage(halfGood, values), Decoded::kGarbage);
+    EXPECT_THAT(values, ElementsAre(Pair("A", "1")));
+}
+
+TEST(LaunchRequestTest, LengthIsLimited) {
+    // Key, equals sign and zero take three bytes.
+    EXPECT_EQ(Decode(EncodeMessage({{"A", std::string(kMaxMessagePayload - 3, 'x')}})),
+              Decoded::kComplete);
+    EXPECT_THAT(EncodeMessage({{"A", std::string(kMaxMessagePayload - 2, 'x')}}), IsEmpty());
+    EXPECT_EQ(Decode(std::string("quorvel1\1\0\1\0", 12)), Decoded::kTooLong);
+    EXPECT_EQ(Decode("quorvel1\xff\xff\xff\xff"), Decoded::kTooLong);
+}
+
+}  // namespace

@@ -1,0 +1,171 @@
+// Several programs of one user at once.
+
+#include <sys/stat.h>
+
+#include <chrono>
+#include <csignal>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "lifecycle/launch_request.h"
+#include "platform/fixtures/RecordedApp.h"
+#include "platform/fixtures/Socket.h"
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::SizeIs;
+
+namespace {
+
+class OneInstanceTest : public RecordedApp {
+protected:
+    std::unique_ptr<ChildProgram> StartOwner() const {
+        auto owner = Start();
+        EXPECT_TRUE(AwaitEvent("control "));
+        return owner;
+    }
+};
+
+TEST_F(OneInstanceTest, SecondProgramHandsItsRequestOver) {
+    const auto owner = StartOwner();
+    const auto second = Start({"NAME=second"});
+    EXPECT_EQ(second->Exit(), 0);
+    EXPECT_THAT(Events(*owner), ElementsAre("create", "control ", "control second"));
+    EXPECT_THAT(Events(*second), ElementsAre("end"));
+}
+
+TEST_F(OneInstanceTest, CloseRequestClosesTheRunningOne) {
+    const auto owner = StartOwner();
+    EXPECT_EQ(Run({"EXEPARAM=CLOSE"}), 0);
+    EXPECT_EQ(owner->Exit(), 0);
+    EXPECT_THAT(Events(*owner),
+                ElementsAre("create", "control ", "control CLOSE", "terminate", "end"));
+}
+
+TEST_F(OneInstanceTest, SecondProgramWaitsUntilControlHasHadItsRequest) {
+    const auto owner = StartOwner();
+    const auto second = Start({"EXEPARAM=WAIT"});
+    ASSERT_TRUE(AwaitEvent("control WAIT"));
+    EXPECT_FALSE(Await([this] { return Count("end") > 0; }, std::chrono::milliseconds(300)));
+    owner->Proceed();
+    EXPECT_EQ(second->Exit(), 0);
+}
+
+// Both are there when the program goes on, and are read in the same turn of its main loop.
+TEST_F(OneInstanceTest, NothingIsDeliveredAfterARequestThatEndsTheLoop) {
+    const auto owner = StartOwner();
+    const Socket first = Socket::Connect(m_Folders.Socket());
+    const Socket second = Socket::Connect(m_Folders.Socket());
+    // It comes later than they do, so they are connected afterwards.
+    EXPECT_EQ(Run({"NAME=third"}), 0);
+    owner->Stop();
+    for (const Socket* sender : {&first, &second}) {
+        sender->Send(quorvel::desktop::EncodeMessage({{"EXEPARAM", "CLOSE"}}));
+    }
+    owner->Signal(SIGCONT);
+    EXPECT_EQ(owner->Exit(), 0);
+    EXPECT_THAT(Events(*owner), ElementsAre("create", "control ", "control third", "control CLOSE",
+                                            "terminate", "end"));
+    EXPECT_EQ((first.Receive() + second.Receive()).size(), 1U) << "one is answered";
+}
+
+TEST_F(OneInstanceTest, SecondProgramNeedsNoDisplay) {
+    const auto owner = StartOwner();
+    EXPECT_EQ(Run({"EXEPARAM=CLOSE"}, {{"ELM_DISPLAY", ""}}), 0);
+    EXPECT_EQ(owner->Exit(), 0);
+}
+
+TEST_F(OneInstanceTest, WithoutASessionFolderItWorksToo) {
+    const Environment noSession{{"XDG_RUNTIME_DIR", m_Folders.Root() / "missing"}};
+    const auto owner = Start({}, noSession);
+    ASSERT_TRUE(AwaitEvent("control "));
+    EXPECT_EQ(Run({"EXEPARAM=CLOSE"}, noSession), 0);
+    EXPECT_EQ(owner->Exit(), 0);
+}
+
+TEST_F(OneInstanceTest, FolderThatOthersCanEnterIsRefused) {
+    const std::string folder = m_Folders.Root() / "tmp" / ("quorvel-" + std::to_string(geteuid()));
+    ASSERT_EQ(mkdir(folder.c_str(), 0700), 0);
+    ASSERT_EQ(chmod(folder.c_str(), 0777), 0);
+    const auto app = Start({}, {{"XDG_RUNTIME_DIR", m_Folders.Root() / "missing"}});
+    EXPECT_EQ(app->Exit(), 1);
+    EXPECT_THAT(Errors(*app), ElementsAre(folder + " is not a folder of yours that is closed to "
+                                                   "others"));
+}
+
+TEST_F(OneInstanceTest, OfTenAtOnceOneGetsAllRequests) {
+    std::vector<std::unique_ptr<ChildProgram>> programs(10);
+    for (auto& program : programs) {
+        program = Start({"NAME=request"});
+    }
+    ASSERT_TRUE(AwaitEvent("control request", 10));
+    ASSERT_TRUE(AwaitEvent("end", 9));
+    EXPECT_EQ(Count("create"), 1);
+    EXPECT_EQ(Run({"EXEPARAM=CLOSE"}), 0);
+    for (const auto& program : programs) {
+        EXPECT_EQ(program->Exit(), 0);
+        EXPECT_THAT(Errors(*program), IsEmpty());
+        const std::vector<Event> events = Events(*program);
+        EXPECT_THAT(events, testing::AnyOf(SizeIs(1), SizeIs(1 + 10 + 3)));
+    }
+    EXPECT_EQ(Count("create"), 1);
+    EXPECT_EQ(Count("control request"), 10);
+}
+
+// Whoever comes when the running one is about to end gets a program of its own, in which the others
+// find theirs.
+TEST_F(OneInstanceTest, NoRequestIsLostWhenTheOwnerEnds) {
+    const auto owner = StartOwner();
+    std::vector<std::unique_ptr<ChildProgram>> programs(8);
+    for (auto& program : programs) {
+        program = Start({&program == &programs[3] ? "EXEPARAM=CLOSE" : "NAME=request"});
+    }
+    ASSERT_TRUE(AwaitEvent("control request", 7));
+    EXPECT_EQ(owner->Exit(), 0);
+    EXPECT_EQ(Run({"EXEPARAM=CLOSE"}), 0);
+    for (const auto& program : programs) {
+        EXPECT_EQ(program->Exit(), 0);
+    }
+    EXPECT_EQ(Count("control request"), 7);
+    EXPECT_EQ(Count("create"), Count("terminate"));
+}
+
+TEST_F(OneInstanceTest, KilledOwnerIsSucceeded) {
+    const auto killed = StartOwner();
+    killed->Signal(SIGKILL);
+    EXPECT_EQ(killed->Exit(), -SIGKILL);
+    ASSERT_TRUE(std::filesystem::exists(m_Folders.Socket()));
+    EXPECT_EQ(Run({"EXEPARAM=CLOSE"}), 0);
+    EXPECT_EQ(Count("create"), 2);
+}
+
+// The patience of a second program, in full: ten seconds.
+TEST_F(OneInstanceTest, StoppedOwnerIsToldInBoundedTime) {
+    const auto owner = StartOwner();
+    owner->Stop();
+    const auto start = std::chrono::steady_clock::now();
+    const auto second = Start({"NAME=second"});
+    EXPECT_EQ(second->Exit(), 1);
+    const auto taken = std::chrono::steady_clock::now() - start;
+    EXPECT_GE(taken, std::chrono::seconds(10));
+    EXPECT_LT(taken, std::chrono::seconds(10) + kSpareTime);
+    EXPECT_THAT(Errors(*second),
+                ElementsAre("the running quorvel (process " + std::to_string(owner->Id()) +
+                            ") does not answer, the request is dropped"));
+    owner->Signal(SIGCONT);
+}
+
+TEST_F(OneInstanceTest, GarbageLeavesTheOwnerAlive) {
+    const auto owner = StartOwner();
+    Socket::Connect(m_Folders.Socket()).Send("no request");
+    Socket::Connect(m_Folders.Socket())
+        .Send(std::string("quorvel1\xff\xff\xff\x7f") + std::string(1000000, 'x'));
+    ASSERT_TRUE(Await([&] { return Errors(*owner).size() == 2; }));
+    EXPECT_THAT(Errors(*owner), ElementsAre("a request is dropped: it is not a request",
+                                            "a request is dropped: it is too long"));
+    EXPECT_EQ(Run({"EXEPARAM=CLOSE"}), 0);
+    EXPECT_EQ(owner->Exit(), 0);
+}
+
+}  // namespace

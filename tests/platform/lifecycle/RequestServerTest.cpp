@@ -1,0 +1,245 @@
+// The owner's end of the socket, with senders of all kinds.
+
+#include "lifecycle/request_server.h"
+
+#include <gmock/gmock.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <functional>
+#include <iterator>
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "lifecycle/instance.h"
+#include "platform/fixtures/ChildProgram.h"
+#include "platform/fixtures/LoggedLines.h"
+#include "platform/fixtures/PrivateFolders.h"
+#include "platform/fixtures/Socket.h"
+
+using quorvel::desktop::EncodeMessage;
+using quorvel::desktop::kAccepted;
+using quorvel::desktop::KeyValues;
+using quorvel::desktop::kRefused;
+using quorvel::desktop::RequestServer;
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::SizeIs;
+
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr uid_t kSomebodyElse = 12345;
+
+class RequestServerTest : public testing::Test {
+protected:
+    void Listen(double timeoutSeconds = 60) {
+        m_Server = std::make_unique<RequestServer>(
+            m_Path,
+            [this](KeyValues request, RequestServer::Sender sender) {
+                m_Requests.push_back(std::move(request));
+                m_Senders.push_back(sender);
+            },
+            timeoutSeconds);
+        ASSERT_TRUE(m_Server->Listen());
+    }
+
+    // Turns the main loop until the condition holds.
+    static bool Turn(const std::function<bool()>& condition) {
+        return Await([&] {
+            ecore_main_loop_iterate();
+            return condition();
+        });
+    }
+
+    bool TurnUntilLogged(std::size_t lines) const {
+        return Turn([&] { return m_Log.Messages().size() >= lines; });
+    }
+
+    // A good request still gets through.
+    void ExpectToServe() {
+        const std::size_t before = m_Requests.size();
+        const Socket sender = Socket::Connect(m_Path);
+        sender.Send(EncodeMessage({{"GOOD", "1"}}));
+        ASSERT_TRUE(Turn([&] { return m_Requests.size() > before; }));
+        m_Server->Accept(m_Senders.back());
+        EXPECT_EQ(sender.Receive(), std::string(1, kAccepted));
+    }
+
+    static std::ptrdiff_t OpenFiles() {
+        return std::distance(fs::directory_iterator("/proc/self/fd"), fs::directory_iterator());
+    }
+
+    PrivateFolders m_Folders;
+    std::string m_Path = m_Folders.Root() / "run/socket";
+    LoggedLines m_Log;
+    std::unique_ptr<RequestServer> m_Server;
+    std::vector<KeyValues> m_Requests;
+    std::vector<RequestServer::Sender> m_Senders;
+};
+
+TEST_F(RequestServerTest, SenderIsAnsweredWhenItsRequestWasDelivered) {
+    Listen();
+    ExpectToServe();
+    EXPECT_THAT(m_Requests, ElementsAre(KeyValues{{"GOOD", "1"}}));
+    EXPECT_THAT(m_Log.Messages(), IsEmpty());
+}
+
+TEST_F(RequestServerTest, SocketIsTheUsersAlone) {
+    Listen();
+    struct stat status {};
+    ASSERT_EQ(stat(m_Path.c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode & 0777U, 0600U);
+}
+
+// Should the folder and the socket ever let him in.
+TEST_F(RequestServerTest, SenderOfSomebodyElseIsRefusedWithOneLine) {
+    if (geteuid() != 0) {
+        GTEST_SKIP() << "only root can be somebody else";
+    }
+    Listen();
+    for (const fs::path& folder : {m_Folders.Root(), m_Folders.Root() / "run"}) {
+        ASSERT_EQ(chmod(folder.c_str(), 0711), 0);
+    }
+    ASSERT_EQ(chmod(m_Path.c_str(), 0666), 0);
+    ASSERT_EQ(seteuid(kSomebodyElse), 0);
+    const Socket sender = Socket::Connect(m_Path);
+    ASSERT_EQ(seteuid(0), 0);
+    ASSERT_TRUE(TurnUntilLogged(1));
+    EXPECT_EQ(sender.Receive(), std::string(1, kRefused));
+    EXPECT_THAT(m_Log.Messages(), ElementsAre("a request is dropped: it comes from another user"));
+    ExpectToServe();
+}
+
+TEST_F(RequestServerTest, SocketOfADeadOwnerIsReplaced) {
+    Socket::Listen(m_Path);
+    ASSERT_TRUE(fs::exists(m_Path));
+    Listen();
+    ExpectToServe();
+}
+
+TEST_F(RequestServerTest, PlaceThatCannotBeListenedOnIsTold) {
+    RequestServer server("/dev/null/socket", [](KeyValues, RequestServer::Sender) {});
+    EXPECT_FALSE(server.Listen());
+    EXPECT_THAT(m_Log.Messages(),
+                ElementsAre("cannot listen on /dev/null/socket: Not a directory"));
+}
+
+TEST_F(RequestServerTest, MessageMayComeInPieces) {
+    Listen();
+    const Socket sender = Socket::Connect(m_Path);
+    const std::string message = EncodeMessage({{"A", std::string(50000, 'x')}});
+    sender.Send(message.substr(0, 5));
+    for (int i = 0; i < 10; ++i) {
+        ecore_main_loop_iterate();
+    }
+    sender.Send(message.substr(5));
+    ASSERT_TRUE(Turn([&] { return !m_Requests.empty(); }));
+    EXPECT_EQ(m_Requests.front()["A"], std::string(50000, 'x'));
+}
+
+TEST_F(RequestServerTest, GarbageIsRefusedWithOneLine) {
+    Listen();
+    const Socket sender = Socket::Connect(m_Path);
+    sender.Send("GET / HTTP/1.1\r\n\r\n");
+    EXPECT_TRUE(TurnUntilLogged(1));
+    EXPECT_EQ(sender.Receive(), std::string(1, kRefused));
+    ExpectToServe();
+    EXPECT_THAT(m_Log.Messages(), ElementsAre("a request is dropped: it is not a request"));
+}
+
+TEST_F(RequestServerTest, TooLongMessageIsRefusedWithOneLine) {
+    Listen();
+    const Socket sender = Socket::Connect(m_Path);
+    // Its length, and the beginning of as much.
+    sender.Send(std::string("quorvel1\1\0\1\0", 12) + std::string(100000, 'x'));
+    EXPECT_TRUE(TurnUntilLogged(1));
+    EXPECT_EQ(sender.Receive(), std::string(1, kRefused));
+    ExpectToServe();
+    EXPECT_THAT(m_Log.Messages(), ElementsAre("a request is dropped: it is too long"));
+}
+
+TEST_F(RequestServerTest, OnlyOneMessageOfAConnectionCounts) {
+    Listen();
+    const Socket sender = Socket::Connect(m_Path);
+    sender.Send(EncodeMessage({{"A", "1"}}));
+    ASSERT_TRUE(Turn([&] { return m_Requests.size() == 1; }));
+    sender.Send(EncodeMessage({{"A", "2"}}));
+    ExpectToServe();
+    EXPECT_THAT(m_Requests, SizeIs(2));
+    EXPECT_THAT(m_Log.Messages(), IsEmpty());
+}
+
+TEST_F(RequestServerTest, EarlyEndIsDroppedWithOneLine) {
+    Listen();
+    Socket::Connect(m_Path).Send(EncodeMessage({{"A", "1"}}).substr(0, 9));
+    EXPECT_TRUE(TurnUntilLogged(1));
+    ExpectToServe();
+    EXPECT_THAT(m_Log.Messages(), ElementsAre("a request is dropped: it ends too early"));
+}
+
+TEST_F(RequestServerTest, SenderThatStopsIsDroppedAfterAWhile) {
+    Listen(0.1);
+    const Socket sender = Socket::Connect(m_Path);
+    sender.Send("quor");
+    EXPECT_TRUE(TurnUntilLogged(1));
+    EXPECT_EQ(sender.Receive(), std::string(1, kRefused));
+    ExpectToServe();
+    EXPECT_THAT(m_Log.Messages(), ElementsAre("a request is dropped: it takes too long"));
+}
+
+TEST_F(RequestServerTest, TooManyAtOnceAreRefused) {
+    Listen();
+    std::vector<Socket> idle;
+    idle.reserve(65);
+    for (int i = 0; i < 65; ++i) {
+        idle.push_back(Socket::Connect(m_Path));
+    }
+    EXPECT_TRUE(TurnUntilLogged(1));
+    EXPECT_THAT(m_Log.Messages(), ElementsAre("a request is dropped: too many come at once"));
+    idle.clear();
+    EXPECT_TRUE(TurnUntilLogged(65));
+    ExpectToServe();
+}
+
+TEST_F(RequestServerTest, SenderThatHasGoneIsNoError) {
+    Listen();
+    Socket::Connect(m_Path).Send(EncodeMessage({{"A", "1"}}));
+    ASSERT_TRUE(Turn([&] { return !m_Requests.empty(); }));
+    m_Server->Accept(m_Senders.back());
+    ExpectToServe();
+    EXPECT_THAT(m_Log.Messages(), IsEmpty());
+}
+
+TEST_F(RequestServerTest, UnansweredSenderSeesTheEnd) {
+    Listen();
+    const Socket sender = Socket::Connect(m_Path);
+    sender.Send(EncodeMessage({{"A", "1"}}));
+    ASSERT_TRUE(Turn([&] { return !m_Requests.empty(); }));
+    m_Server->Close();
+    EXPECT_EQ(sender.Receive(), "");
+    EXPECT_FALSE(fs::exists(m_Path));
+}
+
+TEST_F(RequestServerTest, ConnectionsLeaveNothingOpen) {
+    Listen();
+    const auto serveBoth = [this] {
+        const std::size_t lines = m_Log.Messages().size();
+        Socket::Connect(m_Path).Send("garbage");
+        EXPECT_TRUE(TurnUntilLogged(lines + 1));
+        ExpectToServe();
+    };
+    // The first time also opens what stays open, as the log file.
+    serveBoth();
+    const std::ptrdiff_t before = OpenFiles();
+    for (int i = 0; i < 20; ++i) {
+        serveBoth();
+    }
+    EXPECT_EQ(OpenFiles(), before);
+}
+
+}  // namespace

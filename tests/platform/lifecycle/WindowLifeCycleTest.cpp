@@ -1,0 +1,79 @@
+// What a window manager does to the program: minimise, restore, close.
+
+#include <csignal>
+#include <memory>
+#include <string>
+
+#include "platform/fixtures/RecordedApp.h"
+#include "platform/fixtures/XServer.h"
+
+using testing::ElementsAre;
+
+namespace {
+
+class WindowLifeCycleTest : public RecordedApp {
+protected:
+    void SetUp() override {
+        m_Display = {{"ELM_DISPLAY", ""}, {"DISPLAY", m_Server.Display()}};
+        ASSERT_NE(m_Display["DISPLAY"], "");
+        m_Manager = std::make_unique<ChildProgram>(m_Folders, "openbox", Arguments{}, m_Display);
+        // A window that is there before its manager would not get the focus.
+        ASSERT_TRUE(Await([this] { return IsManaged(); }));
+        m_App = Start({}, m_Display);
+        ASSERT_TRUE(AwaitEvent("focused"));
+        ASSERT_TRUE(AwaitEvent("control "));
+    }
+
+    bool IsManaged() const {
+        ChildProgram probe(m_Folders, "xprop", {"-root", "_NET_SUPPORTING_WM_CHECK"}, m_Display);
+        return probe.Exit() == 0 && probe.Output().find("window id") != std::string::npos;
+    }
+
+    // Has the program do this to its window.
+    void Do(const std::string& command) const {
+        EXPECT_EQ(Run({"EXEPARAM=" + command}, m_Display), 0);
+    }
+
+    // What came after the start, which is the same each time.
+    std::vector<Event> EventsSinceStart() const {
+        std::vector<Event> events;
+        for (const Event& event : Events(*m_App)) {
+            if (event != "create" && event != "control " && event != "focused") {
+                events.push_back(event);
+            }
+        }
+        return events;
+    }
+
+    XServer m_Server{m_Folders};
+    Environment m_Display;
+    std::unique_ptr<ChildProgram> m_Manager;
+    std::unique_ptr<ChildProgram> m_App;
+};
+
+TEST_F(WindowLifeCycleTest, MinimiseAndRestoreArePauseAndResume) {
+    Do("MINIMISE");
+    ASSERT_TRUE(AwaitEvent("pause"));
+    Do("RESTORE");
+    ASSERT_TRUE(AwaitEvent("resume"));
+    Do("CLOSE");
+    EXPECT_EQ(m_App->Exit(), 0);
+    EXPECT_THAT(EventsSinceStart(), ElementsAre("control MINIMISE", "pause", "control RESTORE",
+                                                "resume", "control CLOSE", "terminate", "end"));
+}
+
+TEST_F(WindowLifeCycleTest, ClosingTheWindowEndsTheProgram) {
+    Do("QUIT");
+    EXPECT_EQ(m_App->Exit(), 0);
+    EXPECT_THAT(EventsSinceStart(), ElementsAre("control QUIT", "terminate", "end"));
+}
+
+TEST_F(WindowLifeCycleTest, EndWhileMinimisedBringsNoResume) {
+    Do("MINIMISE");
+    ASSERT_TRUE(AwaitEvent("pause"));
+    m_App->Signal(SIGTERM);
+    EXPECT_EQ(m_App->Exit(), 0);
+    EXPECT_THAT(EventsSinceStart(), ElementsAre("control MINIMISE", "pause", "terminate", "end"));
+}
+
+}  // namespace

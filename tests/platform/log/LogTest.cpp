@@ -1,0 +1,292 @@
+// The log as a program's user sees it: lines on the terminal and in the file.
+
+#include <dlog.h>
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <pty.h>
+#include <unistd.h>
+
+#include <array>
+#include <chrono>
+#include <csignal>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "platform/fixtures/ChildProgram.h"
+#include "platform/fixtures/LoggedLines.h"
+#include "platform/fixtures/PrivateFolders.h"
+
+using testing::ContainsRegex;
+using testing::ElementsAre;
+using testing::EndsWith;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::MatchesRegex;
+using testing::SizeIs;
+using testing::StartsWith;
+
+namespace fs = std::filesystem;
+
+namespace {
+
+// As many as the log_writer's flood has.
+constexpr std::size_t kFloodLines = 30000;
+
+// The two ends of a pipe or a terminal, closed with the object.
+struct Ends_s {
+    int reader = -1;
+    int writer = -1;
+
+    ~Ends_s() {
+        close(reader);
+        close(writer);
+    }
+
+    static Ends_s OfPipe() {
+        std::array<int, 2> ends{};
+        EXPECT_EQ(pipe2(ends.data(), O_CLOEXEC), 0);
+        return {ends[0], ends[1]};
+    }
+
+    static Ends_s OfTerminal() {
+        Ends_s ends;
+        EXPECT_EQ(openpty(&ends.reader, &ends.writer, nullptr, nullptr, nullptr), 0);
+        return ends;
+    }
+
+    // Everything that comes before text, and text.
+    std::string ReadUntil(const std::string& text) const {
+        std::string all;
+        std::array<char, 65536> part{};
+        while (all.find(text) == std::string::npos) {
+            const ssize_t size = read(reader, part.data(), part.size());
+            if (size <= 0) {
+                ADD_FAILURE() << "ended before: " << text;
+                break;
+            }
+            all.append(part.data(), static_cast<std::size_t>(size));
+        }
+        return all;
+    }
+};
+
+class LogTest : public testing::Test {
+protected:
+    ChildProgram Start(const std::string& scenario, const Environment& extra = {},
+                       int standardError = -1) const {
+        return {m_Folders, QUORVEL_LOG_WRITER, {scenario}, extra, standardError};
+    }
+
+    // Runs a scenario to its end and returns what came to the terminal.
+    std::vector<std::string> Run(const std::string& scenario, const Environment& extra = {}) const {
+        ChildProgram program = Start(scenario, extra);
+        EXPECT_EQ(program.Exit(), 0);
+        return LinesOf(program.Messages());
+    }
+
+    // The messages in the file.
+    std::vector<std::string> Filed() const { return MessagesOf(ReadFile(m_Folders.Log())); }
+
+    PrivateFolders m_Folders;
+};
+
+TEST_F(LogTest, TerminalGetsTheBriefForm) {
+    ChildProgram program = Start("two-lines");
+    EXPECT_EQ(program.Exit(), 0);
+    std::string process = std::to_string(program.Id());
+    process.insert(0, process.size() < 5 ? 5 - process.size() : 0, ' ');
+    EXPECT_EQ(program.Messages(), "I/QEL     (" + process + "): an information\n" + "E/QEL     (" +
+                                      process + "): an error\n");
+}
+
+TEST_F(LogTest, FileGetsTheBriefFormAndTheTime) {
+    Run("two-lines");
+    const std::string start = "^[0-9-]+ [0-9:]+\\.[0-9]+ ";
+    EXPECT_THAT(LinesOf(ReadFile(m_Folders.Log())),
+                ElementsAre(ContainsRegex(start + "I/QEL     \\( *[0-9]+\\): an information$"),
+                            ContainsRegex(start + "E/QEL     \\( *[0-9]+\\): an error$")));
+}
+
+TEST_F(LogTest, FolderOfTheFileIsTheUsersAlone) {
+    Run("two-lines");
+    EXPECT_EQ(fs::status(m_Folders.Log().parent_path()).permissions(), fs::perms::owner_all);
+}
+
+TEST_F(LogTest, InnerLinesGetTheirOwnPrefixAndLastOnesAreDropped) {
+    EXPECT_THAT(Run("inner-lines"),
+                ElementsAre(EndsWith("): one"), EndsWith("): "), EndsWith("): two")));
+    EXPECT_THAT(Filed(), ElementsAre("one", "", "two"));
+}
+
+TEST_F(LogTest, EmptyMessageIsALine) {
+    EXPECT_THAT(Run("empty"), ElementsAre(EndsWith("): ")));
+}
+
+TEST_F(LogTest, LongLineIsNotCut) {
+    const std::string line = "<" + std::string(300000, 'x') + ">";
+    EXPECT_THAT(Run("long"), ElementsAre(EndsWith(line)));
+    EXPECT_THAT(Filed(), ElementsAre(line));
+}
+
+TEST_F(LogTest, LevelErrorShowsErrorsOnly) {
+    EXPECT_THAT(Run("two-lines", {{"QUORVEL_LOG_LEVEL", "error"}}),
+                ElementsAre(EndsWith("an error")));
+    EXPECT_THAT(Filed(), ElementsAre("an error"));
+}
+
+TEST_F(LogTest, LevelOffShowsNothing) {
+    EXPECT_THAT(Run("two-lines", {{"QUORVEL_LOG_LEVEL", "off"}}), IsEmpty());
+    EXPECT_THAT(Filed(), IsEmpty());
+}
+
+TEST_F(LogTest, LevelInfoShowsAll) {
+    EXPECT_THAT(Run("two-lines", {{"QUORVEL_LOG_LEVEL", "info"}}), SizeIs(2));
+}
+
+TEST_F(LogTest, UnknownLevelIsToldAndShowsAll) {
+    EXPECT_THAT(Run("two-lines", {{"QUORVEL_LOG_LEVEL", "loud"}}),
+                ElementsAre(HasSubstr("QUORVEL_LOG_LEVEL"), EndsWith("an information"),
+                            EndsWith("an error")));
+}
+
+TEST_F(LogTest, ThreadsDoNotMixTheirLines) {
+    Run("threads");
+    const std::vector<std::string> lines = Filed();
+    ASSERT_THAT(lines, SizeIs(8 * 200 * 2));
+    std::set<std::string> names;
+    for (std::size_t i = 0; i < lines.size(); i += 2) {
+        const std::string name = lines[i].substr(lines[i].find(' ') + 1);
+        EXPECT_EQ(lines[i], "first " + name);
+        EXPECT_EQ(lines[i + 1], "second " + name);
+        names.insert(name);
+    }
+    EXPECT_THAT(names, SizeIs(8 * 200));
+}
+
+// The pipe takes 64 KB and the flood has 4 MB, so a writer that waited would never end.
+TEST_F(LogTest, StalledTerminalHoldsUpNeitherTheProgramNorItsEnd) {
+    const Ends_s pipe = Ends_s::OfPipe();
+    ChildProgram program = Start("flood", {}, pipe.writer);
+    EXPECT_EQ(program.Exit(), 0);
+    const fs::path older = m_Folders.Log().parent_path() / "quorvel.1.log";
+    std::vector<std::string> lines = MessagesOf(ReadFile(older) + ReadFile(m_Folders.Log()));
+    ASSERT_THAT(lines, SizeIs(kFloodLines));
+    for (std::size_t i = 0; i < kFloodLines; ++i) {
+        EXPECT_THAT(lines[i], StartsWith("line " + std::to_string(i) + " "));
+    }
+}
+
+TEST_F(LogTest, LinesLeftOutOfAStalledTerminalAreCounted) {
+    const Ends_s pipe = Ends_s::OfPipe();
+    const ChildProgram program = Start("flood-and-wait", {}, pipe.writer);
+    ASSERT_TRUE(Await([&] { return program.Output() == "logged\n"; }));
+    const std::vector<std::string> flood = LinesOf(pipe.ReadUntil(" are left out here\n"));
+    program.Proceed();
+    pipe.ReadUntil("after the flood\n");
+
+    const std::string notice = flood.back().substr(flood.back().find("): ") + 3);
+    EXPECT_THAT(flood.back(), MatchesRegex("W/quorvel \\( *[0-9]+\\): [0-9]+ lines are.*"));
+    EXPECT_LT(flood.size() - 1, kFloodLines);
+    EXPECT_EQ(flood.size() - 1 + std::stoul(notice), kFloodLines);
+    program.Proceed();
+}
+
+// Half a second, and not as long as it takes somebody to look at the terminal.
+TEST_F(LogTest, StalledTerminalHoldsTheEndUpForAMomentOnly) {
+    const Ends_s pipe = Ends_s::OfPipe();
+    ChildProgram program = Start("long-and-wait", {}, pipe.writer);
+    ASSERT_TRUE(Await([this] { return !Filed().empty(); }));
+    const auto start = std::chrono::steady_clock::now();
+    program.Proceed();
+    EXPECT_EQ(program.Exit(), 0);
+    const auto taken = std::chrono::steady_clock::now() - start;
+    EXPECT_GE(taken, std::chrono::milliseconds(500));
+    EXPECT_LT(taken, std::chrono::milliseconds(500) + kSpareTime);
+}
+
+TEST_F(LogTest, TerminalThatNeverBlocksGetsEveryLineThatWasQueued) {
+    const Ends_s pipe = Ends_s::OfPipe();
+    ASSERT_EQ(fcntl(pipe.writer, F_SETFL, O_NONBLOCK), 0);
+    const ChildProgram program = Start("long-and-wait", {}, pipe.writer);
+    EXPECT_THAT(pipe.ReadUntil("x>\n"), EndsWith("<" + std::string(300000, 'x') + ">\n"));
+}
+
+TEST_F(LogTest, LinesBeforeAnUncaughtExceptionAreKept) {
+    ChildProgram program = Start("throw");
+    EXPECT_EQ(program.Exit(), -SIGABRT);
+    EXPECT_THAT(Filed(), ElementsAre("an information", "an error"));
+    EXPECT_THAT(program.Messages(), HasSubstr("an error\n"));
+    EXPECT_THAT(program.Messages(), HasSubstr("nobody catches this"));
+}
+
+TEST_F(LogTest, LinesBeforeASuddenEndAreFiled) {
+    ChildProgram program = Start("kill");
+    EXPECT_EQ(program.Exit(), -SIGKILL);
+    EXPECT_THAT(Filed(), ElementsAre("an information", "an error"));
+}
+
+TEST_F(LogTest, ReaderOfTheMessagesMayGo) {
+    Ends_s pipe = Ends_s::OfPipe();
+    ChildProgram program = Start("reader-gone", {}, pipe.writer);
+    close(std::exchange(pipe.reader, -1));
+    program.Proceed();
+    EXPECT_EQ(program.Exit(), 0);
+    EXPECT_THAT(Filed(), SizeIs(10));
+}
+
+TEST_F(LogTest, StateFolderThatCannotBeWrittenIsToldOnce) {
+    EXPECT_THAT(Run("two-lines", {{"XDG_STATE_HOME", "/dev/null"}}),
+                ElementsAre(HasSubstr("no log file is written"), EndsWith("an information"),
+                            EndsWith("an error")));
+}
+
+TEST_F(LogTest, FullDiskIsToldOnce) {
+    fs::create_directories(m_Folders.Log().parent_path());
+    fs::create_symlink("/dev/full", m_Folders.Log());
+    EXPECT_THAT(Run("two-lines"),
+                ElementsAre(EndsWith("an information"), HasSubstr("the log file lacks lines"),
+                            EndsWith("an error")));
+}
+
+TEST_F(LogTest, TerminalIsColouredByLevel) {
+    const Ends_s terminal = Ends_s::OfTerminal();
+    ChildProgram program = Start("two-lines", {{"TERM", "xterm"}}, terminal.writer);
+    const std::string text = terminal.ReadUntil("an error");
+    EXPECT_EQ(program.Exit(), 0);
+    const auto colour = [&](const std::string& letter) {
+        const std::size_t start = text.find(letter + "/QEL");
+        const std::size_t code = text.rfind('\x1b', start);
+        return code == std::string::npos ? "" : text.substr(code, start - code);
+    };
+    EXPECT_EQ(colour("I"), "\x1b[32m");
+    EXPECT_EQ(colour("E"), "\x1b[1;31m");
+    EXPECT_EQ(ReadFile(m_Folders.Log()).find('\x1b'), std::string::npos);
+}
+
+TEST_F(LogTest, TerminalWithoutColoursGetsNone) {
+    const Ends_s terminal = Ends_s::OfTerminal();
+    ChildProgram program =
+        Start("two-lines", {{"TERM", "dumb"}, {"COLORTERM", ""}}, terminal.writer);
+    EXPECT_THAT(terminal.ReadUntil("an error"), testing::Not(HasSubstr("\x1b")));
+    EXPECT_EQ(program.Exit(), 0);
+}
+
+TEST_F(LogTest, FileHasFourMebibytesAndThreeOldOnes) {
+    Run("fill");
+    const fs::path folder = m_Folders.Log().parent_path();
+    for (const char* name : {"quorvel.1.log", "quorvel.2.log", "quorvel.3.log"}) {
+        // The next line, of a quarter, did not fit.
+        EXPECT_LE(fs::file_size(folder / name), 4U << 20U) << name;
+        EXPECT_GT(fs::file_size(folder / name), (4U << 20U) - (257U << 10U)) << name;
+    }
+    EXPECT_FALSE(fs::exists(folder / "quorvel.4.log"));
+}
+
+TEST_F(LogTest, WriterLearnsTheResultAndKeepsItsErrno) {
+    ChildProgram program = Start("results");
+    EXPECT_EQ(program.Exit(), 0);
+    EXPECT_EQ(program.Output(), "4 1 1 1\n");
+}
+
+}  // namespace

@@ -1,0 +1,192 @@
+// The log copy on real file systems: images that are mounted as a device is.
+
+#include <gmock/gmock.h>
+#include <sys/statvfs.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <filesystem>
+#include <fstream>
+#include <memory>
+#include <string>
+
+#include "log_copy/usb_storage.h"
+#include "platform/fakes/FaultyFileIo.h"
+#include "platform/fixtures/CopyFixture.h"
+#include "platform/fixtures/LoopImage.h"
+
+namespace fs = std::filesystem;
+using quorvel::desktop::ReadMounts;
+using quorvel::desktop::SystemFileIo;
+using quorvel::desktop::UsbStorage;
+using testing::ElementsAre;
+using testing::StartsWith;
+
+namespace {
+
+constexpr std::uintmax_t kMegabyte = 1024 * 1024;
+
+// Parameter: type of the file system.
+class LogCopyDeviceTest : public CopyFixture, public testing::WithParamInterface<std::string> {
+protected:
+    void SetUp() override {
+        const std::string reason = LoopImage::WhyNot(GetParam());
+        if (!reason.empty()) {
+            GTEST_SKIP() << reason;
+        }
+        // The smallest that all of them can be made with.
+        m_Size = GetParam() == "btrfs" ? 128 * kMegabyte : 16 * kMegabyte;
+        m_Image = std::make_unique<LoopImage>(m_Scratch.Path(), GetParam(), m_Size);
+        m_Image->Mount("rw");
+        m_Storage = m_Image->Folder();
+        Write(m_Storage / "holiday.jpg", "picture");
+    }
+
+    // The storage as it is found through the mount table.
+    UsbStorage Mounted() const {
+        for (const quorvel::desktop::Mount& mount : ReadMounts()) {
+            if (mount.folder == m_Storage) {
+                return {0, mount.folder, mount.id};
+            }
+        }
+        return {ENOMEDIUM, "", std::nullopt};
+    }
+
+    // What is on the device, without the folder that ext4 makes.
+    Tree OnDevice() const {
+        Tree tree = OnStorage();
+        tree.erase("lost+found/");
+        return tree;
+    }
+
+    void Remount(const std::string& options) {
+        m_Image->Unmount();
+        m_Image->Mount(options);
+    }
+
+    std::uintmax_t m_Size = 0;
+    std::unique_ptr<LoopImage> m_Image;
+};
+
+TEST_P(LogCopyDeviceTest, CopyIsThereAfterMountingAgain) {
+    SystemFileIo io;
+    EXPECT_EQ(Run(io, Mounted()), 0);
+    Remount("ro");
+    EXPECT_EQ(OnDevice(), After());
+}
+
+TEST_P(LogCopyDeviceTest, EarlierCopyOfTheSameSecondStays) {
+    SystemFileIo io;
+    EXPECT_EQ(Run(io, Mounted()), 0);
+    EXPECT_EQ(Run(io, Mounted()), 0);
+    EXPECT_EQ(OnDevice(), AfterTwo());
+}
+
+TEST_P(LogCopyDeviceTest, FullDeviceStaysAsItWas) {
+    Write(m_Data / "qelXml.xml", std::string(m_Size, 'x'));
+    SystemFileIo io;
+    EXPECT_EQ(Run(io, Mounted()), -1);
+    EXPECT_THAT(m_Errors, ElementsAre(StartsWith("log copy: the USB storage is full (")));
+    Remount("ro");
+    EXPECT_EQ(OnDevice(), Before());
+}
+
+TEST_P(LogCopyDeviceTest, ReadOnlyDeviceStaysAsItWas) {
+    Remount("ro");
+    SystemFileIo io;
+    EXPECT_EQ(Run(io, Mounted()), -1);
+    EXPECT_THAT(m_Errors, ElementsAre(StartsWith("log copy: the USB storage is read-only (")));
+    EXPECT_EQ(OnDevice(), Before());
+}
+
+TEST_P(LogCopyDeviceTest, UnmountedDeviceIsNotReplacedByTheFolderBelow) {
+    const UsbStorage storage = Mounted();
+    m_Image->Unmount();
+    SystemFileIo io;
+    EXPECT_EQ(Run(io, storage), -1);
+    EXPECT_THAT(m_Errors,
+                ElementsAre(StartsWith("log copy: the USB storage was unplugged or is broken (")));
+    EXPECT_TRUE(fs::is_empty(m_Storage));
+}
+
+INSTANTIATE_TEST_SUITE_P(FileSystems, LogCopyDeviceTest,
+                         testing::Values("ext4", "vfat", "btrfs", "ntfs"),
+                         [](const auto& type) { return type.param; });
+
+// Syncs for real, so that the device is asked for what it does not have any more.
+class SyncingFileIo : public FaultyFileIo {
+public:
+    using FaultyFileIo::FaultyFileIo;
+    int Sync(int descriptor) override {
+        const int result = FaultyFileIo::Sync(descriptor);
+        return result == 0 ? SystemFileIo::Sync(descriptor) : result;
+    }
+    int SyncFileSystem(int descriptor) override {
+        const int result = FaultyFileIo::SyncFileSystem(descriptor);
+        return result == 0 ? SystemFileIo::SyncFileSystem(descriptor) : result;
+    }
+};
+
+class LogCopyUnplugTest : public LogCopyDeviceTest {
+protected:
+    // What there was before the copy, on the medium.
+    void ResetDevice() {
+        for (const auto& entry : fs::directory_iterator(m_Storage)) {
+            fs::remove_all(entry.path());
+        }
+        Write(m_Storage / "holiday.jpg", "picture");
+        Remount("rw");
+    }
+
+    // Copies, and pulls the device out before operation number at; then plugs it in again.
+    int RunUnplugged(std::size_t at) {
+        SyncingFileIo io(m_Storage);
+        io.SetHook([this, at](std::size_t index) {
+            if (index == at) {
+                m_Image->Unplug();
+            }
+        });
+        const int result = Run(io, Mounted());
+        EXPECT_EQ(io.OpenDescriptors(), 0);
+        Remount("rw");
+        return result;
+    }
+
+    Tree OnDeviceButUnfinished() const {
+        Tree tree = OnDevice();
+        for (auto entry = tree.begin(); entry != tree.end();) {
+            const bool isUnfinished = entry->first.rfind(".quorvel-unfinished-", 0) == 0;
+            entry = isUnfinished ? tree.erase(entry) : std::next(entry);
+        }
+        return tree;
+    }
+};
+
+TEST_P(LogCopyUnplugTest, AtEveryOperation) {
+    SyncingFileIo good(m_Storage);
+    ASSERT_EQ(Run(good, Mounted()), 0);
+    int failures = 0;
+    for (std::size_t at = 0; at < good.Performed().size(); ++at) {
+        SCOPED_TRACE(testing::Message() << "before " << good.Performed()[at]);
+        ResetDevice();
+        if (RunUnplugged(at) == 0) {
+            EXPECT_EQ(OnDevice(), After());
+            continue;
+        }
+        ++failures;
+        EXPECT_THAT(m_Errors, ElementsAre(StartsWith("log copy: the USB storage was unplugged or "
+                                                     "is broken (")));
+        const Tree kept = OnDeviceButUnfinished();
+        EXPECT_TRUE(kept == Before() || kept == After()) << testing::PrintToString(kept);
+        SystemFileIo io;
+        EXPECT_EQ(Run(io, Mounted()), 0);
+        EXPECT_EQ(OnDevice(), kept == Before() ? After() : AfterTwo());
+    }
+    // All before the last sync, and it.
+    EXPECT_GE(failures, static_cast<int>(good.Performed().size()) - 10);
+}
+
+INSTANTIATE_TEST_SUITE_P(FileSystems, LogCopyUnplugTest, testing::Values("ext4"),
+                         [](const auto& type) { return type.param; });
+
+}  // namespace

@@ -1,0 +1,262 @@
+// Lets every operation of a log copy fail, once and for good, with everything that a storage can
+// report, and ends the program at every one of them.
+
+#include <gmock/gmock.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <filesystem>
+#include <iterator>
+#include <string>
+#include <system_error>
+#include <tuple>
+#include <vector>
+
+#include "platform/fakes/FaultyFileIo.h"
+#include "platform/fixtures/CopyFixture.h"
+
+using quorvel::desktop::SystemFileIo;
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::StartsWith;
+
+namespace {
+
+const char* const DONE = "log copy: the logs are stored in (";
+const char* const UNREADABLE = "log copy: a file to copy cannot be read (";
+
+std::string LineOf(int error) {
+    switch (error) {
+        case ENOSPC:
+            return "log copy: the USB storage is full (";
+        case EROFS:
+            return "log copy: the USB storage is read-only (";
+        case EACCES:
+            return "log copy: no permission to write to the USB storage (";
+        default:
+            return "log copy: the USB storage was unplugged or is broken (";
+    }
+}
+
+// Error number, and whether it stays.
+class LogCopyFaultTest : public CopyFixture,
+                         public testing::WithParamInterface<std::tuple<int, bool>> {
+protected:
+    int Error() const { return std::get<0>(GetParam()); }
+    bool IsForGood() const { return std::get<1>(GetParam()); }
+
+    std::vector<Performed_s> GoodRun() {
+        FaultyFileIo io(m_Storage);
+        EXPECT_EQ(Run(io), 0);
+        EXPECT_EQ(OnStorage(), After());
+        ResetStorage();
+        return io.Performed();
+    }
+
+    // Whether the copy can do without it: looking for left-overs, and closing what was only read.
+    bool IsDispensable(const Performed_s& performed) const {
+        if (performed.operation == Operation::List) {
+            return performed.path == m_Storage;
+        }
+        return performed.operation == Operation::Close &&
+               performed.path.find("/.quorvel-unfinished-") == std::string::npos;
+    }
+
+    // What the copy is to log when operation number at of a good run is the first one to fail.
+    std::string ExpectedLine(const std::vector<Performed_s>& good, std::size_t at) const {
+        const FaultyFileIo io(m_Storage);
+        const bool onStorage = io.IsOnStorage(good[at].path);
+        for (std::size_t i = at; i < (IsForGood() ? good.size() : at + 1); ++i) {
+            const bool fails = i == at || (io.IsOnStorage(good[i].path) == onStorage &&
+                                           FaultyFileIo::IsRefused(good[i].operation, Error()));
+            if (fails && !IsDispensable(good[i])) {
+                return onStorage ? LineOf(Error()) : UNREADABLE;
+            }
+        }
+        return DONE;
+    }
+
+    // What the storage may hold under another name than a temporary one.
+    void ExpectNothingHalfWritten() {
+        Tree tree = OnStorage();
+        for (auto entry = tree.begin(); entry != tree.end();) {
+            const bool isTemporary = entry->first.rfind(".quorvel-unfinished-", 0) == 0;
+            entry = isTemporary ? tree.erase(entry) : std::next(entry);
+        }
+        // Whole and on the device when only its removal failed.
+        EXPECT_TRUE(tree == Before() || tree == After()) << testing::PrintToString(tree);
+    }
+
+    // The device works again: the next copy tidies up and succeeds.
+    void ExpectNextCopySucceeds() {
+        const bool wasKept = OnStorage().count(m_CopyName + "/") != 0;
+        SystemFileIo io;
+        EXPECT_EQ(Run(io), 0);
+        EXPECT_EQ(OnStorage(), wasKept ? AfterTwo() : After());
+    }
+
+    void ExpectOutcome(const std::string& line, int result) {
+        const bool isDone = line == DONE;
+        EXPECT_EQ(result, isDone ? 0 : -1);
+        EXPECT_THAT(isDone ? m_Infos : m_Errors, ElementsAre(StartsWith(line)));
+        EXPECT_THAT(isDone ? m_Errors : m_Infos, IsEmpty());
+    }
+};
+
+TEST_P(LogCopyFaultTest, EveryOperation) {
+    const std::vector<Performed_s> good = GoodRun();
+    // Four files to open twice, to write, to sync and to close, at the least.
+    ASSERT_GT(good.size(), 30U);
+    for (std::size_t at = 0; at < good.size(); ++at) {
+        SCOPED_TRACE(testing::Message() << "operation " << at << ": " << good[at]);
+        FaultyFileIo io(m_Storage);
+        io.FailAt(at, Error(), IsForGood());
+        const int result = Run(io);
+        const std::string line = ExpectedLine(good, at);
+        ExpectOutcome(line, result);
+        EXPECT_EQ(io.OpenDescriptors(), 0);
+        if (line == DONE) {
+            EXPECT_EQ(OnStorage(), After());
+        } else if (!IsForGood() || Error() == ENOSPC) {
+            EXPECT_EQ(OnStorage(), Before());
+        } else {
+            ExpectNothingHalfWritten();
+            ExpectNextCopySucceeds();
+        }
+        ResetStorage();
+    }
+}
+
+// The operations of tidying up fail, too: each in turn, after the failure of each before.
+TEST_P(LogCopyFaultTest, EveryOperationOfTidyingUp) {
+    const std::vector<Performed_s> good = GoodRun();
+    for (std::size_t at = 0; at < good.size(); ++at) {
+        FaultyFileIo probe(m_Storage);
+        probe.FailAt(at, EIO, false);
+        const std::size_t operations = (Run(probe), probe.Performed().size());
+        ResetStorage();
+        for (std::size_t second = at + 1; second < operations; ++second) {
+            SCOPED_TRACE(testing::Message() << "operations " << at << " and " << second);
+            FaultyFileIo io(m_Storage);
+            io.FailAt(at, EIO, false);
+            io.SetHook([&](std::size_t index) {
+                if (index == second) {
+                    io.FailAt(second, Error(), IsForGood());
+                }
+            });
+            Run(io);
+            EXPECT_EQ(m_Errors.size() + m_Infos.size(), 1U);
+            EXPECT_EQ(io.OpenDescriptors(), 0);
+            ExpectNothingHalfWritten();
+            ResetStorage();
+        }
+    }
+}
+
+std::string NameOfParam(const testing::TestParamInfo<std::tuple<int, bool>>& info) {
+    return std::string(strerrorname_np(std::get<0>(info.param))) +
+           (std::get<1>(info.param) ? "ForGood" : "Once");
+}
+
+INSTANTIATE_TEST_SUITE_P(Errors, LogCopyFaultTest,
+                         testing::Combine(testing::Values(ENOSPC, EIO, ENODEV, EROFS, EACCES),
+                                          testing::Bool()),
+                         NameOfParam);
+
+class LogCopyCrashTest : public CopyFixture {};
+
+TEST_F(LogCopyCrashTest, ProgramEndsAtEveryOperation) {
+    FaultyFileIo good(m_Storage);
+    ASSERT_EQ(Run(good), 0);
+    ResetStorage();
+    for (std::size_t at = 0; at < good.Performed().size(); ++at) {
+        const pid_t child = fork();
+        if (child == 0) {
+            FaultyFileIo io(m_Storage);
+            io.SetHook([at](std::size_t index) {
+                if (index == at) {
+                    _exit(42);
+                }
+            });
+            Run(io);
+            _exit(0);
+        }
+        int status = 0;
+        ASSERT_EQ(waitpid(child, &status, 0), child);
+        ASSERT_EQ(WEXITSTATUS(status), 42);
+        const bool wasNamed = OnStorage().count(m_CopyName + "/") != 0;
+        SystemFileIo io;
+        EXPECT_EQ(Run(io), 0);
+        EXPECT_EQ(OnStorage(), wasNamed ? AfterTwo() : After())
+            << "ended before " << good.Performed()[at];
+        ResetStorage();
+    }
+}
+
+// Left-overs that cannot be removed do not keep a copy from succeeding.
+TEST_F(LogCopyCrashTest, LeftOverThatResists) {
+    const std::string leftOver = ".quorvel-unfinished-old";
+    Write(m_Storage / leftOver / "quorvel.log", "half");
+    FaultyFileIo good(m_Storage);
+    ASSERT_EQ(Run(good), 0);
+    for (std::size_t at = 0; at < good.Performed().size(); ++at) {
+        const Performed_s& one = good.Performed()[at];
+        if (one.path.find(leftOver) == std::string::npos) {
+            continue;
+        }
+        ResetStorage();
+        Write(m_Storage / leftOver / "quorvel.log", "half");
+        FaultyFileIo io(m_Storage);
+        io.FailAt(at, EACCES, false);
+        EXPECT_EQ(Run(io), 0) << one;
+        EXPECT_EQ(Read(m_Storage / m_CopyName / "qelXml.xml"), m_Sources["qelXml.xml"]) << one;
+    }
+}
+
+// What has to be on the device before what else happens.
+class LogCopyOrderTest : public CopyFixture {
+protected:
+    LogCopyOrderTest() : m_Io(m_Storage) {}
+    void SetUp() override { ASSERT_EQ(Run(m_Io), 0); }
+
+    std::string UnfinishedPath() const { return m_Storage / (".quorvel-unfinished-" + m_CopyName); }
+
+    // The index of the last operation of this kind on the path; -1 without one.
+    std::ptrdiff_t Last(Operation operation, const std::string& path) const {
+        const std::vector<Performed_s>& all = m_Io.Performed();
+        const auto found = std::find_if(all.rbegin(), all.rend(), [&](const Performed_s& one) {
+            return one.operation == operation && one.path == path;
+        });
+        return all.rend() - found - 1;
+    }
+
+    FaultyFileIo m_Io;
+};
+
+TEST_F(LogCopyOrderTest, EverythingIsOnTheDeviceBeforeTheFolderGetsItsName) {
+    const std::string folder = UnfinishedPath();
+    const std::ptrdiff_t renamed = Last(Operation::Rename, folder);
+    ASSERT_GT(renamed, 0);
+    std::ptrdiff_t created = -1;
+    for (const auto& [name, bytes] : m_Sources) {
+        const std::string file = std::filesystem::path(folder) / name;
+        created = std::max(created, Last(Operation::Create, file));
+        EXPECT_GT(Last(Operation::Write, file), 0) << name;
+        EXPECT_GT(Last(Operation::Sync, file), Last(Operation::Write, file)) << name;
+        EXPECT_LT(Last(Operation::Sync, file), renamed) << name;
+    }
+    EXPECT_GT(Last(Operation::Sync, folder), created);
+    EXPECT_LT(Last(Operation::Sync, folder), renamed);
+    EXPECT_GT(Last(Operation::SyncFileSystem, folder), created);
+    EXPECT_LT(Last(Operation::SyncFileSystem, folder), renamed);
+}
+
+TEST_F(LogCopyOrderTest, TheNameIsOnTheDeviceBeforeTheCopySucceeds) {
+    const std::string folder = UnfinishedPath();
+    EXPECT_GT(Last(Operation::Sync, m_Storage), Last(Operation::Rename, folder));
+    EXPECT_GT(Last(Operation::SyncFileSystem, m_Storage), Last(Operation::Rename, folder));
+}
+
+}  // namespace

@@ -1,0 +1,430 @@
+#include "log_copy/log_copy.h"
+
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <tv_services.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <ctime>
+#include <filesystem>
+#include <fstream>
+#include <future>
+#include <iterator>
+#include <string>
+#include <system_error>
+#include <vector>
+
+#include "platform/fakes/FaultyFileIo.h"
+#include "platform/fixtures/ChildProgram.h"
+#include "platform/fixtures/CopyFixture.h"
+#include "platform/fixtures/PrivateFolders.h"
+#include "platform/fixtures/ScopedVariable.h"
+
+namespace fs = std::filesystem;
+using quorvel::desktop::LogCopyName;
+using quorvel::desktop::SystemFileIo;
+using quorvel::desktop::UsbStorage;
+using testing::ContainsRegex;
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::StartsWith;
+
+namespace {
+
+class LogCopyTest : public CopyFixture {
+protected:
+    // The index of the first operation of this kind in a run that goes well.
+    std::size_t IndexOf(Operation operation) {
+        FaultyFileIo io(m_Storage);
+        EXPECT_EQ(Run(io), 0);
+        ResetStorage();
+        for (std::size_t i = 0; i < io.Performed().size(); ++i) {
+            if (io.Performed()[i].operation == operation) {
+                return i;
+            }
+        }
+        ADD_FAILURE() << "not in a good run";
+        return 0;
+    }
+
+    SystemFileIo m_Io;
+};
+
+TEST_F(LogCopyTest, CopiesLogsAndResultFilesIntoOneFolder) {
+    EXPECT_EQ(Run(m_Io), 0);
+    EXPECT_EQ(OnStorage(), After());
+    EXPECT_THAT(m_Errors, IsEmpty());
+    EXPECT_THAT(m_Infos, ElementsAre("log copy: the logs are stored in (" +
+                                     (m_Storage / m_CopyName).string() + ")"));
+}
+
+TEST_F(LogCopyTest, NamesTheFolderByApplicationHostAndLocalTime) {
+    std::tm local{};
+    local.tm_year = 124;
+    local.tm_mon = 1;
+    local.tm_mday = 3;
+    local.tm_hour = 4;
+    local.tm_min = 5;
+    local.tm_sec = 6;
+    local.tm_isdst = -1;
+    EXPECT_EQ(LogCopyName("line-7.factory", std::mktime(&local)),
+              "quorvel-line-7.factory-20240203-040506");
+}
+
+TEST_F(LogCopyTest, PutsOnlyPlainLettersInTheName) {
+    EXPECT_THAT(LogCopyName("a:b/c\\d*e?\"<>|\n", 0), StartsWith("quorvel-a_b_c_d_e______-"));
+    EXPECT_THAT(LogCopyName("\xc3\xa4", 0), StartsWith("quorvel-__-"));
+    EXPECT_THAT(LogCopyName("../..", 0), StartsWith("quorvel-.._..-"));
+    EXPECT_THAT(LogCopyName("", 0), StartsWith("quorvel-unnamed-"));
+    EXPECT_LT(LogCopyName(std::string(5000, 'h'), 0).size(), 100U);
+}
+
+TEST_F(LogCopyTest, TakesAHostWithStrangeLetters) {
+    m_Job.host = "../:\n";
+    EXPECT_EQ(Run(m_Io), 0);
+    EXPECT_EQ(OnStorage(), After(LogCopyName(m_Job.host, m_Job.time)));
+}
+
+TEST_F(LogCopyTest, LeavesAnEarlierCopyOfTheSameSecondAlone) {
+    ASSERT_EQ(Run(m_Io), 0);
+    Tree expected = OnStorage();
+    m_Sources["quorvel.log"] = "later\n";
+    Write(m_State / "quorvel.log", "later\n");
+    EXPECT_EQ(Run(m_Io), 0);
+    expected.merge(After(m_CopyName + "-2"));
+    EXPECT_EQ(OnStorage(), expected);
+}
+
+TEST_F(LogCopyTest, NeverTakesTheNameOfAnotherFileOrLink) {
+    Write(m_Storage / m_CopyName, "somebody's");
+    fs::create_symlink(m_Data, m_Storage / (m_CopyName + "-2"));
+    EXPECT_EQ(Run(m_Io), 0);
+    EXPECT_EQ(Read(m_Storage / m_CopyName), "somebody's");
+    EXPECT_TRUE(fs::is_symlink(m_Storage / (m_CopyName + "-2")));
+    EXPECT_TRUE(fs::is_regular_file(m_Storage / (m_CopyName + "-3") / "qelXml.xml"));
+}
+
+TEST_F(LogCopyTest, CopiesWhatThereIs) {
+    fs::remove(m_Data / "qelRnscXml.xml");
+    fs::remove_all(m_State);
+    m_Sources = {{"qelXml.xml", m_Sources["qelXml.xml"]}};
+    EXPECT_EQ(Run(m_Io), 0);
+    EXPECT_EQ(OnStorage(), After());
+}
+
+TEST_F(LogCopyTest, CopiesLogsWithoutResultFiles) {
+    fs::remove_all(m_Data);
+    m_Sources.erase("qelXml.xml");
+    m_Sources.erase("qelRnscXml.xml");
+    EXPECT_EQ(Run(m_Io), 0);
+    EXPECT_EQ(OnStorage(), After());
+}
+
+TEST_F(LogCopyTest, TakesOnlyItsOwnLogs) {
+    for (const char* name : {"quorvel.log.swp", "quorvel.01.log", "quorvel.0.log", "quorvel.x.log",
+                             "quorvel.-1.log", "quorvel.99999999999.log", "other.log", "quorvel"}) {
+        Write(m_State / name, "not ours");
+    }
+    Write(m_State / "quorvel.12.log", "very old\n");
+    m_Sources["quorvel.12.log"] = "very old\n";
+    EXPECT_EQ(Run(m_Io), 0);
+    EXPECT_EQ(OnStorage(), After());
+}
+
+TEST_F(LogCopyTest, FollowsLinksAndSkipsWhatIsNoFile) {
+    fs::rename(m_Data / "qelXml.xml", m_Scratch.Path() / "elsewhere");
+    fs::create_symlink(m_Scratch.Path() / "elsewhere", m_Data / "qelXml.xml");
+    fs::create_symlink("nowhere", m_State / "quorvel.2.log");
+    fs::create_directory(m_State / "quorvel.3.log");
+    // Without a writer, so that opening it the usual way would wait for one.
+    ASSERT_EQ(mkfifo((m_State / "quorvel.4.log").c_str(), 0600), 0);
+    EXPECT_EQ(Run(m_Io), 0);
+    EXPECT_EQ(OnStorage(), After());
+}
+
+TEST_F(LogCopyTest, CopiesAnEmptyFile) {
+    Write(m_State / "quorvel.log", "");
+    m_Sources["quorvel.log"] = "";
+    EXPECT_EQ(Run(m_Io), 0);
+    EXPECT_EQ(OnStorage(), After());
+}
+
+TEST_F(LogCopyTest, NothingToCopy) {
+    fs::remove_all(m_State);
+    fs::remove_all(m_Data);
+    EXPECT_EQ(Run(m_Io), -1);
+    EXPECT_THAT(m_Errors, ElementsAre(StartsWith("log copy: there is nothing to copy (")));
+    EXPECT_THAT(m_Infos, IsEmpty());
+    EXPECT_EQ(OnStorage(), Before());
+}
+
+TEST_F(LogCopyTest, NothingToCopyWithoutAStateFolder) {
+    m_Job.stateFolder = "";
+    fs::remove_all(m_Data);
+    EXPECT_EQ(Run(m_Io), -1);
+    EXPECT_THAT(m_Errors, ElementsAre(StartsWith("log copy: there is nothing to copy (")));
+}
+
+TEST_F(LogCopyTest, NoStorage) {
+    EXPECT_EQ(Run(m_Io, {ENOMEDIUM, "", std::nullopt}), -1);
+    EXPECT_THAT(m_Errors, ElementsAre("log copy: no USB storage is mounted (No medium found)"));
+    EXPECT_THAT(m_Infos, IsEmpty());
+}
+
+TEST_F(LogCopyTest, StorageThatCannotBeWrittenTo) {
+    EXPECT_EQ(Run(m_Io, {EROFS, m_Storage, std::nullopt}), -1);
+    EXPECT_THAT(m_Errors, ElementsAre(StartsWith("log copy: the USB storage is read-only (")));
+    EXPECT_EQ(Run(m_Io, {EACCES, m_Storage, std::nullopt}), -1);
+    EXPECT_THAT(m_Errors,
+                ElementsAre(StartsWith("log copy: no permission to write to the USB storage (")));
+    EXPECT_EQ(OnStorage(), Before());
+}
+
+TEST_F(LogCopyTest, FolderThatIsNotThereIsNoStorage) {
+    EXPECT_EQ(Run(m_Io, {0, m_Storage / "missing", std::nullopt}), -1);
+    EXPECT_THAT(m_Errors, ElementsAre(StartsWith("log copy: no USB storage is mounted (")));
+    EXPECT_EQ(Run(m_Io, {0, m_Storage / "holiday.jpg", std::nullopt}), -1);
+    EXPECT_THAT(m_Errors, ElementsAre(StartsWith("log copy: no USB storage is mounted (")));
+}
+
+TEST_F(LogCopyTest, StorageUnmountedSinceItWasFoundIsNotWrittenTo) {
+    EXPECT_EQ(Run(m_Io, {0, m_Storage, 0}), -1);
+    EXPECT_THAT(m_Errors,
+                ElementsAre(StartsWith("log copy: the USB storage was unplugged or is broken (")));
+    EXPECT_EQ(OnStorage(), Before());
+}
+
+TEST_F(LogCopyTest, SystemThatCannotBeAsked) {
+    const int result = quorvel::desktop::RunLogCopy(
+        {m_Io,
+         []() -> UsbStorage { throw std::system_error(EIO, std::generic_category(), "mounts"); },
+         [this](bool isError, const std::string& line) {
+             (isError ? m_Errors : m_Infos).push_back(line);
+         }},
+        m_Job);
+    EXPECT_EQ(result, -1);
+    EXPECT_THAT(m_Errors, ElementsAre("log copy: the USB storage does not take the files (mounts: "
+                                      "Input/output error)"));
+}
+
+TEST_F(LogCopyTest, LogLineStaysOneLine) {
+    EXPECT_EQ(Run(m_Io, {EROFS, "/media/a\nb\x7f", std::nullopt}), -1);
+    EXPECT_THAT(m_Errors, ElementsAre("log copy: the USB storage is read-only (/media/a?b?: "
+                                      "Read-only file system)"));
+}
+
+TEST_F(LogCopyTest, RemovesWhatACrashedCopyLeft) {
+    Write(m_Storage / ".quorvel-unfinished-quorvel-old-1" / "quorvel.log", "half");
+    fs::create_directory(m_Storage / ".quorvel-unfinished-quorvel-old-2");
+    EXPECT_EQ(Run(m_Io), 0);
+    EXPECT_EQ(OnStorage(), After());
+}
+
+TEST_F(LogCopyTest, LeavesAloneWhatOnlyLooksLikeALeftOver) {
+    const fs::path link = m_Storage / ".quorvel-unfinished-link";
+    const fs::path file = m_Storage / ".quorvel-unfinished-file";
+    fs::create_symlink(m_Data, link);
+    Write(file, "a file");
+    EXPECT_EQ(Run(m_Io), 0);
+    EXPECT_TRUE(fs::is_symlink(link));
+    EXPECT_TRUE(fs::exists(file));
+    EXPECT_TRUE(fs::exists(m_Data / "qelXml.xml"));
+}
+
+TEST_F(LogCopyTest, CopyUnderWayIsLeftAlone) {
+    const fs::path other = m_Storage / ".quorvel-unfinished-other" / "quorvel.log";
+    Write(other, "half");
+    const int lock = open(m_Storage.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    ASSERT_EQ(flock(lock, LOCK_EX | LOCK_NB), 0);
+    EXPECT_EQ(Run(m_Io), -1);
+    EXPECT_THAT(m_Errors, ElementsAre(StartsWith("log copy: another copy to the USB storage is ")));
+    EXPECT_TRUE(fs::exists(other));
+    close(lock);
+    EXPECT_EQ(Run(m_Io), 0);
+    EXPECT_EQ(OnStorage(), After());
+}
+
+TEST_F(LogCopyTest, CopiesAtTheSameTimeAreWholeOrNotThere) {
+    std::vector<std::future<quorvel::desktop::LogCopyResult>> copies;
+    std::generate_n(std::back_inserter(copies), 8, [this] {
+        return std::async(std::launch::async, [this] {
+            SystemFileIo io;
+            return quorvel::desktop::CopyLogs(io, m_Job, Storage());
+        });
+    });
+    Tree expected = Before();
+    for (auto& copy : copies) {
+        const quorvel::desktop::LogCopyResult result = copy.get();
+        if (result.status == quorvel::desktop::LogCopyStatus::kDone) {
+            expected.merge(After(fs::path(result.detail).filename()));
+        } else {
+            EXPECT_EQ(result.status, quorvel::desktop::LogCopyStatus::kBusy) << result.detail;
+        }
+    }
+    EXPECT_GT(expected.size(), Before().size());
+    EXPECT_EQ(OnStorage(), expected);
+}
+
+TEST_F(LogCopyTest, CopiesAGrowingLogAsItWasAtTheStart) {
+    std::ofstream log(m_State / "quorvel.log", std::ios::app);
+    FaultyFileIo io(m_Storage);
+    io.SetHook([&](std::size_t index) {
+        if (io.Performed()[index].operation == Operation::Read) {
+            log << "more\n" << std::flush;
+        }
+    });
+    EXPECT_EQ(Run(io), 0);
+    EXPECT_EQ(OnStorage(), After());
+}
+
+TEST_F(LogCopyTest, CopiesWhatIsLeftOfALogThatIsCut) {
+    FaultyFileIo io(m_Storage);
+    io.SetHook([&](std::size_t index) {
+        if (io.Performed()[index].operation == Operation::Read) {
+            fs::resize_file(m_State / "quorvel.log", 2);
+        }
+    });
+    m_Sources["quorvel.log"] = "yo";
+    EXPECT_EQ(Run(io), 0);
+    EXPECT_EQ(OnStorage(), After());
+}
+
+// The rotation falls between any two operations; afterwards each line of the logs is in the copy
+// exactly once.
+TEST_F(LogCopyTest, MissesNothingWhenTheLogIsRotatedMeanwhile) {
+    const std::size_t first = IndexOf(Operation::MakeFolder);
+    for (std::size_t at = 0; at <= first; ++at) {
+        FaultyFileIo io(m_Storage);
+        io.SetHook([&](std::size_t index) {
+            if (index == at) {
+                fs::rename(m_State / "quorvel.1.log", m_State / "quorvel.2.log");
+                fs::rename(m_State / "quorvel.log", m_State / "quorvel.1.log");
+                Write(m_State / "quorvel.log", "");
+            }
+        });
+        ASSERT_EQ(Run(io), 0);
+        std::string lines;
+        for (const char* name : {"quorvel.2.log", "quorvel.1.log", "quorvel.log"}) {
+            lines += Read(m_Storage / m_CopyName / name);
+        }
+        EXPECT_EQ(lines, "old\nyoung\n") << "rotated before operation " << at;
+        fs::rename(m_State / "quorvel.1.log", m_State / "quorvel.log");
+        fs::rename(m_State / "quorvel.2.log", m_State / "quorvel.1.log");
+        ResetStorage();
+    }
+}
+
+TEST_F(LogCopyTest, GoesOnAfterShortReadsAndWrites) {
+    FaultyFileIo io(m_Storage);
+    io.SetMaxTransfer(9973, 997);
+    EXPECT_EQ(Run(io), 0);
+    EXPECT_EQ(OnStorage(), After());
+}
+
+TEST_F(LogCopyTest, GoesOnAfterSignals) {
+    FaultyFileIo io(m_Storage);
+    io.InterruptEach();
+    EXPECT_EQ(Run(io), 0);
+    EXPECT_EQ(OnStorage(), After());
+}
+
+TEST_F(LogCopyTest, WriteThatTakesNothingFails) {
+    FaultyFileIo io(m_Storage);
+    io.SetHook([&](std::size_t index) {
+        if (io.Performed()[index].operation == Operation::Write) {
+            io.SetMaxTransfer(1, 0);
+        }
+    });
+    EXPECT_EQ(Run(io), -1);
+    EXPECT_THAT(m_Errors,
+                ElementsAre(StartsWith("log copy: the USB storage was unplugged or is broken (")));
+    EXPECT_EQ(OnStorage(), Before());
+}
+
+TEST_F(LogCopyTest, GoesOnWhereThereAreNoLocks) {
+    const std::size_t lock = IndexOf(Operation::TryLock);
+    for (const int error : {EOPNOTSUPP, ENOSYS, ENOLCK, EINVAL, EBADF}) {
+        FaultyFileIo io(m_Storage);
+        io.FailAt(lock, error, false);
+        EXPECT_EQ(Run(io), 0) << std::generic_category().message(error);
+        EXPECT_EQ(OnStorage(), After());
+        ResetStorage();
+    }
+}
+
+// The C call itself, with the system's own operations and our real log.
+class LogCopyCallTest : public CopyFixture {
+protected:
+    void SetUp() override { fs::rename(m_State, m_Scratch.Path() / "quorvel"); }
+
+    // What a copy of this machine's may be called.
+    static std::vector<std::string> NamesBetween(std::time_t first, std::time_t last) {
+        std::array<char, 256> host{};
+        EXPECT_EQ(gethostname(host.data(), host.size() - 1), 0);
+        std::vector<std::string> names;
+        for (std::time_t time = first; time <= last; ++time) {
+            names.push_back(LogCopyName(host.data(), time));
+        }
+        return names;
+    }
+
+    ScopedVariable m_StateHome{"XDG_STATE_HOME", m_Scratch.Path().string()};
+    ScopedVariable m_UsbFolder{"QUORVEL_USB_DIR", m_Storage.string()};
+};
+
+TEST_F(LogCopyCallTest, CopiesIntoTheFolderFromTheEnvironment) {
+    const std::time_t before = std::time(nullptr);
+    EXPECT_EQ(automation_copy_log_to_usb(), 0);
+    const std::time_t after = std::time(nullptr);
+    std::vector<fs::path> copies;
+    for (const auto& entry : fs::directory_iterator(m_Storage)) {
+        if (entry.is_directory()) {
+            copies.push_back(entry.path());
+        }
+    }
+    ASSERT_EQ(copies.size(), 1U);
+    EXPECT_THAT(NamesBetween(before, after), testing::Contains(copies[0].filename().string()));
+    EXPECT_EQ(Read(copies[0] / "quorvel.1.log"), "old\n");
+}
+
+TEST_F(LogCopyCallTest, FailsWithoutTheFolderFromTheEnvironment) {
+    fs::remove_all(m_Storage);
+    EXPECT_EQ(automation_copy_log_to_usb(), -1);
+    EXPECT_FALSE(fs::exists(m_Storage));
+}
+
+// The C call in a program of its own, and what it says of it.
+class LogCopyLineTest : public testing::Test {
+protected:
+    // The result, and the last line on the terminal.
+    std::vector<std::string> Copy(const fs::path& storage) const {
+        ChildProgram program(m_Folders, QUORVEL_LOG_WRITER, {"copy"},
+                             {{"QUORVEL_USB_DIR", storage}});
+        EXPECT_EQ(program.Exit(), 0);
+        const std::vector<std::string> lines = LinesOf(program.Messages());
+        EXPECT_EQ(lines.size(), 2U);
+        return {program.Output(), lines.empty() ? "" : lines.back()};
+    }
+
+    PrivateFolders m_Folders;
+};
+
+TEST_F(LogCopyLineTest, SuccessIsAnInformation) {
+    EXPECT_THAT(
+        Copy(m_Folders.Root() / "tmp"),
+        ElementsAre("0\n", ContainsRegex("^I/QEL_PC  \\( *[0-9]+\\): log copy: the logs are "
+                                         "stored in \\(.*/tmp/quorvel-.*\\)$")));
+}
+
+TEST_F(LogCopyLineTest, FailureIsAnError) {
+    EXPECT_THAT(
+        Copy(m_Folders.Root() / "missing"),
+        ElementsAre("-1\n", ContainsRegex("^E/QEL_PC  \\( *[0-9]+\\): log copy: .*missing")));
+}
+
+}  // namespace

@@ -1,0 +1,295 @@
+#include "log_copy/usb_storage.h"
+
+#include <gmock/gmock.h>
+#include <sys/stat.h>
+#include <sys/sysmacros.h>
+#include <tv_services.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <filesystem>
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "log_copy/log_copy_service.h"
+#include "platform/fixtures/CopyFixture.h"
+#include "platform/fixtures/LoopImage.h"
+#include "platform/fixtures/ScopedVariable.h"
+#include "platform/fixtures/UsbStick.h"
+
+using quorvel::desktop::BlockDevice;
+using quorvel::desktop::ChooseUsbStorage;
+using quorvel::desktop::FindUsbStorage;
+using quorvel::desktop::Mount;
+using quorvel::desktop::ReadBlockDevices;
+using quorvel::desktop::ReadMounts;
+using quorvel::desktop::UsbStorage;
+
+namespace {
+
+constexpr uid_t kSomebodyElse = 12345;
+
+const dev_t SDA1 = makedev(8, 1);
+const dev_t SDB1 = makedev(8, 17);
+const dev_t SDB2 = makedev(8, 18);
+const dev_t SDC1 = makedev(8, 33);
+
+// The decision, on a machine with a built-in disk and two USB devices, the first with two
+// partitions.
+class UsbStorageChoiceTest : public testing::Test {
+protected:
+    UsbStorageChoiceTest() {
+        m_Mounts.push_back({1, SDA1, "/dev/sda1", "/", false});
+        m_Mounts.push_back({2, makedev(0, 5), "tmpfs", "/run", false});
+    }
+
+    void MountAt(const std::string& folder, dev_t number, const std::string& source,
+                 bool readOnly = false) {
+        m_Mounts.push_back({m_Mounts.size() + 1, number, source, folder, readOnly});
+    }
+
+    UsbStorage Choose() {
+        return ChooseUsbStorage(m_Devices, m_Mounts, [this](const std::string& folder) {
+            m_Probed.push_back(folder);
+            return m_Errors[folder];
+        });
+    }
+
+    std::vector<BlockDevice> m_Devices = {{SDA1, "/dev/sda1", ""},
+                                          {SDB1, "/dev/sdb1", "/sys/usb1/1-1"},
+                                          {SDB2, "/dev/sdb2", "/sys/usb1/1-1"},
+                                          {SDC1, "/dev/sdc1", "/sys/usb1/1-2"}};
+    std::vector<Mount> m_Mounts;
+    std::map<std::string, int> m_Errors;  // of probing
+    std::vector<std::string> m_Probed;
+};
+
+TEST_F(UsbStorageChoiceTest, NoneIsMounted) {
+    EXPECT_EQ(Choose().error, ENOMEDIUM);
+    EXPECT_THAT(m_Probed, testing::IsEmpty());
+}
+
+TEST_F(UsbStorageChoiceTest, NoDevicesAndNoMounts) {
+    m_Devices.clear();
+    m_Mounts.clear();
+    EXPECT_EQ(Choose().error, ENOMEDIUM);
+}
+
+TEST_F(UsbStorageChoiceTest, TakesTheOneThatWasMountedFirst) {
+    MountAt("/media/second device", SDC1, "/dev/sdc1");
+    MountAt("/media/first device", SDB1, "/dev/sdb1");
+    const UsbStorage storage = Choose();
+    EXPECT_EQ(storage.error, 0);
+    EXPECT_EQ(storage.folder, "/media/second device");
+    EXPECT_EQ(storage.mountId, 3U);
+}
+
+TEST_F(UsbStorageChoiceTest, TakesTheFirstThatCanBeWrittenTo) {
+    MountAt("/media/ro", SDB1, "/dev/sdb1", true);
+    MountAt("/media/not permitted", SDB2, "/dev/sdb2");
+    MountAt("/media/rw", SDC1, "/dev/sdc1");
+    m_Errors["/media/not permitted"] = EACCES;
+    EXPECT_EQ(Choose().folder, "/media/rw");
+    EXPECT_THAT(m_Probed, testing::ElementsAre("/media/not permitted", "/media/rw"));
+}
+
+TEST_F(UsbStorageChoiceTest, ReportsWhyTheFirstCannotBeWrittenTo) {
+    MountAt("/media/ro", SDB1, "/dev/sdb1", true);
+    MountAt("/media/not permitted", SDC1, "/dev/sdc1");
+    m_Errors["/media/not permitted"] = EACCES;
+    const UsbStorage storage = Choose();
+    EXPECT_EQ(storage.error, EROFS);
+    EXPECT_EQ(storage.folder, "/media/ro");
+    m_Mounts.erase(m_Mounts.end() - 2);
+    EXPECT_EQ(Choose().error, EACCES);
+}
+
+TEST_F(UsbStorageChoiceTest, NeverTakesABuiltInDisk) {
+    MountAt("/media/usb", SDA1, "/dev/sda1");
+    MountAt("/media/usb2", makedev(8, 99), "/dev/sdx1");
+    EXPECT_EQ(Choose().error, ENOMEDIUM);
+}
+
+TEST_F(UsbStorageChoiceTest, KnowsAFileSystemWithoutItsOwnNumberByItsNode) {
+    MountAt("/media/many disks", makedev(0, 42), "/dev/sdc1");
+    EXPECT_EQ(Choose().folder, "/media/many disks");
+}
+
+TEST_F(UsbStorageChoiceTest, DeviceWithoutANodeIsNotEveryMountWithoutASource) {
+    m_Devices.push_back({makedev(8, 49), "", "/sys/usb1/1-3"});
+    MountAt("/media/none", makedev(0, 43), "");
+    EXPECT_EQ(Choose().error, ENOMEDIUM);
+}
+
+TEST_F(UsbStorageChoiceTest, PassesOverAMountThatALaterOneHides) {
+    MountAt("/media/usb", SDB1, "/dev/sdb1");
+    MountAt("/media/usb", SDA1, "/dev/sda1");
+    EXPECT_EQ(Choose().error, ENOMEDIUM);
+    MountAt("/media/usb", SDC1, "/dev/sdc1");
+    EXPECT_EQ(Choose().mountId, 5U);
+}
+
+TEST_F(UsbStorageChoiceTest, PassesOverTheDeviceThatTheSystemRunsFrom) {
+    m_Mounts[0].number = SDB1;
+    m_Mounts[0].source = "/dev/sdb1";
+    MountAt("/boot", SDB2, "/dev/sdb2");
+    EXPECT_EQ(Choose().error, ENOMEDIUM);
+    MountAt("/media/usb", SDC1, "/dev/sdc1");
+    EXPECT_EQ(Choose().folder, "/media/usb");
+}
+
+// The root may lie on LVM or behind dm-crypt, which no USB device is seen behind.
+TEST_F(UsbStorageChoiceTest, PassesOverADeviceThatCarriesAnyPartOfTheSystem) {
+    m_Mounts[0].number = makedev(253, 0);
+    m_Mounts[0].source = "/dev/mapper/root";
+    MountAt("/media/usb", SDB2, "/dev/sdb2");
+    for (const char* folder : {"/boot", "/boot/efi", "/usr", "/var", "/home"}) {
+        MountAt(folder, SDB1, "/dev/sdb1");
+        EXPECT_EQ(Choose().error, ENOMEDIUM) << folder;
+        m_Mounts.pop_back();
+    }
+    EXPECT_EQ(Choose().folder, "/media/usb");
+    MountAt("/boot/usb", SDB1, "/dev/sdb1");
+    EXPECT_EQ(Choose().folder, "/media/usb");
+}
+
+TEST_F(UsbStorageChoiceTest, PassesOverEachOfTheDevicesThatTheSystemRunsFrom) {
+    MountAt("/boot", SDB1, "/dev/sdb1");
+    MountAt("/home", SDC1, "/dev/sdc1");
+    MountAt("/media/usb", SDB2, "/dev/sdb2");
+    EXPECT_EQ(Choose().error, ENOMEDIUM);
+}
+
+// What the running system tells.
+// Not the root folder, which is no mount inside a changed root.
+TEST(UsbStorageReadTest, MountTableHasWhatIsMounted) {
+    const std::vector<Mount> mounts = ReadMounts();
+    const auto proc = std::find_if(mounts.rbegin(), mounts.rend(),
+                                   [](const Mount& mount) { return mount.folder == "/proc"; });
+    ASSERT_NE(proc, mounts.rend());
+    quorvel::desktop::SystemFileIo io;
+    const quorvel::desktop::FileHandle folder(io, io.Open(-1, "/proc", 0, 0));
+    std::uint64_t id = 0;
+    ASSERT_EQ(io.MountId(folder.Get(), id), 0);
+    EXPECT_EQ(proc->id, id);
+}
+
+TEST(UsbStorageReadTest, BlockDevicesAreThoseOfTheSystem) {
+    for (const BlockDevice& device : ReadBlockDevices()) {
+        struct stat status {};
+        if (stat(device.node.c_str(), &status) == 0) {
+            EXPECT_EQ(status.st_rdev, device.number) << device.node;
+        }
+    }
+}
+
+TEST(UsbStorageReadTest, FolderFromTheEnvironmentStandsInForADevice) {
+    const ScopedVariable variable("QUORVEL_USB_DIR", "/some/folder");
+    const UsbStorage storage = quorvel::desktop::StorageToCopyTo();
+    EXPECT_EQ(storage.error, 0);
+    EXPECT_EQ(storage.folder, "/some/folder");
+    EXPECT_FALSE(storage.mountId.has_value());
+}
+
+TEST(UsbStorageReadTest, EmptyFolderFromTheEnvironmentStandsForNothing) {
+    const ScopedVariable variable("QUORVEL_USB_DIR", "");
+    EXPECT_EQ(quorvel::desktop::StorageToCopyTo().error, FindUsbStorage().error);
+}
+
+// A stick that is plugged in, as far as this process can tell, and really mounted.
+class UsbStorageStickTest : public CopyFixture {
+protected:
+    void SetUp() override {
+        const std::string reason = LoopImage::WhyNot("ext4");
+        if (!reason.empty()) {
+            GTEST_SKIP() << reason;
+        }
+        m_Image = std::make_unique<LoopImage>(m_Scratch.Path(), "ext4", 16 * 1024 * 1024);
+        m_Image->Mount("rw");
+        std::filesystem::rename(m_State, m_Scratch.Path() / "quorvel");
+    }
+
+    dev_t ImageNumber() const {
+        struct stat status {};
+        EXPECT_EQ(stat(m_Image->Node().c_str(), &status), 0);
+        return status.st_rdev;
+    }
+
+    // The image is what the stick holds.
+    void PlugIn() { m_Stick = std::make_unique<UsbStick>(ImageNumber(), makedev(66, 1)); }
+    // The image is what the built-in disk holds.
+    void BuildIn() { m_Stick = std::make_unique<UsbStick>(makedev(65, 1), ImageNumber()); }
+
+    ScopedVariable m_StateHome{"XDG_STATE_HOME", m_Scratch.Path().string()};
+    ScopedVariable m_NoUsbFolder{"QUORVEL_USB_DIR", std::nullopt};
+    std::unique_ptr<LoopImage> m_Image;
+    // Goes before the image, which is unmounted with the help of the system's own devices.
+    std::unique_ptr<UsbStick> m_Stick;
+};
+
+TEST_F(UsbStorageStickTest, IsKnownByItsBus) {
+    PlugIn();
+    std::map<std::string, std::string> usbDevices;
+    for (const BlockDevice& device : ReadBlockDevices()) {
+        usbDevices[device.node] = device.usbDevice;
+    }
+    const std::string stick = "/sys/devices/pci0000:00/0000:00:14.0/usb1/1-2";
+    EXPECT_EQ(usbDevices,
+              (std::map<std::string, std::string>{
+                  {"/dev/sdp", ""}, {"/dev/sdp1", ""}, {"/dev/sdq", stick}, {"/dev/sdq1", stick}}));
+}
+
+TEST_F(UsbStorageStickTest, IsFoundWhereItIsMounted) {
+    PlugIn();
+    const UsbStorage storage = FindUsbStorage();
+    EXPECT_EQ(storage.error, 0);
+    EXPECT_EQ(storage.folder, m_Image->Folder());
+}
+
+TEST_F(UsbStorageStickTest, IsFoundReadOnly) {
+    m_Image->Unmount();
+    m_Image->Mount("ro");
+    PlugIn();
+    EXPECT_EQ(FindUsbStorage().error, EROFS);
+}
+
+TEST_F(UsbStorageStickTest, IsNotWrittenToWithoutPermission) {
+    PlugIn();
+    ASSERT_EQ(chmod(m_Image->Folder().c_str(), 0700), 0);
+    ASSERT_EQ(seteuid(kSomebodyElse), 0);
+    const int error = FindUsbStorage().error;
+    ASSERT_EQ(seteuid(0), 0);
+    EXPECT_EQ(error, EACCES);
+}
+
+TEST_F(UsbStorageStickTest, IsNotFoundWhenItIsNotMounted) {
+    PlugIn();
+    m_Image->Unmount();
+    EXPECT_EQ(FindUsbStorage().error, ENOMEDIUM);
+}
+
+TEST_F(UsbStorageStickTest, BuiltInDiskIsNoStick) {
+    BuildIn();
+    EXPECT_EQ(FindUsbStorage().error, ENOMEDIUM);
+}
+
+TEST_F(UsbStorageStickTest, LogsAreCopiedToIt) {
+    PlugIn();
+    EXPECT_EQ(automation_copy_log_to_usb(), 0);
+    int logs = 0;
+    for (const auto& [name, bytes] : TreeOf(m_Image->Folder())) {
+        logs += name.rfind("quorvel-", 0) == 0 && bytes == "old\n" ? 1 : 0;
+    }
+    EXPECT_EQ(logs, 1);
+}
+
+TEST_F(UsbStorageStickTest, NothingIsCopiedWithoutIt) {
+    BuildIn();
+    EXPECT_EQ(automation_copy_log_to_usb(), -1);
+    EXPECT_EQ(TreeOf(m_Image->Folder()), (Tree{{"lost+found/", ""}}));
+}
+
+}  // namespace

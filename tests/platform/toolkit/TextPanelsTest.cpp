@@ -1,0 +1,83 @@
+#include "toolkit/text_panels.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+#include "fixtures/Screen.h"
+#include "platform/fixtures/Stage.h"
+
+namespace quorvel::desktop {
+namespace {
+
+const Evas_Object* TextOf(const Evas_Object* label) {
+    return edje_object_part_object_get(elm_layout_edje_get(label), "shown");
+}
+
+// The height of a line of text, in pixels.
+int LineHeight(const Evas_Object* label) {
+    int height = 0;
+    evas_object_textblock_line_number_geometry_get(TextOf(label), 0, nullptr, nullptr, nullptr,
+                                                   &height);
+    return height;
+}
+
+// How far down the last line reaches.
+int TextEnd(const Evas_Object* label, int lines) {
+    int y = 0;
+    int height = 0;
+    EXPECT_TRUE(evas_object_textblock_line_number_geometry_get(TextOf(label), lines - 1, nullptr,
+                                                               &y, nullptr, &height));
+    return y + height;
+}
+
+class InfoPanel : public testing::TestWithParam<int> {};
+
+TEST_P(InfoPanel, ShowsEveryLineAsLargeAsTheCellAllows) {
+    StagePlan plan;
+    plan.infoLines = GetParam();
+    const Stage stage(plan);
+    const Area cell = Screen::AreaOf(stage.infoLeft);
+    const int end = TextEnd(stage.infoLeft, plan.infoLines);
+    EXPECT_LE(end, cell.height);
+    EXPECT_GT(end, cell.height * 3 / 4);
+    EXPECT_NEAR(cell.height, Screen::HEIGHT / 4, 4);
+}
+
+INSTANTIATE_TEST_SUITE_P(Lines, InfoPanel, testing::Values(9, 10, 11, 12, 13, 17, 20, 30));
+
+TEST(InfoPanel, AFewLinesAreNoLargerThanTen) {
+    StagePlan plan;
+    plan.infoLines = 2;
+    const Stage few(plan);
+    EXPECT_LE(LineHeight(few.infoLeft), Screen::AreaOf(few.infoLeft).height / 10);
+}
+
+TEST(InfoPanel, UsualTextsAreReadableFromAfar) {
+    StagePlan plan;
+    plan.infoLines = 11;
+    const Stage stage(plan);
+    EXPECT_GE(LineHeight(stage.infoLeft), 20);
+}
+
+TEST(InfoPanel, MoreTextThanThereIsRoomForMakesNoRowHigher) {
+    const Stage usual;
+    StagePlan plan;
+    plan.infoLines = 80;
+    const Stage stage(plan);
+    EXPECT_EQ(Screen::AreaOf(stage.infoLeft), Screen::AreaOf(usual.infoLeft));
+    EXPECT_EQ(Screen::AreaOf(stage.button), Screen::AreaOf(usual.button));
+}
+
+TEST(TextPanel, TheScrollingOneKeepsTheSizeThatTheApplicationGives) {
+    Stage stage;
+    stage.ShowResult(3);
+    const int few = LineHeight(stage.label);
+    stage.ShowResult(300);
+    EXPECT_EQ(LineHeight(stage.label), few);
+    EXPECT_GE(TextEnd(stage.label, 300), 300 * few);
+    EXPECT_GE(Screen::AreaOf(stage.label).height, TextEnd(stage.label, 300));
+}
+
+}  // namespace
+}  // namespace quorvel::desktop

@@ -1,0 +1,286 @@
+#include "toolkit/theme.h"
+
+#include <gmock/gmock.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <string>
+
+#include "fixtures/Screen.h"
+#include "platform/fixtures/LoggedLines.h"
+#include "platform/fixtures/PrivateFolders.h"
+#include "platform/fixtures/ScopedVariable.h"
+#include "platform/fixtures/Stage.h"
+#include "resources.h"
+
+namespace quorvel::desktop {
+namespace {
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+// How bright a colour is to the eye, 0 to 255.
+int Brightness(const Colour& colour) {
+    return (2 * colour.red + 7 * colour.green + colour.blue) / 10;
+}
+
+std::string StateOf(const Evas_Object* widget, const char* part) {
+    return edje_object_part_state_get(elm_layout_edje_get(widget), part, nullptr);
+}
+
+Area PartOf(const Evas_Object* widget, const char* part) {
+    const Evas_Object* panel = elm_layout_edje_get(widget);
+    const Area outside = Screen::AreaOf(panel);
+    Area area{};
+    edje_object_part_geometry_get(panel, part, &area.x, &area.y, &area.width, &area.height);
+    area.x += outside.x;
+    area.y += outside.y;
+    return area;
+}
+
+class Style : public testing::TestWithParam<const char*> {};
+
+TEST_P(Style, IsInOurTheme) {
+    Stage::StartToolkit();
+    const char* file = elm_theme_group_path_find(nullptr, GetParam());
+    ASSERT_NE(file, nullptr);
+    EXPECT_THAT(file, HasSubstr("/resources/theme/quorvel"));
+}
+
+INSTANTIATE_TEST_SUITE_P(Theme, Style,
+                         testing::Values("elm/genlist/item/C_TextItem_WhiteSingleline02/default",
+                                         "elm/popup/base/C_PopupBasic_WhiteBottom",
+                                         "elm/popup/content/popup/C_PopupBasic_WhiteBottom",
+                                         "elm/notify/bottom/popup/C_PopupBasic_WhiteBottom",
+                                         "elm/notify/center/popup/C_PopupBasic_WhiteBottom",
+                                         "elm/notify/block_events/popup/C_PopupBasic_WhiteBottom",
+                                         "elm/label/base/popup/C_PopupBasic_WhiteBottom",
+                                         "elm/progressbar/horizontal/C_Loading_WhiteSmall",
+                                         "elm/button/base/C_ButtonBasic_WhiteText",
+                                         "elm/scroller/base/c_scrollbar_list",
+                                         "elm/label/base/slide_short", "elm/label/base/default",
+                                         "elm/genlist/base/default"));
+
+TEST(Theme, TheToolkitMissesNoStyle) {
+    Stage::StartToolkit();
+    Screen::TakeComplaints();
+    {
+        Stage stage;
+        stage.Press("Down");
+        stage.ShowResult(100);
+        stage.ShowPopup(true);
+        stage.ShowPopup(false);
+        stage.Press("Return");
+    }
+    EXPECT_THAT(Screen::TakeComplaints(), IsEmpty());
+}
+
+TEST(Theme, AFileThatIsNoneIsSaidAndRefused) {
+    Stage::StartToolkit();
+    const PrivateFolders folders;
+    const std::filesystem::path file = folders.Root() / "theme/quorvel.edj";
+    std::filesystem::create_directory(file.parent_path());
+    std::ofstream(file) << "no theme";
+    RemoveTheme();
+    const LoggedLines log;
+    {
+        const ScopedVariable resources("QUORVEL_RESOURCES", folders.Root().string());
+        EXPECT_FALSE(AddTheme());
+        RemoveTheme();
+    }
+    EXPECT_THAT(log.Messages(), ElementsAre("the theme cannot be used: " + file.string()));
+    EXPECT_TRUE(AddTheme());
+}
+
+class Proportion : public testing::TestWithParam<std::pair<int, int>> {
+protected:
+    Proportion() {
+        m_Plan.width = GetParam().first;
+        m_Plan.height = GetParam().second;
+    }
+    StagePlan m_Plan;
+};
+
+TEST_P(Proportion, TheTitleFillsItsRow) {
+    const Stage stage(m_Plan);
+    const Area row = Screen::AreaOf(stage.title);
+    const Picture picture = Screen::Render(stage.window);
+    const auto isTitle = [](const Colour& colour) { return colour == Colour{0xCC, 0xCC, 0xCC}; };
+    const Area letters{m_Plan.width / 3, row.y, m_Plan.width / 3, row.height};
+    const int all = picture.Count(letters, isTitle);
+    EXPECT_GT(all, row.height * row.height / 3);
+    EXPECT_EQ(picture.Count(row, isTitle), all) << "to the left or right of the middle";
+    const Area edge{0, row.y, m_Plan.width, row.height / 10};
+    EXPECT_EQ(picture.Count(edge, isTitle), 0) << "at the upper edge";
+}
+
+TEST_P(Proportion, TenRowsAreSeen) {
+    m_Plan.rows = 20;
+    const Stage stage(m_Plan);
+    const Area list = Screen::AreaOf(stage.list);
+    int y = 0;
+    int height = 0;
+    Elm_Object_Item* tenth = elm_genlist_at_xy_item_get(stage.list, list.x + list.width / 2,
+                                                        list.Bottom() - list.height / 20, &y);
+    EXPECT_EQ(tenth, stage.Row(9));
+    elm_scroller_child_size_get(stage.list, nullptr, &height);
+    EXPECT_NEAR(height / m_Plan.rows, list.height / 10, list.height / 200);
+}
+
+TEST_P(Proportion, TheColumnsOfTheLayoutAreEqual) {
+    m_Plan.infoLines = 20;
+    const Stage stage(m_Plan);
+    EXPECT_NEAR(Screen::AreaOf(stage.list).width, m_Plan.width / 3, 3);
+    EXPECT_NEAR(Screen::AreaOf(stage.infoRight).width, m_Plan.width / 3, 3);
+    EXPECT_NEAR(Screen::AreaOf(stage.infoRight).height, m_Plan.height / 4, 4);
+}
+
+INSTANTIATE_TEST_SUITE_P(Theme, Proportion,
+                         testing::Values(std::pair(1280, 720), std::pair(1920, 1080),
+                                         std::pair(3840, 2160)));
+
+TEST(Theme, AListWithoutRowsIsGreyed) {
+    StagePlan empty;
+    empty.rows = 0;
+    const Stage grey(empty);
+    const Picture greyPicture = Screen::Render(grey.window);
+    const Stage usual;
+    const Picture usualPicture = Screen::Render(usual.window);
+    // Below the last row.
+    const Area list = Screen::AreaOf(usual.list);
+    const int x = list.x + list.width / 2;
+    const int y = list.Bottom() - 10;
+    EXPECT_GT(Brightness(greyPicture.At(x, y)), Brightness(usualPicture.At(x, y)) + 20);
+}
+
+TEST(Theme, AButtonShowsFocusAndDisability) {
+    const Stage stage;
+    EXPECT_EQ(StateOf(stage.button, "body"), "default");
+    elm_object_focus_set(stage.button, EINA_TRUE);
+    Screen::Settle(stage.window);
+    EXPECT_EQ(StateOf(stage.button, "body"), "focused");
+    elm_object_disabled_set(stage.button, EINA_TRUE);
+    Screen::Settle(stage.window);
+    EXPECT_EQ(StateOf(stage.button, "body"), "disabled");
+    EXPECT_EQ(StateOf(stage.button, "elm.text"), "disabled");
+    elm_object_disabled_set(stage.button, EINA_FALSE);
+    Screen::Settle(stage.window);
+    EXPECT_EQ(StateOf(stage.button, "elm.text"), "default");
+}
+
+TEST(Theme, ThePopupLiesAtTheBottomAndDimsTheRest) {
+    Stage stage;
+    const Picture before = Screen::Render(stage.window);
+    stage.ShowPopup(false);
+    const Picture after = Screen::Render(stage.window);
+    const Area row = Screen::AreaOf(stage.title);
+    const Area ok = Screen::AreaOf(stage.ok);
+    EXPECT_LT(after.Count(row, [](const Colour& c) { return Brightness(c) > 100; }), 1);
+    EXPECT_GT(before.Count(row, [](const Colour& c) { return Brightness(c) > 100; }), 1000);
+    EXPECT_GT(ok.y, Screen::HEIGHT / 2);
+    EXPECT_LE(ok.Bottom(), Screen::HEIGHT);
+    const auto isSheet = [](const Colour& colour) { return colour == Colour{27, 37, 49}; };
+    const Area lastLine{0, Screen::HEIGHT - 1, Screen::WIDTH, 1};
+    EXPECT_EQ(after.Count(lastLine, isSheet), Screen::WIDTH) << "over the whole width";
+    EXPECT_EQ(after.Count({0, 0, Screen::WIDTH, Screen::HEIGHT / 3}, isSheet), 0);
+}
+
+TEST(Theme, ThePopupGoesAtOnce) {
+    Stage stage;
+    stage.ShowPopup(false);
+    evas_object_hide(stage.popup);
+    EXPECT_FALSE(evas_object_visible_get(stage.popup));
+}
+
+TEST(Theme, TheLoaderTurnsWhileSomethingRuns) {
+    Stage stage;
+    stage.ShowPopup(true);
+    const Area loader = Screen::AreaOf(stage.loader);
+    const auto isDot = [](const Colour& colour) { return Brightness(colour) > 200; };
+    const auto rightHalf = [&] {
+        const Area half{loader.x + loader.width - 54, loader.y, 54, loader.height};
+        return Screen::Render(stage.window).Count(half, isDot);
+    };
+    const int first = rightHalf();
+    EXPECT_TRUE(Screen::PumpUntil([&] { return std::abs(rightHalf() - first) > 200; }));
+    stage.ShowPopup(false);
+    EXPECT_EQ(Screen::Render(stage.window).Count(loader, isDot), 0);
+}
+
+TEST(Theme, TheScrollbarOfThePanelIsThereForALongText) {
+    Stage stage;
+    stage.ShowResult(5);
+    EXPECT_EQ(StateOf(stage.scroller, "track"), "default");
+    stage.ShowResult(60);
+    EXPECT_EQ(StateOf(stage.scroller, "track"), "shown");
+    const Area track = PartOf(stage.scroller, "track");
+    EXPECT_TRUE(Screen::AreaOf(stage.scroller).Holds(track));
+}
+
+TEST(Theme, ALongTextScrollsByHundredPixelsToItsEnd) {
+    Stage stage;
+    stage.ShowResult(60);
+    stage.Press("Right");
+    int y = 0;
+    int end = 0;
+    elm_scroller_child_size_get(stage.scroller, nullptr, &end);
+    end -= Screen::AreaOf(stage.scroller).height;
+    for (int expected = 100; expected < end; expected += 100) {
+        stage.Press("Down");
+        elm_scroller_region_get(stage.scroller, nullptr, &y, nullptr, nullptr);
+        ASSERT_EQ(y, expected);
+    }
+    stage.Press("Down");
+    elm_scroller_region_get(stage.scroller, nullptr, &y, nullptr, nullptr);
+    EXPECT_EQ(y, end);
+    EXPECT_EQ(Screen::FocusedWidget(stage.window), stage.label);
+    stage.Press("Down");
+    EXPECT_EQ(Screen::FocusedWidget(stage.window), stage.button);
+}
+
+TEST(Theme, ATextIsShownWholeAndFadesWhereItGoesOn) {
+    Stage stage;
+    stage.ShowResult(60);
+    const Evas_Object* panel = elm_layout_edje_get(stage.label);
+    int lines = 0;
+    while (evas_object_textblock_line_number_geometry_get(
+        edje_object_part_object_get(panel, "shown"), lines, nullptr, nullptr, nullptr, nullptr)) {
+        ++lines;
+    }
+    EXPECT_EQ(lines, 61) << "and an empty one after the last line break";
+    EXPECT_FALSE(evas_object_visible_get(edje_object_part_object_get(panel, "elm.text")))
+        << "it has the toolkit's ellipsis";
+    EXPECT_EQ(StateOf(stage.scroller, "mask"), "bottom");
+    stage.Press("Right");
+    stage.Press("Down");
+    EXPECT_EQ(StateOf(stage.scroller, "mask"), "both");
+}
+
+TEST(Theme, ThePanelIsDarkUnderATextAndClearWithout) {
+    const Stage stage;
+    EXPECT_EQ(StateOf(stage.scroller, "ground"), "default");
+    evas_object_hide(stage.label);
+    Screen::Settle(stage.window);
+    EXPECT_EQ(StateOf(stage.scroller, "ground"), "hidden");
+    evas_object_show(stage.label);
+    Screen::Settle(stage.window);
+    EXPECT_EQ(StateOf(stage.scroller, "ground"), "default");
+}
+
+TEST(Theme, APictureBehindThePanelIsSeen) {
+    const Stage stage;
+    Evas_Object* photo = evas_object_rectangle_add(evas_object_evas_get(stage.window));
+    evas_object_color_set(photo, 200, 100, 50, 255);
+    const Area panel = Screen::AreaOf(stage.scroller);
+    evas_object_geometry_set(photo, panel.x, panel.y, panel.width, panel.height);
+    evas_object_stack_below(photo, stage.table);
+    evas_object_show(photo);
+    evas_object_hide(stage.label);
+    const auto isPhoto = [](const Colour& colour) { return colour == Colour{200, 100, 50}; };
+    EXPECT_EQ(Screen::Render(stage.window).Count(panel, isPhoto), panel.width * panel.height);
+}
+
+}  // namespace
+}  // namespace quorvel::desktop

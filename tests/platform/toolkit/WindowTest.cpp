@@ -1,0 +1,93 @@
+#include "toolkit/window.h"
+
+#include <gmock/gmock.h>
+
+#include <utility>
+
+#include "fixtures/Screen.h"
+#include "platform/fixtures/Stage.h"
+
+namespace quorvel::desktop {
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+TEST(ScaleFor, GrowsWithTheScreen) {
+    EXPECT_DOUBLE_EQ(ScaleFor(1920, 1080), 2.0);
+    EXPECT_DOUBLE_EQ(ScaleFor(3840, 2160), 4.0);
+    EXPECT_DOUBLE_EQ(ScaleFor(1280, 720), 2.0 * 720 / 1080);
+}
+
+TEST(ScaleFor, TheNarrowerSideDecides) {
+    EXPECT_DOUBLE_EQ(ScaleFor(1280, 1080), 2.0 * 1280 / 1920);
+    EXPECT_DOUBLE_EQ(ScaleFor(2560, 1080), 2.0);
+}
+
+TEST(Window, TheOneOfTheApplicationIsKnownWhileItExists) {
+    {
+        const Stage stage;
+        EXPECT_EQ(MainWindow(), stage.window);
+    }
+    EXPECT_EQ(MainWindow(), nullptr);
+}
+
+TEST(Window, HasTheSizeAndTheScaleOfTheSet) {
+    const Stage stage;
+    EXPECT_EQ(Screen::AreaOf(stage.window), (Area{0, 0, 1920, 1080}));
+    EXPECT_DOUBLE_EQ(elm_config_scale_get(), 2.0);
+}
+
+TEST(Window, TheScaleIsSetBeforeTheApplicationMakesAWidget) {
+    Stage::StartToolkit();
+    elm_config_scale_set(1.0);
+    Evas_Object* window = elm_win_util_standard_add("quorvel", "quorvel");
+    EXPECT_DOUBLE_EQ(elm_config_scale_get(), 2.0);
+    evas_object_del(window);
+}
+
+TEST(Window, TheFirstRowIsFocusedAtTheStartAndNobodyIsTold) {
+    const Stage stage;
+    EXPECT_EQ(elm_object_focused_item_get(stage.list), stage.Row(0));
+    EXPECT_THAT(stage.FocusedRows(), IsEmpty());
+}
+
+TEST(Window, TheFirstDownGoesToTheSecondRow) {
+    Stage stage;
+    stage.Press("Down");
+    EXPECT_THAT(stage.FocusedRows(), ElementsAre(1));
+}
+
+TEST(Window, TheFocusWalksAroundTheScreen) {
+    Stage stage;
+    stage.Press("Right");
+    EXPECT_EQ(Screen::FocusedWidget(stage.window), stage.label);
+    stage.Press("Down");
+    EXPECT_EQ(Screen::FocusedWidget(stage.window), stage.button);
+    stage.Press("Up");
+    EXPECT_EQ(Screen::FocusedWidget(stage.window), stage.label);
+    stage.Press("Left");
+    EXPECT_TRUE(elm_object_focus_get(stage.list));
+    EXPECT_EQ(elm_object_focused_item_get(stage.list), stage.Row(0));
+}
+
+TEST(Window, TheLayoutFitsOnTheScreen) {
+    for (const auto& [width, height] : {std::pair(1280, 720), {1920, 1080}, {3840, 2160}}) {
+        StagePlan plan;
+        plan.width = width;
+        plan.height = height;
+        plan.rows = 500;
+        plan.infoLines = 80;
+        const Stage stage(plan);
+        int leastWidth = 0;
+        int leastHeight = 0;
+        evas_object_size_hint_min_get(stage.table, &leastWidth, &leastHeight);
+        EXPECT_LE(leastWidth, width);
+        EXPECT_LE(leastHeight, height);
+        EXPECT_EQ(Screen::AreaOf(stage.window), (Area{0, 0, width, height}));
+        EXPECT_TRUE((Area{0, 0, width, height}).Holds(Screen::AreaOf(stage.button))) << height;
+    }
+}
+
+}  // namespace
+}  // namespace quorvel::desktop
