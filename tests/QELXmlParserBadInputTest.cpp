@@ -1,4 +1,4 @@
-// QELXmlParser: files that cannot be read, or not in full, and what is reported about them.
+// Tests how QELXmlParser handles unreadable and broken result files, and the log lines.
 
 #include <libxml/parser.h>
 #include <libxml/xmlerror.h>
@@ -22,11 +22,11 @@ namespace {
 using testing::ElementsAre;
 using testing::HasSubstr;
 
-const char* const FILE_NAME = "QELXmlParser.cpp";
-const char* const REPORT_START = "XML Parsing ERROR, xmlParseFile Failed\n";
+const char* const kSourceFile = "QELXmlParser.cpp";
+const char* const kReportStart = "XML Parsing ERROR, xmlParseFile Failed\n";
 
-// A file that is good in every part.
-std::string GoodFile(const std::string& name) {
+// Returns a valid result file. The name is part of every text.
+std::string MakeGoodFile(const std::string& name) {
     return xml::Document(
         xml::Section("Information", {{"model", "model of " + name}}) +
         xml::Section("Network", {{"type", "network of " + name}}) +
@@ -36,12 +36,13 @@ std::string GoodFile(const std::string& name) {
         xml::Element("FAnetTest", xml::Item({{"name", name + " fanet"}, {"result", "fail"}})));
 }
 
-// The report that the record of a failed parse of the file has to give.
-std::string ReportFor(const std::string& path) {
+// Parses the broken file and returns the report that its libxml2 error record must give.
+// Clears the error record.
+std::string MakeExpectedReport(const std::string& path) {
     xmlFreeDoc(xmlParseFile(path.c_str()));
     const auto* error = xmlGetLastError();
     std::ostringstream report;
-    report << REPORT_START << "File: " << error->file << "\nErroCode: " << error->code
+    report << kReportStart << "File: " << error->file << "\nErroCode: " << error->code
            << "\nMessage: " << error->message << "\nAt (Line: " << error->line
            << ", ExNum: " << error->int1 << ", CmNum: " << error->int2 << ")\n\n";
     xmlResetLastError();
@@ -50,7 +51,8 @@ std::string ReportFor(const std::string& path) {
 
 class QELXmlParserBadInputTest : public StoreTest {
 protected:
-    static void ExpectAllOf(const std::string& name) {
+    // Expects the values and the items that MakeGoodFile writes for the name.
+    static void ExpectContentOf(const std::string& name) {
         EXPECT_EQ(Store().m_model, "model of " + name);
         EXPECT_EQ(Store().m_networkType, "network of " + name);
         EXPECT_EQ(Store().m_summaryStartTime, "start of " + name);
@@ -61,18 +63,18 @@ protected:
     }
 };
 
-// Every kind of broken file, named for the test.
-struct Broken_s {
+// A broken file. The kind is part of the test name.
+struct BrokenFile {
     const char* kind;
     std::string content;
 };
 
-std::ostream& operator<<(std::ostream& out, const Broken_s& broken) {
+std::ostream& operator<<(std::ostream& out, const BrokenFile& broken) {
     return out << broken.kind;
 }
 
-std::vector<Broken_s> BrokenFiles() {
-    const std::string good = GoodFile("good");
+std::vector<BrokenFile> MakeBrokenFiles() {
+    const std::string good = MakeGoodFile("good");
     std::string deep;
     for (int i = 0; i < 300; ++i) {
         deep += "<d>";
@@ -102,80 +104,83 @@ std::vector<Broken_s> BrokenFiles() {
 }
 
 class QELXmlParserBrokenFileTest : public QELXmlParserBadInputTest,
-                                   public testing::WithParamInterface<Broken_s> {};
+                                   public testing::WithParamInterface<BrokenFile> {};
 
-TEST_P(QELXmlParserBrokenFileTest, AsMainFileIsReportedAndTheOtherStays) {
-    PrivateData::WriteRnsc(GoodFile("rnsc"));
+TEST_P(QELXmlParserBrokenFileTest, ReportsBrokenMainFileAndKeepsRnscFile) {
+    PrivateData::WriteRnsc(MakeGoodFile("rnsc"));
     PrivateData::WriteMain(GetParam().content);
     EXPECT_FALSE(Store().ParseFile());
     const std::vector<LogLine> errors = FakeLog::Errors();
-    ExpectAllOf("rnsc");
-    EXPECT_THAT(errors, ElementsAre(ErrorLine(ReportFor(PrivateData::MainFile()), FILE_NAME)));
+    ExpectContentOf("rnsc");
+    EXPECT_THAT(errors,
+                ElementsAre(ErrorLine(MakeExpectedReport(PrivateData::MainFile()), kSourceFile)));
     EXPECT_EQ(PrivateData::Read("qelXml.xml"), GetParam().content);
-    // The good file's document went before the parse, and the broken one gave none.
+    // The RNSC document is freed before the main file is parsed, and the main file has no document.
     EXPECT_EQ(Store().m_doc, nullptr);
 }
 
-TEST_P(QELXmlParserBrokenFileTest, AsRnscFileIsReportedAndTheOtherIsReadInFull) {
+TEST_P(QELXmlParserBrokenFileTest, ReportsBrokenRnscFileAndReadsMainFile) {
     PrivateData::WriteRnsc(GetParam().content);
-    PrivateData::WriteMain(GoodFile("main"));
+    PrivateData::WriteMain(MakeGoodFile("main"));
     EXPECT_FALSE(Store().ParseFile());
     const std::vector<LogLine> errors = FakeLog::Errors();
-    ExpectAllOf("main");
-    EXPECT_THAT(errors, ElementsAre(ErrorLine(ReportFor(PrivateData::RnscFile()), FILE_NAME)));
+    ExpectContentOf("main");
+    EXPECT_THAT(errors,
+                ElementsAre(ErrorLine(MakeExpectedReport(PrivateData::RnscFile()), kSourceFile)));
     EXPECT_EQ(PrivateData::Read("qelRnscXml.xml"), GetParam().content);
 }
 
-INSTANTIATE_TEST_SUITE_P(Kinds, QELXmlParserBrokenFileTest, testing::ValuesIn(BrokenFiles()),
+INSTANTIATE_TEST_SUITE_P(Kinds, QELXmlParserBrokenFileTest, testing::ValuesIn(MakeBrokenFiles()),
                          [](const auto& broken) { return std::string(broken.param.kind); });
 
-TEST_F(QELXmlParserBadInputTest, ReportHoldsEveryFieldOfTheRecord) {
+TEST_F(QELXmlParserBadInputTest, LogsEveryFieldOfErrorRecord) {
     PrivateData::WriteMain("<r>\n<a></b></r>");
     EXPECT_FALSE(Store().ParseFile());
     EXPECT_THAT(
         FakeLog::Errors(),
-        ElementsAre(ErrorLine(std::string(REPORT_START) + "File: " + PrivateData::MainFile() +
+        ElementsAre(ErrorLine(std::string(kReportStart) + "File: " + PrivateData::MainFile() +
                                   "\nErroCode: 76\nMessage: Opening and ending tag "
                                   "mismatch: a line 2 and b\n\n"
                                   "At (Line: 2, ExNum: 2, CmNum: 8)\n\n",
-                              FILE_NAME)));
+                              kSourceFile)));
 }
 
-TEST_F(QELXmlParserBadInputTest, ReportClearsTheRecord) {
+TEST_F(QELXmlParserBadInputTest, ClearsErrorRecordAfterReport) {
     PrivateData::WriteMain("<r>");
     EXPECT_FALSE(Store().ParseFile());
     EXPECT_EQ(xmlGetLastError(), nullptr);
 }
 
-TEST_F(QELXmlParserBadInputTest, BothFilesBrokenAreBothReported) {
+TEST_F(QELXmlParserBadInputTest, ReportsBothBrokenFiles) {
     PrivateData::WriteRnsc("<r>");
     PrivateData::WriteMain("");
     EXPECT_FALSE(Store().ParseFile());
     const std::vector<LogLine> errors = FakeLog::Errors();
-    EXPECT_THAT(errors, ElementsAre(ErrorLine(ReportFor(PrivateData::RnscFile()), FILE_NAME),
-                                    ErrorLine(ReportFor(PrivateData::MainFile()), FILE_NAME)));
+    EXPECT_THAT(errors,
+                ElementsAre(ErrorLine(MakeExpectedReport(PrivateData::RnscFile()), kSourceFile),
+                            ErrorLine(MakeExpectedReport(PrivateData::MainFile()), kSourceFile)));
     EXPECT_EQ(Store().GetNumOfResultAll(), 0U);
 }
 
-TEST_F(QELXmlParserBadInputTest, FolderInsteadOfFileIsReportedLikeAnEmptyFile) {
+TEST_F(QELXmlParserBadInputTest, ReportsFolderInPlaceOfMainFile) {
     fs::create_directory(PrivateData::MainFile());
     EXPECT_FALSE(Store().ParseFile());
     EXPECT_THAT(FakeLog::Errors(),
-                ElementsAre(ErrorLine(ReportFor(PrivateData::MainFile()), FILE_NAME)));
+                ElementsAre(ErrorLine(MakeExpectedReport(PrivateData::MainFile()), kSourceFile)));
     EXPECT_TRUE(fs::is_directory(PrivateData::MainFile()));
 }
 
-TEST_F(QELXmlParserBadInputTest, FolderInsteadOfTheOtherFileLeavesTheMainOne) {
+TEST_F(QELXmlParserBadInputTest, ReadsMainFileWhenRnscFileIsFolder) {
     fs::create_directory(PrivateData::RnscFile());
     PrivateData::WriteMain(xml::DocumentOf({{{"name", "A"}}}));
     Store().ParseFile();
     EXPECT_THAT(FakeLog::Errors(),
-                ElementsAre(ErrorLine(ReportFor(PrivateData::RnscFile()), FILE_NAME)));
+                ElementsAre(ErrorLine(MakeExpectedReport(PrivateData::RnscFile()), kSourceFile)));
     EXPECT_EQ(Store().GetNumOfResult(), 1U);
 }
 
-// A socket cannot be opened, and its record has no file name: the null text stops the report.
-TEST_F(QELXmlParserBadInputTest, ReportEndsAtAMissingFileName) {
+// A socket cannot be opened. Its error record has no file name, and the null text ends the report.
+TEST_F(QELXmlParserBadInputTest, EndsReportAtMissingFileName) {
     const int socketFd = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
     ASSERT_GE(socketFd, 0);
     sockaddr_un address{};
@@ -185,11 +190,11 @@ TEST_F(QELXmlParserBadInputTest, ReportEndsAtAMissingFileName) {
     EXPECT_FALSE(Store().ParseFile());
     close(socketFd);
     EXPECT_THAT(FakeLog::Errors(),
-                ElementsAre(ErrorLine(std::string(REPORT_START) + "File: \n", FILE_NAME)));
+                ElementsAre(ErrorLine(std::string(kReportStart) + "File: \n", kSourceFile)));
     EXPECT_EQ(xmlGetLastError(), nullptr);
 }
 
-TEST_F(QELXmlParserBadInputTest, ReportWithoutRecordIsItsFirstLine) {
+TEST_F(QELXmlParserBadInputTest, LogsOnlyFirstReportLineWithoutErrorRecord) {
     PrivateData::WriteMain("<r/>");
     const xmlExternalEntityLoader loader = xmlGetExternalEntityLoader();
     xmlSetExternalEntityLoader(
@@ -197,21 +202,22 @@ TEST_F(QELXmlParserBadInputTest, ReportWithoutRecordIsItsFirstLine) {
     EXPECT_FALSE(Store().ParseFile());
     xmlSetExternalEntityLoader(loader);
     EXPECT_THAT(FakeLog::Errors(),
-                ElementsAre(ErrorLine(std::string(REPORT_START) + "\n", FILE_NAME)));
+                ElementsAre(ErrorLine(std::string(kReportStart) + "\n", kSourceFile)));
 }
 
-TEST_F(QELXmlParserBadInputTest, DocumentWithoutRootIsAnEmptyDocument) {
+TEST_F(QELXmlParserBadInputTest, LogsDocumentWithoutRootAsEmpty) {
     PrivateData::WriteMain("<r/>");
     XmlSpy::HideRoot();
     EXPECT_FALSE(Store().ParseFile());
     EXPECT_THAT(FakeLog::Errors(),
-                ElementsAre(ErrorLine("XML Parsing ERROR, It`s Empty Doc\n", FILE_NAME)));
+                ElementsAre(ErrorLine("XML Parsing ERROR, It`s Empty Doc\n", kSourceFile)));
     EXPECT_EQ(Store().m_rootNode, nullptr);
     EXPECT_NE(Store().m_doc, nullptr);
 }
 
-TEST_F(QELXmlParserBadInputTest, RootOfTheEarlierFileIsKeptButNotUsedAfterAFailedParse) {
-    PrivateData::WriteRnsc(GoodFile("rnsc"));
+// The freed RNSC document leaves a dangling root pointer, which ParseFile does not use.
+TEST_F(QELXmlParserBadInputTest, KeepsEarlierRootPointerAfterFailedParse) {
+    PrivateData::WriteRnsc(MakeGoodFile("rnsc"));
     PrivateData::WriteMain("<r>");
     EXPECT_FALSE(Store().ParseFile());
     EXPECT_NE(Store().m_rootNode, nullptr);
@@ -219,34 +225,34 @@ TEST_F(QELXmlParserBadInputTest, RootOfTheEarlierFileIsKeptButNotUsedAfterAFaile
                 ElementsAre("parse qelRnscXml.xml", "free qelRnscXml.xml", "parse qelXml.xml"));
 }
 
-TEST_F(QELXmlParserBadInputTest, DanglingLinkIsAMissingFile) {
+TEST_F(QELXmlParserBadInputTest, TreatsDanglingLinkAsMissingFile) {
     fs::create_symlink("nowhere", PrivateData::MainFile());
     EXPECT_TRUE(Store().ParseFile());
-    EXPECT_TRUE(LoggedInfo("[" + PrivateData::MainFile() + "] not exist!!\n", FILE_NAME));
+    EXPECT_TRUE(LoggedInfo("[" + PrivateData::MainFile() + "] not exist!!\n", kSourceFile));
     EXPECT_TRUE(LoggedNoError());
 }
 
-TEST_F(QELXmlParserBadInputTest, OtherEncodingsAreConverted) {
+TEST_F(QELXmlParserBadInputTest, ConvertsDeclaredEncodingToUtf8) {
     Load(
         "<?xml version=\"1.0\" encoding=\"ISO-8859-1\"?><r><Information><model>M\xFCnchen</model>"
         "</Information></r>");
     EXPECT_EQ(Store().m_model, "M\xC3\xBCnchen");
 }
 
-TEST_F(QELXmlParserBadInputTest, ByteOrderMarksAreAccepted) {
+TEST_F(QELXmlParserBadInputTest, AcceptsByteOrderMark) {
     Load("\xEF\xBB\xBF<r><Information><model>M</model></Information></r>");
     EXPECT_EQ(Store().m_model, "M");
 }
 
-TEST_F(QELXmlParserBadInputTest, ExternalEntitiesAreNotLoaded) {
+TEST_F(QELXmlParserBadInputTest, IgnoresExternalEntities) {
     PrivateData::Write("secret", "secret text");
     Load("<!DOCTYPE r [<!ENTITY e SYSTEM \"file://" + PrivateData::Path("secret") +
          "\">]><r><Information><model>a&e;b</model></Information></r>");
     EXPECT_THAT(Store().m_model, testing::Not(HasSubstr("secret")));
 }
 
-TEST_F(QELXmlParserBadInputTest, NothingOfABrokenFileIsStored) {
-    const std::string good = GoodFile("main");
+TEST_F(QELXmlParserBadInputTest, StoresNothingFromBrokenFile) {
+    const std::string good = MakeGoodFile("main");
     PrivateData::WriteMain(good.substr(0, good.rfind('<')));
     EXPECT_FALSE(Store().ParseFile());
     EXPECT_EQ(Store().m_model, "");
@@ -254,12 +260,12 @@ TEST_F(QELXmlParserBadInputTest, NothingOfABrokenFileIsStored) {
     EXPECT_EQ(Store().GetNumOfResultAll(), 0U);
 }
 
-TEST_F(QELXmlParserBadInputTest, GoodFilesAfterBrokenOnesAreReadInFull) {
+TEST_F(QELXmlParserBadInputTest, ReadsGoodFileAfterBrokenFile) {
     PrivateData::WriteMain("<r>");
     EXPECT_FALSE(Store().ParseFile());
-    PrivateData::WriteMain(GoodFile("main"));
+    PrivateData::WriteMain(MakeGoodFile("main"));
     EXPECT_TRUE(Store().ParseFile());
-    ExpectAllOf("main");
+    ExpectContentOf("main");
 }
 
 }  // namespace

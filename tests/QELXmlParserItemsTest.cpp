@@ -1,4 +1,4 @@
-// QELXmlParser: the records of the test items and the queries on them.
+// Tests how QELXmlParser stores items, and the queries for items.
 
 #include <climits>
 #include <string>
@@ -14,19 +14,20 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::Pair;
 
-const char* const FILE_NAME = "QELXmlParser.cpp";
+const char* const kSourceFile = "QELXmlParser.cpp";
 
-std::string InvalidId(const std::string& list, const std::string& id, size_t size) {
-    return "Invalid ID[" + id + "]!! " + list + ".size[" + std::to_string(size) + "]\n";
+std::string FormatInvalidIndexError(const std::string& list, const std::string& index,
+                                    size_t size) {
+    return "Invalid ID[" + index + "]!! " + list + ".size[" + std::to_string(size) + "]\n";
 }
 
-std::string InvalidKey(const std::string& key) {
+std::string FormatInvalidKeyError(const std::string& key) {
     return "Invalid KEY[" + key + "]!!\n";
 }
 
 class QELXmlParserItemsTest : public StoreTest {
 protected:
-    // Loads a main file whose FAnetTest list has this content, and keeps what was logged.
+    // Parses a main file whose FAnetTest list has the content. The log lines stay in FakeLog.
     static void ParseList(const std::string& content) {
         PrivateData::WriteMain(
             xml::Document(xml::Section("Information", {}) + xml::Section("Network", {}) +
@@ -36,9 +37,9 @@ protected:
     }
 };
 
-// Records
+// Stored items
 
-TEST_F(QELXmlParserItemsTest, EveryFieldIsKeptAsItStands) {
+TEST_F(QELXmlParserItemsTest, StoresEveryFieldUnchanged) {
     const xml::Fields fields = {
         {"type", "wifi"},  {"name", " A & B "}, {"opcode", "52"},      {"msgcode", "1A"},
         {"imqs", "i"},     {"result", "fail"},  {"duration", "3.2"},   {"retrycount", "2"},
@@ -51,37 +52,37 @@ TEST_F(QELXmlParserItemsTest, EveryFieldIsKeptAsItStands) {
     EXPECT_EQ(store.m_resultAllData[0], store.m_resultFailData[0]);
 }
 
-TEST_F(QELXmlParserItemsTest, OtherElementsOfAnItemAreNotKept) {
+TEST_F(QELXmlParserItemsTest, IgnoresUnknownFieldsOfItem) {
     const QELXmlParser& store = LoadItems({{{"name", "a"}, {"reason", "r"}, {"connection", "c"}}});
     EXPECT_THAT(store.m_resultFailData[0], ElementsAre(Pair("name", "a")));
 }
 
-TEST_F(QELXmlParserItemsTest, AbsentFieldIsLeftOutSilently) {
+TEST_F(QELXmlParserItemsTest, OmitsAbsentFieldSilently) {
     ParseList(xml::Item({{"name", "a"}}));
     EXPECT_THAT(Store().m_resultFailData[0], ElementsAre(Pair("name", "a")));
     EXPECT_TRUE(LoggedNoError());
 }
 
-TEST_F(QELXmlParserItemsTest, EmptyFieldIsLeftOutWithALog) {
+TEST_F(QELXmlParserItemsTest, LogsAndOmitsEmptyField) {
     ParseList("<test><name></name><spec/><type>wifi</type></test>");
     EXPECT_THAT(Store().m_resultFailData[0], ElementsAre(Pair("type", "wifi")));
     EXPECT_THAT(FakeLog::Errors(),
-                ElementsAre(ErrorLine("Content of current node is NULL\n", FILE_NAME),
-                            ErrorLine("Content of current node is NULL\n", FILE_NAME)));
+                ElementsAre(ErrorLine("Content of current node is NULL\n", kSourceFile),
+                            ErrorLine("Content of current node is NULL\n", kSourceFile)));
 }
 
-TEST_F(QELXmlParserItemsTest, FirstOfTwoEqualFieldsIsTaken) {
+TEST_F(QELXmlParserItemsTest, UsesFirstOfTwoEqualFields) {
     const QELXmlParser& store = LoadItems({{{"name", "first"}, {"name", "second"}}});
     EXPECT_EQ(store.GetResult(0, "name"), "first");
 }
 
-TEST_F(QELXmlParserItemsTest, FirstFieldDecidesEvenWhenItIsEmpty) {
+TEST_F(QELXmlParserItemsTest, UsesFirstFieldEvenIfEmpty) {
     ParseList("<test><result/><result>pass</result></test>");
     EXPECT_EQ(Store().GetNumOfResult(), 1U);
     EXPECT_THAT(Store().m_resultFailData[0], IsEmpty());
 }
 
-TEST_F(QELXmlParserItemsTest, ItemWithoutChildrenIsAnEmptyFailedRecord) {
+TEST_F(QELXmlParserItemsTest, StoresItemWithoutFieldsAsFailed) {
     ParseList("<test/><test></test>");
     ASSERT_EQ(Store().GetNumOfResult(), 2U);
     ASSERT_EQ(Store().GetNumOfResultAll(), 2U);
@@ -91,42 +92,42 @@ TEST_F(QELXmlParserItemsTest, ItemWithoutChildrenIsAnEmptyFailedRecord) {
     EXPECT_TRUE(LoggedNoError());
 }
 
-TEST_F(QELXmlParserItemsTest, OtherElementsOfAListAreIgnoredSilently) {
+TEST_F(QELXmlParserItemsTest, IgnoresOtherElementsOfListSilently) {
     ParseList("text<Test/><item/><!-- test --><test><name>a</name></test><tests/>");
     ASSERT_EQ(Store().GetNumOfResultAll(), 1U);
     EXPECT_EQ(Store().GetResult(0, "name"), "a");
     EXPECT_TRUE(LoggedNoError());
 }
 
-TEST_F(QELXmlParserItemsTest, NestedItemsAreNotFound) {
+TEST_F(QELXmlParserItemsTest, IgnoresNestedItems) {
     ParseList("<group><test><name>a</name></test></group>");
     EXPECT_EQ(Store().GetNumOfResultAll(), 0U);
 }
 
-TEST_F(QELXmlParserItemsTest, ListWithoutChildrenIsLogged) {
+TEST_F(QELXmlParserItemsTest, LogsListWithoutChildren) {
     ParseList("");
     EXPECT_EQ(Store().GetNumOfResultAll(), 0U);
-    EXPECT_THAT(FakeLog::Errors(), ElementsAre(ErrorLine("ERROR No Test Item Info\n", FILE_NAME,
+    EXPECT_THAT(FakeLog::Errors(), ElementsAre(ErrorLine("ERROR No Test Item Info\n", kSourceFile,
                                                          "m_ParseItemInfoList")));
 }
 
-TEST_F(QELXmlParserItemsTest, ListOfWhiteSpaceHasChildren) {
+TEST_F(QELXmlParserItemsTest, AcceptsListOfWhiteSpaceSilently) {
     ParseList(" \n ");
     EXPECT_EQ(Store().GetNumOfResultAll(), 0U);
     EXPECT_TRUE(LoggedNoError());
 }
 
-TEST_F(QELXmlParserItemsTest, ListParserTellsWhatItFound) {
+TEST_F(QELXmlParserItemsTest, ReturnsWhetherListHasContent) {
     QELXmlParser& store = Load("<r><RNSCImage/><RNSCTest><test/></RNSCTest></r>");
     EXPECT_FALSE(store.m_ParseItemInfoList("RNSCImage"));
     EXPECT_TRUE(store.m_ParseItemInfoList("RNSCTest"));
     EXPECT_FALSE(store.m_ParseItemInfoList("FAnetTest"));
     EXPECT_THAT(FakeLog::Lines(),
-                ElementsAre(ErrorLine("ERROR No Test Item Info\n", FILE_NAME),
-                            ErrorLine("ERROR can`t find <FAnetTest> from XML\n", FILE_NAME)));
+                ElementsAre(ErrorLine("ERROR No Test Item Info\n", kSourceFile),
+                            ErrorLine("ERROR can`t find <FAnetTest> from XML\n", kSourceFile)));
 }
 
-TEST_F(QELXmlParserItemsTest, ItemParserTellsWhatItFound) {
+TEST_F(QELXmlParserItemsTest, ReturnsWhetherNodeIsItem) {
     QELXmlParser& store = Load("<r><test/><other/></r>");
     xmlNode* test = QELXmlParser::m_FindNodeWithTagInfo(store.m_rootNode, "test");
     xmlNode* other = QELXmlParser::m_FindNodeWithTagInfo(store.m_rootNode, "other");
@@ -135,11 +136,11 @@ TEST_F(QELXmlParserItemsTest, ItemParserTellsWhatItFound) {
     EXPECT_THAT(FakeLog::Lines(), IsEmpty());
     EXPECT_FALSE(store.m_ParseItemInfo(nullptr));
     EXPECT_THAT(FakeLog::Lines(),
-                ElementsAre(ErrorLine("Parent Node is NULL\n", FILE_NAME, "m_ParseItemInfo")));
+                ElementsAre(ErrorLine("Parent Node is NULL\n", kSourceFile, "m_ParseItemInfo")));
     EXPECT_EQ(store.GetNumOfResultAll(), 1U);
 }
 
-TEST_F(QELXmlParserItemsTest, ListsAreReadInTheirOrderWhateverTheFileHas) {
+TEST_F(QELXmlParserItemsTest, ReadsListsInFixedOrder) {
     const auto list = [](const char* tag) {
         return xml::Element(tag, xml::Item({{"name", std::string(tag) + "1"}, {"result", "pass"}}) +
                                      xml::Item({{"name", std::string(tag) + "2"}}));
@@ -160,37 +161,36 @@ TEST_F(QELXmlParserItemsTest, ListsAreReadInTheirOrderWhateverTheFileHas) {
     EXPECT_THAT(failed, ElementsAre("FAnetTest2", "RNSCImage2", "RNSCTest2", "FAnetTest2"));
 }
 
-// Failed or not
+// Failed items
 
-struct Verdict_s {
+struct ResultCase {
     const char* result;
-    bool failed;
+    bool isFailed;
 };
 
-class QELXmlParserVerdictTest : public QELXmlParserItemsTest,
-                                public testing::WithParamInterface<Verdict_s> {};
+class QELXmlParserResultTest : public QELXmlParserItemsTest,
+                               public testing::WithParamInterface<ResultCase> {};
 
-TEST_P(QELXmlParserVerdictTest, ComesFromThePrefixOfFail) {
+TEST_P(QELXmlParserResultTest, TreatsOnlyPrefixesOfFailAsFailed) {
     const QELXmlParser& store = LoadItems({{{"result", GetParam().result}}});
-    EXPECT_EQ(store.GetNumOfResult(), GetParam().failed ? 1U : 0U);
+    EXPECT_EQ(store.GetNumOfResult(), GetParam().isFailed ? 1U : 0U);
     EXPECT_EQ(store.GetNumOfResultAll(), 1U);
 }
 
-INSTANTIATE_TEST_SUITE_P(Results, QELXmlParserVerdictTest,
-                         testing::Values(Verdict_s{"fail", true}, Verdict_s{"fai", true},
-                                         Verdict_s{"fa", true}, Verdict_s{"f", true},
-                                         Verdict_s{"", true}, Verdict_s{"failed", false},
-                                         Verdict_s{"FAIL", false}, Verdict_s{"Fail", false},
-                                         Verdict_s{"pass", false}, Verdict_s{" fail", false},
-                                         Verdict_s{"fail ", false}, Verdict_s{" ", false},
-                                         Verdict_s{"ail", false}));
+INSTANTIATE_TEST_SUITE_P(Results, QELXmlParserResultTest,
+                         testing::Values(ResultCase{"fail", true}, ResultCase{"fai", true},
+                                         ResultCase{"fa", true}, ResultCase{"f", true},
+                                         ResultCase{"", true}, ResultCase{"failed", false},
+                                         ResultCase{"FAIL", false}, ResultCase{"Fail", false},
+                                         ResultCase{"pass", false}, ResultCase{" fail", false},
+                                         ResultCase{"fail ", false}, ResultCase{" ", false},
+                                         ResultCase{"ail", false}));
 
-TEST_F(QELXmlParserItemsTest, ItemWithoutResultIsFailed) {
+TEST_F(QELXmlParserItemsTest, TreatsItemWithoutResultAsFailed) {
     EXPECT_EQ(LoadItems({{{"name", "a"}}}).GetNumOfResult(), 1U);
 }
 
-// The two lists number their items on their own.
-TEST_F(QELXmlParserItemsTest, SameItemHasTwoIdentifiers) {
+TEST_F(QELXmlParserItemsTest, IndexesFailedItemsSeparately) {
     const QELXmlParser& store =
         LoadItems({{{"name", "good"}, {"result", "pass"}}, {{"name", "bad"}, {"result", "fail"}}});
     ASSERT_EQ(store.GetNumOfResult(), 1U);
@@ -202,81 +202,84 @@ TEST_F(QELXmlParserItemsTest, SameItemHasTwoIdentifiers) {
 
 // Queries with a key
 
-TEST_F(QELXmlParserItemsTest, MarksAreReplacedInDetailedOfFailedItemsOnly) {
+TEST_F(QELXmlParserItemsTest, ReplacesSeparatorsOnlyInDetailedOfFailedItems) {
     const QELXmlParser& store = LoadItems({{{"detailed", "a;b^c"}, {"spec", "a;b^c"}}});
     EXPECT_EQ(store.GetResult(0, "detailed"), "a\nb\n\nc");
     EXPECT_EQ(store.GetResult(0, "spec"), "a;b^c");
     EXPECT_EQ(store.GetResultFromAll(0, "detailed"), "a;b^c");
     EXPECT_EQ(store.GetResultFromAll(0, "spec"), "a;b^c");
-    // The record itself stays as it was.
+    // The stored item keeps the separators.
     EXPECT_EQ(store.m_resultFailData[0].at("detailed"), "a;b^c");
     EXPECT_THAT(FakeLog::Lines(), IsEmpty());
 }
 
-TEST_F(QELXmlParserItemsTest, MarksMayStandAnywhere) {
+TEST_F(QELXmlParserItemsTest, ReplacesSeparatorsAtAnyPosition) {
     const QELXmlParser& store = LoadItems({{{"detailed", ";^;x^^"}}});
     EXPECT_EQ(store.GetResult(0, "detailed"), "\n\n\n\nx\n\n\n\n");
 }
 
-TEST_F(QELXmlParserItemsTest, IdentifierEqualToTheCountIsInvalid) {
+TEST_F(QELXmlParserItemsTest, RejectsIndexEqualToItemCount) {
     const QELXmlParser& store = LoadItems({{{"name", "a"}}, {{"name", "b"}, {"result", "pass"}}});
     EXPECT_EQ(store.GetResult(1, "name"), "");
     EXPECT_EQ(store.GetResultFromAll(2, "name"), "");
-    EXPECT_THAT(
-        FakeLog::Lines(),
-        ElementsAre(
-            ErrorLine(InvalidId("m_resultFailData", "1", 1), FILE_NAME, "GetResult"),
-            ErrorLine(InvalidId("m_resultAllData", "2", 2), FILE_NAME, "GetResultFromAll")));
+    EXPECT_THAT(FakeLog::Lines(),
+                ElementsAre(ErrorLine(FormatInvalidIndexError("m_resultFailData", "1", 1),
+                                      kSourceFile, "GetResult"),
+                            ErrorLine(FormatInvalidIndexError("m_resultAllData", "2", 2),
+                                      kSourceFile, "GetResultFromAll")));
 }
 
-TEST_F(QELXmlParserItemsTest, AnyIdentifierOfAnEmptyStoreIsInvalid) {
+TEST_F(QELXmlParserItemsTest, RejectsAnyIndexWhenStoreIsEmpty) {
     const QELXmlParser& store = Store();
     EXPECT_EQ(store.GetResult(0, "name"), "");
     EXPECT_EQ(store.GetResult(0), "");
     EXPECT_EQ(store.GetResultFromAll(0, "name"), "");
     EXPECT_EQ(store.GetResultType(0), RESULT_TYPE_INVALID);
-    EXPECT_THAT(FakeLog::Lines(),
-                ElementsAre(ErrorLine(InvalidId("m_resultFailData", "0", 0), FILE_NAME),
-                            ErrorLine(InvalidId("m_resultFailData", "0", 0), FILE_NAME),
-                            ErrorLine(InvalidId("m_resultAllData", "0", 0), FILE_NAME),
-                            ErrorLine(InvalidId("m_resultFailData", "0", 0), FILE_NAME)));
+    EXPECT_THAT(
+        FakeLog::Lines(),
+        ElementsAre(ErrorLine(FormatInvalidIndexError("m_resultFailData", "0", 0), kSourceFile),
+                    ErrorLine(FormatInvalidIndexError("m_resultFailData", "0", 0), kSourceFile),
+                    ErrorLine(FormatInvalidIndexError("m_resultAllData", "0", 0), kSourceFile),
+                    ErrorLine(FormatInvalidIndexError("m_resultFailData", "0", 0), kSourceFile)));
 }
 
-TEST_F(QELXmlParserItemsTest, HugeIdentifierIsPrintedSigned) {
+TEST_F(QELXmlParserItemsTest, LogsHugeIndexAsNegativeNumber) {
     EXPECT_EQ(Store().GetResult(UINT_MAX, "name"), "");
-    EXPECT_TRUE(LoggedError(InvalidId("m_resultFailData", "-1", 0), FILE_NAME));
+    EXPECT_TRUE(LoggedError(FormatInvalidIndexError("m_resultFailData", "-1", 0), kSourceFile));
     EXPECT_EQ(Store().GetResultFromAll(UINT_MAX, "name"), "");
-    EXPECT_TRUE(LoggedError(InvalidId("m_resultAllData", "-1", 0), FILE_NAME));
+    EXPECT_TRUE(LoggedError(FormatInvalidIndexError("m_resultAllData", "-1", 0), kSourceFile));
 }
 
-TEST_F(QELXmlParserItemsTest, EmptyKeyIsInvalid) {
+TEST_F(QELXmlParserItemsTest, RejectsEmptyKey) {
     const QELXmlParser& store = LoadItems({{{"name", "a"}}});
     EXPECT_EQ(store.GetResult(0, ""), "");
     EXPECT_EQ(store.GetResultFromAll(0, ""), "");
     EXPECT_THAT(FakeLog::Lines(),
-                ElementsAre(ErrorLine(InvalidKey(""), FILE_NAME, "GetResult"),
-                            ErrorLine(InvalidKey(""), FILE_NAME, "GetResultFromAll")));
+                ElementsAre(ErrorLine(FormatInvalidKeyError(""), kSourceFile, "GetResult"),
+                            ErrorLine(FormatInvalidKeyError(""), kSourceFile, "GetResultFromAll")));
 }
 
-TEST_F(QELXmlParserItemsTest, AbsentKeyIsInvalid) {
+TEST_F(QELXmlParserItemsTest, RejectsAbsentKey) {
     const QELXmlParser& store = LoadItems({{{"name", "a"}}});
     EXPECT_EQ(store.GetResult(0, "reason"), "");
     EXPECT_EQ(store.GetResultFromAll(0, "Name"), "");
-    EXPECT_THAT(FakeLog::Lines(),
-                ElementsAre(ErrorLine(InvalidKey("reason"), FILE_NAME, "GetResult"),
-                            ErrorLine(InvalidKey("Name"), FILE_NAME, "GetResultFromAll")));
+    EXPECT_THAT(
+        FakeLog::Lines(),
+        ElementsAre(ErrorLine(FormatInvalidKeyError("reason"), kSourceFile, "GetResult"),
+                    ErrorLine(FormatInvalidKeyError("Name"), kSourceFile, "GetResultFromAll")));
 }
 
-TEST_F(QELXmlParserItemsTest, IdentifierIsCheckedBeforeTheKey) {
+TEST_F(QELXmlParserItemsTest, ChecksIndexBeforeKey) {
     EXPECT_EQ(Store().GetResult(3, ""), "");
     EXPECT_EQ(Store().GetResultFromAll(3, ""), "");
-    EXPECT_THAT(FakeLog::Messages(), ElementsAre(InvalidId("m_resultFailData", "3", 0),
-                                                 InvalidId("m_resultAllData", "3", 0)));
+    EXPECT_THAT(FakeLog::Messages(),
+                ElementsAre(FormatInvalidIndexError("m_resultFailData", "3", 0),
+                            FormatInvalidIndexError("m_resultAllData", "3", 0)));
 }
 
-// The item text
+// Item text
 
-TEST_F(QELXmlParserItemsTest, ItemTextHasTheShownKeysInTheirOrder) {
+TEST_F(QELXmlParserItemsTest, ReturnsShownKeysInFixedOrder) {
     const QELXmlParser& store = LoadItems({{{"measure", "NG"},
                                             {"spec", "OK"},
                                             {"duration", "3.2"},
@@ -286,7 +289,7 @@ TEST_F(QELXmlParserItemsTest, ItemTextHasTheShownKeysInTheirOrder) {
     EXPECT_THAT(FakeLog::Lines(), IsEmpty());
 }
 
-TEST_F(QELXmlParserItemsTest, ItemTextHasNoOtherKey) {
+TEST_F(QELXmlParserItemsTest, OmitsOtherKeysFromItemText) {
     const QELXmlParser& store = LoadItems({{{"type", "t"},
                                             {"name", "x"},
                                             {"opcode", "x"},
@@ -302,18 +305,19 @@ TEST_F(QELXmlParserItemsTest, ItemTextHasNoOtherKey) {
     EXPECT_EQ(store.GetResult(0), "type=t\nduration=d\nretrycount=r\nspec=s;^\nmeasure=<m>\n");
 }
 
-TEST_F(QELXmlParserItemsTest, ItemTextWithoutShownKeysIsEmpty) {
+TEST_F(QELXmlParserItemsTest, ReturnsEmptyItemTextWithoutShownKeys) {
     EXPECT_EQ(LoadItems({{{"name", "a"}}}).GetResult(0), "");
     EXPECT_THAT(FakeLog::Lines(), IsEmpty());
 }
 
-TEST_F(QELXmlParserItemsTest, ItemTextOfABadIdentifierIsEmpty) {
+TEST_F(QELXmlParserItemsTest, ReturnsEmptyItemTextForInvalidIndex) {
     EXPECT_EQ(LoadItems({{{"type", "wifi"}}}).GetResult(1), "");
-    EXPECT_THAT(FakeLog::Lines(), ElementsAre(ErrorLine(InvalidId("m_resultFailData", "1", 1),
-                                                        FILE_NAME, "GetResult")));
+    EXPECT_THAT(FakeLog::Lines(),
+                ElementsAre(ErrorLine(FormatInvalidIndexError("m_resultFailData", "1", 1),
+                                      kSourceFile, "GetResult")));
 }
 
-TEST_F(QELXmlParserItemsTest, ItemTextOfANetworkFailureHasTypeAndConnection) {
+TEST_F(QELXmlParserItemsTest, ReturnsTypeAndConnectionOfNetworkFailure) {
     const QELXmlParser& store = Load(xml::Document(xml::Element(
         "Network", xml::Section("failedinfo",
                                 {{"type", "wifi"}, {"connection", "none"}, {"reason", "no AP"}}))));
@@ -322,15 +326,15 @@ TEST_F(QELXmlParserItemsTest, ItemTextOfANetworkFailureHasTypeAndConnection) {
 
 // Types
 
-struct Typed_s {
+struct TypeCase {
     const char* value;
     app_result_type_e type;
 };
 
 class QELXmlParserTypeTest : public QELXmlParserItemsTest,
-                             public testing::WithParamInterface<Typed_s> {};
+                             public testing::WithParamInterface<TypeCase> {};
 
-TEST_P(QELXmlParserTypeTest, ComesFromThePrefixOfAKeyword) {
+TEST_P(QELXmlParserTypeTest, MatchesOnlyPrefixesOfKeywords) {
     const QELXmlParser& store = LoadItems({{{"type", GetParam().value}}});
     EXPECT_EQ(store.GetResultType(0), GetParam().type);
     EXPECT_THAT(FakeLog::Lines(), IsEmpty());
@@ -338,18 +342,19 @@ TEST_P(QELXmlParserTypeTest, ComesFromThePrefixOfAKeyword) {
 
 INSTANTIATE_TEST_SUITE_P(
     Values, QELXmlParserTypeTest,
-    testing::Values(Typed_s{"bt", RESULT_TYPE_BT}, Typed_s{"b", RESULT_TYPE_BT},
-                    Typed_s{"wifi", RESULT_TYPE_WIFI}, Typed_s{"w", RESULT_TYPE_WIFI},
-                    Typed_s{"app", RESULT_TYPE_APP}, Typed_s{"ap", RESULT_TYPE_APP},
-                    Typed_s{"a", RESULT_TYPE_APP}, Typed_s{"rnsc", RESULT_TYPE_RNSC},
-                    Typed_s{"r", RESULT_TYPE_RNSC}, Typed_s{"image", RESULT_TYPE_IMAGE},
-                    Typed_s{"i", RESULT_TYPE_IMAGE}, Typed_s{"wifi5", RESULT_TYPE_INVALID},
-                    Typed_s{"WIFI", RESULT_TYPE_INVALID}, Typed_s{"bluetooth", RESULT_TYPE_INVALID},
-                    Typed_s{" wifi", RESULT_TYPE_INVALID}, Typed_s{"x", RESULT_TYPE_INVALID},
-                    // Never stored as an empty value: the key is missing.
-                    Typed_s{"", RESULT_TYPE_INVALID}));
+    testing::Values(TypeCase{"bt", RESULT_TYPE_BT}, TypeCase{"b", RESULT_TYPE_BT},
+                    TypeCase{"wifi", RESULT_TYPE_WIFI}, TypeCase{"w", RESULT_TYPE_WIFI},
+                    TypeCase{"app", RESULT_TYPE_APP}, TypeCase{"ap", RESULT_TYPE_APP},
+                    TypeCase{"a", RESULT_TYPE_APP}, TypeCase{"rnsc", RESULT_TYPE_RNSC},
+                    TypeCase{"r", RESULT_TYPE_RNSC}, TypeCase{"image", RESULT_TYPE_IMAGE},
+                    TypeCase{"i", RESULT_TYPE_IMAGE}, TypeCase{"wifi5", RESULT_TYPE_INVALID},
+                    TypeCase{"WIFI", RESULT_TYPE_INVALID},
+                    TypeCase{"bluetooth", RESULT_TYPE_INVALID},
+                    TypeCase{" wifi", RESULT_TYPE_INVALID}, TypeCase{"x", RESULT_TYPE_INVALID},
+                    // An empty element is not stored, so the key is missing.
+                    TypeCase{"", RESULT_TYPE_INVALID}));
 
-TEST_F(QELXmlParserItemsTest, TypesHaveTheirNumbers) {
+TEST_F(QELXmlParserItemsTest, UsesFixedResultTypeNumbers) {
     EXPECT_EQ(RESULT_TYPE_INVALID, -1);
     EXPECT_EQ(RESULT_TYPE_BT, 0);
     EXPECT_EQ(RESULT_TYPE_WIFI, 1);
@@ -358,25 +363,26 @@ TEST_F(QELXmlParserItemsTest, TypesHaveTheirNumbers) {
     EXPECT_EQ(RESULT_TYPE_IMAGE, 4);
 }
 
-TEST_F(QELXmlParserItemsTest, MissingTypeIsInvalidWithoutALog) {
+TEST_F(QELXmlParserItemsTest, ReturnsInvalidTypeSilentlyForMissingType) {
     EXPECT_EQ(LoadItems({{{"name", "a"}}}).GetResultType(0), RESULT_TYPE_INVALID);
     EXPECT_THAT(FakeLog::Lines(), IsEmpty());
 }
 
-TEST_F(QELXmlParserItemsTest, EmptyTypeWouldBeTheFirstKeyword) {
+TEST_F(QELXmlParserItemsTest, MatchesFirstKeywordForEmptyType) {
     Store().m_resultFailData.push_back({{"type", ""}});
     EXPECT_EQ(Store().GetResultType(0), RESULT_TYPE_APP);
 }
 
-TEST_F(QELXmlParserItemsTest, TypeOfABadIdentifierIsInvalid) {
+TEST_F(QELXmlParserItemsTest, ReturnsInvalidTypeForInvalidIndex) {
     EXPECT_EQ(LoadItems({{{"type", "wifi"}}}).GetResultType(1), RESULT_TYPE_INVALID);
-    EXPECT_THAT(FakeLog::Lines(), ElementsAre(ErrorLine(InvalidId("m_resultFailData", "1", 1),
-                                                        FILE_NAME, "GetResultType")));
+    EXPECT_THAT(FakeLog::Lines(),
+                ElementsAre(ErrorLine(FormatInvalidIndexError("m_resultFailData", "1", 1),
+                                      kSourceFile, "GetResultType")));
 }
 
 // Copies and threads
 
-TEST_F(QELXmlParserItemsTest, ResultDataIsACopyOfTheFailedItems) {
+TEST_F(QELXmlParserItemsTest, ReturnsCopyOfFailedItems) {
     const QELXmlParser& store = LoadItems({{{"name", "a"}}, {{"name", "b"}, {"result", "pass"}}});
     std::vector<ResultItem> copy = store.GetResultData();
     EXPECT_THAT(copy, ElementsAre(ElementsAre(Pair("name", "a"))));
@@ -386,7 +392,7 @@ TEST_F(QELXmlParserItemsTest, ResultDataIsACopyOfTheFailedItems) {
     EXPECT_EQ(store.GetResult(0, "name"), "a");
 }
 
-TEST_F(QELXmlParserItemsTest, QueriesChangeNothing) {
+TEST_F(QELXmlParserItemsTest, KeepsItemsUnchangedByQueries) {
     const QELXmlParser& store = LoadItems({{{"name", "a"}, {"detailed", "x;y"}, {"type", "app"}}});
     const std::vector<ResultItem> failed = store.m_resultFailData;
     const std::vector<ResultItem> all = store.m_resultAllData;
@@ -399,28 +405,36 @@ TEST_F(QELXmlParserItemsTest, QueriesChangeNothing) {
     EXPECT_EQ(store.m_resultAllData, all);
 }
 
-TEST_F(QELXmlParserItemsTest, QueriesMayRunOnSeveralThreads) {
+const int kRoundsPerThread = 200;
+
+// Runs all queries on the item of AnswersQueriesOnSeveralThreads in each round. Returns the number
+// of rounds with correct answers.
+int CountCorrectAnswers(const QELXmlParser& store) {
+    int correct = 0;
+    for (int round = 0; round < kRoundsPerThread; ++round) {
+        const bool isCorrect = store.GetResult(0) == "type=app\nmeasure=m\n" &&
+                               store.GetResult(0, "detailed") == "x\ny" &&
+                               store.GetResultFromAll(0, "detailed") == "x;y" &&
+                               store.GetResultType(0) == RESULT_TYPE_APP &&
+                               store.GetNumOfResult() == 1 && store.GetNumOfResultAll() == 1;
+        correct += isCorrect ? 1 : 0;
+    }
+    return correct;
+}
+
+TEST_F(QELXmlParserItemsTest, AnswersQueriesOnSeveralThreads) {
     const QELXmlParser& store =
         LoadItems({{{"name", "a"}, {"detailed", "x;y"}, {"type", "app"}, {"measure", "m"}}});
+    std::vector<int> correctCounts(4, 0);
     std::vector<std::thread> threads;
-    std::vector<int> good(4, 0);
-    threads.reserve(good.size());
-    for (int& count : good) {
-        threads.emplace_back([&store, &count] {
-            for (int i = 0; i < 200; ++i) {
-                const bool right = store.GetResult(0) == "type=app\nmeasure=m\n" &&
-                                   store.GetResult(0, "detailed") == "x\ny" &&
-                                   store.GetResultFromAll(0, "detailed") == "x;y" &&
-                                   store.GetResultType(0) == RESULT_TYPE_APP &&
-                                   store.GetNumOfResult() == 1 && store.GetNumOfResultAll() == 1;
-                count += right ? 1 : 0;
-            }
-        });
+    threads.reserve(correctCounts.size());
+    for (int& count : correctCounts) {
+        threads.emplace_back([&store, &count] { count = CountCorrectAnswers(store); });
     }
     for (std::thread& thread : threads) {
         thread.join();
     }
-    EXPECT_THAT(good, testing::Each(200));
+    EXPECT_THAT(correctCounts, testing::Each(kRoundsPerThread));
 }
 
 }  // namespace

@@ -1,5 +1,5 @@
-// QELXmlParser: the information, network and summary sections, their panel texts, and the record of
-// a network failure.
+// Tests how QELXmlParser reads the Information, Network and Summary sections, the panel texts, and
+// the item of a network failure.
 
 #include <algorithm>
 #include <string>
@@ -15,20 +15,20 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::Pair;
 
-const char* const FILE_NAME = "QELXmlParser.cpp";
+const char* const kSourceFile = "QELXmlParser.cpp";
 
-std::string CannotFind(const std::string& tag) {
+std::string FormatMissingTagError(const std::string& tag) {
     return "ERROR can`t find <" + tag + "> from XML\n";
 }
 
-// Every element of the three sections and the member that it fills.
-struct Filled_s {
+// An element of a section, and the member that stores its text.
+struct SectionField {
     const char* section;
     const char* tag;
     std::string QELXmlParser::*member;
 };
 
-const Filled_s ALL_FIELDS[] = {
+const SectionField kSectionFields[] = {
     {"Summary", "starttime", &QELXmlParser::m_summaryStartTime},
     {"Summary", "duration", &QELXmlParser::m_summaryDuration},
     {"Summary", "result", &QELXmlParser::m_summaryResult},
@@ -54,10 +54,10 @@ const Filled_s ALL_FIELDS[] = {
     {"Information", "dnso", &QELXmlParser::m_dnso},
 };
 
-// A section with all its elements, each holding prefix and its own name.
-std::string FullSection(const std::string& section, const std::string& prefix) {
+// Returns a section with all elements. Each text is the prefix followed by the element name.
+std::string MakeFullSection(const std::string& section, const std::string& prefix) {
     xml::Fields fields;
-    for (const Filled_s& field : ALL_FIELDS) {
+    for (const SectionField& field : kSectionFields) {
         if (field.section == section) {
             fields.emplace_back(field.tag, prefix + field.tag);
         }
@@ -65,38 +65,44 @@ std::string FullSection(const std::string& section, const std::string& prefix) {
     return xml::Section(section, fields);
 }
 
-std::string FullFile(const std::string& prefix) {
-    return xml::Document(FullSection("Information", prefix) + FullSection("Network", prefix) +
-                         FullSection("Summary", prefix));
+std::string MakeFullFile(const std::string& prefix) {
+    return xml::Document(MakeFullSection("Information", prefix) +
+                         MakeFullSection("Network", prefix) + MakeFullSection("Summary", prefix));
 }
 
-// A Network section whose own values and failure record are both there, and all else of a file.
-std::string FailureFile(const std::string& failedInfo) {
-    return xml::Document(FullSection("Information", "x ") +
+// Returns a file whose Network section has both regular values and the network failure. An item
+// follows the sections.
+std::string MakeNetworkFailureFile(const std::string& failedInfo) {
+    return xml::Document(MakeFullSection("Information", "x ") +
                          xml::Element("Network",
                                       "<type>outer</type><connection>outer</connection>"
                                       "<pairing_elapsed_time>outer</pairing_elapsed_time>" +
                                           failedInfo) +
-                         FullSection("Summary", "x ") +
+                         MakeFullSection("Summary", "x ") +
                          xml::Element("FAnetTest", xml::Item({{"name", "unread"}})));
 }
 
-const char* const FULL_FAILURE =
+const char* const kFullFailedInfo =
     "<failedinfo><type>wifi</type><connection>none</connection><reason>no AP</reason></failedinfo>";
+
+void ExpectLineCount(const std::string& text, int count) {
+    EXPECT_EQ(std::count(text.begin(), text.end(), '\n'), count);
+    EXPECT_EQ(text.back(), '\n');
+}
 
 class QELXmlParserSectionsTest : public StoreTest {};
 
-TEST_F(QELXmlParserSectionsTest, EveryElementFillsItsMember) {
-    const QELXmlParser& store = Load(FullFile("x "));
-    for (const Filled_s& field : ALL_FIELDS) {
+TEST_F(QELXmlParserSectionsTest, StoresEveryElement) {
+    const QELXmlParser& store = Load(MakeFullFile("x "));
+    for (const SectionField& field : kSectionFields) {
         EXPECT_EQ(store.*field.member, std::string("x ") + field.tag)
             << field.section << "/" << field.tag;
     }
     EXPECT_EQ(store.m_networkFailReason, "");
 }
 
-TEST_F(QELXmlParserSectionsTest, PanelTextsHaveEveryLabelInItsOrder) {
-    const QELXmlParser& store = Load(FullFile("x "));
+TEST_F(QELXmlParserSectionsTest, ReturnsPanelTextsWithLabelsInFixedOrder) {
+    const QELXmlParser& store = Load(MakeFullFile("x "));
     EXPECT_EQ(store.GetInformation(),
               "sn=x sn\nmodel=x model\noption=x option\nmm=x mm\nsm=x sm\nss=x ss\nmt=x mt\n"
               "bt=x bt\nld1=x ld1\nld2=x ld2\ndnso=x dnso\n");
@@ -110,62 +116,62 @@ TEST_F(QELXmlParserSectionsTest, PanelTextsHaveEveryLabelInItsOrder) {
     EXPECT_THAT(FakeLog::Lines(), IsEmpty());
 }
 
-TEST_F(QELXmlParserSectionsTest, PanelTextsOfAnEmptyStoreHaveEveryLabel) {
-    for (const auto& [text, lines] :
-         {std::make_pair(Store().GetInformation(), 11), std::make_pair(Store().GetNetworkInfo(), 6),
-          std::make_pair(Store().GetSummary(), 3)}) {
-        EXPECT_EQ(std::count(text.begin(), text.end(), '\n'), lines);
-        EXPECT_EQ(text.back(), '\n');
-    }
+TEST_F(QELXmlParserSectionsTest, ReturnsEveryLabelWhenStoreIsEmpty) {
+    ExpectLineCount(Store().GetInformation(), 11);
+    ExpectLineCount(Store().GetNetworkInfo(), 6);
+    ExpectLineCount(Store().GetSummary(), 3);
 }
 
-TEST_F(QELXmlParserSectionsTest, MissingElementsLeaveEmptyValues) {
+TEST_F(QELXmlParserSectionsTest, KeepsEmptyValuesForMissingElements) {
     const QELXmlParser& store =
         Load(xml::Document(xml::Section("Information", {{"option", "O2"}, {"model", "M1"}})));
     EXPECT_EQ(store.GetInformation(),
               "sn=\nmodel=M1\noption=O2\nmm=\nsm=\nss=\nmt=\nbt=\nld1=\nld2=\ndnso=\n");
 }
 
-TEST_F(QELXmlParserSectionsTest, ValuesAreNotTrimmedOrConverted) {
+TEST_F(QELXmlParserSectionsTest, StoresValuesUnchanged) {
     const QELXmlParser& store =
         Load(xml::Document(xml::Section("Summary", {{"starttime", " \n<1> & 2;3^4 "}})));
     EXPECT_EQ(store.GetSummary(), "starttime= \n<1> & 2;3^4 \nduration=\nretrycount=\n");
 }
 
-TEST_F(QELXmlParserSectionsTest, StoredOnlyValuesStayOutOfThePanels) {
-    const QELXmlParser& store = Load(FailureFile(FULL_FAILURE));
+TEST_F(QELXmlParserSectionsTest, OmitsFailureReasonFromPanelTexts) {
+    const QELXmlParser& store = Load(MakeNetworkFailureFile(kFullFailedInfo));
     EXPECT_EQ(store.m_networkFailReason, "no AP");
     const std::string panels = store.GetInformation() + store.GetNetworkInfo() + store.GetSummary();
     EXPECT_THAT(panels, testing::Not(testing::HasSubstr("no AP")));
     EXPECT_THAT(panels, testing::Not(testing::HasSubstr("reason")));
 }
 
-TEST_F(QELXmlParserSectionsTest, MissingSectionIsLoggedAndTheRestIsRead) {
+TEST_F(QELXmlParserSectionsTest, LogsMissingSectionsAndReadsRest) {
     PrivateData::WriteMain(xml::Document(
-        FullSection("Network", "x ") + xml::Section("RNSCImage", {}) +
+        MakeFullSection("Network", "x ") + xml::Section("RNSCImage", {}) +
         xml::Section("RNSCTest", {}) + xml::Element("FAnetTest", xml::Item({{"name", "a"}}))));
     EXPECT_TRUE(Store().ParseFile());
-    EXPECT_THAT(FakeLog::Errors(), ElementsAre(ErrorLine(CannotFind("Information"), FILE_NAME),
-                                               ErrorLine(CannotFind("Summary"), FILE_NAME)));
+    EXPECT_THAT(FakeLog::Errors(),
+                ElementsAre(ErrorLine(FormatMissingTagError("Information"), kSourceFile),
+                            ErrorLine(FormatMissingTagError("Summary"), kSourceFile)));
     EXPECT_EQ(Store().m_networkType, "x type");
     EXPECT_EQ(Store().GetNumOfResult(), 1U);
 }
 
-TEST_F(QELXmlParserSectionsTest, MissingNetworkIsLoggedTwiceAndTheRestIsRead) {
+TEST_F(QELXmlParserSectionsTest, LogsMissingNetworkTwiceAndReadsRest) {
     PrivateData::WriteMain(
-        xml::Document(FullSection("Information", "x ") + FullSection("Summary", "x ") +
+        xml::Document(MakeFullSection("Information", "x ") + MakeFullSection("Summary", "x ") +
                       xml::Section("RNSCImage", {}) + xml::Section("RNSCTest", {}) +
                       xml::Element("FAnetTest", xml::Item({{"name", "a"}}))));
     EXPECT_TRUE(Store().ParseFile());
-    EXPECT_THAT(FakeLog::Errors(),
-                ElementsAre(ErrorLine(CannotFind("Network"), FILE_NAME, "m_ParseNetworkFailInfo"),
-                            ErrorLine(CannotFind("Network"), FILE_NAME, "m_ParseNetworkInfo")));
+    EXPECT_THAT(
+        FakeLog::Errors(),
+        ElementsAre(
+            ErrorLine(FormatMissingTagError("Network"), kSourceFile, "m_ParseNetworkFailInfo"),
+            ErrorLine(FormatMissingTagError("Network"), kSourceFile, "m_ParseNetworkInfo")));
     EXPECT_EQ(Store().m_sn, "x sn");
     EXPECT_EQ(Store().m_summaryDuration, "x duration");
     EXPECT_EQ(Store().GetNumOfResult(), 1U);
 }
 
-TEST_F(QELXmlParserSectionsTest, SectionParsersTellWhatTheyFound) {
+TEST_F(QELXmlParserSectionsTest, ReturnsFailureForMissingSections) {
     QELXmlParser& store = Load("<r/>");
     EXPECT_FALSE(store.m_ParseInformation());
     EXPECT_EQ(store.m_ParseNetworkFailInfo(), -1);
@@ -173,7 +179,7 @@ TEST_F(QELXmlParserSectionsTest, SectionParsersTellWhatTheyFound) {
     EXPECT_FALSE(store.m_ParseSummary());
 }
 
-TEST_F(QELXmlParserSectionsTest, SectionParsersAcceptEmptySections) {
+TEST_F(QELXmlParserSectionsTest, AcceptsEmptySections) {
     QELXmlParser& store = Load("<r><Information/><Network/><Summary/></r>");
     EXPECT_TRUE(store.m_ParseInformation());
     EXPECT_EQ(store.m_ParseNetworkFailInfo(), 0);
@@ -182,31 +188,31 @@ TEST_F(QELXmlParserSectionsTest, SectionParsersAcceptEmptySections) {
     EXPECT_THAT(FakeLog::Lines(), IsEmpty());
 }
 
-TEST_F(QELXmlParserSectionsTest, ParsingAgainForgetsEveryValue) {
-    PrivateData::WriteRnsc(FullFile("rnsc "));
-    QELXmlParser& store = Load(FailureFile(FULL_FAILURE));
-    xmlDoc* dropped = store.m_doc;
+TEST_F(QELXmlParserSectionsTest, ClearsEveryValueBeforeParsingAgain) {
+    PrivateData::WriteRnsc(MakeFullFile("rnsc "));
+    QELXmlParser& store = Load(MakeNetworkFailureFile(kFullFailedInfo));
+    xmlDoc* previous = store.m_doc;
     PrivateData::Clean();
     EXPECT_TRUE(store.ParseFile());
-    for (const Filled_s& field : ALL_FIELDS) {
+    for (const SectionField& field : kSectionFields) {
         EXPECT_EQ(store.*field.member, "") << field.section << "/" << field.tag;
     }
     EXPECT_EQ(store.m_networkFailReason, "");
-    xmlFreeDoc(dropped);
+    xmlFreeDoc(previous);
 }
 
-// Two files
+// Both result files
 
-TEST_F(QELXmlParserSectionsTest, MainFileWinsWhereBothHaveAValue) {
-    PrivateData::WriteRnsc(FullFile("rnsc "));
-    const QELXmlParser& store = Load(FullFile("main "));
-    for (const Filled_s& field : ALL_FIELDS) {
+TEST_F(QELXmlParserSectionsTest, PrefersMainFileValues) {
+    PrivateData::WriteRnsc(MakeFullFile("rnsc "));
+    const QELXmlParser& store = Load(MakeFullFile("main "));
+    for (const SectionField& field : kSectionFields) {
         EXPECT_EQ(store.*field.member, std::string("main ") + field.tag);
     }
 }
 
-TEST_F(QELXmlParserSectionsTest, RnscValuesStayWhereTheMainFileHasNone) {
-    PrivateData::WriteRnsc(FullFile("rnsc "));
+TEST_F(QELXmlParserSectionsTest, KeepsRnscValuesMissingInMainFile) {
+    PrivateData::WriteRnsc(MakeFullFile("rnsc "));
     const QELXmlParser& store =
         Load(xml::Document(xml::Section("Summary", {{"duration", "main"}})));
     EXPECT_EQ(store.m_summaryDuration, "main");
@@ -215,27 +221,27 @@ TEST_F(QELXmlParserSectionsTest, RnscValuesStayWhereTheMainFileHasNone) {
     EXPECT_EQ(store.m_moduleElapsedTime, "rnsc module_elapsed_time");
 }
 
-TEST_F(QELXmlParserSectionsTest, EmptyElementIsLoggedAndLeavesTheEarlierValue) {
-    PrivateData::WriteRnsc(FullFile("rnsc "));
+TEST_F(QELXmlParserSectionsTest, LogsEmptyElementAndKeepsEarlierValue) {
+    PrivateData::WriteRnsc(MakeFullFile("rnsc "));
     PrivateData::WriteMain("<r><Information><model></model><sn/></Information><Network/></r>");
     EXPECT_TRUE(Store().ParseFile());
     EXPECT_EQ(Store().m_model, "rnsc model");
     EXPECT_EQ(Store().m_sn, "rnsc sn");
     EXPECT_EQ(FakeLog::Count("Content of current node is NULL\n"), 2);
     EXPECT_THAT(FakeLog::Errors(),
-                testing::Contains(ErrorLine("Content of current node is NULL\n", FILE_NAME)));
+                testing::Contains(ErrorLine("Content of current node is NULL\n", kSourceFile)));
 }
 
-TEST_F(QELXmlParserSectionsTest, FirstOfTwoEqualElementsIsTaken) {
+TEST_F(QELXmlParserSectionsTest, UsesFirstOfTwoEqualElements) {
     EXPECT_EQ(Load("<r><Summary><duration>1</duration><duration>2</duration></Summary></r>")
                   .m_summaryDuration,
               "1");
 }
 
-// A network failure
+// Network failure
 
-TEST_F(QELXmlParserSectionsTest, NetworkFailureIsTheOnlyItemOfItsFile) {
-    const QELXmlParser& store = Load(FailureFile(FULL_FAILURE));
+TEST_F(QELXmlParserSectionsTest, StoresNetworkFailureAsOnlyItem) {
+    const QELXmlParser& store = Load(MakeNetworkFailureFile(kFullFailedInfo));
     ASSERT_EQ(store.GetNumOfResult(), 1U);
     ASSERT_EQ(store.GetNumOfResultAll(), 1U);
     EXPECT_THAT(
@@ -246,8 +252,8 @@ TEST_F(QELXmlParserSectionsTest, NetworkFailureIsTheOnlyItemOfItsFile) {
     EXPECT_EQ(store.GetResult(0, "reason"), "no AP");
 }
 
-TEST_F(QELXmlParserSectionsTest, RestOfAFileWithANetworkFailureIsNotRead) {
-    PrivateData::WriteMain(FailureFile(FULL_FAILURE));
+TEST_F(QELXmlParserSectionsTest, StopsReadingFileAfterNetworkFailure) {
+    PrivateData::WriteMain(MakeNetworkFailureFile(kFullFailedInfo));
     EXPECT_TRUE(Store().ParseFile());
     EXPECT_EQ(Store().m_networkType, "wifi");
     EXPECT_EQ(Store().m_networkConnection, "none");
@@ -255,7 +261,7 @@ TEST_F(QELXmlParserSectionsTest, RestOfAFileWithANetworkFailureIsNotRead) {
     EXPECT_EQ(Store().m_pairingElapsedTime, "");
     EXPECT_EQ(Store().m_summaryStartTime, "");
     EXPECT_EQ(Store().m_sn, "x sn");
-    // Nor is anything said about the lists that are missing.
+    // Missing item lists are not logged.
     EXPECT_TRUE(LoggedNoError());
     const std::vector<std::string> read = XmlSpy::ReadElements();
     ASSERT_EQ(read.size(), 14U);
@@ -264,9 +270,9 @@ TEST_F(QELXmlParserSectionsTest, RestOfAFileWithANetworkFailureIsNotRead) {
                             "Network/failedinfo/reason"));
 }
 
-TEST_F(QELXmlParserSectionsTest, NetworkFailureLeavesTheOtherFilesValues) {
-    PrivateData::WriteRnsc(FullFile("rnsc "));
-    const QELXmlParser& store = Load(FailureFile(FULL_FAILURE));
+TEST_F(QELXmlParserSectionsTest, KeepsRnscValuesAfterNetworkFailureInMainFile) {
+    PrivateData::WriteRnsc(MakeFullFile("rnsc "));
+    const QELXmlParser& store = Load(MakeNetworkFailureFile(kFullFailedInfo));
     EXPECT_EQ(store.m_pairingElapsedTime, "rnsc pairing_elapsed_time");
     EXPECT_EQ(store.m_pairingEndTime, "rnsc pairing_end_time");
     EXPECT_EQ(store.m_moduleStartTime, "rnsc module_start_time");
@@ -276,16 +282,17 @@ TEST_F(QELXmlParserSectionsTest, NetworkFailureLeavesTheOtherFilesValues) {
     EXPECT_EQ(store.m_networkType, "wifi");
 }
 
-TEST_F(QELXmlParserSectionsTest, NetworkFailureOfTheRnscFileLeavesTheMainFileAlone) {
-    PrivateData::WriteRnsc(FailureFile(FULL_FAILURE));
+TEST_F(QELXmlParserSectionsTest, ReadsMainFileAfterNetworkFailureInRnscFile) {
+    PrivateData::WriteRnsc(MakeNetworkFailureFile(kFullFailedInfo));
     const QELXmlParser& store = LoadItems({{{"name", "a"}, {"type", "app"}}});
     ASSERT_EQ(store.GetNumOfResult(), 2U);
     EXPECT_EQ(store.GetResult(0, "reason"), "no AP");
     EXPECT_EQ(store.GetResult(1, "name"), "a");
 }
 
-TEST_F(QELXmlParserSectionsTest, NetworkFailureWithEmptyFieldsIsAnEmptyItem) {
-    PrivateData::WriteMain(FailureFile("<failedinfo><type/><connection/><reason/></failedinfo>"));
+TEST_F(QELXmlParserSectionsTest, StoresNetworkFailureWithEmptyFieldsAsEmptyItem) {
+    PrivateData::WriteMain(
+        MakeNetworkFailureFile("<failedinfo><type/><connection/><reason/></failedinfo>"));
     EXPECT_TRUE(Store().ParseFile());
     EXPECT_EQ(FakeLog::Count("Content of current node is NULL\n"), 3);
     ASSERT_EQ(Store().GetNumOfResult(), 1U);
@@ -295,26 +302,26 @@ TEST_F(QELXmlParserSectionsTest, NetworkFailureWithEmptyFieldsIsAnEmptyItem) {
     EXPECT_EQ(Store().m_networkType, "");
 }
 
-TEST_F(QELXmlParserSectionsTest, NetworkFailureWithoutFieldsIsAnEmptyItemToo) {
-    PrivateData::WriteMain(FailureFile("<failedinfo/>"));
+TEST_F(QELXmlParserSectionsTest, StoresNetworkFailureWithoutFieldsAsEmptyItem) {
+    PrivateData::WriteMain(MakeNetworkFailureFile("<failedinfo/>"));
     EXPECT_TRUE(Store().ParseFile());
     EXPECT_TRUE(LoggedNoError());
     ASSERT_EQ(Store().GetNumOfResult(), 1U);
     EXPECT_THAT(Store().m_resultFailData[0], IsEmpty());
 }
 
-// The values of an earlier file stand in the store, but not in the record of this file.
-TEST_F(QELXmlParserSectionsTest, NetworkFailureRecordHasOnlyWhatItsFileHas) {
-    PrivateData::WriteRnsc(FullFile("rnsc "));
+// The store keeps the type from the RNSC file. The item has only fields from the main file.
+TEST_F(QELXmlParserSectionsTest, OmitsRnscValuesFromNetworkFailureItem) {
+    PrivateData::WriteRnsc(MakeFullFile("rnsc "));
     const QELXmlParser& store =
-        Load(FailureFile("<failedinfo><reason>no AP</reason><type/></failedinfo>"));
+        Load(MakeNetworkFailureFile("<failedinfo><reason>no AP</reason><type/></failedinfo>"));
     ASSERT_EQ(store.GetNumOfResult(), 1U);
     EXPECT_THAT(store.m_resultFailData[0], ElementsAre(Pair("reason", "no AP")));
     EXPECT_EQ(store.m_networkType, "rnsc type");
 }
 
-TEST_F(QELXmlParserSectionsTest, NetworkFailureParserTellsThatItFoundOne) {
-    QELXmlParser& store = Load(FailureFile(FULL_FAILURE));
+TEST_F(QELXmlParserSectionsTest, ReturnsOneForNetworkFailure) {
+    QELXmlParser& store = Load(MakeNetworkFailureFile(kFullFailedInfo));
     EXPECT_EQ(store.m_ParseNetworkFailInfo(), 1);
     EXPECT_EQ(store.GetNumOfResult(), 2U);
 }
