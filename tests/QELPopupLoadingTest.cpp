@@ -417,15 +417,27 @@ TEST_F(QELPopupLoadingTest, TimerPollsUntilTheWorkerIsDone) {
     EXPECT_EQ(Content(), "<align=left left_margin=30 wrap=char>Done");
 }
 
-TEST_F(QELPopupLoadingTest, WorkerThatIsFasterThanTheFirstPollEndsWithIt) {
+TEST_F(QELPopupLoadingTest, StopsAtFirstPollWhenWorkerFinishesEarlier) {
     Create();
-    Run();
+    m_popup->Show();
+    m_popup->SetText("Title", "Please wait");
+    // Read before Start creates the timer, so that no delay of this test shortens the measured
+    // time.
+    const double start = ecore_time_get();
+    m_popup->Start();
     FinishFromWorker("Done");
     FakeLog::Clear();
-    const double start = ecore_time_get();
+
+    EXPECT_NE(QELPopupLoading::m_Timer, nullptr);
+    EXPECT_FALSE(IsOkEnabled());
+    EXPECT_EQ(Content(), "<align=left left_margin=30 wrap=char>Please wait");
+
+    double stopped = 0;
+    ToolkitCalls::OnCall("elm_object_disabled_set", [&stopped] { stopped = ecore_time_get(); });
     ASSERT_TRUE(WaitForEnd());
-    EXPECT_GE(ecore_time_get() - start, 0.09);
+    EXPECT_GE(stopped - start, 0.099);  // the interval of 0.1 s, less 1 ms for rounding
     EXPECT_THAT(FakeLog::Messages(), ElementsAre("m_IsRunning 0", "m_IsRunning 0"));
+    EXPECT_EQ(Content(), "<align=left left_margin=30 wrap=char>Done");
 }
 
 TEST_F(QELPopupLoadingTest, StopLeavesTheRunningState) {
@@ -554,29 +566,32 @@ TEST_F(QELPopupLoadingTest, StartAndStopKeepWorkersOutForTheirWholeBody) {
     EXPECT_TRUE(entered.back());
 }
 
-// Whether the operation, on a thread of its own, waits for who holds the mutex.
 class QELPopupLoadingLockTest : public QELPopupLoadingTest {
 protected:
+    // Runs the operation on another thread while this thread holds the mutex of the running flag.
+    // Returns whether the operation completes within the limit.
     template <typename Operation>
-    static bool Waits(Operation operation) {
+    static bool CompletesWhileLocked(Operation operation, std::chrono::milliseconds limit) {
         std::unique_lock<std::recursive_mutex> lock(QELPopupLoading::m_MutexForRunningFlag);
         std::future<void> done = std::async(std::launch::async, operation);
-        const bool waits =
-            done.wait_for(std::chrono::milliseconds(100)) != std::future_status::ready;
+        const bool completed = done.wait_for(limit) == std::future_status::ready;
         lock.unlock();
         done.get();
-        return waits;
+        return completed;
     }
 };
 
-TEST_F(QELPopupLoadingLockTest, FlagIsSetAndReadUnderTheLock) {
-    EXPECT_TRUE(Waits([] { QELPopupLoading::SetRunningFlag(true); }));
+TEST_F(QELPopupLoadingLockTest, SetsAndReadsRunningFlagUnderLock) {
+    const std::chrono::milliseconds limit(100);
+    EXPECT_FALSE(CompletesWhileLocked([] { QELPopupLoading::SetRunningFlag(true); }, limit));
     EXPECT_TRUE(QELPopupLoading::m_IsRunning);
-    EXPECT_TRUE(Waits([] { QELPopupLoading::GetRunningFlag(); }));
+    EXPECT_FALSE(CompletesWhileLocked([] { QELPopupLoading::GetRunningFlag(); }, limit));
 }
 
-TEST_F(QELPopupLoadingLockTest, ResultTextIsSetWithoutTheLock) {
-    EXPECT_FALSE(Waits([] { QELPopupLoading::SetResultText("Done"); }));
+TEST_F(QELPopupLoadingLockTest, SetsResultTextWithoutLock) {
+    // The limit is long because a busy machine may start the thread late.
+    EXPECT_TRUE(CompletesWhileLocked([] { QELPopupLoading::SetResultText("Done"); },
+                                     std::chrono::seconds(20)));
     EXPECT_EQ(QELPopupLoading::m_ResultText, "Done");
 }
 
