@@ -14,15 +14,15 @@
 
 namespace {
 
-const char* const LAUNCH_COUNTER_FILE =
+const char* const kLaunchCounterFile =
     "/opt/usr/home/owner/apps_rw/org.tizen.quorvel/data/num_of_launch";
-const char* const FLAG_FILE = "/tmp/qel_first_execute";
-const char* const REQUEST_KEY = "EXEPARAM";
-const char CLOSE_VALUE[] = "CLOSE";
+const char* const kFlagFile = "/tmp/qel_first_execute";
+const char* const kRequestKey = "EXEPARAM";
+const char kCloseValue[] = "CLOSE";
 
 // Only the first five characters count, so every longer value that begins so closes as well.
 bool IsCloseValue(const char* value) {
-    return value != nullptr && std::strncmp(value, CLOSE_VALUE, sizeof(CLOSE_VALUE) - 1) == 0;
+    return value != nullptr && std::strncmp(value, kCloseValue, sizeof(kCloseValue) - 1) == 0;
 }
 
 }  // namespace
@@ -76,14 +76,14 @@ void QELApp::s_Control(app_control_h app_control, void* data) {
         return;
     }
     char* value = nullptr;
-    bundle_get_str(request, REQUEST_KEY, &value);
+    bundle_get_str(request, kRequestKey, &value);
     if (IsCloseValue(value)) {
         m_DestroyWindow(data);
         elm_exit();
         return;
     }
-    QELUtil::IncreaseCount(LAUNCH_COUNTER_FILE);
-    std::ofstream flagFile(FLAG_FILE);
+    QELUtil::IncreaseCount(kLaunchCounterFile);
+    std::ofstream flagFile(kFlagFile);
     if (flagFile.fail()) {
         QEL_LOGE("failed to create flag file");
     }

@@ -11,12 +11,12 @@
 
 namespace {
 
-const char* const CAPTURE_COUNTER_FILE =
+const char* const kCaptureCounterFile =
     "/opt/usr/home/owner/apps_rw/org.tizen.quorvel/data/num_of_log_capture";
-const char* const BUTTON_STYLE = "C_ButtonBasic_WhiteText";
-const char* const BUTTON_TEXT = "Log Capture";
-const int BOX_PADDING = 10;
-const int CAPTURE_FAILED = -1;  // anything else is a success
+const char* const kButtonStyle = "C_ButtonBasic_WhiteText";
+const char* const kButtonText = "Log Capture";
+const int kBoxPadding = 10;
+const int kCaptureFailed = -1;  // anything else is a success
 
 }  // namespace
 
@@ -35,13 +35,13 @@ void QELButtonLogCapture::Create(_appdata* ad) {
     }
     m_Box = elm_box_add(ad->table);
     elm_box_horizontal_set(m_Box, EINA_TRUE);
-    elm_box_padding_set(m_Box, BOX_PADDING, BOX_PADDING);
+    elm_box_padding_set(m_Box, kBoxPadding, kBoxPadding);
     // The table is no box, so this places nothing; kept on purpose. m_Show places the box.
     elm_box_pack_end(ad->table, m_Box);
 
     ad->logCaptureButton = elm_button_add(m_Box);
-    elm_object_style_set(ad->logCaptureButton, BUTTON_STYLE);
-    elm_object_text_set(ad->logCaptureButton, BUTTON_TEXT);
+    elm_object_style_set(ad->logCaptureButton, kButtonStyle);
+    elm_object_text_set(ad->logCaptureButton, kButtonText);
     // Both share one cell: the button is the box's child, but not packed into it.
     m_Show(ad, m_Box, TABLE_LOCATION_LOG_CAPTURE);
     m_Show(ad, ad->logCaptureButton, TABLE_LOCATION_LOG_CAPTURE);
@@ -62,7 +62,7 @@ void QELButtonLogCapture::m_Show(_appdata* ad, Evas_Object* obj, app_table_locat
 }
 
 void QELButtonLogCapture::m_SetText(_appdata* ad) {
-    elm_object_text_set(ad->logCaptureButton, BUTTON_TEXT);
+    elm_object_text_set(ad->logCaptureButton, kButtonText);
 }
 
 void QELButtonLogCapture::OnPress(void* /*data*/, Evas_Object* /*obj*/, void* /*event_info*/) {
@@ -85,13 +85,13 @@ void QELButtonLogCapture::m_CaptureLog() {
     }
     const int ret = automation_copy_log_to_usb();
     QEL_LOGI("retAutoApi = %d", ret);
-    if (ret == CAPTURE_FAILED) {
+    if (ret == kCaptureFailed) {
         QELPopupLoading::SetResultText("Failed to store log files to USB.");
         QELPopupLoading::SetRunningFlag(false);
         return;
     }
     QELPopupLoading::SetResultText("Successfully stored log files to USB.");
-    QELUtil::IncreaseCount(CAPTURE_COUNTER_FILE);
+    QELUtil::IncreaseCount(kCaptureCounterFile);
     doCaptureLog = true;
     QELPopupLoading::SetRunningFlag(false);
 }

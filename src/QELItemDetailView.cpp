@@ -8,27 +8,27 @@
 
 namespace {
 
-const char* const LABEL_STYLE = "slide_short";
-const char* const SCROLLER_STYLE = "c_scrollbar_list";
-const int SCROLL_STEP = 100;
+const char* const kLabelStyle = "slide_short";
+const char* const kScrollerStyle = "c_scrollbar_list";
+const int kScrollStep = 100;
 
 // The hints' bold tag stays open and the closing tags stand in this order; kept on purpose.
-const char* const NO_HISTORY_MARKUP =
+const char* const kNoHistoryMarkup =
     "<align=center font_size=20 color=#CCCCCC><b>"
     "There is no failed production history."
     "</align></font_size></color>";
-const char* const CHOOSE_ITEM_MARKUP =
+const char* const kChooseItemMarkup =
     "<align=center font_size=20 color=#CCCCCC><b>"
     "Please choose items by pressing Up/Down keys."
     "</align></font_size></color>";
 
-const char* const RESULT_PREFIX = "<align=left left_margin=20 wrap=char font_size=15>";
-const char* const RED_PREFIX = "<align=left left_margin=20 wrap=char font_size=15 color=#FF0000>";
-const char* const ORANGE_PREFIX =
+const char* const kResultPrefix = "<align=left left_margin=20 wrap=char font_size=15>";
+const char* const kRedPrefix = "<align=left left_margin=20 wrap=char font_size=15 color=#FF0000>";
+const char* const kOrangePrefix =
     "<align=left left_margin=20 wrap=char font_size=15 color=#FF8000>";
 
-const int ALPHA_NORMAL = 20;
-const int ALPHA_FOCUSED = 50;
+const int kAlphaNormal = 20;
+const int kAlphaFocused = 50;
 
 // Not premultiplied, as the toolkit would have it; it clamps the colour to a translucent white.
 void SetBackgroundAlpha(Evas_Object* background, int alpha) {
@@ -40,7 +40,7 @@ std::string RedMarkup(const std::string& text, QELAnalysisData& analysisData, un
     if (text.empty() || !analysisData.GetExcutedByUser(index)) {
         return "";
     }
-    return RED_PREFIX + QELUtil::ToMarkup(text + "\n");
+    return kRedPrefix + QELUtil::ToMarkup(text + "\n");
 }
 
 }  // namespace
@@ -57,10 +57,10 @@ void QELItemDetailView::Create(_appdata* ad) {
         return;
     }
     m_bgItemDetailView = evas_object_rectangle_add(evas_object_evas_get(ad->table));
-    SetBackgroundAlpha(m_bgItemDetailView, ALPHA_NORMAL);
+    SetBackgroundAlpha(m_bgItemDetailView, kAlphaNormal);
     m_scrollerItemDetailView = elm_scroller_add(ad->table);
-    elm_object_style_set(m_scrollerItemDetailView, SCROLLER_STYLE);
-    elm_scroller_step_size_set(m_scrollerItemDetailView, 0, SCROLL_STEP);
+    elm_object_style_set(m_scrollerItemDetailView, kScrollerStyle);
+    elm_scroller_step_size_set(m_scrollerItemDetailView, 0, kScrollStep);
     ad->detailLabel = elm_label_add(m_scrollerItemDetailView);
     elm_label_ellipsis_set(ad->detailLabel, EINA_TRUE);
     m_SetText(ad, ad->detailLabel);
@@ -88,8 +88,8 @@ void QELItemDetailView::m_SetText(_appdata* ad, Evas_Object* /*obj*/) {
     if (parser == nullptr) {
         return;
     }
-    const char* hint = parser->GetNumOfResult() == 0 ? NO_HISTORY_MARKUP : CHOOSE_ITEM_MARKUP;
-    elm_object_style_set(ad->detailLabel, LABEL_STYLE);
+    const char* hint = parser->GetNumOfResult() == 0 ? kNoHistoryMarkup : kChooseItemMarkup;
+    elm_object_style_set(ad->detailLabel, kLabelStyle);
     elm_object_text_set(ad->detailLabel, hint);
 }
 
@@ -114,7 +114,7 @@ std::string QELItemDetailView::m_GetMarkupResultText(unsigned int index) {
     if (!text.empty()) {
         text += "\n";
     }
-    std::string markup = RESULT_PREFIX + QELUtil::ToMarkup(text);
+    std::string markup = kResultPrefix + QELUtil::ToMarkup(text);
     QEL_LOGI("strMarkupForResultText : %s", markup.c_str());
     return markup;
 }
@@ -135,7 +135,7 @@ std::string QELItemDetailView::m_GetMarkupAnalyzeText(unsigned int index) {
     const std::string analysis = analysisData->GetAnalysisData(index);
     std::string markup = RedMarkup(parser->GetResult(index, "detailed"), *analysisData, index);
     markup += RedMarkup(parser->GetResult(index, "reason"), *analysisData, index);
-    markup += ORANGE_PREFIX + QELUtil::ToMarkup(analysis);
+    markup += kOrangePrefix + QELUtil::ToMarkup(analysis);
     QEL_LOGI("strReturnText : %s", markup.c_str());
     return markup;
 }
@@ -169,7 +169,7 @@ void QELItemDetailView::OnFocus(void* /*data*/, Evas_Object* obj, void* /*event_
         return;
     }
     QEL_LOGI("OnFocus : ");
-    SetBackgroundAlpha(m_bgItemDetailView, ALPHA_FOCUSED);
+    SetBackgroundAlpha(m_bgItemDetailView, kAlphaFocused);
 }
 
 void QELItemDetailView::OnUnfocus(void* /*data*/, Evas_Object* obj, void* /*event_info*/) {
@@ -178,7 +178,7 @@ void QELItemDetailView::OnUnfocus(void* /*data*/, Evas_Object* obj, void* /*even
         return;
     }
     QEL_LOGI("OnUnfocus : ");
-    SetBackgroundAlpha(m_bgItemDetailView, ALPHA_NORMAL);
+    SetBackgroundAlpha(m_bgItemDetailView, kAlphaNormal);
 }
 
 void QELItemDetailView::Destroy(_appdata* ad) {

@@ -16,10 +16,10 @@
 
 namespace {
 
-const char* const ROW_STYLE = "C_TextItem_WhiteSingleline02";
-const char TEXT_PART[] = "elm.text";
-const char ICON_PART[] = "elm.swallow.icon";
-const int ICON_UNITS = 70;
+const char* const kRowStyle = "C_TextItem_WhiteSingleline02";
+const char kTextPart[] = "elm.text";
+const char kIconPart[] = "elm.swallow.icon";
+const int kIconUnits = 70;
 
 // A row carries the index of its failed item in the pointer's value.
 void* ToRowData(unsigned int index) {
@@ -71,10 +71,10 @@ std::string CodesText(const QELXmlParser& parser, unsigned int index) {
     return text;
 }
 
-// ICON_UNITS at the current scale, in pixels.
+// kIconUnits at the current scale, in pixels.
 int IconSize() {
     // NOLINTNEXTLINE(bugprone-incorrect-roundings): never negative, and the set rounds so too
-    return static_cast<int>(ICON_UNITS * elm_config_scale_get() / elm_app_base_scale_get() + 0.5);
+    return static_cast<int>(kIconUnits * elm_config_scale_get() / elm_app_base_scale_get() + 0.5);
 }
 
 }  // namespace
@@ -108,7 +108,7 @@ void QELItemList::m_CreateList(_appdata* ad) {
     elm_genlist_multi_select_set(ad->itemList, EINA_TRUE);
 
     Elm_Genlist_Item_Class* rowClass = elm_genlist_item_class_new();
-    rowClass->item_style = ROW_STYLE;
+    rowClass->item_style = kRowStyle;
     rowClass->func.text_get = m_GetItemText;
     rowClass->func.content_get = m_GetItemContent;
     rowClass->func.state_get = nullptr;
@@ -154,7 +154,7 @@ void QELItemList::m_OnFocus(Evas_Object* list, int index) {
 }
 
 char* QELItemList::m_GetItemText(void* data, Evas_Object* /*obj*/, const char* part) {
-    if (!BeginsWith(part, TEXT_PART)) {
+    if (!BeginsWith(part, kTextPart)) {
         return nullptr;
     }
     const unsigned int index = ToIndex(data);
@@ -184,7 +184,7 @@ char* QELItemList::m_GetItemText(void* data, Evas_Object* /*obj*/, const char* p
 }
 
 Evas_Object* QELItemList::m_GetItemContent(void* data, Evas_Object* obj, const char* part) {
-    if (!BeginsWith(part, ICON_PART)) {
+    if (!BeginsWith(part, kIconPart)) {
         return nullptr;
     }
     // Made before the checks; without an item it stays with its parent.

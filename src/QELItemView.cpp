@@ -12,10 +12,10 @@
 
 namespace {
 
-const char* const LABEL_STYLE = "slide_short";
+const char* const kLabelStyle = "slide_short";
 
 // The bold tag stays open and the closing tags stand in this order; kept on purpose.
-const char* const NO_PHOTO_MARKUP =
+const char* const kNoPhotoMarkup =
     "<align=center font_size=20 color=#CCCCCC><b>"
     "There is no RNS result capture(photo) file."
     "</align></font_size></color>";
@@ -62,7 +62,7 @@ void QELItemView::m_CreateCommonInfoView(_appdata* ad) {
 Evas_Object* QELItemView::m_CreateInfoLabel(_appdata* ad) {
     Evas_Object* label = elm_label_add(ad->table);
     elm_label_ellipsis_set(label, EINA_TRUE);
-    elm_object_style_set(label, LABEL_STYLE);
+    elm_object_style_set(label, kLabelStyle);
     return label;
 }
 
@@ -110,8 +110,8 @@ void QELItemView::m_SetText(_appdata* ad, Evas_Object* /*obj*/, const std::strin
         return;
     }
     const bool missing = !path.empty() && access(path.c_str(), F_OK) != 0;
-    elm_object_style_set(ad->itemLabel, LABEL_STYLE);
-    elm_object_text_set(ad->itemLabel, missing ? NO_PHOTO_MARKUP : "");
+    elm_object_style_set(ad->itemLabel, kLabelStyle);
+    elm_object_text_set(ad->itemLabel, missing ? kNoPhotoMarkup : "");
 }
 
 void QELItemView::Update(void* data, Evas_Object* /*obj*/, void* event_info) {

@@ -9,12 +9,12 @@
 
 namespace {
 
-const char* const POPUP_STYLE = "C_PopupBasic_WhiteBottom";
-const char* const LABEL_STYLE = "popup/C_PopupBasic_WhiteBottom";
-const char* const PROGRESS_STYLE = "C_Loading_WhiteSmall";
-const char* const BUTTON_STYLE = "C_ButtonBasic_WhiteText";
-const char* const CONTENT_PREFIX = "<align=left left_margin=30 wrap=char>";
-const double POLL_INTERVAL = 0.1;  // seconds
+const char* const kPopupStyle = "C_PopupBasic_WhiteBottom";
+const char* const kLabelStyle = "popup/C_PopupBasic_WhiteBottom";
+const char* const kProgressStyle = "C_Loading_WhiteSmall";
+const char* const kButtonStyle = "C_ButtonBasic_WhiteText";
+const char* const kContentPrefix = "<align=left left_margin=30 wrap=char>";
+const double kPollSeconds = 0.1;
 
 using Lock = std::lock_guard<std::recursive_mutex>;
 
@@ -53,20 +53,20 @@ void QELPopupLoading::Create(_appdata* ad) {
     }
     m_AppData = ad;
     m_Popup = elm_popup_add(ad->win);
-    elm_object_style_set(m_Popup, POPUP_STYLE);
+    elm_object_style_set(m_Popup, kPopupStyle);
     m_PopupTable = elm_table_add(m_Popup);
     elm_table_homogeneous_set(m_PopupTable, EINA_TRUE);
     elm_object_content_set(m_Popup, m_PopupTable);
     m_PopupLabel = elm_label_add(m_PopupTable);
-    elm_object_style_set(m_PopupLabel, LABEL_STYLE);
+    elm_object_style_set(m_PopupLabel, kLabelStyle);
     QEL_LOGI("Progress bar added");
     m_PopupProgress = elm_progressbar_add(m_PopupTable);
-    elm_object_style_set(m_PopupProgress, PROGRESS_STYLE);
+    elm_object_style_set(m_PopupProgress, kProgressStyle);
     elm_progressbar_pulse_set(m_PopupProgress, EINA_TRUE);
     // Set a second time on purpose.
     elm_object_content_set(m_Popup, m_PopupTable);
     m_Button = elm_button_add(m_PopupTable);
-    elm_object_style_set(m_Button, BUTTON_STYLE);
+    elm_object_style_set(m_Button, kButtonStyle);
     elm_object_text_set(m_Button, "OK");
 
     // The popup hides before the log capture button is looked at. The lines are spelled so on
@@ -173,7 +173,7 @@ void QELPopupLoading::m_SetContentText(const std::string& text) {
     // The toolkit's string is not released: a small leak per call, kept on purpose.
     const char* converted = evas_textblock_text_utf8_to_markup(nullptr, text.c_str());
     const std::string markup =
-        std::string(CONTENT_PREFIX) + (converted == nullptr ? "" : converted);
+        std::string(kContentPrefix) + (converted == nullptr ? "" : converted);
     elm_object_text_set(m_PopupLabel, markup.c_str());
 }
 
@@ -211,7 +211,7 @@ void QELPopupLoading::Start() {
         QEL_LOGE("timer is in used");
         return;
     }
-    m_Timer = ecore_timer_add(POLL_INTERVAL, m_CheckRunning, nullptr);
+    m_Timer = ecore_timer_add(kPollSeconds, m_CheckRunning, nullptr);
     elm_object_disabled_set(m_Button, EINA_TRUE);
 }
 

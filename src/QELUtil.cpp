@@ -12,7 +12,7 @@
 
 namespace {
 
-const char* const MENU_APP_ID = "org.tizen.menu";
+const char* const kMenuAppId = "org.tizen.menu";
 
 struct FreeDeleter {
     void operator()(char* text) const { std::free(text); }
@@ -33,7 +33,7 @@ struct TableCell_s {
 
 // The cells overlap on purpose: the background lies under everything, the title row spans all
 // columns, and the detail view lies in the lower part of the item view.
-const TableCell_s TABLE_CELLS[] = {
+const TableCell_s kTableCells[] = {
     {TABLE_LOCATION_TITLE, 0, 0, 3, 1},       {TABLE_LOCATION_INFO_LEFT, 1, 1, 1, 2},
     {TABLE_LOCATION_INFO_RIGHT, 2, 1, 1, 2},  {TABLE_LOCATION_ITEM_LIST, 0, 1, 1, 7},
     {TABLE_LOCATION_ITEM_VIEW, 1, 1, 2, 6},   {TABLE_LOCATION_ITEM_DETAIL, 1, 3, 2, 4},
@@ -68,7 +68,7 @@ bool QELUtil::IncreaseCount(std::string path) {
 }
 
 std::string QELUtil::GetMenuResourcePath(const char* relativePath) {
-    return CopyOrEmpty(MallocString(getResourcePath(MENU_APP_ID, relativePath)));
+    return CopyOrEmpty(MallocString(getResourcePath(kMenuAppId, relativePath)));
 }
 
 std::string QELUtil::ToMarkup(const std::string& text) {
@@ -86,7 +86,7 @@ bool QELUtil::PackAt(Evas_Object* table, Evas_Object* obj, app_table_location_e 
     if (std::find(accepted.begin(), accepted.end(), location) == accepted.end()) {
         return false;
     }
-    for (const TableCell_s& cell : TABLE_CELLS) {
+    for (const TableCell_s& cell : kTableCells) {
         if (cell.location == location) {
             elm_table_pack(table, obj, cell.column, cell.row, cell.columns, cell.rows);
             return true;

@@ -14,12 +14,12 @@
 
 namespace {
 
-const char* const WINDOW_NAME = "quorvel";
-const double BASE_SCALE = 2.0;
-const char* const BACKGROUND_RESOURCE = "Settings/setting_bg_base.webp";
+const char* const kWindowName = "quorvel";
+const double kBaseScale = 2.0;
+const char* const kBackgroundResource = "Settings/setting_bg_base.webp";
 
 // The bold tag stays open and the closing tags stand in this order; kept on purpose.
-const char* const TITLE_MARKUP =
+const char* const kTitleMarkup =
     "<align=center font_size=80 color=#CCCCCC><b>Quorvel</align></font_size></color>";
 
 // A widget event and who handles it.
@@ -59,9 +59,9 @@ void QELWindow::Create(_appdata* ad) {
     if (parser != nullptr) {
         parser->ParseFile();
     }
-    elm_app_base_scale_set(BASE_SCALE);
+    elm_app_base_scale_set(kBaseScale);
 
-    ad->win = elm_win_util_standard_add(WINDOW_NAME, WINDOW_NAME);
+    ad->win = elm_win_util_standard_add(kWindowName, kWindowName);
     elm_win_autodel_set(ad->win, EINA_TRUE);
     // Shown before its content exists, so that the set never shows the menu in between.
     evas_object_show(ad->win);
@@ -74,7 +74,7 @@ void QELWindow::Create(_appdata* ad) {
 
     m_CreateBackground(ad);
     // Looked up a second time, for this line.
-    QEL_LOGI("Resource = %s", QELUtil::GetMenuResourcePath(BACKGROUND_RESOURCE).c_str());
+    QEL_LOGI("Resource = %s", QELUtil::GetMenuResourcePath(kBackgroundResource).c_str());
     evas_object_image_filled_set(m_BgImage, EINA_TRUE);
     m_CreateTitle(ad);
     m_Show(ad, m_BgImage, TABLE_LOCATION_BACKGROUND);
@@ -91,7 +91,7 @@ void QELWindow::m_CreateBackground(_appdata* ad) {
     Evas* canvas = evas_object_evas_get(ad->table);
     m_BgRect = evas_object_rectangle_add(canvas);
     m_BgImage = evas_object_image_add(canvas);
-    evas_object_image_file_set(m_BgImage, QELUtil::GetMenuResourcePath(BACKGROUND_RESOURCE).c_str(),
+    evas_object_image_file_set(m_BgImage, QELUtil::GetMenuResourcePath(kBackgroundResource).c_str(),
                                nullptr);
 }
 
@@ -101,7 +101,7 @@ void QELWindow::m_CreateTitle(_appdata* ad) {
     evas_object_color_set(m_TitleBg, 255, 255, 255, 30);
 
     ad->titleLabel = elm_label_add(ad->table);
-    elm_object_text_set(ad->titleLabel, TITLE_MARKUP);
+    elm_object_text_set(ad->titleLabel, kTitleMarkup);
 }
 
 void QELWindow::m_CreateSubObject(_appdata* ad) {

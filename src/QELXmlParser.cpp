@@ -11,17 +11,17 @@
 
 namespace {
 
-const char* const RNSC_FILE = "/opt/usr/home/owner/apps_rw/org.tizen.quorvel/data/qelRnscXml.xml";
-const char* const MAIN_FILE = "/opt/usr/home/owner/apps_rw/org.tizen.quorvel/data/qelXml.xml";
+const char* const kRnscFile = "/opt/usr/home/owner/apps_rw/org.tizen.quorvel/data/qelRnscXml.xml";
+const char* const kMainFile = "/opt/usr/home/owner/apps_rw/org.tizen.quorvel/data/qelXml.xml";
 
 // The fields of a test item, in reading order.
-const char* const ITEM_KEYS[] = {
+const char* const kItemKeys[] = {
     "type", "name",    "opcode",   "msgcode",         "imqs",    "result", "duration", "retrycount",
     "spec", "measure", "detailed", "timeAckAbsolute", "threadID"};
 
 // The fields that the item text shows, in its order.
-const char* const ITEM_TEXT_KEYS[] = {"type",       "connection", "duration",
-                                      "retrycount", "spec",       "measure"};
+const char* const kItemTextKeys[] = {"type",       "connection", "duration",
+                                     "retrycount", "spec",       "measure"};
 
 struct TypeKeyword_s {
     const char* keyword;
@@ -29,7 +29,7 @@ struct TypeKeyword_s {
 };
 
 // In this order: the first keyword that matches decides.
-const TypeKeyword_s TYPE_KEYWORDS[] = {
+const TypeKeyword_s kTypeKeywords[] = {
     {"app", RESULT_TYPE_APP}, {"rnsc", RESULT_TYPE_RNSC}, {"image", RESULT_TYPE_IMAGE},
     {"bt", RESULT_TYPE_BT},   {"wifi", RESULT_TYPE_WIFI},
 };
@@ -159,8 +159,8 @@ void QELXmlParser::m_Initialize() {
 bool QELXmlParser::ParseFile() {
     m_Initialize();
     // Both files are always read, whatever comes of the first; the main file's values win.
-    const bool rnscParsed = m_ParseFile(RNSC_FILE);
-    const bool mainParsed = m_ParseFile(MAIN_FILE);
+    const bool rnscParsed = m_ParseFile(kRnscFile);
+    const bool mainParsed = m_ParseFile(kMainFile);
     return rnscParsed && mainParsed;
 }
 
@@ -280,7 +280,7 @@ bool QELXmlParser::m_ParseItemInfo(xmlNodePtr node) {
         return false;
     }
     ResultItem item;
-    for (const char* key : ITEM_KEYS) {
+    for (const char* key : kItemKeys) {
         std::string value;
         if (m_GetContentFromNode(m_doc, m_FindNodeWithTagInfo(node, key), value)) {
             item[key] = value;
@@ -340,7 +340,7 @@ std::string QELXmlParser::GetResult(unsigned int id) const {
         return "";
     }
     std::string text;
-    for (const char* key : ITEM_TEXT_KEYS) {
+    for (const char* key : kItemTextKeys) {
         const std::string* value = FindValue(m_resultFailData[id], key);
         if (value != nullptr) {
             text.append(key).append("=").append(*value).append("\n");
@@ -358,7 +358,7 @@ app_result_type_e QELXmlParser::GetResultType(unsigned int id) const {
     if (type == nullptr) {
         return RESULT_TYPE_INVALID;
     }
-    for (const TypeKeyword_s& candidate : TYPE_KEYWORDS) {
+    for (const TypeKeyword_s& candidate : kTypeKeywords) {
         if (MatchesKeyword(*type, candidate.keyword)) {
             return candidate.type;
         }
