@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-// The setting configuration that one check compares: a check record without its kind.
+// The setting configuration that one check compares: the fields of a check record except its type.
 struct QELAnalysisInfoSetCfg_s {
     std::uint32_t param;
     std::vector<std::uint32_t> values1;
@@ -14,15 +14,16 @@ struct QELAnalysisInfoSetCfg_s {
     std::string text;
 };
 
-// The analysis of one failed item. Static operations without state, all on a worker thread; they
-// read the stores, which do not change meanwhile, and touch no widget.
+// Analyses one failed item. All operations are static, keep no state, run on a worker thread and
+// touch no widget. They need no lock: the result store does not change after the start, and the
+// modal popup prevents a second analysis at the same time.
 class QELAnalysis {
 public:
     QELAnalysis() = delete;
 
-    // The worker's body: analyses the failed item id, stores the text, and reports completion to
-    // the progress popup. Lets a conversion error of the item's own codes escape, which ends the
-    // process.
+    // Body of the worker thread: analyses the failed item id, stores the text and reports
+    // completion to the progress popup. Does not catch the std::stoi exception of an invalid code
+    // of the item itself; the exception leaves the thread and ends the process.
     static void StartAnalyze(unsigned int id);
 
 private:

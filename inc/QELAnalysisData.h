@@ -7,10 +7,10 @@
 #include <utility>
 #include <vector>
 
-// The only kind of check that the analysis engine acts on.
+// The only check type that the analysis evaluates.
 constexpr std::uint32_t CHECK_TYPE_SETTING_CONFIG = 1;
 
-// One check of a check table: what to compare for an item that failed with a certain code pair.
+// One check of a check table: the values to compare for an item with the code pair of the table.
 struct QELAnalysisCheckTable_s {
     std::uint32_t type;
     std::uint32_t param;
@@ -21,13 +21,13 @@ struct QELAnalysisCheckTable_s {
     std::string text;
 };
 
-// What the failure analysis keeps beside the result store: per failed item the analysis text and
-// whether the user had it analysed, the check tables, and the block list of code pairs.
+// The data of the failure analysis: the analysis text of each failed item, a flag for each item
+// that the user had analysed, the check tables, and the block list of code pairs.
 //
-// A singleton that lives until the process ends; the result files must have been parsed before its
-// first use, because it takes the number of failed items once. It has no lock: the worker writes
-// through SetAnalysisData alone, and the main loop reads only after it has seen the popup's running
-// flag cleared.
+// A singleton that lives until the process ends. Parse the result files before the first use: the
+// constructor reads the number of failed items once. There is no lock: the worker writes only
+// through SetAnalysisData, and the main loop reads the results only after it has seen the popup's
+// running flag cleared.
 class QELAnalysisData {
 public:
     QELAnalysisData();
@@ -35,33 +35,35 @@ public:
     QELAnalysisData(const QELAnalysisData&) = delete;
     QELAnalysisData& operator=(const QELAnalysisData&) = delete;
 
-    // The one store, made on first use; null when it cannot be allocated. First called on the
-    // main-loop thread.
+    // Returns the store, created by the first call; null when it cannot be allocated. The first
+    // call comes from the main-loop thread.
     static QELAnalysisData* GetInstance();
 
-    // Stores the analysis text of the failed item id and marks it as analysed; an unknown id is
-    // ignored. Worker thread.
+    // Stores the analysis text of the failed item id and marks the item as analysed. Ignores an
+    // unknown id. Worker thread.
     void SetAnalysisData(unsigned int id, const std::string& text);
-    // The analysis text of the failed item id; empty before its analysis and for an unknown id.
+    // Returns the analysis text of the failed item id; empty before the analysis and for an unknown
+    // id.
     std::string GetAnalysisData(unsigned int id);
-    // Whether the failed item id has been analysed; false, with an error line, for an unknown id.
-    // The name is spelled so on purpose and stays.
+    // Returns whether the failed item id has been analysed. Returns false and logs an error for an
+    // unknown id. The spelling of the name is intentional.
     bool GetExcutedByUser(unsigned int id);
 
-    // Reads the value of key of the failed item id as hexadecimal and stores its low byte in *code.
-    // Returns false, with *code left alone, when there is no value. Throws std::invalid_argument
-    // for a text without a hexadecimal number and std::out_of_range beyond an int. Any thread.
+    // Reads the value of key of the failed item id as a hexadecimal number and stores its low byte
+    // in *code. Returns false and leaves *code unchanged when there is no value. Throws
+    // std::invalid_argument when the value does not begin with a hexadecimal number, and
+    // std::out_of_range when the number does not fit an int. Any thread.
     bool GetCode(unsigned int id, const std::string& key, unsigned char* code);
-    // The same for the item id of the list of all items.
+    // Does the same for the item id of the list of all items.
     bool GetCodeFromAll(unsigned int id, const std::string& key, unsigned char* code);
 
-    // Whether the failed item id may be analysed; a refusal is logged. Throws as GetCode does.
-    // Main-loop thread.
+    // Returns whether the failed item id may be analysed, and logs the reason of a rejection.
+    // Throws as GetCode does. Main-loop thread.
     bool IsValid(unsigned int id);
 
-    // A copy of the check table of a code pair; empty when it has none. Any thread.
+    // Returns a copy of the check table of a code pair; empty when there is no table. Any thread.
     std::vector<QELAnalysisCheckTable_s> GetCheckTable(unsigned char opcode, unsigned char msgcode);
-    // Whether the code pair takes no part in the resource conflict analysis. Any thread.
+    // Returns whether the conflict analysis excludes the code pair. Any thread.
     bool IsItInBlockList(unsigned char opcode, unsigned char msgcode);
 
 private:
@@ -75,8 +77,9 @@ private:
 
     std::vector<std::string> m_AnalysisData;
     std::vector<bool> m_IsExecutedByUser;
-    // Shipped empty: nothing fills it, every search in it finds nothing, and so every block-listed
-    // item without a text of its own is refused. Kept so that tables can be added.
+    // Intentionally empty: nothing fills it, and every search finds nothing. IsValid therefore
+    // rejects every block-listed item without a "detailed" and a "reason" text. Kept so that tables
+    // can be added.
     std::map<CodePair, std::vector<QELAnalysisCheckTable_s>> m_CheckTableList;
     std::set<CodePair> m_BlockList;
 };

@@ -4,22 +4,23 @@
 
 class QELWindow;
 
-// The application's answer to the platform's life-cycle events. Static members only; owns the one
-// main window. All of it runs on the main-loop thread, with the _appdata record as data.
+// Handles the platform's life-cycle events. Static members only. Owns the main window. Everything
+// runs on the main-loop thread. data is the _appdata record.
 class QELApp {
 public:
     QELApp() = delete;
 
-    // Makes the window. False, which ends the application, without data or when the window cannot
-    // be allocated; true when the window exists afterwards, also when it did before.
+    // Creates the window, unless it exists. Returns true when the window exists afterwards. Returns
+    // false, which ends the application, when data is null or the window cannot be allocated.
     static bool s_Create(void* data);
-    // Tears the window down.
+    // Destroys the window. Logs an error and does nothing when data is null.
     static void s_Terminate(void* data);
-    // Nothing but a log line.
+    // Log one line.
     static void s_Pause(void* data);
     static void s_Resume(void* data);
-    // One launch request: a close request tears the window down and ends the main loop, every other
-    // one is counted and leaves the flag file.
+    // Handles one launch request. A close request destroys the window and ends the main loop. Any
+    // other request increments the launch counter and creates the flag file. Ignores the request
+    // when data is null.
     static void s_Control(app_control_h app_control, void* data);
 
 private:

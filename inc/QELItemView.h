@@ -6,20 +6,21 @@
 
 class QELItemDetailView;
 
-// The right-hand side: two panels with the run's information, or, for an item of type "image", the
-// photo that the test run captured. Which of the two is visible follows the focused row of the
-// list. Owned by QELWindow; owns the detail view. Main-loop thread only.
+// The right-hand side of the window: the two information panels, or, for an item of type "image",
+// the photo that the test run took. The focused row of the list decides which of them is visible.
+// Owned by QELWindow. Owns the detail view. Main-loop thread only.
 class QELItemView {
 public:
     QELItemView();
 
-    // Builds both faces, fills the panels once from the result store, and makes the detail view.
+    // Creates the widgets and the detail view, and fills the two information panels from the result
+    // store. The panels do not follow later changes of the store.
     void Create(_appdata* ad);
     // Destroys the detail view, deletes the widgets and clears their fields.
     void Destroy(_appdata* ad);
 
-    // A row got the focus: turns to the face of its item. data is the _appdata record, event_info
-    // the row.
+    // Handles a row that got the focus: shows the photo for an item of type "image" and the
+    // information panels for any other item. data is the _appdata record, event_info the row.
     static void Update(void* data, Evas_Object* obj, void* event_info);
 
 private:
@@ -32,6 +33,6 @@ private:
     static void m_SetText(_appdata* ad, Evas_Object* obj, const std::string& path);
 
     QELItemDetailView* m_itemDetailView;
-    Evas_Object* m_bgInfoViewLeft;   // never coloured, shown or packed, only deleted
-    Evas_Object* m_bgInfoViewRight;  // likewise
+    Evas_Object* m_bgInfoViewLeft;   // created and deleted, but never coloured, shown or packed
+    Evas_Object* m_bgInfoViewRight;  // as m_bgInfoViewLeft
 };

@@ -8,44 +8,46 @@
 
 #include "quorvel.h"
 
-// The one modal progress popup, through which worker threads report that they are done.
+// The modal progress popup. Worker threads report their completion through it.
 //
-// The protocol: the main loop calls Show, SetText and Start, and starts a detached worker. The
-// worker calls SetResultText and last SetRunningFlag(false). A timer on the main loop sees the flag
-// cleared, calls Stop, and the user confirms with OK, which hides the popup.
+// Protocol: the main loop calls Show, SetText and Start and starts a detached worker. The worker
+// calls SetResultText and then SetRunningFlag(false). A timer on the main loop sees the flag
+// cleared and calls Stop. The user presses OK, which hides the popup.
 //
-// A singleton that lives until the process ends. The widgets, the timer and every call but
+// A singleton that lives until the process ends. The widgets, the timer and every call except
 // SetResultText, SetRunningFlag, GetRunningFlag and GetInstance belong to the main-loop thread. The
-// mutex guards the running flag and the whole of Start and Stop; the result text is published to
-// the main loop by clearing the flag under it.
+// mutex guards the running flag and the whole of Start and Stop. It also orders the result text:
+// the worker writes the text before it clears the flag, and Stop reads the text afterwards.
 class QELPopupLoading {
 public:
     QELPopupLoading(const QELPopupLoading&) = delete;
     QELPopupLoading& operator=(const QELPopupLoading&) = delete;
 
-    // The one popup, made on first use; null when it cannot be allocated. The main-loop thread is
-    // the first to ask; workers get the popup that exists.
+    // Returns the popup, created by the first call; null when it cannot be allocated. The first
+    // call comes from the main-loop thread.
     static QELPopupLoading* GetInstance();
 
-    // Builds the widgets, hidden, in the window of ad, which is kept but not owned.
+    // Creates the widgets, hidden, in the window of ad. Keeps ad but does not own it.
     void Create(_appdata* ad);
-    // Stops and deletes all widgets; nothing calls it while the program runs.
+    // Stops the popup and deletes its widgets. The program never calls it.
     void Destroy();
-    // Shows and lays out the popup; an error line and nothing else when a widget is missing.
+    // Shows the popup and packs its widgets. Logs an error and does nothing when a widget is
+    // missing.
     void Show();
-    // Hides all widgets; nothing calls it while the program runs.
+    // Hides all widgets. The program never calls it.
     void Hide();
-    // The title, taken as markup, and the content, shown literally.
+    // Sets the title, which is markup, and the content, which is shown literally.
     void SetText(const std::string& title, const std::string& content);
-    // Enters the running state: flag set, progress pulsing, OK disabled, poll timer started.
+    // Sets the running flag, starts the pulse and the poll timer, and disables OK. When the timer
+    // already exists, logs an error, adds no timer and leaves OK unchanged.
     void Start();
-    // Leaves the running state: timer gone, progress still, result text shown, OK enabled and
-    // focused.
+    // Deletes the timer, stops the pulse, shows the result text, and enables and focuses OK.
     static void Stop();
 
-    // The text that Stop shows; never cleared. Worker thread, before it clears the running flag.
+    // Stores the text that Stop shows; the text is never cleared. Called by the worker before it
+    // clears the running flag.
     static void SetResultText(const std::string& text);
-    // Any thread; waits while Start or Stop runs.
+    // Set and return the running flag. Any thread; they wait while Start or Stop runs.
     static void SetRunningFlag(bool running);
     static bool GetRunningFlag();
 
@@ -68,11 +70,12 @@ private:
     static Evas_Object* m_PopupProgress;
     static Evas_Object* m_Button;
     static Ecore_Timer* m_Timer;
-    // Written and read under the mutex, but for one log line of the poll that reads it without;
-    // atomic for that line's sake alone.
+    // Guarded by the mutex. Atomic only because one log line of m_CheckRunning reads the flag
+    // without the mutex.
     static std::atomic<bool> m_IsRunning;
-    // Recursive, because Start sets the flag while it holds it.
+    // Recursive, because Start calls SetRunningFlag while it holds the mutex.
     static std::recursive_mutex m_MutexForRunningFlag;
-    // Refers to a string that is never destroyed: a detached worker may outlive the end of main.
+    // Refers to a string that is never destroyed, because a detached worker may still write it
+    // after main has returned.
     static std::string& m_ResultText;
 };

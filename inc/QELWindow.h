@@ -6,17 +6,17 @@ class QELButtonLogCapture;
 class QELItemList;
 class QELItemView;
 
-// The full-screen main window: the layout table with background and title, the views in it, and the
-// wiring of their events. Owned by QELApp; owns the views. Main-loop thread only.
+// The full-screen main window: the layout table with background and title, the views in the table,
+// and the connections of their events. Owned by QELApp. Owns the views. Main-loop thread only.
 class QELWindow {
 public:
     QELWindow();
 
-    // Has the result files read, then builds everything into ad. Failures are logged and leave the
-    // window up with what exists.
+    // Parses the result files, then creates the window and the views and stores their widgets in
+    // ad. A failure is logged; the window stays with the widgets created so far.
     void Create(_appdata* ad);
-    // Deletes the window and the views and clears their fields in ad. The progress popup stays: it
-    // lives until the process ends.
+    // Deletes the window and the views and clears their fields in ad. The progress popup object
+    // stays: it lives until the process ends.
     void Destroy(_appdata* ad);
 
 private:
@@ -29,7 +29,7 @@ private:
     QELItemList* m_ItemList;
     QELItemView* m_ItemView;
     QELButtonLogCapture* m_ButtonLogCapture;
-    Evas_Object* m_BgRect;  // never shown or packed, only deleted
+    Evas_Object* m_BgRect;  // created and deleted, but never shown or packed
     Evas_Object* m_TitleBg;
     Evas_Object* m_BgImage;
 };

@@ -9,18 +9,19 @@
 
 #include "quorvel.h"
 
-// One test item: the names of its elements with their text, as it stands in the file.
+// One item: the names of its elements and their unchanged text.
 using ResultItem = std::map<std::string, std::string>;
 
-// The store of everything that the factory test run left on the set: the failed items, all items,
-// and the information, network and summary values of the run.
+// The result store: the failed items, all items, and the information, network and summary values of
+// one run.
 //
-// A singleton that lives until the process ends. It is filled once, on the main-loop thread, before
-// any screen exists, and only read afterwards; so the queries need no lock and may be called from
-// any thread. Every query returns copies.
+// A singleton that lives until the process ends. The main-loop thread fills it once, before any
+// view exists; afterwards it is only read. The queries therefore need no lock and may be called
+// from any thread. Every query returns copies.
 //
-// An item is named by its index: into the list of failed items, or, where an operation says All,
-// into the list of all items. The same item has different indexes in the two lists.
+// An item is identified by its index in the list of failed items, or, in an operation with All in
+// its name, by its index in the list of all items. The same item has different indexes in the two
+// lists.
 class QELXmlParser {
 public:
     QELXmlParser();
@@ -28,42 +29,44 @@ public:
     QELXmlParser(const QELXmlParser&) = delete;
     QELXmlParser& operator=(const QELXmlParser&) = delete;
 
-    // The one store, made on first use; null, with an error line, when it cannot be allocated.
+    // Returns the store, created by the first call; null, with an error line, when it cannot be
+    // allocated. Main-loop thread for the first call.
     static QELXmlParser* GetInstance();
 
-    // Empties the store and reads both result files into it. True when neither had a fatal error; a
-    // missing file is none. Main-loop thread.
+    // Clears the store and reads both result files into it. Returns false when a file cannot be
+    // parsed. A missing file is not an error. Main-loop thread.
     bool ParseFile();
 
-    // The number of failed items.
+    // Returns the number of failed items.
     unsigned int GetNumOfResult() const;
-    // The number of all items, failed or not.
+    // Returns the number of all items.
     unsigned int GetNumOfResultAll() const;
 
-    // The value of key in the failed item id; empty, with an error line, when there is no such item
-    // or key. In "detailed" the marks ";" and "^" come back as one and two line feeds.
+    // Returns the value of key of the failed item id. Returns an empty text and logs an error when
+    // the item or the key does not exist. In the value of "detailed", ";" is replaced by one line
+    // feed and "^" by two.
     std::string GetResult(unsigned int id, std::string key) const;
-    // The value of key in the item id of all items, unchanged; empty, with an error line, when
-    // there is no such item or key.
+    // Returns the unchanged value of key of the item id of the list of all items. Returns an empty
+    // text and logs an error when the item or the key does not exist.
     std::string GetResultFromAll(unsigned int id, std::string key) const;
-    // The text that the screens show for the failed item id: a line "key=value" for each of the
-    // shown keys that it has; empty, with an error line, when there is no such item.
+    // Returns the item text of the failed item id: one line "key=value" for each key that is shown
+    // and that the item has. Returns an empty text and logs an error when the item does not exist.
     std::string GetResult(unsigned int id) const;
-    // The type of the failed item id; RESULT_TYPE_INVALID for an unknown type, a missing one, or
-    // (with an error line) a missing item.
+    // Returns the type of the failed item id. Returns RESULT_TYPE_INVALID for a missing or unknown
+    // type and, with an error line, for a missing item.
     app_result_type_e GetResultType(unsigned int id) const;
-    // A copy of the whole failed list.
+    // Returns a copy of the list of failed items.
     std::vector<ResultItem> GetResultData() const;
 
-    // The panel texts: one line "label=value" for every label, with an empty value where the files
-    // have none.
+    // Return the panel texts: one line "label=value" for each label, with an empty value when the
+    // result files have no value.
     std::string GetInformation() const;
     std::string GetNetworkInfo() const;
     std::string GetSummary() const;
 
 private:
-    // A section value: its element's name, what its panel writes before it (null: no panel shows
-    // it) and where it is kept.
+    // One value of a section: the name of its element, its label in the panel text (null when no
+    // panel shows the value), and the member that stores the value.
     struct Field_s {
         const char* tag;
         const char* label;
@@ -98,8 +101,8 @@ private:
 
     static QELXmlParser* m_qelXmlParser;
 
-    xmlDocPtr m_doc;        // the document parsed last, owned
-    xmlNodePtr m_rootNode;  // its root element, part of m_doc
+    xmlDocPtr m_doc;        // the document parsed last; owned
+    xmlNodePtr m_rootNode;  // the root element of m_doc; owned by m_doc
 
     std::string m_summaryStartTime;
     std::string m_summaryDuration;

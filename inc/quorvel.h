@@ -1,12 +1,13 @@
-// The common header: the shared widget record, the named table cells, the result types and the log.
+// Common definitions: the shared widget record, the named table cells, the result types and the log
+// macros.
 #pragma once
 
 #include <Evas.h>
 #include <dlog.h>
 
-// The widgets that the views share. One instance exists: main zero-fills it, every UI class gets
-// it, and it is the data of every widget callback. It owns nothing: each field is deleted and
-// cleared by the class that set it. Main-loop thread only.
+// The widgets that the views share. One instance exists. main zero-fills it and passes it to every
+// view and, as data, to every widget callback. It owns nothing: the class that sets a field also
+// deletes the widget and clears the field. Main-loop thread only.
 struct _appdata {
     Evas_Object* win;
     Evas_Object* table;
@@ -20,8 +21,8 @@ struct _appdata {
     Evas_Object* logCaptureButton;
 };
 
-// The named cells of the main layout table of 3 columns by 8 rows; QELUtil::PackAt knows where each
-// lies. 0 and 8 name no cell and are refused by every view.
+// The named cells of the main layout table of 3 columns by 8 rows. QELUtil::PackAt maps them to
+// columns and rows. 0 and 8 name no cell; every view rejects them.
 enum app_table_location_e : int {
     TABLE_LOCATION_TITLE = 1,
     TABLE_LOCATION_INFO_LEFT = 2,
@@ -40,7 +41,7 @@ enum app_popup_location_e : int {
     POPUP_LOCATION_BUTTON = 2,
 };
 
-// What kind of test a failed item was.
+// The type of an item, from its "type" value.
 enum app_result_type_e : int {
     RESULT_TYPE_INVALID = -1,
     RESULT_TYPE_BT = 0,
@@ -50,7 +51,7 @@ enum app_result_type_e : int {
     RESULT_TYPE_IMAGE = 4,
 };
 
-// The file name in a path, without the folder; points into path.
+// Returns the file name in path, without the folder. The result points into path.
 constexpr const char* QelFileName(const char* path) {
     const char* name = path;
     for (const char* c = path; *c != '\0'; ++c) {
@@ -61,9 +62,14 @@ constexpr const char* QelFileName(const char* path) {
     return name;
 }
 
-// One line to the platform log, with the place that wrote it. Any thread. Only two spellings exist:
-// information to the main buffer and errors to the system buffer. A message that brings a line feed
-// of its own is followed by a second one.
+// The format of a log line. Each line is written under the tag "QEL" in the form
+//
+//     FILE: FUNCTION(LINE) > MESSAGE\n
+//
+// with the name of the source file, the function and the line that writes it. Information lines go
+// to the buffer LOG_ID_MAIN at DLOG_INFO, error lines to LOG_ID_SYSTEM at DLOG_ERROR; no other
+// combination exists. A message that already ends with a line feed is followed by a second one. Any
+// thread.
 #define QEL_LOG(buffer, priority, format, ...)                                                \
     __dlog_print(buffer, priority, "QEL", "%s: %s(%d) > " format "\n", QelFileName(__FILE__), \
                  __func__, __LINE__, ##__VA_ARGS__)

@@ -11,8 +11,8 @@
 
 namespace {
 
-// The time during which an item ran, in the unit of the test run. A negative number keeps its
-// unsigned image, and the end may wrap.
+// The time window of an item, in the unit of the result files. A negative number is converted to
+// unsigned, and the end may wrap around.
 struct TimeWindow_s {
     std::uint32_t start;
     std::uint32_t end;
@@ -35,7 +35,8 @@ void WriteLine(std::ostream& out, const TimeWindow_s& window, const std::string&
     out << window.start << "\t" << window.end << "\t" << name << "(" << thread << ")" << std::endl;
 }
 
-// Whether the item i of all items counts at all: it has a code pair, and not a block-listed one.
+// Returns whether the item i of all items takes part in the comparison: it has a code pair, and the
+// pair is not block-listed.
 bool IsCandidate(QELAnalysisData& analysisData, unsigned int i) {
     unsigned char opcode = 0;
     unsigned char msgcode = 0;
@@ -44,9 +45,9 @@ bool IsCandidate(QELAnalysisData& analysisData, unsigned int i) {
            !analysisData.IsItInBlockList(opcode, msgcode);
 }
 
-// Writes the line of the failed item id and those of the items that conflict with it. Throws as
-// std::stoi does when a number that counts is none. The thread is written as a number in the first
-// line and as it stands in the file in the others; that difference is kept on purpose.
+// Writes the line of the failed item id, then one line for each conflict. Throws as std::stoi does
+// for an invalid number. Intentional: the first line contains the thread as a number, the other
+// lines contain the unchanged text of the file ("007" gives 7 and 007).
 void WriteConflicts(std::ostream& out, const QELXmlParser& parser, QELAnalysisData& analysisData,
                     unsigned int id) {
     const int thread = std::stoi(parser.GetResult(id, "threadID"));
@@ -69,7 +70,7 @@ void WriteConflicts(std::ostream& out, const QELXmlParser& parser, QELAnalysisDa
     }
 }
 
-// Which fields make up a setting configuration is open; all but the kind are handed on.
+// The fields of a setting configuration are not defined yet; all fields except the type are copied.
 QELAnalysisInfoSetCfg_s SettingConfigOf(const QELAnalysisCheckTable_s& record) {
     return {record.param,   record.values1, record.values2,
             record.values3, record.values4, record.text};
@@ -79,7 +80,7 @@ QELAnalysisInfoSetCfg_s SettingConfigOf(const QELAnalysisCheckTable_s& record) {
 
 void QELAnalysis::StartAnalyze(unsigned int id) {
     QELAnalysisData* analysisData = QELAnalysisData::GetInstance();
-    // Without a store or the popup the running flag stays set; kept on purpose.
+    // Intentional: without the store or the popup, the running flag stays set.
     if (analysisData == nullptr) {
         return;
     }
@@ -87,8 +88,8 @@ void QELAnalysis::StartAnalyze(unsigned int id) {
         QEL_LOGE("popupLoading is NULL");
         return;
     }
-    // This order is the whole hand-over to the main loop: once it sees the flag cleared, it may
-    // read the text without a lock.
+    // The order matters: the main loop reads the text without a lock as soon as it sees the flag
+    // cleared.
     analysisData->SetAnalysisData(id, m_Analyze(id));
     QELPopupLoading::SetResultText("Analysis is completed.");
     QELPopupLoading::SetRunningFlag(false);
@@ -116,7 +117,7 @@ std::string QELAnalysis::m_Analyze(unsigned int id) {
     return "\n" + result + "\n";
 }
 
-// What a setting check reports is not defined yet, and no check table asks for one.
+// The text of a setting check is not defined yet, and no check table contains one.
 std::string QELAnalysis::m_AnalyzeSettingConfig(unsigned char /*opcode*/, unsigned char /*msgcode*/,
                                                 const QELAnalysisInfoSetCfg_s& /*cfg*/) {
     return "";
@@ -143,8 +144,7 @@ std::string QELAnalysis::m_AnalyzeResourceConflictList(unsigned int id) {
     if (analysisData->IsItInBlockList(opcode, msgcode)) {
         return "";
     }
-    // One bad number anywhere drops every line gathered so far: half a list would be taken for the
-    // whole one.
+    // Intentional: an invalid number of any item that is compared drops all lines written so far.
     std::ostringstream text;
     try {
         WriteConflicts(text, *parser, *analysisData, id);

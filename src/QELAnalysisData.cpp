@@ -12,7 +12,7 @@ struct CodeBytes_s {
     std::uint8_t msgcode;
 };
 
-// (0x52, 0x14) and (0xCC, 0x11) are missing on purpose: the gaps are not to be filled.
+// Pairs of opcode and msgcode. Intentional gaps, not to be filled: (0x52, 0x14) and (0xCC, 0x11).
 const CodeBytes_s kBlockList[] = {
     {0x74, 0x03}, {0x60, 0x11}, {0x52, 0x12}, {0x88, 0x02}, {0xBB, 0x17}, {0x52, 0x10},
     {0x52, 0x11}, {0x52, 0x17}, {0x52, 0x15}, {0x9D, 0x10}, {0x52, 0x13}, {0x52, 0x16},
@@ -25,8 +25,8 @@ const CodeBytes_s kBlockList[] = {
     {0xBB, 0x18}, {0xBB, 0x20}, {0x71, 0x02}, {0xCC, 0x22}, {0x50, 0x1A}, {0x72, 0x11},
 };
 
-// The low byte of a hexadecimal number; larger and negative numbers are cut to it on purpose.
-// Throws as std::stoi does.
+// Returns the low byte of a hexadecimal number. Intentional: larger and negative numbers are
+// truncated to the low byte. Throws as std::stoi does.
 unsigned char ParseCode(const std::string& text) {
     return static_cast<unsigned char>(static_cast<unsigned int>(std::stoi(text, nullptr, 16)) &
                                       0xFFU);
@@ -141,11 +141,11 @@ bool QELAnalysisData::IsValid(unsigned int id) {
         return false;
     }
     if (parser->GetResultType(id) == RESULT_TYPE_IMAGE) {
-        // The same words as for an RNSC item, on purpose.
+        // Intentional: the same message as for an item of type "rnsc".
         QEL_LOGE("not able to analyze RNSC test item");
         return false;
     }
-    // An item with a text of its own is accepted whatever its codes are.
+    // The codes of an item with a "detailed" or "reason" text are not checked.
     if (!parser->GetResult(id, "detailed").empty() || !parser->GetResult(id, "reason").empty()) {
         return true;
     }

@@ -20,7 +20,7 @@ const char* const kFlagFile = "/tmp/qel_first_execute";
 const char* const kRequestKey = "EXEPARAM";
 const char kCloseValue[] = "CLOSE";
 
-// Only the first five characters count, so every longer value that begins so closes as well.
+// Intentional: only the first five characters are compared, so "CLOSED" is a close request too.
 bool IsCloseValue(const char* value) {
     return value != nullptr && std::strncmp(value, kCloseValue, sizeof(kCloseValue) - 1) == 0;
 }
@@ -69,7 +69,7 @@ void QELApp::s_Control(app_control_h app_control, void* data) {
     if (data == nullptr) {
         return;
     }
-    // The bundle stays with the platform, as does the value in it.
+    // Intentional: the bundle is not freed. The value below belongs to the bundle.
     bundle* request = nullptr;
     if (app_control_to_bundle(app_control, &request) != 0) {
         QEL_LOGE("failed to initialize tempBundle");

@@ -16,7 +16,7 @@ const char* const kCaptureCounterFile =
 const char* const kButtonStyle = "C_ButtonBasic_WhiteText";
 const char* const kButtonText = "Log Capture";
 const int kBoxPadding = 10;
-const int kCaptureFailed = -1;  // anything else is a success
+const int kCaptureFailed = -1;  // any other result is a success
 
 }  // namespace
 
@@ -36,13 +36,15 @@ void QELButtonLogCapture::Create(_appdata* ad) {
     m_Box = elm_box_add(ad->table);
     elm_box_horizontal_set(m_Box, EINA_TRUE);
     elm_box_padding_set(m_Box, kBoxPadding, kBoxPadding);
-    // The table is no box, so this places nothing; kept on purpose. m_Show places the box.
+    // Intentional call without effect: the table is not a box, so the toolkit logs an error and
+    // packs nothing. m_Show packs the box.
     elm_box_pack_end(ad->table, m_Box);
 
     ad->logCaptureButton = elm_button_add(m_Box);
     elm_object_style_set(ad->logCaptureButton, kButtonStyle);
     elm_object_text_set(ad->logCaptureButton, kButtonText);
-    // Both share one cell: the button is the box's child, but not packed into it.
+    // The box and the button share one cell: the button is a child of the box, but not packed in
+    // it.
     m_Show(ad, m_Box, TABLE_LOCATION_LOG_CAPTURE);
     m_Show(ad, ad->logCaptureButton, TABLE_LOCATION_LOG_CAPTURE);
     if (parser->GetNumOfResult() == 0) {
@@ -52,7 +54,7 @@ void QELButtonLogCapture::Create(_appdata* ad) {
 }
 
 void QELButtonLogCapture::m_Show(_appdata* ad, Evas_Object* obj, app_table_location_e location) {
-    // Narrower than its cell, unlike all other views.
+    // Centred in the cell, unlike the widgets of the other views, which fill their cells.
     evas_object_size_hint_weight_set(obj, 0.8, EVAS_HINT_EXPAND);
     evas_object_size_hint_align_set(obj, 0.5, EVAS_HINT_FILL);
     evas_object_show(obj);
@@ -75,6 +77,8 @@ void QELButtonLogCapture::OnPress(void* /*data*/, Evas_Object* /*obj*/, void* /*
     popup->Show();
     popup->SetText("Capture Log To USB", "Log files are storing to USB...");
     popup->Start();
+    // Intentional: a thread that cannot be started leaves this function by exception, with the
+    // popup running.
     std::thread(m_CaptureLog).detach();
 }
 

@@ -10,9 +10,9 @@ namespace {
 
 const char* const kLabelStyle = "slide_short";
 const char* const kScrollerStyle = "c_scrollbar_list";
-const int kScrollStep = 100;
+const int kScrollStep = 100;  // pixels
 
-// The hints' bold tag stays open and the closing tags stand in this order; kept on purpose.
+// Intentional in both hints: the bold tag stays open, and the closing tags have this order.
 const char* const kNoHistoryMarkup =
     "<align=center font_size=20 color=#CCCCCC><b>"
     "There is no failed production history."
@@ -30,12 +30,13 @@ const char* const kOrangePrefix =
 const int kAlphaNormal = 20;
 const int kAlphaFocused = 50;
 
-// Not premultiplied, as the toolkit would have it; it clamps the colour to a translucent white.
+// Intentional: the colour is not premultiplied, since its components exceed the alpha. The toolkit
+// logs an error and clamps the components to the alpha, which gives a translucent white.
 void SetBackgroundAlpha(Evas_Object* background, int alpha) {
     evas_object_color_set(background, 255, 255, 255, alpha);
 }
 
-// A text of the item that only shows once the user had the item analysed.
+// Returns text as red markup; empty until the user has had the item analysed.
 std::string RedMarkup(const std::string& text, QELAnalysisData& analysisData, unsigned int index) {
     if (text.empty() || !analysisData.GetExcutedByUser(index)) {
         return "";
@@ -66,8 +67,8 @@ void QELItemDetailView::Create(_appdata* ad) {
     m_SetText(ad, ad->detailLabel);
 
     m_Show(ad, m_bgItemDetailView, TABLE_LOCATION_ITEM_DETAIL);
-    // 0 is no location: the call gives the label its hints, shows it, and writes its error line at
-    // every start. Kept on purpose; the scroller holds the label.
+    // Intentional: 0 is not a location. The call sets the label's hints, shows the label and logs
+    // an error at every start. The scroller below contains the label.
     m_Show(ad, ad->detailLabel, static_cast<app_table_location_e>(0));
     m_Show(ad, m_scrollerItemDetailView, TABLE_LOCATION_ITEM_DETAIL);
 
@@ -105,7 +106,7 @@ std::string QELItemDetailView::m_GetMarkupResultText(unsigned int index) {
             text = parser->GetResult(index, "detailed");
             break;
         case RESULT_TYPE_IMAGE:
-            // Its text is the path of the photo, which the item view shows instead.
+            // The "detailed" value is the path of the photo, which QELItemView shows.
             break;
         default:
             text = parser->GetResult(index);
@@ -130,7 +131,7 @@ std::string QELItemDetailView::m_GetMarkupAnalyzeText(unsigned int index) {
         QEL_LOGE("failed to get QELXmlParser instance.");
         return "";
     }
-    // The item text is read and not used; the read stays.
+    // Intentional call without effect: the item text is read and not used.
     static_cast<void>(parser->GetResult(index));
     const std::string analysis = analysisData->GetAnalysisData(index);
     std::string markup = RedMarkup(parser->GetResult(index, "detailed"), *analysisData, index);

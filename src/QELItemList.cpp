@@ -19,9 +19,9 @@ namespace {
 const char* const kRowStyle = "C_TextItem_WhiteSingleline02";
 const char kTextPart[] = "elm.text";
 const char kIconPart[] = "elm.swallow.icon";
-const int kIconUnits = 70;
+const int kIconUnits = 70;  // side of an icon, in pixels at the base scale
 
-// A row carries the index of its failed item in the pointer's value.
+// Returns the data of a row: the index of the failed item as the value of a pointer.
 void* ToRowData(unsigned int index) {
     // NOLINTNEXTLINE(performance-no-int-to-ptr): never a pointer to anything
     return reinterpret_cast<void*>(static_cast<std::uintptr_t>(index));
@@ -31,18 +31,17 @@ unsigned int ToIndex(const void* rowData) {
     return static_cast<unsigned int>(reinterpret_cast<std::uintptr_t>(rowData));
 }
 
-// The store, if it holds a failed item of that index; null otherwise.
+// Returns the result store if it has a failed item with the index; null otherwise.
 const QELXmlParser* GetStoreWith(unsigned int index) {
     const QELXmlParser* parser = QELXmlParser::GetInstance();
     return parser != nullptr && index < parser->GetNumOfResult() ? parser : nullptr;
 }
 
-// Only the beginning of the part's name counts.
 bool BeginsWith(const char* part, const char* name) {
     return std::strncmp(part, name, std::strlen(name)) == 0;
 }
 
-// Null for an unknown type.
+// Returns the icon's path inside the resources of the menu application; null for an unknown type.
 const char* IconOf(app_result_type_e type) {
     switch (type) {
         case RESULT_TYPE_BT:
@@ -71,9 +70,9 @@ std::string CodesText(const QELXmlParser& parser, unsigned int index) {
     return text;
 }
 
-// kIconUnits at the current scale, in pixels.
+// Returns the side of an icon at the current scale, in pixels, rounded to the nearest pixel.
 int IconSize() {
-    // NOLINTNEXTLINE(bugprone-incorrect-roundings): never negative, and the set rounds so too
+    // NOLINTNEXTLINE(bugprone-incorrect-roundings): the value is never negative
     return static_cast<int>(kIconUnits * elm_config_scale_get() / elm_app_base_scale_get() + 0.5);
 }
 
@@ -87,6 +86,8 @@ void QELItemList::Create(_appdata* ad) {
         return;
     }
     m_bgItemList = evas_object_rectangle_add(evas_object_evas_get(ad->table));
+    // Intentional: the colour is not premultiplied, since its components exceed the alpha. The
+    // toolkit logs an error and clamps the colour to (10, 10, 10, 10).
     evas_object_color_set(m_bgItemList, 255, 255, 255, 10);
     m_CreateList(ad);
     m_Show(ad, m_bgItemList, TABLE_LOCATION_ITEM_LIST);
@@ -116,7 +117,7 @@ void QELItemList::m_CreateList(_appdata* ad) {
 
     const QELXmlParser* parser = QELXmlParser::GetInstance();
     if (parser == nullptr) {
-        return;  // the row class is not released; kept on purpose
+        return;  // intentional: the row class is not released
     }
     const unsigned int count = parser->GetNumOfResult();
     if (count == 0) {
@@ -187,7 +188,7 @@ Evas_Object* QELItemList::m_GetItemContent(void* data, Evas_Object* obj, const c
     if (!BeginsWith(part, kIconPart)) {
         return nullptr;
     }
-    // Made before the checks; without an item it stays with its parent.
+    // Created before the checks. Without an item the icon is not returned; its parent owns it.
     Evas_Object* icon = elm_image_add(obj);
     const unsigned int index = ToIndex(data);
     const QELXmlParser* parser = GetStoreWith(index);
@@ -206,6 +207,8 @@ Evas_Object* QELItemList::m_GetItemContent(void* data, Evas_Object* obj, const c
     if (!elm_image_file_set(icon, path.c_str(), nullptr)) {
         QEL_LOGE("Failed to set Resource = %s", path.c_str());
     }
+    // Intentional call without effect: a widget is not an image object, so the toolkit logs an
+    // error.
     evas_object_image_alpha_set(icon, EINA_TRUE);
     const int width = IconSize();
     const int height = IconSize();
@@ -237,8 +240,10 @@ void QELItemList::OnPress(void* /*data*/, Evas_Object* /*obj*/, void* event_info
     }
     popup->Show();
     popup->SetText("Analyze", "Analysis is in progress...");
-    // The running flag is set here, before there is a worker that could clear it.
+    // Start sets the running flag. It comes before the worker, which clears the flag.
     popup->Start();
+    // Intentional: a thread that cannot be started leaves this function by exception, with the
+    // popup running.
     std::thread(QELAnalysis::StartAnalyze, index).detach();
 }
 
@@ -249,7 +254,7 @@ void QELItemList::OnUnselect(void* /*data*/, Evas_Object* /*obj*/, void* event_i
         QEL_LOGE("Elm_Object_Item is NULL");
         return;
     }
-    // On purpose: a row once selected stays selected, so pressing it again is a press again.
+    // Intentional: a selected row stays selected, so that every OK on the row is a press.
     elm_genlist_item_selected_set(row, EINA_TRUE);
 }
 

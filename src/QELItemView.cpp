@@ -14,7 +14,7 @@ namespace {
 
 const char* const kLabelStyle = "slide_short";
 
-// The bold tag stays open and the closing tags stand in this order; kept on purpose.
+// Intentional: the bold tag stays open, and the closing tags have this order.
 const char* const kNoPhotoMarkup =
     "<align=center font_size=20 color=#CCCCCC><b>"
     "There is no RNS result capture(photo) file."
@@ -86,7 +86,7 @@ void QELItemView::m_SetTextCommonInfoView(Evas_Object* label, app_table_location
     elm_object_text_set(label, markup.c_str());
 }
 
-// The more lines, the smaller: the panel has a fixed height.
+// Returns a smaller size for a text of more lines: the panel has a fixed height.
 int QELItemView::m_GetFontSize(const std::string& text) {
     const auto newlines = static_cast<int>(std::count(text.begin(), text.end(), '\n'));
     QEL_LOGI("newline is = %d", newlines);
@@ -134,11 +134,10 @@ void QELItemView::Update(void* data, Evas_Object* /*obj*/, void* event_info) {
         evas_object_show(ad->infoLabelRight);
         return;
     }
-    // The path of the photo, read anew for each use.
+    // "detailed" is the path of the photo.
     QEL_LOGI("jpg Filepath : %s", parser->GetResult(index, "detailed").c_str());
     if (!elm_image_file_set(ad->itemImage, parser->GetResult(index, "detailed").c_str(), nullptr)) {
-        // Goes unsaid; but a toolkit may keep the photo of the row before, which is not this
-        // item's.
+        // The failure is not logged. The toolkit may still show the photo of the previous row.
         elm_image_file_set(ad->itemImage, nullptr, nullptr);
     }
     m_SetText(ad, ad->itemLabel, parser->GetResult(index, "detailed"));

@@ -63,14 +63,14 @@ void QELPopupLoading::Create(_appdata* ad) {
     m_PopupProgress = elm_progressbar_add(m_PopupTable);
     elm_object_style_set(m_PopupProgress, kProgressStyle);
     elm_progressbar_pulse_set(m_PopupProgress, EINA_TRUE);
-    // Set a second time on purpose.
+    // Intentional call without effect: the content is set a second time.
     elm_object_content_set(m_Popup, m_PopupTable);
     m_Button = elm_button_add(m_PopupTable);
     elm_object_style_set(m_Button, kButtonStyle);
     elm_object_text_set(m_Button, "OK");
 
-    // The popup hides before the log capture button is looked at. The lines are spelled so on
-    // purpose.
+    // The priorities call OnOkPress, which hides the popup, before SetDisable. The spelling of the
+    // log lines is intentional.
     evas_object_smart_callback_priority_add(m_Button, "clicked", EVAS_CALLBACK_PRIORITY_BEFORE,
                                             OnOkPress, ad);
     if (evas_alloc_error() != EVAS_ALLOC_ERROR_NONE) {
@@ -116,7 +116,7 @@ void QELPopupLoading::Hide() {
     evas_object_hide(m_Button);
 }
 
-// The name of the first widget that does not exist; null when all do.
+// Returns the name of the first widget that does not exist; null when all widgets exist.
 const char* QELPopupLoading::m_FindMissingWidget() const {
     const struct {
         const Evas_Object* widget;
@@ -170,14 +170,14 @@ void QELPopupLoading::m_SetContentText(const std::string& text) {
         QEL_LOGE("m_PopupLabel is not ready");
         return;
     }
-    // The toolkit's string is not released: a small leak per call, kept on purpose.
+    // Intentional: the string of the toolkit is not released, a small leak at each call.
     const char* converted = evas_textblock_text_utf8_to_markup(nullptr, text.c_str());
     const std::string markup =
         std::string(kContentPrefix) + (converted == nullptr ? "" : converted);
     elm_object_text_set(m_PopupLabel, markup.c_str());
 }
 
-// Takes no lock: the worker clears the running flag after this call, and that publishes the text.
+// Needs no lock: the worker clears the running flag, under the mutex, after this call.
 void QELPopupLoading::SetResultText(const std::string& text) {
     m_ResultText = text;
 }
@@ -208,6 +208,7 @@ void QELPopupLoading::Start() {
     SetRunningFlag(true);
     elm_progressbar_pulse(m_PopupProgress, EINA_TRUE);
     if (m_Timer != nullptr) {
+        // The wording is intentional.
         QEL_LOGE("timer is in used");
         return;
     }
@@ -216,7 +217,7 @@ void QELPopupLoading::Start() {
 }
 
 Eina_Bool QELPopupLoading::m_CheckRunning(void* /*data*/) {
-    // Read without the lock, as it is only for the log.
+    // Read without the lock: the value is only logged.
     QEL_LOGI("m_IsRunning %d", m_IsRunning ? 1 : 0);
     if (GetRunningFlag()) {
         return ECORE_CALLBACK_RENEW;

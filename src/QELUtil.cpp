@@ -31,8 +31,8 @@ struct TableCell_s {
     int rows;
 };
 
-// The cells overlap on purpose: the background lies under everything, the title row spans all
-// columns, and the detail view lies in the lower part of the item view.
+// Intentional: the cells overlap. The background covers the whole table, the title row covers all
+// columns, and the detail panel covers the lower part of the item view.
 const TableCell_s kTableCells[] = {
     {TABLE_LOCATION_TITLE, 0, 0, 3, 1},       {TABLE_LOCATION_INFO_LEFT, 1, 1, 1, 2},
     {TABLE_LOCATION_INFO_RIGHT, 2, 1, 1, 2},  {TABLE_LOCATION_ITEM_LIST, 0, 1, 1, 7},
@@ -40,8 +40,8 @@ const TableCell_s kTableCells[] = {
     {TABLE_LOCATION_LOG_CAPTURE, 1, 7, 1, 1}, {TABLE_LOCATION_BACKGROUND, 0, 0, 3, 8},
 };
 
-// The count after value. The top of the int range goes on at its bottom: no upper bound is checked,
-// and the sum is made unsigned because a signed one would be undefined there.
+// Returns value plus one. The largest int is followed by the smallest; the addition is unsigned
+// because signed overflow is undefined.
 int NextCount(int value) {
     return static_cast<int>(static_cast<unsigned int>(value) + 1U);
 }
@@ -61,7 +61,7 @@ bool QELUtil::IncreaseCount(std::string path) {
             return false;
         }
     }
-    // A failed write goes unnoticed: the counters are a courtesy, never a reason to stop.
+    // Intentional: a failed write is not reported.
     std::ofstream out(path);
     out << count << std::endl;
     return true;

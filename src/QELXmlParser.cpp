@@ -14,12 +14,12 @@ namespace {
 const char* const kRnscFile = "/opt/usr/home/owner/apps_rw/org.tizen.quorvel/data/qelRnscXml.xml";
 const char* const kMainFile = "/opt/usr/home/owner/apps_rw/org.tizen.quorvel/data/qelXml.xml";
 
-// The fields of a test item, in reading order.
+// The fields of an item, in the order in which they are read.
 const char* const kItemKeys[] = {
     "type", "name",    "opcode",   "msgcode",         "imqs",    "result", "duration", "retrycount",
     "spec", "measure", "detailed", "timeAckAbsolute", "threadID"};
 
-// The fields that the item text shows, in its order.
+// The fields of the item text, in their order.
 const char* const kItemTextKeys[] = {"type",       "connection", "duration",
                                      "retrycount", "spec",       "measure"};
 
@@ -28,7 +28,7 @@ struct TypeKeyword_s {
     app_result_type_e type;
 };
 
-// In this order: the first keyword that matches decides.
+// The order matters: the first keyword that matches decides.
 const TypeKeyword_s kTypeKeywords[] = {
     {"app", RESULT_TYPE_APP}, {"rnsc", RESULT_TYPE_RNSC}, {"image", RESULT_TYPE_IMAGE},
     {"bt", RESULT_TYPE_BT},   {"wifi", RESULT_TYPE_WIFI},
@@ -39,8 +39,8 @@ struct XmlStringDeleter {
 };
 using XmlString = std::unique_ptr<xmlChar, XmlStringDeleter>;
 
-// The comparison runs over the length of the value, not of the keyword, on purpose: a value matches
-// when it is a prefix of the keyword, and an empty value matches every keyword.
+// Intentional: the comparison is limited to the length of the value, not of the keyword. A value
+// matches when it is a prefix of the keyword; an empty value matches every keyword.
 bool MatchesKeyword(const std::string& value, const char* keyword) {
     return std::strncmp(value.c_str(), keyword, value.length()) == 0;
 }
@@ -50,8 +50,8 @@ const std::string* FindValue(const ResultItem& item, const std::string& key) {
     return it == item.end() ? nullptr : &it->second;
 }
 
-// A null text puts the stream into its failed state, which swallows all that follows: a record
-// without a file name ends the report after its label.
+// Writes text. A null text sets the failed state of the stream, which drops all later output: an
+// error record without a file name ends the report after "File: ".
 std::ostream& WriteText(std::ostream& out, const char* text) {
     if (text == nullptr) {
         out.setstate(std::ios_base::badbit);
@@ -60,15 +60,17 @@ std::ostream& WriteText(std::ostream& out, const char* text) {
     return out << text;
 }
 
-// "ErroCode" is spelled so on purpose, like the "It`s" and "can`t" below.
+// The spelling of "ErroCode" is intentional, as is the spelling of "It`s" and "can`t" below.
 std::string ComposeParseErrorReport() {
     std::ostringstream report;
     report << "XML Parsing ERROR, xmlParseFile Failed" << std::endl;
     const auto* error = xmlGetLastError();
     if (error != nullptr) {
-        WriteText(report << "File: ", error->file) << std::endl;
+        report << "File: ";
+        WriteText(report, error->file) << std::endl;
         report << "ErroCode: " << error->code << std::endl;
-        WriteText(report << "Message: ", error->message) << std::endl;
+        report << "Message: ";
+        WriteText(report, error->message) << std::endl;
         report << "At (Line: " << error->line << ", ExNum: " << error->int1
                << ", CmNum: " << error->int2 << ")" << std::endl;
         xmlResetLastError();
@@ -107,7 +109,7 @@ const QELXmlParser::Field_s QELXmlParser::NETWORK_FAIL_FIELDS[] = {
     {"reason", nullptr, &QELXmlParser::m_networkFailReason},
 };
 
-// The summary's own result, fanet and testnum are stored but stay out of the panel.
+// "result", "fanet" and "testnum" are stored, but no panel shows them.
 const QELXmlParser::Field_s QELXmlParser::SUMMARY_FIELDS[] = {
     {"starttime", "starttime=", &QELXmlParser::m_summaryStartTime},
     {"duration", "duration=", &QELXmlParser::m_summaryDuration},
@@ -139,8 +141,8 @@ QELXmlParser::~QELXmlParser() {
 }
 
 void QELXmlParser::m_Initialize() {
-    // A document that is still held is dropped here, not freed. That is kept on purpose: its life
-    // ends only with the next parse of a file or with the store.
+    // Intentional: a document of an earlier ParseFile is not freed here. Only m_ParseFile and the
+    // destructor free a document.
     m_doc = nullptr;
     m_rootNode = nullptr;
     const auto clearAll = [this](const auto& fields) {
@@ -158,7 +160,8 @@ void QELXmlParser::m_Initialize() {
 
 bool QELXmlParser::ParseFile() {
     m_Initialize();
-    // Both files are always read, whatever comes of the first; the main file's values win.
+    // The main file is read even when the first file fails. Its section values replace the values
+    // of the first file.
     const bool rnscParsed = m_ParseFile(kRnscFile);
     const bool mainParsed = m_ParseFile(kMainFile);
     return rnscParsed && mainParsed;
@@ -174,7 +177,8 @@ bool QELXmlParser::m_ParseFile(const char* path) {
         xmlFreeDoc(m_doc);
         m_doc = nullptr;
     }
-    // The root node stays that of the document before, when this one cannot be parsed.
+    // When the file cannot be parsed, m_rootNode stays unchanged although its document is freed.
+    // m_rootNode is not used until a later file has been parsed.
     m_doc = xmlParseFile(path);
     if (m_doc == nullptr) {
         QEL_LOGE("%s\n", ComposeParseErrorReport().c_str());
@@ -192,8 +196,8 @@ bool QELXmlParser::m_ParseFile(const char* path) {
 void QELXmlParser::m_ParseSections() {
     m_ParseInformation();
     if (m_ParseNetworkFailInfo() == 1) {
-        // The rest of the file is left unread on purpose: the network failure shall be the only
-        // failed item that this file contributes.
+        // Intentional: the rest of the file is not read. The network failure is the only failed
+        // item of this file.
         return;
     }
     m_ParseNetworkInfo();
@@ -216,6 +220,7 @@ bool QELXmlParser::m_ParseInformation() {
 int QELXmlParser::m_ParseNetworkFailInfo() {
     xmlNodePtr network = m_FindNodeWithTagInfo(m_rootNode, "Network");
     if (network == nullptr) {
+        // Intentional: m_ParseNetworkInfo logs the missing section a second time.
         QEL_LOGE("ERROR can`t find <%s> from XML\n", "Network");
         return -1;
     }
@@ -229,7 +234,7 @@ int QELXmlParser::m_ParseNetworkFailInfo() {
             item[field.tag] = this->*field.member;
         }
     }
-    // Also when nothing could be read: the failure itself is the news.
+    // The item is added even when no field could be read.
     m_resultFailData.push_back(item);
     m_resultAllData.push_back(item);
     return 1;
@@ -286,7 +291,8 @@ bool QELXmlParser::m_ParseItemInfo(xmlNodePtr node) {
             item[key] = value;
         }
     }
-    // An item without a result counts as failed, as does every prefix of "fail".
+    // Intentional: an item without a result is a failed item, as is an item whose result is a
+    // prefix of "fail".
     const std::string* result = FindValue(item, "result");
     if (MatchesKeyword(result == nullptr ? std::string() : *result, "fail")) {
         m_resultFailData.push_back(item);

@@ -4,7 +4,7 @@
 #include "quorvel.h"
 
 int main(int argc, char** argv) {
-    // An error line on purpose: a start must be visible at every log level.
+    // Intentional: the start line is an error line.
     QEL_LOGE("quorvel is launched.");
     _appdata ad = {};
     ui_app_lifecycle_callback_s callbacks = {};
