@@ -1,5 +1,5 @@
-// QELAnalysis: the resource conflict list of random runs against a model that shares no code and no
-// way of thinking with it: it enumerates the instants of a window instead of comparing its ends.
+// Compares the resource conflict lists of random runs with a model. The model shares no code with
+// QELAnalysis: it checks single instants instead of comparing start and end times.
 
 #include <algorithm>
 #include <cctype>
@@ -16,10 +16,10 @@
 
 namespace {
 
-// One item as the model sees it: a field that is missing has no text.
-struct ModelItem_s {
+// An item of the model. A missing field has an empty text.
+struct ModelItem {
     std::map<std::string, std::string> fields;
-    bool failed;
+    bool isFailed;
 
     std::string Text(const std::string& key) const {
         const auto it = fields.find(key);
@@ -27,95 +27,116 @@ struct ModelItem_s {
     }
 };
 
-using ModelRun = std::vector<ModelItem_s>;
+using ModelRun = std::vector<ModelItem>;
 
-// Why a text is no number.
-struct Failure_s {
-    bool isTooLarge;
+const unsigned int kRunsPerSeed = 50;
+// With fewer conflicts, the random runs do not test the conflict rules.
+const long kMinConflicts = 100;
+
+// The reason why a text does not convert to an int.
+struct ConversionError {
+    bool isOutOfRange;
 };
 
-// Reads a number digit by digit in 64 bits.
-long long Number(const std::string& text, int base) {
-    size_t at = text.find_first_not_of(" \t\n\r\v\f");
-    if (at == std::string::npos) {
-        throw Failure_s{false};
+const std::string kDigits = "0123456789abcdef";
+
+// Returns the value of the digit at the position; -1 if the text has no digit of the base there.
+int GetDigitAt(const std::string& text, size_t position, int base) {
+    if (position >= text.size()) {
+        return -1;
     }
-    bool negative = false;
-    if (text[at] == '-' || text[at] == '+') {
-        negative = text[at] == '-';
-        ++at;
-    }
-    const std::string digits = "0123456789abcdef";
-    const auto valueAt = [&](size_t i) {
-        const size_t value = i < text.size() ? digits.find(static_cast<char>(std::tolower(text[i])))
-                                             : std::string::npos;
-        return value < static_cast<size_t>(base) ? static_cast<int>(value) : -1;
-    };
-    if (base == 16 && valueAt(at) == 0 && at + 1 < text.size() &&
-        std::tolower(text[at + 1]) == 'x' && valueAt(at + 2) >= 0) {
-        at += 2;
-    }
-    if (valueAt(at) < 0) {
-        throw Failure_s{false};
-    }
+    const size_t value = kDigits.find(static_cast<char>(std::tolower(text[position])));
+    return value < static_cast<size_t>(base) ? static_cast<int>(value) : -1;
+}
+
+// Whether "0x" and a hexadecimal digit start at the position.
+bool HasHexPrefix(const std::string& text, size_t position) {
+    return GetDigitAt(text, position, 16) == 0 && position + 1 < text.size() &&
+           std::tolower(text[position + 1]) == 'x' && GetDigitAt(text, position + 2, 16) >= 0;
+}
+
+// Returns the number of the digits from the position, or 2^40 if the number is larger.
+long long ParseDigits(const std::string& text, size_t position, int base) {
     long long number = 0;
-    for (; valueAt(at) >= 0; ++at) {
-        number = std::min(number * base + valueAt(at), 1LL << 40);
-    }
-    number = negative ? -number : number;
-    if (number > 2147483647LL || number < -2147483648LL) {
-        throw Failure_s{true};
+    for (; GetDigitAt(text, position, base) >= 0; ++position) {
+        number = std::min(number * base + GetDigitAt(text, position, base), 1LL << 40);
     }
     return number;
 }
 
+// Parses white space, a sign and digits. Throws ConversionError if the result is not an int.
+long long ParseNumber(const std::string& text, int base) {
+    size_t position = text.find_first_not_of(" \t\n\r\v\f");
+    if (position == std::string::npos) {
+        throw ConversionError{false};
+    }
+    const bool isNegative = text[position] == '-';
+    if (isNegative || text[position] == '+') {
+        ++position;
+    }
+    if (base == 16 && HasHexPrefix(text, position)) {
+        position += 2;
+    }
+    if (GetDigitAt(text, position, base) < 0) {
+        throw ConversionError{false};
+    }
+    const long long digits = ParseDigits(text, position, base);
+    const long long number = isNegative ? -digits : digits;
+    if (number > 2147483647LL || number < -2147483648LL) {
+        throw ConversionError{true};
+    }
+    return number;
+}
+
+// Returns the remainder from 0 to modulus - 1.
 long long Modulo(long long number, long long modulus) {
     return ((number % modulus) + modulus) % modulus;
 }
 
-// The times on the 32-bit clock face.
-struct ModelWindow_s {
+// A window in unsigned 32-bit numbers.
+struct ModelWindow {
     long long start;
     long long end;
 };
 
-ModelWindow_s WindowOf(const ModelItem_s& item) {
-    const long long clock = 1LL << 32;
-    const long long start = Number(item.Text("timeAckAbsolute"), 10);
-    const long long length = Number(item.Text("duration"), 10);
-    return {Modulo(start, clock), Modulo(start + length, clock)};
+ModelWindow MakeWindow(const ModelItem& item) {
+    const long long range = 1LL << 32;
+    const long long start = ParseNumber(item.Text("timeAckAbsolute"), 10);
+    const long long length = ParseNumber(item.Text("duration"), 10);
+    return {Modulo(start, range), Modulo(start + length, range)};
 }
 
-// The instants that matter for two windows: their ends and one between each two neighbours, the
-// outside included. Doubled, so that there is always one between.
-std::set<long long> Instants(const ModelWindow_s& a, const ModelWindow_s& b) {
+// Returns the start and end times of both windows, and the instants just before and after each.
+// All values are doubled, so that an instant exists between any two times.
+std::set<long long> FindInstants(const ModelWindow& a, const ModelWindow& b) {
     std::set<long long> instants;
-    for (const long long end : {a.start, a.end, b.start, b.end}) {
-        instants.insert({2 * end - 1, 2 * end, 2 * end + 1});
+    for (const long long time : {a.start, a.end, b.start, b.end}) {
+        instants.insert({2 * time - 1, 2 * time, 2 * time + 1});
     }
     return instants;
 }
 
-bool IsListed(const ModelWindow_s& own, const ModelWindow_s& other) {
-    bool startsDuring = false;
-    bool endsDuring = false;
-    bool before = false;
-    bool after = false;
-    for (const long long instant : Instants(own, other)) {
-        const bool begun = instant >= 2 * own.start;
-        const bool over = instant >= 2 * own.end;
-        startsDuring = startsDuring || (instant == 2 * other.start && begun && !over);
-        // The instant of an end belongs to what was just before it.
-        const bool wasBegun = instant - 1 >= 2 * own.start;
-        const bool wasOver = instant - 1 >= 2 * own.end;
-        endsDuring = endsDuring || (instant == 2 * other.end && wasBegun && !wasOver);
-        before = before || (instant == 2 * other.start && !begun);
-        after = after || (instant == 2 * other.end && wasOver);
+bool IsListed(const ModelWindow& own, const ModelWindow& other) {
+    bool startsInside = false;
+    bool endsInside = false;
+    bool startsBefore = false;
+    bool endsAfter = false;
+    for (const long long instant : FindInstants(own, other)) {
+        const bool hasStarted = instant >= 2 * own.start;
+        const bool hasEnded = instant >= 2 * own.end;
+        startsInside = startsInside || (instant == 2 * other.start && hasStarted && !hasEnded);
+        startsBefore = startsBefore || (instant == 2 * other.start && !hasStarted);
+        // A window excludes its end, so the instant before the end decides.
+        const bool hadStarted = instant - 1 >= 2 * own.start;
+        const bool hadEnded = instant - 1 >= 2 * own.end;
+        endsInside = endsInside || (instant == 2 * other.end && hadStarted && !hadEnded);
+        endsAfter = endsAfter || (instant == 2 * other.end && hadEnded);
     }
-    return startsDuring || endsDuring || (before && after);
+    return startsInside || endsInside || (startsBefore && endsAfter);
 }
 
-const std::set<std::string>& BlockedPairs() {
+// The block list, each code pair as four hexadecimal digits.
+const std::set<std::string>& GetBlockedPairs() {
     static const std::set<std::string> pairs = {
         "2a11", "3202", "5010", "5011", "5012", "5013", "5014", "5015", "5016", "5017", "5018",
         "5019", "501a", "5210", "5211", "5212", "5213", "5215", "5216", "5217", "6011", "7102",
@@ -125,136 +146,143 @@ const std::set<std::string>& BlockedPairs() {
     return pairs;
 }
 
-// The two codes as four digits; nothing when one of them is missing.
-std::optional<std::string> PairOf(const ModelItem_s& item) {
+// Returns the two codes as four hexadecimal digits; no value if a code is missing.
+std::optional<std::string> FormatCodePair(const ModelItem& item) {
     std::string pair;
     for (const char* key : {"opcode", "msgcode"}) {
         if (item.Text(key).empty()) {
             return std::nullopt;
         }
-        const auto code = static_cast<unsigned int>(Modulo(Number(item.Text(key), 16), 256));
-        const char* const digits = "0123456789abcdef";
-        pair += {digits[code / 16], digits[code % 16]};
+        const auto code = static_cast<size_t>(Modulo(ParseNumber(item.Text(key), 16), 256));
+        pair += kDigits[code / 16];
+        pair += kDigits[code % 16];
     }
     return pair;
 }
 
-std::string Line(const ModelWindow_s& window, const std::string& name, const std::string& thread) {
+std::string FormatLine(const ModelWindow& window, const std::string& name,
+                       const std::string& thread) {
     return std::to_string(window.start) + "\t" + std::to_string(window.end) + "\t" + name + "(" +
            thread + ")\n";
 }
 
-std::string ModelConflicts(const ModelRun& run, const ModelItem_s& own) {
-    const long long thread = Number(own.Text("threadID"), 10);
-    const ModelWindow_s window = WindowOf(own);
-    std::string text = Line(window, own.Text("name"), std::to_string(thread));
-    for (const ModelItem_s& item : run) {
-        const auto pair = PairOf(item);
-        if (!pair || BlockedPairs().count(*pair) != 0 ||
-            Number(item.Text("threadID"), 10) == thread) {
+std::string ListModelConflicts(const ModelRun& run, const ModelItem& own) {
+    const long long thread = ParseNumber(own.Text("threadID"), 10);
+    const ModelWindow window = MakeWindow(own);
+    std::string text = FormatLine(window, own.Text("name"), std::to_string(thread));
+    for (const ModelItem& item : run) {
+        const auto pair = FormatCodePair(item);
+        if (!pair || GetBlockedPairs().count(*pair) != 0 ||
+            ParseNumber(item.Text("threadID"), 10) == thread) {
             continue;
         }
-        const ModelWindow_s other = WindowOf(item);
+        const ModelWindow other = MakeWindow(item);
         if (IsListed(window, other)) {
-            text += Line(other, item.Text("name"), item.Text("threadID"));
+            text += FormatLine(other, item.Text("name"), item.Text("threadID"));
         }
     }
     return text;
 }
 
-// What the analysis of the item has to give: its text, or the word for what it throws. The errors
-// that it has to log are added to errors.
-std::string ModelAnalysis(const ModelRun& run, const ModelItem_s& own,
-                          std::vector<std::string>& errors) {
+// Returns the text that the analysis must return, or the text of RunAnalysis for an exception.
+// Appends the error lines that the analysis must log to errors.
+std::string PredictAnalysis(const ModelRun& run, const ModelItem& own,
+                            std::vector<std::string>& errors) {
     std::optional<std::string> pair;
     try {
-        pair = PairOf(own);
-    } catch (const Failure_s& failure) {
-        return failure.isTooLarge ? "throws out_of_range" : "throws invalid_argument";
+        pair = FormatCodePair(own);
+    } catch (const ConversionError& failure) {
+        return failure.isOutOfRange ? "throws out_of_range" : "throws invalid_argument";
     }
-    if (!pair || BlockedPairs().count(*pair) != 0) {
+    if (!pair || GetBlockedPairs().count(*pair) != 0) {
         return "";
     }
     try {
-        return ModelConflicts(run, own);
-    } catch (const Failure_s& failure) {
-        errors.emplace_back(failure.isTooLarge ? "Exception - out_of_range[stoi]"
-                                               : "Exception - invalid_argument[stoi]");
+        return ListModelConflicts(run, own);
+    } catch (const ConversionError& failure) {
+        errors.emplace_back(failure.isOutOfRange ? "Exception - out_of_range[stoi]"
+                                                 : "Exception - invalid_argument[stoi]");
         return "";
     }
 }
 
-// Random runs. How often a field is odd differs between runs, or nearly every one would fail.
-class RunMaker {
+// Generates random runs. The share of invalid fields differs between runs: with a high share in all
+// runs, nearly every analysis would fail.
+class RunGenerator {
 public:
-    explicit RunMaker(unsigned int seed) : m_Random(seed) {
-        m_Oddity = Pick(std::vector<int>{0, 0, 5, 30});
-        m_Extreme = Pick(std::vector<int>{0, 20, 300});
+    explicit RunGenerator(unsigned int seed) : m_Random(seed) {
+        m_InvalidPerMille = m_Pick(std::vector<int>{0, 0, 5, 30});
+        m_ExtremePerMille = m_Pick(std::vector<int>{0, 20, 300});
     }
 
     ModelRun Make() {
-        ModelRun run(static_cast<size_t>(Between(1, 30)));
-        for (ModelItem_s& item : run) {
-            item.failed = Between(0, 2) != 0;
-            item.fields["name"] = "item" + std::to_string(&item - run.data());
-            item.fields["result"] = item.failed ? "fail" : "pass";
-            Add(item, "opcode", Code({"50", "52", "cc", "11"}));
-            Add(item, "msgcode", Code({"10", "14", "1A", "22"}));
-            Add(item, "threadID", Pick(std::vector<std::string>{"1", "2", "3", "01", " 2", "-1"}));
-            Add(item, "timeAckAbsolute", Time());
-            Add(item, "duration", Time());
+        ModelRun run(static_cast<size_t>(m_DrawBetween(1, 30)));
+        for (size_t i = 0; i < run.size(); ++i) {
+            ModelItem& item = run[i];
+            item.isFailed = m_DrawBetween(0, 2) != 0;
+            item.fields["name"] = "item" + std::to_string(i);
+            item.fields["result"] = item.isFailed ? "fail" : "pass";
+            m_AddField(item, "opcode", m_MakeCode({"50", "52", "cc", "11"}));
+            m_AddField(item, "msgcode", m_MakeCode({"10", "14", "1A", "22"}));
+            m_AddField(item, "threadID",
+                       m_Pick(std::vector<std::string>{"1", "2", "3", "01", " 2", "-1"}));
+            m_AddField(item, "timeAckAbsolute", m_MakeTime());
+            m_AddField(item, "duration", m_MakeTime());
         }
         return run;
     }
 
 private:
-    int Between(int low, int high) {
+    int m_DrawBetween(int low, int high) {
         return std::uniform_int_distribution<int>(low, high)(m_Random);
     }
 
     template <typename Value>
-    Value Pick(const std::vector<Value>& values) {
-        return values[static_cast<size_t>(Between(0, static_cast<int>(values.size()) - 1))];
+    Value m_Pick(const std::vector<Value>& values) {
+        return values[static_cast<size_t>(m_DrawBetween(0, static_cast<int>(values.size()) - 1))];
     }
 
-    bool OneIn(int perMille) { return Between(1, 1000) <= perMille; }
+    // Returns true in perMille of 1000 calls on average.
+    bool m_DrawChance(int perMille) { return m_DrawBetween(1, 1000) <= perMille; }
 
-    std::string Code(const std::vector<std::string>& codes) {
-        const std::string code = Pick(codes);
-        return OneIn(m_Extreme) ? Pick(std::vector<std::string>{"0x" + code, "1" + code, "-1",
-                                                                "  " + code + " x"})
-                                : code;
+    std::string m_MakeCode(const std::vector<std::string>& codes) {
+        const std::string code = m_Pick(codes);
+        return m_DrawChance(m_ExtremePerMille)
+                   ? m_Pick(std::vector<std::string>{"0x" + code, "1" + code, "-1",
+                                                     "  " + code + " x"})
+                   : code;
     }
 
-    std::string Time() {
-        if (OneIn(m_Extreme)) {
-            return Pick(std::vector<std::string>{"2147483647", "-2147483648", "-1", "-20",
-                                                 "2147483640", "-2147483640", "+7", "12.5"});
+    std::string m_MakeTime() {
+        if (m_DrawChance(m_ExtremePerMille)) {
+            return m_Pick(std::vector<std::string>{"2147483647", "-2147483648", "-1", "-20",
+                                                   "2147483640", "-2147483640", "+7", "12.5"});
         }
-        return std::to_string(Between(0, 20));
+        return std::to_string(m_DrawBetween(0, 20));
     }
 
-    // Sometimes missing, empty, or no number.
-    void Add(ModelItem_s& item, const std::string& key, const std::string& text) {
-        if (!OneIn(m_Oddity)) {
+    // Adds the field with the text. An invalid field is missing, empty, or not an int.
+    void m_AddField(ModelItem& item, const std::string& key, const std::string& text) {
+        if (!m_DrawChance(m_InvalidPerMille)) {
             item.fields[key] = text;
             return;
         }
-        const std::string odd =
-            Pick(std::vector<std::string>{"", "", "missing", "xyz", "99999999999"});
-        if (odd != "missing") {
-            item.fields[key] = odd;
+        const std::string invalid =
+            m_Pick(std::vector<std::string>{"", "", "missing", "xyz", "99999999999"});
+        if (invalid != "missing") {
+            item.fields[key] = invalid;
         }
     }
 
     std::mt19937 m_Random;
-    int m_Oddity;
-    int m_Extreme;
+    int m_InvalidPerMille;  // share of invalid fields
+    int m_ExtremePerMille;  // share of unusual codes and times
 };
 
-std::string Analysis(unsigned int id) {
+// Returns the conflict list of the failed item, or a text for the exception.
+std::string RunAnalysis(unsigned int index) {
     try {
-        return QELAnalysis::m_AnalyzeResourceConflictList(id);
+        return QELAnalysis::m_AnalyzeResourceConflictList(index);
     } catch (const std::invalid_argument&) {
         return "throws invalid_argument";
     } catch (const std::out_of_range&) {
@@ -262,7 +290,8 @@ std::string Analysis(unsigned int id) {
     }
 }
 
-std::vector<std::string> ExceptionLines() {
+// Returns the error messages about exceptions. The result store also logs missing keys.
+std::vector<std::string> GetExceptionLines() {
     std::vector<std::string> lines;
     for (const std::string& message : FakeLog::ErrorMessages()) {
         if (message.rfind("Exception", 0) == 0) {
@@ -275,44 +304,44 @@ std::vector<std::string> ExceptionLines() {
 class QELAnalysisConflictModelTest : public StoreTest,
                                      public testing::WithParamInterface<unsigned int> {
 protected:
-    static void Load(const ModelRun& run) {
+    static void LoadRun(const ModelRun& run) {
         std::vector<xml::Fields> items;
-        for (const ModelItem_s& item : run) {
+        for (const ModelItem& item : run) {
             items.emplace_back(item.fields.begin(), item.fields.end());
         }
         LoadItems(items);
     }
 
-    // Compares every failed item of the run; returns how many conflicts were found.
-    static long Compare(const ModelRun& run) {
+    // Compares every failed item of the run with the model. Returns the number of conflicts.
+    static long CompareFailedItems(const ModelRun& run) {
         long conflicts = 0;
-        unsigned int id = 0;
-        for (const ModelItem_s& item : run) {
-            if (!item.failed) {
+        unsigned int index = 0;
+        for (const ModelItem& item : run) {
+            if (!item.isFailed) {
                 continue;
             }
             FakeLog::Clear();
             std::vector<std::string> errors;
-            const std::string expected = ModelAnalysis(run, item, errors);
-            EXPECT_EQ(Analysis(id), expected) << item.Text("name");
-            EXPECT_EQ(ExceptionLines(), errors) << item.Text("name");
+            const std::string expected = PredictAnalysis(run, item, errors);
+            EXPECT_EQ(RunAnalysis(index), expected) << item.Text("name");
+            EXPECT_EQ(GetExceptionLines(), errors) << item.Text("name");
             conflicts += std::max(0L, std::count(expected.begin(), expected.end(), '\n') - 1L);
-            ++id;
+            ++index;
         }
         return conflicts;
     }
 };
 
-TEST_P(QELAnalysisConflictModelTest, AgreesOnRandomRuns) {
+TEST_P(QELAnalysisConflictModelTest, MatchesModelOnRandomRuns) {
     long conflicts = 0;
-    for (unsigned int i = 0; i < 50 && !HasFailure(); ++i) {
+    for (unsigned int i = 0; i < kRunsPerSeed && !HasFailure(); ++i) {
         const unsigned int seed = GetParam() * 1000 + i;
         SCOPED_TRACE("seed " + std::to_string(seed));
-        const ModelRun run = RunMaker(seed).Make();
-        Load(run);
-        conflicts += Compare(run);
+        const ModelRun run = RunGenerator(seed).Make();
+        LoadRun(run);
+        conflicts += CompareFailedItems(run);
     }
-    EXPECT_GT(conflicts, 100) << "the runs are too tame to tell anything";
+    EXPECT_GT(conflicts, kMinConflicts) << "the random runs have too few conflicts";
 }
 
 INSTANTIATE_TEST_SUITE_P(Seeds, QELAnalysisConflictModelTest, testing::Range(1U, 9U));

@@ -1,4 +1,4 @@
-// QELAnalysisData: the check tables and the block list.
+// Tests the check tables and the block list of QELAnalysisData.
 
 #include <cstdint>
 #include <map>
@@ -16,8 +16,9 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-// The block list by opcode. The gaps, such as 0x14 under 0x52 and 0x11 under 0xCC, are part of it.
-const std::map<int, std::vector<int>> BLOCKED = {
+// The expected block list: opcode and msgcodes. The gaps, such as 0x14 for 0x52 and 0x11 for 0xCC,
+// are intended.
+const std::map<int, std::vector<int>> kBlockedCodes = {
     {0x2A, {0x11}},
     {0x32, {0x02}},
     {0x50, {0x10, 0x11, 0x12, 0x13, 0x14, 0x15, 0x16, 0x17, 0x18, 0x19, 0x1A}},
@@ -38,9 +39,9 @@ const std::map<int, std::vector<int>> BLOCKED = {
     {0xE0, {0x10}},
 };
 
-std::set<std::pair<int, int>> BlockedPairs() {
+std::set<std::pair<int, int>> GetExpectedPairs() {
     std::set<std::pair<int, int>> pairs;
-    for (const auto& entry : BLOCKED) {
+    for (const auto& entry : kBlockedCodes) {
         for (const int msgcode : entry.second) {
             pairs.emplace(entry.first, msgcode);
         }
@@ -48,8 +49,8 @@ std::set<std::pair<int, int>> BlockedPairs() {
     return pairs;
 }
 
-// Every pair of bytes that the store takes as block-listed.
-std::set<std::pair<int, int>> PairsBlockedBy(QELAnalysisData& data) {
+// Returns every code pair that the store reports as block-listed.
+std::set<std::pair<int, int>> FindBlockedPairs(QELAnalysisData& data) {
     std::set<std::pair<int, int>> pairs;
     for (int opcode = 0; opcode < 256; ++opcode) {
         for (int msgcode = 0; msgcode < 256; ++msgcode) {
@@ -67,13 +68,13 @@ protected:
     static QELAnalysisData& Data() { return *QELAnalysisData::GetInstance(); }
 };
 
-TEST_F(QELAnalysisDataTablesTest, BlockListHoldsExactlyItsPairs) {
-    EXPECT_EQ(BlockedPairs().size(), 54U);
-    EXPECT_EQ(PairsBlockedBy(Data()), BlockedPairs());
+TEST_F(QELAnalysisDataTablesTest, BlocksExactlyExpectedPairs) {
+    EXPECT_EQ(GetExpectedPairs().size(), 54U);
+    EXPECT_EQ(FindBlockedPairs(Data()), GetExpectedPairs());
     EXPECT_THAT(FakeLog::Lines(), IsEmpty());
 }
 
-TEST_F(QELAnalysisDataTablesTest, BothBytesOfAPairCount) {
+TEST_F(QELAnalysisDataTablesTest, ComparesBothCodesWithBlockList) {
     EXPECT_TRUE(Data().IsItInBlockList(0x50, 0x1A));
     EXPECT_TRUE(Data().IsItInBlockList(0x2A, 0x11));
     EXPECT_FALSE(Data().IsItInBlockList(0x52, 0x14));
@@ -81,22 +82,23 @@ TEST_F(QELAnalysisDataTablesTest, BothBytesOfAPairCount) {
     EXPECT_FALSE(Data().IsItInBlockList(0x11, 0x2A));
 }
 
-TEST_F(QELAnalysisDataTablesTest, BlockListIsReplacedAsAWhole) {
+TEST_F(QELAnalysisDataTablesTest, ReplacesWholeBlockList) {
     Data().m_BlockList = {{1, 2}};
     Data().m_InitBlockList();
-    EXPECT_EQ(PairsBlockedBy(Data()), BlockedPairs());
+    EXPECT_EQ(FindBlockedPairs(Data()), GetExpectedPairs());
 }
 
-TEST_F(QELAnalysisDataTablesTest, WithoutResultStoreNothingIsBlocked) {
+TEST_F(QELAnalysisDataTablesTest, BlocksNoPairWithoutResultStore) {
     {
+        // The second allocation is the result store.
         const FailingNew failing(2);
         ASSERT_NE(QELAnalysisData::GetInstance(), nullptr);
         EXPECT_TRUE(failing.HasFailed());
     }
-    EXPECT_THAT(PairsBlockedBy(Data()), IsEmpty());
+    EXPECT_THAT(FindBlockedPairs(Data()), IsEmpty());
 }
 
-TEST_F(QELAnalysisDataTablesTest, NoPairHasACheckTable) {
+TEST_F(QELAnalysisDataTablesTest, ReturnsEmptyCheckTableForEveryPair) {
     EXPECT_THAT(Data().m_CheckTableList, IsEmpty());
     for (int opcode = 0; opcode < 256; ++opcode) {
         for (int msgcode = 0; msgcode < 256; ++msgcode) {
@@ -108,7 +110,7 @@ TEST_F(QELAnalysisDataTablesTest, NoPairHasACheckTable) {
     EXPECT_THAT(FakeLog::Lines(), IsEmpty());
 }
 
-TEST_F(QELAnalysisDataTablesTest, CheckTableIsACopyInItsOrder) {
+TEST_F(QELAnalysisDataTablesTest, ReturnsCopyOfCheckTableInOrder) {
     Data().m_CheckTableList[{0x50, 0x10}] = {{1, 2, {3, 4}, {5}, {}, {6}, "first"},
                                              {7, 8, {}, {}, {9}, {}, "second"}};
     std::vector<QELAnalysisCheckTable_s> table = Data().GetCheckTable(0x50, 0x10);
@@ -129,7 +131,7 @@ TEST_F(QELAnalysisDataTablesTest, CheckTableIsACopyInItsOrder) {
     EXPECT_THAT(Data().GetCheckTable(0x50, 0x11), IsEmpty());
 }
 
-TEST_F(QELAnalysisDataTablesTest, CheckRecordHasItsWidths) {
+TEST_F(QELAnalysisDataTablesTest, Uses32BitFieldsInCheckRecords) {
     EXPECT_EQ(CHECK_TYPE_SETTING_CONFIG, 1U);
     EXPECT_TRUE((std::is_same_v<decltype(QELAnalysisCheckTable_s::type), std::uint32_t>));
     EXPECT_TRUE((std::is_same_v<decltype(QELAnalysisCheckTable_s::param), std::uint32_t>));

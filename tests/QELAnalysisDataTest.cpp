@@ -1,4 +1,4 @@
-// QELAnalysisData: the store of the analysis texts and flags, and the readers of the codes.
+// Tests the analysis texts, the flags and the code readers of QELAnalysisData.
 
 #include "QELAnalysisData.h"
 
@@ -15,32 +15,32 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-const char* const FILE_NAME = "QELAnalysisData.cpp";
-const char* const NO_PARSER = "not able to get instance of xmlParser";
+const char* const kSourceFile = "QELAnalysisData.cpp";
+const char* const kNoResultStoreMessage = "not able to get instance of xmlParser";
 
 class QELAnalysisDataTest : public StoreTest {
 protected:
     static QELAnalysisData& Data() { return *QELAnalysisData::GetInstance(); }
 
-    // Two failed items and a good one between them.
-    static QELAnalysisData& DataOfTwo() {
+    // Loads two failed items with a passed item between them.
+    static QELAnalysisData& LoadTwoFailedItems() {
         LoadItems({{{"name", "a"}}, {{"name", "b"}, {"result", "pass"}}, {{"name", "c"}}});
         return Data();
     }
 
-    static void RemoveParser() {
+    static void DeleteResultStore() {
         delete QELXmlParser::m_qelXmlParser;
         QELXmlParser::m_qelXmlParser = nullptr;
     }
 };
 
-// The instance
+// Instance
 
-TEST_F(QELAnalysisDataTest, HasAVirtualDestructor) {
+TEST_F(QELAnalysisDataTest, HasVirtualDestructor) {
     EXPECT_TRUE(std::has_virtual_destructor_v<QELAnalysisData>);
 }
 
-TEST_F(QELAnalysisDataTest, IsOneInstance) {
+TEST_F(QELAnalysisDataTest, ReturnsSameInstance) {
     EXPECT_EQ(QELAnalysisData::m_QELAnalysisData, nullptr);
     QELAnalysisData* data = QELAnalysisData::GetInstance();
     ASSERT_NE(data, nullptr);
@@ -49,7 +49,7 @@ TEST_F(QELAnalysisDataTest, IsOneInstance) {
     EXPECT_THAT(FakeLog::Lines(), IsEmpty());
 }
 
-TEST_F(QELAnalysisDataTest, FailedAllocationIsSilentAndTriedAgain) {
+TEST_F(QELAnalysisDataTest, RetriesFailedAllocationSilently) {
     {
         const FailingNew failing;
         EXPECT_EQ(QELAnalysisData::GetInstance(), nullptr);
@@ -59,8 +59,8 @@ TEST_F(QELAnalysisDataTest, FailedAllocationIsSilentAndTriedAgain) {
     EXPECT_NE(QELAnalysisData::GetInstance(), nullptr);
 }
 
-TEST_F(QELAnalysisDataTest, HasATextAndAFlagForEachFailedItem) {
-    const QELAnalysisData& data = DataOfTwo();
+TEST_F(QELAnalysisDataTest, HoldsTextAndFlagForEachFailedItem) {
+    const QELAnalysisData& data = LoadTwoFailedItems();
     EXPECT_THAT(data.m_AnalysisData, ElementsAre("", ""));
     EXPECT_THAT(data.m_IsExecutedByUser, ElementsAre(false, false));
     EXPECT_THAT(data.m_CheckTableList, IsEmpty());
@@ -68,31 +68,31 @@ TEST_F(QELAnalysisDataTest, HasATextAndAFlagForEachFailedItem) {
     EXPECT_THAT(FakeLog::Lines(), IsEmpty());
 }
 
-TEST_F(QELAnalysisDataTest, NumberOfItemsIsReadOnce) {
-    QELAnalysisData& data = DataOfTwo();
+TEST_F(QELAnalysisDataTest, ReadsNumberOfFailedItemsOnce) {
+    QELAnalysisData& data = LoadTwoFailedItems();
     Store().m_resultFailData.emplace_back();
     EXPECT_EQ(&Data(), &data);
     EXPECT_EQ(data.m_AnalysisData.size(), 2U);
     EXPECT_EQ(data.m_IsExecutedByUser.size(), 2U);
 }
 
-TEST_F(QELAnalysisDataTest, WithoutResultStoreItStaysEmpty) {
+TEST_F(QELAnalysisDataTest, StaysEmptyWithoutResultStore) {
     {
-        // The first allocation is its own.
+        // The second allocation is the result store.
         const FailingNew failing(2);
         ASSERT_NE(QELAnalysisData::GetInstance(), nullptr);
         EXPECT_TRUE(failing.HasFailed());
     }
     EXPECT_THAT(FakeLog::Lines(),
                 ElementsAre(ErrorLine("failed to get instance\n", "QELXmlParser.cpp"),
-                            ErrorLine(NO_PARSER, FILE_NAME, "m_Init")));
+                            ErrorLine(kNoResultStoreMessage, kSourceFile, "m_Init")));
     EXPECT_THAT(Data().m_AnalysisData, IsEmpty());
     EXPECT_THAT(Data().m_IsExecutedByUser, IsEmpty());
     EXPECT_THAT(Data().m_BlockList, IsEmpty());
 }
 
-TEST_F(QELAnalysisDataTest, InitSizesTheListsAnew) {
-    QELAnalysisData& data = DataOfTwo();
+TEST_F(QELAnalysisDataTest, ResizesAndClearsListsOnInit) {
+    QELAnalysisData& data = LoadTwoFailedItems();
     data.SetAnalysisData(0, "text");
     Store().m_resultFailData.emplace_back();
     data.m_Init();
@@ -102,8 +102,8 @@ TEST_F(QELAnalysisDataTest, InitSizesTheListsAnew) {
 
 // Texts and flags
 
-TEST_F(QELAnalysisDataTest, StoredTextSetsTheFlag) {
-    QELAnalysisData& data = DataOfTwo();
+TEST_F(QELAnalysisDataTest, SetsFlagWhenTextIsStored) {
+    QELAnalysisData& data = LoadTwoFailedItems();
     EXPECT_EQ(data.GetAnalysisData(1), "");
     EXPECT_FALSE(data.GetExcutedByUser(1));
     data.SetAnalysisData(1, "text\n");
@@ -114,15 +114,15 @@ TEST_F(QELAnalysisDataTest, StoredTextSetsTheFlag) {
     EXPECT_THAT(FakeLog::Lines(), IsEmpty());
 }
 
-TEST_F(QELAnalysisDataTest, EmptyTextSetsTheFlagToo) {
-    QELAnalysisData& data = DataOfTwo();
+TEST_F(QELAnalysisDataTest, SetsFlagForEmptyText) {
+    QELAnalysisData& data = LoadTwoFailedItems();
     data.SetAnalysisData(0, "");
     EXPECT_EQ(data.GetAnalysisData(0), "");
     EXPECT_TRUE(data.GetExcutedByUser(0));
 }
 
-TEST_F(QELAnalysisDataTest, LastTextStaysAndTheFlagNeverGoesBack) {
-    QELAnalysisData& data = DataOfTwo();
+TEST_F(QELAnalysisDataTest, KeepsLastTextAndFlag) {
+    QELAnalysisData& data = LoadTwoFailedItems();
     data.SetAnalysisData(0, "first");
     data.SetAnalysisData(0, "");
     data.SetAnalysisData(0, "last");
@@ -130,8 +130,8 @@ TEST_F(QELAnalysisDataTest, LastTextStaysAndTheFlagNeverGoesBack) {
     EXPECT_TRUE(data.GetExcutedByUser(0));
 }
 
-TEST_F(QELAnalysisDataTest, TextIsACopy) {
-    QELAnalysisData& data = DataOfTwo();
+TEST_F(QELAnalysisDataTest, CopiesTexts) {
+    QELAnalysisData& data = LoadTwoFailedItems();
     std::string text = "text";
     data.SetAnalysisData(0, text);
     text = "changed";
@@ -140,8 +140,8 @@ TEST_F(QELAnalysisDataTest, TextIsACopy) {
     EXPECT_EQ(data.GetAnalysisData(0), "text");
 }
 
-TEST_F(QELAnalysisDataTest, IndexBeyondTheItemsStoresNothing) {
-    QELAnalysisData& data = DataOfTwo();
+TEST_F(QELAnalysisDataTest, IgnoresTextForInvalidIndex) {
+    QELAnalysisData& data = LoadTwoFailedItems();
     for (const unsigned int id : {2U, UINT_MAX}) {
         data.SetAnalysisData(id, "x");
         EXPECT_EQ(data.GetAnalysisData(id), "");
@@ -151,25 +151,25 @@ TEST_F(QELAnalysisDataTest, IndexBeyondTheItemsStoresNothing) {
     EXPECT_THAT(FakeLog::Lines(), IsEmpty());
 }
 
-TEST_F(QELAnalysisDataTest, FlagOfAnIndexBeyondTheItemsIsAnError) {
-    QELAnalysisData& data = DataOfTwo();
+TEST_F(QELAnalysisDataTest, LogsInvalidIndexWhenFlagIsRead) {
+    QELAnalysisData& data = LoadTwoFailedItems();
     EXPECT_FALSE(data.GetExcutedByUser(2));
     EXPECT_THAT(FakeLog::Lines(),
-                ElementsAre(ErrorLine("index is out of range.", FILE_NAME, "GetExcutedByUser")));
+                ElementsAre(ErrorLine("index is out of range.", kSourceFile, "GetExcutedByUser")));
 }
 
-TEST_F(QELAnalysisDataTest, WithoutFailedItemsEveryIndexIsBeyond) {
+TEST_F(QELAnalysisDataTest, RejectsEveryIndexWithoutFailedItems) {
     QELAnalysisData& data = Data();
     EXPECT_FALSE(data.GetExcutedByUser(0));
-    EXPECT_TRUE(LoggedError("index is out of range.", FILE_NAME));
+    EXPECT_TRUE(LoggedError("index is out of range.", kSourceFile));
     EXPECT_EQ(data.GetAnalysisData(0), "");
     data.SetAnalysisData(0, "x");
     EXPECT_THAT(data.m_AnalysisData, IsEmpty());
     EXPECT_THAT(data.m_IsExecutedByUser, IsEmpty());
 }
 
-TEST_F(QELAnalysisDataTest, TextIsStoredEvenWithoutAFlag) {
-    QELAnalysisData& data = DataOfTwo();
+TEST_F(QELAnalysisDataTest, StoresTextWithoutFlag) {
+    QELAnalysisData& data = LoadTwoFailedItems();
     data.m_IsExecutedByUser.resize(1);
     data.SetAnalysisData(1, "text");
     EXPECT_EQ(data.GetAnalysisData(1), "text");
@@ -178,153 +178,157 @@ TEST_F(QELAnalysisDataTest, TextIsStoredEvenWithoutAFlag) {
 
 // Codes
 
-// Runs a test on both readers: GetCode, and GetCodeFromAll where the item stands second.
-struct Reader_s {
+// A code reader, and the index of the tested item in the list that the reader uses.
+struct CodeReader {
     const char* name;
     bool (QELAnalysisData::*read)(unsigned int, const std::string&, unsigned char*);
-    unsigned int id;
+    unsigned int index;
 };
 
-std::ostream& operator<<(std::ostream& out, const Reader_s& reader) {
+std::ostream& operator<<(std::ostream& out, const CodeReader& reader) {
     return out << reader.name;
 }
 
-const Reader_s READERS[] = {{"GetCode", &QELAnalysisData::GetCode, 0},
-                            {"GetCodeFromAll", &QELAnalysisData::GetCodeFromAll, 1}};
+const CodeReader kCodeReaders[] = {{"GetCode", &QELAnalysisData::GetCode, 0},
+                                   {"GetCodeFromAll", &QELAnalysisData::GetCodeFromAll, 1}};
+
+// The value of the byte before a code is read.
+const unsigned char kUntouchedByte = 0xEE;
 
 class QELAnalysisDataCodeTest : public QELAnalysisDataTest,
-                                public testing::WithParamInterface<Reader_s> {
+                                public testing::WithParamInterface<CodeReader> {
 protected:
-    static QELAnalysisData& DataOf(const xml::Fields& fields) {
+    // Loads a passed item and the tested item, and creates the analysis store.
+    static void LoadSecondItem(const xml::Fields& fields) {
         LoadItems({{{"result", "pass"}}, fields});
-        return Data();
+        Data();
     }
 
-    // Reads the field of the item; the byte starts as 0xEE.
-    static bool Read(const std::string& key, unsigned char& code) {
-        code = 0xEE;
-        return (Data().*GetParam().read)(GetParam().id, key, &code);
+    // Sets the byte to kUntouchedByte, then reads the field of the tested item.
+    static bool ReadCode(const std::string& key, unsigned char& code) {
+        code = kUntouchedByte;
+        return (Data().*GetParam().read)(GetParam().index, key, &code);
     }
 };
 
-INSTANTIATE_TEST_SUITE_P(Readers, QELAnalysisDataCodeTest, testing::ValuesIn(READERS));
+INSTANTIATE_TEST_SUITE_P(Readers, QELAnalysisDataCodeTest, testing::ValuesIn(kCodeReaders));
 
-struct Code_s {
+struct CodeCase {
     const char* text;
     unsigned char code;
 };
 
-TEST_P(QELAnalysisDataCodeTest, IsTheLowByteOfAHexadecimalNumber) {
-    for (const Code_s& expected :
-         {Code_s{"52", 0x52}, Code_s{"0x52", 0x52}, Code_s{"0X52", 0x52}, Code_s{"  52", 0x52},
-          Code_s{"\n\t52", 0x52}, Code_s{"52 and more", 0x52}, Code_s{"52g", 0x52},
-          Code_s{"152", 0x52}, Code_s{"1FF", 0xFF}, Code_s{"-1", 0xFF}, Code_s{"+a", 0x0A},
-          Code_s{"aB", 0xAB}, Code_s{"0", 0x00}, Code_s{"00", 0x00}, Code_s{"1.9", 0x01},
-          Code_s{"7FFFFFFF", 0xFF}, Code_s{"-80000000", 0x00}, Code_s{"0x", 0x00},
-          Code_s{"0y", 0x00}}) {
+TEST_P(QELAnalysisDataCodeTest, ReturnsLowByteOfHexadecimalNumber) {
+    for (const CodeCase& expected :
+         {CodeCase{"52", 0x52}, CodeCase{"0x52", 0x52}, CodeCase{"0X52", 0x52},
+          CodeCase{"  52", 0x52}, CodeCase{"\n\t52", 0x52}, CodeCase{"52 and more", 0x52},
+          CodeCase{"52g", 0x52}, CodeCase{"152", 0x52}, CodeCase{"1FF", 0xFF}, CodeCase{"-1", 0xFF},
+          CodeCase{"+a", 0x0A}, CodeCase{"aB", 0xAB}, CodeCase{"0", 0x00}, CodeCase{"00", 0x00},
+          CodeCase{"1.9", 0x01}, CodeCase{"7FFFFFFF", 0xFF}, CodeCase{"-80000000", 0x00},
+          CodeCase{"0x", 0x00}, CodeCase{"0y", 0x00}}) {
         SCOPED_TRACE(expected.text);
         unsigned char code = 0;
-        DataOf({{"opcode", expected.text}});
-        EXPECT_TRUE(Read("opcode", code));
+        LoadSecondItem({{"opcode", expected.text}});
+        EXPECT_TRUE(ReadCode("opcode", code));
         EXPECT_EQ(code, expected.code);
     }
 }
 
-TEST_P(QELAnalysisDataCodeTest, IsLoggedBeforeAndAfter) {
-    DataOf({{"msgcode", "1A rest"}});
+TEST_P(QELAnalysisDataCodeTest, LogsTextAndCode) {
+    LoadSecondItem({{"msgcode", "1A rest"}});
     unsigned char code = 0;
-    EXPECT_TRUE(Read("msgcode", code));
-    const std::string id = std::to_string(GetParam().id);
-    EXPECT_THAT(FakeLog::Lines(),
-                ElementsAre(InfoLine("id=" + id + ", strCode=1A rest", FILE_NAME, GetParam().name),
-                            InfoLine("id=" + id + ", retCode=1a", FILE_NAME, GetParam().name)));
+    EXPECT_TRUE(ReadCode("msgcode", code));
+    const std::string index = std::to_string(GetParam().index);
+    EXPECT_THAT(
+        FakeLog::Lines(),
+        ElementsAre(InfoLine("id=" + index + ", strCode=1A rest", kSourceFile, GetParam().name),
+                    InfoLine("id=" + index + ", retCode=1a", kSourceFile, GetParam().name)));
 }
 
-TEST_P(QELAnalysisDataCodeTest, MissingFieldLeavesTheByte) {
-    DataOf({{"name", "a"}});
+TEST_P(QELAnalysisDataCodeTest, KeepsByteForMissingField) {
+    LoadSecondItem({{"name", "a"}});
     unsigned char code = 0;
-    EXPECT_FALSE(Read("opcode", code));
-    EXPECT_EQ(code, 0xEE);
+    EXPECT_FALSE(ReadCode("opcode", code));
+    EXPECT_EQ(code, kUntouchedByte);
     EXPECT_THAT(FakeLog::Lines(),
                 ElementsAre(ErrorLine("Invalid KEY[opcode]!!\n", "QELXmlParser.cpp"),
-                            InfoLine("id=" + std::to_string(GetParam().id) + ", strCode=",
-                                     FILE_NAME, GetParam().name)));
+                            InfoLine("id=" + std::to_string(GetParam().index) + ", strCode=",
+                                     kSourceFile, GetParam().name)));
 }
 
-TEST_P(QELAnalysisDataCodeTest, EmptyFieldLeavesTheByte) {
-    DataOf({{"opcode", "52"}});
-    // As an empty CDATA section leaves it; of an empty element nothing is stored.
+TEST_P(QELAnalysisDataCodeTest, KeepsByteForEmptyField) {
+    LoadSecondItem({{"opcode", "52"}});
+    // An empty CDATA section stores an empty text. An empty element is not stored.
     for (auto* items : {&Store().m_resultFailData, &Store().m_resultAllData}) {
         for (auto& item : *items) {
             item["opcode"] = "";
         }
     }
     unsigned char code = 0;
-    EXPECT_FALSE(Read("opcode", code));
-    EXPECT_EQ(code, 0xEE);
+    EXPECT_FALSE(ReadCode("opcode", code));
+    EXPECT_EQ(code, kUntouchedByte);
     EXPECT_THAT(FakeLog::Lines(),
-                ElementsAre(InfoLine("id=" + std::to_string(GetParam().id) + ", strCode=",
-                                     FILE_NAME, GetParam().name)));
+                ElementsAre(InfoLine("id=" + std::to_string(GetParam().index) + ", strCode=",
+                                     kSourceFile, GetParam().name)));
 }
 
-TEST_P(QELAnalysisDataCodeTest, UnknownItemLeavesTheByte) {
-    DataOf({{"opcode", "52"}});
-    unsigned char code = 0xEE;
+TEST_P(QELAnalysisDataCodeTest, KeepsByteForUnknownItem) {
+    LoadSecondItem({{"opcode", "52"}});
+    unsigned char code = kUntouchedByte;
     EXPECT_FALSE((Data().*GetParam().read)(9, "opcode", &code));
-    EXPECT_EQ(code, 0xEE);
+    EXPECT_EQ(code, kUntouchedByte);
     EXPECT_THAT(FakeLog::Infos(),
-                ElementsAre(InfoLine("id=9, strCode=", FILE_NAME, GetParam().name)));
+                ElementsAre(InfoLine("id=9, strCode=", kSourceFile, GetParam().name)));
     EXPECT_EQ(FakeLog::Errors().size(), 1U);
 }
 
-TEST_P(QELAnalysisDataCodeTest, NoHexadecimalDigitThrows) {
+TEST_P(QELAnalysisDataCodeTest, ThrowsForTextWithoutHexadecimalNumber) {
     for (const char* text : {"xyz", " ", "-", "g1", "-x"}) {
         SCOPED_TRACE(text);
-        DataOf({{"opcode", text}});
+        LoadSecondItem({{"opcode", text}});
         unsigned char code = 0;
         try {
-            Read("opcode", code);
-            ADD_FAILURE() << "nothing thrown";
+            ReadCode("opcode", code);
+            ADD_FAILURE() << GetParam().name << " throws no std::invalid_argument";
         } catch (const std::invalid_argument& e) {
             EXPECT_STREQ(e.what(), "stoi");
         }
-        EXPECT_EQ(code, 0xEE);
+        EXPECT_EQ(code, kUntouchedByte);
     }
     EXPECT_TRUE(LoggedNoError());
 }
 
-TEST_P(QELAnalysisDataCodeTest, NumberBeyondAnIntThrows) {
+TEST_P(QELAnalysisDataCodeTest, ThrowsForNumberOutsideIntRange) {
     for (const char* text : {"80000000", "FFFFFFFF", "-80000001", "11111111111111111111"}) {
         SCOPED_TRACE(text);
-        DataOf({{"opcode", text}});
+        LoadSecondItem({{"opcode", text}});
         unsigned char code = 0;
         try {
-            Read("opcode", code);
-            ADD_FAILURE() << "nothing thrown";
+            ReadCode("opcode", code);
+            ADD_FAILURE() << GetParam().name << " throws no std::out_of_range";
         } catch (const std::out_of_range& e) {
             EXPECT_STREQ(e.what(), "stoi");
         }
-        EXPECT_EQ(code, 0xEE);
+        EXPECT_EQ(code, kUntouchedByte);
     }
 }
 
-TEST_P(QELAnalysisDataCodeTest, MissingResultStoreIsAnError) {
-    DataOf({{"opcode", "52"}});
-    RemoveParser();
+TEST_P(QELAnalysisDataCodeTest, LogsMissingResultStore) {
+    LoadSecondItem({{"opcode", "52"}});
+    DeleteResultStore();
     unsigned char code = 0;
     {
         const FailingNew failing;
-        EXPECT_FALSE(Read("opcode", code));
+        EXPECT_FALSE(ReadCode("opcode", code));
         EXPECT_TRUE(failing.HasFailed());
     }
-    EXPECT_EQ(code, 0xEE);
+    EXPECT_EQ(code, kUntouchedByte);
     EXPECT_THAT(FakeLog::Lines(),
                 ElementsAre(ErrorLine("failed to get instance\n", "QELXmlParser.cpp"),
-                            ErrorLine(NO_PARSER, FILE_NAME, GetParam().name)));
+                            ErrorLine(kNoResultStoreMessage, kSourceFile, GetParam().name)));
 }
 
-// The one reader counts the failed items, the other all items.
-TEST_F(QELAnalysisDataTest, ReadersIndexDifferentLists) {
+TEST_F(QELAnalysisDataTest, ReadsCodesOfFailedItemsAndAllItems) {
     LoadItems({{{"opcode", "11"}, {"result", "pass"}}, {{"opcode", "22"}}});
     unsigned char code = 0;
     EXPECT_TRUE(Data().GetCode(0, "opcode", &code));

@@ -1,4 +1,4 @@
-// QELAnalysisData: which failed items may be analysed.
+// Tests which failed items QELAnalysisData accepts for an analysis.
 
 #include <climits>
 #include <stdexcept>
@@ -17,56 +17,60 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::Not;
 
-const char* const FILE_NAME = "QELAnalysisData.cpp";
-const char* const NO_RNSC = "not able to analyze RNSC test item";
+const char* const kSourceFile = "QELAnalysisData.cpp";
+const char* const kRejectedTypeMessage = "not able to analyze RNSC test item";
 
 class QELAnalysisDataValidityTest : public StoreTest {
 protected:
     static QELAnalysisData& Data() { return *QELAnalysisData::GetInstance(); }
 
-    // Whether an item with these fields, the only one of its run, is valid.
+    // Loads a run with one item, and returns whether the item can be analysed.
     static bool IsValid(const xml::Fields& fields) {
         LoadItems({fields});
         return Data().IsValid(0);
     }
 
-    // The errors of the store itself; the result store adds its own about missing keys.
-    static std::vector<LogLine> OwnErrors() {
-        std::vector<LogLine> own;
+    // Returns only the error lines of the analysis store. The result store also logs missing keys.
+    static std::vector<LogLine> GetStoreErrors() {
+        std::vector<LogLine> errors;
         for (const LogLine& line : FakeLog::Errors()) {
-            if (line.file == FILE_NAME) {
-                own.push_back(line);
+            if (line.file == kSourceFile) {
+                errors.push_back(line);
             }
         }
-        return own;
+        return errors;
+    }
+
+    static void DeleteResultStore() {
+        delete QELXmlParser::m_qelXmlParser;
+        QELXmlParser::m_qelXmlParser = nullptr;
     }
 };
 
-TEST_F(QELAnalysisDataValidityTest, IndexOutOfRangeIsRefused) {
+TEST_F(QELAnalysisDataValidityTest, RejectsIndexOutOfRange) {
     LoadItems({{{"detailed", "d"}}});
     EXPECT_FALSE(Data().IsValid(1));
     EXPECT_FALSE(Data().IsValid(UINT_MAX));
     EXPECT_THAT(FakeLog::Lines(),
-                ElementsAre(ErrorLine("index is out of range.", FILE_NAME, "IsValid"),
-                            ErrorLine("index is out of range.", FILE_NAME, "IsValid")));
+                ElementsAre(ErrorLine("index is out of range.", kSourceFile, "IsValid"),
+                            ErrorLine("index is out of range.", kSourceFile, "IsValid")));
 }
 
-TEST_F(QELAnalysisDataValidityTest, AnalysedItemIsRefused) {
+TEST_F(QELAnalysisDataValidityTest, RejectsAnalysedItem) {
     LoadItems({{{"detailed", "d"}}, {{"detailed", "d"}}});
     EXPECT_TRUE(Data().IsValid(0));
     Data().SetAnalysisData(0, "");
     FakeLog::Clear();
     EXPECT_FALSE(Data().IsValid(0));
-    EXPECT_THAT(FakeLog::Lines(),
-                ElementsAre(ErrorLine("m_IsExecutedByUser have true value", FILE_NAME, "IsValid")));
+    EXPECT_THAT(FakeLog::Lines(), ElementsAre(ErrorLine("m_IsExecutedByUser have true value",
+                                                        kSourceFile, "IsValid")));
     EXPECT_TRUE(Data().IsValid(1));
 }
 
-TEST_F(QELAnalysisDataValidityTest, MissingResultStoreIsRefused) {
+TEST_F(QELAnalysisDataValidityTest, RejectsItemWithoutResultStore) {
     LoadItems({{{"detailed", "d"}}});
     Data();
-    delete QELXmlParser::m_qelXmlParser;
-    QELXmlParser::m_qelXmlParser = nullptr;
+    DeleteResultStore();
     {
         const FailingNew failing;
         EXPECT_FALSE(Data().IsValid(0));
@@ -75,15 +79,13 @@ TEST_F(QELAnalysisDataValidityTest, MissingResultStoreIsRefused) {
     EXPECT_THAT(
         FakeLog::Lines(),
         ElementsAre(ErrorLine("failed to get instance\n", "QELXmlParser.cpp"),
-                    ErrorLine("not able to get instance of xmlParser", FILE_NAME, "IsValid")));
+                    ErrorLine("not able to get instance of xmlParser", kSourceFile, "IsValid")));
 }
 
-// The flag comes before the store.
-TEST_F(QELAnalysisDataValidityTest, AnalysedItemIsRefusedBeforeTheStoreIsAskedFor) {
+TEST_F(QELAnalysisDataValidityTest, ChecksFlagBeforeResultStore) {
     LoadItems({{{"detailed", "d"}}});
     Data().SetAnalysisData(0, "");
-    delete QELXmlParser::m_qelXmlParser;
-    QELXmlParser::m_qelXmlParser = nullptr;
+    DeleteResultStore();
     FakeLog::Clear();
     const FailingNew failing;
     EXPECT_FALSE(Data().IsValid(0));
@@ -91,31 +93,32 @@ TEST_F(QELAnalysisDataValidityTest, AnalysedItemIsRefusedBeforeTheStoreIsAskedFo
     EXPECT_THAT(FakeLog::ErrorMessages(), ElementsAre("m_IsExecutedByUser have true value"));
 }
 
-TEST_F(QELAnalysisDataValidityTest, EmptyTextsAreNone) {
+TEST_F(QELAnalysisDataValidityTest, TreatsEmptyTextsAsMissing) {
     LoadItems({{{"type", "app"}, {"detailed", "d"}, {"opcode", "5F"}}});
     Store().m_resultFailData[0]["detailed"] = "";
     Store().m_resultFailData[0]["reason"] = "";
     EXPECT_FALSE(Data().IsValid(0));
-    EXPECT_THAT(OwnErrors(), ElementsAre(ErrorLine("id=0, opcode=5f, msgcode=0", FILE_NAME)));
+    EXPECT_THAT(GetStoreErrors(),
+                ElementsAre(ErrorLine("id=0, opcode=5f, msgcode=0", kSourceFile)));
 }
 
-// The flag comes before the type, and the type before the detailed text and the codes.
-TEST_F(QELAnalysisDataValidityTest, AnalysedItemIsRefusedBeforeItsType) {
+TEST_F(QELAnalysisDataValidityTest, ChecksFlagBeforeType) {
     LoadItems({{{"type", "rnsc"}}});
     Data().SetAnalysisData(0, "");
     EXPECT_FALSE(Data().IsValid(0));
     EXPECT_THAT(FakeLog::ErrorMessages(), ElementsAre("m_IsExecutedByUser have true value"));
 }
 
-TEST_F(QELAnalysisDataValidityTest, RnscAndImageItemsAreRefusedInTheSameWords) {
+TEST_F(QELAnalysisDataValidityTest, RejectsRnscAndImageItemsWithSameMessage) {
     for (const char* type : {"rnsc", "image", "r", "i"}) {
         SCOPED_TRACE(type);
         EXPECT_FALSE(IsValid({{"type", type}, {"detailed", "d"}, {"opcode", "xyz"}}));
-        EXPECT_THAT(FakeLog::Lines(), ElementsAre(ErrorLine(NO_RNSC, FILE_NAME, "IsValid")));
+        EXPECT_THAT(FakeLog::Lines(),
+                    ElementsAre(ErrorLine(kRejectedTypeMessage, kSourceFile, "IsValid")));
     }
 }
 
-TEST_F(QELAnalysisDataValidityTest, OtherTypesDoNotMatter) {
+TEST_F(QELAnalysisDataValidityTest, AcceptsOtherTypes) {
     for (const char* type : {"bt", "wifi", "app", "", "other"}) {
         SCOPED_TRACE(type);
         EXPECT_TRUE(IsValid({{"type", type}, {"detailed", "d"}}));
@@ -123,7 +126,7 @@ TEST_F(QELAnalysisDataValidityTest, OtherTypesDoNotMatter) {
     }
 }
 
-TEST_F(QELAnalysisDataValidityTest, DetailedTextIsAcceptedWhateverTheCodes) {
+TEST_F(QELAnalysisDataValidityTest, AcceptsDetailedTextWithAnyCodes) {
     for (const char* opcode : {"50", "xyz", "80000000", ""}) {
         SCOPED_TRACE(opcode);
         EXPECT_TRUE(IsValid({{"detailed", " "}, {"opcode", opcode}, {"msgcode", "1A"}}));
@@ -131,7 +134,7 @@ TEST_F(QELAnalysisDataValidityTest, DetailedTextIsAcceptedWhateverTheCodes) {
     }
 }
 
-TEST_F(QELAnalysisDataValidityTest, ReasonIsAcceptedAfterTheMissingDetailed) {
+TEST_F(QELAnalysisDataValidityTest, AcceptsReasonWhenDetailedIsMissing) {
     Load(xml::Document(xml::Element(
         "Network", xml::Section("failedinfo", {{"type", "wifi"}, {"reason", "no AP"}}))));
     EXPECT_TRUE(Data().IsValid(0));
@@ -139,98 +142,100 @@ TEST_F(QELAnalysisDataValidityTest, ReasonIsAcceptedAfterTheMissingDetailed) {
                 ElementsAre(ErrorLine("Invalid KEY[detailed]!!\n", "QELXmlParser.cpp")));
 }
 
-// Of a network failure even the type can refuse it.
-TEST_F(QELAnalysisDataValidityTest, TypeIsAskedBeforeTheReason) {
+TEST_F(QELAnalysisDataValidityTest, ChecksTypeBeforeReason) {
     Load(xml::Document(
         xml::Element("Network", xml::Section("failedinfo", {{"type", "r"}, {"reason", "no AP"}}))));
     EXPECT_FALSE(Data().IsValid(0));
-    EXPECT_THAT(FakeLog::Lines(), ElementsAre(ErrorLine(NO_RNSC, FILE_NAME)));
+    EXPECT_THAT(FakeLog::Lines(), ElementsAre(ErrorLine(kRejectedTypeMessage, kSourceFile)));
 }
 
-TEST_F(QELAnalysisDataValidityTest, EmptyRecordIsRefused) {
+TEST_F(QELAnalysisDataValidityTest, RejectsItemWithoutFields) {
     EXPECT_FALSE(IsValid({}));
-    EXPECT_THAT(OwnErrors(),
-                ElementsAre(ErrorLine("id=0, opcode=0, msgcode=0", FILE_NAME, "IsValid")));
+    EXPECT_THAT(GetStoreErrors(),
+                ElementsAre(ErrorLine("id=0, opcode=0, msgcode=0", kSourceFile, "IsValid")));
 }
 
-TEST_F(QELAnalysisDataValidityTest, MissingOpcodeIsRefusedWithoutReadingTheMsgcode) {
+TEST_F(QELAnalysisDataValidityTest, RejectsMissingOpcodeWithoutReadingMsgcode) {
     EXPECT_FALSE(IsValid({{"type", "app"}, {"msgcode", "xyz"}}));
     EXPECT_THAT(FakeLog::Lines(),
                 ElementsAre(ErrorLine("Invalid KEY[detailed]!!\n", "QELXmlParser.cpp"),
                             ErrorLine("Invalid KEY[reason]!!\n", "QELXmlParser.cpp"),
                             ErrorLine("Invalid KEY[opcode]!!\n", "QELXmlParser.cpp"),
-                            InfoLine("id=0, strCode=", FILE_NAME),
-                            ErrorLine("id=0, opcode=0, msgcode=0", FILE_NAME)));
+                            InfoLine("id=0, strCode=", kSourceFile),
+                            ErrorLine("id=0, opcode=0, msgcode=0", kSourceFile)));
 }
 
-TEST_F(QELAnalysisDataValidityTest, MissingMsgcodeIsRefusedWithTheOpcode) {
+TEST_F(QELAnalysisDataValidityTest, RejectsMissingMsgcodeAndLogsOpcode) {
     EXPECT_FALSE(IsValid({{"type", "app"}, {"opcode", "5F"}}));
-    EXPECT_THAT(OwnErrors(), ElementsAre(ErrorLine("id=0, opcode=5f, msgcode=0", FILE_NAME)));
+    EXPECT_THAT(GetStoreErrors(),
+                ElementsAre(ErrorLine("id=0, opcode=5f, msgcode=0", kSourceFile)));
 }
 
-TEST_F(QELAnalysisDataValidityTest, EmptyCodesAreMissingCodes) {
+TEST_F(QELAnalysisDataValidityTest, TreatsEmptyCodesAsMissing) {
     EXPECT_FALSE(IsValid({{"opcode", ""}, {"msgcode", "10"}}));
-    EXPECT_THAT(OwnErrors(), ElementsAre(ErrorLine("id=0, opcode=0, msgcode=0", FILE_NAME)));
+    EXPECT_THAT(GetStoreErrors(), ElementsAre(ErrorLine("id=0, opcode=0, msgcode=0", kSourceFile)));
     EXPECT_FALSE(IsValid({{"opcode", "50"}, {"msgcode", ""}}));
-    EXPECT_THAT(OwnErrors(), ElementsAre(ErrorLine("id=0, opcode=50, msgcode=0", FILE_NAME)));
+    EXPECT_THAT(GetStoreErrors(),
+                ElementsAre(ErrorLine("id=0, opcode=50, msgcode=0", kSourceFile)));
 }
 
-TEST_F(QELAnalysisDataValidityTest, IdentifierOfTheItemIsPrinted) {
+TEST_F(QELAnalysisDataValidityTest, LogsIndexOfRejectedItem) {
     LoadItems({{{"detailed", "d"}}, {{"name", "a"}}, {{"opcode", "50"}, {"msgcode", "10"}}});
     EXPECT_FALSE(Data().IsValid(1));
     EXPECT_FALSE(Data().IsValid(2));
-    EXPECT_THAT(OwnErrors(),
-                ElementsAre(ErrorLine("id=1, opcode=0, msgcode=0", FILE_NAME),
+    EXPECT_THAT(GetStoreErrors(),
+                ElementsAre(ErrorLine("id=1, opcode=0, msgcode=0", kSourceFile),
                             ErrorLine("not able to find checkTable from list. id=2, opcode=50, "
                                       "msgcode=10",
-                                      FILE_NAME)));
+                                      kSourceFile)));
 }
 
-TEST_F(QELAnalysisDataValidityTest, PairThatIsNotBlockedIsAccepted) {
+TEST_F(QELAnalysisDataValidityTest, AcceptsPairOutsideBlockList) {
     EXPECT_TRUE(IsValid({{"type", "app"}, {"opcode", "52"}, {"msgcode", "14"}}));
-    EXPECT_THAT(OwnErrors(), IsEmpty());
-    EXPECT_THAT(FakeLog::Infos(), ElementsAre(InfoLine("id=0, strCode=52", FILE_NAME, "GetCode"),
-                                              InfoLine("id=0, retCode=52", FILE_NAME, "GetCode"),
-                                              InfoLine("id=0, strCode=14", FILE_NAME, "GetCode"),
-                                              InfoLine("id=0, retCode=14", FILE_NAME, "GetCode")));
+    EXPECT_THAT(GetStoreErrors(), IsEmpty());
+    EXPECT_THAT(FakeLog::Infos(),
+                ElementsAre(InfoLine("id=0, strCode=52", kSourceFile, "GetCode"),
+                            InfoLine("id=0, retCode=52", kSourceFile, "GetCode"),
+                            InfoLine("id=0, strCode=14", kSourceFile, "GetCode"),
+                            InfoLine("id=0, retCode=14", kSourceFile, "GetCode")));
 }
 
-TEST_F(QELAnalysisDataValidityTest, BlockedPairWithoutCheckTableIsRefused) {
+TEST_F(QELAnalysisDataValidityTest, RejectsBlockListedPairWithoutCheckTable) {
     EXPECT_FALSE(IsValid({{"type", "wifi"}, {"opcode", "50"}, {"msgcode", "1A"}}));
-    EXPECT_THAT(OwnErrors(),
+    EXPECT_THAT(GetStoreErrors(),
                 ElementsAre(ErrorLine("not able to find checkTable from list. id=0, opcode=50, "
                                       "msgcode=1a",
-                                      FILE_NAME, "IsValid")));
+                                      kSourceFile, "IsValid")));
 }
 
-TEST_F(QELAnalysisDataValidityTest, BlockedPairWithDetailedTextIsAcceptedUnread) {
+TEST_F(QELAnalysisDataValidityTest, AcceptsDetailedTextWithoutReadingCodes) {
     EXPECT_TRUE(
         IsValid({{"type", "wifi"}, {"opcode", "50"}, {"msgcode", "1A"}, {"detailed", "d"}}));
     EXPECT_THAT(FakeLog::Messages(), Not(Contains(HasSubstr("strCode"))));
 }
 
-TEST_F(QELAnalysisDataValidityTest, BlockedPairWithEmptyCheckTableIsRefusedSilently) {
+TEST_F(QELAnalysisDataValidityTest, RejectsBlockListedPairWithEmptyCheckTableSilently) {
     LoadItems({{{"opcode", "50"}, {"msgcode", "1A"}}});
     Data().m_CheckTableList[{0x50, 0x1A}] = {};
     EXPECT_FALSE(Data().IsValid(0));
-    EXPECT_THAT(OwnErrors(), IsEmpty());
+    EXPECT_THAT(GetStoreErrors(), IsEmpty());
 }
 
-TEST_F(QELAnalysisDataValidityTest, BlockedPairWithCheckTableIsAccepted) {
+TEST_F(QELAnalysisDataValidityTest, AcceptsBlockListedPairWithCheckTable) {
     LoadItems({{{"opcode", "50"}, {"msgcode", "1A"}}});
     Data().m_CheckTableList[{0x50, 0x1A}].emplace_back();
     EXPECT_TRUE(Data().IsValid(0));
-    EXPECT_THAT(OwnErrors(), IsEmpty());
+    EXPECT_THAT(GetStoreErrors(), IsEmpty());
 }
 
-TEST_F(QELAnalysisDataValidityTest, MalformedCodesLetTheirExceptionOut) {
+TEST_F(QELAnalysisDataValidityTest, ThrowsForInvalidCodes) {
     EXPECT_THROW(IsValid({{"opcode", "xyz"}, {"msgcode", "10"}}), std::invalid_argument);
     EXPECT_THROW(IsValid({{"opcode", "50"}, {"msgcode", "xyz"}}), std::invalid_argument);
     EXPECT_THROW(IsValid({{"opcode", "80000000"}, {"msgcode", "10"}}), std::out_of_range);
-    EXPECT_THAT(OwnErrors(), IsEmpty());
+    EXPECT_THAT(GetStoreErrors(), IsEmpty());
 }
 
-TEST_F(QELAnalysisDataValidityTest, AskingChangesNothing) {
+TEST_F(QELAnalysisDataValidityTest, LeavesStoreUnchanged) {
     LoadItems({{{"detailed", "d"}}, {{"opcode", "50"}, {"msgcode", "10"}}});
     for (int i = 0; i < 2; ++i) {
         EXPECT_TRUE(Data().IsValid(0));

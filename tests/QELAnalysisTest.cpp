@@ -1,4 +1,4 @@
-// QELAnalysis: the worker's body, the hand-over to the popup, and the shape of the analysis text.
+// Tests the analysis worker, the results that it stores, and the format of the analysis text.
 
 #include "QELAnalysis.h"
 
@@ -21,9 +21,11 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-const char* const FILE_NAME = "QELAnalysis.cpp";
-const char* const COMPLETED = "Analysis is completed.";
-const char* const CONFLICT = "100\t200\tA(3)\n";
+const char* const kSourceFile = "QELAnalysis.cpp";
+const char* const kCompleted = "Analysis is completed.";
+// The analysis text of item A in a run without conflicts.
+const char* const kAnalysisText = "\n100\t200\tA(3)\n\n";
+const std::chrono::seconds kTimeout(20);
 
 class QELAnalysisTest : public StoreTest {
 protected:
@@ -40,16 +42,16 @@ protected:
 
     static QELAnalysisData& Data() { return *QELAnalysisData::GetInstance(); }
 
-    // An item that ran from 100 to 200 on thread 3.
-    static xml::Fields ItemA() {
+    // Returns item A, which ran from 100 to 200 on test thread 3.
+    static xml::Fields MakeItemA() {
         return {{"name", "A"},       {"opcode", "11"},
                 {"msgcode", "22"},   {"timeAckAbsolute", "100"},
                 {"duration", "100"}, {"threadID", "3"}};
     }
 
-    // The same, but for one field.
-    static xml::Fields ItemAWith(const std::string& key, const std::string& value) {
-        xml::Fields fields = ItemA();
+    // Returns item A with one field replaced.
+    static xml::Fields MakeItemAWith(const std::string& key, const std::string& value) {
+        xml::Fields fields = MakeItemA();
         for (auto& field : fields) {
             if (field.first == key) {
                 field.second = value;
@@ -58,60 +60,60 @@ protected:
         return fields;
     }
 
-    // The popup with its flag set, as an operation that was just started leaves it.
-    static void StartPopup() {
+    // Creates the popup and sets its running flag, as the start of an analysis does.
+    static void CreateRunningPopup() {
         ASSERT_NE(QELPopupLoading::GetInstance(), nullptr);
         QELPopupLoading::SetRunningFlag(true);
         FakeLog::Clear();
     }
 
-    static std::vector<LogLine> OwnErrors() {
-        std::vector<LogLine> own;
+    // Returns only the error lines of the analysis. The result store also logs missing keys.
+    static std::vector<LogLine> GetAnalysisErrors() {
+        std::vector<LogLine> errors;
         for (const LogLine& line : FakeLog::Errors()) {
-            if (line.file == FILE_NAME) {
-                own.push_back(line);
+            if (line.file == kSourceFile) {
+                errors.push_back(line);
             }
         }
-        return own;
+        return errors;
     }
 };
 
-// The whole analysis
+// Worker
 
-TEST_F(QELAnalysisTest, TextIsStoredAndTheFlagCleared) {
-    LoadItems({ItemA()});
-    StartPopup();
+TEST_F(QELAnalysisTest, StoresTextAndClearsRunningFlag) {
+    LoadItems({MakeItemA()});
+    CreateRunningPopup();
     QELAnalysis::StartAnalyze(0);
-    EXPECT_EQ(Data().GetAnalysisData(0), std::string("\n") + CONFLICT + "\n");
+    EXPECT_EQ(Data().GetAnalysisData(0), kAnalysisText);
     EXPECT_TRUE(Data().GetExcutedByUser(0));
-    EXPECT_EQ(QELPopupLoading::m_ResultText, COMPLETED);
+    EXPECT_EQ(QELPopupLoading::m_ResultText, kCompleted);
     EXPECT_FALSE(QELPopupLoading::GetRunningFlag());
     EXPECT_TRUE(LoggedNoError());
 }
 
-// The flag is the last: who sees it cleared finds the text and the result.
-TEST_F(QELAnalysisTest, FlagIsClearedLast) {
-    LoadItems({ItemA()});
-    StartPopup();
-    std::string textThen;
-    std::string resultThen;
+// A thread that reads the cleared flag can also read the text and the result.
+TEST_F(QELAnalysisTest, ClearsRunningFlagLast) {
+    LoadItems({MakeItemA()});
+    CreateRunningPopup();
+    std::string textAtClear;
+    std::string resultAtClear;
     FakeLog::Observe([&](const LogLine& line) {
         if (line.message == "SetRunningFlag 0") {
-            textThen = Data().GetAnalysisData(0);
-            resultThen = QELPopupLoading::m_ResultText;
+            textAtClear = Data().GetAnalysisData(0);
+            resultAtClear = QELPopupLoading::m_ResultText;
         }
     });
     QELAnalysis::StartAnalyze(0);
     FakeLog::Observe(nullptr);
-    EXPECT_EQ(textThen, std::string("\n") + CONFLICT + "\n");
-    EXPECT_EQ(resultThen, COMPLETED);
+    EXPECT_EQ(textAtClear, kAnalysisText);
+    EXPECT_EQ(resultAtClear, kCompleted);
     EXPECT_EQ(FakeLog::Lines().back().message, "SetRunningFlag 0");
 }
 
-// While the analysis runs, nothing of it is to be seen.
-TEST_F(QELAnalysisTest, NothingIsStoredBeforeTheTextIsComplete) {
-    LoadItems({ItemA()});
-    StartPopup();
+TEST_F(QELAnalysisTest, StoresNothingBeforeTextIsComplete) {
+    LoadItems({MakeItemA()});
+    CreateRunningPopup();
     int codesRead = 0;
     FakeLog::Observe([&](const LogLine& line) {
         if (line.message == "id=0, retCode=22") {
@@ -123,96 +125,99 @@ TEST_F(QELAnalysisTest, NothingIsStoredBeforeTheTextIsComplete) {
     });
     QELAnalysis::StartAnalyze(0);
     FakeLog::Observe(nullptr);
-    // By the engine, by the conflict analysis, and there as one of all items.
+    // m_Analyze reads the msgcode once. The conflict analysis reads the msgcode of the analysed
+    // item and of all items.
     EXPECT_EQ(codesRead, 3);
 }
 
-TEST_F(QELAnalysisTest, OnlyTheItemAskedForIsAnalysed) {
-    LoadItems({ItemAWith("name", "B"), ItemA()});
-    StartPopup();
+TEST_F(QELAnalysisTest, AnalysesOnlyRequestedItem) {
+    LoadItems({MakeItemAWith("name", "B"), MakeItemA()});
+    CreateRunningPopup();
     QELAnalysis::StartAnalyze(1);
     EXPECT_EQ(Data().GetAnalysisData(0), "");
     EXPECT_FALSE(Data().GetExcutedByUser(0));
-    EXPECT_EQ(Data().GetAnalysisData(1), std::string("\n") + CONFLICT + "\n");
+    EXPECT_EQ(Data().GetAnalysisData(1), kAnalysisText);
 }
 
-TEST_F(QELAnalysisTest, UnknownItemStoresNothingButIsReportedDone) {
-    LoadItems({ItemA()});
-    StartPopup();
+TEST_F(QELAnalysisTest, ReportsCompletionForUnknownItem) {
+    LoadItems({MakeItemA()});
+    CreateRunningPopup();
     QELAnalysis::StartAnalyze(7);
-    EXPECT_THAT(OwnErrors(), ElementsAre(ErrorLine("indexOfAnalysisItem=7, opcode=0, msgcode=0",
-                                                   FILE_NAME, "m_Analyze")));
+    EXPECT_THAT(GetAnalysisErrors(),
+                ElementsAre(ErrorLine("indexOfAnalysisItem=7, opcode=0, msgcode=0", kSourceFile,
+                                      "m_Analyze")));
     EXPECT_FALSE(Data().GetExcutedByUser(0));
-    EXPECT_EQ(QELPopupLoading::m_ResultText, COMPLETED);
+    EXPECT_EQ(QELPopupLoading::m_ResultText, kCompleted);
     EXPECT_FALSE(QELPopupLoading::GetRunningFlag());
 }
 
-TEST_F(QELAnalysisTest, BlockedPairIsAnalysedToTwoLineFeeds) {
-    LoadItems({{{"opcode", "50"}, {"msgcode", "10"}}, ItemA()});
-    StartPopup();
+TEST_F(QELAnalysisTest, StoresTwoLineFeedsForBlockListedPair) {
+    LoadItems({{{"opcode", "50"}, {"msgcode", "10"}}, MakeItemA()});
+    CreateRunningPopup();
     QELAnalysis::StartAnalyze(0);
     EXPECT_EQ(Data().GetAnalysisData(0), "\n\n");
-    EXPECT_EQ(QELPopupLoading::m_ResultText, COMPLETED);
+    EXPECT_EQ(QELPopupLoading::m_ResultText, kCompleted);
 }
 
-TEST_F(QELAnalysisTest, FailedConflictAnalysisGivesTwoLineFeeds) {
-    LoadItems({ItemAWith("threadID", "x")});
-    StartPopup();
+TEST_F(QELAnalysisTest, StoresTwoLineFeedsAfterFailedConflictAnalysis) {
+    LoadItems({MakeItemAWith("threadID", "x")});
+    CreateRunningPopup();
     QELAnalysis::StartAnalyze(0);
     EXPECT_EQ(Data().GetAnalysisData(0), "\n\n");
     EXPECT_TRUE(Data().GetExcutedByUser(0));
-    EXPECT_EQ(QELPopupLoading::m_ResultText, COMPLETED);
+    EXPECT_EQ(QELPopupLoading::m_ResultText, kCompleted);
     EXPECT_FALSE(QELPopupLoading::GetRunningFlag());
 }
 
-TEST_F(QELAnalysisTest, MissingOrEmptyOpcodeStoresAnEmptyText) {
+TEST_F(QELAnalysisTest, StoresEmptyTextForMissingOrEmptyOpcode) {
     for (const xml::Fields& fields :
-         {xml::Fields{{"msgcode", "22"}, {"detailed", "d"}}, ItemAWith("opcode", "")}) {
-        SetUp();
+         {xml::Fields{{"msgcode", "22"}, {"detailed", "d"}}, MakeItemAWith("opcode", "")}) {
+        singletons::ResetPopup();
         LoadItems({fields});
-        StartPopup();
+        CreateRunningPopup();
         QELAnalysis::StartAnalyze(0);
         EXPECT_EQ(Data().GetAnalysisData(0), "");
         EXPECT_TRUE(Data().GetExcutedByUser(0));
-        EXPECT_EQ(QELPopupLoading::m_ResultText, COMPLETED);
+        EXPECT_EQ(QELPopupLoading::m_ResultText, kCompleted);
         EXPECT_FALSE(QELPopupLoading::GetRunningFlag());
-        EXPECT_THAT(OwnErrors(), ElementsAre(ErrorLine("indexOfAnalysisItem=0, opcode=0, msgcode=0",
-                                                       FILE_NAME, "m_Analyze")));
+        EXPECT_THAT(GetAnalysisErrors(),
+                    ElementsAre(ErrorLine("indexOfAnalysisItem=0, opcode=0, msgcode=0", kSourceFile,
+                                          "m_Analyze")));
     }
 }
 
-TEST_F(QELAnalysisTest, MissingMsgcodeIsReportedWithTheOpcode) {
+TEST_F(QELAnalysisTest, LogsOpcodeWhenMsgcodeIsMissing) {
     LoadItems({{{"opcode", "5F"}}});
     EXPECT_EQ(QELAnalysis::m_Analyze(0), "");
-    EXPECT_THAT(OwnErrors(),
-                ElementsAre(ErrorLine("indexOfAnalysisItem=0, opcode=5f, msgcode=0", FILE_NAME)));
+    EXPECT_THAT(GetAnalysisErrors(),
+                ElementsAre(ErrorLine("indexOfAnalysisItem=0, opcode=5f, msgcode=0", kSourceFile)));
 }
 
-TEST_F(QELAnalysisTest, MsgcodeIsNotReadAfterAMissingOpcode) {
+TEST_F(QELAnalysisTest, SkipsMsgcodeAfterMissingOpcode) {
     LoadItems({{{"msgcode", "xyz"}}});
     EXPECT_EQ(QELAnalysis::m_Analyze(0), "");
     EXPECT_EQ(FakeLog::Count("Invalid KEY[opcode]!!\n"), 1);
     EXPECT_EQ(FakeLog::Count("id=0, strCode=xyz"), 0);
 }
 
-TEST_F(QELAnalysisTest, NetworkFailureIsAnalysedToAnEmptyText) {
+TEST_F(QELAnalysisTest, StoresEmptyTextForNetworkFailure) {
     Load(xml::Document(xml::Element(
         "Network", xml::Section("failedinfo", {{"type", "wifi"}, {"reason", "no AP"}}))));
-    StartPopup();
+    CreateRunningPopup();
     ASSERT_TRUE(Data().IsValid(0));
     FakeLog::Clear();
     QELAnalysis::StartAnalyze(0);
     EXPECT_EQ(Data().GetAnalysisData(0), "");
     EXPECT_TRUE(Data().GetExcutedByUser(0));
-    EXPECT_THAT(OwnErrors(),
-                ElementsAre(ErrorLine("indexOfAnalysisItem=0, opcode=0, msgcode=0", FILE_NAME)));
+    EXPECT_THAT(GetAnalysisErrors(),
+                ElementsAre(ErrorLine("indexOfAnalysisItem=0, opcode=0, msgcode=0", kSourceFile)));
 }
 
-// What can be missing
+// Missing stores and popup
 
-TEST_F(QELAnalysisTest, WithoutAnalysisStoreItReturnsSilentlyWithTheFlagSet) {
-    LoadItems({ItemA()});
-    StartPopup();
+TEST_F(QELAnalysisTest, KeepsRunningFlagWithoutAnalysisStore) {
+    LoadItems({MakeItemA()});
+    CreateRunningPopup();
     {
         const FailingNew failing;
         QELAnalysis::StartAnalyze(0);
@@ -223,16 +228,15 @@ TEST_F(QELAnalysisTest, WithoutAnalysisStoreItReturnsSilentlyWithTheFlagSet) {
     EXPECT_EQ(QELPopupLoading::m_ResultText, "");
 }
 
-// The store is asked for first.
-TEST_F(QELAnalysisTest, WithoutAnalysisStoreAndPopupItIsSilent) {
+TEST_F(QELAnalysisTest, ChecksAnalysisStoreBeforePopup) {
     const FailingNew failing;
     QELAnalysis::StartAnalyze(0);
     EXPECT_TRUE(failing.HasFailed());
     EXPECT_THAT(FakeLog::Lines(), IsEmpty());
 }
 
-TEST_F(QELAnalysisTest, WithoutPopupTheItemStaysUnanalysed) {
-    LoadItems({ItemA()});
+TEST_F(QELAnalysisTest, LeavesItemUnanalysedWithoutPopup) {
+    LoadItems({MakeItemA()});
     Data();
     {
         const FailingNew failing;
@@ -240,13 +244,13 @@ TEST_F(QELAnalysisTest, WithoutPopupTheItemStaysUnanalysed) {
         EXPECT_TRUE(failing.HasFailed());
     }
     EXPECT_THAT(FakeLog::Lines(),
-                ElementsAre(ErrorLine("popupLoading is NULL", FILE_NAME, "StartAnalyze")));
+                ElementsAre(ErrorLine("popupLoading is NULL", kSourceFile, "StartAnalyze")));
     EXPECT_EQ(Data().GetAnalysisData(0), "");
     EXPECT_FALSE(Data().GetExcutedByUser(0));
 }
 
-TEST_F(QELAnalysisTest, EngineWithoutAnalysisStoreGivesAnEmptyTextSilently) {
-    LoadItems({ItemA()});
+TEST_F(QELAnalysisTest, ReturnsEmptyTextSilentlyWithoutAnalysisStore) {
+    LoadItems({MakeItemA()});
     const FailingNew failing;
     EXPECT_EQ(QELAnalysis::m_Analyze(0), "");
     EXPECT_TRUE(failing.HasFailed());
@@ -255,40 +259,41 @@ TEST_F(QELAnalysisTest, EngineWithoutAnalysisStoreGivesAnEmptyTextSilently) {
 
 // Check tables
 
-TEST_F(QELAnalysisTest, SettingConfigRecordsAddOneLineEach) {
-    LoadItems({ItemA()});
+TEST_F(QELAnalysisTest, AddsOneLinePerSettingConfigRecord) {
+    LoadItems({MakeItemA()});
     Data().m_CheckTableList[{0x11, 0x22}] = {
         {CHECK_TYPE_SETTING_CONFIG, 0, {}, {}, {}, {}, "one"},
         {0, 0, {}, {}, {}, {}, "skipped"},
         {2, 0, {}, {}, {}, {}, "skipped"},
         {CHECK_TYPE_SETTING_CONFIG, 9, {1}, {}, {}, {}, "two"}};
-    EXPECT_EQ(QELAnalysis::m_Analyze(0), std::string("\n") + "\n\n" + CONFLICT + "\n");
-    EXPECT_THAT(OwnErrors(), IsEmpty());
+    // Each of the two setting records adds an empty line.
+    EXPECT_EQ(QELAnalysis::m_Analyze(0), std::string("\n\n") + kAnalysisText);
+    EXPECT_THAT(GetAnalysisErrors(), IsEmpty());
 }
 
-TEST_F(QELAnalysisTest, CheckTablesOfOtherPairsDoNotCount) {
-    LoadItems({ItemA()});
+TEST_F(QELAnalysisTest, IgnoresCheckTablesOfOtherPairs) {
+    LoadItems({MakeItemA()});
     Data().m_CheckTableList[{0x22, 0x11}] = {{CHECK_TYPE_SETTING_CONFIG, 0, {}, {}, {}, {}, ""}};
-    EXPECT_EQ(QELAnalysis::m_Analyze(0), std::string("\n") + CONFLICT + "\n");
+    EXPECT_EQ(QELAnalysis::m_Analyze(0), kAnalysisText);
 }
 
-TEST_F(QELAnalysisTest, SettingConfigSaysNothingYet) {
+TEST_F(QELAnalysisTest, ReturnsEmptyTextForSettingConfig) {
     EXPECT_EQ(QELAnalysis::m_AnalyzeSettingConfig(0x50, 0x10, {1, {2}, {3}, {4}, {5}, "text"}), "");
     EXPECT_THAT(FakeLog::Lines(), IsEmpty());
 }
 
-// Conversion errors of the item's own codes
+// Conversion errors of the own codes
 
-TEST_F(QELAnalysisTest, MalformedCodeLeavesTheAnalysis) {
-    LoadItems({ItemAWith("opcode", "xyz"), ItemAWith("msgcode", "80000000")});
+TEST_F(QELAnalysisTest, ThrowsForInvalidCode) {
+    LoadItems({MakeItemAWith("opcode", "xyz"), MakeItemAWith("msgcode", "80000000")});
     EXPECT_THROW(QELAnalysis::m_Analyze(0), std::invalid_argument);
     EXPECT_THROW(QELAnalysis::m_Analyze(1), std::out_of_range);
-    EXPECT_THAT(OwnErrors(), IsEmpty());
+    EXPECT_THAT(GetAnalysisErrors(), IsEmpty());
 }
 
-TEST_F(QELAnalysisTest, MalformedCodeLeavesTheWorkerWithNothingStored) {
-    LoadItems({ItemAWith("msgcode", "xyz")});
-    StartPopup();
+TEST_F(QELAnalysisTest, StoresNothingWhenCodeIsInvalid) {
+    LoadItems({MakeItemAWith("msgcode", "xyz")});
+    CreateRunningPopup();
     EXPECT_THROW(QELAnalysis::StartAnalyze(0), std::invalid_argument);
     EXPECT_FALSE(Data().GetExcutedByUser(0));
     EXPECT_EQ(QELPopupLoading::m_ResultText, "");
@@ -297,11 +302,11 @@ TEST_F(QELAnalysisTest, MalformedCodeLeavesTheWorkerWithNothingStored) {
 
 using QELAnalysisDeathTest = QELAnalysisTest;
 
-// An exception that leaves a thread's function ends the process.
-TEST_F(QELAnalysisDeathTest, MalformedCodeEndsTheProcess) {
+// An exception that leaves the function of a thread aborts the process.
+TEST_F(QELAnalysisDeathTest, AbortsProcessForInvalidCode) {
     testing::FLAGS_gtest_death_test_style = "threadsafe";
-    LoadItems({ItemAWith("opcode", "xyz"), ItemAWith("opcode", "80000000")});
-    StartPopup();
+    LoadItems({MakeItemAWith("opcode", "xyz"), MakeItemAWith("opcode", "80000000")});
+    CreateRunningPopup();
     for (const auto& [id, type] :
          {std::make_pair(0U, "invalid_argument"), std::make_pair(1U, "out_of_range")}) {
         EXPECT_EXIT(std::thread(QELAnalysis::StartAnalyze, id).join(),
@@ -311,35 +316,34 @@ TEST_F(QELAnalysisDeathTest, MalformedCodeEndsTheProcess) {
 
 // Threads
 
-// As the popup's timer does it: the text is read only once the flag is seen cleared.
-TEST_F(QELAnalysisTest, TextIsPublishedByTheFlag) {
-    LoadItems({ItemA()});
+// Like the popup timer, the test reads the text without a lock after the flag is cleared.
+TEST_F(QELAnalysisTest, PublishesTextThroughRunningFlag) {
+    LoadItems({MakeItemA()});
     Data();
-    StartPopup();
+    CreateRunningPopup();
     std::thread(QELAnalysis::StartAnalyze, 0U).detach();
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+    const auto deadline = std::chrono::steady_clock::now() + kTimeout;
     while (QELPopupLoading::GetRunningFlag() && std::chrono::steady_clock::now() < deadline) {
         std::this_thread::yield();
     }
     ASSERT_FALSE(QELPopupLoading::GetRunningFlag());
-    EXPECT_EQ(Data().GetAnalysisData(0), std::string("\n") + CONFLICT + "\n");
+    EXPECT_EQ(Data().GetAnalysisData(0), kAnalysisText);
     EXPECT_TRUE(Data().GetExcutedByUser(0));
-    EXPECT_EQ(QELPopupLoading::m_ResultText, COMPLETED);
+    EXPECT_EQ(QELPopupLoading::m_ResultText, kCompleted);
 }
 
-// The screens may ask the result store while the worker reads it.
-TEST_F(QELAnalysisTest, ResultStoreMayBeReadMeanwhile) {
-    std::vector<xml::Fields> items(200, ItemA());
+TEST_F(QELAnalysisTest, AllowsResultStoreReadsDuringAnalysis) {
+    std::vector<xml::Fields> items(200, MakeItemA());
     LoadItems(items);
     Data();
-    StartPopup();
+    CreateRunningPopup();
     std::thread worker(QELAnalysis::StartAnalyze, 0U);
     for (unsigned int i = 0; i < 100; ++i) {
         EXPECT_EQ(Store().GetResult(i, "name"), "A");
         EXPECT_EQ(Store().GetNumOfResult(), 200U);
     }
     worker.join();
-    EXPECT_EQ(Data().GetAnalysisData(0), std::string("\n") + CONFLICT + "\n");
+    EXPECT_EQ(Data().GetAnalysisData(0), kAnalysisText);
 }
 
 }  // namespace
