@@ -1,5 +1,5 @@
-// The example in docs/result-format.md, read by the real parser: a reader may rely on every line of
-// it.
+// What docs/result-format.md states about values, checked with the real parser: its example, and
+// elements without content.
 
 #include <gtest/gtest.h>
 
@@ -9,6 +9,7 @@
 #include <map>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "QELAnalysis.h"
 #include "QELAnalysisData.h"
@@ -20,11 +21,10 @@
 
 namespace {
 
-// The fenced blocks of the document: what stands behind the fence, and the lines in between.
+// The fenced blocks of the document: the text after the fence, and the lines of the block.
 std::map<std::string, std::string> ReadBlocks() {
     std::map<std::string, std::string> blocks;
     std::ifstream document(QUORVEL_RESULT_FORMAT);
-    EXPECT_TRUE(document) << QUORVEL_RESULT_FORMAT;
     std::string* block = nullptr;
     for (std::string line; std::getline(document, line);) {
         if (line.rfind("```", 0) == 0) {
@@ -37,18 +37,17 @@ std::map<std::string, std::string> ReadBlocks() {
 }
 
 std::string RowText(unsigned int index) {
-    // NOLINTNEXTLINE(performance-no-int-to-ptr): that is what a row carries
+    // NOLINTNEXTLINE(performance-no-int-to-ptr): a row carries an index in the pointer's value
     void* row = reinterpret_cast<void*>(static_cast<std::uintptr_t>(index));
     const std::unique_ptr<char, decltype(&std::free)> text(
         QELItemList::m_GetItemText(row, nullptr, "elm.text"), std::free);
-    return text ? text.get() : "(none)";
+    return text ? text.get() : "(null)";
 }
 
-// Plain text of markup of which line breaks and one leading tag are all that occurs.
+// The text of the markup, which has one leading tag and line breaks.
 std::string PlainText(std::string markup) {
     markup.erase(0, markup.find('>') + 1);
-    const std::map<std::string, std::string> entities = {
-        {"<br/>", "\n"}, {"&gt;", ">"}, {"&lt;", "<"}, {"&amp;", "&"}};
+    const std::map<std::string, std::string> entities = {{"<br/>", "\n"}, {"&gt;", ">"}};
     for (const auto& [entity, text] : entities) {
         for (auto at = markup.find(entity); at != std::string::npos; at = markup.find(entity)) {
             markup.replace(at, entity.length(), text);
@@ -57,7 +56,7 @@ std::string PlainText(std::string markup) {
     return markup;
 }
 
-// Without the empty lines that set a part of the detail off from the next one.
+// Without the empty lines that separate the parts of the detail text.
 std::string Trimmed(const std::string& text) {
     const auto first = text.find_first_not_of('\n');
     const auto last = text.find_last_not_of('\n');
@@ -68,19 +67,11 @@ class ResultFormatTest : public StoreTest {
 protected:
     void SetUp() override {
         StoreTest::SetUp();
-        m_blocks = ReadBlocks();
-        PrivateData::WriteRnsc(Block("xml qelRnscXml.xml"));
-        PrivateData::WriteMain(Block("xml qelXml.xml"));
+        PrivateData::WriteRnsc(m_Blocks.at("xml qelRnscXml.xml"));
+        PrivateData::WriteMain(m_Blocks.at("xml qelXml.xml"));
         ASSERT_TRUE(Store().ParseFile());
     }
 
-    std::string Block(const std::string& name) const {
-        const auto block = m_blocks.find(name);
-        EXPECT_NE(block, m_blocks.end()) << "no block: " << name;
-        return block == m_blocks.end() ? "" : block->second;
-    }
-
-    // The index of the failed item of that name.
     static unsigned int IndexOf(const std::string& name) {
         unsigned int index = 0;
         while (index < Store().GetNumOfResult() && Store().GetResult(index, "name") != name) {
@@ -89,39 +80,44 @@ protected:
         return index;
     }
 
-    static std::string DetailOf(const std::string& name) {
-        return Trimmed(PlainText(QELItemDetailView::m_GetMarkupResultText(IndexOf(name))));
-    }
-
-private:
-    std::map<std::string, std::string> m_blocks;
+    std::map<std::string, std::string> m_Blocks = ReadBlocks();
 };
 
-TEST_F(ResultFormatTest, ListsTheRows) {
+TEST_F(ResultFormatTest, ListsRowsOfTheExample) {
     std::string rows;
     for (unsigned int i = 0; i < Store().GetNumOfResult(); ++i) {
         rows += RowText(i) + "\n";
     }
-    EXPECT_EQ(rows, Block("text rows"));
+    EXPECT_EQ(rows, m_Blocks.at("text rows"));
 }
 
-TEST_F(ResultFormatTest, FillsThePanels) {
-    EXPECT_EQ(Store().GetSummary() + Store().GetNetworkInfo(), Block("text left panel"));
-    EXPECT_EQ(Store().GetInformation(), Block("text right panel"));
+TEST_F(ResultFormatTest, FillsPanelsOfTheExample) {
+    EXPECT_EQ(Store().GetSummary() + Store().GetNetworkInfo(), m_Blocks.at("text left panel"));
+    EXPECT_EQ(Store().GetInformation(), m_Blocks.at("text right panel"));
 }
 
-TEST_F(ResultFormatTest, ShowsTheDetail) {
+TEST_F(ResultFormatTest, ShowsDetailTextsOfTheExample) {
     for (const std::string name : {"Panel pattern", "Tuner lock"}) {
-        EXPECT_EQ(DetailOf(name), Block("text detail of " + name));
+        EXPECT_EQ(Trimmed(PlainText(QELItemDetailView::m_GetMarkupResultText(IndexOf(name)))),
+                  m_Blocks.at("text detail of " + name));
     }
 }
 
-TEST_F(ResultFormatTest, Analyses) {
+TEST_F(ResultFormatTest, ListsConflictsOfTheExample) {
     const unsigned int index = IndexOf("Tuner lock");
     ASSERT_TRUE(QELAnalysisData::GetInstance()->IsValid(index));
     EXPECT_EQ(
         Trimmed(Store().GetResult(index, "detailed")) + Trimmed(QELAnalysis::m_Analyze(index)),
-        Block("text analysis of Tuner lock"));
+        m_Blocks.at("text analysis of Tuner lock"));
+}
+
+TEST_F(ResultFormatTest, StoresEmptyCdataAsValueButNoEmptyElement) {
+    PrivateData::Clean();
+    Load(
+        "<r><FAnetTest><test><type><![CDATA[]]></type><name></name><spec/>"
+        "<measure><!-- comment --></measure></test></FAnetTest></r>");
+    EXPECT_EQ(Store().GetResultData(), std::vector<ResultItem>({{{"type", ""}}}));
+    EXPECT_EQ(Store().GetResultType(0), RESULT_TYPE_APP);
 }
 
 }  // namespace
