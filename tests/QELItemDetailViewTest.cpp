@@ -2,6 +2,7 @@
 
 #include <Elementary.h>
 
+#include <cstdlib>
 #include <string>
 #include <vector>
 
@@ -16,10 +17,11 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::Not;
 
-const char* const SOURCE = "QELItemDetailView.cpp";
-const std::string RESULT = "<align=left left_margin=20 wrap=char font_size=15>";
-const std::string RED = "<align=left left_margin=20 wrap=char font_size=15 color=#FF0000>";
-const std::string ORANGE = "<align=left left_margin=20 wrap=char font_size=15 color=#FF8000>";
+const char* const kSource = "QELItemDetailView.cpp";
+const std::string kResultPrefix = "<align=left left_margin=20 wrap=char font_size=15>";
+const std::string kRedPrefix = "<align=left left_margin=20 wrap=char font_size=15 color=#FF0000>";
+const std::string kOrangePrefix =
+    "<align=left left_margin=20 wrap=char font_size=15 color=#FF8000>";
 
 bool IsRed(const Colour& colour) {
     return colour.red > 180 && colour.green < 80 && colour.blue < 80;
@@ -29,7 +31,7 @@ bool IsOrange(const Colour& colour) {
     return colour.red > 180 && colour.green > 90 && colour.green < 170 && colour.blue < 80;
 }
 
-// The text colour of the toolkit's own theme on its dark background.
+// The toolkit's default theme draws light text on a dark background.
 bool IsLight(const Colour& colour) {
     return colour.red > 110 && colour.green > 110 && colour.blue > 110;
 }
@@ -45,13 +47,13 @@ protected:
     }
 
     void Create() {
-        m_view.Create(&ad);
+        m_View.Create(&ad);
         Screen::Settle(ad.win);
     }
 
-    // With the list, and the focus signal connected as the main window does it.
+    // Also creates the list and the analysis store. Connects the focus signal as QELWindow does.
     void CreateWithList() {
-        m_list.Create(&ad);
+        m_List.Create(&ad);
         Create();
         evas_object_smart_callback_add(ad.itemList, "item,focused", QELItemDetailView::UpdateText,
                                        &ad);
@@ -63,31 +65,33 @@ protected:
     void Update(unsigned int index) { QELItemDetailView::UpdateText(&ad, ad.itemList, Row(index)); }
 
     std::string Text() const { return TextOf(ad.detailLabel); }
-    static int Alpha() { return Screen::ColourOf(QELItemDetailView::m_bgItemDetailView).back(); }
+    static int PanelAlpha() {
+        return Screen::ColourOf(QELItemDetailView::m_bgItemDetailView).back();
+    }
 
-    QELItemDetailView m_view;
-    QELItemList m_list;
+    QELItemDetailView m_View;
+    QELItemList m_List;
 };
 
 // --- create
 
-TEST_F(QELItemDetailViewTest, ConstructorClearsBothMembers) {
+TEST_F(QELItemDetailViewTest, ClearsBothMembersOnConstruction) {
     QELItemDetailView::m_bgItemDetailView = evas_object_rectangle_add(evas_object_evas_get(ad.win));
     const QELItemDetailView view;
     EXPECT_EQ(view.m_scrollerItemDetailView, nullptr);
     EXPECT_EQ(QELItemDetailView::m_bgItemDetailView, nullptr);
 }
 
-TEST_F(QELItemDetailViewTest, CreateWithoutRecordDoesNothing) {
-    ExpectRecordIsNeeded(m_view, &QELItemDetailView::Create, "Create", SOURCE);
-    EXPECT_EQ(m_view.m_scrollerItemDetailView, nullptr);
+TEST_F(QELItemDetailViewTest, RejectsCreateWithoutAppData) {
+    ExpectRecordIsNeeded(m_View, &QELItemDetailView::Create, "Create", kSource);
+    EXPECT_EQ(m_View.m_scrollerItemDetailView, nullptr);
 }
 
-TEST_F(QELItemDetailViewTest, CreateBuildsAndPlacesInThisOrder) {
-    m_view.Create(&ad);
+TEST_F(QELItemDetailViewTest, CreatesAndPlacesWidgetsInOrder) {
+    m_View.Create(&ad);
     ToolkitCalls::Names names = Names();
     names.insert({{QELItemDetailView::m_bgItemDetailView, "background"},
-                  {m_view.m_scrollerItemDetailView, "scroller"}});
+                  {m_View.m_scrollerItemDetailView, "scroller"}});
     EXPECT_THAT(ToolkitCalls::Take(names),
                 ElementsAre("evas_object_rectangle_add(background, canvas)",         //
                             "evas_object_color_set(background, 255, 255, 255, 20)",  //
@@ -103,25 +107,25 @@ TEST_F(QELItemDetailViewTest, CreateBuildsAndPlacesInThisOrder) {
                             "elm_object_focus_allow_set(detailLabel, 1)"));
 }
 
-TEST_F(QELItemDetailViewTest, HintIsSetBeforeAnythingIsShown) {
+TEST_F(QELItemDetailViewTest, SetsHintBeforeShowingWidgets) {
     int shown = -1;
     ToolkitCalls::OnCall("elm_object_part_text_set",
                          [&shown] { shown = ToolkitCalls::Count("evas_object_show"); });
-    m_view.Create(&ad);
+    m_View.Create(&ad);
     EXPECT_EQ(shown, 0);
 }
 
-TEST_F(QELItemDetailViewTest, EveryStartWritesTheLocationErrorOfTheLabel) {
+TEST_F(QELItemDetailViewTest, LogsLocationErrorOfLabelOnEveryCreate) {
     Create();
     EXPECT_THAT(
         FakeLog::Lines(),
-        ElementsAre(ErrorLine("there is no information about table location", SOURCE, "m_Show"),
-                    InfoLine("done Create", SOURCE, "Create")));
+        ElementsAre(ErrorLine("there is no information about table location", kSource, "m_Show"),
+                    InfoLine("done Create", kSource, "Create")));
 }
 
-TEST_F(QELItemDetailViewTest, LabelLiesInTheScrollerAndTakesTheFocus) {
+TEST_F(QELItemDetailViewTest, PlacesFocusableLabelInScroller) {
     Create();
-    EXPECT_EQ(elm_object_content_get(m_view.m_scrollerItemDetailView), ad.detailLabel);
+    EXPECT_EQ(elm_object_content_get(m_View.m_scrollerItemDetailView), ad.detailLabel);
     EXPECT_FALSE(Screen::IsPacked(ad.table, ad.detailLabel));
     EXPECT_TRUE(IsVisible(ad.detailLabel));
     EXPECT_TRUE(elm_object_focus_allow_get(ad.detailLabel));
@@ -134,28 +138,28 @@ TEST_F(QELItemDetailViewTest, LabelLiesInTheScrollerAndTakesTheFocus) {
     EXPECT_DOUBLE_EQ(y, 1.0);
 }
 
-TEST_F(QELItemDetailViewTest, ScrollerHasItsStyle) {
+TEST_F(QELItemDetailViewTest, SetsScrollerStyle) {
     Create();
-    EXPECT_STREQ(elm_object_style_get(m_view.m_scrollerItemDetailView), "c_scrollbar_list");
+    EXPECT_STREQ(elm_object_style_get(m_View.m_scrollerItemDetailView), "c_scrollbar_list");
 }
 
-TEST_F(QELItemDetailViewTest, PanelLiesInItsCellOverItsBackground) {
+TEST_F(QELItemDetailViewTest, PlacesScrollerOverBackgroundInSameCell) {
     Create();
     Evas_Object* background = QELItemDetailView::m_bgItemDetailView;
     EXPECT_EQ(Screen::CellOf(background), (Cell{1, 3, 2, 4}));
-    EXPECT_EQ(Screen::CellOf(m_view.m_scrollerItemDetailView), (Cell{1, 3, 2, 4}));
-    EXPECT_EQ(Screen::AreaOf(background), Screen::AreaOf(m_view.m_scrollerItemDetailView));
+    EXPECT_EQ(Screen::CellOf(m_View.m_scrollerItemDetailView), (Cell{1, 3, 2, 4}));
+    EXPECT_EQ(Screen::AreaOf(background), Screen::AreaOf(m_View.m_scrollerItemDetailView));
     EXPECT_THAT(Screen::PackedIn(ad.table),
-                ElementsAre(background, m_view.m_scrollerItemDetailView));
+                ElementsAre(background, m_View.m_scrollerItemDetailView));
     EXPECT_THAT(Screen::ColourOf(background), ElementsAre(20, 20, 20, 20));
 }
 
-TEST_F(QELItemDetailViewTest, OtherLocationsAreShownButNotPlaced) {
+TEST_F(QELItemDetailViewTest, ShowsWithoutPlacingAtOtherLocations) {
     Create();
-    ExpectShownButNotPlaced(m_view, {0, 1, 2, 3, 4, 5, 7, 8, 9}, SOURCE);
+    ExpectShownButNotPlaced(m_View, {0, 1, 2, 3, 4, 5, 7, 8, 9}, kSource);
 }
 
-TEST_F(QELItemDetailViewTest, LongTextScrollsByItsStep) {
+TEST_F(QELItemDetailViewTest, ScrollsLongTextByOneStep) {
     ResultItem item = ItemOfType("rnsc", "A");
     for (int i = 0; i < 200; ++i) {
         item["detailed"] += "line;";
@@ -168,7 +172,7 @@ TEST_F(QELItemDetailViewTest, LongTextScrollsByItsStep) {
     Screen::Press(ad.win, "Down");
     const auto scrolled = [this] {
         int y = 0;
-        elm_scroller_region_get(m_view.m_scrollerItemDetailView, nullptr, &y, nullptr, nullptr);
+        elm_scroller_region_get(m_View.m_scrollerItemDetailView, nullptr, &y, nullptr, nullptr);
         return y;
     };
     EXPECT_TRUE(Screen::PumpUntil([&scrolled] { return scrolled() == 100; })) << scrolled();
@@ -176,7 +180,7 @@ TEST_F(QELItemDetailViewTest, LongTextScrollsByItsStep) {
 
 // --- hints
 
-TEST_F(QELItemDetailViewTest, HintWithoutFailedItems) {
+TEST_F(QELItemDetailViewTest, ShowsHintWithoutFailedItems) {
     AddPassed(ItemOfType("bt", "passed"));
     Create();
     EXPECT_EQ(Text(),
@@ -184,7 +188,7 @@ TEST_F(QELItemDetailViewTest, HintWithoutFailedItems) {
               "</align></font_size></color>");
 }
 
-TEST_F(QELItemDetailViewTest, HintBeforeARowIsFocused) {
+TEST_F(QELItemDetailViewTest, ShowsHintBeforeRowIsFocused) {
     AddFailed(ItemOfType("bt", "A"));
     Create();
     EXPECT_EQ(Text(),
@@ -192,7 +196,7 @@ TEST_F(QELItemDetailViewTest, HintBeforeARowIsFocused) {
               "Please choose items by pressing Up/Down keys.</align></font_size></color>");
 }
 
-TEST_F(QELItemDetailViewTest, HintIsSeenCentredInThePanel) {
+TEST_F(QELItemDetailViewTest, CentresHintInPanel) {
     AddFailed(ItemOfType("bt", "A"));
     Create();
     const Picture picture = Screen::Render(ad.win);
@@ -206,9 +210,9 @@ TEST_F(QELItemDetailViewTest, HintIsSeenCentredInThePanel) {
     EXPECT_LT(std::abs(left - right), left / 2);
 }
 
-// --- the result's own text
+// --- result text
 
-TEST_F(QELItemDetailViewTest, BtItemShowsItsWholeText) {
+TEST_F(QELItemDetailViewTest, ShowsWholeTextOfBtItem) {
     ResultItem item = ItemOfType("bt", "A");
     item["connection"] = "paired";
     item["duration"] = "3";
@@ -216,74 +220,75 @@ TEST_F(QELItemDetailViewTest, BtItemShowsItsWholeText) {
     AddFailed(item);
     CreateWithList();
     Update(0);
-    EXPECT_EQ(Text(), RESULT + "type=bt<br/>connection=paired<br/>duration=3<br/><br/>" + ORANGE);
+    EXPECT_EQ(Text(), kResultPrefix + "type=bt<br/>connection=paired<br/>duration=3<br/><br/>" +
+                          kOrangePrefix);
     EXPECT_TRUE(IsVisible(ad.detailLabel));
 }
 
-TEST_F(QELItemDetailViewTest, RnscItemShowsItsDetailedText) {
+TEST_F(QELItemDetailViewTest, ShowsDetailedTextOfRnscItem) {
     ResultItem item = ItemOfType("rnsc", "A");
     item["detailed"] = "one;two^three";
     AddFailed(item);
     CreateWithList();
     Update(0);
-    EXPECT_EQ(Text(), RESULT + "one<br/>two<br/><br/>three<br/>" + ORANGE);
+    EXPECT_EQ(Text(), kResultPrefix + "one<br/>two<br/><br/>three<br/>" + kOrangePrefix);
 }
 
-TEST_F(QELItemDetailViewTest, RnscItemWithoutDetailedTextShowsThePrefixes) {
+TEST_F(QELItemDetailViewTest, ShowsOnlyPrefixesForRnscItemWithoutDetailedText) {
     AddFailed(ItemOfType("rnsc", "A"));
     CreateWithList();
     Update(0);
-    EXPECT_EQ(Text(), RESULT + ORANGE);
+    EXPECT_EQ(Text(), kResultPrefix + kOrangePrefix);
 }
 
-TEST_F(QELItemDetailViewTest, UnknownTypeShowsTheWholeText) {
+TEST_F(QELItemDetailViewTest, ShowsWholeTextOfUnknownType) {
     AddFailed({{"type", "printer"}, {"spec", "S"}});
     AddFailed({{"measure", "M"}});
     CreateWithList();
     Update(0);
-    EXPECT_EQ(Text(), RESULT + "type=printer<br/>spec=S<br/><br/>" + ORANGE);
+    EXPECT_EQ(Text(), kResultPrefix + "type=printer<br/>spec=S<br/><br/>" + kOrangePrefix);
     Update(1);
-    EXPECT_EQ(Text(), RESULT + "measure=M<br/><br/>" + ORANGE);
+    EXPECT_EQ(Text(), kResultPrefix + "measure=M<br/><br/>" + kOrangePrefix);
 }
 
-TEST_F(QELItemDetailViewTest, ImageItemHidesTheLabelButNotThePanel) {
+TEST_F(QELItemDetailViewTest, HidesLabelAndKeepsPanelForImageItem) {
     ResultItem item = ItemOfType("image", "A");
     item["detailed"] = "/some/photo.png";
     AddFailed(item);
     AddFailed(ItemOfType("bt", "B"));
     CreateWithList();
     Update(0);
-    EXPECT_EQ(Text(), RESULT + ORANGE);
+    EXPECT_EQ(Text(), kResultPrefix + kOrangePrefix);
     EXPECT_FALSE(IsVisible(ad.detailLabel));
     EXPECT_TRUE(IsVisible(QELItemDetailView::m_bgItemDetailView));
-    EXPECT_TRUE(IsVisible(m_view.m_scrollerItemDetailView));
+    EXPECT_TRUE(IsVisible(m_View.m_scrollerItemDetailView));
     Update(1);
     EXPECT_TRUE(IsVisible(ad.detailLabel));
 }
 
-TEST_F(QELItemDetailViewTest, MarkupCharactersOfTheDataAreShownLiterally) {
+TEST_F(QELItemDetailViewTest, EscapesMarkupInDetailText) {
     ResultItem item = ItemOfType("rnsc", "A");
     item["detailed"] = "<b>x</b> & y\nz";
     AddFailed(item);
     CreateWithList();
     Update(0);
-    EXPECT_EQ(Text(), RESULT + "&lt;b&gt;x&lt;/b&gt; &amp; y<br/>z<br/>" + ORANGE);
+    EXPECT_EQ(Text(), kResultPrefix + "&lt;b&gt;x&lt;/b&gt; &amp; y<br/>z<br/>" + kOrangePrefix);
 }
 
-// --- the analysis
+// --- analysis text
 
-TEST_F(QELItemDetailViewTest, NoRedTextBeforeTheAnalysis) {
+TEST_F(QELItemDetailViewTest, ShowsNoRedTextBeforeAnalysis) {
     ResultItem item = AnalysableItem("A");
     item["detailed"] = "cable";
     item["reason"] = "noise";
     AddFailed(item);
     CreateWithList();
     Update(0);
-    EXPECT_THAT(Text(), Not(testing::HasSubstr(RED)));
-    EXPECT_THAT(Text(), testing::EndsWith(ORANGE));
+    EXPECT_THAT(Text(), Not(testing::HasSubstr(kRedPrefix)));
+    EXPECT_THAT(Text(), testing::EndsWith(kOrangePrefix));
 }
 
-TEST_F(QELItemDetailViewTest, RedTextAndAnalysisAfterIt) {
+TEST_F(QELItemDetailViewTest, ShowsRedTextsAndConflictsAfterAnalysis) {
     ResultItem item = AnalysableItem("A");
     item["detailed"] = "cable;loose";
     item["reason"] = "noise & <more>";
@@ -291,13 +296,13 @@ TEST_F(QELItemDetailViewTest, RedTextAndAnalysisAfterIt) {
     CreateWithList();
     QELAnalysisData::GetInstance()->SetAnalysisData(0, "\n1\t2\tA(1)\n\n");
     Update(0);
-    EXPECT_EQ(Text(), RESULT + "type=app<br/>duration=500<br/><br/>" +  //
-                          RED + "cable<br/>loose<br/>" +                //
-                          RED + "noise &amp; &lt;more&gt;<br/>" +       //
-                          ORANGE + "<br/>1<tab/>2<tab/>A(1)<br/><br/>");
+    EXPECT_EQ(Text(), kResultPrefix + "type=app<br/>duration=500<br/><br/>" +  //
+                          kRedPrefix + "cable<br/>loose<br/>" +                //
+                          kRedPrefix + "noise &amp; &lt;more&gt;<br/>" +       //
+                          kOrangePrefix + "<br/>1<tab/>2<tab/>A(1)<br/><br/>");
 }
 
-TEST_F(QELItemDetailViewTest, EmptyRedTextsAreLeftOut) {
+TEST_F(QELItemDetailViewTest, OmitsEmptyRedTexts) {
     ResultItem item = AnalysableItem("A");
     item["detailed"] = "";
     AddFailed(item);
@@ -306,15 +311,16 @@ TEST_F(QELItemDetailViewTest, EmptyRedTextsAreLeftOut) {
     CreateWithList();
     QELAnalysisData::GetInstance()->SetAnalysisData(0, "x");
     QELAnalysisData::GetInstance()->SetAnalysisData(1, "");
-    EXPECT_EQ(QELItemDetailView::m_GetMarkupAnalyzeText(0), ORANGE + "x");
-    EXPECT_EQ(QELItemDetailView::m_GetMarkupAnalyzeText(1), RED + "noise<br/>" + ORANGE);
+    EXPECT_EQ(QELItemDetailView::m_GetMarkupAnalyzeText(0), kOrangePrefix + "x");
+    EXPECT_EQ(QELItemDetailView::m_GetMarkupAnalyzeText(1),
+              kRedPrefix + "noise<br/>" + kOrangePrefix);
 }
 
-TEST_F(QELItemDetailViewTest, FlagIsAskedOnceForEachRedText) {
+TEST_F(QELItemDetailViewTest, ReadsAnalysisFlagOncePerRedText) {
     ResultItem item = ItemOfType("bt", "A");
     AddFailed(item);
     CreateWithList();
-    // One more item than the analysis store knows: its flag cannot be read.
+    // The analysis store has no flag for this later item. Each read of the flag logs an error.
     item["detailed"] = "d";
     item["reason"] = "r";
     AddFailed(item);
@@ -322,7 +328,7 @@ TEST_F(QELItemDetailViewTest, FlagIsAskedOnceForEachRedText) {
     EXPECT_EQ(FakeLog::Count("index is out of range."), 2);
 }
 
-TEST_F(QELItemDetailViewTest, ColoursAreSeenInThePanel) {
+TEST_F(QELItemDetailViewTest, DrawsRedAndOrangeTextsAfterAnalysis) {
     ResultItem item = AnalysableItem("A");
     item["detailed"] = "MMMMMMMMMMMM";
     AddFailed(item);
@@ -342,23 +348,24 @@ TEST_F(QELItemDetailViewTest, ColoursAreSeenInThePanel) {
     EXPECT_GT(after.Count(panel, IsOrange), 50);
 }
 
-TEST_F(QELItemDetailViewTest, TextsAreLogged) {
+TEST_F(QELItemDetailViewTest, LogsResultTextAndAnalysisText) {
     AddFailed({{"type", "bt"}});
     CreateWithList();
     Update(0);
     EXPECT_THAT(
         FakeLog::Infos(),
-        ElementsAre(InfoLine("index : 0, resultSize : 1", SOURCE, "UpdateText"),
-                    InfoLine("strMarkupForResultText : " + RESULT + "type=bt<br/><br/>", SOURCE,
-                             "m_GetMarkupResultText"),
-                    InfoLine("strReturnText : " + ORANGE, SOURCE, "m_GetMarkupAnalyzeText")));
+        ElementsAre(
+            InfoLine("index : 0, resultSize : 1", kSource, "UpdateText"),
+            InfoLine("strMarkupForResultText : " + kResultPrefix + "type=bt<br/><br/>", kSource,
+                     "m_GetMarkupResultText"),
+            InfoLine("strReturnText : " + kOrangePrefix, kSource, "m_GetMarkupAnalyzeText")));
 }
 
-TEST_F(QELItemDetailViewTest, IndexBeyondTheStoreGivesThePrefixes) {
-    EXPECT_EQ(QELItemDetailView::m_GetMarkupResultText(7), RESULT);
+TEST_F(QELItemDetailViewTest, ReturnsPrefixesForIndexBeyondStore) {
+    EXPECT_EQ(QELItemDetailView::m_GetMarkupResultText(7), kResultPrefix);
     FakeLog::Clear();
-    EXPECT_EQ(QELItemDetailView::m_GetMarkupAnalyzeText(7), ORANGE);
-    // Of "detailed", of "reason", and of the whole text, which is read and not used.
+    EXPECT_EQ(QELItemDetailView::m_GetMarkupAnalyzeText(7), kOrangePrefix);
+    // The application reads "detailed", "reason" and the whole text; the whole text is not used.
     EXPECT_EQ(FakeLog::Count("Invalid ID[7]!! m_resultFailData.size[0]\n"), 3);
 }
 
@@ -366,35 +373,35 @@ TEST_F(QELItemDetailViewTest, IndexBeyondTheStoreGivesThePrefixes) {
 
 class QELItemDetailViewStoreTest : public ScreenTest {};
 
-TEST_F(QELItemDetailViewStoreTest, NoResultTextWithoutResultStore) {
+TEST_F(QELItemDetailViewStoreTest, ReturnsEmptyResultTextWithoutResultStore) {
     const FailingNew failing(1);
     EXPECT_EQ(QELItemDetailView::m_GetMarkupResultText(0), "");
     EXPECT_TRUE(failing.HasFailed());
     EXPECT_THAT(FakeLog::Errors(),
                 ElementsAre(ErrorLine("failed to get instance\n", "QELXmlParser.cpp"),
-                            ErrorLine("failed to get QELXmlParser instance.", SOURCE,
+                            ErrorLine("failed to get QELXmlParser instance.", kSource,
                                       "m_GetMarkupResultText")));
 }
 
-TEST_F(QELItemDetailViewStoreTest, NoAnalysisTextWithoutAnalysisStore) {
+TEST_F(QELItemDetailViewStoreTest, ReturnsEmptyAnalysisTextWithoutAnalysisStore) {
     QELXmlParser::GetInstance();
     const FailingNew failing(1);
     EXPECT_EQ(QELItemDetailView::m_GetMarkupAnalyzeText(0), "");
     EXPECT_TRUE(failing.HasFailed());
     EXPECT_THAT(FakeLog::Lines(), ElementsAre(ErrorLine("failed to get QELAnalysisData instance.",
-                                                        SOURCE, "m_GetMarkupAnalyzeText")));
+                                                        kSource, "m_GetMarkupAnalyzeText")));
 }
 
-// Its own line is the only one: the result store is not asked for any more.
-TEST_F(QELItemDetailViewStoreTest, AnalysisStoreIsAskedForFirst) {
+// Only the first allocation fails, so the error line names the store that is requested first.
+TEST_F(QELItemDetailViewStoreTest, ChecksAnalysisStoreBeforeResultStore) {
     const FailingNew failing(1);
     EXPECT_EQ(QELItemDetailView::m_GetMarkupAnalyzeText(0), "");
     EXPECT_TRUE(failing.HasFailed());
     EXPECT_THAT(FakeLog::Errors(), ElementsAre(ErrorLine("failed to get QELAnalysisData instance.",
-                                                         SOURCE, "m_GetMarkupAnalyzeText")));
+                                                         kSource, "m_GetMarkupAnalyzeText")));
 }
 
-TEST_F(QELItemDetailViewStoreTest, NoAnalysisTextWithoutResultStore) {
+TEST_F(QELItemDetailViewStoreTest, ReturnsEmptyAnalysisTextWithoutResultStore) {
     QELAnalysisData::GetInstance();
     delete QELXmlParser::m_qelXmlParser;
     QELXmlParser::m_qelXmlParser = nullptr;
@@ -404,11 +411,11 @@ TEST_F(QELItemDetailViewStoreTest, NoAnalysisTextWithoutResultStore) {
     EXPECT_TRUE(failing.HasFailed());
     EXPECT_THAT(FakeLog::Errors(),
                 ElementsAre(ErrorLine("failed to get instance\n", "QELXmlParser.cpp"),
-                            ErrorLine("failed to get QELXmlParser instance.", SOURCE,
+                            ErrorLine("failed to get QELXmlParser instance.", kSource,
                                       "m_GetMarkupAnalyzeText")));
 }
 
-TEST_F(QELItemDetailViewStoreTest, NoHintWithoutResultStore) {
+TEST_F(QELItemDetailViewStoreTest, KeepsLabelTextWithoutResultStore) {
     OpenWindow();
     ad.detailLabel = elm_label_add(ad.table);
     elm_object_text_set(ad.detailLabel, "before");
@@ -419,7 +426,7 @@ TEST_F(QELItemDetailViewStoreTest, NoHintWithoutResultStore) {
     EXPECT_EQ(TextOf(ad.detailLabel), "before");
 }
 
-TEST_F(QELItemDetailViewStoreTest, UpdateWithoutResultStoreIsSilent) {
+TEST_F(QELItemDetailViewStoreTest, IgnoresUpdateWithoutResultStore) {
     const FailingNew failing(1);
     QELItemDetailView::UpdateText(&ad, nullptr, nullptr);
     EXPECT_TRUE(failing.HasFailed());
@@ -427,19 +434,19 @@ TEST_F(QELItemDetailViewStoreTest, UpdateWithoutResultStoreIsSilent) {
                 ElementsAre(ErrorLine("failed to get instance\n", "QELXmlParser.cpp")));
 }
 
-// --- the focused row
+// --- row focus
 
-TEST_F(QELItemDetailViewTest, MovingTheFocusReplacesTheText) {
+TEST_F(QELItemDetailViewTest, ReplacesTextWhenRowFocusMoves) {
     AddFailed({{"type", "bt"}});
     AddFailed({{"type", "wifi"}});
     CreateWithList();
     Screen::Press(ad.win, "Down");
-    EXPECT_EQ(Text(), RESULT + "type=wifi<br/><br/>" + ORANGE);
+    EXPECT_EQ(Text(), kResultPrefix + "type=wifi<br/><br/>" + kOrangePrefix);
     Screen::Press(ad.win, "Up");
-    EXPECT_EQ(Text(), RESULT + "type=bt<br/><br/>" + ORANGE);
+    EXPECT_EQ(Text(), kResultPrefix + "type=bt<br/><br/>" + kOrangePrefix);
 }
 
-TEST_F(QELItemDetailViewTest, NewAnalysisShowsWhenTheFocusNextComes) {
+TEST_F(QELItemDetailViewTest, ShowsNewAnalysisOnNextRowFocus) {
     AddFailed({{"type", "bt"}});
     AddFailed({{"type", "wifi"}});
     CreateWithList();
@@ -449,15 +456,15 @@ TEST_F(QELItemDetailViewTest, NewAnalysisShowsWhenTheFocusNextComes) {
     EXPECT_THAT(Text(), Not(testing::HasSubstr("found")));
     Screen::Press(ad.win, "Up");
     Screen::Press(ad.win, "Down");
-    EXPECT_THAT(Text(), testing::EndsWith(ORANGE + "found"));
+    EXPECT_THAT(Text(), testing::EndsWith(kOrangePrefix + "found"));
 }
 
-TEST_F(QELItemDetailViewTest, UpdateWithoutRecordIsSilent) {
+TEST_F(QELItemDetailViewTest, IgnoresUpdateWithoutAppData) {
     QELItemDetailView::UpdateText(nullptr, nullptr, nullptr);
     EXPECT_THAT(FakeLog::Lines(), IsEmpty());
 }
 
-TEST_F(QELItemDetailViewTest, RowBeyondTheStoreChangesNothing) {
+TEST_F(QELItemDetailViewTest, IgnoresRowBeyondStore) {
     AddFailed({{"type", "bt"}});
     AddFailed({{"type", "wifi"}});
     CreateWithList();
@@ -466,27 +473,27 @@ TEST_F(QELItemDetailViewTest, RowBeyondTheStoreChangesNothing) {
     Update(1);
     EXPECT_EQ(Text(), before);
     EXPECT_THAT(FakeLog::Lines(),
-                ElementsAre(InfoLine("index : 1, resultSize : 1", SOURCE, "UpdateText")));
+                ElementsAre(InfoLine("index : 1, resultSize : 1", kSource, "UpdateText")));
 }
 
-// --- the keyboard focus
+// --- keyboard focus
 
-TEST_F(QELItemDetailViewTest, FocusBrightensAndDimsThePanel) {
+TEST_F(QELItemDetailViewTest, BrightensPanelOnFocusAndDimsItOnUnfocus) {
     Create();
     FakeLog::Clear();
     ToolkitCalls::Start();
     QELItemDetailView::OnFocus(&ad, ad.detailLabel, nullptr);
-    EXPECT_EQ(Alpha(), 50);
+    EXPECT_EQ(PanelAlpha(), 50);
     QELItemDetailView::OnUnfocus(&ad, ad.detailLabel, nullptr);
-    EXPECT_EQ(Alpha(), 20);
+    EXPECT_EQ(PanelAlpha(), 20);
     EXPECT_THAT(ToolkitCalls::Take({{QELItemDetailView::m_bgItemDetailView, "background"}}),
                 ElementsAre("evas_object_color_set(background, 255, 255, 255, 50)",
                             "evas_object_color_set(background, 255, 255, 255, 20)"));
-    EXPECT_THAT(FakeLog::Lines(), ElementsAre(InfoLine("OnFocus : ", SOURCE, "OnFocus"),
-                                              InfoLine("OnUnfocus : ", SOURCE, "OnUnfocus")));
+    EXPECT_THAT(FakeLog::Lines(), ElementsAre(InfoLine("OnFocus : ", kSource, "OnFocus"),
+                                              InfoLine("OnUnfocus : ", kSource, "OnUnfocus")));
 }
 
-TEST_F(QELItemDetailViewTest, BrighterPanelIsSeen) {
+TEST_F(QELItemDetailViewTest, DrawsBrighterPanelOnFocus) {
     Create();
     const Area panel = Screen::AreaOf(QELItemDetailView::m_bgItemDetailView);
     const Colour dim = Screen::Render(ad.win).At(panel.x + 2, panel.Bottom() - 2);
@@ -495,47 +502,47 @@ TEST_F(QELItemDetailViewTest, BrighterPanelIsSeen) {
     EXPECT_GT(bright.red, dim.red);
 }
 
-TEST_F(QELItemDetailViewTest, FocusWithoutObjectChangesNothing) {
+TEST_F(QELItemDetailViewTest, RejectsFocusWithoutObject) {
     Create();
     FakeLog::Clear();
     QELItemDetailView::OnFocus(&ad, nullptr, nullptr);
-    EXPECT_EQ(Alpha(), 20);
+    EXPECT_EQ(PanelAlpha(), 20);
     QELItemDetailView::OnFocus(&ad, ad.detailLabel, nullptr);
     QELItemDetailView::OnUnfocus(&ad, nullptr, nullptr);
-    EXPECT_EQ(Alpha(), 50);
+    EXPECT_EQ(PanelAlpha(), 50);
     EXPECT_THAT(FakeLog::Lines(),
-                ElementsAre(ErrorLine("Evas_Object is NULL", SOURCE, "OnFocus"),
-                            InfoLine("OnFocus : ", SOURCE, "OnFocus"),
-                            ErrorLine("Evas_Object is NULL", SOURCE, "OnUnfocus")));
+                ElementsAre(ErrorLine("Evas_Object is NULL", kSource, "OnFocus"),
+                            InfoLine("OnFocus : ", kSource, "OnFocus"),
+                            ErrorLine("Evas_Object is NULL", kSource, "OnUnfocus")));
 }
 
 // --- destroy
 
-TEST_F(QELItemDetailViewTest, DestroyDeletesInThisOrder) {
+TEST_F(QELItemDetailViewTest, DeletesWidgetsInOrder) {
     Create();
     ToolkitCalls::Names names = Names();
     names.insert({{QELItemDetailView::m_bgItemDetailView, "background"},
-                  {m_view.m_scrollerItemDetailView, "scroller"}});
+                  {m_View.m_scrollerItemDetailView, "scroller"}});
     FakeLog::Clear();
     ToolkitCalls::Start();
-    m_view.Destroy(&ad);
+    m_View.Destroy(&ad);
     EXPECT_THAT(ToolkitCalls::Take(names),
                 ElementsAre("evas_object_del(detailLabel)", "evas_object_del(background)",
                             "evas_object_del(scroller)"));
     EXPECT_EQ(ad.detailLabel, nullptr);
     EXPECT_EQ(QELItemDetailView::m_bgItemDetailView, nullptr);
-    EXPECT_EQ(m_view.m_scrollerItemDetailView, nullptr);
+    EXPECT_EQ(m_View.m_scrollerItemDetailView, nullptr);
     EXPECT_THAT(FakeLog::Lines(), IsEmpty());
 }
 
-TEST_F(QELItemDetailViewTest, DestroyBeforeCreateDeletesNothing) {
-    ExpectNothingToDestroy(m_view);
+TEST_F(QELItemDetailViewTest, DeletesNothingBeforeCreate) {
+    ExpectNothingToDestroy(m_View);
 }
 
-TEST_F(QELItemDetailViewTest, DestroyWithoutRecordDoesNothing) {
+TEST_F(QELItemDetailViewTest, RejectsDestroyWithoutAppData) {
     Create();
-    ExpectRecordIsNeeded(m_view, &QELItemDetailView::Destroy, "Destroy", SOURCE);
-    EXPECT_NE(m_view.m_scrollerItemDetailView, nullptr);
+    ExpectRecordIsNeeded(m_View, &QELItemDetailView::Destroy, "Destroy", kSource);
+    EXPECT_NE(m_View.m_scrollerItemDetailView, nullptr);
 }
 
 }  // namespace

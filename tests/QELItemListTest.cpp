@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <cstdlib>
 #include <filesystem>
+#include <future>
 #include <memory>
 #include <optional>
 #include <ostream>
@@ -32,10 +33,10 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-const char* const SOURCE = "QELItemList.cpp";
+const char* const kSource = "QELItemList.cpp";
 
 void* RowData(unsigned int index) {
-    // NOLINTNEXTLINE(performance-no-int-to-ptr): never a pointer to anything
+    // NOLINTNEXTLINE(performance-no-int-to-ptr): the data of a row is its index
     return reinterpret_cast<void*>(static_cast<std::uintptr_t>(index));
 }
 
@@ -50,11 +51,11 @@ protected:
     }
 
     void Create() {
-        m_list.Create(&ad);
+        m_List.Create(&ad);
         Screen::Settle(ad.win);
     }
 
-    // With the popup and the analysis store, as the press needs them.
+    // Also creates the popup and the analysis store, which a press requires.
     void CreateForPress() {
         QELPopupLoading::GetInstance()->Create(&ad);
         QELAnalysisData::GetInstance();
@@ -65,18 +66,18 @@ protected:
 
     void Press(unsigned int index) { QELItemList::OnPress(&ad, ad.itemList, Row(index)); }
 
-    static bool WaitForEnd() {
+    static bool WaitUntilPopupStops() {
         return Screen::PumpUntil([] { return QELPopupLoading::m_Timer == nullptr; });
     }
 
-    // The text of the row as the toolkit asks for it; nothing when there is none.
+    // Returns the text that the row's callback returns for the part; no value for a null pointer.
     std::optional<std::string> TextFor(unsigned int index, const char* part = "elm.text") const {
         const std::unique_ptr<char, decltype(&std::free)> text(
             QELItemList::m_GetItemText(RowData(index), ad.itemList, part), &std::free);
         return text ? std::optional<std::string>(text.get()) : std::nullopt;
     }
 
-    // The text that the row shows.
+    // Returns the text that the row shows.
     std::string ShownText(unsigned int index) const {
         const char* text = elm_object_item_part_text_get(Row(index), "elm.text");
         return text == nullptr ? "" : text;
@@ -86,7 +87,7 @@ protected:
         return QELItemList::m_GetItemContent(RowData(index), ad.itemList, part);
     }
 
-    // The smallest width and height of an object, and the largest.
+    // Minimum width and height, then maximum width and height, in pixels.
     using Hints = std::array<int, 4>;
     static Hints HintsOf(const Evas_Object* obj) {
         Hints hints{};
@@ -95,21 +96,21 @@ protected:
         return hints;
     }
 
-    QELItemList m_list;
+    QELItemList m_List;
 };
 
 // --- create
 
-TEST_F(QELItemListTest, CreateWithoutRecordDoesNothing) {
-    ExpectRecordIsNeeded(m_list, &QELItemList::Create, "Create", SOURCE);
-    EXPECT_EQ(m_list.m_bgItemList, nullptr);
+TEST_F(QELItemListTest, RejectsCreateWithoutAppData) {
+    ExpectRecordIsNeeded(m_List, &QELItemList::Create, "Create", kSource);
+    EXPECT_EQ(m_List.m_bgItemList, nullptr);
 }
 
-TEST_F(QELItemListTest, CreateBuildsPlacesAndFocusesInThisOrder) {
+TEST_F(QELItemListTest, CreatesPlacesAndFocusesWidgetsInOrder) {
     AddFailed(ItemOfType("bt", "A"));
-    m_list.Create(&ad);
+    m_List.Create(&ad);
     ToolkitCalls::Names names = Names();
-    names.insert({{m_list.m_bgItemList, "background"}, {Row(0), "row"}});
+    names.insert({{m_List.m_bgItemList, "background"}, {Row(0), "row"}});
     const std::vector<std::string> functions = {
         "evas_object_rectangle_add", "evas_object_color_set", "elm_genlist_add",
         "evas_object_show",          "elm_table_pack",        "elm_object_focus_set",
@@ -124,10 +125,10 @@ TEST_F(QELItemListTest, CreateBuildsPlacesAndFocusesInThisOrder) {
                             "elm_table_pack(table, itemList, 0, 1, 1, 7)",           //
                             "elm_object_focus_set(itemList, 1)",                     //
                             "elm_genlist_item_bring_in(row, 2)"));
-    EXPECT_THAT(FakeLog::Lines().back(), InfoLine("done Create", SOURCE, "Create"));
+    EXPECT_THAT(FakeLog::Lines().back(), InfoLine("done Create", kSource, "Create"));
 }
 
-TEST_F(QELItemListTest, ListIsHomogeneousAndTakesSeveralSelections) {
+TEST_F(QELItemListTest, EnablesHomogeneousRowsAndMultipleSelection) {
     AddFailed(ItemOfType("bt", "A"));
     Create();
     EXPECT_TRUE(elm_genlist_homogeneous_get(ad.itemList));
@@ -135,15 +136,15 @@ TEST_F(QELItemListTest, ListIsHomogeneousAndTakesSeveralSelections) {
     EXPECT_FALSE(elm_object_disabled_get(ad.itemList));
 }
 
-TEST_F(QELItemListTest, ListLiesOverItsBackground) {
+TEST_F(QELItemListTest, PlacesListOverBackground) {
     AddFailed(ItemOfType("bt", "A"));
     Create();
-    EXPECT_EQ(Screen::AreaOf(m_list.m_bgItemList), Screen::AreaOf(ad.itemList));
-    EXPECT_THAT(Screen::PackedIn(ad.table), ElementsAre(m_list.m_bgItemList, ad.itemList));
-    EXPECT_THAT(Screen::ColourOf(m_list.m_bgItemList), ElementsAre(10, 10, 10, 10));
+    EXPECT_EQ(Screen::AreaOf(m_List.m_bgItemList), Screen::AreaOf(ad.itemList));
+    EXPECT_THAT(Screen::PackedIn(ad.table), ElementsAre(m_List.m_bgItemList, ad.itemList));
+    EXPECT_THAT(Screen::ColourOf(m_List.m_bgItemList), ElementsAre(10, 10, 10, 10));
 }
 
-TEST_F(QELItemListTest, EveryFailedItemHasARowInTheStoresOrder) {
+TEST_F(QELItemListTest, ShowsOneRowPerFailedItemInStoreOrder) {
     for (const char* name : {"C", "A", "B"}) {
         AddFailed(ItemOfType("rnsc", name));
         AddPassed(ItemOfType("rnsc", "passed"));
@@ -161,7 +162,7 @@ TEST_F(QELItemListTest, EveryFailedItemHasARowInTheStoresOrder) {
     }
 }
 
-TEST_F(QELItemListTest, RowsHaveTheStyleAndCallbacksOfTheirClass) {
+TEST_F(QELItemListTest, SetsStyleAndCallbacksOfRows) {
     AddFailed(ItemOfType("bt", "A"));
     Create();
     const Elm_Genlist_Item_Class* rowClass = elm_genlist_item_item_class_get(Row(0));
@@ -173,7 +174,7 @@ TEST_F(QELItemListTest, RowsHaveTheStyleAndCallbacksOfTheirClass) {
     EXPECT_EQ(ToolkitCalls::Count("elm_genlist_item_class_free"), 1);
 }
 
-TEST_F(QELItemListTest, FirstRowIsFocusedAtTheTop) {
+TEST_F(QELItemListTest, FocusesFirstRowAtTop) {
     for (int i = 0; i < 3; ++i) {
         AddFailed(ItemOfType("bt", "A"));
     }
@@ -182,11 +183,11 @@ TEST_F(QELItemListTest, FirstRowIsFocusedAtTheTop) {
     EXPECT_EQ(elm_object_focused_item_get(ad.itemList), Row(0));
     EXPECT_EQ(Screen::AreaOf(elm_object_item_track(Row(0))).y, Screen::AreaOf(ad.itemList).y);
     for (unsigned int i = 0; i < 3; ++i) {
-        EXPECT_FALSE(elm_genlist_item_selected_get(Row(i))) << i;
+        EXPECT_FALSE(elm_genlist_item_selected_get(Row(i))) << "row " << i;
     }
 }
 
-TEST_F(QELItemListTest, EmptyListIsDisabledWithoutFocus) {
+TEST_F(QELItemListTest, DisablesEmptyListAndSetsNoFocus) {
     AddPassed(ItemOfType("bt", "passed"));
     Create();
     EXPECT_EQ(elm_genlist_items_count(ad.itemList), 0U);
@@ -194,10 +195,10 @@ TEST_F(QELItemListTest, EmptyListIsDisabledWithoutFocus) {
     EXPECT_EQ(elm_object_focused_item_get(ad.itemList), nullptr);
     EXPECT_EQ(ToolkitCalls::Count("elm_object_focus_set"), 0);
     EXPECT_EQ(ToolkitCalls::Count("elm_genlist_item_class_free"), 1);
-    EXPECT_THAT(FakeLog::Lines(), ElementsAre(InfoLine("done Create", SOURCE, "Create")));
+    EXPECT_THAT(FakeLog::Lines(), ElementsAre(InfoLine("done Create", kSource, "Create")));
 }
 
-TEST_F(QELItemListTest, ArrowKeysMoveTheRowFocusWithoutSelecting) {
+TEST_F(QELItemListTest, MovesRowFocusWithArrowKeysWithoutSelecting) {
     for (int i = 0; i < 3; ++i) {
         AddFailed(ItemOfType("bt", "A"));
     }
@@ -220,73 +221,75 @@ protected:
         ToolkitCalls::Start();
     }
 
-    QELItemList m_list;
+    QELItemList m_List;
 };
 
-TEST_F(QELItemListStoreTest, MissingStoreWhileTheListIsFilledLeavesItEmptyAndEnabled) {
+TEST_F(QELItemListStoreTest, KeepsListEmptyAndEnabledWithoutResultStore) {
     const FailingNew failing(1);
-    m_list.m_CreateList(&ad);
+    m_List.m_CreateList(&ad);
     EXPECT_TRUE(failing.HasFailed());
     EXPECT_EQ(elm_genlist_items_count(ad.itemList), 0U);
     EXPECT_FALSE(elm_object_disabled_get(ad.itemList));
     EXPECT_EQ(ToolkitCalls::Count("elm_genlist_item_class_free"), 0)
-        << "of the row class, which stays";
+        << "the row class is not freed without the result store";
     EXPECT_THAT(FakeLog::Lines(),
                 ElementsAre(ErrorLine("failed to get instance\n", "QELXmlParser.cpp")));
 }
 
-TEST_F(QELItemListStoreTest, MissingStoreEndsCreateWithoutFocusOrLine) {
+TEST_F(QELItemListStoreTest, SkipsFocusAndDoneLineWithoutResultStore) {
+    // The first request for the store comes from filling the list, the second from setting the
+    // focus. The list is packed between the two requests.
     std::optional<FailingNew> failing;
-    failing.emplace(1);  // while the list is filled
+    failing.emplace(1);
     ToolkitCalls::OnCall("elm_table_pack", [&failing] {
         failing.reset();
-        failing.emplace(1);  // and again afterwards
+        failing.emplace(1);
     });
-    m_list.Create(&ad);
+    m_List.Create(&ad);
     EXPECT_TRUE(failing->HasFailed());
-    EXPECT_NE(m_list.m_bgItemList, nullptr);
+    EXPECT_NE(m_List.m_bgItemList, nullptr);
     EXPECT_TRUE(IsVisible(ad.itemList));
     EXPECT_EQ(ToolkitCalls::Count("elm_object_focus_set"), 0);
-    const auto ofTheStore = ErrorLine("failed to get instance\n", "QELXmlParser.cpp");
-    EXPECT_THAT(FakeLog::Lines(), ElementsAre(ofTheStore, ofTheStore));
+    const auto storeError = ErrorLine("failed to get instance\n", "QELXmlParser.cpp");
+    EXPECT_THAT(FakeLog::Lines(), ElementsAre(storeError, storeError));
 }
 
 // --- placing and focus
 
-TEST_F(QELItemListTest, ShowFillsTheListsCell) {
+TEST_F(QELItemListTest, FillsListCell) {
     Create();
-    ExpectPlaced(m_list, TABLE_LOCATION_ITEM_LIST, {0, 1, 1, 7});
+    ExpectPlaced(m_List, TABLE_LOCATION_ITEM_LIST, {0, 1, 1, 7});
 }
 
-TEST_F(QELItemListTest, OtherLocationsAreShownButNotPlaced) {
+TEST_F(QELItemListTest, ShowsWithoutPlacingAtOtherLocations) {
     Create();
-    ExpectShownButNotPlaced(m_list, {0, 1, 2, 3, 5, 6, 7, 8, 9}, SOURCE);
+    ExpectShownButNotPlaced(m_List, {0, 1, 2, 3, 5, 6, 7, 8, 9}, kSource);
 }
 
-TEST_F(QELItemListTest, FocusWithoutListIsRefused) {
-    m_list.m_OnFocus(nullptr, 0);
+TEST_F(QELItemListTest, RejectsFocusWithoutList) {
+    m_List.m_OnFocus(nullptr, 0);
     EXPECT_THAT(ToolkitCalls::Take({}), IsEmpty());
     EXPECT_THAT(FakeLog::Lines(),
-                ElementsAre(ErrorLine("Evas_Object is NULL", SOURCE, "m_OnFocus")));
+                ElementsAre(ErrorLine("Evas_Object is NULL", kSource, "m_OnFocus")));
 }
 
-TEST_F(QELItemListTest, FocusOnAMissingRowFocusesTheListOnly) {
+TEST_F(QELItemListTest, FocusesOnlyListWhenRowIsMissing) {
     AddFailed(ItemOfType("bt", "A"));
     Create();
     FakeLog::Clear();
     ToolkitCalls::Start();
-    m_list.m_OnFocus(ad.itemList, 1);
+    m_List.m_OnFocus(ad.itemList, 1);
     EXPECT_THAT(ToolkitCalls::Take(Names()), ElementsAre("elm_object_focus_set(itemList, 1)"));
     EXPECT_THAT(FakeLog::Lines(),
-                ElementsAre(ErrorLine("focusedItem is NULL", SOURCE, "m_OnFocus")));
+                ElementsAre(ErrorLine("focusedItem is NULL", kSource, "m_OnFocus")));
 }
 
-TEST_F(QELItemListTest, FocusBringsTheRowToTheTop) {
+TEST_F(QELItemListTest, ScrollsFocusedRowToTop) {
     for (int i = 0; i < 100; ++i) {
         AddFailed(ItemOfType("bt", "A"));
     }
     Create();
-    m_list.m_OnFocus(ad.itemList, 40);
+    m_List.m_OnFocus(ad.itemList, 40);
     EXPECT_TRUE(Screen::PumpUntil([this] {
         const Evas_Object* row = elm_object_item_track(Row(40));
         const bool atTop = row != nullptr && Screen::AreaOf(row).y == Screen::AreaOf(ad.itemList).y;
@@ -298,20 +301,19 @@ TEST_F(QELItemListTest, FocusBringsTheRowToTheTop) {
 
 // --- row texts
 
-struct RowText_s {
-    const char* what;
+struct RowText {
+    const char* label;
     ResultItem item;
     const char* text;
 };
 
-void PrintTo(const RowText_s& row, std::ostream* out) {
-    *out << row.what;
+void PrintTo(const RowText& row, std::ostream* out) {
+    *out << row.label;
 }
 
-class QELItemListTextTest : public QELItemListTest,
-                            public testing::WithParamInterface<RowText_s> {};
+class QELItemListTextTest : public QELItemListTest, public testing::WithParamInterface<RowText> {};
 
-TEST_P(QELItemListTextTest, FollowsTheType) {
+TEST_P(QELItemListTextTest, ShowsRowTextOfType) {
     AddFailed(GetParam().item);
     Create();
     EXPECT_EQ(TextFor(0), GetParam().text);
@@ -321,43 +323,43 @@ TEST_P(QELItemListTextTest, FollowsTheType) {
 INSTANTIATE_TEST_SUITE_P(
     Rows, QELItemListTextTest,
     testing::Values(
-        RowText_s{"bt", {{"type", "bt"}, {"connection", "paired"}, {"name", "N"}}, "bt paired"},
-        RowText_s{"wifi", {{"type", "wifi"}, {"connection", "X"}}, "wifi X"},
-        RowText_s{"withoutConnection", {{"type", "bt"}}, "bt "},
-        RowText_s{"prefixOfAType", {{"type", "w"}, {"connection", "X"}}, "w X"},
-        RowText_s{
+        RowText{"bt", {{"type", "bt"}, {"connection", "paired"}, {"name", "N"}}, "bt paired"},
+        RowText{"wifi", {{"type", "wifi"}, {"connection", "X"}}, "wifi X"},
+        RowText{"withoutConnection", {{"type", "bt"}}, "bt "},
+        RowText{"typePrefix", {{"type", "w"}, {"connection", "X"}}, "w X"},
+        RowText{
             "app", {{"type", "app"}, {"name", "N"}, {"opcode", "12"}, {"msgcode", "7"}}, "N(12,7)"},
-        RowText_s{"appWithoutCodes", {{"type", "app"}, {"name", "N"}}, "N(,)"},
-        RowText_s{"appWithEmptyCodes",
-                  {{"type", "app"}, {"name", "N"}, {"opcode", ""}, {"msgcode", ""}},
-                  "N(,)"},
-        RowText_s{"rnsc", {{"type", "rnsc"}, {"name", " N "}}, " N "},
-        RowText_s{"image", {{"type", "image"}, {"name", "Photo"}}, "Photo"},
-        RowText_s{"withoutName", {{"type", "image"}}, ""},
-        RowText_s{"nameInUtf8", {{"type", "rnsc"}, {"name", "Größe 크기"}}, "Größe 크기"}),
-    [](const auto& test) { return std::string(test.param.what); });
+        RowText{"appWithoutCodes", {{"type", "app"}, {"name", "N"}}, "N(,)"},
+        RowText{"appWithEmptyCodes",
+                {{"type", "app"}, {"name", "N"}, {"opcode", ""}, {"msgcode", ""}},
+                "N(,)"},
+        RowText{"rnsc", {{"type", "rnsc"}, {"name", " N "}}, " N "},
+        RowText{"image", {{"type", "image"}, {"name", "Photo"}}, "Photo"},
+        RowText{"withoutName", {{"type", "image"}}, ""},
+        RowText{"nameInUtf8", {{"type", "rnsc"}, {"name", "Größe 크기"}}, "Größe 크기"}),
+    [](const auto& test) { return std::string(test.param.label); });
 
-TEST_F(QELItemListTest, UnknownTypeHasAnEmptyTextAndNoIcon) {
+TEST_F(QELItemListTest, ShowsEmptyTextAndNoIconForUnknownType) {
     AddFailed(ItemOfType("printer", "N"));
-    m_list.Create(&ad);
+    m_List.Create(&ad);
     FakeLog::Clear();
     EXPECT_EQ(TextFor(0), "");
     EXPECT_THAT(FakeLog::Lines(),
-                ElementsAre(ErrorLine("resultType is invalid -1", SOURCE, "m_GetItemText")));
+                ElementsAre(ErrorLine("resultType is invalid -1", kSource, "m_GetItemText")));
     FakeLog::Clear();
     const Evas_Object* icon = IconFor(0);
     ASSERT_NE(icon, nullptr);
     EXPECT_FALSE(Screen::HasPicture(icon));
     EXPECT_EQ(HintsOf(icon), (Hints{35, 35, 35, 35}));
     EXPECT_THAT(FakeLog::Lines(),
-                ElementsAre(ErrorLine("Not defined result type. -1", SOURCE, "m_GetItemContent"),
-                            InfoLine("resourcePath = ", SOURCE, "m_GetItemContent"),
-                            ErrorLine("Failed to set Resource = ", SOURCE, "m_GetItemContent")));
+                ElementsAre(ErrorLine("Not defined result type. -1", kSource, "m_GetItemContent"),
+                            InfoLine("resourcePath = ", kSource, "m_GetItemContent"),
+                            ErrorLine("Failed to set Resource = ", kSource, "m_GetItemContent")));
 }
 
-TEST_F(QELItemListTest, TextBelongsToEveryPartThatBeginsLikeIt) {
+TEST_F(QELItemListTest, ReturnsTextForPartsThatStartWithTextPart) {
     AddFailed(ItemOfType("rnsc", "N"));
-    m_list.Create(&ad);
+    m_List.Create(&ad);
     EXPECT_EQ(TextFor(0, "elm.text"), "N");
     EXPECT_EQ(TextFor(0, "elm.text.sub"), "N");
     EXPECT_EQ(TextFor(0, "elm.textual"), "N");
@@ -366,16 +368,16 @@ TEST_F(QELItemListTest, TextBelongsToEveryPartThatBeginsLikeIt) {
     EXPECT_EQ(TextFor(0, ""), std::nullopt);
 }
 
-TEST_F(QELItemListTest, NoTextBeyondTheStore) {
+TEST_F(QELItemListTest, ReturnsNoTextForIndexBeyondStore) {
     AddFailed(ItemOfType("rnsc", "N"));
-    m_list.Create(&ad);
+    m_List.Create(&ad);
     FakeLog::Clear();
     EXPECT_EQ(TextFor(1), std::nullopt);
     EXPECT_EQ(TextFor(0xFFFFFFFFU), std::nullopt);
     EXPECT_THAT(FakeLog::Lines(), IsEmpty());
 }
 
-TEST_F(QELItemListStoreTest, NoTextAndNoIconWithoutStore) {
+TEST_F(QELItemListStoreTest, ReturnsNoTextAndNoIconWithoutResultStore) {
     Evas_Object* list = elm_genlist_add(ad.table);
     {
         const FailingNew failing(1);
@@ -385,33 +387,32 @@ TEST_F(QELItemListStoreTest, NoTextAndNoIconWithoutStore) {
     const FailingNew failing(1);
     EXPECT_EQ(QELItemList::m_GetItemContent(nullptr, list, "elm.swallow.icon"), nullptr);
     EXPECT_TRUE(failing.HasFailed());
-    EXPECT_EQ(ToolkitCalls::Count("elm_image_add"), 1) << "made before the store is asked for";
-    const auto ofTheStore = ErrorLine("failed to get instance\n", "QELXmlParser.cpp");
-    EXPECT_THAT(FakeLog::Lines(), ElementsAre(ofTheStore, ofTheStore));
+    EXPECT_EQ(ToolkitCalls::Count("elm_image_add"), 1) << "the image is created before the store";
+    const auto storeError = ErrorLine("failed to get instance\n", "QELXmlParser.cpp");
+    EXPECT_THAT(FakeLog::Lines(), ElementsAre(storeError, storeError));
 }
 
 // --- row icons
 
-struct RowIcon_s {
+struct RowIcon {
     const char* type;
     const char* path;
 };
 
-void PrintTo(const RowIcon_s& icon, std::ostream* out) {
+void PrintTo(const RowIcon& icon, std::ostream* out) {
     *out << icon.type;
 }
 
-class QELItemListIconTest : public QELItemListTest,
-                            public testing::WithParamInterface<RowIcon_s> {};
+class QELItemListIconTest : public QELItemListTest, public testing::WithParamInterface<RowIcon> {};
 
-TEST_P(QELItemListIconTest, IsAResourceOfTheMenuByType) {
+TEST_P(QELItemListIconTest, LoadsMenuIconOfType) {
     AddFailed(ItemOfType(GetParam().type, "N"));
     const fs::path folder = PrivateData::Path("icons");
     const fs::path file = folder / GetParam().path;
     fs::create_directories(file.parent_path());
     Screen::WriteImage(file, {250, 10, 10});
     FakeServices::SetResourceFolder(folder);
-    m_list.Create(&ad);
+    m_List.Create(&ad);
     FakeLog::Clear();
 
     const Evas_Object* icon = IconFor(0);
@@ -420,20 +421,20 @@ TEST_P(QELItemListIconTest, IsAResourceOfTheMenuByType) {
     EXPECT_EQ(Screen::FileOf(icon), file);
     EXPECT_EQ(FakeServices::Lookups().back().appId, "org.tizen.menu");
     EXPECT_EQ(FakeServices::Lookups().back().relativePath, GetParam().path);
-    EXPECT_THAT(FakeLog::Lines(), ElementsAre(InfoLine("resourcePath = " + file.string(), SOURCE,
+    EXPECT_THAT(FakeLog::Lines(), ElementsAre(InfoLine("resourcePath = " + file.string(), kSource,
                                                        "m_GetItemContent")));
 }
 
 INSTANTIATE_TEST_SUITE_P(
     Types, QELItemListIconTest,
-    testing::Values(RowIcon_s{"bt", "Settings_Popup/device_icon/r_icon_device_s_bluetooth.webp"},
-                    RowIcon_s{"wifi", "Settings_Popup/device_icon/r_icon_device_s_wifi.webp"},
-                    RowIcon_s{"app", "Settings/menu_icon/4_general/setting_icon_general_s.webp"},
-                    RowIcon_s{"rnsc", "Settings_Popup/device_icon/r_icon_device_s_pc.webp"},
-                    RowIcon_s{"image", "Settings_Popup/device_icon/r_icon_device_s_pc.webp"}),
+    testing::Values(RowIcon{"bt", "Settings_Popup/device_icon/r_icon_device_s_bluetooth.webp"},
+                    RowIcon{"wifi", "Settings_Popup/device_icon/r_icon_device_s_wifi.webp"},
+                    RowIcon{"app", "Settings/menu_icon/4_general/setting_icon_general_s.webp"},
+                    RowIcon{"rnsc", "Settings_Popup/device_icon/r_icon_device_s_pc.webp"},
+                    RowIcon{"image", "Settings_Popup/device_icon/r_icon_device_s_pc.webp"}),
     [](const auto& test) { return std::string(test.param.type); });
 
-TEST_F(QELItemListTest, IconIsSeenLeftOfTheText) {
+TEST_F(QELItemListTest, DrawsIconLeftOfText) {
     AddFailed(ItemOfType("bt", "N"));
     const fs::path folder = PrivateData::Path("icons");
     fs::create_directories(folder / "Settings_Popup/device_icon");
@@ -450,23 +451,23 @@ TEST_F(QELItemListTest, IconIsSeenLeftOfTheText) {
     EXPECT_EQ(picture.Count({list.x + 80, list.y, list.width - 80, list.height}, isRed), 0);
 }
 
-TEST_F(QELItemListTest, MissingIconFileIsLoggedAndLeavesAnEmptyImage) {
+TEST_F(QELItemListTest, LogsMissingIconFileAndReturnsEmptyImage) {
     AddFailed(ItemOfType("bt", "N"));
     FakeServices::SetResourceFolder("/no/where");
-    m_list.Create(&ad);
+    m_List.Create(&ad);
     FakeLog::Clear();
     const Evas_Object* icon = IconFor(0);
     const std::string path = "/no/where/Settings_Popup/device_icon/r_icon_device_s_bluetooth.webp";
     EXPECT_THAT(
         FakeLog::Lines(),
-        ElementsAre(InfoLine("resourcePath = " + path, SOURCE, "m_GetItemContent"),
-                    ErrorLine("Failed to set Resource = " + path, SOURCE, "m_GetItemContent")));
+        ElementsAre(InfoLine("resourcePath = " + path, kSource, "m_GetItemContent"),
+                    ErrorLine("Failed to set Resource = " + path, kSource, "m_GetItemContent")));
     EXPECT_EQ(HintsOf(icon), (Hints{35, 35, 35, 35}));
 }
 
-TEST_F(QELItemListTest, IconIsSeventyUnitsAtEveryScale) {
+TEST_F(QELItemListTest, KeepsIconAtSeventyUnitsAtEveryScale) {
     AddFailed(ItemOfType("bt", "N"));
-    m_list.Create(&ad);
+    m_List.Create(&ad);
     const struct {
         double scale;
         int pixels;
@@ -474,15 +475,16 @@ TEST_F(QELItemListTest, IconIsSeventyUnitsAtEveryScale) {
     for (const auto& size : sizes) {
         elm_config_scale_set(size.scale);
         EXPECT_EQ(HintsOf(IconFor(0)), (Hints{size.pixels, size.pixels, size.pixels, size.pixels}))
-            << size.scale;
+            << "scale " << size.scale;
     }
     elm_config_scale_set(1.0);
 }
 
-// Upstream has no such property for this kind of image; the call stays all the same.
-TEST_F(QELItemListTest, EveryIconIsSaidToBeTranslucent) {
+// On a PC the toolkit logs an error for this call, because an elm image has no such property. The
+// application still makes the call.
+TEST_F(QELItemListTest, EnablesAlphaOfEveryIcon) {
     AddFailed(ItemOfType("bt", "N"));
-    m_list.Create(&ad);
+    m_List.Create(&ad);
     for (const char* folder : {"/no/where", "/else/where"}) {
         FakeServices::SetResourceFolder(folder);
         ToolkitCalls::Start();
@@ -492,9 +494,9 @@ TEST_F(QELItemListTest, EveryIconIsSaidToBeTranslucent) {
     }
 }
 
-TEST_F(QELItemListTest, IconBelongsToEveryPartThatBeginsLikeIt) {
+TEST_F(QELItemListTest, ReturnsIconForPartsThatStartWithIconPart) {
     AddFailed(ItemOfType("bt", "N"));
-    m_list.Create(&ad);
+    m_List.Create(&ad);
     EXPECT_NE(IconFor(0, "elm.swallow.icon"), nullptr);
     EXPECT_NE(IconFor(0, "elm.swallow.icon.1"), nullptr);
     ToolkitCalls::Start();
@@ -504,9 +506,9 @@ TEST_F(QELItemListTest, IconBelongsToEveryPartThatBeginsLikeIt) {
     EXPECT_THAT(ToolkitCalls::Take({}), IsEmpty());
 }
 
-TEST_F(QELItemListTest, ImageIsMadeBeforeTheIndexIsChecked) {
+TEST_F(QELItemListTest, CreatesImageBeforeCheckingIndex) {
     AddFailed(ItemOfType("bt", "N"));
-    m_list.Create(&ad);
+    m_List.Create(&ad);
     FakeLog::Clear();
     ToolkitCalls::Start();
     EXPECT_EQ(IconFor(1), nullptr);
@@ -516,30 +518,30 @@ TEST_F(QELItemListTest, ImageIsMadeBeforeTheIndexIsChecked) {
 
 // --- press
 
-TEST_F(QELItemListTest, PressOfAnAcceptedRowShowsThePopupBeforeTheWorkerStarts) {
+TEST_F(QELItemListTest, ShowsPopupBeforeWorkerStarts) {
     AddFailed(AnalysableItem("A"));
     CreateForPress();
     std::string title;
     std::string content;
-    std::vector<std::string> flags;
+    std::vector<std::string> messages;
     ToolkitCalls::OnCall("ecore_timer_add", [&] {
         title = elm_object_part_text_get(QELPopupLoading::m_Popup, "title,text");
         content = TextOf(QELPopupLoading::m_PopupLabel);
-        flags = FakeLog::Messages();
+        messages = FakeLog::Messages();
     });
     Press(0);
     EXPECT_TRUE(IsVisible(QELPopupLoading::m_Popup));
     EXPECT_EQ(title, "Analyze");
     EXPECT_EQ(content, "<align=left left_margin=30 wrap=char>Analysis is in progress...");
-    EXPECT_EQ(flags.back(), "SetRunningFlag 1");
+    EXPECT_EQ(messages.back(), "SetRunningFlag 1");
     EXPECT_EQ(FakeLog::Messages().front(), "an Item is pressed.");
     const std::vector<std::string> calls = ToolkitCalls::Take(
         {{QELPopupLoading::m_Popup, "popup"}}, {"evas_object_show", "elm_progressbar_pulse"});
     EXPECT_EQ(calls.front(), "evas_object_show(popup)");
-    EXPECT_TRUE(WaitForEnd());
+    EXPECT_TRUE(WaitUntilPopupStops());
 }
 
-TEST_F(QELItemListTest, PressShowsThePopupBeforeItsTexts) {
+TEST_F(QELItemListTest, ShowsPopupBeforeSettingTexts) {
     AddFailed(AnalysableItem("A"));
     CreateForPress();
     std::vector<bool> shown;
@@ -548,40 +550,40 @@ TEST_F(QELItemListTest, PressShowsThePopupBeforeItsTexts) {
     Press(0);
     ASSERT_GE(shown.size(), 2U);
     EXPECT_THAT(shown, testing::Each(true));
-    EXPECT_TRUE(WaitForEnd());
+    EXPECT_TRUE(WaitUntilPopupStops());
 }
 
-// The worker cannot go on before the press has returned.
-TEST_F(QELItemListTest, PressDoesNotWaitForTheWorker) {
+TEST_F(QELItemListTest, ReturnsFromPressBeforeWorkerEnds) {
     AddFailed(AnalysableItem("A"));
     CreateForPress();
-    std::atomic<bool> returned = false;
-    std::atomic<bool> inTime = true;
+    std::promise<void> press;
+    const std::shared_future<void> pressReturned = press.get_future().share();
+    std::atomic<bool> timedOut = false;
     const std::thread::id mainThread = std::this_thread::get_id();
+    // Blocks the worker at its first log line until the press has returned.
     FakeLog::Observe([&](const LogLine&) {
-        const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
-        while (std::this_thread::get_id() != mainThread && inTime && !returned) {
-            inTime = std::chrono::steady_clock::now() < deadline;
-            std::this_thread::yield();
+        if (std::this_thread::get_id() != mainThread && !timedOut) {
+            timedOut =
+                pressReturned.wait_for(std::chrono::seconds(10)) != std::future_status::ready;
         }
     });
     Press(0);
     EXPECT_TRUE(IsVisible(QELPopupLoading::m_Popup));
     EXPECT_TRUE(elm_object_disabled_get(QELPopupLoading::m_Button));
     EXPECT_TRUE(QELPopupLoading::m_IsRunning);
-    returned = true;
-    EXPECT_TRUE(WaitForEnd());
+    press.set_value();
+    EXPECT_TRUE(WaitUntilPopupStops());
     FakeLog::Observe(nullptr);
-    EXPECT_TRUE(inTime);
+    EXPECT_FALSE(timedOut);
     EXPECT_TRUE(QELAnalysisData::GetInstance()->GetExcutedByUser(0));
 }
 
-TEST_F(QELItemListTest, PressAnalysesThatItemAndReportsIt) {
+TEST_F(QELItemListTest, AnalysesPressedItemAndReportsCompletion) {
     AddFailed(AnalysableItem("A"));
     AddFailed(AnalysableItem("B"));
     CreateForPress();
     Press(1);
-    ASSERT_TRUE(WaitForEnd());
+    ASSERT_TRUE(WaitUntilPopupStops());
     EXPECT_FALSE(QELAnalysisData::GetInstance()->GetExcutedByUser(0));
     EXPECT_TRUE(QELAnalysisData::GetInstance()->GetExcutedByUser(1));
     EXPECT_EQ(QELAnalysisData::GetInstance()->GetAnalysisData(1), "\n1000\t1500\tB(1)\n\n");
@@ -589,23 +591,23 @@ TEST_F(QELItemListTest, PressAnalysesThatItemAndReportsIt) {
               "<align=left left_margin=30 wrap=char>Analysis is completed.");
 }
 
-TEST_F(QELItemListTest, PressOfARefusedRowShowsNothing) {
+TEST_F(QELItemListTest, ShowsNoPopupForRejectedItem) {
     AddFailed(ItemOfType("rnsc", "A"));
     CreateForPress();
     Press(0);
     EXPECT_FALSE(IsVisible(QELPopupLoading::m_Popup));
     EXPECT_FALSE(QELPopupLoading::m_IsRunning);
     EXPECT_THAT(FakeLog::Lines(),
-                ElementsAre(InfoLine("an Item is pressed.", SOURCE, "OnPress"),
+                ElementsAre(InfoLine("an Item is pressed.", kSource, "OnPress"),
                             ErrorLine("not able to analyze RNSC test item", "QELAnalysisData.cpp"),
-                            ErrorLine("this Item is invalid", SOURCE, "OnPress")));
+                            ErrorLine("this Item is invalid", kSource, "OnPress")));
 }
 
-TEST_F(QELItemListTest, PressOfAnAnalysedRowIsRefused) {
+TEST_F(QELItemListTest, RejectsPressOfAnalysedItem) {
     AddFailed(AnalysableItem("A"));
     CreateForPress();
     Press(0);
-    ASSERT_TRUE(WaitForEnd());
+    ASSERT_TRUE(WaitUntilPopupStops());
     FakeLog::Clear();
     Press(0);
     EXPECT_THAT(FakeLog::ErrorMessages(),
@@ -613,16 +615,16 @@ TEST_F(QELItemListTest, PressOfAnAnalysedRowIsRefused) {
     EXPECT_EQ(QELPopupLoading::m_Timer, nullptr);
 }
 
-TEST_F(QELItemListTest, PressWithoutRowIsRefused) {
+TEST_F(QELItemListTest, RejectsPressWithoutRow) {
     AddFailed(AnalysableItem("A"));
     CreateForPress();
     QELItemList::OnPress(&ad, ad.itemList, nullptr);
     EXPECT_THAT(FakeLog::Lines(),
-                ElementsAre(InfoLine("an Item is pressed.", SOURCE, "OnPress"),
-                            ErrorLine("Elm_Object_Item is NULL", SOURCE, "OnPress")));
+                ElementsAre(InfoLine("an Item is pressed.", kSource, "OnPress"),
+                            ErrorLine("Elm_Object_Item is NULL", kSource, "OnPress")));
 }
 
-TEST_F(QELItemListTest, PressWithoutPopupIsRefused) {
+TEST_F(QELItemListTest, RejectsPressWithoutPopup) {
     AddFailed(AnalysableItem("A"));
     Create();
     FakeLog::Clear();
@@ -630,27 +632,28 @@ TEST_F(QELItemListTest, PressWithoutPopupIsRefused) {
     Press(0);
     EXPECT_TRUE(failing.HasFailed());
     EXPECT_THAT(FakeLog::Lines(),
-                ElementsAre(InfoLine("an Item is pressed.", SOURCE, "OnPress"),
-                            ErrorLine("popupLoading is NULL", SOURCE, "OnPress")));
+                ElementsAre(InfoLine("an Item is pressed.", kSource, "OnPress"),
+                            ErrorLine("popupLoading is NULL", kSource, "OnPress")));
 }
 
-TEST_F(QELItemListTest, PressWithoutAnalysisStoreIsSilent) {
+TEST_F(QELItemListTest, IgnoresPressWithoutAnalysisStore) {
     AddFailed(AnalysableItem("A"));
     QELPopupLoading::GetInstance()->Create(&ad);
     Create();
     FakeLog::Clear();
-    for (Elm_Object_Item* row : {Row(0), static_cast<Elm_Object_Item*>(nullptr)}) {
+    const std::vector<Elm_Object_Item*> rows = {Row(0), nullptr};
+    for (Elm_Object_Item* row : rows) {
         FakeLog::Clear();
         const FailingNew failing(1);
         QELItemList::OnPress(&ad, ad.itemList, row);
         EXPECT_TRUE(failing.HasFailed());
         EXPECT_FALSE(IsVisible(QELPopupLoading::m_Popup));
         EXPECT_THAT(FakeLog::Lines(),
-                    ElementsAre(InfoLine("an Item is pressed.", SOURCE, "OnPress")));
+                    ElementsAre(InfoLine("an Item is pressed.", kSource, "OnPress")));
     }
 }
 
-TEST_F(QELItemListTest, MalformedCodeLeavesThePress) {
+TEST_F(QELItemListTest, ThrowsFromPressOnMalformedCode) {
     ResultItem item = AnalysableItem("A");
     item["opcode"] = "xyz";
     AddFailed(item);
@@ -662,7 +665,7 @@ TEST_F(QELItemListTest, MalformedCodeLeavesThePress) {
     EXPECT_FALSE(IsVisible(QELPopupLoading::m_Popup));
 }
 
-TEST_F(QELItemListTest, FailureToMakeTheThreadIsNotCaught) {
+TEST_F(QELItemListTest, ThrowsFromPressWhenWorkerCannotStart) {
     AddFailed(AnalysableItem("A"));
     CreateForPress();
     {
@@ -674,23 +677,23 @@ TEST_F(QELItemListTest, FailureToMakeTheThreadIsNotCaught) {
     QELPopupLoading::SetRunningFlag(false);
 }
 
-TEST_F(QELItemListTest, OkKeyPressesTheFocusedRow) {
+TEST_F(QELItemListTest, AnalysesFocusedRowOnOkKey) {
     AddFailed(ItemOfType("rnsc", "A"));
     AddFailed(AnalysableItem("B"));
     CreateForPress();
     Screen::Press(ad.win, "Down");
     Screen::Press(ad.win, "Return");
-    EXPECT_TRUE(LoggedInfo("an Item is pressed.", SOURCE));
+    EXPECT_TRUE(LoggedInfo("an Item is pressed.", kSource));
     EXPECT_TRUE(elm_genlist_item_selected_get(Row(1)));
-    ASSERT_TRUE(WaitForEnd());
+    ASSERT_TRUE(WaitUntilPopupStops());
     EXPECT_TRUE(QELAnalysisData::GetInstance()->GetExcutedByUser(1));
 }
 
-// A detailed text has the item accepted before its codes are read, so the worker is the first to
-// read them, and nothing catches what it throws.
+// The application accepts an item with a detailed text before it reads the codes. The worker reads
+// the codes, and nothing catches its exception.
 class QELItemListDeathTest : public QELItemListTest {};
 
-TEST_F(QELItemListDeathTest, MalformedCodeOnTheWorkerEndsTheProcess) {
+TEST_F(QELItemListDeathTest, TerminatesProcessOnMalformedCodeInWorker) {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
     ResultItem item = AnalysableItem("A");
     item["opcode"] = "xyz";
@@ -700,30 +703,31 @@ TEST_F(QELItemListDeathTest, MalformedCodeOnTheWorkerEndsTheProcess) {
     EXPECT_DEATH(
         {
             Press(0);
-            WaitForEnd();
+            WaitUntilPopupStops();
         },
         "std::invalid_argument");
 }
 
 // --- unselect
 
-TEST_F(QELItemListTest, UnselectedRowIsSelectedAgain) {
+TEST_F(QELItemListTest, SelectsUnselectedRowAgain) {
     AddFailed(ItemOfType("rnsc", "A"));
     Create();
     FakeLog::Clear();
     QELItemList::OnUnselect(&ad, ad.itemList, Row(0));
     EXPECT_TRUE(elm_genlist_item_selected_get(Row(0)));
-    EXPECT_THAT(FakeLog::Lines().front(), InfoLine("an Item is unselected.", SOURCE, "OnUnselect"));
+    EXPECT_THAT(FakeLog::Lines().front(),
+                InfoLine("an Item is unselected.", kSource, "OnUnselect"));
 }
 
-TEST_F(QELItemListTest, UnselectWithoutRowIsRefused) {
+TEST_F(QELItemListTest, RejectsUnselectWithoutRow) {
     QELItemList::OnUnselect(&ad, ad.itemList, nullptr);
     EXPECT_THAT(FakeLog::Lines(),
-                ElementsAre(InfoLine("an Item is unselected.", SOURCE, "OnUnselect"),
-                            ErrorLine("Elm_Object_Item is NULL", SOURCE, "OnUnselect")));
+                ElementsAre(InfoLine("an Item is unselected.", kSource, "OnUnselect"),
+                            ErrorLine("Elm_Object_Item is NULL", kSource, "OnUnselect")));
 }
 
-TEST_F(QELItemListTest, PressOfASelectedRowLeavesItSelectedAndIsAPressAgain) {
+TEST_F(QELItemListTest, KeepsPressedRowSelectedAndHandlesSecondPress) {
     AddFailed(ItemOfType("rnsc", "A"));
     AddFailed(ItemOfType("rnsc", "B"));
     CreateForPress();
@@ -741,29 +745,29 @@ TEST_F(QELItemListTest, PressOfASelectedRowLeavesItSelectedAndIsAPressAgain) {
 
 // --- destroy
 
-TEST_F(QELItemListTest, DestroyDeletesTheListThenItsBackground) {
+TEST_F(QELItemListTest, DeletesListThenBackground) {
     AddFailed(ItemOfType("bt", "A"));
     Create();
     ToolkitCalls::Names names = Names();
-    names.insert({m_list.m_bgItemList, "background"});
+    names.insert({m_List.m_bgItemList, "background"});
     FakeLog::Clear();
     ToolkitCalls::Start();
-    m_list.Destroy(&ad);
+    m_List.Destroy(&ad);
     EXPECT_THAT(ToolkitCalls::Take(names),
                 ElementsAre("evas_object_del(itemList)", "evas_object_del(background)"));
     EXPECT_EQ(ad.itemList, nullptr);
-    EXPECT_EQ(m_list.m_bgItemList, nullptr);
+    EXPECT_EQ(m_List.m_bgItemList, nullptr);
     EXPECT_THAT(FakeLog::Lines(), IsEmpty());
 }
 
-TEST_F(QELItemListTest, DestroyBeforeCreateDeletesNothing) {
-    ExpectNothingToDestroy(m_list);
+TEST_F(QELItemListTest, DeletesNothingBeforeCreate) {
+    ExpectNothingToDestroy(m_List);
 }
 
-TEST_F(QELItemListTest, DestroyWithoutRecordDoesNothing) {
+TEST_F(QELItemListTest, RejectsDestroyWithoutAppData) {
     Create();
-    ExpectRecordIsNeeded(m_list, &QELItemList::Destroy, "Destroy", SOURCE);
-    EXPECT_NE(m_list.m_bgItemList, nullptr);
+    ExpectRecordIsNeeded(m_List, &QELItemList::Destroy, "Destroy", kSource);
+    EXPECT_NE(m_List.m_bgItemList, nullptr);
 }
 
 }  // namespace

@@ -18,9 +18,9 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-const char* const SOURCE = "QELItemView.cpp";
-const char* const PREFIX_9 = "<align=left left_margin=20 wrap=char font_size=9>";
-const char* const NO_PHOTO =
+const char* const kSource = "QELItemView.cpp";
+const char* const kPrefixWithFontSize9 = "<align=left left_margin=20 wrap=char font_size=9>";
+const char* const kMissingPhotoText =
     "<align=center font_size=20 color=#CCCCCC><b>There is no RNS result capture(photo) file."
     "</align></font_size></color>";
 
@@ -29,26 +29,26 @@ protected:
     void SetUp() override {
         ScreenTest::SetUp();
         OpenWindow();
-        m_photo = PrivateData::Path("photo.png");
-        Screen::WriteImage(m_photo, {250, 10, 10});
+        m_PhotoPath = PrivateData::Path("photo.png");
+        Screen::WriteImage(m_PhotoPath, {250, 10, 10});
         QELXmlParser::GetInstance();
         ToolkitCalls::Start();
         FakeLog::Clear();
     }
 
     void TearDown() override {
-        m_view.Destroy(&ad);
+        m_View.Destroy(&ad);
         ScreenTest::TearDown();
     }
 
     void Create() {
-        m_view.Create(&ad);
+        m_View.Create(&ad);
         Screen::Settle(ad.win);
     }
 
-    // With the list, and the focus signal connected as the main window does it.
+    // Also creates the list and connects its focus signal as QELWindow does.
     void CreateWithList() {
-        m_list.Create(&ad);
+        m_List.Create(&ad);
         Create();
         evas_object_smart_callback_add(ad.itemList, "item,focused", QELItemView::Update, &ad);
         FakeLog::Clear();
@@ -57,53 +57,53 @@ protected:
 
     void Update(unsigned int index) { QELItemView::Update(&ad, ad.itemList, Row(index)); }
 
-    static ResultItem Photo(const std::string& path) {
+    static ResultItem ImageItem(const std::string& path) {
         ResultItem item = ItemOfType("image", "Photo");
         item["detailed"] = path;
         return item;
     }
 
-    // What the photo's label says once it was drawn: until then an emptied label keeps its text.
-    // One that never had a text says a line break.
+    // Renders first, because a cleared label returns its old text until the next frame. A label
+    // that never had a text returns a line break.
     std::string PhotoText() {
         Screen::Render(ad.win);
         const std::string text = TextOf(ad.itemLabel);
         return text == "<br>" ? "" : text;
     }
 
-    void ExpectPhotoFace() const {
+    void ExpectPhotoShown() const {
         EXPECT_TRUE(IsVisible(ad.itemLabel));
         EXPECT_TRUE(IsVisible(ad.itemImage));
         EXPECT_FALSE(IsVisible(ad.infoLabelLeft));
         EXPECT_FALSE(IsVisible(ad.infoLabelRight));
     }
 
-    void ExpectInformationFace() const {
+    void ExpectInformationShown() const {
         EXPECT_FALSE(IsVisible(ad.itemLabel));
         EXPECT_FALSE(IsVisible(ad.itemImage));
         EXPECT_TRUE(IsVisible(ad.infoLabelLeft));
         EXPECT_TRUE(IsVisible(ad.infoLabelRight));
     }
 
-    QELItemView m_view;
-    QELItemList m_list;
-    std::string m_photo;
+    QELItemView m_View;
+    QELItemList m_List;
+    std::string m_PhotoPath;
 };
 
 // --- create
 
-TEST_F(QELItemViewTest, CreateWithoutRecordDoesNothing) {
-    ExpectRecordIsNeeded(m_view, &QELItemView::Create, "Create", SOURCE);
-    EXPECT_EQ(m_view.m_bgInfoViewLeft, nullptr);
-    EXPECT_EQ(m_view.m_bgInfoViewRight, nullptr);
+TEST_F(QELItemViewTest, RejectsCreateWithoutAppData) {
+    ExpectRecordIsNeeded(m_View, &QELItemView::Create, "Create", kSource);
+    EXPECT_EQ(m_View.m_bgInfoViewLeft, nullptr);
+    EXPECT_EQ(m_View.m_bgInfoViewRight, nullptr);
 }
 
-TEST_F(QELItemViewTest, CreateBuildsAndPlacesInThisOrder) {
-    m_view.Create(&ad);
+TEST_F(QELItemViewTest, CreatesAndPlacesWidgetsInOrder) {
+    m_View.Create(&ad);
     ToolkitCalls::Names names = Names();
     names.insert({
-        {m_view.m_bgInfoViewLeft, "leftRect"},
-        {m_view.m_bgInfoViewRight, "rightRect"},
+        {m_View.m_bgInfoViewLeft, "leftRect"},
+        {m_View.m_bgInfoViewRight, "rightRect"},
         {QELItemDetailView::m_bgItemDetailView, "detailRect"},
     });
     std::vector<std::string> calls = ToolkitCalls::Take(names);
@@ -127,35 +127,35 @@ TEST_F(QELItemViewTest, CreateBuildsAndPlacesInThisOrder) {
                                    "evas_object_rectangle_add(detailRect, canvas)"));
 }
 
-TEST_F(QELItemViewTest, CreateMakesTheDetailViewAndEndsWithItsLine) {
+TEST_F(QELItemViewTest, CreatesDetailViewThenLogsDone) {
     Create();
-    EXPECT_NE(m_view.m_itemDetailView, nullptr);
+    EXPECT_NE(m_View.m_itemDetailView, nullptr);
     EXPECT_NE(ad.detailLabel, nullptr);
     const std::vector<LogLine> lines = FakeLog::Lines();
     ASSERT_GE(lines.size(), 2U);
     EXPECT_THAT(lines[lines.size() - 2], InfoLine("done Create", "QELItemDetailView.cpp"));
-    EXPECT_THAT(lines.back(), InfoLine("done Create", SOURCE, "Create"));
+    EXPECT_THAT(lines.back(), InfoLine("done Create", kSource, "Create"));
 }
 
-TEST_F(QELItemViewTest, MissingDetailViewLeavesThisViewWorking) {
+TEST_F(QELItemViewTest, ShowsPhotoWithoutDetailView) {
     AddFailed(ItemOfType("bt", "A"));
-    AddFailed(Photo(m_photo));
-    m_list.Create(&ad);
+    AddFailed(ImageItem(m_PhotoPath));
+    m_List.Create(&ad);
     FakeLog::Clear();
     {
         const FailingNew failing(1);
-        m_view.Create(&ad);
+        m_View.Create(&ad);
         EXPECT_TRUE(failing.HasFailed());
     }
-    EXPECT_EQ(m_view.m_itemDetailView, nullptr);
+    EXPECT_EQ(m_View.m_itemDetailView, nullptr);
     EXPECT_EQ(ad.detailLabel, nullptr);
-    EXPECT_TRUE(LoggedError("QELItemDetailView is failed to create", SOURCE));
+    EXPECT_TRUE(LoggedError("QELItemDetailView is failed to create", kSource));
     EXPECT_EQ(FakeLog::Count("done Create"), 0);
     Update(1);
-    ExpectPhotoFace();
+    ExpectPhotoShown();
 }
 
-TEST_F(QELItemViewTest, RightAfterCreateOnlyThePhotoIsHidden) {
+TEST_F(QELItemViewTest, HidesOnlyPhotoAfterCreate) {
     Create();
     EXPECT_TRUE(IsVisible(ad.itemLabel));
     EXPECT_TRUE(IsVisible(ad.infoLabelLeft));
@@ -163,11 +163,11 @@ TEST_F(QELItemViewTest, RightAfterCreateOnlyThePhotoIsHidden) {
     EXPECT_FALSE(IsVisible(ad.itemImage));
 }
 
-TEST_F(QELItemViewTest, RectanglesAreNeverColouredShownOrPlaced) {
+TEST_F(QELItemViewTest, KeepsRectanglesHiddenUnplacedAndUncoloured) {
     AddFailed(ItemOfType("bt", "A"));
     CreateWithList();
     Update(0);
-    for (Evas_Object* rectangle : {m_view.m_bgInfoViewLeft, m_view.m_bgInfoViewRight}) {
+    for (Evas_Object* rectangle : {m_View.m_bgInfoViewLeft, m_View.m_bgInfoViewRight}) {
         ASSERT_NE(rectangle, nullptr);
         EXPECT_FALSE(IsVisible(rectangle));
         EXPECT_FALSE(Screen::IsPacked(ad.table, rectangle));
@@ -175,7 +175,7 @@ TEST_F(QELItemViewTest, RectanglesAreNeverColouredShownOrPlaced) {
     }
 }
 
-TEST_F(QELItemViewTest, PanelsStandSideBySideInTheUpperPart) {
+TEST_F(QELItemViewTest, PlacesInformationPanelsSideBySideAtTop) {
     Create();
     const Area left = Screen::AreaOf(ad.infoLabelLeft);
     const Area right = Screen::AreaOf(ad.infoLabelRight);
@@ -187,7 +187,7 @@ TEST_F(QELItemViewTest, PanelsStandSideBySideInTheUpperPart) {
     EXPECT_TRUE(Screen::AreaOf(ad.itemLabel).Holds(right));
 }
 
-TEST_F(QELItemViewTest, PanelsHaveTheirStyleAndEllipsis) {
+TEST_F(QELItemViewTest, SetsStyleAndEllipsisOfInformationPanels) {
     Create();
     for (const Evas_Object* label : {ad.infoLabelLeft, ad.infoLabelRight}) {
         EXPECT_STREQ(elm_object_style_get(label), "slide_short");
@@ -197,21 +197,21 @@ TEST_F(QELItemViewTest, PanelsHaveTheirStyleAndEllipsis) {
 
 // --- placing
 
-TEST_F(QELItemViewTest, ShowFillsEachOfItsCells) {
+TEST_F(QELItemViewTest, FillsEachOfItsCells) {
     Create();
-    ExpectPlaced(m_view, TABLE_LOCATION_INFO_LEFT, {1, 1, 1, 2});
-    ExpectPlaced(m_view, TABLE_LOCATION_INFO_RIGHT, {2, 1, 1, 2});
-    ExpectPlaced(m_view, TABLE_LOCATION_ITEM_VIEW, {1, 1, 2, 6});
+    ExpectPlaced(m_View, TABLE_LOCATION_INFO_LEFT, {1, 1, 1, 2});
+    ExpectPlaced(m_View, TABLE_LOCATION_INFO_RIGHT, {2, 1, 1, 2});
+    ExpectPlaced(m_View, TABLE_LOCATION_ITEM_VIEW, {1, 1, 2, 6});
 }
 
-TEST_F(QELItemViewTest, OtherLocationsAreShownButNotPlaced) {
+TEST_F(QELItemViewTest, ShowsWithoutPlacingAtOtherLocations) {
     Create();
-    ExpectShownButNotPlaced(m_view, {0, 1, 4, 6, 7, 8, 9}, SOURCE);
+    ExpectShownButNotPlaced(m_View, {0, 1, 4, 6, 7, 8, 9}, kSource);
 }
 
-// --- the panels' texts
+// --- panel texts
 
-TEST_F(QELItemViewTest, LeftPanelShowsSummaryThenNetwork) {
+TEST_F(QELItemViewTest, ShowsSummaryThenNetworkInLeftPanel) {
     QELXmlParser* parser = QELXmlParser::GetInstance();
     parser->m_summaryStartTime = "10:00";
     parser->m_summaryDuration = "60";
@@ -220,13 +220,13 @@ TEST_F(QELItemViewTest, LeftPanelShowsSummaryThenNetwork) {
     parser->m_moduleElapsedTime = "7";
     Create();
     EXPECT_EQ(TextOf(ad.infoLabelLeft),
-              std::string(PREFIX_9) +
+              std::string(kPrefixWithFontSize9) +
                   "starttime=10:00<br/>duration=60<br/>retrycount=2<br/>type=wifi<br/>"
                   "connection=<br/>pairing elapsed time=<br/>pairing end time=<br/>"
                   "module start time=<br/>module elapsed time=7<br/>");
 }
 
-TEST_F(QELItemViewTest, RightPanelShowsTheInformation) {
+TEST_F(QELItemViewTest, ShowsInformationInRightPanel) {
     QELXmlParser::GetInstance()->m_model = "M1";
     Create();
     EXPECT_EQ(TextOf(ad.infoLabelRight),
@@ -235,7 +235,7 @@ TEST_F(QELItemViewTest, RightPanelShowsTheInformation) {
               "ld1=<br/>ld2=<br/>dnso=<br/>");
 }
 
-TEST_F(QELItemViewTest, MarkupCharactersOfTheDataAreShownLiterally) {
+TEST_F(QELItemViewTest, EscapesMarkupInInformationPanels) {
     QELXmlParser::GetInstance()->m_model = "<b>M&1</b>";
     QELXmlParser::GetInstance()->m_networkType = "a<b&c";
     Create();
@@ -244,7 +244,7 @@ TEST_F(QELItemViewTest, MarkupCharactersOfTheDataAreShownLiterally) {
     EXPECT_THAT(TextOf(ad.infoLabelLeft), testing::HasSubstr("type=a&lt;b&amp;c<br/>"));
 }
 
-TEST_F(QELItemViewTest, PanelTextIsSeenInItsPanelOnly) {
+TEST_F(QELItemViewTest, DrawsRightPanelTextAfterLeftMargin) {
     QELXmlParser::GetInstance()->m_model = "MMMMMMMM";
     Create();
     const auto isBright = [](const Colour& colour) { return colour.red > 150; };
@@ -254,40 +254,39 @@ TEST_F(QELItemViewTest, PanelTextIsSeenInItsPanelOnly) {
     EXPECT_EQ(picture.Count({right.x, right.y, 20, right.height}, isBright), 0);
 }
 
-TEST_F(QELItemViewTest, UnknownLocationLeavesThePrefix) {
+TEST_F(QELItemViewTest, ShowsOnlyPrefixForUnknownLocation) {
     Create();
-    FakeLog::Clear();
     for (const int location : {5, 0}) {
         FakeLog::Clear();
-        m_view.m_SetTextCommonInfoView(ad.infoLabelLeft,
+        m_View.m_SetTextCommonInfoView(ad.infoLabelLeft,
                                        static_cast<app_table_location_e>(location));
-        EXPECT_EQ(TextOf(ad.infoLabelLeft), PREFIX_9);
+        EXPECT_EQ(TextOf(ad.infoLabelLeft), kPrefixWithFontSize9);
         EXPECT_THAT(FakeLog::Lines(),
                     ElementsAre(ErrorLine("there is no information about table location " +
                                               std::to_string(location),
-                                          SOURCE, "m_SetTextCommonInfoView"),
-                                InfoLine("newline is = 0", SOURCE, "m_GetFontSize")));
+                                          kSource, "m_SetTextCommonInfoView"),
+                                InfoLine("newline is = 0", kSource, "m_GetFontSize")));
     }
 }
 
 class QELItemViewStoreTest : public ScreenTest {
 protected:
-    QELItemView m_view;
+    QELItemView m_View;
 };
 
-TEST_F(QELItemViewStoreTest, MissingStoreLeavesTheLabelsText) {
+TEST_F(QELItemViewStoreTest, KeepsPanelTextWithoutResultStore) {
     OpenWindow();
     Evas_Object* label = elm_label_add(ad.table);
     elm_object_text_set(label, "before");
     const FailingNew failing(1);
-    m_view.m_SetTextCommonInfoView(label, TABLE_LOCATION_INFO_LEFT);
+    m_View.m_SetTextCommonInfoView(label, TABLE_LOCATION_INFO_LEFT);
     EXPECT_TRUE(failing.HasFailed());
     EXPECT_EQ(TextOf(label), "before");
-    EXPECT_THAT(FakeLog::Lines().back(), ErrorLine("not able to get instance of xmlParser", SOURCE,
+    EXPECT_THAT(FakeLog::Lines().back(), ErrorLine("not able to get instance of xmlParser", kSource,
                                                    "m_SetTextCommonInfoView"));
 }
 
-TEST_F(QELItemViewStoreTest, MissingStoreLeavesThePhotoLabelAlone) {
+TEST_F(QELItemViewStoreTest, KeepsPhotoLabelWithoutResultStore) {
     OpenWindow();
     ad.itemLabel = elm_label_add(ad.table);
     elm_object_text_set(ad.itemLabel, "before");
@@ -299,7 +298,7 @@ TEST_F(QELItemViewStoreTest, MissingStoreLeavesThePhotoLabelAlone) {
                 ElementsAre(ErrorLine("failed to get instance\n", "QELXmlParser.cpp")));
 }
 
-TEST_F(QELItemViewStoreTest, MissingStoreEndsTheUpdateSilently) {
+TEST_F(QELItemViewStoreTest, IgnoresUpdateWithoutResultStore) {
     const FailingNew failing(1);
     QELItemView::Update(&ad, nullptr, nullptr);
     EXPECT_TRUE(failing.HasFailed());
@@ -309,70 +308,70 @@ TEST_F(QELItemViewStoreTest, MissingStoreEndsTheUpdateSilently) {
 
 // --- font size
 
-struct FontSize_s {
+struct FontSize {
     int newlines;
     int size;
 };
 
-void PrintTo(const FontSize_s& font, std::ostream* out) {
+void PrintTo(const FontSize& font, std::ostream* out) {
     *out << font.newlines << " newlines";
 }
 
-class QELItemViewFontTest : public QELItemViewTest,
-                            public testing::WithParamInterface<FontSize_s> {};
+class QELItemViewFontTest : public QELItemViewTest, public testing::WithParamInterface<FontSize> {};
 
-TEST_P(QELItemViewFontTest, ShrinksWithTheNumberOfLines) {
+TEST_P(QELItemViewFontTest, ReturnsSmallerFontForMoreLines) {
     const std::string text(static_cast<size_t>(GetParam().newlines), '\n');
-    EXPECT_EQ(m_view.m_GetFontSize("a" + text + "b"), GetParam().size);
+    EXPECT_EQ(m_View.m_GetFontSize("a" + text + "b"), GetParam().size);
     EXPECT_THAT(FakeLog::Lines(),
-                ElementsAre(InfoLine("newline is = " + std::to_string(GetParam().newlines), SOURCE,
+                ElementsAre(InfoLine("newline is = " + std::to_string(GetParam().newlines), kSource,
                                      "m_GetFontSize")));
 }
 
 INSTANTIATE_TEST_SUITE_P(Lines, QELItemViewFontTest,
-                         testing::Values(FontSize_s{0, 9}, FontSize_s{1, 9}, FontSize_s{9, 9},
-                                         FontSize_s{10, 7}, FontSize_s{11, 7}, FontSize_s{12, 7},
-                                         FontSize_s{13, 5}, FontSize_s{1000, 5}));
+                         testing::Values(FontSize{0, 9}, FontSize{1, 9}, FontSize{9, 9},
+                                         FontSize{10, 7}, FontSize{11, 7}, FontSize{12, 7},
+                                         FontSize{13, 5}, FontSize{1000, 5}));
 
-TEST_F(QELItemViewTest, OnlyLineFeedsCountAsLineBreaks) {
-    EXPECT_EQ(m_view.m_GetFontSize(std::string(20, '\r')), 9);
-    EXPECT_EQ(m_view.m_GetFontSize(""), 9);
+TEST_F(QELItemViewTest, CountsOnlyLineFeedsAsLineBreaks) {
+    EXPECT_EQ(m_View.m_GetFontSize(std::string(20, '\r')), 9);
+    EXPECT_EQ(m_View.m_GetFontSize(""), 9);
     EXPECT_THAT(FakeLog::Messages(), ElementsAre("newline is = 0", "newline is = 0"));
 }
 
-TEST_F(QELItemViewTest, LineFeedsInTheDataShrinkTheFont) {
-    // The panel has nine lines of its own.
+TEST_F(QELItemViewTest, ShrinksFontForLineFeedsInData) {
+    // The panel text has nine line feeds without the ones in the data.
     const struct {
-        int more;
+        int lineFeeds;
         const char* size;
     } texts[] = {
         {0, "font_size=9>"}, {1, "font_size=7>"}, {3, "font_size=7>"}, {4, "font_size=5>"}};
     Create();
     for (const auto& text : texts) {
         QELXmlParser::GetInstance()->m_networkType =
-            std::string(static_cast<size_t>(text.more), '\n');
-        m_view.m_SetTextCommonInfoView(ad.infoLabelLeft, TABLE_LOCATION_INFO_LEFT);
-        EXPECT_THAT(TextOf(ad.infoLabelLeft), testing::HasSubstr(text.size)) << text.more;
+            std::string(static_cast<size_t>(text.lineFeeds), '\n');
+        m_View.m_SetTextCommonInfoView(ad.infoLabelLeft, TABLE_LOCATION_INFO_LEFT);
+        EXPECT_THAT(TextOf(ad.infoLabelLeft), testing::HasSubstr(text.size))
+            << text.lineFeeds << " line feeds";
     }
 }
 
-// --- the two faces
+// --- photo and information
 
-TEST_F(QELItemViewTest, ImageItemTurnsToThePhoto) {
-    AddFailed(Photo(m_photo));
+TEST_F(QELItemViewTest, ShowsPhotoForImageItem) {
+    AddFailed(ImageItem(m_PhotoPath));
     CreateWithList();
     Update(0);
-    ExpectPhotoFace();
-    EXPECT_EQ(Screen::FileOf(ad.itemImage), m_photo);
+    ExpectPhotoShown();
+    EXPECT_EQ(Screen::FileOf(ad.itemImage), m_PhotoPath);
     EXPECT_EQ(PhotoText(), "");
     EXPECT_STREQ(elm_object_style_get(ad.itemLabel), "slide_short");
     EXPECT_THAT(FakeLog::Lines(),
-                ElementsAre(InfoLine("index : 0, resultSize : 1", SOURCE, "Update"),
-                            InfoLine("jpg Filepath : " + m_photo, SOURCE, "Update")));
+                ElementsAre(InfoLine("index : 0, resultSize : 1", kSource, "Update"),
+                            InfoLine("jpg Filepath : " + m_PhotoPath, kSource, "Update")));
 }
 
-TEST_F(QELItemViewTest, PhotoIsSetThenItsTextThenTheFacesChange) {
-    AddFailed(Photo(m_photo));
+TEST_F(QELItemViewTest, SetsPhotoThenTextBeforeShowingThem) {
+    AddFailed(ImageItem(m_PhotoPath));
     CreateWithList();
     std::vector<std::string> steps;
     ToolkitCalls::OnCall("elm_image_file_set", [&steps] {
@@ -388,18 +387,18 @@ TEST_F(QELItemViewTest, PhotoIsSetThenItsTextThenTheFacesChange) {
                             "evas_object_hide(infoLabelLeft)", "evas_object_hide(infoLabelRight)"));
 }
 
-TEST_F(QELItemViewTest, PathThatIsNoPictureShowsNothing) {
-    AddFailed(Photo(PrivateData::Path(".")));
+TEST_F(QELItemViewTest, ShowsNoPhotoAndNoTextForFolderPath) {
+    AddFailed(ImageItem(PrivateData::Path(".")));
     CreateWithList();
     Update(0);
-    ExpectPhotoFace();
+    ExpectPhotoShown();
     EXPECT_EQ(PhotoText(), "");
     EXPECT_FALSE(Screen::HasPicture(ad.itemImage));
     EXPECT_TRUE(LoggedNoError());
 }
 
-TEST_F(QELItemViewTest, PhotoIsSeenOverTheWholeItemView) {
-    AddFailed(Photo(m_photo));
+TEST_F(QELItemViewTest, DrawsPhotoOverWholeItemView) {
+    AddFailed(ImageItem(m_PhotoPath));
     CreateWithList();
     Update(0);
     const auto isRed = [](const Colour& colour) {
@@ -407,94 +406,94 @@ TEST_F(QELItemViewTest, PhotoIsSeenOverTheWholeItemView) {
     };
     const Area view = Screen::AreaOf(ad.itemLabel);
     EXPECT_EQ(Screen::AreaOf(ad.itemImage), view);
-    // The photo is square and keeps its shape; loading it may take a frame.
+    // The photo is a square and keeps its aspect ratio. Loading may take a frame.
     EXPECT_TRUE(Screen::PumpUntil([&] {
         return Screen::Render(ad.win).Count(view, isRed) > view.height * view.height * 9 / 10;
     }));
     EXPECT_EQ(Screen::Render(ad.win).Count({0, 0, view.x, Screen::HEIGHT}, isRed), 0);
 }
 
-TEST_F(QELItemViewTest, MissingPhotoIsNamedInGrey) {
-    AddFailed(Photo("/no/such/photo.png"));
+TEST_F(QELItemViewTest, ShowsGreyTextForMissingPhoto) {
+    AddFailed(ImageItem("/no/such/photo.png"));
     CreateWithList();
     Update(0);
-    ExpectPhotoFace();
-    EXPECT_EQ(PhotoText(), NO_PHOTO);
+    ExpectPhotoShown();
+    EXPECT_EQ(PhotoText(), kMissingPhotoText);
     EXPECT_FALSE(Screen::HasPicture(ad.itemImage));
-    EXPECT_TRUE(LoggedInfo("jpg Filepath : /no/such/photo.png", SOURCE));
+    EXPECT_TRUE(LoggedInfo("jpg Filepath : /no/such/photo.png", kSource));
     EXPECT_TRUE(LoggedNoError());
 }
 
-TEST_F(QELItemViewTest, PhotoOfTheRowBeforeGoesWhenTheNextOneIsMissing) {
-    AddFailed(Photo(m_photo));
-    AddFailed(Photo("/no/such/photo.png"));
-    AddFailed(Photo(m_photo));
+TEST_F(QELItemViewTest, RemovesPreviousPhotoWhenNextPhotoIsMissing) {
+    AddFailed(ImageItem(m_PhotoPath));
+    AddFailed(ImageItem("/no/such/photo.png"));
+    AddFailed(ImageItem(m_PhotoPath));
     CreateWithList();
     Update(0);
     ASSERT_TRUE(Screen::HasPicture(ad.itemImage));
     Update(1);
     EXPECT_FALSE(Screen::HasPicture(ad.itemImage));
-    EXPECT_EQ(PhotoText(), NO_PHOTO);
+    EXPECT_EQ(PhotoText(), kMissingPhotoText);
     Update(2);
     EXPECT_TRUE(Screen::HasPicture(ad.itemImage));
 }
 
-TEST_F(QELItemViewTest, EmptyPathShowsNeitherPhotoNorText) {
-    AddFailed(Photo(""));
+TEST_F(QELItemViewTest, ShowsNoPhotoAndNoTextForEmptyPath) {
+    AddFailed(ImageItem(""));
     CreateWithList();
     Update(0);
-    ExpectPhotoFace();
+    ExpectPhotoShown();
     EXPECT_EQ(PhotoText(), "");
     EXPECT_FALSE(Screen::HasPicture(ad.itemImage));
-    EXPECT_TRUE(LoggedInfo("jpg Filepath : ", SOURCE));
+    EXPECT_TRUE(LoggedInfo("jpg Filepath : ", kSource));
 }
 
-TEST_F(QELItemViewTest, MissingPathShowsNeitherPhotoNorText) {
+TEST_F(QELItemViewTest, ShowsNoPhotoAndNoTextWithoutPath) {
     AddFailed(ItemOfType("image", "Photo"));
     CreateWithList();
     Update(0);
-    ExpectPhotoFace();
+    ExpectPhotoShown();
     EXPECT_EQ(PhotoText(), "");
-    // Read once for the line, once for the image, once for the label.
+    // The path is read for the log line, for the image and for the label.
     EXPECT_EQ(FakeLog::Count("Invalid KEY[detailed]!!\n"), 3);
 }
 
-TEST_F(QELItemViewTest, PhotoReplacesTheTextOfAMissingOne) {
-    AddFailed(Photo("/no/such/photo.png"));
-    AddFailed(Photo(m_photo));
+TEST_F(QELItemViewTest, ReplacesMissingPhotoTextWithPhoto) {
+    AddFailed(ImageItem("/no/such/photo.png"));
+    AddFailed(ImageItem(m_PhotoPath));
     CreateWithList();
     Update(0);
     Update(1);
     EXPECT_EQ(PhotoText(), "");
     EXPECT_TRUE(Screen::HasPicture(ad.itemImage));
     Update(0);
-    EXPECT_EQ(PhotoText(), NO_PHOTO);
+    EXPECT_EQ(PhotoText(), kMissingPhotoText);
 }
 
-class QELItemViewFaceTest : public QELItemViewTest,
+class QELItemViewTypeTest : public QELItemViewTest,
                             public testing::WithParamInterface<const char*> {};
 
-TEST_P(QELItemViewFaceTest, EveryOtherTypeTurnsToTheInformation) {
+TEST_P(QELItemViewTypeTest, ShowsInformationForTypeWithoutPhoto) {
     AddFailed(ItemOfType(GetParam(), "A"));
-    AddFailed(Photo(m_photo));
+    AddFailed(ImageItem(m_PhotoPath));
     CreateWithList();
     const std::string left = TextOf(ad.infoLabelLeft);
     const std::string right = TextOf(ad.infoLabelRight);
     Update(1);
-    ExpectPhotoFace();
+    ExpectPhotoShown();
     FakeLog::Clear();
     Update(0);
-    ExpectInformationFace();
+    ExpectInformationShown();
     EXPECT_EQ(TextOf(ad.infoLabelLeft), left);
     EXPECT_EQ(TextOf(ad.infoLabelRight), right);
     EXPECT_THAT(FakeLog::Lines(),
-                ElementsAre(InfoLine("index : 0, resultSize : 2", SOURCE, "Update")));
+                ElementsAre(InfoLine("index : 0, resultSize : 2", kSource, "Update")));
 }
 
-INSTANTIATE_TEST_SUITE_P(Types, QELItemViewFaceTest,
+INSTANTIATE_TEST_SUITE_P(Types, QELItemViewTypeTest,
                          testing::Values("bt", "wifi", "app", "rnsc", "printer"));
 
-TEST_F(QELItemViewTest, PanelTextsAreNotRebuilt) {
+TEST_F(QELItemViewTest, KeepsPanelTextsOnUpdate) {
     AddFailed(ItemOfType("bt", "A"));
     CreateWithList();
     const std::string before = TextOf(ad.infoLabelRight);
@@ -503,47 +502,47 @@ TEST_F(QELItemViewTest, PanelTextsAreNotRebuilt) {
     EXPECT_EQ(TextOf(ad.infoLabelRight), before);
 }
 
-TEST_F(QELItemViewTest, MovingTheFocusTurnsTheFaces) {
+TEST_F(QELItemViewTest, SwitchesPhotoAndInformationWithRowFocus) {
     AddFailed(ItemOfType("bt", "A"));
-    AddFailed(Photo(m_photo));
+    AddFailed(ImageItem(m_PhotoPath));
     CreateWithList();
     Screen::Press(ad.win, "Down");
-    ExpectPhotoFace();
+    ExpectPhotoShown();
     Screen::Press(ad.win, "Up");
-    ExpectInformationFace();
+    ExpectInformationShown();
 }
 
-TEST_F(QELItemViewTest, UpdateWithoutRecordIsSilent) {
+TEST_F(QELItemViewTest, IgnoresUpdateWithoutAppData) {
     QELItemView::Update(nullptr, nullptr, nullptr);
     EXPECT_THAT(FakeLog::Lines(), IsEmpty());
     EXPECT_THAT(ToolkitCalls::Take({}), IsEmpty());
 }
 
-TEST_F(QELItemViewTest, RowBeyondTheStoreChangesNothing) {
+TEST_F(QELItemViewTest, IgnoresRowBeyondStore) {
     AddFailed(ItemOfType("bt", "A"));
-    AddFailed(Photo(m_photo));
+    AddFailed(ImageItem(m_PhotoPath));
     CreateWithList();
     QELXmlParser::GetInstance()->m_resultFailData.resize(1);
     Update(1);
     EXPECT_THAT(ToolkitCalls::Take({}), IsEmpty());
     EXPECT_THAT(FakeLog::Lines(),
-                ElementsAre(InfoLine("index : 1, resultSize : 1", SOURCE, "Update")));
+                ElementsAre(InfoLine("index : 1, resultSize : 1", kSource, "Update")));
 }
 
 // --- destroy
 
-TEST_F(QELItemViewTest, DestroyDeletesInThisOrder) {
+TEST_F(QELItemViewTest, DeletesWidgetsInOrder) {
     Create();
     ToolkitCalls::Names names = Names();
     names.insert({
-        {m_view.m_bgInfoViewLeft, "leftRect"},
-        {m_view.m_bgInfoViewRight, "rightRect"},
+        {m_View.m_bgInfoViewLeft, "leftRect"},
+        {m_View.m_bgInfoViewRight, "rightRect"},
         {QELItemDetailView::m_bgItemDetailView, "detailRect"},
-        {m_view.m_itemDetailView->m_scrollerItemDetailView, "scroller"},
+        {m_View.m_itemDetailView->m_scrollerItemDetailView, "scroller"},
     });
     FakeLog::Clear();
     ToolkitCalls::Start();
-    m_view.Destroy(&ad);
+    m_View.Destroy(&ad);
     EXPECT_THAT(ToolkitCalls::Take(names),
                 ElementsAre("evas_object_del(detailLabel)", "evas_object_del(detailRect)",
                             "evas_object_del(scroller)", "evas_object_del(itemLabel)",
@@ -553,12 +552,12 @@ TEST_F(QELItemViewTest, DestroyDeletesInThisOrder) {
     EXPECT_THAT(FakeLog::Lines(), IsEmpty());
 }
 
-TEST_F(QELItemViewTest, DestroyClearsItsFieldsAndMembers) {
+TEST_F(QELItemViewTest, ClearsFieldsAndMembersOnDestroy) {
     Create();
-    m_view.Destroy(&ad);
-    EXPECT_EQ(m_view.m_itemDetailView, nullptr);
-    EXPECT_EQ(m_view.m_bgInfoViewLeft, nullptr);
-    EXPECT_EQ(m_view.m_bgInfoViewRight, nullptr);
+    m_View.Destroy(&ad);
+    EXPECT_EQ(m_View.m_itemDetailView, nullptr);
+    EXPECT_EQ(m_View.m_bgInfoViewLeft, nullptr);
+    EXPECT_EQ(m_View.m_bgInfoViewRight, nullptr);
     EXPECT_EQ(ad.itemLabel, nullptr);
     EXPECT_EQ(ad.itemImage, nullptr);
     EXPECT_EQ(ad.infoLabelLeft, nullptr);
@@ -567,14 +566,14 @@ TEST_F(QELItemViewTest, DestroyClearsItsFieldsAndMembers) {
     EXPECT_NE(ad.table, nullptr);
 }
 
-TEST_F(QELItemViewTest, DestroyBeforeCreateDeletesNothing) {
-    ExpectNothingToDestroy(m_view);
+TEST_F(QELItemViewTest, DeletesNothingBeforeCreate) {
+    ExpectNothingToDestroy(m_View);
 }
 
-TEST_F(QELItemViewTest, DestroyWithoutRecordDoesNothing) {
+TEST_F(QELItemViewTest, RejectsDestroyWithoutAppData) {
     Create();
-    ExpectRecordIsNeeded(m_view, &QELItemView::Destroy, "Destroy", SOURCE);
-    EXPECT_NE(m_view.m_itemDetailView, nullptr);
+    ExpectRecordIsNeeded(m_View, &QELItemView::Destroy, "Destroy", kSource);
+    EXPECT_NE(m_View.m_itemDetailView, nullptr);
 }
 
 }  // namespace
