@@ -19,8 +19,8 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-const char* const SOURCE = "QELButtonLogCapture.cpp";
-const char* const PREFIX = "<align=left left_margin=30 wrap=char>";
+const char* const kSource = "QELButtonLogCapture.cpp";
+const std::string kContentPrefix = "<align=left left_margin=30 wrap=char>";
 
 class QELButtonLogCaptureTest : public ScreenTest {
 protected:
@@ -30,11 +30,11 @@ protected:
         ToolkitCalls::Start();
     }
 
-    // The button and the popup, as the main window makes them.
+    // Creates the button and the popup, and connects the button as QELWindow does.
     void Create() {
         QELXmlParser::GetInstance();
         QELPopupLoading::GetInstance()->Create(&ad);
-        m_button.Create(&ad);
+        m_LogCapture.Create(&ad);
         evas_object_smart_callback_add(ad.logCaptureButton, "clicked", QELButtonLogCapture::OnPress,
                                        &ad);
         Screen::Settle(ad.win);
@@ -42,14 +42,15 @@ protected:
         ToolkitCalls::Start();
     }
 
-    static bool WaitForEnd() {
+    static bool WaitUntilPopupStops() {
         return Screen::PumpUntil([] { return QELPopupLoading::m_Timer == nullptr; });
     }
-    // A whole capture, OK included.
-    void Capture(int result) {
+
+    // Makes a capture whose log copy returns the result, then presses OK.
+    void CaptureAndConfirm(int result) {
         FakeServices::SetCopyResult(result);
         evas_object_smart_callback_call(ad.logCaptureButton, "clicked", nullptr);
-        ASSERT_TRUE(WaitForEnd());
+        ASSERT_TRUE(WaitUntilPopupStops());
         evas_object_smart_callback_call(QELPopupLoading::m_Button, "clicked", nullptr);
     }
 
@@ -57,32 +58,32 @@ protected:
     static std::string Content() { return TextOf(QELPopupLoading::m_PopupLabel); }
     static std::string CaptureCount() { return PrivateData::Read("num_of_log_capture"); }
 
-    QELButtonLogCapture m_button;
+    QELButtonLogCapture m_LogCapture;
 };
 
 // --- create
 
-TEST_F(QELButtonLogCaptureTest, CreateWithoutRecordDoesNothing) {
-    ExpectRecordIsNeeded(m_button, &QELButtonLogCapture::Create, "Create", SOURCE);
-    EXPECT_EQ(m_button.m_Box, nullptr);
+TEST_F(QELButtonLogCaptureTest, RejectsCreateWithoutAppData) {
+    ExpectRecordIsNeeded(m_LogCapture, &QELButtonLogCapture::Create, "Create", kSource);
+    EXPECT_EQ(m_LogCapture.m_Box, nullptr);
 }
 
-TEST_F(QELButtonLogCaptureTest, CreateWithoutResultStoreMakesNoButton) {
+TEST_F(QELButtonLogCaptureTest, CreatesNoButtonWithoutResultStore) {
     const FailingNew failing(1);
-    m_button.Create(&ad);
+    m_LogCapture.Create(&ad);
     EXPECT_TRUE(failing.HasFailed());
-    EXPECT_EQ(m_button.m_Box, nullptr);
+    EXPECT_EQ(m_LogCapture.m_Box, nullptr);
     EXPECT_EQ(ad.logCaptureButton, nullptr);
     EXPECT_THAT(ToolkitCalls::Take({}), IsEmpty());
     EXPECT_THAT(FakeLog::Lines(),
                 ElementsAre(ErrorLine("failed to get instance\n", "QELXmlParser.cpp")));
 }
 
-TEST_F(QELButtonLogCaptureTest, CreateBuildsAndPlacesInThisOrder) {
+TEST_F(QELButtonLogCaptureTest, CreatesAndPlacesWidgetsInOrder) {
     AddFailed(ItemOfType("bt", "A"));
-    m_button.Create(&ad);
+    m_LogCapture.Create(&ad);
     ToolkitCalls::Names names = Names();
-    names.insert({m_button.m_Box, "box"});
+    names.insert({m_LogCapture.m_Box, "box"});
     EXPECT_THAT(ToolkitCalls::Take(names),
                 ElementsAre("elm_box_add(box, table)",                 //
                             "elm_box_pack_end(table, box)",            //
@@ -91,29 +92,29 @@ TEST_F(QELButtonLogCaptureTest, CreateBuildsAndPlacesInThisOrder) {
                             "elm_table_pack(table, box, 1, 7, 1, 1)",  //
                             "evas_object_show(logCaptureButton)",      //
                             "elm_table_pack(table, logCaptureButton, 1, 7, 1, 1)"));
-    EXPECT_THAT(FakeLog::Lines(), ElementsAre(InfoLine("done Create", SOURCE, "Create")));
+    EXPECT_THAT(FakeLog::Lines(), ElementsAre(InfoLine("done Create", kSource, "Create")));
 }
 
-TEST_F(QELButtonLogCaptureTest, BoxIsHorizontalPaddedAndEmpty) {
+TEST_F(QELButtonLogCaptureTest, CreatesEmptyHorizontalBoxWithPadding) {
     Create();
-    EXPECT_TRUE(elm_box_horizontal_get(m_button.m_Box));
+    EXPECT_TRUE(elm_box_horizontal_get(m_LogCapture.m_Box));
     int horizontal = 0;
     int vertical = 0;
-    elm_box_padding_get(m_button.m_Box, &horizontal, &vertical);
+    elm_box_padding_get(m_LogCapture.m_Box, &horizontal, &vertical);
     EXPECT_EQ(horizontal, 10);
     EXPECT_EQ(vertical, 10);
-    EXPECT_EQ(elm_box_children_get(m_button.m_Box), nullptr);
+    EXPECT_EQ(elm_box_children_get(m_LogCapture.m_Box), nullptr);
 }
 
-TEST_F(QELButtonLogCaptureTest, ButtonAndBoxShareTheCellInTheBottomRow) {
+TEST_F(QELButtonLogCaptureTest, PlacesButtonAndBoxInSameBottomCell) {
     Create();
-    EXPECT_EQ(Screen::CellOf(m_button.m_Box), (Cell{1, 7, 1, 1}));
+    EXPECT_EQ(Screen::CellOf(m_LogCapture.m_Box), (Cell{1, 7, 1, 1}));
     EXPECT_EQ(Screen::CellOf(ad.logCaptureButton), (Cell{1, 7, 1, 1}));
-    EXPECT_TRUE(Screen::IsPacked(ad.table, m_button.m_Box));
+    EXPECT_TRUE(Screen::IsPacked(ad.table, m_LogCapture.m_Box));
     EXPECT_TRUE(Screen::IsPacked(ad.table, ad.logCaptureButton));
 }
 
-TEST_F(QELButtonLogCaptureTest, ButtonHasItsStyleAndLabel) {
+TEST_F(QELButtonLogCaptureTest, SetsStyleAndLabelOfButton) {
     Create();
     EXPECT_STREQ(elm_object_style_get(ad.logCaptureButton), "C_ButtonBasic_WhiteText");
     EXPECT_EQ(TextOf(ad.logCaptureButton), "Log Capture");
@@ -121,19 +122,19 @@ TEST_F(QELButtonLogCaptureTest, ButtonHasItsStyleAndLabel) {
     EXPECT_TRUE(IsEnabled());
 }
 
-TEST_F(QELButtonLogCaptureTest, SetTextWritesTheSameLabel) {
+TEST_F(QELButtonLogCaptureTest, RestoresLabelInSetText) {
     Create();
     elm_object_text_set(ad.logCaptureButton, "x");
-    m_button.m_SetText(&ad);
+    m_LogCapture.m_SetText(&ad);
     EXPECT_EQ(TextOf(ad.logCaptureButton), "Log Capture");
 }
 
-TEST_F(QELButtonLogCaptureTest, ButtonHasTheFocusWithoutFailedItems) {
+TEST_F(QELButtonLogCaptureTest, FocusesButtonWithoutFailedItems) {
     Create();
     EXPECT_EQ(Screen::FocusedWidget(ad.win), ad.logCaptureButton);
 }
 
-TEST_F(QELButtonLogCaptureTest, ButtonDoesNotTakeTheFocusFromFailedItems) {
+TEST_F(QELButtonLogCaptureTest, KeepsFocusOnOtherWidgetWithFailedItems) {
     AddFailed(ItemOfType("bt", "A"));
     Evas_Object* other = elm_button_add(ad.table);
     elm_table_pack(ad.table, other, 0, 1, 1, 1);
@@ -145,17 +146,17 @@ TEST_F(QELButtonLogCaptureTest, ButtonDoesNotTakeTheFocusFromFailedItems) {
 
 // --- placing
 
-TEST_F(QELButtonLogCaptureTest, ShowCentresTheObjectInItsCell) {
-    ExpectPlaced(m_button, TABLE_LOCATION_LOG_CAPTURE, {1, 7, 1, 1}, {0.8, 1.0, 0.5, -1.0});
+TEST_F(QELButtonLogCaptureTest, CentresObjectInItsCell) {
+    ExpectPlaced(m_LogCapture, TABLE_LOCATION_LOG_CAPTURE, {1, 7, 1, 1}, {0.8, 1.0, 0.5, -1.0});
 }
 
-TEST_F(QELButtonLogCaptureTest, OtherLocationsAreShownButNotPlaced) {
-    ExpectShownButNotPlaced(m_button, {0, 1, 2, 3, 4, 5, 6, 8, 9}, SOURCE);
+TEST_F(QELButtonLogCaptureTest, ShowsWithoutPlacingAtOtherLocations) {
+    ExpectShownButNotPlaced(m_LogCapture, {0, 1, 2, 3, 4, 5, 6, 8, 9}, kSource);
 }
 
 // --- press
 
-TEST_F(QELButtonLogCaptureTest, PressShowsThePopupWhileTheCopyRuns) {
+TEST_F(QELButtonLogCaptureTest, ShowsPopupWhileLogCopyRuns) {
     Create();
     FakeServices::CloseGate();
     QELButtonLogCapture::OnPress(&ad, ad.logCaptureButton, nullptr);
@@ -163,44 +164,44 @@ TEST_F(QELButtonLogCaptureTest, PressShowsThePopupWhileTheCopyRuns) {
     EXPECT_TRUE(IsVisible(QELPopupLoading::m_Popup));
     EXPECT_STREQ(elm_object_part_text_get(QELPopupLoading::m_Popup, "title,text"),
                  "Capture Log To USB");
-    EXPECT_EQ(Content(), std::string(PREFIX) + "Log files are storing to USB...");
+    EXPECT_EQ(Content(), kContentPrefix + "Log files are storing to USB...");
     EXPECT_TRUE(elm_object_disabled_get(QELPopupLoading::m_Button));
     EXPECT_TRUE(elm_progressbar_is_pulsing_get(QELPopupLoading::m_PopupProgress));
     EXPECT_TRUE(QELPopupLoading::m_IsRunning);
     EXPECT_TRUE(IsEnabled());
 }
 
-TEST_F(QELButtonLogCaptureTest, PressShowsSetsTextsAndStartsBeforeTheWorkerRuns) {
+TEST_F(QELButtonLogCaptureTest, ShowsPopupAndTextsBeforeWorkerRuns) {
     Create();
     std::string content;
-    int begun = -1;
-    ToolkitCalls::OnCall("ecore_timer_add", [&content, &begun] {
+    int copiesBegun = -1;
+    ToolkitCalls::OnCall("ecore_timer_add", [&content, &copiesBegun] {
         content = Content();
-        begun = FakeServices::CopiesBegun();
+        copiesBegun = FakeServices::CopiesBegun();
     });
     std::vector<bool> shown;
     ToolkitCalls::OnCall("elm_object_part_text_set",
                          [&shown] { shown.push_back(IsVisible(QELPopupLoading::m_Popup)); });
     QELButtonLogCapture::OnPress(&ad, ad.logCaptureButton, nullptr);
     EXPECT_THAT(shown, ElementsAre(true, true));
-    EXPECT_EQ(content, std::string(PREFIX) + "Log files are storing to USB...");
-    EXPECT_EQ(begun, 0);
-    ASSERT_TRUE(WaitForEnd());
+    EXPECT_EQ(content, kContentPrefix + "Log files are storing to USB...");
+    EXPECT_EQ(copiesBegun, 0);
+    ASSERT_TRUE(WaitUntilPopupStops());
     const std::vector<std::string> calls = ToolkitCalls::Take(
         {{QELPopupLoading::m_Popup, "popup"}}, {"evas_object_show", "elm_progressbar_pulse"});
     ASSERT_FALSE(calls.empty());
     EXPECT_EQ(calls.front(), "evas_object_show(popup)");
 }
 
-TEST_F(QELButtonLogCaptureTest, CopyRunsOnAThreadOfItsOwn) {
+TEST_F(QELButtonLogCaptureTest, RunsLogCopyOnWorkerThread) {
     Create();
     QELButtonLogCapture::OnPress(&ad, ad.logCaptureButton, nullptr);
-    ASSERT_TRUE(WaitForEnd());
+    ASSERT_TRUE(WaitUntilPopupStops());
     EXPECT_EQ(FakeServices::CopiesBegun(), 1);
     EXPECT_NE(FakeServices::CopyThread(), std::this_thread::get_id());
 }
 
-TEST_F(QELButtonLogCaptureTest, MainLoopStaysAliveDuringTheCopy) {
+TEST_F(QELButtonLogCaptureTest, KeepsMainLoopRunningDuringLogCopy) {
     Create();
     FakeServices::CloseGate();
     QELButtonLogCapture::OnPress(&ad, ad.logCaptureButton, nullptr);
@@ -208,20 +209,20 @@ TEST_F(QELButtonLogCaptureTest, MainLoopStaysAliveDuringTheCopy) {
     EXPECT_TRUE(FakeServices::IsCopying());
 }
 
-TEST_F(QELButtonLogCaptureTest, PressWithoutPopupStartsNothing) {
+TEST_F(QELButtonLogCaptureTest, RejectsPressWithoutPopup) {
     QELXmlParser::GetInstance();
-    m_button.Create(&ad);
+    m_LogCapture.Create(&ad);
     FakeLog::Clear();
     const FailingNew failing(1);
     QELButtonLogCapture::OnPress(&ad, ad.logCaptureButton, nullptr);
     EXPECT_TRUE(failing.HasFailed());
     EXPECT_EQ(FakeServices::CopiesBegun(), 0);
     EXPECT_THAT(FakeLog::Lines(),
-                ElementsAre(InfoLine("Log Capture button is pressed.", SOURCE, "OnPress"),
-                            ErrorLine("popupLoading is NULL", SOURCE, "OnPress")));
+                ElementsAre(InfoLine("Log Capture button is pressed.", kSource, "OnPress"),
+                            ErrorLine("popupLoading is NULL", kSource, "OnPress")));
 }
 
-TEST_F(QELButtonLogCaptureTest, FailureToMakeTheThreadIsNotCaught) {
+TEST_F(QELButtonLogCaptureTest, ThrowsFromPressWhenWorkerCannotStart) {
     Create();
     {
         const NoThreads noThreads;
@@ -233,103 +234,102 @@ TEST_F(QELButtonLogCaptureTest, FailureToMakeTheThreadIsNotCaught) {
     QELPopupLoading::SetRunningFlag(false);
 }
 
-// --- the worker
+// --- worker
 
 class QELButtonLogCaptureSuccessTest : public QELButtonLogCaptureTest,
                                        public testing::WithParamInterface<int> {};
 
-TEST_P(QELButtonLogCaptureSuccessTest, EveryResultButMinusOneIsASuccess) {
+TEST_P(QELButtonLogCaptureSuccessTest, ReportsSuccessForEveryResultButMinusOne) {
     PrivateData::Write("num_of_log_capture", "41\n");
     Create();
-    Capture(GetParam());
-    EXPECT_EQ(Content(), std::string(PREFIX) + "Successfully stored log files to USB.");
+    CaptureAndConfirm(GetParam());
+    EXPECT_EQ(Content(), kContentPrefix + "Successfully stored log files to USB.");
     EXPECT_EQ(CaptureCount(), "42\n");
     EXPECT_FALSE(IsEnabled());
-    EXPECT_TRUE(LoggedInfo("retAutoApi = " + std::to_string(GetParam()), SOURCE));
+    EXPECT_TRUE(LoggedInfo("retAutoApi = " + std::to_string(GetParam()), kSource));
     EXPECT_TRUE(LoggedNoError());
 }
 
 INSTANTIATE_TEST_SUITE_P(Results, QELButtonLogCaptureSuccessTest, testing::Values(0, 1, -2, 255));
 
-TEST_F(QELButtonLogCaptureTest, FirstSuccessCreatesTheCounter) {
+TEST_F(QELButtonLogCaptureTest, CreatesCounterOnFirstSuccess) {
     Create();
-    Capture(0);
+    CaptureAndConfirm(0);
     EXPECT_EQ(CaptureCount(), "1\n");
 }
 
-TEST_F(QELButtonLogCaptureTest, MinusOneIsAFailure) {
+TEST_F(QELButtonLogCaptureTest, ReportsFailureForMinusOne) {
     Create();
-    Capture(-1);
-    EXPECT_EQ(Content(), std::string(PREFIX) + "Failed to store log files to USB.");
+    CaptureAndConfirm(-1);
+    EXPECT_EQ(Content(), kContentPrefix + "Failed to store log files to USB.");
     EXPECT_FALSE(PrivateData::Exists("num_of_log_capture"));
     EXPECT_FALSE(QELButtonLogCapture::doCaptureLog);
     EXPECT_TRUE(IsEnabled());
-    EXPECT_TRUE(LoggedInfo("retAutoApi = -1", SOURCE));
+    EXPECT_TRUE(LoggedInfo("retAutoApi = -1", kSource));
 }
 
-TEST_F(QELButtonLogCaptureTest, StuckCounterDoesNotMatter) {
+TEST_F(QELButtonLogCaptureTest, ReportsSuccessDespiteInvalidCounter) {
     PrivateData::Write("num_of_log_capture", "abc");
     Create();
-    Capture(0);
-    EXPECT_EQ(Content(), std::string(PREFIX) + "Successfully stored log files to USB.");
+    CaptureAndConfirm(0);
+    EXPECT_EQ(Content(), kContentPrefix + "Successfully stored log files to USB.");
     EXPECT_EQ(CaptureCount(), "abc");
     EXPECT_FALSE(IsEnabled());
 }
 
-TEST_F(QELButtonLogCaptureTest, WorkerCopiesThenCountsThenClearsTheFlag) {
+TEST_F(QELButtonLogCaptureTest, CopiesThenCountsThenClearsRunningFlag) {
     PrivateData::Write("num_of_log_capture", "abc");
     QELPopupLoading::GetInstance();
     FakeLog::Clear();
     QELButtonLogCapture::m_CaptureLog();
     EXPECT_THAT(FakeLog::Lines(),
-                ElementsAre(InfoLine("retAutoApi = 0", SOURCE, "m_CaptureLog"),
+                ElementsAre(InfoLine("retAutoApi = 0", kSource, "m_CaptureLog"),
                             ErrorLine("failed to get data", "QELUtil.cpp", "IncreaseCount"),
                             InfoLine("SetRunningFlag 0", "QELPopupLoading.cpp")));
     EXPECT_EQ(QELPopupLoading::m_ResultText, "Successfully stored log files to USB.");
     EXPECT_TRUE(QELButtonLogCapture::doCaptureLog);
 }
 
-// The flag is the last: who sees it cleared finds everything else done.
-TEST_F(QELButtonLogCaptureTest, FlagIsClearedLast) {
+TEST_F(QELButtonLogCaptureTest, ClearsRunningFlagLast) {
     const struct {
         int result;
         const char* text;
         const char* count;
-    } ends[] = {{-1, "Failed to store log files to USB.", ""},
-                {0, "Successfully stored log files to USB.", "1\n"}};
+    } captures[] = {{-1, "Failed to store log files to USB.", ""},
+                    {0, "Successfully stored log files to USB.", "1\n"}};
     QELPopupLoading::GetInstance();
-    for (const auto& end : ends) {
-        FakeServices::SetCopyResult(end.result);
+    for (const auto& capture : captures) {
+        FakeServices::SetCopyResult(capture.result);
         std::string text;
         std::string count;
-        bool captured = false;
+        bool isCaptured = false;
         FakeLog::Observe([&](const LogLine& line) {
             if (line.message == "SetRunningFlag 0") {
                 text = QELPopupLoading::m_ResultText;
                 count = PrivateData::Exists("num_of_log_capture") ? CaptureCount() : "";
-                captured = QELButtonLogCapture::doCaptureLog;
+                isCaptured = QELButtonLogCapture::doCaptureLog;
             }
         });
         QELButtonLogCapture::m_CaptureLog();
         FakeLog::Observe(nullptr);
-        EXPECT_EQ(text, end.text);
-        EXPECT_EQ(count, end.count);
-        EXPECT_EQ(captured, end.result != -1);
+        EXPECT_EQ(text, capture.text);
+        EXPECT_EQ(count, capture.count);
+        EXPECT_EQ(isCaptured, capture.result != -1);
     }
 }
 
-TEST_F(QELButtonLogCaptureTest, FailedWorkerStoresItsTextAndClearsTheFlag) {
+TEST_F(QELButtonLogCaptureTest, StoresFailureTextAndClearsRunningFlag) {
     QELPopupLoading::GetInstance();
     QELPopupLoading::m_IsRunning = true;
     FakeLog::Clear();
     FakeServices::SetCopyResult(-1);
     QELButtonLogCapture::m_CaptureLog();
-    EXPECT_THAT(FakeLog::Lines(), ElementsAre(InfoLine("retAutoApi = -1", SOURCE, "m_CaptureLog"),
+    EXPECT_THAT(FakeLog::Lines(), ElementsAre(InfoLine("retAutoApi = -1", kSource, "m_CaptureLog"),
                                               InfoLine("SetRunningFlag 0", "QELPopupLoading.cpp")));
     EXPECT_EQ(QELPopupLoading::m_ResultText, "Failed to store log files to USB.");
 }
 
-TEST_F(QELButtonLogCaptureTest, WorkerWithoutPopupDoesNothing) {
+TEST_F(QELButtonLogCaptureTest, SkipsLogCopyWithoutPopup) {
     QELPopupLoading::m_IsRunning = true;
     {
         const FailingNew failing(1);
@@ -339,34 +339,34 @@ TEST_F(QELButtonLogCaptureTest, WorkerWithoutPopupDoesNothing) {
     EXPECT_TRUE(QELPopupLoading::m_IsRunning);
     EXPECT_EQ(FakeServices::CopiesBegun(), 0);
     EXPECT_THAT(FakeLog::Lines(),
-                ElementsAre(ErrorLine("popupLoading is NULL", SOURCE, "m_CaptureLog")));
+                ElementsAre(ErrorLine("popupLoading is NULL", kSource, "m_CaptureLog")));
     QELPopupLoading::m_IsRunning = false;
 }
 
-// --- afterwards
+// --- confirmation
 
-TEST_F(QELButtonLogCaptureTest, ButtonStaysEnabledUntilTheSuccessIsConfirmed) {
+TEST_F(QELButtonLogCaptureTest, KeepsButtonEnabledUntilSuccessIsConfirmed) {
     Create();
     QELButtonLogCapture::OnPress(&ad, ad.logCaptureButton, nullptr);
-    ASSERT_TRUE(WaitForEnd());
+    ASSERT_TRUE(WaitUntilPopupStops());
     EXPECT_TRUE(IsEnabled());
     evas_object_smart_callback_call(QELPopupLoading::m_Button, "clicked", nullptr);
     EXPECT_FALSE(IsEnabled());
 }
 
-TEST_F(QELButtonLogCaptureTest, FailureCanBeFollowedByAnotherTry) {
+TEST_F(QELButtonLogCaptureTest, AllowsAnotherCaptureAfterFailure) {
     Create();
-    Capture(-1);
+    CaptureAndConfirm(-1);
     EXPECT_TRUE(IsEnabled());
-    Capture(0);
+    CaptureAndConfirm(0);
     EXPECT_FALSE(IsEnabled());
     EXPECT_EQ(FakeServices::CopiesBegun(), 2);
     EXPECT_EQ(CaptureCount(), "1\n");
 }
 
-TEST_F(QELButtonLogCaptureTest, SpentButtonTakesNoKey) {
+TEST_F(QELButtonLogCaptureTest, IgnoresKeyAfterSuccessfulCapture) {
     Create();
-    Capture(0);
+    CaptureAndConfirm(0);
     Screen::Settle(ad.win);
     FakeLog::Clear();
     elm_object_focus_set(ad.logCaptureButton, EINA_TRUE);
@@ -375,66 +375,66 @@ TEST_F(QELButtonLogCaptureTest, SpentButtonTakesNoKey) {
     EXPECT_EQ(FakeServices::CopiesBegun(), 1);
 }
 
-TEST_F(QELButtonLogCaptureTest, KeyOnTheFocusedButtonPressesIt) {
+TEST_F(QELButtonLogCaptureTest, StartsCaptureOnKey) {
     Create();
     Screen::Press(ad.win, "Return");
-    EXPECT_TRUE(LoggedInfo("Log Capture button is pressed.", SOURCE));
-    EXPECT_TRUE(WaitForEnd());
+    EXPECT_TRUE(LoggedInfo("Log Capture button is pressed.", kSource));
+    EXPECT_TRUE(WaitUntilPopupStops());
     EXPECT_EQ(FakeServices::CopiesBegun(), 1);
 }
 
-TEST_F(QELButtonLogCaptureTest, LaterConfirmationsLeaveTheButtonDisabled) {
+TEST_F(QELButtonLogCaptureTest, KeepsButtonDisabledAfterLaterConfirmation) {
     Create();
-    Capture(0);
-    // An analysis: shown, finished, confirmed.
+    CaptureAndConfirm(0);
+    // The popup of an analysis starts, stops and is confirmed.
     QELPopupLoading::GetInstance()->Show();
     QELPopupLoading::GetInstance()->Start();
     QELPopupLoading::SetRunningFlag(false);
-    ASSERT_TRUE(WaitForEnd());
+    ASSERT_TRUE(WaitUntilPopupStops());
     evas_object_smart_callback_call(QELPopupLoading::m_Button, "clicked", nullptr);
     EXPECT_FALSE(IsEnabled());
     EXPECT_TRUE(QELButtonLogCapture::doCaptureLog);
 }
 
-TEST_F(QELButtonLogCaptureTest, ConfirmationWithoutCaptureOnlyLogs) {
+TEST_F(QELButtonLogCaptureTest, KeepsButtonEnabledOnConfirmationWithoutCapture) {
     Create();
     QELButtonLogCapture::SetDisable(&ad, nullptr, nullptr);
     EXPECT_TRUE(IsEnabled());
     EXPECT_THAT(FakeLog::Lines(),
-                ElementsAre(InfoLine("Press OK in popup is pressed.", SOURCE, "SetDisable")));
+                ElementsAre(InfoLine("Press OK in popup is pressed.", kSource, "SetDisable")));
 }
 
-TEST_F(QELButtonLogCaptureTest, ConfirmationWithoutRecordOnlyLogs) {
+TEST_F(QELButtonLogCaptureTest, KeepsButtonEnabledOnConfirmationWithoutAppData) {
     Create();
     QELButtonLogCapture::doCaptureLog = true;
     QELButtonLogCapture::SetDisable(nullptr, nullptr, nullptr);
     EXPECT_TRUE(IsEnabled());
     EXPECT_THAT(FakeLog::Lines(),
-                ElementsAre(InfoLine("Press OK in popup is pressed.", SOURCE, "SetDisable")));
+                ElementsAre(InfoLine("Press OK in popup is pressed.", kSource, "SetDisable")));
 }
 
 // --- destroy
 
-TEST_F(QELButtonLogCaptureTest, DestroyDeletesTheButtonThenTheBox) {
+TEST_F(QELButtonLogCaptureTest, DeletesButtonThenBox) {
     Create();
     ToolkitCalls::Names names = Names();
-    names.insert({m_button.m_Box, "box"});
-    m_button.Destroy(&ad);
+    names.insert({m_LogCapture.m_Box, "box"});
+    m_LogCapture.Destroy(&ad);
     EXPECT_THAT(ToolkitCalls::Take(names),
                 ElementsAre("evas_object_del(logCaptureButton)", "evas_object_del(box)"));
     EXPECT_EQ(ad.logCaptureButton, nullptr);
-    EXPECT_EQ(m_button.m_Box, nullptr);
+    EXPECT_EQ(m_LogCapture.m_Box, nullptr);
     EXPECT_THAT(FakeLog::Lines(), IsEmpty());
 }
 
-TEST_F(QELButtonLogCaptureTest, DestroyBeforeCreateDeletesNothing) {
-    ExpectNothingToDestroy(m_button);
+TEST_F(QELButtonLogCaptureTest, DeletesNothingBeforeCreate) {
+    ExpectNothingToDestroy(m_LogCapture);
 }
 
-TEST_F(QELButtonLogCaptureTest, DestroyWithoutRecordDoesNothing) {
+TEST_F(QELButtonLogCaptureTest, RejectsDestroyWithoutAppData) {
     Create();
-    ExpectRecordIsNeeded(m_button, &QELButtonLogCapture::Destroy, "Destroy", SOURCE);
-    EXPECT_NE(m_button.m_Box, nullptr);
+    ExpectRecordIsNeeded(m_LogCapture, &QELButtonLogCapture::Destroy, "Destroy", kSource);
+    EXPECT_NE(m_LogCapture.m_Box, nullptr);
 }
 
 }  // namespace

@@ -20,45 +20,47 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-const char* const SOURCE = "QELPopupLoading.cpp";
+const char* const kSource = "QELPopupLoading.cpp";
+const std::string kContentPrefix = "<align=left left_margin=30 wrap=char>";
 
 class QELPopupLoadingTest : public ScreenTest {
 protected:
     void SetUp() override {
         ScreenTest::SetUp();
         OpenWindow();
-        m_popup = QELPopupLoading::GetInstance();
+        m_PopupLoading = QELPopupLoading::GetInstance();
         FakeLog::Clear();
         ToolkitCalls::Start();
     }
 
     void TearDown() override {
-        QELPopupLoading::m_IsRunning = false;  // there is no worker here to wait for
+        // Some tests set the flag without a worker that clears it.
+        QELPopupLoading::m_IsRunning = false;
         ScreenTest::TearDown();
     }
 
     void Create() {
-        m_popup->Create(&ad);
+        m_PopupLoading->Create(&ad);
         FakeLog::Clear();
         ToolkitCalls::Start();
     }
 
-    // As the application does it, short of the worker.
-    void Run() {
-        m_popup->Show();
-        m_popup->SetText("Title", "Please wait");
-        m_popup->Start();
+    // Makes the application's calls that precede the start of a worker.
+    void ShowAndStart() {
+        m_PopupLoading->Show();
+        m_PopupLoading->SetText("Title", "Please wait");
+        m_PopupLoading->Start();
     }
 
-    // What a worker does last, on a thread of its own.
-    static void FinishFromWorker(const std::string& text) {
+    // Makes the last calls of a worker on another thread and waits for their end.
+    static void FinishWorker(const std::string& text) {
         std::thread([text] {
             QELPopupLoading::SetResultText(text);
             QELPopupLoading::SetRunningFlag(false);
         }).join();
     }
 
-    bool WaitForEnd() {
+    bool WaitUntilStopped() {
         const bool ended = Screen::PumpUntil([] { return QELPopupLoading::m_Timer == nullptr; });
         Screen::Settle(ad.win);
         return ended;
@@ -68,7 +70,7 @@ protected:
         ToolkitCalls::Names names = Names();
         names.insert({
             {QELPopupLoading::m_Popup, "popup"},
-            {m_popup->m_PopupTable, "popupTable"},
+            {m_PopupLoading->m_PopupTable, "popupTable"},
             {QELPopupLoading::m_PopupLabel, "label"},
             {QELPopupLoading::m_PopupProgress, "progress"},
             {QELPopupLoading::m_Button, "button"},
@@ -87,20 +89,20 @@ protected:
     static bool IsPopupVisible() { return IsVisible(QELPopupLoading::m_Popup); }
     static bool IsOkEnabled() { return !elm_object_disabled_get(QELPopupLoading::m_Button); }
 
-    QELPopupLoading* m_popup = nullptr;
+    QELPopupLoading* m_PopupLoading = nullptr;
 };
 
-// --- the instance
+// --- instance
 
-TEST_F(QELPopupLoadingTest, InstanceIsMadeOnce) {
-    ASSERT_NE(m_popup, nullptr);
-    EXPECT_EQ(QELPopupLoading::GetInstance(), m_popup);
+TEST_F(QELPopupLoadingTest, ReturnsSameInstance) {
+    ASSERT_NE(m_PopupLoading, nullptr);
+    EXPECT_EQ(QELPopupLoading::GetInstance(), m_PopupLoading);
     EXPECT_THAT(FakeLog::Lines(), IsEmpty());
 }
 
-TEST_F(QELPopupLoadingTest, FreshInstanceHasNoWidgetsAndDoesNotRun) {
-    EXPECT_EQ(m_popup->m_PopupTable, nullptr);
-    EXPECT_EQ(m_popup->m_AppData, nullptr);
+TEST_F(QELPopupLoadingTest, StartsWithoutWidgetsAndNotRunning) {
+    EXPECT_EQ(m_PopupLoading->m_PopupTable, nullptr);
+    EXPECT_EQ(m_PopupLoading->m_AppData, nullptr);
     EXPECT_EQ(QELPopupLoading::m_Popup, nullptr);
     EXPECT_EQ(QELPopupLoading::m_PopupLabel, nullptr);
     EXPECT_EQ(QELPopupLoading::m_PopupProgress, nullptr);
@@ -111,15 +113,15 @@ TEST_F(QELPopupLoadingTest, FreshInstanceHasNoWidgetsAndDoesNotRun) {
 
 class QELPopupLoadingInstanceTest : public ScreenTest {};
 
-TEST_F(QELPopupLoadingInstanceTest, ConstructionClearsTheFlagWithItsLine) {
+TEST_F(QELPopupLoadingInstanceTest, ClearsAndLogsRunningFlagOnConstruction) {
     QELPopupLoading::m_IsRunning = true;
     QELPopupLoading::GetInstance();
     EXPECT_FALSE(QELPopupLoading::m_IsRunning);
     EXPECT_THAT(FakeLog::Lines(),
-                ElementsAre(InfoLine("SetRunningFlag 0", SOURCE, "SetRunningFlag")));
+                ElementsAre(InfoLine("SetRunningFlag 0", kSource, "SetRunningFlag")));
 }
 
-TEST_F(QELPopupLoadingInstanceTest, FailedAllocationIsSilentAndTriedAgain) {
+TEST_F(QELPopupLoadingInstanceTest, ReturnsNullOnFailedAllocationAndRetries) {
     {
         const FailingNew failing(1);
         EXPECT_EQ(QELPopupLoading::GetInstance(), nullptr);
@@ -131,15 +133,15 @@ TEST_F(QELPopupLoadingInstanceTest, FailedAllocationIsSilentAndTriedAgain) {
 
 // --- create
 
-TEST_F(QELPopupLoadingTest, CreateWithoutRecordDoesNothing) {
-    m_popup->Create(nullptr);
+TEST_F(QELPopupLoadingTest, RejectsCreateWithoutAppData) {
+    m_PopupLoading->Create(nullptr);
     EXPECT_EQ(QELPopupLoading::m_Popup, nullptr);
     EXPECT_THAT(ToolkitCalls::Take({}), IsEmpty());
-    EXPECT_THAT(FakeLog::Lines(), ElementsAre(ErrorLine("there is no appdata", SOURCE, "Create")));
+    EXPECT_THAT(FakeLog::Lines(), ElementsAre(ErrorLine("there is no appdata", kSource, "Create")));
 }
 
-TEST_F(QELPopupLoadingTest, CreateBuildsInThisOrderAndShowsNothing) {
-    m_popup->Create(&ad);
+TEST_F(QELPopupLoadingTest, CreatesHiddenWidgetsInOrder) {
+    m_PopupLoading->Create(&ad);
     EXPECT_THAT(ToolkitCalls::Take(AllNames()),
                 ElementsAre("elm_popup_add(popup, win)",                                    //
                             "elm_table_add(popupTable, popup)",                             //
@@ -151,18 +153,18 @@ TEST_F(QELPopupLoadingTest, CreateBuildsInThisOrderAndShowsNothing) {
                             "register(button, \"clicked\", OnOkPress, ad)",                 //
                             "register(button, \"clicked\", SetDisable, ad)"));
     EXPECT_FALSE(IsPopupVisible());
-    EXPECT_THAT(FakeLog::Lines(), ElementsAre(InfoLine("Progress bar added", SOURCE, "Create"),
-                                              InfoLine("done Create", SOURCE, "Create")));
+    EXPECT_THAT(FakeLog::Lines(), ElementsAre(InfoLine("Progress bar added", kSource, "Create"),
+                                              InfoLine("done Create", kSource, "Create")));
 }
 
-TEST_F(QELPopupLoadingTest, CreateKeepsTheRecordAndLeavesItAlone) {
+TEST_F(QELPopupLoadingTest, StoresAppDataWithoutChangingIt) {
     const _appdata before = ad;
-    m_popup->Create(&ad);
-    EXPECT_EQ(m_popup->m_AppData, &ad);
+    m_PopupLoading->Create(&ad);
+    EXPECT_EQ(m_PopupLoading->m_AppData, &ad);
     EXPECT_EQ(std::memcmp(&ad, &before, sizeof(ad)), 0);
 }
 
-TEST_F(QELPopupLoadingTest, WidgetsHaveTheStylesOfTheSet) {
+TEST_F(QELPopupLoadingTest, SetsStylesOfWidgets) {
     Create();
     EXPECT_STREQ(elm_object_style_get(QELPopupLoading::m_Popup), "C_PopupBasic_WhiteBottom");
     EXPECT_STREQ(elm_object_style_get(QELPopupLoading::m_PopupLabel),
@@ -171,20 +173,20 @@ TEST_F(QELPopupLoadingTest, WidgetsHaveTheStylesOfTheSet) {
     EXPECT_STREQ(elm_object_style_get(QELPopupLoading::m_Button), "C_ButtonBasic_WhiteText");
     EXPECT_EQ(TextOf(QELPopupLoading::m_Button), "OK");
     EXPECT_TRUE(elm_progressbar_pulse_get(QELPopupLoading::m_PopupProgress));
-    EXPECT_TRUE(elm_table_homogeneous_get(m_popup->m_PopupTable));
-    EXPECT_EQ(elm_object_content_get(QELPopupLoading::m_Popup), m_popup->m_PopupTable);
+    EXPECT_TRUE(elm_table_homogeneous_get(m_PopupLoading->m_PopupTable));
+    EXPECT_EQ(elm_object_content_get(QELPopupLoading::m_Popup), m_PopupLoading->m_PopupTable);
 }
 
 class QELPopupLoadingRegistrationTest : public QELPopupLoadingTest,
                                         public testing::WithParamInterface<int> {};
 
-TEST_P(QELPopupLoadingRegistrationTest, FailureIsLoggedAndStopsCreate) {
+TEST_P(QELPopupLoadingRegistrationTest, LogsFailureAndStopsCreate) {
     ToolkitCalls::FailRegistration(GetParam());
-    m_popup->Create(&ad);
+    m_PopupLoading->Create(&ad);
     EXPECT_EQ(ToolkitCalls::Count("register"), GetParam());
     EXPECT_THAT(FakeLog::Lines(),
-                ElementsAre(InfoLine("Progress bar added", SOURCE, "Create"),
-                            ErrorLine("it is falied to add event callback for clicked.", SOURCE,
+                ElementsAre(InfoLine("Progress bar added", kSource, "Create"),
+                            ErrorLine("it is falied to add event callback for clicked.", kSource,
                                       "Create")));
 }
 
@@ -192,9 +194,9 @@ INSTANTIATE_TEST_SUITE_P(Handlers, QELPopupLoadingRegistrationTest, testing::Val
 
 // --- show and hide
 
-TEST_F(QELPopupLoadingTest, ShowLaysTheWidgetsOutInThisOrder) {
+TEST_F(QELPopupLoadingTest, ShowsAndPacksWidgetsInOrder) {
     Create();
-    m_popup->Show();
+    m_PopupLoading->Show();
     EXPECT_THAT(ToolkitCalls::Take(AllNames()),
                 ElementsAre("evas_object_show(popup)",                           //
                             "evas_object_show(popupTable)",                      //
@@ -208,9 +210,9 @@ TEST_F(QELPopupLoadingTest, ShowLaysTheWidgetsOutInThisOrder) {
     EXPECT_THAT(FakeLog::Lines(), IsEmpty());
 }
 
-TEST_F(QELPopupLoadingTest, ProgressStandsLeftOfTheLabelAndOkUnderItsMiddle) {
+TEST_F(QELPopupLoadingTest, PlacesProgressLeftOfLabelAndOkBelowLabel) {
     Create();
-    Run();
+    ShowAndStart();
     Screen::Settle(ad.win);
     const Area label = Screen::AreaOf(QELPopupLoading::m_PopupLabel);
     const Area progress = Screen::AreaOf(QELPopupLoading::m_PopupProgress);
@@ -222,61 +224,61 @@ TEST_F(QELPopupLoadingTest, ProgressStandsLeftOfTheLabelAndOkUnderItsMiddle) {
     EXPECT_EQ(Screen::CellOf(QELPopupLoading::m_Button), (Cell{2, 2, 2, 1}));
 }
 
-TEST_F(QELPopupLoadingTest, OtherLocationIsShownButNotPlaced) {
+TEST_F(QELPopupLoadingTest, ShowsWithoutPlacingAtOtherLocations) {
     Create();
     for (const int location : {3, -1, 9}) {
         FakeLog::Clear();
         Evas_Object* obj = evas_object_rectangle_add(evas_object_evas_get(ad.win));
-        m_popup->m_Show(obj, static_cast<app_popup_location_e>(location));
+        m_PopupLoading->m_Show(obj, static_cast<app_popup_location_e>(location));
         EXPECT_TRUE(IsVisible(obj));
-        EXPECT_FALSE(Screen::IsPacked(m_popup->m_PopupTable, obj));
+        EXPECT_FALSE(Screen::IsPacked(m_PopupLoading->m_PopupTable, obj));
         EXPECT_THAT(FakeLog::Lines(),
-                    ElementsAre(ErrorLine("there is no information about popup location", SOURCE,
+                    ElementsAre(ErrorLine("there is no information about popup location", kSource,
                                           "m_Show")));
         EXPECT_EQ(PlacingOf(obj), FILLING);
     }
 }
 
-TEST_F(QELPopupLoadingTest, ShowBeforeCreateIsRefused) {
-    m_popup->Show();
+TEST_F(QELPopupLoadingTest, RejectsShowBeforeCreate) {
+    m_PopupLoading->Show();
     EXPECT_THAT(ToolkitCalls::Take({}), IsEmpty());
-    EXPECT_THAT(FakeLog::Lines(), ElementsAre(ErrorLine("there is no appdata", SOURCE, "Show")));
+    EXPECT_THAT(FakeLog::Lines(), ElementsAre(ErrorLine("there is no appdata", kSource, "Show")));
 }
 
-TEST_F(QELPopupLoadingTest, ShowAndHideNameTheFirstMissingWidget) {
+TEST_F(QELPopupLoadingTest, ReportsFirstMissingWidgetOnShowAndHide) {
     Create();
-    // Cleared from the last to the first, so that each is the first that is missing.
+    // Cleared from the last to the first, so that each one becomes the first missing widget.
     const std::vector<std::pair<Evas_Object**, std::string>> widgets = {
         {&QELPopupLoading::m_Button, "m_Button"},
         {&QELPopupLoading::m_PopupProgress, "m_PopupProgress"},
         {&QELPopupLoading::m_PopupLabel, "m_PopupLabel"},
-        {&m_popup->m_PopupTable, "m_PopupTable"},
+        {&m_PopupLoading->m_PopupTable, "m_PopupTable"},
         {&QELPopupLoading::m_Popup, "m_Popup"},
     };
     for (const auto& [widget, name] : widgets) {
         *widget = nullptr;
         FakeLog::Clear();
-        m_popup->Show();
-        m_popup->Hide();
+        m_PopupLoading->Show();
+        m_PopupLoading->Hide();
         EXPECT_THAT(FakeLog::Lines(),
-                    ElementsAre(ErrorLine(name + " is not ready", SOURCE, "Show"),
-                                ErrorLine(name + " is not ready", SOURCE, "Hide")));
+                    ElementsAre(ErrorLine(name + " is not ready", kSource, "Show"),
+                                ErrorLine(name + " is not ready", kSource, "Hide")));
     }
     EXPECT_THAT(ToolkitCalls::Take({}), IsEmpty());
 }
 
-TEST_F(QELPopupLoadingTest, HideNeedsNoRecord) {
+TEST_F(QELPopupLoadingTest, HidesWithoutAppData) {
     Create();
-    m_popup->m_AppData = nullptr;
-    m_popup->Hide();
+    m_PopupLoading->m_AppData = nullptr;
+    m_PopupLoading->Hide();
     EXPECT_THAT(FakeLog::Lines(), IsEmpty());
 }
 
-TEST_F(QELPopupLoadingTest, HideHidesAllInThisOrder) {
+TEST_F(QELPopupLoadingTest, HidesAllWidgetsInOrder) {
     Create();
-    m_popup->Show();
+    m_PopupLoading->Show();
     ToolkitCalls::Start();
-    m_popup->Hide();
+    m_PopupLoading->Hide();
     EXPECT_THAT(ToolkitCalls::Take(AllNames()),
                 ElementsAre("evas_object_hide(popup)", "evas_object_hide(popupTable)",
                             "evas_object_hide(label)", "evas_object_hide(progress)",
@@ -286,37 +288,37 @@ TEST_F(QELPopupLoadingTest, HideHidesAllInThisOrder) {
 
 // --- texts
 
-TEST_F(QELPopupLoadingTest, ContentIsShownLiterallyBehindAnOpenPrefix) {
+TEST_F(QELPopupLoadingTest, EscapesContentAfterOpenPrefix) {
     Create();
-    m_popup->SetText("T", "a<b & c>d\ne");
-    EXPECT_EQ(Content(), "<align=left left_margin=30 wrap=char>a&lt;b &amp; c&gt;d<br/>e");
+    m_PopupLoading->SetText("T", "a<b & c>d\ne");
+    EXPECT_EQ(Content(), kContentPrefix + "a&lt;b &amp; c&gt;d<br/>e");
 }
 
-TEST_F(QELPopupLoadingTest, TitleIsTakenAsItStands) {
+TEST_F(QELPopupLoadingTest, ShowsTitleWithoutEscaping) {
     Create();
-    m_popup->SetText("<b>Title</b> &amp; more", "x");
+    m_PopupLoading->SetText("<b>Title</b> &amp; more", "x");
     EXPECT_EQ(Title(), "<b>Title</b> &amp; more");
 }
 
-TEST_F(QELPopupLoadingTest, EmptyTextLeavesThePrefix) {
+TEST_F(QELPopupLoadingTest, ShowsOnlyPrefixForEmptyText) {
     Create();
-    m_popup->SetText("", "");
+    m_PopupLoading->SetText("", "");
     EXPECT_EQ(Title(), "");
-    EXPECT_EQ(Content(), "<align=left left_margin=30 wrap=char>");
+    EXPECT_EQ(Content(), kContentPrefix);
 }
 
-TEST_F(QELPopupLoadingTest, TextsWithoutWidgetsAreRefusedOneByOne) {
-    m_popup->SetText("T", "C");
+TEST_F(QELPopupLoadingTest, RejectsEachTextWithoutItsWidget) {
+    m_PopupLoading->SetText("T", "C");
     EXPECT_THAT(FakeLog::Lines(),
-                ElementsAre(ErrorLine("m_Popup is not ready", SOURCE, "m_SetTitleText"),
-                            ErrorLine("m_PopupLabel is not ready", SOURCE, "m_SetContentText")));
+                ElementsAre(ErrorLine("m_Popup is not ready", kSource, "m_SetTitleText"),
+                            ErrorLine("m_PopupLabel is not ready", kSource, "m_SetContentText")));
 }
 
 // --- start
 
-TEST_F(QELPopupLoadingTest, StartEntersTheRunningStateInThisOrder) {
+TEST_F(QELPopupLoadingTest, EntersRunningStateInOrder) {
     Create();
-    m_popup->Start();
+    m_PopupLoading->Start();
     EXPECT_THAT(ToolkitCalls::Take(AllNames()),
                 ElementsAre("elm_progressbar_pulse(progress, 1)",
                             "ecore_timer_add(0.1, m_CheckRunning, null)",
@@ -326,136 +328,138 @@ TEST_F(QELPopupLoadingTest, StartEntersTheRunningStateInThisOrder) {
     EXPECT_FALSE(IsOkEnabled());
     EXPECT_TRUE(elm_progressbar_is_pulsing_get(QELPopupLoading::m_PopupProgress));
     EXPECT_THAT(FakeLog::Lines(),
-                ElementsAre(InfoLine("SetRunningFlag 1", SOURCE, "SetRunningFlag")));
+                ElementsAre(InfoLine("SetRunningFlag 1", kSource, "SetRunningFlag")));
 }
 
-TEST_F(QELPopupLoadingTest, FlagIsSetBeforeThePulseStarts) {
+TEST_F(QELPopupLoadingTest, SetsRunningFlagBeforePulseStarts) {
     Create();
     bool running = false;
     ToolkitCalls::OnCall("elm_progressbar_pulse",
                          [&running] { running = QELPopupLoading::m_IsRunning; });
-    m_popup->Start();
+    m_PopupLoading->Start();
     EXPECT_TRUE(running);
 }
 
-TEST_F(QELPopupLoadingTest, StartWithoutProgressBarSetsNothing) {
+TEST_F(QELPopupLoadingTest, RejectsStartWithoutProgressBar) {
     Create();
     QELPopupLoading::m_PopupProgress = nullptr;
     QELPopupLoading::m_Button = nullptr;
-    m_popup->Start();
+    m_PopupLoading->Start();
     EXPECT_FALSE(QELPopupLoading::m_IsRunning);
     EXPECT_EQ(QELPopupLoading::m_Timer, nullptr);
     EXPECT_THAT(FakeLog::Lines(),
-                ElementsAre(ErrorLine("m_PopupProgress is not ready", SOURCE, "Start")));
+                ElementsAre(ErrorLine("m_PopupProgress is not ready", kSource, "Start")));
 }
 
-TEST_F(QELPopupLoadingTest, StartWithoutButtonSetsNothing) {
+TEST_F(QELPopupLoadingTest, RejectsStartWithoutButton) {
     Create();
     QELPopupLoading::m_Button = nullptr;
-    m_popup->Start();
+    m_PopupLoading->Start();
     EXPECT_FALSE(QELPopupLoading::m_IsRunning);
     EXPECT_EQ(QELPopupLoading::m_Timer, nullptr);
     EXPECT_THAT(ToolkitCalls::Take({}), IsEmpty());
-    EXPECT_THAT(FakeLog::Lines(), ElementsAre(ErrorLine("m_Button is not ready", SOURCE, "Start")));
+    EXPECT_THAT(FakeLog::Lines(),
+                ElementsAre(ErrorLine("m_Button is not ready", kSource, "Start")));
 }
 
-TEST_F(QELPopupLoadingTest, SecondStartKeepsTheTimerAndTheButtonsState) {
+TEST_F(QELPopupLoadingTest, KeepsTimerAndButtonStateOnSecondStart) {
     Create();
-    m_popup->Start();
+    m_PopupLoading->Start();
     const Ecore_Timer* timer = QELPopupLoading::m_Timer;
     elm_object_disabled_set(QELPopupLoading::m_Button, EINA_FALSE);
     QELPopupLoading::SetRunningFlag(false);
     FakeLog::Clear();
     ToolkitCalls::Start();
 
-    m_popup->Start();
+    m_PopupLoading->Start();
 
     EXPECT_EQ(QELPopupLoading::m_Timer, timer);
     EXPECT_TRUE(IsOkEnabled());
     EXPECT_TRUE(QELPopupLoading::m_IsRunning);
     EXPECT_THAT(ToolkitCalls::Take(AllNames()), ElementsAre("elm_progressbar_pulse(progress, 1)"));
     EXPECT_THAT(FakeLog::Lines(),
-                ElementsAre(InfoLine("SetRunningFlag 1", SOURCE, "SetRunningFlag"),
-                            ErrorLine("timer is in used", SOURCE, "Start")));
+                ElementsAre(InfoLine("SetRunningFlag 1", kSource, "SetRunningFlag"),
+                            ErrorLine("timer is in used", kSource, "Start")));
 }
 
-// --- the poll and stop
+// --- poll and stop
 
-TEST_F(QELPopupLoadingTest, PollGoesOnWithTwoLinesWhileTheFlagIsSet) {
+TEST_F(QELPopupLoadingTest, KeepsPollingWhileRunningFlagIsSet) {
     Create();
-    m_popup->Start();
+    m_PopupLoading->Start();
     FakeLog::Clear();
     EXPECT_EQ(QELPopupLoading::m_CheckRunning(nullptr), ECORE_CALLBACK_RENEW);
     EXPECT_NE(QELPopupLoading::m_Timer, nullptr);
-    EXPECT_THAT(FakeLog::Lines(), ElementsAre(InfoLine("m_IsRunning 1", SOURCE, "m_CheckRunning"),
-                                              InfoLine("m_IsRunning 1", SOURCE, "GetRunningFlag")));
+    EXPECT_THAT(FakeLog::Lines(),
+                ElementsAre(InfoLine("m_IsRunning 1", kSource, "m_CheckRunning"),
+                            InfoLine("m_IsRunning 1", kSource, "GetRunningFlag")));
 }
 
-TEST_F(QELPopupLoadingTest, PollEndsTheRunOnceTheFlagIsClear) {
+TEST_F(QELPopupLoadingTest, StopsPollingWhenRunningFlagIsClear) {
     Create();
-    m_popup->Start();
-    FinishFromWorker("Done");
+    m_PopupLoading->Start();
+    FinishWorker("Done");
     FakeLog::Clear();
     EXPECT_EQ(QELPopupLoading::m_CheckRunning(nullptr), ECORE_CALLBACK_CANCEL);
     EXPECT_EQ(QELPopupLoading::m_Timer, nullptr);
-    EXPECT_EQ(Content(), "<align=left left_margin=30 wrap=char>Done");
-    EXPECT_THAT(FakeLog::Lines(), ElementsAre(InfoLine("m_IsRunning 0", SOURCE, "m_CheckRunning"),
-                                              InfoLine("m_IsRunning 0", SOURCE, "GetRunningFlag")));
+    EXPECT_EQ(Content(), kContentPrefix + "Done");
+    EXPECT_THAT(FakeLog::Lines(),
+                ElementsAre(InfoLine("m_IsRunning 0", kSource, "m_CheckRunning"),
+                            InfoLine("m_IsRunning 0", kSource, "GetRunningFlag")));
 }
 
-TEST_F(QELPopupLoadingTest, TimerPollsUntilTheWorkerIsDone) {
+TEST_F(QELPopupLoadingTest, PollsUntilWorkerIsDone) {
     Create();
-    Run();
+    ShowAndStart();
     FakeLog::Clear();
     const auto polls = [] { return FakeLog::Count("m_IsRunning 1") / 2; };
     ASSERT_TRUE(Screen::PumpUntil([&polls] { return polls() >= 2; }));
     EXPECT_FALSE(IsOkEnabled());
-    EXPECT_EQ(Content(), "<align=left left_margin=30 wrap=char>Please wait");
-    FinishFromWorker("Done");
-    ASSERT_TRUE(WaitForEnd());
+    EXPECT_EQ(Content(), kContentPrefix + "Please wait");
+    FinishWorker("Done");
+    ASSERT_TRUE(WaitUntilStopped());
     EXPECT_EQ(FakeLog::Count("m_IsRunning 0"), 2);
-    EXPECT_EQ(Content(), "<align=left left_margin=30 wrap=char>Done");
+    EXPECT_EQ(Content(), kContentPrefix + "Done");
 }
 
 TEST_F(QELPopupLoadingTest, StopsAtFirstPollWhenWorkerFinishesEarlier) {
     Create();
-    m_popup->Show();
-    m_popup->SetText("Title", "Please wait");
-    // Read before Start creates the timer, so that no delay of this test shortens the measured
-    // time.
+    m_PopupLoading->Show();
+    m_PopupLoading->SetText("Title", "Please wait");
+    // The clock starts before the timer exists. A delay in this test only lengthens the time.
     const double start = ecore_time_get();
-    m_popup->Start();
-    FinishFromWorker("Done");
+    m_PopupLoading->Start();
+    FinishWorker("Done");
     FakeLog::Clear();
 
     EXPECT_NE(QELPopupLoading::m_Timer, nullptr);
     EXPECT_FALSE(IsOkEnabled());
-    EXPECT_EQ(Content(), "<align=left left_margin=30 wrap=char>Please wait");
+    EXPECT_EQ(Content(), kContentPrefix + "Please wait");
 
     double stopped = 0;
     ToolkitCalls::OnCall("elm_object_disabled_set", [&stopped] { stopped = ecore_time_get(); });
-    ASSERT_TRUE(WaitForEnd());
+    ASSERT_TRUE(WaitUntilStopped());
     EXPECT_GE(stopped - start, 0.099);  // the interval of 0.1 s, less 1 ms for rounding
     EXPECT_THAT(FakeLog::Messages(), ElementsAre("m_IsRunning 0", "m_IsRunning 0"));
-    EXPECT_EQ(Content(), "<align=left left_margin=30 wrap=char>Done");
+    EXPECT_EQ(Content(), kContentPrefix + "Done");
 }
 
-TEST_F(QELPopupLoadingTest, StopLeavesTheRunningState) {
+TEST_F(QELPopupLoadingTest, LeavesRunningStateOnStop) {
     Create();
-    Run();
-    FinishFromWorker("It is <done> & well");
-    ASSERT_TRUE(WaitForEnd());
+    ShowAndStart();
+    FinishWorker("It is <done> & well");
+    ASSERT_TRUE(WaitUntilStopped());
     EXPECT_FALSE(elm_progressbar_is_pulsing_get(QELPopupLoading::m_PopupProgress));
     EXPECT_TRUE(IsOkEnabled());
     EXPECT_EQ(Screen::FocusedWidget(ad.win), QELPopupLoading::m_Button);
     EXPECT_TRUE(IsPopupVisible());
     EXPECT_EQ(Title(), "Title");
-    EXPECT_EQ(Content(), "<align=left left_margin=30 wrap=char>It is &lt;done&gt; &amp; well");
+    EXPECT_EQ(Content(), kContentPrefix + "It is &lt;done&gt; &amp; well");
 }
 
-TEST_F(QELPopupLoadingTest, StopActsInThisOrder) {
+TEST_F(QELPopupLoadingTest, StopsInOrder) {
     Create();
-    m_popup->Start();
+    m_PopupLoading->Start();
     ToolkitCalls::Start();
     QELPopupLoading::Stop();
     EXPECT_THAT(
@@ -464,9 +468,9 @@ TEST_F(QELPopupLoadingTest, StopActsInThisOrder) {
                     "elm_object_disabled_set(button, 0)", "elm_object_focus_set(button, 1)"));
 }
 
-TEST_F(QELPopupLoadingTest, StopShowsTheTextBetweenThePulsesEndAndOk) {
+TEST_F(QELPopupLoadingTest, ShowsResultBetweenPulseStopAndOkEnabling) {
     Create();
-    m_popup->Start();
+    m_PopupLoading->Start();
     QELPopupLoading::SetResultText("Done");
     bool pulsing = true;
     std::string content;
@@ -476,94 +480,94 @@ TEST_F(QELPopupLoadingTest, StopShowsTheTextBetweenThePulsesEndAndOk) {
     ToolkitCalls::OnCall("elm_object_disabled_set", [&content] { content = Content(); });
     QELPopupLoading::Stop();
     EXPECT_FALSE(pulsing);
-    EXPECT_EQ(content, "<align=left left_margin=30 wrap=char>Done");
+    EXPECT_EQ(content, kContentPrefix + "Done");
 }
 
-TEST_F(QELPopupLoadingTest, NothingPollsAfterStop) {
+TEST_F(QELPopupLoadingTest, DoesNotPollAfterStop) {
     Create();
-    m_popup->Start();
+    m_PopupLoading->Start();
     QELPopupLoading::Stop();
     FakeLog::Clear();
-    const double end = ecore_time_get() + 0.35;  // three polls
+    const double end = ecore_time_get() + 0.35;  // seconds; three poll intervals
     EXPECT_TRUE(Screen::PumpUntil([end] { return ecore_time_get() > end; }));
     EXPECT_THAT(FakeLog::Lines(), IsEmpty());
 }
 
-TEST_F(QELPopupLoadingTest, StopWithoutProgressBarKeepsTheTimer) {
+TEST_F(QELPopupLoadingTest, KeepsTimerOnStopWithoutProgressBar) {
     Create();
-    m_popup->Start();
+    m_PopupLoading->Start();
     FakeLog::Clear();
     QELPopupLoading::m_PopupProgress = nullptr;
     QELPopupLoading::Stop();
     EXPECT_NE(QELPopupLoading::m_Timer, nullptr);
     EXPECT_THAT(FakeLog::Lines(),
-                ElementsAre(ErrorLine("m_PopupProgress is not ready", SOURCE, "Stop")));
+                ElementsAre(ErrorLine("m_PopupProgress is not ready", kSource, "Stop")));
 }
 
-TEST_F(QELPopupLoadingTest, StopWithoutButtonShowsTheText) {
+TEST_F(QELPopupLoadingTest, ShowsResultOnStopWithoutButton) {
     Create();
     QELPopupLoading::SetResultText("Done");
     QELPopupLoading::m_Button = nullptr;
     QELPopupLoading::Stop();
-    EXPECT_EQ(Content(), "<align=left left_margin=30 wrap=char>Done");
+    EXPECT_EQ(Content(), kContentPrefix + "Done");
     EXPECT_THAT(FakeLog::Lines(), IsEmpty());
 }
 
-TEST_F(QELPopupLoadingTest, RunWithoutResultShowsNothingTheFirstTime) {
+TEST_F(QELPopupLoadingTest, ShowsOnlyPrefixWhenFirstWorkerSetsNoResult) {
     Create();
-    Run();
+    ShowAndStart();
     QELPopupLoading::SetRunningFlag(false);
-    ASSERT_TRUE(WaitForEnd());
-    EXPECT_EQ(Content(), "<align=left left_margin=30 wrap=char>");
+    ASSERT_TRUE(WaitUntilStopped());
+    EXPECT_EQ(Content(), kContentPrefix);
 }
 
-TEST_F(QELPopupLoadingTest, RunWithoutResultShowsThePreviousOneLater) {
+TEST_F(QELPopupLoadingTest, ShowsPreviousResultWhenLaterWorkerSetsNoResult) {
     Create();
-    Run();
-    FinishFromWorker("First");
-    ASSERT_TRUE(WaitForEnd());
-    Run();
-    EXPECT_EQ(Content(), "<align=left left_margin=30 wrap=char>Please wait");
+    ShowAndStart();
+    FinishWorker("First");
+    ASSERT_TRUE(WaitUntilStopped());
+    ShowAndStart();
+    EXPECT_EQ(Content(), kContentPrefix + "Please wait");
     QELPopupLoading::SetRunningFlag(false);
-    ASSERT_TRUE(WaitForEnd());
-    EXPECT_EQ(Content(), "<align=left left_margin=30 wrap=char>First");
+    ASSERT_TRUE(WaitUntilStopped());
+    EXPECT_EQ(Content(), kContentPrefix + "First");
 }
 
-// --- the flag
+// --- running flag
 
-TEST_F(QELPopupLoadingTest, FlagIsSetAndReadWithItsLines) {
+TEST_F(QELPopupLoadingTest, SetsReadsAndLogsRunningFlag) {
     QELPopupLoading::SetRunningFlag(true);
     EXPECT_TRUE(QELPopupLoading::GetRunningFlag());
     QELPopupLoading::SetRunningFlag(false);
     EXPECT_FALSE(QELPopupLoading::GetRunningFlag());
     EXPECT_THAT(FakeLog::Lines(),
-                ElementsAre(InfoLine("SetRunningFlag 1", SOURCE, "SetRunningFlag"),
-                            InfoLine("m_IsRunning 1", SOURCE, "GetRunningFlag"),
-                            InfoLine("SetRunningFlag 0", SOURCE, "SetRunningFlag"),
-                            InfoLine("m_IsRunning 0", SOURCE, "GetRunningFlag")));
+                ElementsAre(InfoLine("SetRunningFlag 1", kSource, "SetRunningFlag"),
+                            InfoLine("m_IsRunning 1", kSource, "GetRunningFlag"),
+                            InfoLine("SetRunningFlag 0", kSource, "SetRunningFlag"),
+                            InfoLine("m_IsRunning 0", kSource, "GetRunningFlag")));
 }
 
-TEST_F(QELPopupLoadingTest, StartAndStopKeepWorkersOutForTheirWholeBody) {
+TEST_F(QELPopupLoadingTest, HoldsMutexDuringStartAndStop) {
     Create();
-    std::vector<bool> entered;
-    const auto tryToEnter = [&entered] {
-        std::thread([&entered] {
-            const bool locked = QELPopupLoading::m_MutexForRunningFlag.try_lock();
-            if (locked) {
+    std::vector<bool> locked;
+    const auto tryLockOnOtherThread = [&locked] {
+        std::thread([&locked] {
+            const bool hasLocked = QELPopupLoading::m_MutexForRunningFlag.try_lock();
+            if (hasLocked) {
                 QELPopupLoading::m_MutexForRunningFlag.unlock();
             }
-            entered.push_back(locked);
+            locked.push_back(hasLocked);
         }).join();
     };
     for (const char* call : {"elm_progressbar_pulse", "ecore_timer_add", "elm_object_disabled_set",
                              "ecore_timer_del", "elm_object_focus_set"}) {
-        ToolkitCalls::OnCall(call, tryToEnter);
+        ToolkitCalls::OnCall(call, tryLockOnOtherThread);
     }
-    m_popup->Start();
+    m_PopupLoading->Start();
     QELPopupLoading::Stop();
-    EXPECT_EQ(entered, std::vector<bool>(7, false));
-    tryToEnter();
-    EXPECT_TRUE(entered.back());
+    EXPECT_EQ(locked, std::vector<bool>(7, false)) << "Start and Stop make seven observed calls";
+    tryLockOnOtherThread();
+    EXPECT_TRUE(locked.back());
 }
 
 class QELPopupLoadingLockTest : public QELPopupLoadingTest {
@@ -597,22 +601,22 @@ TEST_F(QELPopupLoadingLockTest, SetsResultTextWithoutLock) {
 
 // --- OK
 
-TEST_F(QELPopupLoadingTest, OkHidesThePopupAndKeepsItsWidgets) {
+TEST_F(QELPopupLoadingTest, HidesPopupAndKeepsWidgetsOnOk) {
     Create();
-    Run();
-    FinishFromWorker("Done");
-    ASSERT_TRUE(WaitForEnd());
+    ShowAndStart();
+    FinishWorker("Done");
+    ASSERT_TRUE(WaitUntilStopped());
     FakeLog::Clear();
     Screen::Press(ad.win, "Return");
     EXPECT_FALSE(IsPopupVisible());
     EXPECT_NE(QELPopupLoading::m_Popup, nullptr);
     EXPECT_NE(QELPopupLoading::m_Button, nullptr);
-    EXPECT_TRUE(LoggedInfo("OK button is pressed.", SOURCE));
+    EXPECT_TRUE(LoggedInfo("OK button is pressed.", kSource));
 }
 
-TEST_F(QELPopupLoadingTest, OkCannotBePressedWhileTheWorkerRuns) {
+TEST_F(QELPopupLoadingTest, IgnoresOkKeyWhileWorkerRuns) {
     Create();
-    Run();
+    ShowAndStart();
     Screen::Settle(ad.win);
     FakeLog::Clear();
     Screen::Press(ad.win, "Return");
@@ -621,43 +625,43 @@ TEST_F(QELPopupLoadingTest, OkCannotBePressedWhileTheWorkerRuns) {
     EXPECT_EQ(FakeLog::Count("OK button is pressed."), 0);
 }
 
-TEST_F(QELPopupLoadingTest, NextRunShowsThePopupAgain) {
+TEST_F(QELPopupLoadingTest, ShowsPopupAgainForNextWorker) {
     Create();
     for (const char* result : {"One", "Two"}) {
-        Run();
+        ShowAndStart();
         EXPECT_TRUE(IsPopupVisible());
-        FinishFromWorker(result);
-        ASSERT_TRUE(WaitForEnd());
-        EXPECT_EQ(Content(), std::string("<align=left left_margin=30 wrap=char>") + result);
+        FinishWorker(result);
+        ASSERT_TRUE(WaitUntilStopped());
+        EXPECT_EQ(Content(), kContentPrefix + result);
         Screen::Press(ad.win, "Return");
         EXPECT_FALSE(IsPopupVisible());
     }
 }
 
-TEST_F(QELPopupLoadingTest, OkBeforeThePopupExistsOnlyLogs) {
+TEST_F(QELPopupLoadingTest, LogsOkPressBeforeCreate) {
     QELPopupLoading::OnOkPress(nullptr, nullptr, nullptr);
     EXPECT_THAT(ToolkitCalls::Take({}), IsEmpty());
     EXPECT_THAT(FakeLog::Lines(),
-                ElementsAre(InfoLine("OK button is pressed.", SOURCE, "OnOkPress")));
+                ElementsAre(InfoLine("OK button is pressed.", kSource, "OnOkPress")));
 }
 
-TEST_F(QELPopupLoadingTest, OkHidesThePopupBeforeLogCaptureIsAsked) {
+TEST_F(QELPopupLoadingTest, HandlesOkPressBeforeLogCapture) {
     Create();
-    m_popup->Show();
+    m_PopupLoading->Show();
     evas_object_smart_callback_call(QELPopupLoading::m_Button, "clicked", nullptr);
     EXPECT_THAT(FakeLog::Lines(),
-                ElementsAre(InfoLine("OK button is pressed.", SOURCE),
+                ElementsAre(InfoLine("OK button is pressed.", kSource),
                             InfoLine("Press OK in popup is pressed.", "QELButtonLogCapture.cpp")));
 }
 
-// --- what a person sees
+// --- drawing
 
-TEST_F(QELPopupLoadingTest, PopupCoversTheScreenOnlyWhileItIsShown) {
+TEST_F(QELPopupLoadingTest, DrawsPopupOnlyWhileShown) {
     Create();
     const Picture before = Screen::Render(ad.win);
-    Run();
+    ShowAndStart();
     QELPopupLoading::SetRunningFlag(false);
-    ASSERT_TRUE(WaitForEnd());
+    ASSERT_TRUE(WaitUntilStopped());
     const Picture shown = Screen::Render(ad.win);
     Screen::Press(ad.win, "Return");
     const Picture after = Screen::Render(ad.win);
@@ -669,13 +673,13 @@ TEST_F(QELPopupLoadingTest, PopupCoversTheScreenOnlyWhileItIsShown) {
 
 // --- destroy
 
-TEST_F(QELPopupLoadingTest, DestroyStopsAndDeletesInThisOrder) {
+TEST_F(QELPopupLoadingTest, StopsThenDeletesWidgetsInOrder) {
     Create();
-    m_popup->Show();
-    m_popup->Start();
+    m_PopupLoading->Show();
+    m_PopupLoading->Start();
     const ToolkitCalls::Names names = AllNames();
     ToolkitCalls::Start();
-    m_popup->Destroy();
+    m_PopupLoading->Destroy();
     EXPECT_THAT(ToolkitCalls::Take(names),
                 ElementsAre("ecore_timer_del(?)", "elm_progressbar_pulse(progress, 0)",
                             "elm_object_disabled_set(button, 0)", "elm_object_focus_set(button, 1)",
@@ -683,18 +687,18 @@ TEST_F(QELPopupLoadingTest, DestroyStopsAndDeletesInThisOrder) {
                             "evas_object_del(label)", "evas_object_del(progress)",
                             "evas_object_del(button)"));
     EXPECT_EQ(QELPopupLoading::m_Popup, nullptr);
-    EXPECT_EQ(m_popup->m_PopupTable, nullptr);
+    EXPECT_EQ(m_PopupLoading->m_PopupTable, nullptr);
     EXPECT_EQ(QELPopupLoading::m_PopupLabel, nullptr);
     EXPECT_EQ(QELPopupLoading::m_PopupProgress, nullptr);
     EXPECT_EQ(QELPopupLoading::m_Button, nullptr);
     EXPECT_EQ(QELPopupLoading::m_Timer, nullptr);
 }
 
-TEST_F(QELPopupLoadingTest, DestroyBeforeCreateOnlyReportsTheProgressBar) {
-    m_popup->Destroy();
+TEST_F(QELPopupLoadingTest, ReportsOnlyMissingProgressBarOnDestroyBeforeCreate) {
+    m_PopupLoading->Destroy();
     EXPECT_THAT(ToolkitCalls::Take({}), IsEmpty());
     EXPECT_THAT(FakeLog::Lines(),
-                ElementsAre(ErrorLine("m_PopupProgress is not ready", SOURCE, "Stop")));
+                ElementsAre(ErrorLine("m_PopupProgress is not ready", kSource, "Stop")));
 }
 
 }  // namespace

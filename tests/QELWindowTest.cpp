@@ -28,10 +28,10 @@ using testing::Contains;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-const char* const SOURCE = "QELWindow.cpp";
+const char* const kSource = "QELWindow.cpp";
 
-// Two failed items, and something in every panel.
-const char* const RUN =
+// A result file with two failed items and data for every panel.
+const char* const kResultFileContent =
     "<run><Information><model>M1</model></Information>"
     "<Network><type>wifi</type></Network><Summary><duration>60</duration></Summary>"
     "<RNSCImage></RNSCImage><RNSCTest></RNSCTest><FAnetTest>"
@@ -45,31 +45,31 @@ class QELWindowTest : public ScreenTest {
 protected:
     void SetUp() override {
         ScreenTest::SetUp();
-        PrivateData::WriteMain(RUN);
+        PrivateData::WriteMain(kResultFileContent);
     }
 
     void TearDown() override {
-        m_window.Destroy(&ad);
+        m_Window.Destroy(&ad);
         ScreenTest::TearDown();
     }
 
-    void Create() { m_window.Create(&ad); }
+    void Create() { m_Window.Create(&ad); }
 
     void ExpectNothingOwned() const {
-        EXPECT_EQ(m_window.m_ItemList, nullptr);
-        EXPECT_EQ(m_window.m_ItemView, nullptr);
-        EXPECT_EQ(m_window.m_ButtonLogCapture, nullptr);
-        EXPECT_EQ(m_window.m_BgRect, nullptr);
-        EXPECT_EQ(m_window.m_TitleBg, nullptr);
-        EXPECT_EQ(m_window.m_BgImage, nullptr);
+        EXPECT_EQ(m_Window.m_ItemList, nullptr);
+        EXPECT_EQ(m_Window.m_ItemView, nullptr);
+        EXPECT_EQ(m_Window.m_ButtonLogCapture, nullptr);
+        EXPECT_EQ(m_Window.m_BgRect, nullptr);
+        EXPECT_EQ(m_Window.m_TitleBg, nullptr);
+        EXPECT_EQ(m_Window.m_BgImage, nullptr);
     }
 
     ToolkitCalls::Names AllNames() const {
         ToolkitCalls::Names names = Names();
         names.insert({
-            {m_window.m_BgRect, "bgRect"},
-            {m_window.m_BgImage, "bgImage"},
-            {m_window.m_TitleBg, "titleBg"},
+            {m_Window.m_BgRect, "bgRect"},
+            {m_Window.m_BgImage, "bgImage"},
+            {m_Window.m_TitleBg, "titleBg"},
             {QELPopupLoading::m_Popup, "popup"},
             Named(&QELItemDetailView::UpdateText, "UpdateText"),
             Named(&QELItemView::Update, "Update"),
@@ -81,20 +81,20 @@ protected:
         return names;
     }
 
-    QELWindow m_window;
+    QELWindow m_Window;
 };
 
 // --- create
 
-TEST_F(QELWindowTest, StartsWithoutAnything) {
+TEST_F(QELWindowTest, OwnsNothingBeforeCreate) {
     ExpectNothingOwned();
 }
 
-TEST_F(QELWindowTest, CreateWithoutRecordDoesNothing) {
-    ExpectRecordIsNeeded(m_window, &QELWindow::Create, "Create", SOURCE);
+TEST_F(QELWindowTest, RejectsCreateWithoutAppData) {
+    ExpectRecordIsNeeded(m_Window, &QELWindow::Create, "Create", kSource);
 }
 
-TEST_F(QELWindowTest, ReadsBothResultFilesBeforeItTouchesTheToolkit) {
+TEST_F(QELWindowTest, ReadsBothResultFilesBeforeToolkitCalls) {
     std::vector<std::string> logged;
     ToolkitCalls::OnCall("elm_app_base_scale_set", [&logged] { logged = FakeLog::Messages(); });
     Create();
@@ -104,7 +104,7 @@ TEST_F(QELWindowTest, ReadsBothResultFilesBeforeItTouchesTheToolkit) {
     EXPECT_EQ(QELXmlParser::GetInstance()->GetNumOfResult(), 2U);
 }
 
-TEST_F(QELWindowTest, BuildsWindowTableBackgroundAndTitleInThisOrder) {
+TEST_F(QELWindowTest, CreatesWindowTableBackgroundAndTitleInOrder) {
     Create();
     std::vector<std::string> calls = ToolkitCalls::Take(AllNames());
     calls.resize(std::min<size_t>(calls.size(), 19));
@@ -130,34 +130,39 @@ TEST_F(QELWindowTest, BuildsWindowTableBackgroundAndTitleInThisOrder) {
                             "elm_popup_add(popup, win)"));
 }
 
-TEST_F(QELWindowTest, PropertiesAreSetBetweenTheseCalls) {
+TEST_F(QELWindowTest, SetsPropertiesInOrder) {
     std::vector<std::string> steps;
-    const auto note = [&steps](const std::string& call) {
+    const std::vector<std::string> observedCalls = {"elm_table_add",
+                                                    "elm_table_homogeneous_set",
+                                                    "elm_table_padding_set",
+                                                    "evas_object_size_hint_weight_set",
+                                                    "elm_win_resize_object_add",
+                                                    "evas_object_image_add",
+                                                    "evas_object_image_file_set",
+                                                    "elm_label_add",
+                                                    "elm_object_part_text_set",
+                                                    "evas_object_size_hint_align_set",
+                                                    "elm_table_pack"};
+    for (const std::string& call : observedCalls) {
         ToolkitCalls::OnCall(call, [&steps, call] { steps.push_back(call); });
-    };
-    for (const char* call :
-         {"elm_table_add", "elm_table_homogeneous_set", "elm_table_padding_set",
-          "evas_object_size_hint_weight_set", "elm_win_resize_object_add", "evas_object_image_add",
-          "evas_object_image_file_set", "elm_label_add", "elm_object_part_text_set",
-          "evas_object_size_hint_align_set", "elm_table_pack"}) {
-        note(call);
     }
-    // "evas_object_show" also comes before the first of these.
+    // The window is shown before the first step.
     ToolkitCalls::OnCall("evas_object_show", [&steps] {
         if (!steps.empty()) {
             steps.emplace_back("evas_object_show");
         }
     });
     ToolkitCalls::OnCall("evas_object_image_filled_set", [&steps] {
-        const std::vector<std::string> lines = FakeLog::Messages();
-        const bool told = lines.back().rfind("Resource = ", 0) == 0;
-        steps.emplace_back(told ? "filled after the line" : "filled before the line");
+        const bool isPathLogged = FakeLog::Messages().back().rfind("Resource = ", 0) == 0;
+        steps.emplace_back(isPathLogged ? "filled after the log line"
+                                        : "filled before the log line");
     });
+    // Stops the observation before the views are created.
     ToolkitCalls::OnCall("elm_popup_add", [] { ToolkitCalls::Start(); });
     Create();
-    const std::vector<std::string> placing = {"evas_object_size_hint_weight_set",
-                                              "evas_object_size_hint_align_set", "evas_object_show",
-                                              "elm_table_pack"};
+    const std::vector<std::string> placingSteps = {"evas_object_size_hint_weight_set",
+                                                   "evas_object_size_hint_align_set",
+                                                   "evas_object_show", "elm_table_pack"};
     std::vector<std::string> expected = {"elm_table_add",
                                          "elm_table_homogeneous_set",
                                          "elm_table_padding_set",
@@ -165,17 +170,17 @@ TEST_F(QELWindowTest, PropertiesAreSetBetweenTheseCalls) {
                                          "elm_win_resize_object_add",
                                          "evas_object_image_add",
                                          "evas_object_image_file_set",
-                                         "filled after the line",
+                                         "filled after the log line",
                                          "elm_label_add",
                                          "elm_object_part_text_set"};
-    for (int i = 0; i < 3; ++i) {
-        expected.insert(expected.end(), placing.begin(), placing.end());
+    for (int object = 0; object < 3; ++object) {
+        expected.insert(expected.end(), placingSteps.begin(), placingSteps.end());
     }
     expected.emplace_back("evas_object_show");  // the table
     EXPECT_EQ(steps, expected);
 }
 
-TEST_F(QELWindowTest, WindowIsNamedAndDeletesItself) {
+TEST_F(QELWindowTest, SetsTitleAndAutomaticDeletionOfWindow) {
     Create();
     EXPECT_STREQ(elm_win_title_get(ad.win), "quorvel");
     EXPECT_TRUE(elm_win_autodel_get(ad.win));
@@ -183,7 +188,7 @@ TEST_F(QELWindowTest, WindowIsNamedAndDeletesItself) {
     EXPECT_DOUBLE_EQ(elm_app_base_scale_get(), 2.0);
 }
 
-TEST_F(QELWindowTest, TableIsHomogeneousPaddedAndFillsTheWindow) {
+TEST_F(QELWindowTest, FillsWindowWithHomogeneousPaddedTable) {
     Create();
     Screen::Settle(ad.win);
     EXPECT_TRUE(elm_table_homogeneous_get(ad.table));
@@ -201,7 +206,7 @@ TEST_F(QELWindowTest, TableIsHomogeneousPaddedAndFillsTheWindow) {
     EXPECT_EQ(Screen::AreaOf(ad.win), (Area{0, 0, Screen::WIDTH, Screen::HEIGHT}));
 }
 
-TEST_F(QELWindowTest, EveryViewLiesInItsCell) {
+TEST_F(QELWindowTest, PlacesEveryViewInItsCell) {
     Create();
     const std::vector<Evas_Object*> packed = Screen::PackedIn(ad.table);
     std::vector<Cell> cells;
@@ -209,23 +214,23 @@ TEST_F(QELWindowTest, EveryViewLiesInItsCell) {
     EXPECT_THAT(cells, ElementsAre(Cell{0, 0, 3, 8},    // background
                                    Cell{0, 0, 3, 1},    // title rectangle
                                    Cell{0, 0, 3, 1},    // title label
-                                   Cell{0, 1, 1, 7},    // the list's rectangle
+                                   Cell{0, 1, 1, 7},    // list rectangle
                                    Cell{0, 1, 1, 7},    // list
                                    Cell{1, 1, 2, 6},    // item label
-                                   Cell{1, 1, 1, 2},    // left information
-                                   Cell{2, 1, 1, 2},    // right information
+                                   Cell{1, 1, 1, 2},    // left information panel
+                                   Cell{2, 1, 1, 2},    // right information panel
                                    Cell{1, 1, 2, 6},    // photo
-                                   Cell{1, 3, 2, 4},    // the detail's rectangle
-                                   Cell{1, 3, 2, 4},    // detail
+                                   Cell{1, 3, 2, 4},    // detail rectangle
+                                   Cell{1, 3, 2, 4},    // detail scroller
                                    Cell{1, 7, 1, 1},    // log capture box
                                    Cell{1, 7, 1, 1}));  // log capture button
-    EXPECT_EQ(Screen::CellOf(m_window.m_BgImage), (Cell{0, 0, 3, 8}));
+    EXPECT_EQ(Screen::CellOf(m_Window.m_BgImage), (Cell{0, 0, 3, 8}));
     EXPECT_EQ(Screen::CellOf(ad.titleLabel), (Cell{0, 0, 3, 1}));
     EXPECT_EQ(Screen::CellOf(ad.itemList), (Cell{0, 1, 1, 7}));
     EXPECT_EQ(Screen::CellOf(ad.logCaptureButton), (Cell{1, 7, 1, 1}));
 }
 
-TEST_F(QELWindowTest, DetailLiesInTheLowerPartOfTheItemView) {
+TEST_F(QELWindowTest, PlacesDetailPanelAtBottomOfItemView) {
     Create();
     Screen::Settle(ad.win);
     const Area view = Screen::AreaOf(ad.itemLabel);
@@ -238,19 +243,19 @@ TEST_F(QELWindowTest, DetailLiesInTheLowerPartOfTheItemView) {
 
 // --- background and title
 
-TEST_F(QELWindowTest, BackgroundIsAResourceOfTheMenu) {
+TEST_F(QELWindowTest, LoadsBackgroundFromMenuResources) {
     FakeServices::SetResourceFolder("/res");
     Create();
     const char* file = nullptr;
     const char* key = "";
-    evas_object_image_file_get(m_window.m_BgImage, &file, &key);
+    evas_object_image_file_get(m_Window.m_BgImage, &file, &key);
     EXPECT_STREQ(file, "/res/Settings/setting_bg_base.webp");
     EXPECT_EQ(key, nullptr);
-    EXPECT_TRUE(evas_object_image_filled_get(m_window.m_BgImage));
-    EXPECT_TRUE(LoggedInfo("Resource = /res/Settings/setting_bg_base.webp", SOURCE));
+    EXPECT_TRUE(evas_object_image_filled_get(m_Window.m_BgImage));
+    EXPECT_TRUE(LoggedInfo("Resource = /res/Settings/setting_bg_base.webp", kSource));
 }
 
-TEST_F(QELWindowTest, BackgroundIsLookedUpASecondTimeForTheLog) {
+TEST_F(QELWindowTest, RequestsBackgroundPathAgainForLog) {
     size_t lookups = 0;
     ToolkitCalls::OnCall("elm_popup_add", [&lookups] { lookups = FakeServices::Lookups().size(); });
     Create();
@@ -261,7 +266,7 @@ TEST_F(QELWindowTest, BackgroundIsLookedUpASecondTimeForTheLog) {
     }
 }
 
-TEST_F(QELWindowTest, BackgroundFillsTheWholeWindow) {
+TEST_F(QELWindowTest, FillsWindowWithBackground) {
     const fs::path folder = fs::path(PrivateData::Path("resources")) / "Settings";
     fs::create_directories(folder);
     Screen::WriteImage(folder / "setting_bg_base.webp", {0, 0, 200});
@@ -270,36 +275,36 @@ TEST_F(QELWindowTest, BackgroundFillsTheWholeWindow) {
     const Picture picture = Screen::Render(ad.win);
     EXPECT_EQ(picture.At(1919, 1079), (Colour{0, 0, 200}));
     EXPECT_EQ(picture.At(1919, 1000), (Colour{0, 0, 200}));
-    EXPECT_EQ(picture.At(639, 1079), (Colour{0, 0, 200}));  // between list and item view
+    EXPECT_EQ(picture.At(639, 1079), (Colour{0, 0, 200}));  // between the list and the item view
 }
 
-TEST_F(QELWindowTest, MissingBackgroundLeavesTheImageEmpty) {
+TEST_F(QELWindowTest, ShowsEmptyImageWithoutBackgroundFile) {
     FakeServices::SetNoResources();
     Create();
-    EXPECT_TRUE(LoggedInfo("Resource = ", SOURCE));
-    EXPECT_TRUE(IsVisible(m_window.m_BgImage));
-    EXPECT_TRUE(LoggedInfo("done app_create", SOURCE));
+    EXPECT_TRUE(LoggedInfo("Resource = ", kSource));
+    EXPECT_TRUE(IsVisible(m_Window.m_BgImage));
+    EXPECT_TRUE(LoggedInfo("done app_create", kSource));
 }
 
-TEST_F(QELWindowTest, PlainRectangleIsNeverShownOrPlaced) {
+TEST_F(QELWindowTest, KeepsPlainRectangleHiddenAndUnplaced) {
     Create();
-    ASSERT_NE(m_window.m_BgRect, nullptr);
-    EXPECT_FALSE(IsVisible(m_window.m_BgRect));
-    EXPECT_FALSE(Screen::IsPacked(ad.table, m_window.m_BgRect));
+    ASSERT_NE(m_Window.m_BgRect, nullptr);
+    EXPECT_FALSE(IsVisible(m_Window.m_BgRect));
+    EXPECT_FALSE(Screen::IsPacked(ad.table, m_Window.m_BgRect));
 }
 
-TEST_F(QELWindowTest, TitleKeepsItsOpenBoldTagAndItsOrderOfClosingTags) {
+TEST_F(QELWindowTest, KeepsOpenBoldTagAndClosingTagOrderOfTitle) {
     Create();
     EXPECT_EQ(TextOf(ad.titleLabel),
               "<align=center font_size=80 color=#CCCCCC><b>Quorvel</align></font_size></color>");
 }
 
-TEST_F(QELWindowTest, TitleStandsInGreyOnATranslucentWhiteBar) {
+TEST_F(QELWindowTest, DrawsGreyTitleOnTranslucentWhiteBar) {
     Create();
-    // The toolkit keeps colours with their transparency multiplied in.
-    EXPECT_THAT(Screen::ColourOf(m_window.m_TitleBg), ElementsAre(30, 30, 30, 30));
+    // The toolkit stores colours premultiplied by their alpha.
+    EXPECT_THAT(Screen::ColourOf(m_Window.m_TitleBg), ElementsAre(30, 30, 30, 30));
     const Picture picture = Screen::Render(ad.win);
-    const Area bar = Screen::AreaOf(m_window.m_TitleBg);
+    const Area bar = Screen::AreaOf(m_Window.m_TitleBg);
     const auto isGrey = [](const Colour& colour) { return colour == Colour{204, 204, 204}; };
     EXPECT_GT(picture.Count(bar, isGrey), 1000);
     EXPECT_EQ(picture.Count({bar.x, bar.y, bar.width / 4, bar.height}, isGrey), 0);
@@ -309,20 +314,20 @@ TEST_F(QELWindowTest, TitleStandsInGreyOnATranslucentWhiteBar) {
 
 // --- placing
 
-TEST_F(QELWindowTest, ShowFillsEachOfItsCells) {
+TEST_F(QELWindowTest, FillsEachOfItsCells) {
     Create();
-    ExpectPlaced(m_window, TABLE_LOCATION_TITLE, {0, 0, 3, 1});
-    ExpectPlaced(m_window, TABLE_LOCATION_BACKGROUND, {0, 0, 3, 8});
+    ExpectPlaced(m_Window, TABLE_LOCATION_TITLE, {0, 0, 3, 1});
+    ExpectPlaced(m_Window, TABLE_LOCATION_BACKGROUND, {0, 0, 3, 8});
 }
 
-TEST_F(QELWindowTest, OtherLocationsAreShownButNotPlaced) {
+TEST_F(QELWindowTest, ShowsWithoutPlacingAtOtherLocations) {
     Create();
-    ExpectShownButNotPlaced(m_window, {0, 2, 3, 4, 5, 6, 7, 8, 10, -1}, SOURCE);
+    ExpectShownButNotPlaced(m_Window, {0, 2, 3, 4, 5, 6, 7, 8, 10, -1}, kSource);
 }
 
 // --- views
 
-TEST_F(QELWindowTest, ViewsComeInTheirOrder) {
+TEST_F(QELWindowTest, CreatesViewsInOrder) {
     Create();
     std::vector<std::string> done;
     for (const LogLine& line : FakeLog::Lines()) {
@@ -331,11 +336,11 @@ TEST_F(QELWindowTest, ViewsComeInTheirOrder) {
         }
     }
     EXPECT_THAT(done, ElementsAre("QELPopupLoading.cpp", "QELItemList.cpp", "QELItemDetailView.cpp",
-                                  "QELItemView.cpp", "QELButtonLogCapture.cpp", SOURCE));
-    EXPECT_THAT(FakeLog::Lines().back(), InfoLine("done app_create", SOURCE, "Create"));
+                                  "QELItemView.cpp", "QELButtonLogCapture.cpp", kSource));
+    EXPECT_THAT(FakeLog::Lines().back(), InfoLine("done app_create", kSource, "Create"));
 }
 
-TEST_F(QELWindowTest, EveryFieldOfTheRecordIsFilled) {
+TEST_F(QELWindowTest, FillsEveryFieldOfAppData) {
     Create();
     EXPECT_NE(ad.win, nullptr);
     EXPECT_NE(ad.table, nullptr);
@@ -349,48 +354,48 @@ TEST_F(QELWindowTest, EveryFieldOfTheRecordIsFilled) {
     EXPECT_NE(ad.logCaptureButton, nullptr);
 }
 
-struct FailedAllocation_s {
-    int nth;  // of Create; the result store is the first
+struct FailedAllocation {
+    int nth;  // counted from the start of Create; 1 is the result store
     const char* message;
     const char* file;
-    int views;  // how many of the record's list, item label and button exist then
+    int existingFields;  // how many of list, item label and button exist, in this order
 };
 
-void PrintTo(const FailedAllocation_s& failure, std::ostream* out) {
+void PrintTo(const FailedAllocation& failure, std::ostream* out) {
     *out << failure.message;
 }
 
 class QELWindowAllocationTest : public QELWindowTest,
-                                public testing::WithParamInterface<FailedAllocation_s> {};
+                                public testing::WithParamInterface<FailedAllocation> {};
 
-TEST_P(QELWindowAllocationTest, FailureStopsTheRemainingCreations) {
+TEST_P(QELWindowAllocationTest, SkipsRemainingViewsAfterFailure) {
     const FailingNew failing(GetParam().nth);
     Create();
     EXPECT_TRUE(failing.HasFailed());
     EXPECT_TRUE(LoggedError(GetParam().message, GetParam().file));
     const std::vector<Evas_Object*> fields = {ad.itemList, ad.itemLabel, ad.logCaptureButton};
     for (size_t i = 0; i < fields.size(); ++i) {
-        EXPECT_EQ(fields[i] != nullptr, static_cast<int>(i) < GetParam().views) << i;
+        EXPECT_EQ(fields[i] != nullptr, static_cast<int>(i) < GetParam().existingFields)
+            << "field " << i;
     }
-    // The window stays, and the connections are still made.
+    // The window stays visible, and the handlers are connected.
     EXPECT_TRUE(IsVisible(ad.win));
-    EXPECT_TRUE(LoggedInfo("done app_create", SOURCE));
-    const std::vector<std::string> calls = ToolkitCalls::Take(AllNames(), {"register"});
-    EXPECT_THAT(calls, Contains("register(" +
-                                std::string(ad.detailLabel == nullptr ? "null" : "detailLabel") +
-                                ", \"unfocused\", OnUnfocus, ad)"));
+    EXPECT_TRUE(LoggedInfo("done app_create", kSource));
+    const std::string detailLabel = ad.detailLabel == nullptr ? "null" : "detailLabel";
+    EXPECT_THAT(ToolkitCalls::Take(AllNames(), {"register"}),
+                Contains("register(" + detailLabel + ", \"unfocused\", OnUnfocus, ad)"));
 }
 
 INSTANTIATE_TEST_SUITE_P(
     Views, QELWindowAllocationTest,
-    testing::Values(FailedAllocation_s{2, "popupLoading is failed to create", "QELWindow.cpp", 0},
-                    FailedAllocation_s{3, "QELItemList is failed to create", "QELWindow.cpp", 0},
-                    FailedAllocation_s{4, "QELItemView is failed to create", "QELWindow.cpp", 1},
-                    FailedAllocation_s{6, "QELButtonLogCapture is failed to create",
-                                       "QELWindow.cpp", 2}),
+    testing::Values(FailedAllocation{2, "popupLoading is failed to create", "QELWindow.cpp", 0},
+                    FailedAllocation{3, "QELItemList is failed to create", "QELWindow.cpp", 0},
+                    FailedAllocation{4, "QELItemView is failed to create", "QELWindow.cpp", 1},
+                    FailedAllocation{6, "QELButtonLogCapture is failed to create", "QELWindow.cpp",
+                                     2}),
     [](const auto& test) { return "allocation" + std::to_string(test.param.nth); });
 
-TEST_F(QELWindowTest, MissingDetailViewDoesNotStopTheButton) {
+TEST_F(QELWindowTest, CreatesLogCaptureButtonWithoutDetailView) {
     const FailingNew failing(5);
     Create();
     EXPECT_TRUE(failing.HasFailed());
@@ -398,23 +403,23 @@ TEST_F(QELWindowTest, MissingDetailViewDoesNotStopTheButton) {
     EXPECT_NE(ad.logCaptureButton, nullptr);
 }
 
-TEST_F(QELWindowTest, MissingResultStoreIsSkipped) {
+TEST_F(QELWindowTest, CompletesCreateWithoutResultStore) {
     const FailingNew failing(1);
     Create();
     EXPECT_TRUE(failing.HasFailed());
     EXPECT_EQ(FakeLog::Count("[m_ParseFile] Start!! \n[" + PrivateData::MainFile() + "]\n"), 0);
     EXPECT_THAT(FakeLog::Errors().front(),
                 ErrorLine("failed to get instance\n", "QELXmlParser.cpp", "GetInstance"));
-    EXPECT_EQ(FakeLog::Lines()[1].message.rfind("Resource = ", 0), 0U);
-    EXPECT_TRUE(LoggedInfo("done app_create", SOURCE));
+    EXPECT_THAT(FakeLog::Messages().at(1), testing::StartsWith("Resource = "));
+    EXPECT_TRUE(LoggedInfo("done app_create", kSource));
 }
 
-TEST_F(QELWindowTest, WithoutResultFilesTheWindowStillComesUp) {
+TEST_F(QELWindowTest, ShowsWindowWithoutResultFiles) {
     PrivateData::Clean();
     Create();
     Screen::Settle(ad.win);
     EXPECT_TRUE(IsVisible(ad.titleLabel));
-    EXPECT_TRUE(IsVisible(m_window.m_BgImage));
+    EXPECT_TRUE(IsVisible(m_Window.m_BgImage));
     EXPECT_EQ(elm_genlist_items_count(ad.itemList), 0U);
     EXPECT_TRUE(elm_object_disabled_get(ad.itemList));
     EXPECT_EQ(Screen::FocusedWidget(ad.win), ad.logCaptureButton);
@@ -422,21 +427,21 @@ TEST_F(QELWindowTest, WithoutResultFilesTheWindowStillComesUp) {
                 testing::HasSubstr("There is no failed production history."));
 }
 
-// A main file that cannot be read, or lacks what it should have; the other file is good.
-struct BadFile_s {
-    const char* what;
-    const char* content;  // null: a folder lies in its place
+// A main result file without readable items. The other result file is complete.
+struct BadFile {
+    const char* label;
+    const char* content;  // null: the path of the file is a folder
 };
 
-void PrintTo(const BadFile_s& file, std::ostream* out) {
-    *out << file.what;
+void PrintTo(const BadFile& file, std::ostream* out) {
+    *out << file.label;
 }
 
-class QELWindowBadFileTest : public QELWindowTest, public testing::WithParamInterface<BadFile_s> {};
+class QELWindowBadFileTest : public QELWindowTest, public testing::WithParamInterface<BadFile> {};
 
-TEST_P(QELWindowBadFileTest, WindowShowsWhatCouldBeRead) {
+TEST_P(QELWindowBadFileTest, ShowsOtherFileWhenMainFileIsBad) {
     PrivateData::Clean();
-    PrivateData::WriteRnsc(RUN);
+    PrivateData::WriteRnsc(kResultFileContent);
     if (GetParam().content == nullptr) {
         fs::create_directory(PrivateData::MainFile());
     } else {
@@ -448,25 +453,26 @@ TEST_P(QELWindowBadFileTest, WindowShowsWhatCouldBeRead) {
     EXPECT_EQ(elm_genlist_items_count(ad.itemList), 2U);
     EXPECT_EQ(elm_object_focused_item_get(ad.itemList), Row(0));
     EXPECT_THAT(TextOf(ad.infoLabelRight), testing::HasSubstr("model=M1<br/>"));
-    EXPECT_TRUE(LoggedInfo("done app_create", SOURCE));
+    EXPECT_TRUE(LoggedInfo("done app_create", kSource));
 }
 
 INSTANTIATE_TEST_SUITE_P(
     MainFile, QELWindowBadFileTest,
-    testing::Values(BadFile_s{"folder", nullptr}, BadFile_s{"empty", ""},
-                    BadFile_s{"cutOff", "<run><FAnetTest><test><name>A"},
-                    BadFile_s{"wrongEncoding",
-                              "<?xml version=\"1.0\" encoding=\"UTF-8\"?><run>\xFF</run>"},
-                    BadFile_s{"otherRoot", "<html></html>"}, BadFile_s{"noSections", "<run></run>"},
-                    BadFile_s{"noLists", "<run><Information></Information></run>"}),
-    [](const auto& test) { return std::string(test.param.what); });
+    testing::Values(BadFile{"folder", nullptr}, BadFile{"empty", ""},
+                    BadFile{"truncated", "<run><FAnetTest><test><name>A"},
+                    BadFile{"wrongEncoding",
+                            "<?xml version=\"1.0\" encoding=\"UTF-8\"?><run>\xFF</run>"},
+                    BadFile{"otherRoot", "<html></html>"}, BadFile{"noSections", "<run></run>"},
+                    BadFile{"noLists", "<run><Information></Information></run>"}),
+    [](const auto& test) { return std::string(test.param.label); });
 
 // --- connections
 
-TEST_F(QELWindowTest, ConnectsSixHandlersInThisOrder) {
+TEST_F(QELWindowTest, ConnectsSixHandlersInOrder) {
     Create();
     std::vector<std::string> calls = ToolkitCalls::Take(AllNames(), {"register"});
-    ASSERT_EQ(calls.size(), 8U);  // the first two are the popup's own
+    // The popup registers the first two handlers itself.
+    ASSERT_EQ(calls.size(), 8U);
     calls.erase(calls.begin(), calls.begin() + 2);
     EXPECT_THAT(calls, ElementsAre("register(itemList, \"item,focused\", UpdateText, ad)",
                                    "register(itemList, \"item,focused\", Update, ad)",
@@ -476,38 +482,37 @@ TEST_F(QELWindowTest, ConnectsSixHandlersInThisOrder) {
                                    "register(detailLabel, \"unfocused\", OnUnfocus, ad)"));
 }
 
-struct FailedRegistration_s {
+struct FailedRegistration {
     int nth;
     const char* event;
 };
 
-void PrintTo(const FailedRegistration_s& failure, std::ostream* out) {
+void PrintTo(const FailedRegistration& failure, std::ostream* out) {
     *out << failure.event;
 }
 
 class QELWindowRegistrationTest : public QELWindowTest,
-                                  public testing::WithParamInterface<FailedRegistration_s> {};
+                                  public testing::WithParamInterface<FailedRegistration> {};
 
-TEST_P(QELWindowRegistrationTest, FailureIsLoggedAndStopsTheRemainingOnes) {
-    const int popupRegistrations = 2;
-    ToolkitCalls::FailRegistration(popupRegistrations + GetParam().nth);
+TEST_P(QELWindowRegistrationTest, LogsFailureAndSkipsRemainingHandlers) {
+    const int kPopupRegistrations = 2;
+    ToolkitCalls::FailRegistration(kPopupRegistrations + GetParam().nth);
     Create();
-    EXPECT_EQ(ToolkitCalls::Count("register"), popupRegistrations + GetParam().nth);
+    EXPECT_EQ(ToolkitCalls::Count("register"), kPopupRegistrations + GetParam().nth);
     const std::string message =
         "it is falied to add event callback for " + std::string(GetParam().event) + ".";
-    EXPECT_TRUE(LoggedError(message, SOURCE));
-    EXPECT_TRUE(LoggedInfo("done app_create", SOURCE));
+    EXPECT_TRUE(LoggedError(message, kSource));
+    EXPECT_TRUE(LoggedInfo("done app_create", kSource));
 }
 
 INSTANTIATE_TEST_SUITE_P(
     Handlers, QELWindowRegistrationTest,
-    testing::Values(FailedRegistration_s{1, "item,focused"},
-                    FailedRegistration_s{2, "item,focused"}, FailedRegistration_s{3, "unselected"},
-                    FailedRegistration_s{4, "clicked"}, FailedRegistration_s{5, "focused"},
-                    FailedRegistration_s{6, "unfocused"}),
+    testing::Values(FailedRegistration{1, "item,focused"}, FailedRegistration{2, "item,focused"},
+                    FailedRegistration{3, "unselected"}, FailedRegistration{4, "clicked"},
+                    FailedRegistration{5, "focused"}, FailedRegistration{6, "unfocused"}),
     [](const auto& test) { return "handler" + std::to_string(test.param.nth); });
 
-TEST_F(QELWindowTest, FocusedRowUpdatesTheDetailTextBeforeTheItemView) {
+TEST_F(QELWindowTest, UpdatesDetailTextBeforeItemViewOnRowFocus) {
     Create();
     Screen::Settle(ad.win);
     FakeLog::Clear();
@@ -521,8 +526,8 @@ TEST_F(QELWindowTest, FocusedRowUpdatesTheDetailTextBeforeTheItemView) {
     EXPECT_THAT(files, ElementsAre("QELItemDetailView.cpp UpdateText", "QELItemView.cpp Update"));
 }
 
-// The panel's text steps aside, so that only its translucent background lies over the photo.
-TEST_F(QELWindowTest, PhotoIsSeenThroughThePanelWhileAnImageItemIsFocused) {
+// The detail label is hidden, so only the translucent panel background covers the photo.
+TEST_F(QELWindowTest, DrawsPhotoThroughDetailPanelForImageItem) {
     const std::string photo = PrivateData::Path("photo.png");
     Screen::WriteImage(photo, {250, 10, 10});
     PrivateData::WriteMain(
@@ -547,7 +552,7 @@ TEST_F(QELWindowTest, PhotoIsSeenThroughThePanelWhileAnImageItemIsFocused) {
     EXPECT_EQ(redPixels(), 0);
 }
 
-TEST_F(QELWindowTest, UnselectedRowIsSelectedAgain) {
+TEST_F(QELWindowTest, SelectsUnselectedRowAgain) {
     Create();
     Screen::Settle(ad.win);
     elm_genlist_item_selected_set(Row(1), EINA_TRUE);
@@ -556,7 +561,7 @@ TEST_F(QELWindowTest, UnselectedRowIsSelectedAgain) {
     EXPECT_TRUE(LoggedInfo("an Item is unselected.", "QELItemList.cpp"));
 }
 
-TEST_F(QELWindowTest, ClickedButtonStartsTheCapture) {
+TEST_F(QELWindowTest, StartsCaptureOnButtonClick) {
     Create();
     FakeServices::CloseGate();
     evas_object_smart_callback_call(ad.logCaptureButton, "clicked", nullptr);
@@ -564,7 +569,7 @@ TEST_F(QELWindowTest, ClickedButtonStartsTheCapture) {
     EXPECT_TRUE(IsVisible(QELPopupLoading::m_Popup));
 }
 
-TEST_F(QELWindowTest, FocusOfTheDetailLabelBrightensItsPanel) {
+TEST_F(QELWindowTest, BrightensDetailPanelOnFocus) {
     Create();
     Evas_Object* panel = QELItemDetailView::m_bgItemDetailView;
     evas_object_smart_callback_call(ad.detailLabel, "focused", nullptr);
@@ -575,19 +580,19 @@ TEST_F(QELWindowTest, FocusOfTheDetailLabelBrightensItsPanel) {
 
 // --- destroy
 
-TEST_F(QELWindowTest, DestroyDeletesInThisOrder) {
+TEST_F(QELWindowTest, DeletesWidgetsInOrder) {
     Create();
     ToolkitCalls::Names names = AllNames();
     names.insert({
-        {m_window.m_ItemList->m_bgItemList, "listBg"},
+        {m_Window.m_ItemList->m_bgItemList, "listBg"},
         {QELItemDetailView::m_bgItemDetailView, "detailBg"},
-        {m_window.m_ItemView->m_itemDetailView->m_scrollerItemDetailView, "scroller"},
-        {m_window.m_ItemView->m_bgInfoViewLeft, "leftBg"},
-        {m_window.m_ItemView->m_bgInfoViewRight, "rightBg"},
-        {m_window.m_ButtonLogCapture->m_Box, "box"},
+        {m_Window.m_ItemView->m_itemDetailView->m_scrollerItemDetailView, "scroller"},
+        {m_Window.m_ItemView->m_bgInfoViewLeft, "leftBg"},
+        {m_Window.m_ItemView->m_bgInfoViewRight, "rightBg"},
+        {m_Window.m_ButtonLogCapture->m_Box, "box"},
     });
     ToolkitCalls::Start();
-    m_window.Destroy(&ad);
+    m_Window.Destroy(&ad);
     EXPECT_THAT(
         ToolkitCalls::Take(names),
         ElementsAre("evas_object_del(win)", "evas_object_del(table)", "evas_object_del(titleLabel)",
@@ -601,39 +606,40 @@ TEST_F(QELWindowTest, DestroyDeletesInThisOrder) {
                     "evas_object_del(logCaptureButton)", "evas_object_del(box)"));
 }
 
-TEST_F(QELWindowTest, DestroyClearsEverythingButThePopup) {
+TEST_F(QELWindowTest, ClearsEverythingButPopupOnDestroy) {
     Create();
     const QELPopupLoading* popup = QELPopupLoading::GetInstance();
-    m_window.Destroy(&ad);
+    m_Window.Destroy(&ad);
     const _appdata empty = {};
     EXPECT_EQ(std::memcmp(&ad, &empty, sizeof(ad)), 0);
     ExpectNothingOwned();
     EXPECT_EQ(QELPopupLoading::GetInstance(), popup);
 }
 
-TEST_F(QELWindowTest, SecondDestroyDeletesNothing) {
+TEST_F(QELWindowTest, DeletesNothingOnSecondDestroy) {
     Create();
-    m_window.Destroy(&ad);
+    m_Window.Destroy(&ad);
     FakeLog::Clear();
     ToolkitCalls::Start();
-    m_window.Destroy(&ad);
+    m_Window.Destroy(&ad);
     EXPECT_THAT(ToolkitCalls::Take({}), IsEmpty());
     EXPECT_THAT(FakeLog::Lines(), IsEmpty());
 }
 
-TEST_F(QELWindowTest, DestroyWithoutRecordDoesNothing) {
+TEST_F(QELWindowTest, RejectsDestroyWithoutAppData) {
     Create();
-    ExpectRecordIsNeeded(m_window, &QELWindow::Destroy, "Destroy", SOURCE);
-    EXPECT_NE(m_window.m_ItemList, nullptr);
+    ExpectRecordIsNeeded(m_Window, &QELWindow::Destroy, "Destroy", kSource);
+    EXPECT_NE(m_Window.m_ItemList, nullptr);
 }
 
-TEST_F(QELWindowTest, DestroyIsSafeWhenCreationStoppedEarly) {
+TEST_F(QELWindowTest, DestroysPartlyCreatedWindow) {
     {
         const FailingNew failing(3);
         Create();
+        EXPECT_TRUE(failing.HasFailed());
     }
     FakeLog::Clear();
-    m_window.Destroy(&ad);
+    m_Window.Destroy(&ad);
     EXPECT_EQ(ad.win, nullptr);
     EXPECT_THAT(FakeLog::Lines(), IsEmpty());
 }
