@@ -21,6 +21,7 @@
 #include "log_copy/log_copy_service.h"
 #include "paths.h"
 #include "toolkit/ui_setup.h"
+#include "xml_input.h"
 
 namespace quorvel::desktop {
 
@@ -260,6 +261,7 @@ int RunAsOwner(int argc, char** argv, const ui_app_lifecycle_callback_s& callbac
     if (!AwaitDisplay(early)) {
         return APP_ERROR_INVALID_CONTEXT;
     }
+    LimitXmlInput([](const std::string& line) { LogError(line); });
     PrepareToolkit();
     const int result =
         Application(callbacks, userData, socketPath).Run(argc, argv, std::move(first), early);

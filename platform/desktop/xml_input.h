@@ -1,0 +1,31 @@
+#ifndef QUORVEL_PLATFORM_DESKTOP_XML_INPUT_H_
+#define QUORVEL_PLATFORM_DESKTOP_XML_INPUT_H_
+
+#include <cstdint>
+#include <functional>
+#include <string>
+
+// What libxml2 may read and expand, so that no result file can hang or exhaust the program. The
+// application parses its result files with libxml2 directly; the limits apply to these calls.
+namespace quorvel::desktop {
+
+// The largest result file, in bytes. A larger one is not opened. One that grows while it is read is
+// read up to this limit.
+constexpr std::int64_t kMaxResultFileBytes = std::int64_t{256} << 20;
+
+// How much the entities of one result file may expand to, in bytes. A value that needs more counts
+// as a value without content.
+constexpr std::int64_t kMaxEntityBytes = 10'000'000;
+
+// Receives one line for each file that libxml2 may not read to its end, and for each value that is
+// too long: the file and the reason.
+using XmlInputReport = std::function<void(const std::string& line)>;
+
+// From now on libxml2 opens regular files only, without blocking, unpacks none of them, loads no
+// catalog, and prints nothing to the terminal. Once for each thread that parses, before its first
+// parse.
+void LimitXmlInput(XmlInputReport report);
+
+}  // namespace quorvel::desktop
+
+#endif  // QUORVEL_PLATFORM_DESKTOP_XML_INPUT_H_

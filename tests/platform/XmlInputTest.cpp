@@ -1,0 +1,228 @@
+#include "xml_input.h"
+
+#include <dlfcn.h>
+#include <gmock/gmock.h>
+#include <libxml/parser.h>
+#include <libxml/tree.h>
+#include <libxml/xmlerror.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "platform/fixtures/PrivateFolders.h"
+
+using quorvel::desktop::kMaxEntityBytes;
+using quorvel::desktop::kMaxResultFileBytes;
+using quorvel::desktop::LimitXmlInput;
+using testing::ElementsAre;
+using testing::EndsWith;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+namespace {
+
+struct DocumentDeleter {
+    void operator()(xmlDoc* document) const { xmlFreeDoc(document); }
+};
+using Document = std::unique_ptr<xmlDoc, DocumentDeleter>;
+using ReadValue = xmlChar* (*)(xmlDocPtr, const xmlNode*, int);
+
+std::string Repeat(const std::string& text, std::size_t count) {
+    std::string all;
+    all.reserve(text.size() * count);
+    for (std::size_t i = 0; i < count; ++i) {
+        all += text;
+    }
+    return all;
+}
+
+std::optional<std::string> TakeText(xmlChar* value) {
+    if (value == nullptr) {
+        return std::nullopt;
+    }
+    std::string text = reinterpret_cast<const char*>(value);
+    xmlFree(value);
+    return text;
+}
+
+class XmlInputTest : public testing::Test {
+protected:
+    XmlInputTest() {
+        LimitXmlInput([this](const std::string& line) { m_Lines.push_back(line); });
+    }
+    ~XmlInputTest() override {
+        xmlSetGenericErrorFunc(nullptr, nullptr);
+        xmlCleanupInputCallbacks();
+        xmlRegisterDefaultInputCallbacks();
+    }
+
+    std::string Path() const { return (m_Folders.Root() / "result.xml").string(); }
+
+    std::string Write(const std::string& content) const {
+        std::ofstream(Path(), std::ios::binary) << content;
+        return Path();
+    }
+
+    Document Parse() const { return Document(xmlParseFile(Path().c_str())); }
+
+    // The value of the root's only child element, as the application reads it.
+    std::optional<std::string> ValueIn(const std::string& content) const {
+        Write(content);
+        const Document document = Parse();
+        if (document == nullptr) {
+            ADD_FAILURE() << "not well-formed: " << content.substr(0, 200);
+            return std::nullopt;
+        }
+        return ValueIn(*document, xmlNodeListGetString);
+    }
+
+    static std::optional<std::string> ValueIn(xmlDoc& document, ReadValue read) {
+        const xmlNode* element = xmlFirstElementChild(xmlDocGetRootElement(&document));
+        return TakeText(read(&document, element->children, 1));
+    }
+
+    const std::vector<std::string>& Reported() const { return m_Lines; }
+
+private:
+    PrivateFolders m_Folders;
+    std::vector<std::string> m_Lines;
+};
+
+// A file whose root holds one element with this value. The declaration defines the entities.
+std::string File(const std::string& declaration, const std::string& value) {
+    return "<!DOCTYPE r [" + declaration + "]><r><v>" + value + "</v></r>";
+}
+
+TEST_F(XmlInputTest, ReturnsTheValuesThatTheLibraryReturns) {
+    const auto original = reinterpret_cast<ReadValue>(dlsym(RTLD_DEFAULT, "xmlNodeListGetString"));
+    ASSERT_NE(original, nullptr);
+    const std::string entities =
+        "<!ENTITY a 'one'><!ENTITY b '&a; &a;'><!ENTITY none ''><!ENTITY child '<c>x</c>'>";
+    for (const std::string value :
+         {"", "text", " text ", "<![CDATA[]]>", "<![CDATA[a<b]]>", "a<![CDATA[b]]>c", "&a;", "&b;",
+          "x&b;y&a;z", "&none;", "&none;a", "&child;", "a&child;b", "<c>only a child</c>",
+          "a<c>child</c>b", "<!-- comment -->", "a<!-- comment -->b", "&lt;&amp;&#65;&#x20AC;"}) {
+        Write(File(entities, value));
+        const Document document = Parse();
+        ASSERT_NE(document, nullptr) << value;
+        EXPECT_EQ(ValueIn(*document, xmlNodeListGetString), ValueIn(*document, original)) << value;
+    }
+    EXPECT_THAT(Reported(), IsEmpty());
+}
+
+TEST_F(XmlInputTest, JoinsManyPiecesInLinearTime) {
+    const std::size_t count = 200'000;
+    const auto start = std::chrono::steady_clock::now();
+    const std::optional<std::string> value =
+        ValueIn(File("", Repeat("abcd<![CDATA[efgh]]>", count)));
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(5));
+    ASSERT_TRUE(value.has_value());
+    EXPECT_EQ(value->size(), 8 * count);
+}
+
+TEST_F(XmlInputTest, RejectsAValueWhoseEntitiesExpandTooFar) {
+    const std::string big = Repeat("x", 100'000);
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_EQ(ValueIn(File("<!ENTITY a '" + big + "'>", Repeat("&a;", 2000))), std::nullopt);
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(500));
+    EXPECT_THAT(Reported(), ElementsAre(EndsWith("expand to more than 10,000,000 bytes")));
+}
+
+TEST_F(XmlInputTest, RejectsEntitiesOfTwoLevels) {
+    const std::string declaration =
+        "<!ENTITY a '" + Repeat("x", 1000) + "'><!ENTITY b '" + Repeat("&a;", 1000) + "'>";
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_EQ(ValueIn(File(declaration, Repeat("&b;", 1000))), std::nullopt);
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(500));
+}
+
+TEST_F(XmlInputTest, LimitsTheEntitiesOfAllValuesOfAFileTogether) {
+    const std::string half = Repeat("&a;", 60);
+    Write("<!DOCTYPE r [<!ENTITY a '" + Repeat("x", 100'000) + "'>]><r><v>" + half + "</v><v>" +
+          half + "</v></r>");
+    const Document document = Parse();
+    ASSERT_NE(document, nullptr);
+    const xmlNode* first = xmlFirstElementChild(xmlDocGetRootElement(document.get()));
+    const xmlNode* second = first->next;
+    EXPECT_NE(TakeText(xmlNodeListGetString(document.get(), first->children, 1)), std::nullopt);
+    EXPECT_EQ(TakeText(xmlNodeListGetString(document.get(), second->children, 1)), std::nullopt);
+}
+
+TEST_F(XmlInputTest, StartsTheLimitAgainWithTheNextFile) {
+    ValueIn(File("<!ENTITY a '" + Repeat("x", 100'000) + "'>", Repeat("&a;", 2000)));
+    EXPECT_EQ(ValueIn(File("<!ENTITY a 'x'>", "&a;")), "x");
+}
+
+TEST_F(XmlInputTest, IgnoresExternalEntities) {
+    const std::string secret = Path() + ".secret";
+    std::ofstream(secret) << "secret";
+    const std::optional<std::string> value =
+        ValueIn(File("<!ENTITY e SYSTEM '" + secret + "'>", "a&e;b"));
+    EXPECT_EQ(value, "ab");
+}
+
+TEST_F(XmlInputTest, RejectsAFifoWithoutBlocking) {
+    ASSERT_EQ(mkfifo(Path().c_str(), 0600), 0);
+    EXPECT_EQ(Parse(), nullptr);
+    EXPECT_THAT(Reported(), ElementsAre(Path() + ": not a regular file"));
+}
+
+TEST_F(XmlInputTest, RejectsAFolderAndADevice) {
+    std::filesystem::create_directory(Path());
+    EXPECT_EQ(Parse(), nullptr);
+    std::filesystem::remove(Path());
+    std::filesystem::create_symlink("/dev/zero", Path());
+    EXPECT_EQ(Parse(), nullptr);
+    EXPECT_THAT(Reported(),
+                ElementsAre(HasSubstr("not a regular file"), HasSubstr("not a regular file")));
+}
+
+TEST_F(XmlInputTest, RejectsASocket) {
+    const int listener = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    Path().copy(static_cast<char*>(address.sun_path), sizeof(address.sun_path) - 1);
+    ASSERT_EQ(bind(listener, reinterpret_cast<sockaddr*>(&address), sizeof(address)), 0);
+    EXPECT_EQ(Parse(), nullptr);
+    EXPECT_EQ(Reported().size(), 1U);
+    close(listener);
+}
+
+TEST_F(XmlInputTest, ReportsAnUnreadableFile) {
+    EXPECT_EQ(Parse(), nullptr);
+    EXPECT_THAT(Reported(), ElementsAre(Path() + ": No such file or directory"));
+}
+
+TEST_F(XmlInputTest, ReadsAPackedFileAsItIs) {
+    Write("<r><v>text</v></r>");
+    ASSERT_EQ(std::system(("gzip -c " + Path() + " > " + Path() + ".gz").c_str()), 0);
+    std::filesystem::rename(Path() + ".gz", Path());
+    EXPECT_EQ(Parse(), nullptr);
+}
+
+TEST_F(XmlInputTest, RejectsAFileAboveTheLimit) {
+    Write("<r/>");
+    std::filesystem::resize_file(Path(), static_cast<std::uintmax_t>(kMaxResultFileBytes) + 1);
+    EXPECT_EQ(Parse(), nullptr);
+    EXPECT_THAT(Reported(), ElementsAre(Path() + ": larger than 256 MiB"));
+}
+
+TEST_F(XmlInputTest, PrintsNothingOfABrokenFile) {
+    Write("<r>\x1b[31m<v></r>");
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(Parse(), nullptr);
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+    EXPECT_NE(xmlGetLastError(), nullptr);
+}
+
+}  // namespace
