@@ -439,9 +439,12 @@ bool QELXmlParser::m_GetContentFromNode(xmlDocPtr doc, xmlNodePtr node, std::str
 
 void QELXmlParser::m_ReplaceString(std::string& text, const std::string& pattern,
                                    const std::string& replacement) {
-    std::size_t position = text.find(pattern);
-    while (position != std::string::npos) {
-        text.replace(position, pattern.length(), replacement);
-        position = text.find(pattern, position + replacement.length());
+    std::string replaced;
+    std::size_t copied = 0;
+    for (std::size_t hit = text.find(pattern); hit != std::string::npos;
+         hit = text.find(pattern, copied)) {
+        replaced.append(text, copied, hit - copied).append(replacement);
+        copied = hit + pattern.length();
     }
+    text = replaced.append(text, copied, std::string::npos);
 }

@@ -4,6 +4,7 @@
 
 #include <libxml/parser.h>
 
+#include <chrono>
 #include <filesystem>
 #include <memory>
 #include <string>
@@ -468,6 +469,14 @@ TEST_P(QELXmlParserReplaceTest, ReplacesEveryMatchInOriginalText) {
     std::string text = GetParam().text;
     QELXmlParser::m_ReplaceString(text, GetParam().pattern, GetParam().replacement);
     EXPECT_EQ(text, GetParam().result);
+}
+
+TEST_F(QELXmlParserTest, ReplacesAMillionMarksInLinearTime) {
+    std::string text(1'000'000, '^');
+    const auto start = std::chrono::steady_clock::now();
+    QELXmlParser::m_ReplaceString(text, "^", "\n\n");
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(2));
+    EXPECT_EQ(text, std::string(2'000'000, '\n'));
 }
 
 INSTANTIATE_TEST_SUITE_P(
