@@ -3,9 +3,11 @@
 #include <Elementary.h>
 #include <app_control_internal.h>
 #include <bundle.h>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <cstring>
-#include <fstream>
 #include <new>
 
 #include "QELUtil.h"
@@ -23,6 +25,20 @@ const char kCloseValue[] = "CLOSE";
 // Intentional: only the first five characters are compared, so "CLOSED" is a close request too.
 bool IsCloseValue(const char* value) {
     return value != nullptr && std::strncmp(value, kCloseValue, sizeof(kCloseValue) - 1) == 0;
+}
+
+// Creates the flag file, or empties it. Returns false when that fails and for anything but a
+// regular file. Does not block on a FIFO of that name.
+bool CreateFlagFile() {
+    const int file =
+        open(kFlagFile, O_WRONLY | O_CREAT | O_TRUNC | O_NONBLOCK | O_NOCTTY | O_CLOEXEC, 0666);
+    if (file < 0) {
+        return false;
+    }
+    struct stat status {};
+    const bool isRegular = fstat(file, &status) == 0 && S_ISREG(status.st_mode);
+    close(file);
+    return isRegular;
 }
 
 }  // namespace
@@ -83,11 +99,9 @@ void QELApp::s_Control(app_control_h app_control, void* data) {
         return;
     }
     QELUtil::IncreaseCount(kLaunchCounterFile);
-    std::ofstream flagFile(kFlagFile);
-    if (flagFile.fail()) {
+    if (!CreateFlagFile()) {
         QEL_LOGE("failed to create flag file");
     }
-    flagFile.close();
 }
 
 void QELApp::m_DestroyWindow(void* data) {

@@ -1,18 +1,25 @@
 #include "QELUtil.h"
 
 #include <Elementary.h>
+#include <fcntl.h>
+#include <sys/stat.h>
 #include <tv_services.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <cstdio>
 #include <cstdlib>
 #include <exception>
+#include <filesystem>
 #include <fstream>
+#include <iomanip>
 #include <memory>
+#include <system_error>
 
 namespace {
 
 const char* const kMenuAppId = "org.tizen.menu";
+const int kMaxWordBytes = 4096;  // more than the text of any int
 
 struct FreeDeleter {
     void operator()(char* text) const { std::free(text); }
@@ -46,24 +53,61 @@ int NextCount(int value) {
     return static_cast<int>(static_cast<unsigned int>(value) + 1U);
 }
 
+// Returns the first word of the file; empty for a file without one and for anything but a regular
+// file. Opening a FIFO would block.
+std::string ReadFirstWord(const std::string& path) {
+    struct stat status {};
+    std::string word;
+    if (stat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode)) {
+        std::ifstream in(path);
+        in >> std::setw(kMaxWordBytes) >> word;
+    }
+    return word;
+}
+
+// Replaces the content of the file. The file is longer than line for a moment, but never empty.
+void Overwrite(const std::string& path, const std::string& line) {
+    std::fstream(path, std::ios::in | std::ios::out) << line;
+    std::error_code ignored;
+    std::filesystem::resize_file(path, line.size(), ignored);
+}
+
+// Creates the file under its name only once it has its content.
+void CreateWith(const std::string& path, const std::string& line) {
+    const std::string unfinished = path + ".new";
+    unlink(unfinished.c_str());
+    const int file = open(unfinished.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+    if (file < 0) {
+        return;
+    }
+    const bool isWritten =
+        write(file, line.data(), line.size()) == static_cast<ssize_t>(line.size());
+    close(file);
+    if (!isWritten || std::rename(unfinished.c_str(), path.c_str()) != 0) {
+        unlink(unfinished.c_str());
+    }
+}
+
 }  // namespace
 
 bool QELUtil::IncreaseCount(std::string path) {
     int count = 1;
-    if (access(path.c_str(), F_OK) == 0) {
-        std::ifstream in(path);
-        std::string word;
-        in >> word;
+    const bool exists = access(path.c_str(), F_OK) == 0;
+    if (exists) {
         try {
-            count = NextCount(std::stoi(word));
+            count = NextCount(std::stoi(ReadFirstWord(path)));
         } catch (const std::exception&) {
             QEL_LOGE("failed to get data");
             return false;
         }
     }
     // Intentional: a failed write is not reported.
-    std::ofstream out(path);
-    out << count << std::endl;
+    const std::string line = std::to_string(count) + "\n";
+    if (exists) {
+        Overwrite(path, line);
+    } else {
+        CreateWith(path, line);
+    }
     return true;
 }
 

@@ -2,6 +2,8 @@
 
 #include <Elementary.h>
 
+#include <sys/stat.h>
+
 #include <filesystem>
 #include <fstream>
 #include <functional>
@@ -175,6 +177,13 @@ TEST_F(QELAppTest, FlagFileThatCannotBeCreatedIsLoggedAfterCounting) {
     EXPECT_THAT(FakeLog::Lines(),
                 ElementsAre(InfoLine("s_Control is called", SOURCE, "s_Control"),
                             ErrorLine("failed to create flag file", SOURCE, "s_Control")));
+}
+
+TEST_F(QELAppTest, RejectsAFifoAsFlagFileWithoutBlocking) {
+    ASSERT_EQ(mkfifo(FLAG_FILE, 0600), 0);
+    Request("x");
+    EXPECT_EQ(LaunchCount(), "1\n");
+    EXPECT_TRUE(LoggedError("failed to create flag file", SOURCE));
 }
 
 // The link leads the flag file to the counter, which is empty once the file was made.

@@ -4,7 +4,11 @@
 
 #include <gmock/gmock.h>
 
+#include <sys/stat.h>
+
+#include <atomic>
 #include <filesystem>
+#include <fstream>
 #include <string>
 #include <thread>
 
@@ -101,6 +105,49 @@ TEST_F(QELUtilCounterTest, MissingFolderGoesUnnoticed) {
     EXPECT_TRUE(QELUtil::IncreaseCount(PrivateData::Path("missing/counter")));
     EXPECT_TRUE(FakeLog::Lines().empty());
     EXPECT_TRUE(PrivateData::Names().empty());
+}
+
+TEST_F(QELUtilCounterTest, RejectsAFifoWithoutBlocking) {
+    ASSERT_EQ(mkfifo(PrivateData::Path(COUNTER).c_str(), 0600), 0);
+    EXPECT_FALSE(QELUtil::IncreaseCount(PrivateData::Path(COUNTER)));
+    EXPECT_TRUE(LoggedError("failed to get data", "QELUtil.cpp"));
+}
+
+TEST_F(QELUtilCounterTest, RejectsADeviceWithoutEnd) {
+    fs::create_symlink("/dev/zero", PrivateData::Path(COUNTER));
+    EXPECT_FALSE(QELUtil::IncreaseCount(PrivateData::Path(COUNTER)));
+    EXPECT_TRUE(LoggedError("failed to get data", "QELUtil.cpp"));
+}
+
+TEST_F(QELUtilCounterTest, LeavesOnlyTheCounter) {
+    EXPECT_TRUE(QELUtil::IncreaseCount(PrivateData::Path(COUNTER)));
+    EXPECT_THAT(PrivateData::Names(), testing::ElementsAre(COUNTER));
+}
+
+// A watcher opens the file again and again while it is counted: an empty read would be a count that
+// a process exit at that moment leaves behind.
+TEST_F(QELUtilCounterTest, NeverLeavesAnEmptyFile) {
+    const std::string path = PrivateData::Path(COUNTER);
+    std::atomic<bool> isDone = false;
+    int emptyReads = 0;
+    std::thread watcher([&] {
+        while (!isDone) {
+            std::ifstream in(path);
+            std::string word;
+            if (in.is_open() && !(in >> word)) {
+                ++emptyReads;
+            }
+        }
+    });
+    for (int i = 0; i < 3000; ++i) {
+        if (i % 100 == 0) {
+            fs::remove(path);
+        }
+        QELUtil::IncreaseCount(path);
+    }
+    isDone = true;
+    watcher.join();
+    EXPECT_EQ(emptyReads, 0);
 }
 
 // The kernel's file begins with the number of this process and cannot be written, not even by root.
