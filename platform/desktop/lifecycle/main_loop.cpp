@@ -18,7 +18,7 @@
 #include "lifecycle/request_server.h"
 #include "lifecycle/runtime_folder.h"
 #include "log/log.h"
-#include "log_copy/log_copy_service.h"
+#include "log_copy/log_copy.h"
 #include "paths.h"
 #include "toolkit/ui_setup.h"
 #include "xml_input.h"

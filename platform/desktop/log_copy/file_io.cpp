@@ -8,6 +8,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <memory>
+#include <system_error>
 #include <utility>
 
 namespace quorvel::desktop {
@@ -19,7 +20,34 @@ struct StreamCloser {
 };
 using FolderStream = std::unique_ptr<DIR, StreamCloser>;
 
-// A stream of its own on an open folder: reading it leaves the position of the descriptor alone.
+const char* StorageProblem(int error) {
+    switch (error) {
+        case EROFS:
+            return "the USB storage is read-only";
+        case ENOSPC:
+        case EDQUOT:
+            return "the USB storage is full";
+        case EIO:
+        case ENODEV:
+        case ENXIO:
+        case ENOTCONN:
+        case ESHUTDOWN:
+        case ESTALE:
+            return "the USB storage was unplugged or is broken";
+        case EACCES:
+        case EPERM:
+            return "no permission to write to the USB storage";
+        default:
+            return "cannot write to the USB storage";
+    }
+}
+
+std::string Reason(const std::string& name, int error) {
+    const std::string message = std::generic_category().message(error);
+    return name.empty() ? message : name + ": " + message;
+}
+
+// A stream with its own descriptor: reading it keeps the position of the folder's descriptor.
 FolderStream OpenStream(int folder) {
     const int own = openat(folder, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     if (own < 0) {
@@ -34,36 +62,24 @@ FolderStream OpenStream(int folder) {
     return stream;
 }
 
-bool IsSelfOrParent(const std::string& name) {
-    return name == "." || name == "..";
-}
-
-// For file systems that cannot rename without replacing (some of those in user space). A program
-// that takes the name in between is not noticed, but no folder with anything in it is ever
-// replaced.
-int RenameWhenFree(int folder, const char* from, const char* to) {
-    if (faccessat(folder, to, F_OK, AT_SYMLINK_NOFOLLOW) == 0) {
-        errno = EEXIST;
+int ListFolder(int folder, std::vector<std::string>& names) {
+    const FolderStream stream = OpenStream(folder);
+    if (stream == nullptr) {
         return -1;
     }
-    return errno == ENOENT ? renameat(folder, from, folder, to) : -1;
+    names.clear();
+    errno = 0;
+    while (const dirent* entry = readdir(stream.get())) {
+        const std::string name = entry->d_name;
+        if (name != "." && name != "..") {
+            names.push_back(name);
+        }
+        errno = 0;
+    }
+    return errno == 0 ? 0 : -1;
 }
 
-}  // namespace
-
-int SystemFileIo::Open(int folder, const std::string& name, int flags, mode_t mode) {
-    return openat(folder, name.c_str(), flags, mode);
-}
-
-int SystemFileIo::Close(int descriptor) {
-    return close(descriptor);
-}
-
-int SystemFileIo::Status(int descriptor, struct stat& status) {
-    return fstat(descriptor, &status);
-}
-
-int SystemFileIo::MountId(int descriptor, std::uint64_t& id) {
+int ReadMountId(int descriptor, std::uint64_t& id) {
     struct statx status {};
     if (statx(descriptor, "", AT_EMPTY_PATH, STATX_MNT_ID, &status) != 0) {
         return -1;
@@ -76,81 +92,148 @@ int SystemFileIo::MountId(int descriptor, std::uint64_t& id) {
     return 0;
 }
 
-ssize_t SystemFileIo::Read(int descriptor, void* buffer, std::size_t size) {
-    return read(descriptor, buffer, size);
-}
-
-ssize_t SystemFileIo::Write(int descriptor, const void* buffer, std::size_t size) {
-    return write(descriptor, buffer, size);
-}
-
-int SystemFileIo::Sync(int descriptor) {
-    return fsync(descriptor);
-}
-
-int SystemFileIo::SyncFileSystem(int descriptor) {
-    return syncfs(descriptor);
-}
-
-int SystemFileIo::TryLock(int folder) {
-    return flock(folder, LOCK_EX | LOCK_NB);
-}
-
-int SystemFileIo::List(int folder, std::vector<std::string>& names) {
-    const FolderStream stream = OpenStream(folder);
-    if (stream == nullptr) {
+// Some file systems in user space cannot rename without replacing. If another program takes the
+// name after the check, renameat replaces only an empty folder.
+int RenameUnlessTaken(int folder, const char* from, const char* to) {
+    if (faccessat(folder, to, F_OK, AT_SYMLINK_NOFOLLOW) == 0) {
+        errno = EEXIST;
         return -1;
     }
-    names.clear();
-    errno = 0;
-    while (const dirent* entry = readdir(stream.get())) {
-        const std::string name = entry->d_name;
-        if (!IsSelfOrParent(name)) {
-            names.push_back(name);
-        }
-        errno = 0;
-    }
-    return errno == 0 ? 0 : -1;
+    return errno == ENOENT ? renameat(folder, from, folder, to) : -1;
 }
 
-int SystemFileIo::MakeFolder(int folder, const std::string& name, mode_t mode) {
-    return mkdirat(folder, name.c_str(), mode);
-}
-
-int SystemFileIo::Rename(int folder, const std::string& from, const std::string& to) {
-    const int result = renameat2(folder, from.c_str(), folder, to.c_str(), RENAME_NOREPLACE);
+int RenameWithoutReplacing(int folder, const char* from, const char* to) {
+    const int result = renameat2(folder, from, folder, to, RENAME_NOREPLACE);
     if (result == 0 || (errno != EINVAL && errno != ENOSYS)) {
         return result;
     }
-    return RenameWhenFree(folder, from.c_str(), to.c_str());
+    return RenameUnlessTaken(folder, from, to);
 }
 
-int SystemFileIo::RemoveFile(int folder, const std::string& name) {
-    return unlinkat(folder, name.c_str(), 0);
+}  // namespace
+
+LogCopyError::LogCopyError(const std::string& problem, const std::string& detail)
+    : std::runtime_error(detail.empty() ? problem : problem + " (" + detail + ")") {}
+
+void FailNoStorage(const std::string& name, int error) {
+    throw LogCopyError("no USB storage is mounted", Reason(name, error));
 }
 
-int SystemFileIo::RemoveFolder(int folder, const std::string& name) {
-    return unlinkat(folder, name.c_str(), AT_REMOVEDIR);
+void FailStorage(const std::string& name, int error) {
+    throw LogCopyError(StorageProblem(error), Reason(name, error));
 }
 
-FileHandle::~FileHandle() {
+void FailSource(const std::string& name, int error) {
+    throw LogCopyError("a file to copy cannot be read", Reason(name, error));
+}
+
+File::File(FileIo& io, int folder, const std::string& name, int flags, mode_t mode) : m_Io(io) {
+    const FileCall call = (flags & O_CREAT) == 0 ? FileCall::kOpen : FileCall::kCreate;
+    m_Descriptor = static_cast<int>(m_Repeat({call, folder, name}, [&](const auto& operation) {
+        return openat(folder, operation.name.c_str(), flags, mode);
+    }));
+}
+
+File::File(FileIo& io, const std::string& path, int flags) : File(io, AT_FDCWD, path, flags, 0) {}
+
+File::File(const File& folder, const std::string& name, int flags, mode_t mode)
+    : File(folder.m_Io, folder.m_Descriptor, name, flags, mode) {}
+
+File::File(File&& other) noexcept
+    : m_Io(other.m_Io), m_Descriptor(std::exchange(other.m_Descriptor, -1)) {}
+
+File::~File() {
     Close();
 }
 
-FileHandle::FileHandle(FileHandle&& other) noexcept
-    : m_Io(other.m_Io), m_Descriptor(std::exchange(other.m_Descriptor, -1)) {}
-
-FileHandle& FileHandle::operator=(FileHandle&& other) noexcept {
-    if (this != &other) {
-        Close();
-        m_Io = other.m_Io;
-        m_Descriptor = std::exchange(other.m_Descriptor, -1);
+ssize_t File::m_Repeat(const FileOperation& operation, const FileIo::SystemCall& systemCall) const {
+    ssize_t result = m_Io.Perform(operation, systemCall);
+    while (result < 0 && errno == EINTR) {
+        result = m_Io.Perform(operation, systemCall);
     }
-    return *this;
+    return result;
 }
 
-int FileHandle::Close() {
-    return IsOpen() ? m_Io->Close(std::exchange(m_Descriptor, -1)) : 0;
+bool File::m_Perform(const FileOperation& operation, const FileIo::SystemCall& systemCall) const {
+    return m_Repeat(operation, systemCall) == 0;
+}
+
+// Linux releases the descriptor even when close reports EINTR, so close is not repeated.
+bool File::Close() {
+    if (!IsOpen()) {
+        return true;
+    }
+    return m_Io.Perform({FileCall::kClose, std::exchange(m_Descriptor, -1)},
+                        [](const auto& operation) { return close(operation.descriptor); }) == 0;
+}
+
+bool File::Status(struct stat& status) const {
+    return m_Perform({FileCall::kStatus, m_Descriptor},
+                     [&](const auto& operation) { return fstat(operation.descriptor, &status); });
+}
+
+bool File::MountId(std::uint64_t& id) const {
+    return m_Perform({FileCall::kMountId, m_Descriptor},
+                     [&](const auto& operation) { return ReadMountId(operation.descriptor, id); });
+}
+
+ssize_t File::Read(void* buffer, std::size_t size) const {
+    return m_Repeat({FileCall::kRead, m_Descriptor, "", "", size}, [&](const auto& operation) {
+        return read(operation.descriptor, buffer, operation.size);
+    });
+}
+
+ssize_t File::Write(const void* buffer, std::size_t size) const {
+    return m_Repeat({FileCall::kWrite, m_Descriptor, "", "", size}, [&](const auto& operation) {
+        return write(operation.descriptor, buffer, operation.size);
+    });
+}
+
+bool File::Sync() const {
+    return m_Perform({FileCall::kSync, m_Descriptor},
+                     [](const auto& operation) { return fsync(operation.descriptor); });
+}
+
+bool File::SyncFileSystem() const {
+    return m_Perform({FileCall::kSyncFileSystem, m_Descriptor},
+                     [](const auto& operation) { return syncfs(operation.descriptor); });
+}
+
+bool File::TryLock() const {
+    return m_Perform({FileCall::kTryLock, m_Descriptor}, [](const auto& operation) {
+        return flock(operation.descriptor, LOCK_EX | LOCK_NB);
+    });
+}
+
+bool File::List(std::vector<std::string>& names) const {
+    return m_Perform({FileCall::kList, m_Descriptor}, [&](const auto& operation) {
+        return ListFolder(operation.descriptor, names);
+    });
+}
+
+bool File::MakeFolder(const std::string& name, mode_t mode) const {
+    return m_Perform({FileCall::kMakeFolder, m_Descriptor, name}, [&](const auto& operation) {
+        return mkdirat(operation.descriptor, operation.name.c_str(), mode);
+    });
+}
+
+bool File::Rename(const std::string& from, const std::string& to) const {
+    return m_Perform({FileCall::kRename, m_Descriptor, from, to}, [](const auto& operation) {
+        return RenameWithoutReplacing(operation.descriptor, operation.name.c_str(),
+                                      operation.newName.c_str());
+    });
+}
+
+bool File::RemoveFile(const std::string& name) const {
+    return m_Perform({FileCall::kRemoveFile, m_Descriptor, name}, [](const auto& operation) {
+        return unlinkat(operation.descriptor, operation.name.c_str(), 0);
+    });
+}
+
+bool File::RemoveFolder(const std::string& name) const {
+    return m_Perform({FileCall::kRemoveFolder, m_Descriptor, name}, [](const auto& operation) {
+        return unlinkat(operation.descriptor, operation.name.c_str(), AT_REMOVEDIR);
+    });
 }
 
 }  // namespace quorvel::desktop

@@ -6,78 +6,118 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
 namespace quorvel::desktop {
 
-// The file operations that a log copy is made of, so that tests can let each of them fail. Each is
-// one system call: it returns -1 and sets errno on failure, and may be interrupted (EINTR). Names
-// are relative to the open folder given, or to the current one for AT_FDCWD. Any thread.
+// Ends a log copy. what() is the text of the line to log. Thrown and caught on the thread of the
+// copy.
+class LogCopyError : public std::runtime_error {
+public:
+    // detail: name of the file or folder and the system's reason; empty for no detail.
+    LogCopyError(const std::string& problem, const std::string& detail);
+};
+
+// Throw LogCopyError because no storage is mounted, an operation on the storage failed, or an
+// operation on a file to copy failed. name: of the file or folder; empty when it has no name.
+// error: value of errno.
+[[noreturn]] void FailNoStorage(const std::string& name, int error);
+[[noreturn]] void FailStorage(const std::string& name, int error);
+[[noreturn]] void FailSource(const std::string& name, int error);
+
+enum class FileCall {
+    kOpen,
+    kCreate,  // opens a new file
+    kClose,
+    kStatus,
+    kMountId,
+    kRead,
+    kWrite,
+    kSync,
+    kSyncFileSystem,
+    kTryLock,
+    kList,
+    kMakeFolder,
+    kRename,
+    kRemoveFile,
+    kRemoveFolder,
+};
+
+// A system call and its arguments, as far as tests need them.
+struct FileOperation {
+    FileCall call;
+    int descriptor;         // of an open file or folder, or AT_FDCWD
+    std::string name = {};  // in the folder
+    std::string newName = {};
+    std::size_t size = 0;  // number of bytes to read or write
+};
+
+// Performs the system calls of a log copy. Tests derive a class that records calls and makes them
+// fail. Any thread.
 class FileIo {
 public:
+    using SystemCall = std::function<ssize_t(const FileOperation& operation)>;
+
     virtual ~FileIo() = default;
 
-    // flags as for open(2), mode as well; the descriptor belongs to the caller.
-    virtual int Open(int folder, const std::string& name, int flags, mode_t mode) = 0;
-    virtual int Close(int descriptor) = 0;
-    virtual int Status(int descriptor, struct stat& status) = 0;
-    // The number of the mount in which the open file lies, as the kernel's mount table has it.
-    virtual int MountId(int descriptor, std::uint64_t& id) = 0;
-    virtual ssize_t Read(int descriptor, void* buffer, std::size_t size) = 0;
-    virtual ssize_t Write(int descriptor, const void* buffer, std::size_t size) = 0;
-    virtual int Sync(int descriptor) = 0;
-    // Syncs the whole file system in which the open file lies.
-    virtual int SyncFileSystem(int descriptor) = 0;
-    // Locks an open folder against other lockers; EWOULDBLOCK when one of them has it. Released by
-    // closing it.
-    virtual int TryLock(int folder) = 0;
-    // The names in an open folder without "." and "..", in no order.
-    virtual int List(int folder, std::vector<std::string>& names) = 0;
-    virtual int MakeFolder(int folder, const std::string& name, mode_t mode) = 0;
-    // EEXIST when there is a file or folder of the new name.
-    virtual int Rename(int folder, const std::string& from, const std::string& to) = 0;
-    virtual int RemoveFile(int folder, const std::string& name) = 0;
-    virtual int RemoveFolder(int folder, const std::string& name) = 0;
+    // Calls systemCall once. Returns its result, or -1 and sets errno.
+    virtual ssize_t Perform(const FileOperation& operation, const SystemCall& systemCall) {
+        return systemCall(operation);
+    }
 };
 
-// The system's own file operations.
-class SystemFileIo : public FileIo {
+// An open file or folder, closed by the destructor. Repeats a system call that a signal interrupts,
+// except close. Functions that return bool return false and set errno on failure. The FileIo must
+// outlive it. One thread at a time.
+class File {
 public:
-    int Open(int folder, const std::string& name, int flags, mode_t mode) override;
-    int Close(int descriptor) override;
-    int Status(int descriptor, struct stat& status) override;
-    int MountId(int descriptor, std::uint64_t& id) override;
-    ssize_t Read(int descriptor, void* buffer, std::size_t size) override;
-    ssize_t Write(int descriptor, const void* buffer, std::size_t size) override;
-    int Sync(int descriptor) override;
-    int SyncFileSystem(int descriptor) override;
-    int TryLock(int folder) override;
-    int List(int folder, std::vector<std::string>& names) override;
-    int MakeFolder(int folder, const std::string& name, mode_t mode) override;
-    int Rename(int folder, const std::string& from, const std::string& to) override;
-    int RemoveFile(int folder, const std::string& name) override;
-    int RemoveFolder(int folder, const std::string& name) override;
-};
+    // Opens the file or folder at path. flags: as for open(2).
+    File(FileIo& io, const std::string& path, int flags);
+    // Opens name in folder. mode: permissions of a new file.
+    File(const File& folder, const std::string& name, int flags, mode_t mode = 0);
+    ~File();
+    File(File&& other) noexcept;
+    File(const File&) = delete;
+    File& operator=(const File&) = delete;
+    File& operator=(File&&) = delete;
 
-// Owns an open descriptor and closes it through the FileIo, which must outlive it.
-class FileHandle {
-public:
-    explicit FileHandle(FileIo& io, int descriptor = -1) : m_Io(&io), m_Descriptor(descriptor) {}
-    ~FileHandle();
-    FileHandle(FileHandle&& other) noexcept;
-    FileHandle& operator=(FileHandle&& other) noexcept;
-    FileHandle(const FileHandle&) = delete;
-    FileHandle& operator=(const FileHandle&) = delete;
-
+    // False when opening failed, with errno set by the constructor, and after Close.
     bool IsOpen() const { return m_Descriptor >= 0; }
-    int Get() const { return m_Descriptor; }
-    // Closes it now; -1 and errno when the file system reports a late error. Not open afterwards.
-    int Close();
+    // Returns false when the file system reports a late error. The file is closed in both cases.
+    bool Close();
+
+    bool Status(struct stat& status) const;
+    // id: number of the mount that contains the file, as in the kernel's mount table.
+    bool MountId(std::uint64_t& id) const;
+    // Read and write up to size bytes. Return the number of bytes, or -1 and set errno.
+    ssize_t Read(void* buffer, std::size_t size) const;
+    ssize_t Write(const void* buffer, std::size_t size) const;
+    bool Sync() const;
+    // Syncs the whole file system that contains the file.
+    bool SyncFileSystem() const;
+
+    // Operations on a folder.
+
+    // Locks it against other lockers until it is closed; EWOULDBLOCK when it is locked.
+    bool TryLock() const;
+    // names: of the files and folders in it without "." and "..", in no order.
+    bool List(std::vector<std::string>& names) const;
+    bool MakeFolder(const std::string& name, mode_t mode) const;
+    // EEXIST when a file or folder of the new name exists.
+    bool Rename(const std::string& from, const std::string& to) const;
+    bool RemoveFile(const std::string& name) const;
+    bool RemoveFolder(const std::string& name) const;
 
 private:
-    FileIo* m_Io;
-    int m_Descriptor;
+    File(FileIo& io, int folder, const std::string& name, int flags, mode_t mode);
+    ssize_t m_Repeat(const FileOperation& operation, const FileIo::SystemCall& systemCall) const;
+    bool m_Perform(const FileOperation& operation, const FileIo::SystemCall& systemCall) const;
+
+    FileIo& m_Io;
+    int m_Descriptor = -1;
 };
 
 }  // namespace quorvel::desktop

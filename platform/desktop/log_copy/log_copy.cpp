@@ -1,15 +1,22 @@
 #include "log_copy/log_copy.h"
 
+#include <dlog.h>
 #include <fcntl.h>
+#include <tv_services.h>
+#include <unistd.h>
 
+#include <algorithm>
+#include <array>
 #include <cerrno>
 #include <cstdint>
-#include <ctime>
-#include <system_error>
+#include <exception>
+#include <mutex>
+#include <shared_mutex>
+#include <vector>
 
-#include "log_copy/log_copy_error.h"
 #include "log_copy/log_sources.h"
 #include "log_copy/unfinished_folder.h"
+#include "paths.h"
 
 namespace quorvel::desktop {
 
@@ -17,33 +24,10 @@ namespace {
 
 constexpr std::size_t kMaxHost = 63;
 
-LogCopyStatus StatusOf(int error) {
-    switch (error) {
-        case ENOMEDIUM:
-            return LogCopyStatus::kNoStorage;
-        case EROFS:
-            return LogCopyStatus::kReadOnly;
-        case ENOSPC:
-        case EDQUOT:
-            return LogCopyStatus::kFull;
-        case EIO:
-        case ENODEV:
-        case ENXIO:
-        case ENOTCONN:
-        case ESHUTDOWN:
-        case ESTALE:
-            return LogCopyStatus::kGone;
-        case EACCES:
-        case EPERM:
-            return LogCopyStatus::kNotPermitted;
-        default:
-            return LogCopyStatus::kOther;
-    }
-}
-
-std::string Reason(const std::string& what, int error) {
-    const std::string message = std::generic_category().message(error);
-    return what.empty() ? message : what + ": " + message;
+// Each running copy holds it shared. Never destroyed, since a copy may outlive main.
+std::shared_timed_mutex& RunningCopies() {
+    static auto& copies = *new std::shared_timed_mutex;
+    return copies;
 }
 
 bool IsPlain(char letter) {
@@ -69,32 +53,30 @@ std::string PlainTime(std::time_t time) {
     return text;
 }
 
-void CheckMount(FileIo& io, int folder, const UsbStorage& storage) {
+// Another mount at the folder means that the storage was unmounted since it was found. The folder
+// is then the bare mount point on another disk.
+void CheckMount(const File& folder, const UsbStorage& storage) {
     std::uint64_t id = 0;
     if (!storage.mountId) {
         return;
     }
-    if (io.MountId(folder, id) != 0) {
+    if (!folder.MountId(id)) {
         FailStorage(storage.folder, errno);
     }
-    // Unmounted since it was chosen: this is the bare mount point on another disk.
     if (id != *storage.mountId) {
         FailStorage(storage.folder, ENODEV);
     }
 }
 
-FileHandle OpenStorage(FileIo& io, const UsbStorage& storage) {
-    FileHandle folder(io, Uninterrupted([&] {
-                          return io.Open(AT_FDCWD, storage.folder,
-                                         O_RDONLY | O_DIRECTORY | O_CLOEXEC, 0);
-                      }));
+File OpenStorage(FileIo& io, const UsbStorage& storage) {
+    File folder(io, storage.folder, O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     if (!folder.IsOpen() && (errno == ENOENT || errno == ENOTDIR)) {
-        throw LogCopyError(LogCopyStatus::kNoStorage, Reason(storage.folder, errno));
+        FailNoStorage(storage.folder, errno);
     }
     if (!folder.IsOpen()) {
         FailStorage(storage.folder, errno);
     }
-    CheckMount(io, folder.Get(), storage);
+    CheckMount(folder, storage);
     return folder;
 }
 
@@ -103,66 +85,87 @@ bool CannotLockAtAll(int error) {
            error == EBADF;
 }
 
-// Keeps other copies away as long as the folder is open. Where there are no locks, there is no more
-// than one program that copies.
-void Lock(FileIo& io, int folder, const std::string& what) {
-    if (io.TryLock(folder) == 0 || CannotLockAtAll(errno)) {
+// Keeps other copies away until the folder is closed. On a file system without locks the copy goes
+// on, since usually only one program copies.
+void Lock(const File& folder, const std::string& name) {
+    if (folder.TryLock() || CannotLockAtAll(errno)) {
         return;
     }
     if (errno == EWOULDBLOCK) {
-        throw LogCopyError(LogCopyStatus::kBusy, what);
+        throw LogCopyError("another log copy to the USB storage is running", name);
     }
-    FailStorage(what, errno);
+    FailStorage(name, errno);
 }
 
-void OpenSources(LogSources& sources, const LogCopyJob& job) {
-    if (!job.stateFolder.empty()) {
-        sources.AddLogs(job.stateFolder);
-    }
-    sources.AddResults(job.dataFolder);
-    if (sources.Files().empty()) {
-        throw LogCopyError(LogCopyStatus::kNothingToCopy, job.stateFolder + ", " + job.dataFolder);
-    }
-}
-
-// Returns the new folder.
+// Returns the path of the new folder. Throws LogCopyError.
 std::string Copy(FileIo& io, const LogCopyJob& job, const UsbStorage& storage) {
-    if (storage.error != 0) {
-        FailStorage(storage.folder, storage.error);
-    }
-    LogSources sources(io);
-    OpenSources(sources, job);
-    const FileHandle root = OpenStorage(io, storage);
-    Lock(io, root.Get(), storage.folder);
-    UnfinishedFolder::RemoveLeftOvers(io, root.Get());
-    UnfinishedFolder folder(io, root.Get(), LogCopyName(job.host, job.time));
+    const std::vector<LogSource> sources = OpenLogSources(io, job.stateFolder, job.dataFolder);
+    const File root = OpenStorage(io, storage);
+    Lock(root, storage.folder);
+    UnfinishedFolder::RemoveLeftOvers(root);
+    UnfinishedFolder folder(root, LogCopyName(job.host, job.time));
     folder.Make();
-    for (const LogSources::Source& source : sources.Files()) {
+    for (const LogSource& source : sources) {
         folder.Add(source);
     }
     return storage.folder + "/" + folder.Finish();
 }
 
+// Mount points and file names may contain control characters; a log line must not.
+std::string OneLine(std::string text) {
+    std::replace_if(
+        text.begin(), text.end(),
+        [](char letter) { return static_cast<unsigned char>(letter) < ' ' || letter == '\x7f'; },
+        '?');
+    return text;
+}
+
+void WriteToLog(bool isError, const std::string& line) {
+    __dlog_print(isError ? LOG_ID_SYSTEM : LOG_ID_MAIN, isError ? DLOG_ERROR : DLOG_INFO, "QEL_PC",
+                 "%s\n", line.c_str());
+}
+
+// Returns an empty string when the machine has no name.
+std::string HostName() {
+    std::array<char, 256> name{};
+    // gethostname does not terminate a name that it cuts.
+    return gethostname(name.data(), name.size() - 1) == 0 ? name.data() : "";
+}
+
 }  // namespace
-
-void FailStorage(const std::string& what, int error) {
-    throw LogCopyError(StatusOf(error), Reason(what, error));
-}
-
-void FailSource(const std::string& what, int error) {
-    throw LogCopyError(LogCopyStatus::kUnreadable, Reason(what, error));
-}
 
 std::string LogCopyName(const std::string& host, std::time_t time) {
     return "quorvel-" + PlainHost(host) + "-" + PlainTime(time);
 }
 
-LogCopyResult CopyLogs(FileIo& io, const LogCopyJob& job, const UsbStorage& storage) {
+int RunLogCopy(const LogCopyParts& parts, const LogCopyJob& job) noexcept {
+    const std::shared_lock<std::shared_timed_mutex> running(RunningCopies());
+    bool isError = true;
+    std::string line;
     try {
-        return {LogCopyStatus::kDone, Copy(io, job, storage)};
+        const std::string folder = Copy(parts.io, job, parts.findStorage());
+        line = "the logs are stored in (" + folder + ")";
+        isError = false;
     } catch (const LogCopyError& error) {
-        return {error.Status(), error.what()};
+        line = error.what();
+    } catch (const std::exception& error) {
+        line = std::string("failed (") + error.what() + ")";
     }
+    parts.log(isError, OneLine("log copy: " + line));
+    return isError ? -1 : 0;
+}
+
+bool AwaitLogCopies(std::chrono::milliseconds timeout) {
+    return std::unique_lock<std::shared_timed_mutex>(RunningCopies(), timeout).owns_lock();
 }
 
 }  // namespace quorvel::desktop
+
+int automation_copy_log_to_usb(void) {
+    quorvel::desktop::FileIo io;
+    const quorvel::desktop::LogCopyJob job{quorvel::desktop::DataDir(),
+                                           quorvel::desktop::StateDir(),
+                                           quorvel::desktop::HostName(), std::time(nullptr)};
+    return quorvel::desktop::RunLogCopy(
+        {io, quorvel::desktop::FindUsbStorage, quorvel::desktop::WriteToLog}, job);
+}

@@ -1,52 +1,48 @@
 #ifndef QUORVEL_PLATFORM_DESKTOP_LOG_COPY_LOG_COPY_H_
 #define QUORVEL_PLATFORM_DESKTOP_LOG_COPY_LOG_COPY_H_
 
+#include <chrono>
 #include <ctime>
+#include <functional>
 #include <string>
 
 #include "log_copy/file_io.h"
 #include "log_copy/usb_storage.h"
 
+// The log copy behind a capture: copies the logs and the result files to USB storage.
 namespace quorvel::desktop {
 
-// What is copied and what the copy is called.
 struct LogCopyJob {
-    std::string dataFolder;   // where the result files are
-    std::string stateFolder;  // where our logs are; empty for none
-    std::string host;
-    std::time_t time;
+    std::string dataFolder;   // contains the result files
+    std::string stateFolder;  // contains the logs; empty for no logs
+    std::string host;         // part of the name of the new folder
+    std::time_t time;         // part of the name of the new folder
 };
 
-enum class LogCopyStatus {
-    kDone,
-    kNoStorage,
-    kReadOnly,
-    kFull,
-    kGone,  // unplugged, or failing
-    kNotPermitted,
-    kNothingToCopy,
-    kBusy,        // another copy to the same storage is under way
-    kUnreadable,  // one of the files to copy
-    kOther,
+// What a log copy uses. Tests replace each part.
+struct LogCopyParts {
+    FileIo& io;
+    // Throws LogCopyError when there is no storage to write to.
+    std::function<UsbStorage()> findStorage;
+    // Logs one line, as an error or for information.
+    std::function<void(bool isError, const std::string& line)> log;
 };
 
-struct LogCopyResult {
-    LogCopyStatus status;
-    // kDone: the new folder. Otherwise what could not be done, and the system's reason.
-    std::string detail;
-};
-
-// The name of the folder for a copy: application, host and local time, of letters that every file
-// system takes.
+// Returns the name of the new folder: application, host and local time, in characters that every
+// file system accepts.
 std::string LogCopyName(const std::string& host, std::time_t time);
 
-// Copies our logs and the result files, as far as there are any, into a new folder on the storage.
-// All or nothing: unless the status is kDone, the storage holds nothing more than before (as far as
-// it still lets itself be tidied up: what a dying storage keeps has a temporary name, and the next
-// copy removes it). On kDone the data is on the device. A log that grows meanwhile is copied as it
-// was at the start. Blocks as long as the storage does. Throws nothing but std::bad_alloc. Any
-// thread; two copies to one storage do not disturb each other, the later one is kBusy.
-LogCopyResult CopyLogs(FileIo& io, const LogCopyJob& job, const UsbStorage& storage);
+// Copies the logs and the result files, as far as they exist, into a new folder on the storage, and
+// logs one line with the folder or the reason of the failure. Returns 0 when the data is on the
+// device. Otherwise returns -1, and the storage is as before; a storage that fails permanently may
+// keep a folder with a temporary name, which the next copy removes. A log that grows during the
+// copy is copied as it was at the start. Blocks as long as the storage does. Any thread; a copy to
+// a storage that another copy uses fails.
+int RunLogCopy(const LogCopyParts& parts, const LogCopyJob& job) noexcept;
+
+// Waits at shutdown until no log copy runs. Returns false after the timeout. Any thread that does
+// not run a log copy.
+bool AwaitLogCopies(std::chrono::milliseconds timeout);
 
 }  // namespace quorvel::desktop
 

@@ -8,7 +8,6 @@
 #include <optional>
 #include <utility>
 
-#include "log_copy/log_copy_error.h"
 #include "paths.h"
 
 namespace quorvel::desktop {
@@ -17,7 +16,7 @@ namespace {
 
 constexpr const char* kResultFiles[] = {"qelXml.xml", "qelRnscXml.xml"};
 
-// The age in the name of a rotated log, 0 for the log itself; none for other names.
+// Returns the age in the name of a rotated log, 0 for the log itself, no value for other names.
 std::optional<unsigned> LogAge(const std::string& name) {
     if (name == RotatedLogName(0)) {
         return 0;
@@ -32,38 +31,14 @@ bool IsMissing(int error) {
     return error == ENOENT || error == ENOTDIR;
 }
 
-}  // namespace
-
-// The youngest log is opened first: a rotation in between moves a log to an older name, where it is
-// met again or, past the end of the list, in the name that is added there. So none is missed, and
-// what is met twice is known as the same file.
-void LogSources::AddLogs(const std::string& folder) {
-    std::vector<unsigned> ages = m_LogAges(folder);
-    if (ages.empty()) {
-        return;
-    }
-    ages.push_back(ages.back() + 1);
-    for (const unsigned age : ages) {
-        m_Add(folder, RotatedLogName(age));
-    }
-}
-
-void LogSources::AddResults(const std::string& folder) {
-    for (const char* name : kResultFiles) {
-        m_Add(folder, name);
-    }
-}
-
-std::vector<unsigned> LogSources::m_LogAges(const std::string& folder) {
-    std::vector<std::string> names;
-    const FileHandle handle(m_Io, Uninterrupted([&] {
-                                return m_Io.Open(AT_FDCWD, folder,
-                                                 O_RDONLY | O_DIRECTORY | O_CLOEXEC, 0);
-                            }));
-    if (!handle.IsOpen() && IsMissing(errno)) {
+// Returns the ages of the logs in the folder, youngest first.
+std::vector<unsigned> ListLogAges(FileIo& io, const std::string& folder) {
+    const File opened(io, folder, O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (!opened.IsOpen() && IsMissing(errno)) {
         return {};
     }
-    if (!handle.IsOpen() || Uninterrupted([&] { return m_Io.List(handle.Get(), names); }) != 0) {
+    std::vector<std::string> names;
+    if (!opened.IsOpen() || !opened.List(names)) {
         FailSource(folder, errno);
     }
     std::vector<unsigned> ages;
@@ -76,30 +51,59 @@ std::vector<unsigned> LogSources::m_LogAges(const std::string& folder) {
     return ages;
 }
 
-// A link is followed. What is no file (a pipe, a folder) is no log either; not waiting keeps a pipe
-// from holding the copy up.
-void LogSources::m_Add(const std::string& folder, const std::string& name) {
+bool Contains(const std::vector<LogSource>& sources, const struct stat& status) {
+    return std::any_of(sources.begin(), sources.end(), [&status](const LogSource& source) {
+        return source.status.st_dev == status.st_dev && source.status.st_ino == status.st_ino;
+    });
+}
+
+// Links are followed. Pipes and folders are skipped; O_NONBLOCK keeps a pipe from blocking the
+// copy, and opening a socket or a device without a driver reports ENXIO.
+void AddIfFile(std::vector<LogSource>& sources, FileIo& io, const std::string& folder,
+               const std::string& name) {
     const std::string path = folder + "/" + name;
-    FileHandle file(m_Io, Uninterrupted([&] {
-                        return m_Io.Open(AT_FDCWD, path,
-                                         O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC, 0);
-                    }));
+    File file(io, path, O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
     if (!file.IsOpen() && (IsMissing(errno) || errno == ENXIO)) {
         return;
     }
     struct stat status {};
-    if (!file.IsOpen() || m_Io.Status(file.Get(), status) != 0) {
+    if (!file.IsOpen() || !file.Status(status)) {
         FailSource(path, errno);
     }
-    if (S_ISREG(status.st_mode) && !m_Has(status)) {
-        m_Files.push_back({name, std::move(file), status});
+    if (S_ISREG(status.st_mode) && !Contains(sources, status)) {
+        sources.push_back({name, std::move(file), status});
     }
 }
 
-bool LogSources::m_Has(const struct stat& status) const {
-    return std::any_of(m_Files.begin(), m_Files.end(), [&status](const Source& source) {
-        return source.status.st_dev == status.st_dev && source.status.st_ino == status.st_ino;
-    });
+// Opens the youngest log first. A rotation in between renames a log to the next older name, which
+// is opened later, so no log is missed. The name after the oldest one is tried for the same reason.
+// A log that is found twice is recognised by its inode.
+void AddLogs(std::vector<LogSource>& sources, FileIo& io, const std::string& folder) {
+    std::vector<unsigned> ages = ListLogAges(io, folder);
+    if (ages.empty()) {
+        return;
+    }
+    ages.push_back(ages.back() + 1);
+    for (const unsigned age : ages) {
+        AddIfFile(sources, io, folder, RotatedLogName(age));
+    }
+}
+
+}  // namespace
+
+std::vector<LogSource> OpenLogSources(FileIo& io, const std::string& stateFolder,
+                                      const std::string& dataFolder) {
+    std::vector<LogSource> sources;
+    if (!stateFolder.empty()) {
+        AddLogs(sources, io, stateFolder);
+    }
+    for (const char* name : kResultFiles) {
+        AddIfFile(sources, io, dataFolder, name);
+    }
+    if (sources.empty()) {
+        throw LogCopyError("there is nothing to copy", stateFolder + ", " + dataFolder);
+    }
+    return sources;
 }
 
 }  // namespace quorvel::desktop

@@ -10,35 +10,19 @@
 
 namespace quorvel::desktop {
 
-// The files that a log copy takes, opened for reading before the first one is copied, so that what
-// happens to their names meanwhile does not matter. One thread at a time.
-class LogSources {
-public:
-    struct Source {
-        std::string name;
-        FileHandle file;
-        struct stat status;  // when it was opened; st_size is how much to copy
-    };
-
-    // io must outlive it.
-    explicit LogSources(FileIo& io) : m_Io(io) {}
-
-    // Our log and the rotated ones in the folder, as many as there are. Throws LogCopyError when
-    // one is there and cannot be read.
-    void AddLogs(const std::string& folder);
-    // The same for the result files.
-    void AddResults(const std::string& folder);
-
-    std::vector<Source>& Files() { return m_Files; }
-
-private:
-    void m_Add(const std::string& folder, const std::string& name);
-    bool m_Has(const struct stat& status) const;
-    std::vector<unsigned> m_LogAges(const std::string& folder);
-
-    FileIo& m_Io;
-    std::vector<Source> m_Files;
+// A file to copy, open for reading.
+struct LogSource {
+    std::string name;
+    File file;
+    struct stat status;  // when the file was opened; st_size is the number of bytes to copy
 };
+
+// Opens the log and the rotated logs in stateFolder, and the result files in dataFolder, as far as
+// they exist. stateFolder may be empty for no logs. All files are opened before the first one is
+// copied, so that a rotation during the copy changes nothing. Throws LogCopyError when an existing
+// file cannot be read and when no file exists. io must outlive the result. Any thread.
+std::vector<LogSource> OpenLogSources(FileIo& io, const std::string& stateFolder,
+                                      const std::string& dataFolder);
 
 }  // namespace quorvel::desktop
 

@@ -9,8 +9,6 @@
 #include <utility>
 #include <vector>
 
-#include "log_copy/log_copy_error.h"
-
 namespace quorvel::desktop {
 
 namespace {
@@ -19,17 +17,18 @@ constexpr const char* kPrefix = ".quorvel-unfinished-";
 constexpr std::size_t kChunk = std::size_t{128} * 1024;
 constexpr int kMaxNames = 100;
 constexpr int kOpenFolder = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
-constexpr int kCreateFile = O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC;
+// With O_EXCL, open(2) follows no link either.
+constexpr int kCreateFile = O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC;
 constexpr mode_t kFolderMode = 0755;
 constexpr mode_t kFileMode = 0644;
 
-// Calls the operation with name, then with name-2, name-3 ... while the name is taken. Returns the
-// name that it took; empty and errno when it failed.
+// Calls operation with name, then with name-2, name-3 ... while the name is taken. Returns the
+// name with which operation succeeded, or an empty string and sets errno.
 template <typename Operation>
 std::string WithFreeName(const std::string& name, Operation operation) {
     for (int number = 1; number <= kMaxNames; ++number) {
         std::string tried = number == 1 ? name : name + "-" + std::to_string(number);
-        if (Uninterrupted([&] { return operation(tried); }) == 0) {
+        if (operation(tried)) {
             return tried;
         }
         if (errno != EEXIST && errno != ENOTEMPTY) {
@@ -39,105 +38,93 @@ std::string WithFreeName(const std::string& name, Operation operation) {
     return {};
 }
 
-// Some file systems cannot sync a folder alone; those sync it with everything else.
-bool SyncFolder(FileIo& io, int folder) {
-    return Uninterrupted([&] { return io.Sync(folder); }) == 0 || errno == EINVAL;
+std::string RenameToFree(const File& parent, const std::string& from, const std::string& to) {
+    return WithFreeName(to, [&](const std::string& tried) { return parent.Rename(from, tried); });
 }
 
-void SyncAll(FileIo& io, int folder, const std::string& what) {
-    if (!SyncFolder(io, folder) || Uninterrupted([&] { return io.SyncFileSystem(folder); }) != 0) {
-        FailStorage(what, errno);
+// EINVAL: the file system cannot sync a single folder; SyncFileSystem syncs the folder there.
+void SyncAll(const File& folder, const std::string& name) {
+    if ((!folder.Sync() && errno != EINVAL) || !folder.SyncFileSystem()) {
+        FailStorage(name, errno);
     }
 }
 
-void WriteAll(FileIo& io, int file, const char* data, std::size_t size, const std::string& what) {
+void WriteAll(const File& file, const char* data, std::size_t size, const std::string& name) {
     while (size > 0) {
-        const ssize_t written = Uninterrupted([&] { return io.Write(file, data, size); });
+        const ssize_t written = file.Write(data, size);
         if (written <= 0) {
-            FailStorage(what, written == 0 ? EIO : errno);
+            FailStorage(name, written == 0 ? EIO : errno);
         }
         data += written;
         size -= static_cast<std::size_t>(written);
     }
 }
 
-// As much as the file had when it was opened, or less when it was cut since.
-void CopyContent(FileIo& io, const LogSources::Source& source, int target) {
+// Copies as many bytes as the source had when it was opened, or fewer if it was truncated since.
+void CopyContent(const LogSource& source, const File& target) {
     std::vector<char> buffer(kChunk);
     auto left = static_cast<std::size_t>(source.status.st_size);
     while (left > 0) {
-        const std::size_t wanted = std::min(left, buffer.size());
-        const ssize_t got =
-            Uninterrupted([&] { return io.Read(source.file.Get(), buffer.data(), wanted); });
-        if (got < 0) {
+        const ssize_t size = source.file.Read(buffer.data(), std::min(left, buffer.size()));
+        if (size < 0) {
             FailSource(source.name, errno);
         }
-        if (got == 0) {
+        if (size == 0) {
             return;
         }
-        WriteAll(io, target, buffer.data(), static_cast<std::size_t>(got), source.name);
-        left -= static_cast<std::size_t>(got);
+        WriteAll(target, buffer.data(), static_cast<std::size_t>(size), source.name);
+        left -= static_cast<std::size_t>(size);
     }
 }
 
-std::string RenameToFree(FileIo& io, int folder, const std::string& from, const std::string& to) {
-    return WithFreeName(to,
-                        [&](const std::string& tried) { return io.Rename(folder, from, tried); });
-}
-
-void RemoveFiles(FileIo& io, int parent, const std::string& name) {
-    const FileHandle folder(io,
-                            Uninterrupted([&] { return io.Open(parent, name, kOpenFolder, 0); }));
+void RemoveFiles(const File& parent, const std::string& name) {
+    const File folder(parent, name, kOpenFolder);
     std::vector<std::string> files;
-    if (!folder.IsOpen() || Uninterrupted([&] { return io.List(folder.Get(), files); }) != 0) {
+    if (!folder.IsOpen() || !folder.List(files)) {
         return;
     }
     for (const std::string& file : files) {
-        Uninterrupted([&] { return io.RemoveFile(folder.Get(), file); });
+        folder.RemoveFile(file);
     }
 }
 
-// Our folders hold files only, so one that holds more is not ours and stays. Links are not
-// followed.
-void RemoveWithFiles(FileIo& io, int parent, const std::string& name) {
-    RemoveFiles(io, parent, name);
-    Uninterrupted([&] { return io.RemoveFolder(parent, name); });
-}
-
-bool IsUnfinished(const std::string& name) {
-    return name.rfind(kPrefix, 0) == 0;
+// Removes the folder if it contains only files, as the folders of a log copy do. Does not follow
+// links.
+void RemoveWithFiles(const File& parent, const std::string& name) {
+    RemoveFiles(parent, name);
+    parent.RemoveFolder(name);
 }
 
 }  // namespace
 
-UnfinishedFolder::UnfinishedFolder(FileIo& io, int parent, const std::string& finalName)
-    : m_Io(io), m_Parent(parent), m_FinalName(finalName), m_Handle(io) {}
+UnfinishedFolder::UnfinishedFolder(const File& parent, const std::string& finalName)
+    : m_Parent(parent), m_FinalName(finalName) {}
 
 UnfinishedFolder::~UnfinishedFolder() {
     try {
         m_Discard();
     } catch (const std::bad_alloc&) {
-        // What stays has a temporary name, so the next copy removes it.
+        // The next copy removes the folder, since it has a temporary name.
         return;
     }
 }
 
 void UnfinishedFolder::m_Discard() {
-    m_Handle.Close();
+    m_Folder.reset();
     if (!m_UnsyncedName.empty()) {
-        m_TakeNameBack();
+        m_RestoreTemporaryName();
     }
     if (!m_UnfinishedName.empty()) {
-        RemoveWithFiles(m_Io, m_Parent, m_UnfinishedName);
-        SyncFolder(m_Io, m_Parent);
+        RemoveWithFiles(m_Parent, m_UnfinishedName);
+        m_Parent.Sync();
     }
 }
 
-// Lest the folder be half removed under a name that promises a whole copy. A storage that has not
-// even room for the other name is no reason to expect that removing fails; any other one is, and
-// there the whole copy stays.
-void UnfinishedFolder::m_TakeNameBack() {
-    m_UnfinishedName = RenameToFree(m_Io, m_Parent, m_UnsyncedName, kPrefix + m_FinalName);
+// Renames the folder back first, so that an interrupted removal never leaves a partial copy under
+// the final name. If the storage has no room for the temporary name, removing still works. After
+// any other error removing may fail too, so the complete folder stays.
+void UnfinishedFolder::m_RestoreTemporaryName() {
+    m_UnfinishedName = RenameToFree(m_Parent, m_UnsyncedName, kPrefix + m_FinalName);
     if (m_UnfinishedName.empty() && (errno == ENOSPC || errno == EDQUOT)) {
         m_UnfinishedName = m_UnsyncedName;
     }
@@ -145,49 +132,44 @@ void UnfinishedFolder::m_TakeNameBack() {
 
 void UnfinishedFolder::Make() {
     m_UnfinishedName = WithFreeName(kPrefix + m_FinalName, [this](const std::string& tried) {
-        return m_Io.MakeFolder(m_Parent, tried, kFolderMode);
+        return m_Parent.MakeFolder(tried, kFolderMode);
     });
-    if (m_UnfinishedName.empty()) {
-        FailStorage(m_FinalName, errno);
+    if (!m_UnfinishedName.empty()) {
+        m_Folder.emplace(m_Parent, m_UnfinishedName, kOpenFolder);
     }
-    m_Handle = FileHandle(m_Io, Uninterrupted([this] {
-                              return m_Io.Open(m_Parent, m_UnfinishedName, kOpenFolder, 0);
-                          }));
-    if (!m_Handle.IsOpen()) {
+    if (!m_Folder || !m_Folder->IsOpen()) {
         FailStorage(m_FinalName, errno);
     }
 }
 
-void UnfinishedFolder::Add(const LogSources::Source& source) {
-    FileHandle file(m_Io, Uninterrupted([&] {
-                        return m_Io.Open(m_Handle.Get(), source.name, kCreateFile, kFileMode);
-                    }));
+void UnfinishedFolder::Add(const LogSource& source) {
+    File file(*m_Folder, source.name, kCreateFile, kFileMode);
     if (!file.IsOpen()) {
         FailStorage(source.name, errno);
     }
-    CopyContent(m_Io, source, file.Get());
-    if (Uninterrupted([&] { return m_Io.Sync(file.Get()); }) != 0 || file.Close() != 0) {
+    CopyContent(source, file);
+    if (!file.Sync() || !file.Close()) {
         FailStorage(source.name, errno);
     }
 }
 
 std::string UnfinishedFolder::Finish() {
-    SyncAll(m_Io, m_Handle.Get(), m_FinalName);
-    m_UnsyncedName = RenameToFree(m_Io, m_Parent, m_UnfinishedName, m_FinalName);
+    SyncAll(*m_Folder, m_FinalName);
+    m_UnsyncedName = RenameToFree(m_Parent, m_UnfinishedName, m_FinalName);
     if (m_UnsyncedName.empty()) {
         FailStorage(m_FinalName, errno);
     }
     m_UnfinishedName.clear();
-    SyncAll(m_Io, m_Parent, m_FinalName);
+    SyncAll(m_Parent, m_FinalName);
     return std::exchange(m_UnsyncedName, std::string());
 }
 
-void UnfinishedFolder::RemoveLeftOvers(FileIo& io, int parent) {
+void UnfinishedFolder::RemoveLeftOvers(const File& parent) {
     std::vector<std::string> names;
-    Uninterrupted([&] { return io.List(parent, names); });
+    parent.List(names);
     for (const std::string& name : names) {
-        if (IsUnfinished(name)) {
-            RemoveWithFiles(io, parent, name);
+        if (name.rfind(kPrefix, 0) == 0) {
+            RemoveWithFiles(parent, name);
         }
     }
 }

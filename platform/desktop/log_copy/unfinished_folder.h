@@ -1,6 +1,7 @@
 #ifndef QUORVEL_PLATFORM_DESKTOP_LOG_COPY_UNFINISHED_FOLDER_H_
 #define QUORVEL_PLATFORM_DESKTOP_LOG_COPY_UNFINISHED_FOLDER_H_
 
+#include <optional>
 #include <string>
 
 #include "log_copy/file_io.h"
@@ -8,40 +9,38 @@
 
 namespace quorvel::desktop {
 
-// A new folder on the storage that has a temporary name until it is complete and on the device, and
-// that is removed again unless it gets that far. A storage that fails for good keeps it, under the
-// temporary name, or whole. Operations throw LogCopyError. The FileIo and the
-// open folder it is made in must outlive it. One thread at a time.
+// A new folder on the storage. It has a temporary name until its content is on the device. The
+// destructor removes the folder unless Finish returned. A storage that fails permanently may keep
+// it: under the temporary name, or complete. Functions throw LogCopyError. One thread at a time.
 class UnfinishedFolder {
 public:
-    // It is to lie in the open folder parent. Nothing is made yet.
-    UnfinishedFolder(FileIo& io, int parent, const std::string& finalName);
+    // Creates nothing yet. parent must outlive the object.
+    UnfinishedFolder(const File& parent, const std::string& finalName);
     ~UnfinishedFolder();
     UnfinishedFolder(const UnfinishedFolder&) = delete;
     UnfinishedFolder& operator=(const UnfinishedFolder&) = delete;
 
-    // Makes it, before anything else is called.
+    // Creates the folder. Call it first.
     void Make();
-    // Copies the file into it and waits until it is on the device.
-    void Add(const LogSources::Source& source);
-    // Gives it the final name, or one with a number behind it when that is taken, and waits until
-    // that is on the device. Returns the name. Nothing else may be called afterwards.
+    // Copies the file into the folder and syncs it to the device.
+    void Add(const LogSource& source);
+    // Gives the folder its final name and syncs it to the device. Returns the name; it ends in a
+    // number when finalName is taken. Call it last.
     std::string Finish();
 
-    // Removes from parent the folders that earlier copies left unfinished. One that resists stays.
-    // The caller holds the lock on parent, so none of them is in use.
-    static void RemoveLeftOvers(FileIo& io, int parent);
+    // Removes the unfinished folders of earlier copies from parent, as far as possible. The caller
+    // holds the lock on parent, so that no other copy uses them.
+    static void RemoveLeftOvers(const File& parent);
 
 private:
     void m_Discard();
-    void m_TakeNameBack();
+    void m_RestoreTemporaryName();
 
-    FileIo& m_Io;
-    int m_Parent;
+    const File& m_Parent;
     std::string m_FinalName;
-    std::string m_UnfinishedName;  // while the folder has it
-    std::string m_UnsyncedName;    // the final one, until it is on the device
-    FileHandle m_Handle;
+    std::string m_UnfinishedName;  // empty unless the folder has a temporary name
+    std::string m_UnsyncedName;    // the final name, until the device has it
+    std::optional<File> m_Folder;
 };
 
 }  // namespace quorvel::desktop

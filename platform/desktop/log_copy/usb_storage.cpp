@@ -8,16 +8,20 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <cstdlib>
 #include <memory>
 #include <set>
 #include <string_view>
 #include <system_error>
 
+#include "log_copy/file_io.h"
+
 namespace quorvel::desktop {
 
 namespace {
 
-// A root behind dm-crypt or LVM is not seen to be on a USB device; what it starts from is.
+// /boot and the others matter when the root is behind dm-crypt or LVM: libudev then names no USB
+// device for the root.
 constexpr std::array<std::string_view, 6> kSystemFolders{"/",    "/boot", "/boot/efi",
                                                          "/usr", "/var",  "/home"};
 
@@ -36,7 +40,6 @@ struct MountRelease {
 template <typename T>
 using MountPtr = std::unique_ptr<T, MountRelease>;
 
-// For libraries that report with a negative error number, or a null pointer and errno.
 [[noreturn]] void Fail(int error, const char* what) {
     throw std::system_error(error, std::generic_category(), what);
 }
@@ -63,7 +66,7 @@ bool IsOfTheSystem(const std::string& folder) {
     return std::find(kSystemFolders.begin(), kSystemFolders.end(), folder) != kSystemFolders.end();
 }
 
-// The USB devices that carry a part of the system, whichever of their partitions it is on.
+// Returns the USB devices that have a partition with a part of the system.
 std::set<std::string> SystemUsbDevices(const std::vector<BlockDevice>& devices,
                                        const std::vector<Mount>& mounts) {
     std::set<std::string> system;
@@ -81,11 +84,20 @@ bool IsHidden(const std::vector<Mount>& mounts, std::size_t index) {
         [&mounts, index](const Mount& later) { return later.folder == mounts[index].folder; });
 }
 
-UsbStorage Examine(const Mount& mount, const WriteProbe& probe) {
-    return {mount.readOnly ? EROFS : probe(mount.folder), mount.folder, mount.id};
+std::vector<Mount> UsbMounts(const std::vector<BlockDevice>& devices,
+                             const std::vector<Mount>& mounts) {
+    const std::set<std::string> system = SystemUsbDevices(devices, mounts);
+    std::vector<Mount> usbMounts;
+    for (std::size_t i = 0; i < mounts.size(); ++i) {
+        const std::string device = UsbDeviceOf(mounts[i], devices);
+        if (!device.empty() && system.count(device) == 0 && !IsHidden(mounts, i)) {
+            usbMounts.push_back(mounts[i]);
+        }
+    }
+    return usbMounts;
 }
 
-// As the effective user, which is the one that would write.
+// Checks the permissions of the effective user, who writes.
 int ProbeFolder(const std::string& folder) {
     return faccessat(AT_FDCWD, folder.c_str(), W_OK | X_OK, AT_EACCESS) == 0 ? 0 : errno;
 }
@@ -102,7 +114,7 @@ Mount ToMount(libmnt_fs* row) {
 }
 
 BlockDevice ToBlockDevice(udev_device* device) {
-    // The parent belongs to the device.
+    // The device owns its parent.
     udev_device* usb = udev_device_get_parent_with_subsystem_devtype(device, "usb", "usb_device");
     return {udev_device_get_devnum(device), Text(udev_device_get_devnode(device)),
             usb == nullptr ? std::string() : Text(udev_device_get_syspath(usb))};
@@ -127,22 +139,19 @@ UdevPtr<udev_enumerate> ListBlockSubsystem(udev* context) {
 
 UsbStorage ChooseUsbStorage(const std::vector<BlockDevice>& devices,
                             const std::vector<Mount>& mounts, const WriteProbe& probe) {
-    const std::set<std::string> system = SystemUsbDevices(devices, mounts);
-    UsbStorage first{ENOMEDIUM, "", std::nullopt};
-    for (std::size_t i = 0; i < mounts.size(); ++i) {
-        const std::string device = UsbDeviceOf(mounts[i], devices);
-        if (device.empty() || system.count(device) > 0 || IsHidden(mounts, i)) {
-            continue;
+    const std::vector<Mount> candidates = UsbMounts(devices, mounts);
+    int firstError = 0;
+    for (const Mount& mount : candidates) {
+        const int error = mount.readOnly ? EROFS : probe(mount.folder);
+        if (error == 0) {
+            return {mount.folder, mount.id};
         }
-        UsbStorage storage = Examine(mounts[i], probe);
-        if (storage.error == 0) {
-            return storage;
-        }
-        if (first.error == ENOMEDIUM) {
-            first = storage;
-        }
+        firstError = firstError == 0 ? error : firstError;
     }
-    return first;
+    if (candidates.empty()) {
+        FailNoStorage("", ENOMEDIUM);
+    }
+    FailStorage(candidates.front().folder, firstError);
 }
 
 std::vector<BlockDevice> ReadBlockDevices() {
@@ -156,7 +165,7 @@ std::vector<BlockDevice> ReadBlockDevices() {
          entry = udev_list_entry_get_next(entry)) {
         const UdevPtr<udev_device> device(
             udev_device_new_from_syspath(context.get(), udev_list_entry_get_name(entry)));
-        // Null when it was unplugged since it was listed.
+        // Null when the device was unplugged after the enumeration.
         if (device != nullptr) {
             devices.push_back(ToBlockDevice(device.get()));
         }
@@ -183,6 +192,10 @@ std::vector<Mount> ReadMounts() {
 }
 
 UsbStorage FindUsbStorage() {
+    const char* folder = std::getenv("QUORVEL_USB_DIR");
+    if (folder != nullptr && folder[0] != '\0') {
+        return {folder, std::nullopt};
+    }
     return ChooseUsbStorage(ReadBlockDevices(), ReadMounts(), ProbeFolder);
 }
 

@@ -14,46 +14,42 @@ namespace quorvel::desktop {
 // A disk or partition.
 struct BlockDevice {
     dev_t number;
-    std::string node;  // as "/dev/sdb1"
-    // Identifies the USB device that it is a part of; empty when it is on no USB device.
-    std::string usbDevice;
+    std::string node;       // such as "/dev/sdb1"
+    std::string usbDevice;  // identifies the USB device that contains it; empty for other devices
 };
 
 // A row of the mount table.
 struct Mount {
     std::uint64_t id;
-    dev_t number;        // 0:n for file systems that span devices
-    std::string source;  // the node that was mounted, as "/dev/sdb1"
+    dev_t number;        // 0:n for a file system that spans devices
+    std::string source;  // the mounted node, such as "/dev/sdb1"
     std::string folder;
     bool readOnly;
 };
 
-// The storage to copy to, or why there is none.
+// The storage to copy to.
 struct UsbStorage {
-    // 0 when there is one; ENOMEDIUM when no USB storage is mounted, else what keeps the first one
-    // from being written to.
-    int error = 0;
-    // Where it is mounted; for an error other than ENOMEDIUM, where the first one is.
     std::string folder;
-    // The mount that must be found at the folder. None for a folder that stands in for a device.
+    // Mount that must be found at the folder; no value for a folder that replaces a device.
     std::optional<std::uint64_t> mountId;
 };
 
-// Tells whether this process may create files in a folder: 0, or the error number.
+// Returns 0 when this process may create files in the folder, else the error number.
 using WriteProbe = std::function<int(const std::string& folder)>;
 
-// The first mount, in the order of the table, of a USB device that can be written to. A mount that
-// a later one hides does not count, and neither does a USB device that carries a part of the system
-// (the root, /boot, /boot/efi, /usr, /var or /home).
+// Returns the first mount, in the order of the table, of a USB device that can be written to.
+// Ignores a mount that a later one hides, and a USB device that carries a part of the system (the
+// root, /boot, /boot/efi, /usr, /var or /home). Throws LogCopyError with the reason why the first
+// mounted USB device cannot be written to, or because no USB device is mounted.
 UsbStorage ChooseUsbStorage(const std::vector<BlockDevice>& devices,
                             const std::vector<Mount>& mounts, const WriteProbe& probe);
 
-// What the decision is made from, as the system has it now. Throws std::system_error when it cannot
-// be read. Any thread.
+// Read the system's block devices and mount table. Throw std::system_error. Any thread.
 std::vector<BlockDevice> ReadBlockDevices();
 std::vector<Mount> ReadMounts();
 
-// The choice as of now, without regard to the environment. Throws like the two above. Any thread.
+// Returns the folder in QUORVEL_USB_DIR if the variable is set and not empty, else the choice from
+// the system's devices and mounts. Throws like the functions above. Any thread.
 UsbStorage FindUsbStorage();
 
 }  // namespace quorvel::desktop

@@ -13,30 +13,27 @@
 #include "platform/fixtures/CopyFixture.h"
 
 namespace fs = std::filesystem;
-using quorvel::desktop::FileHandle;
-using quorvel::desktop::SystemFileIo;
+using quorvel::desktop::File;
+using quorvel::desktop::FileCall;
+using quorvel::desktop::FileIo;
 
 namespace {
 
 class FileIoTest : public testing::Test {
 protected:
-    FileHandle OpenFolder(const fs::path& path) {
-        return FileHandle(m_Io, m_Io.Open(AT_FDCWD, path, O_RDONLY | O_DIRECTORY, 0));
-    }
-
     ScratchFolder m_Scratch;
-    SystemFileIo m_Io;
+    FileIo m_Io;
 };
 
 TEST_F(FileIoTest, ListsWhatIsInAFolderHoweverOften) {
     fs::create_directory(m_Scratch.Path() / "one");
     fs::create_directory(m_Scratch.Path() / "two");
-    const FileHandle folder = OpenFolder(m_Scratch.Path());
+    const File folder(m_Io, m_Scratch.Path(), O_RDONLY | O_DIRECTORY);
     for (int i = 0; i < 2; ++i) {
         std::vector<std::string> names = {"from before"};
         // Not an error of the listing.
         errno = EIO;
-        EXPECT_EQ(m_Io.List(folder.Get(), names), 0);
+        EXPECT_TRUE(folder.List(names));
         EXPECT_THAT(names, testing::UnorderedElementsAre("one", "two"));
     }
 }
@@ -44,27 +41,36 @@ TEST_F(FileIoTest, ListsWhatIsInAFolderHoweverOften) {
 TEST_F(FileIoTest, RenamingReplacesNothing) {
     fs::create_directory(m_Scratch.Path() / "from");
     fs::create_directory(m_Scratch.Path() / "to");
-    const FileHandle folder = OpenFolder(m_Scratch.Path());
-    EXPECT_EQ(m_Io.Rename(folder.Get(), "from", "to"), -1);
+    const File folder(m_Io, m_Scratch.Path(), O_RDONLY | O_DIRECTORY);
+    EXPECT_FALSE(folder.Rename("from", "to"));
     EXPECT_EQ(errno, EEXIST);
     EXPECT_TRUE(fs::exists(m_Scratch.Path() / "from"));
-    EXPECT_EQ(m_Io.Rename(folder.Get(), "from", "elsewhere"), 0);
+    EXPECT_TRUE(folder.Rename("from", "elsewhere"));
     EXPECT_FALSE(fs::exists(m_Scratch.Path() / "from"));
 }
 
 TEST_F(FileIoTest, HandleClosesOnce) {
     FaultyFileIo io(m_Scratch.Path());
     {
-        FileHandle first(io, io.Open(AT_FDCWD, m_Scratch.Path(), O_RDONLY, 0));
-        FileHandle second(std::move(first));
-        FileHandle third(io, io.Open(AT_FDCWD, m_Scratch.Path(), O_RDONLY, 0));
-        third = std::move(second);
+        File first(io, m_Scratch.Path(), O_RDONLY);
+        File second(std::move(first));
         EXPECT_EQ(io.OpenDescriptors(), 1);
-        EXPECT_EQ(third.Close(), 0);
-        EXPECT_FALSE(third.IsOpen());
-        EXPECT_EQ(third.Close(), 0);
+        EXPECT_TRUE(second.Close());
+        EXPECT_FALSE(second.IsOpen());
+        EXPECT_TRUE(second.Close());
     }
     EXPECT_EQ(io.OpenDescriptors(), 0);
+    EXPECT_EQ(io.Performed().size(), 2U);
+}
+
+// The descriptor may already belong to another thread.
+TEST_F(FileIoTest, DoesNotRepeatInterruptedClose) {
+    FaultyFileIo io(m_Scratch.Path());
+    io.FailOnce(1, EINTR);
+    File folder(io, m_Scratch.Path(), O_RDONLY);
+    EXPECT_FALSE(folder.Close());
+    ASSERT_EQ(io.Performed().size(), 2U);
+    EXPECT_EQ(io.Performed()[1].call, FileCall::kClose);
 }
 
 }  // namespace

@@ -4,7 +4,6 @@
 #include <sys/statvfs.h>
 #include <unistd.h>
 
-#include <cerrno>
 #include <filesystem>
 #include <fstream>
 #include <memory>
@@ -16,8 +15,8 @@
 #include "platform/fixtures/LoopImage.h"
 
 namespace fs = std::filesystem;
+using quorvel::desktop::FileIo;
 using quorvel::desktop::ReadMounts;
-using quorvel::desktop::SystemFileIo;
 using quorvel::desktop::UsbStorage;
 using testing::ElementsAre;
 using testing::StartsWith;
@@ -46,10 +45,11 @@ protected:
     UsbStorage Mounted() const {
         for (const quorvel::desktop::Mount& mount : ReadMounts()) {
             if (mount.folder == m_Storage) {
-                return {0, mount.folder, mount.id};
+                return {mount.folder, mount.id};
             }
         }
-        return {ENOMEDIUM, "", std::nullopt};
+        ADD_FAILURE() << "not mounted: " << m_Storage;
+        return {};
     }
 
     // What is on the device, without the folder that ext4 makes.
@@ -69,14 +69,14 @@ protected:
 };
 
 TEST_P(LogCopyDeviceTest, CopyIsThereAfterMountingAgain) {
-    SystemFileIo io;
+    FileIo io;
     EXPECT_EQ(Run(io, Mounted()), 0);
     Remount("ro");
     EXPECT_EQ(OnDevice(), After());
 }
 
 TEST_P(LogCopyDeviceTest, EarlierCopyOfTheSameSecondStays) {
-    SystemFileIo io;
+    FileIo io;
     EXPECT_EQ(Run(io, Mounted()), 0);
     EXPECT_EQ(Run(io, Mounted()), 0);
     EXPECT_EQ(OnDevice(), AfterTwo());
@@ -84,7 +84,7 @@ TEST_P(LogCopyDeviceTest, EarlierCopyOfTheSameSecondStays) {
 
 TEST_P(LogCopyDeviceTest, FullDeviceStaysAsItWas) {
     Write(m_Data / "qelXml.xml", std::string(m_Size, 'x'));
-    SystemFileIo io;
+    FileIo io;
     EXPECT_EQ(Run(io, Mounted()), -1);
     EXPECT_THAT(m_Errors, ElementsAre(StartsWith("log copy: the USB storage is full (")));
     Remount("ro");
@@ -93,7 +93,7 @@ TEST_P(LogCopyDeviceTest, FullDeviceStaysAsItWas) {
 
 TEST_P(LogCopyDeviceTest, ReadOnlyDeviceStaysAsItWas) {
     Remount("ro");
-    SystemFileIo io;
+    FileIo io;
     EXPECT_EQ(Run(io, Mounted()), -1);
     EXPECT_THAT(m_Errors, ElementsAre(StartsWith("log copy: the USB storage is read-only (")));
     EXPECT_EQ(OnDevice(), Before());
@@ -102,7 +102,7 @@ TEST_P(LogCopyDeviceTest, ReadOnlyDeviceStaysAsItWas) {
 TEST_P(LogCopyDeviceTest, UnmountedDeviceIsNotReplacedByTheFolderBelow) {
     const UsbStorage storage = Mounted();
     m_Image->Unmount();
-    SystemFileIo io;
+    FileIo io;
     EXPECT_EQ(Run(io, storage), -1);
     EXPECT_THAT(m_Errors,
                 ElementsAre(StartsWith("log copy: the USB storage was unplugged or is broken (")));
@@ -112,20 +112,6 @@ TEST_P(LogCopyDeviceTest, UnmountedDeviceIsNotReplacedByTheFolderBelow) {
 INSTANTIATE_TEST_SUITE_P(FileSystems, LogCopyDeviceTest,
                          testing::Values("ext4", "vfat", "btrfs", "ntfs"),
                          [](const auto& type) { return type.param; });
-
-// Syncs for real, so that the device is asked for what it does not have any more.
-class SyncingFileIo : public FaultyFileIo {
-public:
-    using FaultyFileIo::FaultyFileIo;
-    int Sync(int descriptor) override {
-        const int result = FaultyFileIo::Sync(descriptor);
-        return result == 0 ? SystemFileIo::Sync(descriptor) : result;
-    }
-    int SyncFileSystem(int descriptor) override {
-        const int result = FaultyFileIo::SyncFileSystem(descriptor);
-        return result == 0 ? SystemFileIo::SyncFileSystem(descriptor) : result;
-    }
-};
 
 class LogCopyUnplugTest : public LogCopyDeviceTest {
 protected:
@@ -140,7 +126,8 @@ protected:
 
     // Copies, and pulls the device out before operation number at; then plugs it in again.
     int RunUnplugged(std::size_t at) {
-        SyncingFileIo io(m_Storage);
+        FaultyFileIo io(m_Storage);
+        io.SyncForReal();
         io.SetHook([this, at](std::size_t index) {
             if (index == at) {
                 m_Image->Unplug();
@@ -163,7 +150,8 @@ protected:
 };
 
 TEST_P(LogCopyUnplugTest, AtEveryOperation) {
-    SyncingFileIo good(m_Storage);
+    FaultyFileIo good(m_Storage);
+    good.SyncForReal();
     ASSERT_EQ(Run(good, Mounted()), 0);
     int failures = 0;
     for (std::size_t at = 0; at < good.Performed().size(); ++at) {
@@ -178,7 +166,7 @@ TEST_P(LogCopyUnplugTest, AtEveryOperation) {
                                                      "is broken (")));
         const Tree kept = OnDeviceButUnfinished();
         EXPECT_TRUE(kept == Before() || kept == After()) << testing::PrintToString(kept);
-        SystemFileIo io;
+        FileIo io;
         EXPECT_EQ(Run(io, Mounted()), 0);
         EXPECT_EQ(OnDevice(), kept == Before() ? After() : AfterTwo());
     }

@@ -17,7 +17,8 @@
 #include "platform/fakes/FaultyFileIo.h"
 #include "platform/fixtures/CopyFixture.h"
 
-using quorvel::desktop::SystemFileIo;
+using quorvel::desktop::FileCall;
+using quorvel::desktop::FileIo;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::StartsWith;
@@ -46,8 +47,15 @@ class LogCopyFaultTest : public CopyFixture,
 protected:
     int Error() const { return std::get<0>(GetParam()); }
     bool IsForGood() const { return std::get<1>(GetParam()); }
+    void Fail(FaultyFileIo& io, std::size_t at) const {
+        if (IsForGood()) {
+            io.FailPermanently(at, Error());
+        } else {
+            io.FailOnce(at, Error());
+        }
+    }
 
-    std::vector<Performed_s> GoodRun() {
+    std::vector<PerformedCall> GoodRun() {
         FaultyFileIo io(m_Storage);
         EXPECT_EQ(Run(io), 0);
         EXPECT_EQ(OnStorage(), After());
@@ -56,21 +64,21 @@ protected:
     }
 
     // Whether the copy can do without it: looking for left-overs, and closing what was only read.
-    bool IsDispensable(const Performed_s& performed) const {
-        if (performed.operation == Operation::List) {
+    bool IsDispensable(const PerformedCall& performed) const {
+        if (performed.call == FileCall::kList) {
             return performed.path == m_Storage;
         }
-        return performed.operation == Operation::Close &&
+        return performed.call == FileCall::kClose &&
                performed.path.find("/.quorvel-unfinished-") == std::string::npos;
     }
 
     // What the copy is to log when operation number at of a good run is the first one to fail.
-    std::string ExpectedLine(const std::vector<Performed_s>& good, std::size_t at) const {
+    std::string ExpectedLine(const std::vector<PerformedCall>& good, std::size_t at) const {
         const FaultyFileIo io(m_Storage);
         const bool onStorage = io.IsOnStorage(good[at].path);
         for (std::size_t i = at; i < (IsForGood() ? good.size() : at + 1); ++i) {
             const bool fails = i == at || (io.IsOnStorage(good[i].path) == onStorage &&
-                                           FaultyFileIo::IsRefused(good[i].operation, Error()));
+                                           FaultyFileIo::IsRejected(good[i].call, Error()));
             if (fails && !IsDispensable(good[i])) {
                 return onStorage ? LineOf(Error()) : UNREADABLE;
             }
@@ -92,7 +100,7 @@ protected:
     // The device works again: the next copy tidies up and succeeds.
     void ExpectNextCopySucceeds() {
         const bool wasKept = OnStorage().count(m_CopyName + "/") != 0;
-        SystemFileIo io;
+        FileIo io;
         EXPECT_EQ(Run(io), 0);
         EXPECT_EQ(OnStorage(), wasKept ? AfterTwo() : After());
     }
@@ -106,13 +114,13 @@ protected:
 };
 
 TEST_P(LogCopyFaultTest, EveryOperation) {
-    const std::vector<Performed_s> good = GoodRun();
+    const std::vector<PerformedCall> good = GoodRun();
     // Four files to open twice, to write, to sync and to close, at the least.
     ASSERT_GT(good.size(), 30U);
     for (std::size_t at = 0; at < good.size(); ++at) {
         SCOPED_TRACE(testing::Message() << "operation " << at << ": " << good[at]);
         FaultyFileIo io(m_Storage);
-        io.FailAt(at, Error(), IsForGood());
+        Fail(io, at);
         const int result = Run(io);
         const std::string line = ExpectedLine(good, at);
         ExpectOutcome(line, result);
@@ -131,19 +139,20 @@ TEST_P(LogCopyFaultTest, EveryOperation) {
 
 // The operations of tidying up fail, too: each in turn, after the failure of each before.
 TEST_P(LogCopyFaultTest, EveryOperationOfTidyingUp) {
-    const std::vector<Performed_s> good = GoodRun();
+    const std::vector<PerformedCall> good = GoodRun();
     for (std::size_t at = 0; at < good.size(); ++at) {
         FaultyFileIo probe(m_Storage);
-        probe.FailAt(at, EIO, false);
-        const std::size_t operations = (Run(probe), probe.Performed().size());
+        probe.FailOnce(at, EIO);
+        Run(probe);
+        const std::size_t operations = probe.Performed().size();
         ResetStorage();
         for (std::size_t second = at + 1; second < operations; ++second) {
             SCOPED_TRACE(testing::Message() << "operations " << at << " and " << second);
             FaultyFileIo io(m_Storage);
-            io.FailAt(at, EIO, false);
+            io.FailOnce(at, EIO);
             io.SetHook([&](std::size_t index) {
                 if (index == second) {
-                    io.FailAt(second, Error(), IsForGood());
+                    Fail(io, second);
                 }
             });
             Run(io);
@@ -187,7 +196,7 @@ TEST_F(LogCopyCrashTest, ProgramEndsAtEveryOperation) {
         ASSERT_EQ(waitpid(child, &status, 0), child);
         ASSERT_EQ(WEXITSTATUS(status), 42);
         const bool wasNamed = OnStorage().count(m_CopyName + "/") != 0;
-        SystemFileIo io;
+        FileIo io;
         EXPECT_EQ(Run(io), 0);
         EXPECT_EQ(OnStorage(), wasNamed ? AfterTwo() : After())
             << "ended before " << good.Performed()[at];
@@ -202,14 +211,14 @@ TEST_F(LogCopyCrashTest, LeftOverThatResists) {
     FaultyFileIo good(m_Storage);
     ASSERT_EQ(Run(good), 0);
     for (std::size_t at = 0; at < good.Performed().size(); ++at) {
-        const Performed_s& one = good.Performed()[at];
+        const PerformedCall& one = good.Performed()[at];
         if (one.path.find(leftOver) == std::string::npos) {
             continue;
         }
         ResetStorage();
         Write(m_Storage / leftOver / "quorvel.log", "half");
         FaultyFileIo io(m_Storage);
-        io.FailAt(at, EACCES, false);
+        io.FailOnce(at, EACCES);
         EXPECT_EQ(Run(io), 0) << one;
         EXPECT_EQ(Read(m_Storage / m_CopyName / "qelXml.xml"), m_Sources["qelXml.xml"]) << one;
     }
@@ -224,10 +233,10 @@ protected:
     std::string UnfinishedPath() const { return m_Storage / (".quorvel-unfinished-" + m_CopyName); }
 
     // The index of the last operation of this kind on the path; -1 without one.
-    std::ptrdiff_t Last(Operation operation, const std::string& path) const {
-        const std::vector<Performed_s>& all = m_Io.Performed();
-        const auto found = std::find_if(all.rbegin(), all.rend(), [&](const Performed_s& one) {
-            return one.operation == operation && one.path == path;
+    std::ptrdiff_t Last(FileCall call, const std::string& path) const {
+        const std::vector<PerformedCall>& all = m_Io.Performed();
+        const auto found = std::find_if(all.rbegin(), all.rend(), [&](const PerformedCall& one) {
+            return one.call == call && one.path == path;
         });
         return all.rend() - found - 1;
     }
@@ -237,26 +246,26 @@ protected:
 
 TEST_F(LogCopyOrderTest, EverythingIsOnTheDeviceBeforeTheFolderGetsItsName) {
     const std::string folder = UnfinishedPath();
-    const std::ptrdiff_t renamed = Last(Operation::Rename, folder);
+    const std::ptrdiff_t renamed = Last(FileCall::kRename, folder);
     ASSERT_GT(renamed, 0);
     std::ptrdiff_t created = -1;
     for (const auto& [name, bytes] : m_Sources) {
         const std::string file = std::filesystem::path(folder) / name;
-        created = std::max(created, Last(Operation::Create, file));
-        EXPECT_GT(Last(Operation::Write, file), 0) << name;
-        EXPECT_GT(Last(Operation::Sync, file), Last(Operation::Write, file)) << name;
-        EXPECT_LT(Last(Operation::Sync, file), renamed) << name;
+        created = std::max(created, Last(FileCall::kCreate, file));
+        EXPECT_GT(Last(FileCall::kWrite, file), 0) << name;
+        EXPECT_GT(Last(FileCall::kSync, file), Last(FileCall::kWrite, file)) << name;
+        EXPECT_LT(Last(FileCall::kSync, file), renamed) << name;
     }
-    EXPECT_GT(Last(Operation::Sync, folder), created);
-    EXPECT_LT(Last(Operation::Sync, folder), renamed);
-    EXPECT_GT(Last(Operation::SyncFileSystem, folder), created);
-    EXPECT_LT(Last(Operation::SyncFileSystem, folder), renamed);
+    EXPECT_GT(Last(FileCall::kSync, folder), created);
+    EXPECT_LT(Last(FileCall::kSync, folder), renamed);
+    EXPECT_GT(Last(FileCall::kSyncFileSystem, folder), created);
+    EXPECT_LT(Last(FileCall::kSyncFileSystem, folder), renamed);
 }
 
 TEST_F(LogCopyOrderTest, TheNameIsOnTheDeviceBeforeTheCopySucceeds) {
     const std::string folder = UnfinishedPath();
-    EXPECT_GT(Last(Operation::Sync, m_Storage), Last(Operation::Rename, folder));
-    EXPECT_GT(Last(Operation::SyncFileSystem, m_Storage), Last(Operation::Rename, folder));
+    EXPECT_GT(Last(FileCall::kSync, m_Storage), Last(FileCall::kRename, folder));
+    EXPECT_GT(Last(FileCall::kSyncFileSystem, m_Storage), Last(FileCall::kRename, folder));
 }
 
 }  // namespace

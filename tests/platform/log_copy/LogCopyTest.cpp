@@ -26,8 +26,11 @@
 #include "platform/fixtures/ScopedVariable.h"
 
 namespace fs = std::filesystem;
+using quorvel::desktop::FailNoStorage;
+using quorvel::desktop::FailStorage;
+using quorvel::desktop::FileCall;
+using quorvel::desktop::FileIo;
 using quorvel::desktop::LogCopyName;
-using quorvel::desktop::SystemFileIo;
 using quorvel::desktop::UsbStorage;
 using testing::ContainsRegex;
 using testing::ElementsAre;
@@ -39,12 +42,12 @@ namespace {
 class LogCopyTest : public CopyFixture {
 protected:
     // The index of the first operation of this kind in a run that goes well.
-    std::size_t IndexOf(Operation operation) {
+    std::size_t IndexOf(FileCall call) {
         FaultyFileIo io(m_Storage);
         EXPECT_EQ(Run(io), 0);
         ResetStorage();
         for (std::size_t i = 0; i < io.Performed().size(); ++i) {
-            if (io.Performed()[i].operation == operation) {
+            if (io.Performed()[i].call == call) {
                 return i;
             }
         }
@@ -52,7 +55,7 @@ protected:
         return 0;
     }
 
-    SystemFileIo m_Io;
+    FileIo m_Io;
 };
 
 TEST_F(LogCopyTest, CopiesLogsAndResultFilesIntoOneFolder) {
@@ -171,49 +174,44 @@ TEST_F(LogCopyTest, NothingToCopyWithoutAStateFolder) {
 }
 
 TEST_F(LogCopyTest, NoStorage) {
-    EXPECT_EQ(Run(m_Io, {ENOMEDIUM, "", std::nullopt}), -1);
+    EXPECT_EQ(RunSearch(m_Io, []() -> UsbStorage { FailNoStorage("", ENOMEDIUM); }), -1);
     EXPECT_THAT(m_Errors, ElementsAre("log copy: no USB storage is mounted (No medium found)"));
     EXPECT_THAT(m_Infos, IsEmpty());
 }
 
 TEST_F(LogCopyTest, StorageThatCannotBeWrittenTo) {
-    EXPECT_EQ(Run(m_Io, {EROFS, m_Storage, std::nullopt}), -1);
+    EXPECT_EQ(RunSearch(m_Io, [this]() -> UsbStorage { FailStorage(m_Storage, EROFS); }), -1);
     EXPECT_THAT(m_Errors, ElementsAre(StartsWith("log copy: the USB storage is read-only (")));
-    EXPECT_EQ(Run(m_Io, {EACCES, m_Storage, std::nullopt}), -1);
+    EXPECT_EQ(RunSearch(m_Io, [this]() -> UsbStorage { FailStorage(m_Storage, EACCES); }), -1);
     EXPECT_THAT(m_Errors,
                 ElementsAre(StartsWith("log copy: no permission to write to the USB storage (")));
     EXPECT_EQ(OnStorage(), Before());
 }
 
 TEST_F(LogCopyTest, FolderThatIsNotThereIsNoStorage) {
-    EXPECT_EQ(Run(m_Io, {0, m_Storage / "missing", std::nullopt}), -1);
+    EXPECT_EQ(Run(m_Io, {m_Storage / "missing", std::nullopt}), -1);
     EXPECT_THAT(m_Errors, ElementsAre(StartsWith("log copy: no USB storage is mounted (")));
-    EXPECT_EQ(Run(m_Io, {0, m_Storage / "holiday.jpg", std::nullopt}), -1);
+    EXPECT_EQ(Run(m_Io, {m_Storage / "holiday.jpg", std::nullopt}), -1);
     EXPECT_THAT(m_Errors, ElementsAre(StartsWith("log copy: no USB storage is mounted (")));
 }
 
 TEST_F(LogCopyTest, StorageUnmountedSinceItWasFoundIsNotWrittenTo) {
-    EXPECT_EQ(Run(m_Io, {0, m_Storage, 0}), -1);
+    EXPECT_EQ(Run(m_Io, {m_Storage, 0}), -1);
     EXPECT_THAT(m_Errors,
                 ElementsAre(StartsWith("log copy: the USB storage was unplugged or is broken (")));
     EXPECT_EQ(OnStorage(), Before());
 }
 
 TEST_F(LogCopyTest, SystemThatCannotBeAsked) {
-    const int result = quorvel::desktop::RunLogCopy(
-        {m_Io,
-         []() -> UsbStorage { throw std::system_error(EIO, std::generic_category(), "mounts"); },
-         [this](bool isError, const std::string& line) {
-             (isError ? m_Errors : m_Infos).push_back(line);
-         }},
-        m_Job);
+    const int result = RunSearch(m_Io, []() -> UsbStorage {
+        throw std::system_error(EIO, std::generic_category(), "mounts");
+    });
     EXPECT_EQ(result, -1);
-    EXPECT_THAT(m_Errors, ElementsAre("log copy: the USB storage does not take the files (mounts: "
-                                      "Input/output error)"));
+    EXPECT_THAT(m_Errors, ElementsAre("log copy: failed (mounts: Input/output error)"));
 }
 
 TEST_F(LogCopyTest, LogLineStaysOneLine) {
-    EXPECT_EQ(Run(m_Io, {EROFS, "/media/a\nb\x7f", std::nullopt}), -1);
+    EXPECT_EQ(RunSearch(m_Io, []() -> UsbStorage { FailStorage("/media/a\nb\x7f", EROFS); }), -1);
     EXPECT_THAT(m_Errors, ElementsAre("log copy: the USB storage is read-only (/media/a?b?: "
                                       "Read-only file system)"));
 }
@@ -242,7 +240,9 @@ TEST_F(LogCopyTest, CopyUnderWayIsLeftAlone) {
     const int lock = open(m_Storage.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     ASSERT_EQ(flock(lock, LOCK_EX | LOCK_NB), 0);
     EXPECT_EQ(Run(m_Io), -1);
-    EXPECT_THAT(m_Errors, ElementsAre(StartsWith("log copy: another copy to the USB storage is ")));
+    EXPECT_THAT(
+        m_Errors,
+        ElementsAre(StartsWith("log copy: another log copy to the USB storage is running ")));
     EXPECT_TRUE(fs::exists(other));
     close(lock);
     EXPECT_EQ(Run(m_Io), 0);
@@ -250,20 +250,25 @@ TEST_F(LogCopyTest, CopyUnderWayIsLeftAlone) {
 }
 
 TEST_F(LogCopyTest, CopiesAtTheSameTimeAreWholeOrNotThere) {
-    std::vector<std::future<quorvel::desktop::LogCopyResult>> copies;
+    std::vector<std::future<std::string>> copies;
     std::generate_n(std::back_inserter(copies), 8, [this] {
         return std::async(std::launch::async, [this] {
-            SystemFileIo io;
-            return quorvel::desktop::CopyLogs(io, m_Job, Storage());
+            FileIo io;
+            std::string logged;
+            RunLogCopy({io, [this] { return Storage(); },
+                        [&logged](bool, const std::string& line) { logged += line; }},
+                       m_Job);
+            return logged;
         });
     });
+    const std::string done = "log copy: the logs are stored in (" + m_Storage.string() + "/";
     Tree expected = Before();
     for (auto& copy : copies) {
-        const quorvel::desktop::LogCopyResult result = copy.get();
-        if (result.status == quorvel::desktop::LogCopyStatus::kDone) {
-            expected.merge(After(fs::path(result.detail).filename()));
+        const std::string line = copy.get();
+        if (line.rfind(done, 0) == 0) {
+            expected.merge(After(line.substr(done.size(), line.size() - done.size() - 1)));
         } else {
-            EXPECT_EQ(result.status, quorvel::desktop::LogCopyStatus::kBusy) << result.detail;
+            EXPECT_THAT(line, StartsWith("log copy: another log copy to the USB storage is "));
         }
     }
     EXPECT_GT(expected.size(), Before().size());
@@ -274,7 +279,7 @@ TEST_F(LogCopyTest, CopiesAGrowingLogAsItWasAtTheStart) {
     std::ofstream log(m_State / "quorvel.log", std::ios::app);
     FaultyFileIo io(m_Storage);
     io.SetHook([&](std::size_t index) {
-        if (io.Performed()[index].operation == Operation::Read) {
+        if (io.Performed()[index].call == FileCall::kRead) {
             log << "more\n" << std::flush;
         }
     });
@@ -285,7 +290,7 @@ TEST_F(LogCopyTest, CopiesAGrowingLogAsItWasAtTheStart) {
 TEST_F(LogCopyTest, CopiesWhatIsLeftOfALogThatIsCut) {
     FaultyFileIo io(m_Storage);
     io.SetHook([&](std::size_t index) {
-        if (io.Performed()[index].operation == Operation::Read) {
+        if (io.Performed()[index].call == FileCall::kRead) {
             fs::resize_file(m_State / "quorvel.log", 2);
         }
     });
@@ -297,7 +302,7 @@ TEST_F(LogCopyTest, CopiesWhatIsLeftOfALogThatIsCut) {
 // The rotation falls between any two operations; afterwards each line of the logs is in the copy
 // exactly once.
 TEST_F(LogCopyTest, MissesNothingWhenTheLogIsRotatedMeanwhile) {
-    const std::size_t first = IndexOf(Operation::MakeFolder);
+    const std::size_t first = IndexOf(FileCall::kMakeFolder);
     for (std::size_t at = 0; at <= first; ++at) {
         FaultyFileIo io(m_Storage);
         io.SetHook([&](std::size_t index) {
@@ -336,7 +341,7 @@ TEST_F(LogCopyTest, GoesOnAfterSignals) {
 TEST_F(LogCopyTest, WriteThatTakesNothingFails) {
     FaultyFileIo io(m_Storage);
     io.SetHook([&](std::size_t index) {
-        if (io.Performed()[index].operation == Operation::Write) {
+        if (io.Performed()[index].call == FileCall::kWrite) {
             io.SetMaxTransfer(1, 0);
         }
     });
@@ -347,10 +352,10 @@ TEST_F(LogCopyTest, WriteThatTakesNothingFails) {
 }
 
 TEST_F(LogCopyTest, GoesOnWhereThereAreNoLocks) {
-    const std::size_t lock = IndexOf(Operation::TryLock);
+    const std::size_t lock = IndexOf(FileCall::kTryLock);
     for (const int error : {EOPNOTSUPP, ENOSYS, ENOLCK, EINVAL, EBADF}) {
         FaultyFileIo io(m_Storage);
-        io.FailAt(lock, error, false);
+        io.FailOnce(lock, error);
         EXPECT_EQ(Run(io), 0) << std::generic_category().message(error);
         EXPECT_EQ(OnStorage(), After());
         ResetStorage();

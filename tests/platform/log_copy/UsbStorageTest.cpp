@@ -1,5 +1,6 @@
 #include "log_copy/usb_storage.h"
 
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <sys/stat.h>
 #include <sys/sysmacros.h>
@@ -9,12 +10,13 @@
 #include <algorithm>
 #include <cerrno>
 #include <filesystem>
+#include <functional>
 #include <map>
 #include <memory>
 #include <string>
 #include <vector>
 
-#include "log_copy/log_copy_service.h"
+#include "log_copy/file_io.h"
 #include "platform/fixtures/CopyFixture.h"
 #include "platform/fixtures/LoopImage.h"
 #include "platform/fixtures/ScopedVariable.h"
@@ -31,11 +33,22 @@ using quorvel::desktop::UsbStorage;
 namespace {
 
 constexpr uid_t kSomebodyElse = 12345;
+constexpr const char* kNotMounted = "no USB storage is mounted (No medium found)";
 
 const dev_t SDA1 = makedev(8, 1);
 const dev_t SDB1 = makedev(8, 17);
 const dev_t SDB2 = makedev(8, 18);
 const dev_t SDC1 = makedev(8, 33);
+
+// The reason why the search fails; empty when it finds a storage.
+std::string FailureOf(const std::function<UsbStorage()>& search) {
+    try {
+        search();
+        return "";
+    } catch (const quorvel::desktop::LogCopyError& error) {
+        return error.what();
+    }
+}
 
 // The decision, on a machine with a built-in disk and two USB devices, the first with two
 // partitions.
@@ -58,6 +71,10 @@ protected:
         });
     }
 
+    std::string ChoiceFailure() {
+        return FailureOf([this] { return Choose(); });
+    }
+
     std::vector<BlockDevice> m_Devices = {{SDA1, "/dev/sda1", ""},
                                           {SDB1, "/dev/sdb1", "/sys/usb1/1-1"},
                                           {SDB2, "/dev/sdb2", "/sys/usb1/1-1"},
@@ -68,21 +85,20 @@ protected:
 };
 
 TEST_F(UsbStorageChoiceTest, NoneIsMounted) {
-    EXPECT_EQ(Choose().error, ENOMEDIUM);
+    EXPECT_EQ(ChoiceFailure(), kNotMounted);
     EXPECT_THAT(m_Probed, testing::IsEmpty());
 }
 
 TEST_F(UsbStorageChoiceTest, NoDevicesAndNoMounts) {
     m_Devices.clear();
     m_Mounts.clear();
-    EXPECT_EQ(Choose().error, ENOMEDIUM);
+    EXPECT_EQ(ChoiceFailure(), kNotMounted);
 }
 
 TEST_F(UsbStorageChoiceTest, TakesTheOneThatWasMountedFirst) {
     MountAt("/media/second device", SDC1, "/dev/sdc1");
     MountAt("/media/first device", SDB1, "/dev/sdb1");
     const UsbStorage storage = Choose();
-    EXPECT_EQ(storage.error, 0);
     EXPECT_EQ(storage.folder, "/media/second device");
     EXPECT_EQ(storage.mountId, 3U);
 }
@@ -100,17 +116,17 @@ TEST_F(UsbStorageChoiceTest, ReportsWhyTheFirstCannotBeWrittenTo) {
     MountAt("/media/ro", SDB1, "/dev/sdb1", true);
     MountAt("/media/not permitted", SDC1, "/dev/sdc1");
     m_Errors["/media/not permitted"] = EACCES;
-    const UsbStorage storage = Choose();
-    EXPECT_EQ(storage.error, EROFS);
-    EXPECT_EQ(storage.folder, "/media/ro");
+    EXPECT_EQ(ChoiceFailure(), "the USB storage is read-only (/media/ro: Read-only file system)");
     m_Mounts.erase(m_Mounts.end() - 2);
-    EXPECT_EQ(Choose().error, EACCES);
+    EXPECT_EQ(
+        ChoiceFailure(),
+        "no permission to write to the USB storage (/media/not permitted: Permission denied)");
 }
 
 TEST_F(UsbStorageChoiceTest, NeverTakesABuiltInDisk) {
     MountAt("/media/usb", SDA1, "/dev/sda1");
     MountAt("/media/usb2", makedev(8, 99), "/dev/sdx1");
-    EXPECT_EQ(Choose().error, ENOMEDIUM);
+    EXPECT_EQ(ChoiceFailure(), kNotMounted);
 }
 
 TEST_F(UsbStorageChoiceTest, KnowsAFileSystemWithoutItsOwnNumberByItsNode) {
@@ -121,13 +137,13 @@ TEST_F(UsbStorageChoiceTest, KnowsAFileSystemWithoutItsOwnNumberByItsNode) {
 TEST_F(UsbStorageChoiceTest, DeviceWithoutANodeIsNotEveryMountWithoutASource) {
     m_Devices.push_back({makedev(8, 49), "", "/sys/usb1/1-3"});
     MountAt("/media/none", makedev(0, 43), "");
-    EXPECT_EQ(Choose().error, ENOMEDIUM);
+    EXPECT_EQ(ChoiceFailure(), kNotMounted);
 }
 
 TEST_F(UsbStorageChoiceTest, PassesOverAMountThatALaterOneHides) {
     MountAt("/media/usb", SDB1, "/dev/sdb1");
     MountAt("/media/usb", SDA1, "/dev/sda1");
-    EXPECT_EQ(Choose().error, ENOMEDIUM);
+    EXPECT_EQ(ChoiceFailure(), kNotMounted);
     MountAt("/media/usb", SDC1, "/dev/sdc1");
     EXPECT_EQ(Choose().mountId, 5U);
 }
@@ -136,7 +152,7 @@ TEST_F(UsbStorageChoiceTest, PassesOverTheDeviceThatTheSystemRunsFrom) {
     m_Mounts[0].number = SDB1;
     m_Mounts[0].source = "/dev/sdb1";
     MountAt("/boot", SDB2, "/dev/sdb2");
-    EXPECT_EQ(Choose().error, ENOMEDIUM);
+    EXPECT_EQ(ChoiceFailure(), kNotMounted);
     MountAt("/media/usb", SDC1, "/dev/sdc1");
     EXPECT_EQ(Choose().folder, "/media/usb");
 }
@@ -148,7 +164,7 @@ TEST_F(UsbStorageChoiceTest, PassesOverADeviceThatCarriesAnyPartOfTheSystem) {
     MountAt("/media/usb", SDB2, "/dev/sdb2");
     for (const char* folder : {"/boot", "/boot/efi", "/usr", "/var", "/home"}) {
         MountAt(folder, SDB1, "/dev/sdb1");
-        EXPECT_EQ(Choose().error, ENOMEDIUM) << folder;
+        EXPECT_EQ(ChoiceFailure(), kNotMounted) << folder;
         m_Mounts.pop_back();
     }
     EXPECT_EQ(Choose().folder, "/media/usb");
@@ -160,7 +176,7 @@ TEST_F(UsbStorageChoiceTest, PassesOverEachOfTheDevicesThatTheSystemRunsFrom) {
     MountAt("/boot", SDB1, "/dev/sdb1");
     MountAt("/home", SDC1, "/dev/sdc1");
     MountAt("/media/usb", SDB2, "/dev/sdb2");
-    EXPECT_EQ(Choose().error, ENOMEDIUM);
+    EXPECT_EQ(ChoiceFailure(), kNotMounted);
 }
 
 // What the running system tells.
@@ -170,10 +186,10 @@ TEST(UsbStorageReadTest, MountTableHasWhatIsMounted) {
     const auto proc = std::find_if(mounts.rbegin(), mounts.rend(),
                                    [](const Mount& mount) { return mount.folder == "/proc"; });
     ASSERT_NE(proc, mounts.rend());
-    quorvel::desktop::SystemFileIo io;
-    const quorvel::desktop::FileHandle folder(io, io.Open(-1, "/proc", 0, 0));
+    quorvel::desktop::FileIo io;
+    const quorvel::desktop::File folder(io, "/proc", O_RDONLY);
     std::uint64_t id = 0;
-    ASSERT_EQ(io.MountId(folder.Get(), id), 0);
+    ASSERT_TRUE(folder.MountId(id));
     EXPECT_EQ(proc->id, id);
 }
 
@@ -188,15 +204,16 @@ TEST(UsbStorageReadTest, BlockDevicesAreThoseOfTheSystem) {
 
 TEST(UsbStorageReadTest, FolderFromTheEnvironmentStandsInForADevice) {
     const ScopedVariable variable("QUORVEL_USB_DIR", "/some/folder");
-    const UsbStorage storage = quorvel::desktop::StorageToCopyTo();
-    EXPECT_EQ(storage.error, 0);
+    const UsbStorage storage = FindUsbStorage();
     EXPECT_EQ(storage.folder, "/some/folder");
     EXPECT_FALSE(storage.mountId.has_value());
 }
 
 TEST(UsbStorageReadTest, EmptyFolderFromTheEnvironmentStandsForNothing) {
     const ScopedVariable variable("QUORVEL_USB_DIR", "");
-    EXPECT_EQ(quorvel::desktop::StorageToCopyTo().error, FindUsbStorage().error);
+    const std::string failure = FailureOf(FindUsbStorage);
+    const ScopedVariable unset("QUORVEL_USB_DIR", std::nullopt);
+    EXPECT_EQ(failure, FailureOf(FindUsbStorage));
 }
 
 // A stick that is plugged in, as far as this process can tell, and really mounted.
@@ -245,7 +262,6 @@ TEST_F(UsbStorageStickTest, IsKnownByItsBus) {
 TEST_F(UsbStorageStickTest, IsFoundWhereItIsMounted) {
     PlugIn();
     const UsbStorage storage = FindUsbStorage();
-    EXPECT_EQ(storage.error, 0);
     EXPECT_EQ(storage.folder, m_Image->Folder());
 }
 
@@ -253,27 +269,27 @@ TEST_F(UsbStorageStickTest, IsFoundReadOnly) {
     m_Image->Unmount();
     m_Image->Mount("ro");
     PlugIn();
-    EXPECT_EQ(FindUsbStorage().error, EROFS);
+    EXPECT_THAT(FailureOf(FindUsbStorage), testing::StartsWith("the USB storage is read-only ("));
 }
 
 TEST_F(UsbStorageStickTest, IsNotWrittenToWithoutPermission) {
     PlugIn();
     ASSERT_EQ(chmod(m_Image->Folder().c_str(), 0700), 0);
     ASSERT_EQ(seteuid(kSomebodyElse), 0);
-    const int error = FindUsbStorage().error;
+    const std::string failure = FailureOf(FindUsbStorage);
     ASSERT_EQ(seteuid(0), 0);
-    EXPECT_EQ(error, EACCES);
+    EXPECT_THAT(failure, testing::StartsWith("no permission to write to the USB storage ("));
 }
 
 TEST_F(UsbStorageStickTest, IsNotFoundWhenItIsNotMounted) {
     PlugIn();
     m_Image->Unmount();
-    EXPECT_EQ(FindUsbStorage().error, ENOMEDIUM);
+    EXPECT_EQ(FailureOf(FindUsbStorage), kNotMounted);
 }
 
 TEST_F(UsbStorageStickTest, BuiltInDiskIsNoStick) {
     BuildIn();
-    EXPECT_EQ(FindUsbStorage().error, ENOMEDIUM);
+    EXPECT_EQ(FailureOf(FindUsbStorage), kNotMounted);
 }
 
 TEST_F(UsbStorageStickTest, LogsAreCopiedToIt) {

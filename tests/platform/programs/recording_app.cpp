@@ -18,7 +18,7 @@
 #include <string>
 #include <thread>
 
-#include "log_copy/log_copy_service.h"
+#include "log_copy/log_copy.h"
 
 namespace {
 
@@ -87,7 +87,7 @@ quorvel::desktop::UsbStorage StorageOnceReleased() {
 }
 
 void Copy() {
-    quorvel::desktop::SystemFileIo io;
+    quorvel::desktop::FileIo io;
     quorvel::desktop::RunLogCopy(
         {io, StorageOnceReleased, [](bool, const std::string&) { Record("copied"); }}, {});
 }
