@@ -10,13 +10,16 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <chrono>
 #include <ctime>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <future>
 #include <iterator>
 #include <string>
 #include <system_error>
+#include <thread>
 #include <vector>
 
 #include "platform/fakes/FaultyFileIo.h"
@@ -26,14 +29,17 @@
 #include "platform/fixtures/ScopedVariable.h"
 
 namespace fs = std::filesystem;
+using quorvel::desktop::AwaitLogCopies;
 using quorvel::desktop::FailNoStorage;
 using quorvel::desktop::FailStorage;
 using quorvel::desktop::FileCall;
 using quorvel::desktop::FileIo;
 using quorvel::desktop::LogCopyName;
 using quorvel::desktop::UsbStorage;
+using testing::AllOf;
 using testing::ContainsRegex;
 using testing::ElementsAre;
+using testing::EndsWith;
 using testing::IsEmpty;
 using testing::StartsWith;
 
@@ -360,6 +366,84 @@ TEST_F(LogCopyTest, GoesOnWhereThereAreNoLocks) {
         EXPECT_EQ(OnStorage(), After());
         ResetStorage();
     }
+}
+
+// Another program puts a file or a link at the name of a file to copy, after the folder was made.
+class LogCopyPlantTest : public LogCopyTest {
+protected:
+    // Copies, and calls plant with the path of the first call of this kind before the call.
+    int RunPlanted(FileCall call, const std::function<void(const fs::path&)>& plant) {
+        const std::size_t at = IndexOf(call);
+        FaultyFileIo io(m_Storage);
+        io.SetHook([&](std::size_t index) {
+            if (index == at) {
+                plant(io.Performed()[index].path);
+            }
+        });
+        return Run(io);
+    }
+
+    void ExpectRejected(const std::string& reason) const {
+        EXPECT_THAT(m_Errors, ElementsAre(AllOf(StartsWith("log copy: cannot write to the USB "),
+                                                EndsWith(": " + reason + ")"))));
+    }
+
+    const fs::path m_Victim = m_Scratch.Path() / "victim";
+};
+
+TEST_F(LogCopyPlantTest, KeepsPlantedFile) {
+    Write(m_Victim, "private");
+    // A second name of the file, since the copy removes the first one with its folder.
+    const auto plant = [this](const fs::path& path) { fs::create_hard_link(m_Victim, path); };
+    EXPECT_EQ(RunPlanted(FileCall::kCreate, plant), -1);
+    ExpectRejected("File exists");
+    EXPECT_EQ(Read(m_Victim), "private");
+    EXPECT_EQ(OnStorage(), Before());
+}
+
+TEST_F(LogCopyPlantTest, DoesNotFollowPlantedLink) {
+    const auto plant = [this](const fs::path& path) { fs::create_symlink(m_Victim, path); };
+    EXPECT_EQ(RunPlanted(FileCall::kCreate, plant), -1);
+    ExpectRejected("File exists");
+    EXPECT_FALSE(fs::exists(m_Victim));
+    EXPECT_EQ(OnStorage(), Before());
+}
+
+TEST_F(LogCopyPlantTest, DoesNotFollowLinkInPlaceOfFolder) {
+    fs::create_directory(m_Victim);
+    const auto isNewFolder = [this](const PerformedCall& performed) {
+        return performed.call == FileCall::kOpen &&
+               performed.path == m_Storage / (".quorvel-unfinished-" + m_CopyName);
+    };
+    FaultyFileIo io(m_Storage);
+    io.SetHook([&](std::size_t index) {
+        const PerformedCall& now = io.Performed()[index];
+        if (isNewFolder(now) && !fs::is_symlink(now.path)) {
+            fs::remove(now.path);
+            fs::create_symlink(m_Victim, now.path);
+        }
+    });
+    EXPECT_EQ(Run(io), -1);
+    ExpectRejected("Not a directory");
+    EXPECT_TRUE(fs::is_empty(m_Victim));
+}
+
+TEST_F(LogCopyTest, WaitsForRunningCopyAtShutdown) {
+    std::promise<void> started;
+    std::promise<void> released;
+    std::thread copy([&] {
+        RunSearch(m_Io, [&] {
+            started.set_value();
+            released.get_future().wait();
+            return Storage();
+        });
+    });
+    started.get_future().wait();
+    EXPECT_FALSE(AwaitLogCopies(std::chrono::milliseconds(10)));
+    released.set_value();
+    EXPECT_TRUE(AwaitLogCopies(kLongEnough));
+    EXPECT_EQ(OnStorage(), After());
+    copy.join();
 }
 
 // The C call itself, with the system's own operations and our real log.
