@@ -1,4 +1,5 @@
-// The failure analysis: the conflicts of one item with a run of so many, and whether it is valid.
+// Measures the failure analysis: the conflicts of one item, by the size of the run, and the
+// validity rules.
 
 #include <benchmark/benchmark.h>
 
@@ -9,7 +10,7 @@
 
 namespace {
 
-// Fills the one result store and makes the analysis store for it.
+// Fills the result store with a run and creates the analysis store.
 QELAnalysisData& LoadStores(int items) {
     BenchData(items).Load(*QELXmlParser::GetInstance());
     delete QELAnalysisData::m_QELAnalysisData;

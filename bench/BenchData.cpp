@@ -14,8 +14,8 @@ std::string TextOf(const char* tag, const std::string& text) {
 }
 
 std::string ItemText(int i) {
-    static const char* const types[] = {"bt", "wifi", "app"};
-    return "    <test>\n" + TextOf("type", types[i % 3]) +
+    static const char* const kTypes[] = {"bt", "wifi", "app"};
+    return "    <test>\n" + TextOf("type", kTypes[i % 3]) +
            TextOf("name", "TEST_ITEM_" + std::to_string(i)) + TextOf("opcode", "11") +
            TextOf("msgcode", "2A") + TextOf("imqs", "0") +
            TextOf("result", i % 2 == 0 ? "fail" : "pass") + TextOf("duration", "500") +
@@ -30,7 +30,7 @@ std::string MakeTemporaryFile() {
     std::string name = (std::filesystem::temp_directory_path() / "quorvel-bench-XXXXXX").string();
     const int descriptor = mkstemp(name.data());
     if (descriptor < 0) {
-        std::perror("quorvel_bench: cannot make a temporary file");
+        std::perror("quorvel_bench: cannot create a temporary file");
         std::exit(EXIT_FAILURE);
     }
     close(descriptor);

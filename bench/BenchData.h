@@ -5,11 +5,11 @@
 
 #include "QELXmlParser.h"
 
-// Result files of a given size and the store that was filled from them.
+// A temporary result file with a given number of items.
 class BenchData {
 public:
-    // Writes a file with so many items, every second of them failed, on four threads with
-    // overlapping times. It is removed with the object.
+    // Writes the file. Every second item is a failed item. The items run on four threads in
+    // overlapping time windows. The destructor removes the file.
     explicit BenchData(int items);
     ~BenchData();
     BenchData(const BenchData&) = delete;
@@ -17,7 +17,7 @@ public:
 
     const std::string& Path() const { return m_Path; }
 
-    // Replaces what the store holds by what the file holds.
+    // Replaces the items of the store by the items of the file.
     void Load(QELXmlParser& store) const;
 
 private:

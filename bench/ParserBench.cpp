@@ -1,4 +1,4 @@
-// The result store: reading a file of so many items, and the text of one item.
+// Measures the result store: parsing a file, by the number of items, and queries of one item.
 
 #include <benchmark/benchmark.h>
 

@@ -1,5 +1,5 @@
-// The platform calls of the programs that measure or fuzz the stores: the log is formatted and
-// thrown away, everything else is refused.
+// The platform calls of the benchmarks and the fuzz targets. A log line is formatted and discarded.
+// Every other call fails.
 
 #include <app_control_internal.h>
 #include <bundle.h>

@@ -1,5 +1,5 @@
-// Runs of test items with any texts in their fields: every failed item can be judged and analysed,
-// and nothing but the two exceptions of a bad code leaves either.
+// Feeds runs with random values to the validity rules and the analysis. Both may throw only the two
+// exceptions of an invalid code.
 
 #include <algorithm>
 #include <stdexcept>
@@ -12,10 +12,11 @@
 
 namespace {
 
-// More would only make each input slower.
-const unsigned int MAX_ITEMS = 12;
+// Limits the time of one input.
+const unsigned int kMaxItems = 12;
 
-// Turns the input into texts: a byte chooses one of the usual ones, or how much is taken as it is.
+// Turns the input into texts. One byte selects a common value or the length of the raw bytes that
+// follow.
 class TextSource {
 public:
     TextSource(const std::uint8_t* data, std::size_t size) : m_Next(data), m_End(data + size) {}
@@ -25,13 +26,17 @@ public:
     std::uint8_t Byte() { return IsEmpty() ? std::uint8_t{0} : *m_Next++; }
 
     std::string Text() {
-        static const char* const usual[] = {"0",   "1",   "2",          "10",          "100",
-                                            "007", "-1",  "2147483647", "-2147483648", "2147483648",
-                                            "50",  "1A",  "0x52",       "14",          "12.5",
-                                            "xyz", "app", "rnsc",       "image",       "fail"};
+        static const char* const kCommon[] = {
+            "0",          "1",           "2",          "10",   "100",   "007",  "-1",
+            "2147483647", "-2147483648", "2147483648", "50",   "1A",    "0x52", "14",
+            "12.5",       "xyz",         "app",        "rnsc", "image", "fail"};
+        const std::size_t count = sizeof(kCommon) / sizeof(kCommon[0]);
         const std::uint8_t choice = Byte();
-        const std::size_t count = sizeof(usual) / sizeof(usual[0]);
-        return choice < 2 * count ? usual[choice % count] : Raw(choice % 16U);
+        // The lowest choices select each common value twice; the others select raw bytes.
+        if (choice < 2 * count) {
+            return kCommon[choice % count];
+        }
+        return Raw(choice % 16U);
     }
 
 private:
@@ -46,20 +51,21 @@ private:
     const std::uint8_t* m_End;
 };
 
-// A bit of the first byte for every field that the item has, the last one for its failure.
+// Adds one item. Each bit of the first byte that is set omits one field; the highest bit makes the
+// item a passed one.
 void AddItem(QELXmlParser& store, TextSource& source) {
-    static const char* const keys[] = {"opcode",   "msgcode", "threadID", "timeAckAbsolute",
-                                       "duration", "type",    "detailed"};
-    const std::uint8_t present = source.Byte();
+    static const char* const kKeys[] = {"opcode",   "msgcode", "threadID", "timeAckAbsolute",
+                                        "duration", "type",    "detailed"};
+    const std::uint8_t omitted = source.Byte();
     ResultItem item = {{"name", "item" + std::to_string(store.m_resultAllData.size())}};
     unsigned int bit = 1;
-    for (const char* key : keys) {
-        if ((present & bit) == 0) {
+    for (const char* key : kKeys) {
+        if ((omitted & bit) == 0) {
             item[key] = source.Text();
         }
         bit <<= 1U;
     }
-    if ((present & bit) == 0) {
+    if ((omitted & bit) == 0) {
         store.m_resultFailData.push_back(item);
     }
     store.m_resultAllData.push_back(item);
@@ -87,14 +93,15 @@ void Judge(QELAnalysisData& data, unsigned int id) {
 
 void CheckAnalysis(const QELXmlParser& store, unsigned int id) {
     const std::string text = AnalysisOf(id);
-    Require(text == AnalysisOf(id), "an analysis is the same every time");
+    Require(text == AnalysisOf(id), "a second analysis gives the same text");
     if (text.empty()) {
         return;
     }
-    Require(text.size() >= 2 && text.front() == '\n' && text.back() == '\n', "the text is framed");
+    Require(text.size() >= 2 && text.front() == '\n' && text.back() == '\n',
+            "the text begins and ends with a line feed");
     const std::string own = "\t" + store.GetResult(id, "name") + "(";
     Require(text == "\n\n" || text.find(own) < text.find('\n', 1),
-            "the item's own line is the first");
+            "the first line names the analysed item");
 }
 
 }  // namespace
@@ -105,9 +112,10 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     QELXmlParser& store = *QELXmlParser::GetInstance();
     store.m_Initialize();
     TextSource source(data, size);
-    while (!source.IsEmpty() && store.GetNumOfResultAll() < MAX_ITEMS) {
+    while (!source.IsEmpty() && store.GetNumOfResultAll() < kMaxItems) {
         AddItem(store, source);
     }
+    // The last id does not exist.
     for (unsigned int id = 0; id <= store.GetNumOfResult(); ++id) {
         Judge(*QELAnalysisData::GetInstance(), id);
         CheckAnalysis(store, id);

@@ -6,10 +6,10 @@
 #include <cstdio>
 #include <cstdlib>
 
-// Runs one input. The fuzzer calls it with what it made up, the replay with the files of a folder.
+// Runs one input. libFuzzer passes generated inputs; Replay.cpp passes stored files. Returns 0.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
 
-// Ends the process, which is what the fuzzer takes for a finding.
+// Aborts the process when the condition does not hold. libFuzzer reports an abort as a finding.
 inline void Require(bool holds, const char* what) {
     if (!holds) {
         std::fprintf(stderr, "does not hold: %s\n", what);

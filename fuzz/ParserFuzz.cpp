@@ -1,4 +1,4 @@
-// Any bytes as a result file: the store reads them without harm and answers every query.
+// Feeds random bytes to the parser as a result file and runs every query of the result store.
 
 #include <libxml/xmlerror.h>
 #include <sys/mman.h>
@@ -12,11 +12,11 @@
 
 namespace {
 
-// A file without a place on a disk, read under the path that the kernel gives every open file.
+// A file in memory. Its path is the file's entry in /proc/self/fd.
 class MemoryFile {
 public:
     MemoryFile() : m_Descriptor(memfd_create("result", MFD_CLOEXEC)) {
-        Require(m_Descriptor >= 0, "a file in memory can be made");
+        Require(m_Descriptor >= 0, "a file in memory can be created");
     }
 
     std::string Path() const { return "/proc/self/fd/" + std::to_string(m_Descriptor); }
@@ -31,7 +31,7 @@ private:
     int m_Descriptor;
 };
 
-// NOLINTNEXTLINE(cert-dcl50-cpp): the signature is the library's
+// NOLINTNEXTLINE(cert-dcl50-cpp): libxml2 defines the signature
 void IgnoreError(void* /*context*/, const char* /*message*/, ...) {}
 
 std::ptrdiff_t LinesOf(const std::string& text) {
@@ -41,21 +41,22 @@ std::ptrdiff_t LinesOf(const std::string& text) {
 void QueryItem(const QELXmlParser& store, unsigned int id) {
     store.GetResult(id);
     const int type = store.GetResultType(id);
-    Require(type >= RESULT_TYPE_INVALID && type <= RESULT_TYPE_IMAGE, "the type is a known one");
+    Require(type >= RESULT_TYPE_INVALID && type <= RESULT_TYPE_IMAGE, "the type is defined");
     for (const char* key : {"name", "detailed", "reason", "opcode", "", "no such key"}) {
         store.GetResult(id, key);
     }
     const std::string detailed = store.GetResult(id, "detailed");
     Require(detailed.find_first_of(";^") == std::string::npos,
-            "no mark is left in a detailed text");
+            "a detailed value contains neither ; nor ^");
 }
 
 void Query(const QELXmlParser& store) {
-    Require(LinesOf(store.GetInformation()) >= 11, "the information has all its lines");
-    Require(LinesOf(store.GetNetworkInfo()) >= 6, "the network has all its lines");
-    Require(LinesOf(store.GetSummary()) >= 3, "the summary has all its lines");
-    Require(store.GetNumOfResult() <= store.GetNumOfResultAll(), "failed items are items");
-    // One more than there are.
+    Require(LinesOf(store.GetInformation()) >= 11, "the information text has all lines");
+    Require(LinesOf(store.GetNetworkInfo()) >= 6, "the network text has all lines");
+    Require(LinesOf(store.GetSummary()) >= 3, "the summary text has all lines");
+    Require(store.GetNumOfResult() <= store.GetNumOfResultAll(),
+            "there are at least as many items as failed items");
+    // The last id of each loop does not exist.
     for (unsigned int id = 0; id <= store.GetNumOfResult(); ++id) {
         QueryItem(store, id);
     }
@@ -72,7 +73,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     file.Replace(data, size);
     QELXmlParser store;
     const bool parsed = store.m_ParseFile(file.Path().c_str());
-    Require(parsed || store.GetNumOfResultAll() == 0, "nothing of a refused file is stored");
+    Require(parsed || store.GetNumOfResultAll() == 0, "no item of a rejected file is stored");
     Query(store);
     return 0;
 }

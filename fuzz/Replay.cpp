@@ -1,4 +1,4 @@
-// Runs a fuzz target on stored inputs: each argument is a file, or a folder of files.
+// Runs a fuzz target on stored inputs. Each argument is a file or a folder of files.
 
 #include <filesystem>
 #include <fstream>
@@ -11,13 +11,13 @@ namespace fs = std::filesystem;
 
 namespace {
 
-int inputs = 0;
+int g_Inputs = 0;
 
 void Run(const fs::path& path) {
     std::ifstream in(path, std::ios::binary);
     const std::string bytes{std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
     LLVMFuzzerTestOneInput(reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size());
-    ++inputs;
+    ++g_Inputs;
 }
 
 }  // namespace
@@ -34,6 +34,6 @@ int main(int argc, char** argv) {
             }
         }
     }
-    std::printf("%d inputs\n", inputs);
-    return inputs > 0 ? EXIT_SUCCESS : EXIT_FAILURE;
+    std::printf("%d inputs\n", g_Inputs);
+    return g_Inputs > 0 ? EXIT_SUCCESS : EXIT_FAILURE;
 }
