@@ -1,10 +1,10 @@
-// Where the sanitizers find what they are to overlook in libraries that are not ours. Linked into
-// every program of a build with sanitizers, so that it holds by hand as well as under ctest.
+// The options of the sanitizers, with the suppressions for other libraries. Linked into every
+// program of a build with sanitizers, so that the options apply without ctest, too.
 // NOLINTBEGIN(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp)
 extern "C" {
 
-// Complete stacks: the toolkit has no frame pointers, and a stack that ends in it would leave only
-// the choice to overlook whole libraries. Twelve frames reach every function that is named.
+// The slow unwinder is needed because EFL has no frame pointers. With incomplete stacks, only whole
+// libraries could be suppressed. Twelve frames reach every function that lsan.supp names.
 const char* __asan_default_options();
 const char* __asan_default_options() {
     return "fast_unwind_on_malloc=0:malloc_context_size=12";
