@@ -1,7 +1,7 @@
-// The stores and the analysis on whole result files. Each folder of tests/golden holds the files of
-// one run and, in expected.txt, everything that the application makes of them. With
-// QUORVEL_UPDATE_GOLDEN=1 in the environment expected.txt is written instead of compared; read the
-// difference before you commit it.
+// Tests of the stores and the analysis with whole result files. Each folder of tests/golden
+// contains the result files of one run and, in expected.txt, the results of all queries and of the
+// analysis. With QUORVEL_UPDATE_GOLDEN=1 in the environment, the test writes expected.txt instead
+// of comparing it. Read the difference before you commit it.
 
 #include <cstdlib>
 #include <filesystem>
@@ -20,23 +20,24 @@ namespace fs = std::filesystem;
 
 namespace {
 
-const char* const CASES[] = {"both_files",           "conflicts",        "damaged_main_file",
-                             "malformed_codes",      "marks_and_markup", "missing_sections",
-                             "network_failure",      "no_failures",      "no_files",
-                             "odd_results_and_types"};
+const char* const kCases[] = {"both_files",           "conflicts",        "damaged_main_file",
+                              "malformed_codes",      "marks_and_markup", "missing_sections",
+                              "network_failure",      "no_failures",      "no_files",
+                              "odd_results_and_types"};
 
 std::string ReadFile(const fs::path& path) {
     std::ifstream in(path, std::ios::binary);
     return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
 }
 
-// text with its line feeds and tabs made visible: on the same line when it is one line, indented
-// below otherwise.
+// Returns text with visible line feeds and tabs. A text of one line stays on the line of its label.
+// A text of several lines is indented below the label.
 std::string Shown(const std::string& text) {
     if (text.empty()) {
         return "\n";
     }
-    const bool isOneLine = text.find('\n') >= text.size() - 1;
+    const size_t firstLineFeed = text.find('\n');
+    const bool isOneLine = firstLineFeed == std::string::npos || firstLineFeed == text.size() - 1;
     const std::string newLine = "\n        ";
     std::string result = isOneLine ? " " : newLine;
     for (size_t i = 0; i < text.size(); ++i) {
@@ -67,7 +68,7 @@ const char* NameOf(app_result_type_e type) {
     return "INVALID";
 }
 
-// What the operation returns, or which exception leaves it.
+// Returns the result of the operation, or the exception that it throws.
 template <typename Operation>
 std::string ResultOf(const Operation& operation) {
     try {
@@ -79,7 +80,7 @@ std::string ResultOf(const Operation& operation) {
     }
 }
 
-// The error lines since the last call.
+// Writes the error lines since the last call.
 void DumpErrors(std::ostream& out) {
     for (const LogLine& line : FakeLog::Errors()) {
         out << "    error of " << line.file << ", " << line.function << ":" << Shown(line.message);
@@ -115,7 +116,7 @@ void DumpAllItems(std::ostream& out, const QELXmlParser& store) {
     }
 }
 
-// Reads the files at the fixed place and tells what the application makes of them.
+// Parses the files in the data folder and returns the results of all queries and of the analysis.
 std::string Dump() {
     std::ostringstream out;
     QELXmlParser& store = *QELXmlParser::GetInstance();
@@ -133,7 +134,7 @@ class GoldenTest : public StoreTest, public testing::WithParamInterface<const ch
 protected:
     static fs::path Folder() { return fs::path(QUORVEL_GOLDEN_FOLDER) / GetParam(); }
 
-    static void LayFiles() {
+    static void CopyFiles() {
         for (const char* name : {"qelRnscXml.xml", "qelXml.xml"}) {
             if (fs::exists(Folder() / name)) {
                 fs::copy_file(Folder() / name, PrivateData::Path(name));
@@ -142,8 +143,8 @@ protected:
     }
 };
 
-TEST_P(GoldenTest, GivesWhatIsExpected) {
-    LayFiles();
+TEST_P(GoldenTest, MatchesExpectedText) {
+    CopyFiles();
     const std::string dump = Dump();
     const fs::path expected = Folder() / "expected.txt";
     if (std::getenv("QUORVEL_UPDATE_GOLDEN") != nullptr) {
@@ -154,15 +155,15 @@ TEST_P(GoldenTest, GivesWhatIsExpected) {
     EXPECT_EQ(dump, ReadFile(expected));
 }
 
-INSTANTIATE_TEST_SUITE_P(Runs, GoldenTest, testing::ValuesIn(CASES),
+INSTANTIATE_TEST_SUITE_P(Runs, GoldenTest, testing::ValuesIn(kCases),
                          [](const auto& run) { return std::string(run.param); });
 
-TEST(GoldenFolderTest, EveryFolderIsACase) {
+TEST(GoldenFolderTest, ListsEveryFolder) {
     std::vector<std::string> folders;
     for (const auto& entry : fs::directory_iterator(QUORVEL_GOLDEN_FOLDER)) {
         folders.push_back(entry.path().filename().string());
     }
-    EXPECT_THAT(folders, testing::UnorderedElementsAreArray(CASES));
+    EXPECT_THAT(folders, testing::UnorderedElementsAreArray(kCases));
 }
 
 }  // namespace

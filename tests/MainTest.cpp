@@ -1,12 +1,9 @@
-// The entry of the program, which the build compiles for the tests under another name.
+// Tests of the entry point. The build compiles src/main.cpp for the tests with main renamed to
+// QuorvelMain.
 
 #include <gmock/gmock.h>
 
-#include <algorithm>
-#include <cstddef>
 #include <cstring>
-#include <functional>
-#include <iterator>
 #include <optional>
 #include <string>
 #include <vector>
@@ -27,8 +24,8 @@ namespace {
 
 using testing::ElementsAre;
 
-// What stands before anything has run.
-struct StartValues_s {
+// The static members of the application before main.
+struct StartValues {
     bool hasWindow = QELApp::m_QelWindow != nullptr;
     bool hasStore = QELXmlParser::m_qelXmlParser != nullptr;
     bool hasAnalysisStore = QELAnalysisData::m_QELAnalysisData != nullptr;
@@ -38,52 +35,25 @@ struct StartValues_s {
     bool hasCaptured = QELButtonLogCapture::doCaptureLog;
     bool hasPanel = QELItemDetailView::m_bgItemDetailView != nullptr;
 };
-const StartValues_s START_VALUES;
+const StartValues kStartValues;
 
-// Leaves something where the next function has its record.
-[[gnu::noinline]] void SoilTheStack() {
-    volatile char soil[4096];
-    for (volatile char& byte : soil) {
+// Fills the stack memory of the next function, so that a record that is not zero-filled is found.
+[[gnu::noinline]] void FillStack() {
+    volatile char memory[4096];
+    for (volatile char& byte : memory) {
         byte = 0x5A;
     }
 }
 
-TEST(StartTest, NothingExistsAndNothingRuns) {
-    EXPECT_FALSE(START_VALUES.hasWindow);
-    EXPECT_FALSE(START_VALUES.hasStore);
-    EXPECT_FALSE(START_VALUES.hasAnalysisStore);
-    EXPECT_FALSE(START_VALUES.hasPopup);
-    EXPECT_FALSE(START_VALUES.hasTimer);
-    EXPECT_FALSE(START_VALUES.runs);
-    EXPECT_FALSE(START_VALUES.hasCaptured);
-    EXPECT_FALSE(START_VALUES.hasPanel);
-}
-
-TEST(RecordTest, FieldsStandInTheirOrder) {
-    const std::size_t offsets[] = {offsetof(_appdata, win),
-                                   offsetof(_appdata, table),
-                                   offsetof(_appdata, titleLabel),
-                                   offsetof(_appdata, itemList),
-                                   offsetof(_appdata, itemLabel),
-                                   offsetof(_appdata, itemImage),
-                                   offsetof(_appdata, detailLabel),
-                                   offsetof(_appdata, infoLabelLeft),
-                                   offsetof(_appdata, infoLabelRight),
-                                   offsetof(_appdata, logCaptureButton)};
-    EXPECT_EQ(offsets[0], 0U);
-    EXPECT_EQ(std::adjacent_find(std::begin(offsets), std::end(offsets), std::greater_equal<>()),
-              std::end(offsets));
-}
-
-TEST(RecordTest, LocationsHaveTheirNumbers) {
-    EXPECT_THAT((std::vector<int>{TABLE_LOCATION_TITLE, TABLE_LOCATION_INFO_LEFT,
-                                  TABLE_LOCATION_INFO_RIGHT, TABLE_LOCATION_ITEM_LIST,
-                                  TABLE_LOCATION_ITEM_VIEW, TABLE_LOCATION_ITEM_DETAIL,
-                                  TABLE_LOCATION_LOG_CAPTURE, TABLE_LOCATION_BACKGROUND}),
-                ElementsAre(1, 2, 3, 4, 5, 6, 7, 9));
-    EXPECT_THAT(
-        (std::vector<int>{POPUP_LOCATION_LABEL, POPUP_LOCATION_PROGRESS, POPUP_LOCATION_BUTTON}),
-        ElementsAre(0, 1, 2));
+TEST(MainStartTest, BeginsWithoutWindowStoresAndPopup) {
+    EXPECT_FALSE(kStartValues.hasWindow);
+    EXPECT_FALSE(kStartValues.hasStore);
+    EXPECT_FALSE(kStartValues.hasAnalysisStore);
+    EXPECT_FALSE(kStartValues.hasPopup);
+    EXPECT_FALSE(kStartValues.hasTimer);
+    EXPECT_FALSE(kStartValues.runs);
+    EXPECT_FALSE(kStartValues.hasCaptured);
+    EXPECT_FALSE(kStartValues.hasPanel);
 }
 
 class MainTest : public testing::Test {
@@ -92,37 +62,37 @@ protected:
     void TearDown() override { FakeApp::Clear(); }
 
     int Run() {
-        SoilTheStack();
-        return QuorvelMain(3, m_argv);
+        FillStack();
+        return QuorvelMain(3, m_Argv);
     }
 
-    char m_program[8] = "quorvel";
-    char m_first[8] = "A=1";
-    char m_second[8] = "B=2";
-    char* m_argv[4] = {m_program, m_first, m_second, nullptr};
+    char m_Program[8] = "quorvel";
+    char m_First[8] = "A=1";
+    char m_Second[8] = "B=2";
+    char* m_Argv[4] = {m_Program, m_First, m_Second, nullptr};
 };
 
-TEST_F(MainTest, LogsTheStartLineAtErrorLevel) {
+TEST_F(MainTest, LogsStartLineAsError) {
     Run();
     EXPECT_THAT(FakeLog::Lines(), ElementsAre(ErrorLine("quorvel is launched.", "main.cpp")));
 }
 
-TEST_F(MainTest, LogsTheStartLineBeforeThePlatformTakesOver) {
+TEST_F(MainTest, LogsStartLineBeforePlatformCall) {
     std::vector<std::string> logged;
     FakeApp::SetMainBody([&logged](const FakeApp::MainCall&) { logged = FakeLog::Messages(); });
     Run();
     EXPECT_THAT(logged, ElementsAre("quorvel is launched."));
 }
 
-TEST_F(MainTest, HandsItsArgumentsToThePlatform) {
+TEST_F(MainTest, PassesArgumentsToPlatform) {
     Run();
     const std::optional<FakeApp::MainCall> call = FakeApp::LastMainCall();
     ASSERT_TRUE(call.has_value());
     EXPECT_EQ(call->argc, 3);
-    EXPECT_EQ(call->argv, m_argv);
+    EXPECT_EQ(call->argv, m_Argv);
 }
 
-TEST_F(MainTest, HandsTheFiveCallbacksToThePlatform) {
+TEST_F(MainTest, PassesFiveCallbacksToPlatform) {
     Run();
     const std::optional<FakeApp::MainCall> call = FakeApp::LastMainCall();
     ASSERT_TRUE(call.has_value());
@@ -133,7 +103,7 @@ TEST_F(MainTest, HandsTheFiveCallbacksToThePlatform) {
     EXPECT_EQ(call->callbacks.app_control, &QELApp::s_Control);
 }
 
-TEST_F(MainTest, HandsAZeroFilledRecordToThePlatform) {
+TEST_F(MainTest, PassesZeroFilledRecordToPlatform) {
     const _appdata zero = {};
     bool isZero = false;
     FakeApp::SetMainBody([&zero, &isZero](const FakeApp::MainCall& call) {
@@ -144,12 +114,12 @@ TEST_F(MainTest, HandsAZeroFilledRecordToThePlatform) {
     EXPECT_TRUE(isZero);
 }
 
-TEST_F(MainTest, ReturnsZeroWithoutAnotherLineWhenThePlatformEndsWell) {
+TEST_F(MainTest, ReturnsZeroAndLogsNothingElseOnSuccess) {
     EXPECT_EQ(Run(), 0);
     EXPECT_EQ(FakeLog::Lines().size(), 1U);
 }
 
-TEST_F(MainTest, LogsAndReturnsTheErrorOfThePlatform) {
+TEST_F(MainTest, LogsAndReturnsPlatformError) {
     for (const int error : {1, -22}) {
         FakeLog::Clear();
         FakeApp::SetMainResult(error);

@@ -25,12 +25,12 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-const char* const FLAG_FILE = "/tmp/qel_first_execute";
-const char* const SOURCE = "QELApp.cpp";
+const char* const kFlagFile = "/tmp/qel_first_execute";
+const char* const kSource = "QELApp.cpp";
 
 class QELAppTest : public ScreenTest {
 protected:
-    // A launch request with the value; its key is the one that the application reads.
+    // Sends a launch request with the value under the key that the application reads.
     void Request(const std::string& value) {
         QELApp::s_Control(FakeApp::Request({{"EXEPARAM", value}}), &ad);
     }
@@ -42,45 +42,45 @@ protected:
 
 // --- create
 
-TEST_F(QELAppTest, StartsWithoutAWindow) {
+TEST_F(QELAppTest, StartsWithoutWindow) {
     EXPECT_FALSE(HasWindow());
 }
 
-TEST_F(QELAppTest, CreateMakesTheWindow) {
+TEST_F(QELAppTest, CreatesWindow) {
     EXPECT_TRUE(QELApp::s_Create(&ad));
     EXPECT_TRUE(HasWindow());
     EXPECT_NE(ad.win, nullptr);
     ASSERT_FALSE(FakeLog::Lines().empty());
-    EXPECT_THAT(FakeLog::Lines().front(), InfoLine("s_Create is called", SOURCE, "s_Create"));
+    EXPECT_THAT(FakeLog::Lines().front(), InfoLine("s_Create is called", kSource, "s_Create"));
 }
 
-TEST_F(QELAppTest, WindowIsKnownBeforeItIsBuilt) {
+TEST_F(QELAppTest, StoresWindowBeforeBuildingIt) {
     bool known = false;
     ToolkitCalls::OnCall("elm_app_base_scale_set", [&known] { known = HasWindow(); });
     QELApp::s_Create(&ad);
     EXPECT_TRUE(known);
 }
 
-TEST_F(QELAppTest, CreateWithoutDataIsRefused) {
+TEST_F(QELAppTest, RejectsCreateWithoutData) {
     EXPECT_FALSE(QELApp::s_Create(nullptr));
     EXPECT_FALSE(HasWindow());
     EXPECT_THAT(FakeLog::Lines(),
-                ElementsAre(InfoLine("s_Create is called", SOURCE, "s_Create"),
-                            ErrorLine("void* parameter is not valid", SOURCE, "s_Create")));
+                ElementsAre(InfoLine("s_Create is called", kSource, "s_Create"),
+                            ErrorLine("void* parameter is not valid", kSource, "s_Create")));
 }
 
-TEST_F(QELAppTest, CreateWithoutMemoryForTheWindowIsRefused) {
+TEST_F(QELAppTest, RejectsCreateWithoutMemoryForWindow) {
     const FailingNew failing(1);
     EXPECT_FALSE(QELApp::s_Create(&ad));
     EXPECT_TRUE(failing.HasFailed());
     EXPECT_FALSE(HasWindow());
     EXPECT_EQ(ad.win, nullptr);
     EXPECT_THAT(FakeLog::Lines(),
-                ElementsAre(InfoLine("s_Create is called", SOURCE, "s_Create"),
-                            ErrorLine("QELWindow creation is failed.", SOURCE, "s_Create")));
+                ElementsAre(InfoLine("s_Create is called", kSource, "s_Create"),
+                            ErrorLine("QELWindow creation is failed.", kSource, "s_Create")));
 }
 
-TEST_F(QELAppTest, CreateCanBeTriedAgainAfterAFailure) {
+TEST_F(QELAppTest, CreatesWindowAfterFailedCreate) {
     {
         const FailingNew failing(1);
         EXPECT_FALSE(QELApp::s_Create(&ad));
@@ -89,15 +89,15 @@ TEST_F(QELAppTest, CreateCanBeTriedAgainAfterAFailure) {
     EXPECT_TRUE(HasWindow());
 }
 
-TEST_F(QELAppTest, CreateSucceedsEvenWhenTheWindowsContentFails) {
-    // The window, the store, the popup.
+TEST_F(QELAppTest, ReturnsTrueWhenWindowContentFails) {
+    // The first allocation is the window, the second the result store, the third the popup.
     const FailingNew failing(3);
     EXPECT_TRUE(QELApp::s_Create(&ad));
     EXPECT_TRUE(failing.HasFailed());
     EXPECT_TRUE(LoggedError("popupLoading is failed to create", "QELWindow.cpp"));
 }
 
-TEST_F(QELAppTest, SecondCreateLeavesTheWindowUntouched) {
+TEST_F(QELAppTest, KeepsWindowOnSecondCreate) {
     QELApp::s_Create(&ad);
     const QELWindow* window = QELApp::m_QelWindow;
     const _appdata before = ad;
@@ -110,37 +110,37 @@ TEST_F(QELAppTest, SecondCreateLeavesTheWindowUntouched) {
     EXPECT_EQ(ad.win, before.win);
     EXPECT_EQ(ad.table, before.table);
     EXPECT_THAT(ToolkitCalls::Take({}), IsEmpty());
-    EXPECT_THAT(FakeLog::Lines(), ElementsAre(InfoLine("s_Create is called", SOURCE, "s_Create")));
+    EXPECT_THAT(FakeLog::Lines(), ElementsAre(InfoLine("s_Create is called", kSource, "s_Create")));
 }
 
 // --- control: requests that do not close
 
-TEST_F(QELAppTest, RequestAsksForOneValueOnly) {
+TEST_F(QELAppTest, ReadsOneValueOfRequest) {
     Request("anything");
-    EXPECT_THAT(FakeApp::AskedKeys(), ElementsAre("EXEPARAM"));
+    EXPECT_THAT(FakeApp::RequestedKeys(), ElementsAre("EXEPARAM"));
     EXPECT_THAT(FakeLog::Lines(),
-                ElementsAre(InfoLine("s_Control is called", SOURCE, "s_Control")));
+                ElementsAre(InfoLine("s_Control is called", kSource, "s_Control")));
 }
 
-TEST_F(QELAppTest, FirstRequestCreatesCounterAndFlagFile) {
+TEST_F(QELAppTest, CreatesCounterAndFlagFileOnFirstRequest) {
     QELApp::s_Control(FakeApp::Request({}), &ad);
     EXPECT_EQ(LaunchCount(), "1\n");
-    ASSERT_TRUE(fs::exists(FLAG_FILE));
-    EXPECT_EQ(fs::file_size(FLAG_FILE), 0U);
+    ASSERT_TRUE(fs::exists(kFlagFile));
+    EXPECT_EQ(fs::file_size(kFlagFile), 0U);
     EXPECT_FALSE(IsCloseRequested());
 }
 
-TEST_F(QELAppTest, EveryFurtherRequestCountsAndTruncatesTheFlagFile) {
+TEST_F(QELAppTest, CountsAndTruncatesFlagFileOnFurtherRequests) {
     QELApp::s_Control(FakeApp::Request({}), &ad);
     for (const char* count : {"2\n", "3\n"}) {
-        std::ofstream(FLAG_FILE) << "old";
+        std::ofstream(kFlagFile) << "old";
         QELApp::s_Control(FakeApp::Request({}), &ad);
         EXPECT_EQ(LaunchCount(), count);
-        EXPECT_EQ(fs::file_size(FLAG_FILE), 0U);
+        EXPECT_EQ(fs::file_size(kFlagFile), 0U);
     }
 }
 
-TEST_F(QELAppTest, OtherValuesAreLaunches) {
+TEST_F(QELAppTest, CountsRequestWithOtherValue) {
     int launches = 0;
     for (const char* value : {"close", "CLOS", "", "Close", " CLOSE", "OPEN"}) {
         Request(value);
@@ -149,13 +149,13 @@ TEST_F(QELAppTest, OtherValuesAreLaunches) {
     EXPECT_FALSE(IsCloseRequested());
 }
 
-TEST_F(QELAppTest, CloseUnderAnotherKeyIsALaunch) {
+TEST_F(QELAppTest, CountsRequestWithCloseUnderOtherKey) {
     QELApp::s_Control(FakeApp::Request({{"exeparam", "CLOSE"}, {"PARAM", "CLOSE"}}), &ad);
     EXPECT_EQ(LaunchCount(), "1\n");
     EXPECT_FALSE(IsCloseRequested());
 }
 
-TEST_F(QELAppTest, LaunchLeavesTheWindowUntouched) {
+TEST_F(QELAppTest, KeepsWindowOnRequest) {
     QELApp::s_Create(&ad);
     const QELWindow* window = QELApp::m_QelWindow;
     Request("again");
@@ -163,63 +163,64 @@ TEST_F(QELAppTest, LaunchLeavesTheWindowUntouched) {
     EXPECT_NE(ad.win, nullptr);
 }
 
-TEST_F(QELAppTest, RequestIsServedThoughTheCounterIsStuck) {
+TEST_F(QELAppTest, CreatesFlagFileWithInvalidCounter) {
     PrivateData::Write("num_of_launch", "abc");
     Request("x");
     EXPECT_EQ(LaunchCount(), "abc");
-    EXPECT_TRUE(fs::exists(FLAG_FILE));
+    EXPECT_TRUE(fs::exists(kFlagFile));
 }
 
-TEST_F(QELAppTest, FlagFileThatCannotBeCreatedIsLoggedAfterCounting) {
-    fs::create_directory(FLAG_FILE);
+TEST_F(QELAppTest, LogsFailedFlagFileAfterCounting) {
+    fs::create_directory(kFlagFile);
     Request("x");
     EXPECT_EQ(LaunchCount(), "1\n");
     EXPECT_THAT(FakeLog::Lines(),
-                ElementsAre(InfoLine("s_Control is called", SOURCE, "s_Control"),
-                            ErrorLine("failed to create flag file", SOURCE, "s_Control")));
+                ElementsAre(InfoLine("s_Control is called", kSource, "s_Control"),
+                            ErrorLine("failed to create flag file", kSource, "s_Control")));
 }
 
-TEST_F(QELAppTest, RejectsAFifoAsFlagFileWithoutBlocking) {
-    ASSERT_EQ(mkfifo(FLAG_FILE, 0600), 0);
+TEST_F(QELAppTest, RejectsFifoAsFlagFileWithoutBlocking) {
+    ASSERT_EQ(mkfifo(kFlagFile, 0600), 0);
     Request("x");
     EXPECT_EQ(LaunchCount(), "1\n");
-    EXPECT_TRUE(LoggedError("failed to create flag file", SOURCE));
+    EXPECT_TRUE(LoggedError("failed to create flag file", kSource));
 }
 
-// The link leads the flag file to the counter, which is empty once the file was made.
-TEST_F(QELAppTest, FlagFileIsMadeAfterCounting) {
+// The flag file is a link to the counter. The counter is therefore empty when the flag file is
+// created last.
+TEST_F(QELAppTest, CreatesFlagFileAfterCounting) {
     PrivateData::Write("num_of_launch", "7");
-    fs::create_symlink(PrivateData::Path("num_of_launch"), FLAG_FILE);
+    fs::create_symlink(PrivateData::Path("num_of_launch"), kFlagFile);
     Request("x");
     EXPECT_EQ(LaunchCount(), "");
     EXPECT_TRUE(LoggedNoError());
 }
 
-// Not even converted, which would be said.
-TEST_F(QELAppTest, RequestWithoutDataIsIgnored) {
+// The conversion would log an error.
+TEST_F(QELAppTest, IgnoresRequestWithoutData) {
     FakeApp::SetConversionResult(APP_CONTROL_ERROR_INVALID_PARAMETER);
     QELApp::s_Control(FakeApp::Request({{"EXEPARAM", "CLOSE"}}), nullptr);
-    EXPECT_THAT(FakeApp::AskedKeys(), IsEmpty());
+    EXPECT_THAT(FakeApp::RequestedKeys(), IsEmpty());
     EXPECT_FALSE(PrivateData::Exists("num_of_launch"));
-    EXPECT_FALSE(fs::exists(FLAG_FILE));
+    EXPECT_FALSE(fs::exists(kFlagFile));
     EXPECT_FALSE(IsCloseRequested());
     EXPECT_THAT(FakeLog::Lines(),
-                ElementsAre(InfoLine("s_Control is called", SOURCE, "s_Control")));
+                ElementsAre(InfoLine("s_Control is called", kSource, "s_Control")));
 }
 
-TEST_F(QELAppTest, RequestThatCannotBeConvertedIsIgnored) {
+TEST_F(QELAppTest, IgnoresRequestWithoutBundle) {
     FakeApp::SetConversionResult(APP_CONTROL_ERROR_INVALID_PARAMETER);
     Request("CLOSE");
-    EXPECT_THAT(FakeApp::AskedKeys(), IsEmpty());
+    EXPECT_THAT(FakeApp::RequestedKeys(), IsEmpty());
     EXPECT_FALSE(PrivateData::Exists("num_of_launch"));
-    EXPECT_FALSE(fs::exists(FLAG_FILE));
+    EXPECT_FALSE(fs::exists(kFlagFile));
     EXPECT_FALSE(IsCloseRequested());
     EXPECT_THAT(FakeLog::Lines(),
-                ElementsAre(InfoLine("s_Control is called", SOURCE, "s_Control"),
-                            ErrorLine("failed to initialize tempBundle", SOURCE, "s_Control")));
+                ElementsAre(InfoLine("s_Control is called", kSource, "s_Control"),
+                            ErrorLine("failed to initialize tempBundle", kSource, "s_Control")));
 }
 
-TEST_F(QELAppTest, ResultOfTheValueLookupDoesNotMatter) {
+TEST_F(QELAppTest, IgnoresResultOfValueLookup) {
     FakeApp::SetValueResult(-22);
     Request("CLOSE");
     EXPECT_TRUE(IsCloseRequested());
@@ -232,7 +233,7 @@ TEST_F(QELAppTest, ResultOfTheValueLookupDoesNotMatter) {
 
 class QELAppCloseTest : public QELAppTest, public testing::WithParamInterface<const char*> {};
 
-TEST_P(QELAppCloseTest, ValueThatBeginsWithCloseEndsTheApplication) {
+TEST_P(QELAppCloseTest, ClosesOnValueWithPrefixClose) {
     QELApp::s_Create(&ad);
     FakeLog::Clear();
     Request(GetParam());
@@ -240,16 +241,16 @@ TEST_P(QELAppCloseTest, ValueThatBeginsWithCloseEndsTheApplication) {
     EXPECT_EQ(ad.win, nullptr);
     EXPECT_EQ(ToolkitCalls::Count("elm_exit"), 1);
     EXPECT_FALSE(PrivateData::Exists("num_of_launch"));
-    EXPECT_FALSE(fs::exists(FLAG_FILE));
+    EXPECT_FALSE(fs::exists(kFlagFile));
     EXPECT_THAT(FakeLog::Lines(),
-                ElementsAre(InfoLine("s_Control is called", SOURCE, "s_Control")));
+                ElementsAre(InfoLine("s_Control is called", kSource, "s_Control")));
 }
 
 INSTANTIATE_TEST_SUITE_P(Values, QELAppCloseTest,
                          testing::Values("CLOSE", "CLOSEX", "CLOSED", "CLOSE_NOW"),
                          [](const auto& value) { return std::string(value.param); });
 
-TEST_F(QELAppTest, CloseTearsTheWindowDownBeforeItEndsTheMainLoop) {
+TEST_F(QELAppTest, DestroysWindowBeforeEndingMainLoop) {
     QELApp::s_Create(&ad);
     const Evas_Object* win = ad.win;
     ToolkitCalls::Start();
@@ -261,13 +262,13 @@ TEST_F(QELAppTest, CloseTearsTheWindowDownBeforeItEndsTheMainLoop) {
     EXPECT_EQ(calls.back(), "elm_exit()");
 }
 
-TEST_F(QELAppTest, CloseWithoutAWindowStillEndsTheMainLoop) {
+TEST_F(QELAppTest, EndsMainLoopWithoutWindow) {
     Request("CLOSE");
     EXPECT_EQ(ToolkitCalls::Count("elm_exit"), 1);
     EXPECT_EQ(ToolkitCalls::Count("evas_object_del"), 0);
 }
 
-TEST_F(QELAppTest, TerminateAfterCloseFindsNoWindow) {
+TEST_F(QELAppTest, DestroysNothingOnTerminateAfterClose) {
     QELApp::s_Create(&ad);
     Request("CLOSE");
     FakeLog::Clear();
@@ -275,12 +276,12 @@ TEST_F(QELAppTest, TerminateAfterCloseFindsNoWindow) {
     QELApp::s_Terminate(&ad);
     EXPECT_EQ(ToolkitCalls::Count("evas_object_del"), 0);
     EXPECT_THAT(FakeLog::Lines(),
-                ElementsAre(InfoLine("s_Terminate is called", SOURCE, "s_Terminate")));
+                ElementsAre(InfoLine("s_Terminate is called", kSource, "s_Terminate")));
 }
 
 // --- pause, resume, terminate
 
-TEST_F(QELAppTest, PauseAndResumeOnlyLog) {
+TEST_F(QELAppTest, OnlyLogsPauseAndResume) {
     QELApp::s_Create(&ad);
     const QELWindow* window = QELApp::m_QelWindow;
     FakeLog::Clear();
@@ -291,13 +292,13 @@ TEST_F(QELAppTest, PauseAndResumeOnlyLog) {
     QELApp::s_Resume(nullptr);
     EXPECT_EQ(QELApp::m_QelWindow, window);
     EXPECT_THAT(ToolkitCalls::Take({}), IsEmpty());
-    EXPECT_THAT(FakeLog::Lines(), ElementsAre(InfoLine("s_Pause is called", SOURCE, "s_Pause"),
-                                              InfoLine("s_Resume is called", SOURCE, "s_Resume"),
-                                              InfoLine("s_Pause is called", SOURCE, "s_Pause"),
-                                              InfoLine("s_Resume is called", SOURCE, "s_Resume")));
+    EXPECT_THAT(FakeLog::Lines(), ElementsAre(InfoLine("s_Pause is called", kSource, "s_Pause"),
+                                              InfoLine("s_Resume is called", kSource, "s_Resume"),
+                                              InfoLine("s_Pause is called", kSource, "s_Pause"),
+                                              InfoLine("s_Resume is called", kSource, "s_Resume")));
 }
 
-TEST_F(QELAppTest, TerminateTearsTheWindowDown) {
+TEST_F(QELAppTest, DestroysWindowOnTerminate) {
     QELApp::s_Create(&ad);
     FakeLog::Clear();
     QELApp::s_Terminate(&ad);
@@ -306,21 +307,21 @@ TEST_F(QELAppTest, TerminateTearsTheWindowDown) {
     EXPECT_EQ(ad.itemList, nullptr);
     EXPECT_FALSE(IsCloseRequested());
     EXPECT_THAT(FakeLog::Lines(),
-                ElementsAre(InfoLine("s_Terminate is called", SOURCE, "s_Terminate")));
+                ElementsAre(InfoLine("s_Terminate is called", kSource, "s_Terminate")));
 }
 
-TEST_F(QELAppTest, TerminateWithoutDataLeavesTheWindow) {
+TEST_F(QELAppTest, KeepsWindowOnTerminateWithoutData) {
     QELApp::s_Create(&ad);
     FakeLog::Clear();
     QELApp::s_Terminate(nullptr);
     EXPECT_TRUE(HasWindow());
     EXPECT_NE(ad.win, nullptr);
     EXPECT_THAT(FakeLog::Lines(),
-                ElementsAre(InfoLine("s_Terminate is called", SOURCE, "s_Terminate"),
-                            ErrorLine("void* parameter is not valid", SOURCE, "s_Terminate")));
+                ElementsAre(InfoLine("s_Terminate is called", kSource, "s_Terminate"),
+                            ErrorLine("void* parameter is not valid", kSource, "s_Terminate")));
 }
 
-TEST_F(QELAppTest, StoresAndPopupOutliveTheWindow) {
+TEST_F(QELAppTest, KeepsStoresAndPopupAfterTerminate) {
     QELApp::s_Create(&ad);
     const auto* parser = QELXmlParser::m_qelXmlParser;
     const auto* popup = QELPopupLoading::m_QELPopupLoading;
@@ -333,7 +334,7 @@ TEST_F(QELAppTest, StoresAndPopupOutliveTheWindow) {
 
 // --- from start to analysed text
 
-const char* const RUN =
+const char* const kRun =
     "<run><Information><model>M1</model></Information><Network><type>wifi</type></Network>"
     "<Summary><duration>60</duration></Summary><RNSCImage></RNSCImage><RNSCTest></RNSCTest>"
     "<FAnetTest>"
@@ -361,7 +362,7 @@ protected:
                                             condition);
     }
 
-    void ConfirmTheAnalysis() {
+    void ConfirmAnalysis() {
         ASSERT_TRUE(WaitForFocus(QELPopupLoading::m_Button));
         EXPECT_EQ(TextOf(QELPopupLoading::m_PopupLabel),
                   "<align=left left_margin=30 wrap=char>Analysis is completed.");
@@ -371,11 +372,11 @@ protected:
     }
 };
 
-TEST_F(QELAppScenarioTest, KeysLeadFromTheStartToTheAnalysedText) {
+TEST_F(QELAppScenarioTest, ShowsAnalysisTextAfterKeys) {
     const std::string alpha =
         "<align=left left_margin=20 wrap=char font_size=15>type=app<br/>duration=500<br/><br/>";
     const std::string orange = "<align=left left_margin=20 wrap=char font_size=15 color=#FF8000>";
-    PrivateData::WriteMain(RUN);
+    PrivateData::WriteMain(kRun);
     ASSERT_TRUE(QELApp::s_Create(&ad));
     QELApp::s_Control(FakeApp::Request({}), &ad);
     Screen::Settle(ad.win);
@@ -390,7 +391,7 @@ TEST_F(QELAppScenarioTest, KeysLeadFromTheStartToTheAnalysedText) {
 
     Key("Return");
     EXPECT_TRUE(IsVisible(QELPopupLoading::m_Popup));
-    ConfirmTheAnalysis();
+    ConfirmAnalysis();
     EXPECT_EQ(TextOf(ad.detailLabel), alpha + orange) << "before the focus comes back to the row";
 
     Key("Down");

@@ -15,25 +15,25 @@ struct app_control_s {
 
 namespace {
 
-struct State_s {
+struct AppState {
     int mainResult = APP_ERROR_NONE;
     std::function<void(const FakeApp::MainCall&)> mainBody;
     std::optional<FakeApp::MainCall> mainCall;
     int conversionResult = APP_CONTROL_ERROR_NONE;
     std::optional<int> valueResult;
-    std::vector<std::string> askedKeys;
+    std::vector<std::string> requestedKeys;
     std::list<app_control_s> requests;
 };
 
-State_s& State() {
-    static State_s state;
+AppState& State() {
+    static AppState state;
     return state;
 }
 
 }  // namespace
 
 void FakeApp::Clear() {
-    State() = State_s();
+    State() = AppState();
 }
 
 void FakeApp::SetMainResult(int result) {
@@ -60,12 +60,12 @@ void FakeApp::SetValueResult(int result) {
     State().valueResult = result;
 }
 
-std::vector<std::string> FakeApp::AskedKeys() {
-    return State().askedKeys;
+std::vector<std::string> FakeApp::RequestedKeys() {
+    return State().requestedKeys;
 }
 
 int ui_app_main(int argc, char** argv, ui_app_lifecycle_callback_s* callback, void* user_data) {
-    State_s& state = State();
+    AppState& state = State();
     state.mainCall = FakeApp::MainCall{argc, argv, *callback, user_data};
     if (state.mainBody) {
         state.mainBody(*state.mainCall);
@@ -81,11 +81,12 @@ int app_control_to_bundle(app_control_h app_control, bundle** data) {
 }
 
 int bundle_get_str(bundle* b, const char* key, char** str) {
-    State().askedKeys.emplace_back(key);
+    State().requestedKeys.emplace_back(key);
     const auto entry = b->values.find(key);
     if (entry != b->values.end()) {
         *str = entry->second.data();
     }
-    const int usual = entry == b->values.end() ? BUNDLE_ERROR_KEY_NOT_AVAILABLE : BUNDLE_ERROR_NONE;
-    return State().valueResult.value_or(usual);
+    const int result =
+        entry == b->values.end() ? BUNDLE_ERROR_KEY_NOT_AVAILABLE : BUNDLE_ERROR_NONE;
+    return State().valueResult.value_or(result);
 }

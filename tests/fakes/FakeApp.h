@@ -9,11 +9,11 @@
 #include <string>
 #include <vector>
 
-// The application framework of the tests: runs no main loop, but keeps what it was asked for and
-// answers what it was told to. Main thread only.
+// A fake of the application framework. It runs no main loop. It records its calls and returns the
+// results that a test sets. Main thread only.
 class FakeApp {
 public:
-    // One call of ui_app_main.
+    // The arguments of one call of ui_app_main.
     struct MainCall {
         int argc;
         char** argv;
@@ -23,22 +23,24 @@ public:
 
     FakeApp() = delete;
 
-    // Forgets everything and answers with success again.
+    // Deletes the recorded calls and the launch requests, and makes every call succeed again.
     static void Clear();
 
-    // What ui_app_main returns from now on, and what it does before.
+    // Sets the result of ui_app_main.
     static void SetMainResult(int result);
+    // Sets a function that ui_app_main calls before it returns.
     static void SetMainBody(const std::function<void(const MainCall&)>& body);
+    // Returns the last call of ui_app_main, if there was one.
     static std::optional<MainCall> LastMainCall();
 
-    // A launch request with these values, good until Clear.
+    // Returns a launch request with these values. It is valid until Clear.
     static app_control_h Request(const std::map<std::string, std::string>& values);
-    // What app_control_to_bundle returns from now on; anything but 0 gives no bundle.
+    // Sets the result of app_control_to_bundle. With any result except 0 it returns no bundle.
     static void SetConversionResult(int result);
-    // What bundle_get_str returns from now on, whether it finds a value or not.
+    // Sets the result of bundle_get_str. The call still stores the value that it finds.
     static void SetValueResult(int result);
-    // The keys that bundle_get_str was asked for.
-    static std::vector<std::string> AskedKeys();
+    // Returns the keys that bundle_get_str was called with, in their order.
+    static std::vector<std::string> RequestedKeys();
 };
 
 #endif  // QUORVEL_TESTS_FAKE_APP_H_
