@@ -1,5 +1,5 @@
-// The entry of the test program: lays a temporary folder at the fixed data path, then runs the
-// tests.
+// The entry point of the test program. It mounts a temporary folder at the fixed data path and runs
+// the tests.
 
 #include <gmock/gmock.h>
 
@@ -10,8 +10,9 @@
 
 namespace {
 
-// Every test starts with an empty log, and no test passes whose lines break the log convention.
-class LogConvention : public testing::EmptyTestEventListener {
+// Clears the log before every test, and fails a test whose lines do not have the format of a log
+// line (inc/quorvel.h).
+class LogFormatListener : public testing::EmptyTestEventListener {
     void OnTestStart(const testing::TestInfo& /*info*/) override {
         FakeLog::Clear();
         FakeLog::TakeMalformed();
@@ -19,7 +20,7 @@ class LogConvention : public testing::EmptyTestEventListener {
 
     void OnTestEnd(const testing::TestInfo& /*info*/) override {
         EXPECT_THAT(FakeLog::TakeMalformed(), testing::IsEmpty())
-            << "not as the log convention has it";
+            << "not in the format of a log line (inc/quorvel.h)";
     }
 };
 
@@ -35,10 +36,10 @@ bool IsListing(int argc, char** argv) {
 }  // namespace
 
 int main(int argc, char** argv) {
-    if (!IsListing(argc, argv) && !PrivateData::IsLaid()) {
-        return PrivateData::RunLaid(argv);
+    if (!IsListing(argc, argv) && !PrivateData::IsMounted()) {
+        return PrivateData::RunMounted(argv);
     }
     testing::InitGoogleMock(&argc, argv);
-    testing::UnitTest::GetInstance()->listeners().Append(new LogConvention);
+    testing::UnitTest::GetInstance()->listeners().Append(new LogFormatListener);
     return RUN_ALL_TESTS();
 }

@@ -5,28 +5,37 @@
 
 namespace {
 
-// How many more non-throwing allocations of this thread are left until one fails, that one
-// included; 0 when none is to fail.
-thread_local int allocationsLeft = 0;
+// The number of non-throwing allocations of this thread up to and including the one that fails; 0
+// when no allocation is to fail.
+thread_local int g_AllocationsLeft = 0;
+
+// Counts one allocation. Returns whether it is the one that fails.
+bool IsAllocationToFail() {
+    if (g_AllocationsLeft == 0) {
+        return false;
+    }
+    --g_AllocationsLeft;
+    return g_AllocationsLeft == 0;
+}
 
 }  // namespace
 
 FailingNew::FailingNew(int nth) {
-    allocationsLeft = nth;
+    g_AllocationsLeft = nth;
 }
 
 FailingNew::~FailingNew() {
-    allocationsLeft = 0;
+    g_AllocationsLeft = 0;
 }
 
 bool FailingNew::HasFailed() const {
-    return allocationsLeft == 0;
+    return g_AllocationsLeft == 0;
 }
 
-// The memory comes from the throwing form, so that every form of delete, a sanitizer's included,
-// takes it back.
+// The memory comes from the throwing form, so that every form of delete can free it, including the
+// forms of a sanitizer.
 void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
-    if (allocationsLeft > 0 && --allocationsLeft == 0) {
+    if (IsAllocationToFail()) {
         return nullptr;
     }
     try {

@@ -1,9 +1,9 @@
 #ifndef QUORVEL_TESTS_FAILING_NEW_H_
 #define QUORVEL_TESTS_FAILING_NEW_H_
 
-// Makes one non-throwing allocation (new (std::nothrow)) of this thread fail: the nth from the
-// construction on, 1 being the next. Allocations that throw, and those of other threads, go on as
-// ever. Guards do not nest.
+// Makes one non-throwing allocation (new (std::nothrow)) of this thread fail: the nth after the
+// construction; 1 is the next allocation. Throwing allocations and other threads are not affected.
+// Objects of this class must not overlap in one thread.
 class FailingNew {
 public:
     explicit FailingNew(int nth = 1);
@@ -11,8 +11,8 @@ public:
     FailingNew(const FailingNew&) = delete;
     FailingNew& operator=(const FailingNew&) = delete;
 
-    // Whether the allocation came and was refused. A test that does not look may have tested
-    // nothing.
+    // Returns whether the allocation has failed. A test must check this: without the failure it
+    // tests nothing.
     bool HasFailed() const;
 };
 

@@ -12,7 +12,7 @@
 
 namespace {
 
-struct Recorded_s {
+struct LogState {
     std::mutex mutex;
     std::condition_variable written;
     std::vector<LogLine> lines;
@@ -20,19 +20,19 @@ struct Recorded_s {
     std::function<void(const LogLine&)> observer;
 };
 
-// Never destroyed: detached workers may still log while the process ends.
-Recorded_s& Recorded() {
-    static auto* recorded = new Recorded_s;
-    return *recorded;
+// Never destroyed, because detached workers may still log while the process ends.
+LogState& State() {
+    static auto* state = new LogState;
+    return *state;
 }
 
 __attribute__((format(printf, 1, 0))) std::string Format(const char* format, va_list arguments) {
-    va_list again;
-    va_copy(again, arguments);
+    va_list copy;
+    va_copy(copy, arguments);
     const int length = std::vsnprintf(nullptr, 0, format, arguments);
     std::string text(static_cast<size_t>(length) + 1, '\0');
-    std::vsnprintf(text.data(), text.size(), format, again);
-    va_end(again);
+    std::vsnprintf(text.data(), text.size(), format, copy);
+    va_end(copy);
     text.pop_back();
     return text;
 }
@@ -46,7 +46,8 @@ bool IsNumber(const std::string& text) {
     return !text.empty() && text.find_first_not_of("0123456789") == std::string::npos;
 }
 
-// Fills the line from "file: function(line) > message\n". False when the text has another shape.
+// Fills the line from a text in the format of a log line (inc/quorvel.h). Returns false for a text
+// in another format.
 bool Split(const std::string& text, LogLine& line) {
     const size_t fileEnd = text.find(": ");
     const size_t prefixEnd = text.find(") > ");
@@ -69,16 +70,16 @@ bool Split(const std::string& text, LogLine& line) {
     return true;
 }
 
-// Keeps the line, and its whole text when that is malformed, and returns who wants to see it.
+// Stores the line, and the malformed text unless it is empty. Returns the observer.
 std::function<void(const LogLine&)> Record(const LogLine& line, const std::string& malformed) {
-    Recorded_s& recorded = Recorded();
-    const std::lock_guard<std::mutex> lock(recorded.mutex);
+    LogState& state = State();
+    const std::lock_guard<std::mutex> lock(state.mutex);
     if (!malformed.empty()) {
-        recorded.malformed.push_back(malformed);
+        state.malformed.push_back(malformed);
     }
-    recorded.lines.push_back(line);
-    recorded.written.notify_all();
-    return recorded.observer;
+    state.lines.push_back(line);
+    state.written.notify_all();
+    return state.observer;
 }
 
 std::vector<LogLine> LinesAt(int priority) {
@@ -127,9 +128,9 @@ testing::AssertionResult LoggedOnce(log_id_t buffer, int priority, const std::st
     if (count == 1) {
         return testing::AssertionSuccess();
     }
-    return testing::AssertionFailure()
-           << testing::PrintToString(message) << " stands " << count << " times instead of once at "
-           << buffer << "/" << priority << " by " << file << " in the log:" << Listed(lines);
+    return testing::AssertionFailure() << testing::PrintToString(message) << " was logged " << count
+                                       << " times instead of once at " << buffer << "/" << priority
+                                       << " by " << file << "; the log:" << Listed(lines);
 }
 
 }  // namespace
@@ -154,15 +155,15 @@ int __dlog_print(log_id_t log_id, int prio, const char* tag, const char* fmt, ..
 }
 
 void FakeLog::Clear() {
-    Recorded_s& recorded = Recorded();
-    const std::lock_guard<std::mutex> lock(recorded.mutex);
-    recorded.lines.clear();
+    LogState& state = State();
+    const std::lock_guard<std::mutex> lock(state.mutex);
+    state.lines.clear();
 }
 
 std::vector<LogLine> FakeLog::Lines() {
-    Recorded_s& recorded = Recorded();
-    const std::lock_guard<std::mutex> lock(recorded.mutex);
-    return recorded.lines;
+    LogState& state = State();
+    const std::lock_guard<std::mutex> lock(state.mutex);
+    return state.lines;
 }
 
 std::vector<LogLine> FakeLog::Errors() {
@@ -187,25 +188,25 @@ int FakeLog::Count(const std::string& message) {
 }
 
 bool FakeLog::WaitFor(const std::string& message, std::chrono::milliseconds limit) {
-    Recorded_s& recorded = Recorded();
-    std::unique_lock<std::mutex> lock(recorded.mutex);
-    return recorded.written.wait_for(lock, limit, [&recorded, &message] {
-        return std::any_of(recorded.lines.begin(), recorded.lines.end(),
+    LogState& state = State();
+    std::unique_lock<std::mutex> lock(state.mutex);
+    return state.written.wait_for(lock, limit, [&state, &message] {
+        return std::any_of(state.lines.begin(), state.lines.end(),
                            [&message](const LogLine& line) { return line.message == message; });
     });
 }
 
 void FakeLog::Observe(std::function<void(const LogLine&)> observer) {
-    Recorded_s& recorded = Recorded();
-    const std::lock_guard<std::mutex> lock(recorded.mutex);
-    recorded.observer = std::move(observer);
+    LogState& state = State();
+    const std::lock_guard<std::mutex> lock(state.mutex);
+    state.observer = std::move(observer);
 }
 
 std::vector<std::string> FakeLog::TakeMalformed() {
-    Recorded_s& recorded = Recorded();
-    const std::lock_guard<std::mutex> lock(recorded.mutex);
+    LogState& state = State();
+    const std::lock_guard<std::mutex> lock(state.mutex);
     std::vector<std::string> malformed;
-    malformed.swap(recorded.malformed);
+    malformed.swap(state.malformed);
     return malformed;
 }
 

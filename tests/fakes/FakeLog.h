@@ -10,7 +10,7 @@
 #include <string>
 #include <vector>
 
-// One line that the application wrote to the platform log.
+// One log line of the application.
 struct LogLine {
     log_id_t buffer;
     int priority;
@@ -18,45 +18,46 @@ struct LogLine {
     std::string file;
     std::string function;
     int line;
-    // What follows "file: function(line) > ", without the one line feed that the log macro adds; a
-    // line feed that the message itself ends in stays.
+    // The message without the line feed that the log macro appends. A line feed at the end of the
+    // message itself is kept.
     std::string message;
 };
 
 std::ostream& operator<<(std::ostream& out, const LogLine& line);
 
-// The platform log of the tests: keeps the lines instead of writing them. Any thread.
+// A fake of the platform log. It records the lines instead of writing them. Any thread.
 class FakeLog {
 public:
     FakeLog() = delete;
 
-    // Forgets all lines.
+    // Deletes the recorded lines.
     static void Clear();
-    // All lines since the last Clear, in the order in which they were written.
+    // Returns all lines since the last Clear, in the order in which they were written.
     static std::vector<LogLine> Lines();
-    // Only the error lines, only the information lines.
+    // Return only the error lines, or only the information lines.
     static std::vector<LogLine> Errors();
     static std::vector<LogLine> Infos();
-    // The bare messages of all lines, and of the error lines.
+    // Return the messages of all lines, or of the error lines.
     static std::vector<std::string> Messages();
     static std::vector<std::string> ErrorMessages();
-    // How often the message was written, at whatever priority.
+    // Returns the number of lines with the message, at any priority.
     static int Count(const std::string& message);
-    // Blocks until the message was written; false when the time is up before that.
+    // Waits until the message is written. Returns false when the time limit expires first.
     static bool WaitFor(const std::string& message,
                         std::chrono::milliseconds limit = std::chrono::seconds(20));
 
-    // Calls the observer for every line, on the thread that wrote it; an empty one ends that.
+    // Calls the observer for every line, on the thread that writes the line. An empty function
+    // removes the observer.
     static void Observe(std::function<void(const LogLine&)> observer);
 
-    // The texts that broke the log convention (tag, prefix, line feed at the end, or another pair
-    // of buffer and priority than the two allowed) since the last call. Clear leaves them: the test
-    // program asks after every test and fails it.
+    // Returns and deletes the texts that do not have the format of a log line (inc/quorvel.h):
+    // another tag, another prefix, no line feed at the end, or another buffer and priority. Clear
+    // does not delete them. The test program calls this function after every test, and a malformed
+    // text fails the test.
     static std::vector<std::string> TakeMalformed();
 };
 
-// Matches a line at error priority in the system buffer, or at information priority in the main
-// one.
+// Match an error line in the system buffer, or an information line in the main buffer.
 testing::Matcher<const LogLine&> ErrorLine(const std::string& message, const std::string& file);
 testing::Matcher<const LogLine&> ErrorLine(const std::string& message, const std::string& file,
                                            const std::string& function);
@@ -64,11 +65,11 @@ testing::Matcher<const LogLine&> InfoLine(const std::string& message, const std:
 testing::Matcher<const LogLine&> InfoLine(const std::string& message, const std::string& file,
                                           const std::string& function);
 
-// Succeeds when the message was written exactly once, at error level in the system buffer (at
-// information level in the main buffer) and by the file; otherwise shows the log.
+// Succeed when the file wrote the message exactly once, as an error line in the system buffer or as
+// an information line in the main buffer. A failure shows the log.
 testing::AssertionResult LoggedError(const std::string& message, const std::string& file);
 testing::AssertionResult LoggedInfo(const std::string& message, const std::string& file);
-// Succeeds when no error line was written; otherwise shows them.
+// Succeeds when no error line was written. A failure shows the error lines.
 testing::AssertionResult LoggedNoError();
 
 #endif  // QUORVEL_TESTS_FAKE_LOG_H_

@@ -8,15 +8,15 @@
 
 namespace {
 
-const char* const NO_FOLDER = "/nonexistent/resources";
+const char* const kNoFolder = "/nonexistent/resources";
 
-struct Resources_s {
-    std::string folder = NO_FOLDER;
+struct ResourceState {
+    std::string folder = kNoFolder;
     bool exist = true;
     std::vector<FakeServices::Lookup> lookups;
 };
 
-struct Copying_s {
+struct CopyState {
     std::mutex mutex;
     std::condition_variable opened;
     bool gateClosed = false;
@@ -26,14 +26,14 @@ struct Copying_s {
     std::thread::id thread;
 };
 
-Resources_s& Resources() {
-    static Resources_s resources;
+ResourceState& Resources() {
+    static ResourceState resources;
     return resources;
 }
 
-// Never destroyed: a detached worker may still be in it while the process ends.
-Copying_s& Copying() {
-    static auto* copying = new Copying_s;
+// Never destroyed, because a detached worker may still use it while the process ends.
+CopyState& Copying() {
+    static auto* copying = new CopyState;
     return *copying;
 }
 
@@ -42,9 +42,9 @@ using Lock = std::unique_lock<std::mutex>;
 }  // namespace
 
 void FakeServices::Clear() {
-    Resources() = Resources_s();
+    Resources() = ResourceState();
     OpenGate();
-    Copying_s& copying = Copying();
+    CopyState& copying = Copying();
     const Lock lock(copying.mutex);
     copying.result = 0;
     copying.begun = 0;
@@ -68,50 +68,50 @@ std::vector<FakeServices::Lookup> FakeServices::Lookups() {
 }
 
 void FakeServices::SetCopyResult(int result) {
-    Copying_s& copying = Copying();
+    CopyState& copying = Copying();
     const Lock lock(copying.mutex);
     copying.result = result;
 }
 
 void FakeServices::CloseGate() {
-    Copying_s& copying = Copying();
+    CopyState& copying = Copying();
     const Lock lock(copying.mutex);
     copying.gateClosed = true;
 }
 
 void FakeServices::OpenGate() {
-    Copying_s& copying = Copying();
+    CopyState& copying = Copying();
     const Lock lock(copying.mutex);
     copying.gateClosed = false;
     copying.opened.notify_all();
 }
 
 int FakeServices::CopiesBegun() {
-    Copying_s& copying = Copying();
+    CopyState& copying = Copying();
     const Lock lock(copying.mutex);
     return copying.begun;
 }
 
 bool FakeServices::IsCopying() {
-    Copying_s& copying = Copying();
+    CopyState& copying = Copying();
     const Lock lock(copying.mutex);
     return copying.running > 0;
 }
 
 std::thread::id FakeServices::CopyThread() {
-    Copying_s& copying = Copying();
+    CopyState& copying = Copying();
     const Lock lock(copying.mutex);
     return copying.thread;
 }
 
 char* getResourcePath(const char* appId, const char* relativePath) {
-    Resources_s& resources = Resources();
+    ResourceState& resources = Resources();
     resources.lookups.push_back({appId, relativePath});
     return resources.exist ? strdup((resources.folder + "/" + relativePath).c_str()) : nullptr;
 }
 
 int automation_copy_log_to_usb(void) {
-    Copying_s& copying = Copying();
+    CopyState& copying = Copying();
     Lock lock(copying.mutex);
     ++copying.begun;
     ++copying.running;

@@ -5,7 +5,7 @@
 #include <thread>
 #include <vector>
 
-// The set's two services of the tests: the resources of other applications and the log copy to USB
+// A fake of the set's two services: the resources of other applications and the log copy to USB
 // storage.
 class FakeServices {
 public:
@@ -17,26 +17,27 @@ public:
 
     FakeServices() = delete;
 
-    // Forgets all calls; resources lie where no file is, and a copy succeeds at once.
+    // Deletes the recorded calls. Afterwards a resource path names no file, and a log copy succeeds
+    // at once.
     static void Clear();
 
-    // Where the resources of all applications lie from now on: the path of one is this folder, a
-    // slash and its relative path. Main thread only, like the two below.
+    // Sets the folder of the resources of all applications. A resource path is this folder, a slash
+    // and the relative path. The functions of this group: main thread only.
     static void SetResourceFolder(const std::string& folder);
     static std::string ResourceFolder();
-    // Lets getResourcePath answer with null.
+    // Makes getResourcePath return null.
     static void SetNoResources();
     static std::vector<Lookup> Lookups();
 
-    // What a log copy returns from now on. Any thread, like all below.
+    // Sets the result of a log copy. The functions of this group: any thread.
     static void SetCopyResult(int result);
-    // Lets every log copy block until OpenGate.
+    // Makes every log copy block until OpenGate.
     static void CloseGate();
     static void OpenGate();
-    // How many log copies have begun, and whether one has not returned yet.
+    // Return the number of log copies that were started, and whether one of them has not returned.
     static int CopiesBegun();
     static bool IsCopying();
-    // The thread of the last log copy.
+    // Returns the thread of the last log copy.
     static std::thread::id CopyThread();
 };
 

@@ -15,25 +15,25 @@ namespace {
 
 using Argument = std::variant<const void*, std::string>;
 
-struct Call_s {
+struct Call {
     std::string function;
     std::vector<Argument> arguments;
 };
 
-struct Recorder_s {
+struct CallRecorder {
     bool recording = false;
-    std::vector<Call_s> calls;
+    std::vector<Call> calls;
     std::map<std::string, std::function<void()>> observers;
     int registrationsLeft = 0;
     std::thread::id mainThread;
 
-    // The only part that several threads may reach.
+    // Guards foreignCalls, the only member that several threads use.
     std::mutex mutex;
     std::vector<std::string> foreignCalls;
 };
 
-Recorder_s& Recorder() {
-    static auto* recorder = new Recorder_s;
+CallRecorder& Recorder() {
+    static auto* recorder = new CallRecorder;
     return *recorder;
 }
 
@@ -53,12 +53,13 @@ Argument ToArgument(T value) {
 }
 
 bool IsForeignThread() {
-    const Recorder_s& recorder = Recorder();
+    const CallRecorder& recorder = Recorder();
     return recorder.mainThread != std::thread::id() &&
            recorder.mainThread != std::this_thread::get_id();
 }
 
-bool KeepForeign(const char* function) {
+// Stores the call when it comes from another thread, and returns whether it does.
+bool StoreForeign(const char* function) {
     if (!IsForeignThread()) {
         return false;
     }
@@ -67,26 +68,36 @@ bool KeepForeign(const char* function) {
     return true;
 }
 
-void Tell(const char* function) {
+void NotifyObserver(const char* function) {
     const auto observer = Recorder().observers.find(function);
     if (observer != Recorder().observers.end()) {
         observer->second();
     }
 }
 
-// For a call that leaves its trace in the widgets: only who made it counts, and when.
-void Notice(const char* function) {
-    if (!KeepForeign(function) && Recorder().recording) {
-        Tell(function);
+// Checks the thread of a call and notifies its observer, but does not record the call.
+void Observe(const char* function) {
+    if (!StoreForeign(function) && Recorder().recording) {
+        NotifyObserver(function);
     }
 }
 
 template <typename... Arguments>
 void Record(const char* function, Arguments... arguments) {
-    if (!KeepForeign(function) && Recorder().recording) {
+    if (!StoreForeign(function) && Recorder().recording) {
         Recorder().calls.push_back({function, {ToArgument(arguments)...}});
-        Tell(function);
+        NotifyObserver(function);
     }
+}
+
+// Counts one query of the allocation error. Returns whether it is the one that reports a failure.
+bool IsRegistrationToFail() {
+    int& left = Recorder().registrationsLeft;
+    if (left == 0) {
+        return false;
+    }
+    --left;
+    return left == 0;
 }
 
 std::string Text(const Argument& argument, const ToolkitCalls::Names& names) {
@@ -101,7 +112,7 @@ std::string Text(const Argument& argument, const ToolkitCalls::Names& names) {
     return name == names.end() ? "?" : name->second;
 }
 
-std::string Text(const Call_s& call, const ToolkitCalls::Names& names) {
+std::string Text(const Call& call, const ToolkitCalls::Names& names) {
     std::string text = call.function + "(";
     for (size_t i = 0; i < call.arguments.size(); ++i) {
         text += (i == 0 ? "" : ", ") + Text(call.arguments[i], names);
@@ -112,7 +123,7 @@ std::string Text(const Call_s& call, const ToolkitCalls::Names& names) {
 }  // namespace
 
 void ToolkitCalls::Start() {
-    Recorder_s& recorder = Recorder();
+    CallRecorder& recorder = Recorder();
     if (recorder.mainThread == std::thread::id()) {
         recorder.mainThread = std::this_thread::get_id();
     }
@@ -127,10 +138,10 @@ void ToolkitCalls::OnCall(const std::string& function, const std::function<void(
 
 std::vector<std::string> ToolkitCalls::Take(const Names& names,
                                             const std::vector<std::string>& functions) {
-    Recorder_s& recorder = Recorder();
+    CallRecorder& recorder = Recorder();
     recorder.recording = false;
     std::vector<std::string> texts;
-    for (const Call_s& call : recorder.calls) {
+    for (const Call& call : recorder.calls) {
         if (functions.empty() ||
             std::find(functions.begin(), functions.end(), call.function) != functions.end()) {
             texts.push_back(Text(call, names));
@@ -140,10 +151,10 @@ std::vector<std::string> ToolkitCalls::Take(const Names& names,
 }
 
 int ToolkitCalls::Count(const std::string& function) {
-    const std::vector<Call_s>& calls = Recorder().calls;
+    const std::vector<Call>& calls = Recorder().calls;
     return static_cast<int>(
         std::count_if(calls.begin(), calls.end(),
-                      [&function](const Call_s& call) { return call.function == function; }));
+                      [&function](const Call& call) { return call.function == function; }));
 }
 
 void ToolkitCalls::FailRegistration(int nth) {
@@ -151,16 +162,16 @@ void ToolkitCalls::FailRegistration(int nth) {
 }
 
 std::vector<std::string> ToolkitCalls::TakeForeignCalls() {
-    Recorder_s& recorder = Recorder();
+    CallRecorder& recorder = Recorder();
     const std::lock_guard<std::mutex> lock(recorder.mutex);
     std::vector<std::string> calls;
     calls.swap(recorder.foreignCalls);
     return calls;
 }
 
-// The names are the linker's: a call of f arrives at __wrap_f, and __real_f is f itself. Creations
-// are recorded with their result in front, once they are done; everything else before it is done,
-// so that what a call leads to stands behind it.
+// The linker option --wrap defines the names: a call of f calls __wrap_f, and __real_f is f itself.
+// A creation is recorded after the call, with its result as the first argument. Every other call is
+// recorded before the call, so that the calls it causes follow it.
 // NOLINTBEGIN(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp,bugprone-macro-parentheses)
 extern "C" {
 
@@ -224,35 +235,35 @@ void __wrap_elm_object_part_content_set(Evas_Object* obj, const char* part, Evas
     __real_elm_object_part_content_set(obj, part, content);
 }
 
-#define NOTICE_2(function, T1, T2)       \
+#define OBSERVE_2(function, T1, T2)      \
     void __real_##function(T1 a, T2 b);  \
     void __wrap_##function(T1 a, T2 b);  \
     void __wrap_##function(T1 a, T2 b) { \
-        Notice(#function);               \
+        Observe(#function);              \
         __real_##function(a, b);         \
     }
 
-NOTICE_2(elm_table_homogeneous_set, Evas_Object*, Eina_Bool)
-NOTICE_2(evas_object_image_filled_set, Evas_Object*, Eina_Bool)
+OBSERVE_2(elm_table_homogeneous_set, Evas_Object*, Eina_Bool)
+OBSERVE_2(evas_object_image_filled_set, Evas_Object*, Eina_Bool)
 
-#define NOTICE_3(function, T1, T2, T3)         \
+#define OBSERVE_3(function, T1, T2, T3)        \
     void __real_##function(T1 a, T2 b, T3 c);  \
     void __wrap_##function(T1 a, T2 b, T3 c);  \
     void __wrap_##function(T1 a, T2 b, T3 c) { \
-        Notice(#function);                     \
+        Observe(#function);                    \
         __real_##function(a, b, c);            \
     }
 
-NOTICE_3(elm_object_part_text_set, Evas_Object*, const char*, const char*)
-NOTICE_3(elm_table_padding_set, Evas_Object*, Evas_Coord, Evas_Coord)
-NOTICE_3(evas_object_image_file_set, Evas_Object*, const char*, const char*)
-NOTICE_3(evas_object_size_hint_align_set, Evas_Object*, double, double)
-NOTICE_3(evas_object_size_hint_weight_set, Evas_Object*, double, double)
+OBSERVE_3(elm_object_part_text_set, Evas_Object*, const char*, const char*)
+OBSERVE_3(elm_table_padding_set, Evas_Object*, Evas_Coord, Evas_Coord)
+OBSERVE_3(evas_object_image_file_set, Evas_Object*, const char*, const char*)
+OBSERVE_3(evas_object_size_hint_align_set, Evas_Object*, double, double)
+OBSERVE_3(evas_object_size_hint_weight_set, Evas_Object*, double, double)
 
 Eina_Bool __real_elm_image_file_set(Evas_Object* obj, const char* file, const char* group);
 Eina_Bool __wrap_elm_image_file_set(Evas_Object* obj, const char* file, const char* group);
 Eina_Bool __wrap_elm_image_file_set(Evas_Object* obj, const char* file, const char* group) {
-    Notice("elm_image_file_set");
+    Observe("elm_image_file_set");
     return __real_elm_image_file_set(obj, file, group);
 }
 
@@ -290,7 +301,7 @@ void __wrap_evas_object_smart_callback_add(Evas_Object* obj, const char* event,
     __real_evas_object_smart_callback_add(obj, event, handler, data);
 }
 
-// Recorded like the plain form: what the order of the calls comes to is seen when the event comes.
+// Recorded without the priority; tests check the effect of the priority by emitting the event.
 void __real_evas_object_smart_callback_priority_add(Evas_Object* obj, const char* event,
                                                     Evas_Callback_Priority priority,
                                                     Evas_Smart_Cb handler, const void* data);
@@ -307,11 +318,7 @@ void __wrap_evas_object_smart_callback_priority_add(Evas_Object* obj, const char
 Evas_Alloc_Error __real_evas_alloc_error(void);
 Evas_Alloc_Error __wrap_evas_alloc_error(void);
 Evas_Alloc_Error __wrap_evas_alloc_error(void) {
-    int& left = Recorder().registrationsLeft;
-    if (left > 0 && --left == 0) {
-        return EVAS_ALLOC_ERROR_FATAL;
-    }
-    return __real_evas_alloc_error();
+    return IsRegistrationToFail() ? EVAS_ALLOC_ERROR_FATAL : __real_evas_alloc_error();
 }
 
 Ecore_Timer* __real_ecore_timer_add(double seconds, Ecore_Task_Cb callback, const void* data);
@@ -333,7 +340,7 @@ void __wrap_elm_exit(void) {
     Record("elm_exit");
 }
 
-// The window gets its screen at once, as on the set, where it is full-screen and has the focus.
+// The window gets the size of the screen and the focus at once, as the full-screen window of a set.
 Evas_Object* __real_elm_win_util_standard_add(const char* name, const char* title);
 Evas_Object* __wrap_elm_win_util_standard_add(const char* name, const char* title);
 Evas_Object* __wrap_elm_win_util_standard_add(const char* name, const char* title) {

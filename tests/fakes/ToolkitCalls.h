@@ -6,36 +6,36 @@
 #include <string>
 #include <vector>
 
-// Records the toolkit calls whose order is prescribed but leaves no trace in the widgets: creation,
-// placing, registration, deletion. The linker leads the calls of the application (and of the tests)
-// here; each goes on to the toolkit, elm_exit excepted, which is only recorded.
+// Records the toolkit calls whose order matters but cannot be read from the widgets: creation,
+// placing, registration and deletion. The linker redirects the calls of the application and of the
+// tests to this fake. Each call is forwarded to the toolkit, except elm_exit, which is only
+// recorded.
 class ToolkitCalls {
 public:
-    // What to call an object or a handler in the text of a call.
+    // The names of objects and handlers in the text of a call.
     using Names = std::map<const void*, std::string>;
 
     ToolkitCalls() = delete;
 
-    // Forgets what was recorded and records from here on.
+    // Deletes the recorded calls and the observers, and starts to record.
     static void Start();
-    // Stops, and returns the calls of the functions (of all functions when none is given) in their
-    // order, each as "function(argument, argument)". An object without a name reads "?", a null one
-    // "null".
+    // Stops recording. Returns the calls of the given functions in their order, or of all functions
+    // when the list is empty. Each text has the form "function(argument, argument)". An object
+    // without a name is "?"; a null pointer is "null".
     static std::vector<std::string> Take(const Names& names,
                                          const std::vector<std::string>& functions = {});
-    // Runs the observer before each call of the function, until the next Start. Some calls are not
-    // recorded, since they leave a trace in the widgets, but can be observed: those that set texts,
-    // files, hints and the properties of tables.
+    // Calls the observer before each call of the function, until the next Start. The calls that set
+    // texts, files, hints and the properties of tables are not recorded, but can be observed.
     static void OnCall(const std::string& function, const std::function<void()>& observer);
-    // How often the function was called since Start.
+    // Returns the number of recorded calls of the function.
     static int Count(const std::string& function);
 
-    // Lets evas_alloc_error report a failure once: at the nth time it is asked from now on, 1 being
-    // the next. 0 takes an order back.
+    // Makes evas_alloc_error report one failure: at its nth call from now on; 1 is the next call. 0
+    // cancels the failure.
     static void FailRegistration(int nth);
 
-    // The calls that came from another thread than the one that called Start first: there must be
-    // none, recording or not.
+    // Returns and deletes the calls from other threads than the thread of the first Start. They are
+    // stored even while no calls are recorded. A correct application makes no such call.
     static std::vector<std::string> TakeForeignCalls();
 };
 

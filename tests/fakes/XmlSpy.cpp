@@ -5,14 +5,14 @@
 
 namespace {
 
-struct State_s {
+struct SpyState {
     std::vector<std::string> documentCalls;
     std::vector<std::string> readElements;
     bool rootHidden = false;
 };
 
-State_s& State() {
-    static State_s state;
+SpyState& State() {
+    static SpyState state;
     return state;
 }
 
@@ -22,17 +22,18 @@ std::string NameOf(const std::string& path) {
 
 std::string PathOf(xmlNodePtr node) {
     std::string path;
-    for (; node != nullptr && node->parent != nullptr && node->parent->type == XML_ELEMENT_NODE;
-         node = node->parent) {
-        path.insert(0, reinterpret_cast<const char*>(node->name)).insert(0, "/");
+    while (node != nullptr && node->parent != nullptr && node->parent->type == XML_ELEMENT_NODE) {
+        const std::string name = reinterpret_cast<const char*>(node->name);
+        path = path.empty() ? name : name + "/" + path;
+        node = node->parent;
     }
-    return path.empty() ? path : path.substr(1);
+    return path;
 }
 
 }  // namespace
 
 void XmlSpy::Clear() {
-    State() = State_s();
+    State() = SpyState();
 }
 
 std::vector<std::string> XmlSpy::DocumentCalls() {
@@ -47,7 +48,7 @@ void XmlSpy::HideRoot() {
     State().rootHidden = true;
 }
 
-// The names that the linker's option --wrap demands.
+// The linker option --wrap defines the names: a call of f calls __wrap_f, and __real_f is f itself.
 // NOLINTBEGIN(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp)
 extern "C" {
 

@@ -4,20 +4,22 @@
 #include <string>
 #include <vector>
 
-// Records which of libxml2's calls the application makes, in their order, and lets one of them
-// fail. The linker redirects the application's calls here (see tests/CMakeLists.txt); all are
-// passed on. Main thread only.
+// Records the libxml2 calls of the application and can make one of them fail. The linker redirects
+// the application's calls to this fake (see tests/CMakeLists.txt), which forwards them to libxml2.
+// Main thread only.
 class XmlSpy {
 public:
     XmlSpy() = delete;
 
-    // Forgets the calls, and lets none fail any more.
+    // Deletes the recorded calls and makes every call succeed again.
     static void Clear();
-    // "parse FILE" and "free FILE" with the file's name without its folder, "free null".
+    // Returns the calls as "parse FILE" and "free FILE", with the file name without its folder, and
+    // "free null", in their order.
     static std::vector<std::string> DocumentCalls();
-    // The elements whose text was taken, as path below the root ("Network/failedinfo/type").
+    // Returns the elements whose text was read, as paths below the root element, for example
+    // "Network/failedinfo/type".
     static std::vector<std::string> ReadElements();
-    // From now on documents have no root element.
+    // Makes every document appear without a root element until Clear.
     static void HideRoot();
 };
 
