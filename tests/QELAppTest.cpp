@@ -1,7 +1,6 @@
 #include "QELApp.h"
 
 #include <Elementary.h>
-
 #include <sys/stat.h>
 
 #include <filesystem>

@@ -3,7 +3,6 @@
 #include "QELUtil.h"
 
 #include <gmock/gmock.h>
-
 #include <sys/stat.h>
 
 #include <atomic>
