@@ -378,7 +378,7 @@ TEST_F(QELAppScenarioTest, ShowsAnalysisTextAfterKeys) {
     PrivateData::WriteMain(kRun);
     ASSERT_TRUE(QELApp::s_Create(&ad));
     QELApp::s_Control(FakeApp::Request({}), &ad);
-    Screen::Settle(ad.win);
+    Screen::ProcessEvents(ad.win);
     EXPECT_TRUE(IsRowFocused(0));
     EXPECT_THAT(TextOf(ad.detailLabel), testing::HasSubstr("Please choose items"));
 

@@ -37,7 +37,7 @@ protected:
         m_LogCapture.Create(&ad);
         evas_object_smart_callback_add(ad.logCaptureButton, "clicked", QELButtonLogCapture::OnPress,
                                        &ad);
-        Screen::Settle(ad.win);
+        Screen::ProcessEvents(ad.win);
         FakeLog::Clear();
         ToolkitCalls::Start();
     }
@@ -367,7 +367,7 @@ TEST_F(QELButtonLogCaptureTest, AllowsAnotherCaptureAfterFailure) {
 TEST_F(QELButtonLogCaptureTest, IgnoresKeyAfterSuccessfulCapture) {
     Create();
     CaptureAndConfirm(0);
-    Screen::Settle(ad.win);
+    Screen::ProcessEvents(ad.win);
     FakeLog::Clear();
     elm_object_focus_set(ad.logCaptureButton, EINA_TRUE);
     Screen::Press(ad.win, "Return");

@@ -48,7 +48,7 @@ protected:
 
     void Create() {
         m_View.Create(&ad);
-        Screen::Settle(ad.win);
+        Screen::ProcessEvents(ad.win);
     }
 
     // Also creates the list and the analysis store. Connects the focus signal as QELWindow does.
@@ -167,7 +167,7 @@ TEST_F(QELItemDetailViewTest, ScrollsLongTextByOneStep) {
     AddFailed(item);
     CreateWithList();
     Update(0);
-    Screen::Settle(ad.win);
+    Screen::ProcessEvents(ad.win);
     elm_object_focus_set(ad.detailLabel, EINA_TRUE);
     Screen::Press(ad.win, "Down");
     const auto scrolled = [this] {
@@ -452,7 +452,7 @@ TEST_F(QELItemDetailViewTest, ShowsNewAnalysisOnNextRowFocus) {
     CreateWithList();
     Screen::Press(ad.win, "Down");
     QELAnalysisData::GetInstance()->SetAnalysisData(1, "found");
-    Screen::Settle(ad.win);
+    Screen::ProcessEvents(ad.win);
     EXPECT_THAT(Text(), Not(testing::HasSubstr("found")));
     Screen::Press(ad.win, "Up");
     Screen::Press(ad.win, "Down");

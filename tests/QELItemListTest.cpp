@@ -52,7 +52,7 @@ protected:
 
     void Create() {
         m_List.Create(&ad);
-        Screen::Settle(ad.win);
+        Screen::ProcessEvents(ad.win);
     }
 
     // Also creates the popup and the analysis store, which a press requires.

@@ -43,7 +43,7 @@ protected:
 
     void Create() {
         m_View.Create(&ad);
-        Screen::Settle(ad.win);
+        Screen::ProcessEvents(ad.win);
     }
 
     // Also creates the list and connects its focus signal as QELWindow does.
@@ -410,7 +410,7 @@ TEST_F(QELItemViewTest, DrawsPhotoOverWholeItemView) {
     EXPECT_TRUE(Screen::PumpUntil([&] {
         return Screen::Render(ad.win).Count(view, isRed) > view.height * view.height * 9 / 10;
     }));
-    EXPECT_EQ(Screen::Render(ad.win).Count({0, 0, view.x, Screen::HEIGHT}, isRed), 0);
+    EXPECT_EQ(Screen::Render(ad.win).Count({0, 0, view.x, Screen::kHeight}, isRed), 0);
 }
 
 TEST_F(QELItemViewTest, ShowsGreyTextForMissingPhoto) {

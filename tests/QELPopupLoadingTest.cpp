@@ -62,7 +62,7 @@ protected:
 
     bool WaitUntilStopped() {
         const bool ended = Screen::PumpUntil([] { return QELPopupLoading::m_Timer == nullptr; });
-        Screen::Settle(ad.win);
+        Screen::ProcessEvents(ad.win);
         return ended;
     }
 
@@ -213,7 +213,7 @@ TEST_F(QELPopupLoadingTest, ShowsAndPacksWidgetsInOrder) {
 TEST_F(QELPopupLoadingTest, PlacesProgressLeftOfLabelAndOkBelowLabel) {
     Create();
     ShowAndStart();
-    Screen::Settle(ad.win);
+    Screen::ProcessEvents(ad.win);
     const Area label = Screen::AreaOf(QELPopupLoading::m_PopupLabel);
     const Area progress = Screen::AreaOf(QELPopupLoading::m_PopupProgress);
     const Area button = Screen::AreaOf(QELPopupLoading::m_Button);
@@ -235,7 +235,7 @@ TEST_F(QELPopupLoadingTest, ShowsWithoutPlacingAtOtherLocations) {
         EXPECT_THAT(FakeLog::Lines(),
                     ElementsAre(ErrorLine("there is no information about popup location", kSource,
                                           "m_Show")));
-        EXPECT_EQ(PlacingOf(obj), FILLING);
+        EXPECT_EQ(PlacingOf(obj), kFilling);
     }
 }
 
@@ -617,7 +617,7 @@ TEST_F(QELPopupLoadingTest, HidesPopupAndKeepsWidgetsOnOk) {
 TEST_F(QELPopupLoadingTest, IgnoresOkKeyWhileWorkerRuns) {
     Create();
     ShowAndStart();
-    Screen::Settle(ad.win);
+    Screen::ProcessEvents(ad.win);
     FakeLog::Clear();
     Screen::Press(ad.win, "Return");
     Screen::Press(ad.win, "space");

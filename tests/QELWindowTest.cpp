@@ -190,7 +190,7 @@ TEST_F(QELWindowTest, SetsTitleAndAutomaticDeletionOfWindow) {
 
 TEST_F(QELWindowTest, FillsWindowWithHomogeneousPaddedTable) {
     Create();
-    Screen::Settle(ad.win);
+    Screen::ProcessEvents(ad.win);
     EXPECT_TRUE(elm_table_homogeneous_get(ad.table));
     int horizontal = 0;
     int vertical = 0;
@@ -203,7 +203,7 @@ TEST_F(QELWindowTest, FillsWindowWithHomogeneousPaddedTable) {
     EXPECT_DOUBLE_EQ(x, EVAS_HINT_EXPAND);
     EXPECT_DOUBLE_EQ(y, EVAS_HINT_EXPAND);
     EXPECT_EQ(Screen::AreaOf(ad.table), Screen::AreaOf(ad.win));
-    EXPECT_EQ(Screen::AreaOf(ad.win), (Area{0, 0, Screen::WIDTH, Screen::HEIGHT}));
+    EXPECT_EQ(Screen::AreaOf(ad.win), (Area{0, 0, Screen::kWidth, Screen::kHeight}));
 }
 
 TEST_F(QELWindowTest, PlacesEveryViewInItsCell) {
@@ -232,7 +232,7 @@ TEST_F(QELWindowTest, PlacesEveryViewInItsCell) {
 
 TEST_F(QELWindowTest, PlacesDetailPanelAtBottomOfItemView) {
     Create();
-    Screen::Settle(ad.win);
+    Screen::ProcessEvents(ad.win);
     const Area view = Screen::AreaOf(ad.itemLabel);
     const Area detail = Screen::AreaOf(QELItemDetailView::m_bgItemDetailView);
     EXPECT_TRUE(view.Holds(detail)) << view << " does not hold " << detail;
@@ -417,7 +417,7 @@ TEST_F(QELWindowTest, CompletesCreateWithoutResultStore) {
 TEST_F(QELWindowTest, ShowsWindowWithoutResultFiles) {
     PrivateData::Clean();
     Create();
-    Screen::Settle(ad.win);
+    Screen::ProcessEvents(ad.win);
     EXPECT_TRUE(IsVisible(ad.titleLabel));
     EXPECT_TRUE(IsVisible(m_Window.m_BgImage));
     EXPECT_EQ(elm_genlist_items_count(ad.itemList), 0U);
@@ -448,7 +448,7 @@ TEST_P(QELWindowBadFileTest, ShowsOtherFileWhenMainFileIsBad) {
         PrivateData::WriteMain(GetParam().content);
     }
     Create();
-    Screen::Settle(ad.win);
+    Screen::ProcessEvents(ad.win);
     EXPECT_TRUE(IsVisible(ad.titleLabel));
     EXPECT_EQ(elm_genlist_items_count(ad.itemList), 2U);
     EXPECT_EQ(elm_object_focused_item_get(ad.itemList), Row(0));
@@ -514,7 +514,7 @@ INSTANTIATE_TEST_SUITE_P(
 
 TEST_F(QELWindowTest, UpdatesDetailTextBeforeItemViewOnRowFocus) {
     Create();
-    Screen::Settle(ad.win);
+    Screen::ProcessEvents(ad.win);
     FakeLog::Clear();
     Screen::Press(ad.win, "Down");
     std::vector<std::string> files;
@@ -535,7 +535,7 @@ TEST_F(QELWindowTest, DrawsPhotoThroughDetailPanelForImageItem) {
         "<test><type>image</type><result>fail</result><detailed>" +
         photo + "</detailed></test></FAnetTest></run>");
     Create();
-    Screen::Settle(ad.win);
+    Screen::ProcessEvents(ad.win);
     const Area panel = Screen::AreaOf(QELItemDetailView::m_bgItemDetailView);
     const auto redPixels = [&] {
         return Screen::Render(ad.win).Count(panel, [](const Colour& colour) {
@@ -554,7 +554,7 @@ TEST_F(QELWindowTest, DrawsPhotoThroughDetailPanelForImageItem) {
 
 TEST_F(QELWindowTest, SelectsUnselectedRowAgain) {
     Create();
-    Screen::Settle(ad.win);
+    Screen::ProcessEvents(ad.win);
     elm_genlist_item_selected_set(Row(1), EINA_TRUE);
     elm_genlist_item_selected_set(Row(1), EINA_FALSE);
     EXPECT_TRUE(elm_genlist_item_selected_get(Row(1)));

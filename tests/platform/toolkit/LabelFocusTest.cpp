@@ -39,7 +39,7 @@ TEST(LabelFocus, ABounceOfTheFocusIsNotTold) {
     Stage stage;
     elm_object_focus_set(stage.label, EINA_TRUE);
     elm_object_focus_set(stage.button, EINA_TRUE);
-    Screen::Settle(stage.window);
+    Screen::ProcessEvents(stage.window);
     EXPECT_THAT(stage.LabelEvents(), IsEmpty());
 }
 
@@ -58,7 +58,7 @@ TEST(LabelFocus, ALabelThatGoesWhileTheFocusIsOnItsWayIsForgotten) {
     Stage stage;
     elm_object_focus_set(stage.label, EINA_TRUE);
     evas_object_del(stage.label);
-    Screen::Settle(stage.window);
+    Screen::ProcessEvents(stage.window);
     EXPECT_THAT(stage.LabelEvents(), IsEmpty());
 }
 

@@ -92,10 +92,10 @@ TEST(ListFocus, ARowAloneTellsNothingWhenThePopupGoes) {
     plan.rows = 1;
     Stage stage(plan);
     stage.ShowPopup(false);
-    Screen::Settle(stage.window);
+    Screen::ProcessEvents(stage.window);
     EXPECT_EQ(elm_object_focus_get(stage.list), EINA_FALSE);
     evas_object_hide(stage.popup);
-    Screen::Settle(stage.window);
+    Screen::ProcessEvents(stage.window);
     EXPECT_NE(elm_object_focus_get(stage.list), EINA_FALSE);
     EXPECT_THAT(stage.FocusedRows(), IsEmpty());
 }

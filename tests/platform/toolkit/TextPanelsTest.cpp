@@ -41,7 +41,7 @@ TEST_P(InfoPanel, ShowsEveryLineAsLargeAsTheCellAllows) {
     const int end = TextEnd(stage.infoLeft, plan.infoLines);
     EXPECT_LE(end, cell.height);
     EXPECT_GT(end, cell.height * 3 / 4);
-    EXPECT_NEAR(cell.height, Screen::HEIGHT / 4, 4);
+    EXPECT_NEAR(cell.height, Screen::kHeight / 4, 4);
 }
 
 INSTANTIATE_TEST_SUITE_P(Lines, InfoPanel, testing::Values(9, 10, 11, 12, 13, 17, 20, 30));

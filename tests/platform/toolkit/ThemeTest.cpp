@@ -65,7 +65,7 @@ INSTANTIATE_TEST_SUITE_P(Theme, Style,
 
 TEST(Theme, TheToolkitMissesNoStyle) {
     Stage::StartToolkit();
-    Screen::TakeComplaints();
+    Screen::TakeErrors();
     {
         Stage stage;
         stage.Press("Down");
@@ -74,7 +74,7 @@ TEST(Theme, TheToolkitMissesNoStyle) {
         stage.ShowPopup(false);
         stage.Press("Return");
     }
-    EXPECT_THAT(Screen::TakeComplaints(), IsEmpty());
+    EXPECT_THAT(Screen::TakeErrors(), IsEmpty());
 }
 
 TEST(Theme, AFileThatIsNoneIsSaidAndRefused) {
@@ -159,14 +159,14 @@ TEST(Theme, AButtonShowsFocusAndDisability) {
     const Stage stage;
     EXPECT_EQ(StateOf(stage.button, "body"), "default");
     elm_object_focus_set(stage.button, EINA_TRUE);
-    Screen::Settle(stage.window);
+    Screen::ProcessEvents(stage.window);
     EXPECT_EQ(StateOf(stage.button, "body"), "focused");
     elm_object_disabled_set(stage.button, EINA_TRUE);
-    Screen::Settle(stage.window);
+    Screen::ProcessEvents(stage.window);
     EXPECT_EQ(StateOf(stage.button, "body"), "disabled");
     EXPECT_EQ(StateOf(stage.button, "elm.text"), "disabled");
     elm_object_disabled_set(stage.button, EINA_FALSE);
-    Screen::Settle(stage.window);
+    Screen::ProcessEvents(stage.window);
     EXPECT_EQ(StateOf(stage.button, "elm.text"), "default");
 }
 
@@ -179,12 +179,12 @@ TEST(Theme, ThePopupLiesAtTheBottomAndDimsTheRest) {
     const Area ok = Screen::AreaOf(stage.ok);
     EXPECT_LT(after.Count(row, [](const Colour& c) { return Brightness(c) > 100; }), 1);
     EXPECT_GT(before.Count(row, [](const Colour& c) { return Brightness(c) > 100; }), 1000);
-    EXPECT_GT(ok.y, Screen::HEIGHT / 2);
-    EXPECT_LE(ok.Bottom(), Screen::HEIGHT);
+    EXPECT_GT(ok.y, Screen::kHeight / 2);
+    EXPECT_LE(ok.Bottom(), Screen::kHeight);
     const auto isSheet = [](const Colour& colour) { return colour == Colour{27, 37, 49}; };
-    const Area lastLine{0, Screen::HEIGHT - 1, Screen::WIDTH, 1};
-    EXPECT_EQ(after.Count(lastLine, isSheet), Screen::WIDTH) << "over the whole width";
-    EXPECT_EQ(after.Count({0, 0, Screen::WIDTH, Screen::HEIGHT / 3}, isSheet), 0);
+    const Area lastLine{0, Screen::kHeight - 1, Screen::kWidth, 1};
+    EXPECT_EQ(after.Count(lastLine, isSheet), Screen::kWidth) << "over the whole width";
+    EXPECT_EQ(after.Count({0, 0, Screen::kWidth, Screen::kHeight / 3}, isSheet), 0);
 }
 
 TEST(Theme, ThePopupGoesAtOnce) {
@@ -262,10 +262,10 @@ TEST(Theme, ThePanelIsDarkUnderATextAndClearWithout) {
     const Stage stage;
     EXPECT_EQ(StateOf(stage.scroller, "ground"), "default");
     evas_object_hide(stage.label);
-    Screen::Settle(stage.window);
+    Screen::ProcessEvents(stage.window);
     EXPECT_EQ(StateOf(stage.scroller, "ground"), "hidden");
     evas_object_show(stage.label);
-    Screen::Settle(stage.window);
+    Screen::ProcessEvents(stage.window);
     EXPECT_EQ(StateOf(stage.scroller, "ground"), "default");
 }
 
