@@ -25,22 +25,22 @@ namespace {
 constexpr std::size_t kMaxFileBytes = std::size_t{4} << 20;
 constexpr std::size_t kOldFiles = 3;
 constexpr const char* kOwnTag = "quorvel";
-// How long an ending program waits for the terminal to take the last lines.
-constexpr std::chrono::milliseconds kLastLinesPatience{500};
+// How long the program waits at exit until the terminal has the last lines.
+constexpr std::chrono::milliseconds kDrainTimeout{500};
 
-// Terminal and file together. Made with the first line and never destroyed: threads that outlive
-// main go on logging. Any thread.
+// Writes to the terminal and to the file. Created with the first line. Never destroyed, since
+// threads that outlive main still log. Any thread.
 class Log {
 public:
     static Log& GetInstance();
 
     bool Shows(spdlog::level::level_enum level) const { return level >= m_Level; }
 
-    // Writes a message of any length, each of its lines as one of the log, without lines of other
-    // threads in between.
+    // Writes each line of the message as a line of the log. Other threads write no lines in
+    // between. Line breaks at the end of the message are dropped.
     void Write(spdlog::level::level_enum level, const char* tag, std::string_view message);
 
-    void DrainTerminal() { m_Terminal.Drain(kLastLinesPatience); }
+    void DrainTerminal() { m_Terminal.Drain(kDrainTimeout); }
 
 private:
     Log();
@@ -91,8 +91,9 @@ void Log::m_ChooseLevel() {
     } else if (std::strcmp(chosen, "off") == 0) {
         m_Level = spdlog::level::off;
     } else {
-        m_Terminal.Put({kOwnTag, spdlog::level::err,
-                        "QUORVEL_LOG_LEVEL is none of info, error and off: info is used"});
+        m_Terminal.Put(
+            {kOwnTag, spdlog::level::err,
+             "unknown QUORVEL_LOG_LEVEL, using info; the levels are info, error and off"});
     }
 }
 
@@ -100,7 +101,7 @@ void Log::m_OpenFile() {
     try {
         m_File = std::make_unique<LogFile>(LogFilePath(), kMaxFileBytes, kOldFiles);
     } catch (const std::exception& error) {
-        const std::string text = std::string("no log file is written: ") + error.what();
+        const std::string text = std::string("logging to the terminal only: ") + error.what();
         m_Terminal.Put({kOwnTag, spdlog::level::err, text});
     }
 }
@@ -126,14 +127,14 @@ void Log::m_WriteLine(const spdlog::details::log_msg& line) {
     }
 }
 
-// A file that fails (no space) is tried again with each line, and its failure told once.
+// Tries again with each line. Reports only the first of successive failures.
 void Log::m_WriteToFile(const spdlog::details::log_msg& line) {
     try {
         m_File->Write(line);
         m_FileFails = false;
     } catch (const std::exception& error) {
         if (!m_FileFails) {
-            const std::string text = std::string("the log file lacks lines: ") + error.what();
+            const std::string text = std::string("cannot write to the log file: ") + error.what();
             m_Terminal.Put({kOwnTag, spdlog::level::err, text});
         }
         m_FileFails = true;
@@ -141,10 +142,10 @@ void Log::m_WriteToFile(const spdlog::details::log_msg& line) {
 }
 
 [[gnu::format(printf, 1, 0)]] std::string Format(const char* format, va_list arguments) {
-    va_list again;
-    va_copy(again, arguments);
-    const int length = std::vsnprintf(nullptr, 0, format, again);
-    va_end(again);
+    va_list copy;
+    va_copy(copy, arguments);
+    const int length = std::vsnprintf(nullptr, 0, format, copy);
+    va_end(copy);
     std::string text(static_cast<std::size_t>(length < 0 ? 0 : length), '\0');
     std::vsnprintf(text.data(), text.size() + 1, format, arguments);
     return text;
@@ -180,7 +181,7 @@ void LogInfo(const std::string& message) {
 }  // namespace quorvel::desktop
 
 int __dlog_print(log_id_t, int prio, const char* tag, const char* fmt, ...) {
-    // A log line changes nothing for its writer: neither errno nor by an exception.
+    // The caller expects neither an exception nor a change of errno.
     const int error = errno;
     int result = -1;
     va_list arguments;

@@ -3,14 +3,14 @@
 
 #include <string>
 
-// Lines of the port itself, beside those that the application writes through dlog.h: the same
-// terminal and file, under the tag "quorvel". Any thread.
+// Lines of the port itself. They go to the same terminal and file as the application's lines from
+// dlog.h, with the tag "quorvel". Any thread.
 namespace quorvel::desktop {
 
-// What the user has to know: shown at every level that QUORVEL_LOG_LEVEL can choose, since a
-// program that ends without a word helps nobody.
+// Logs at every level of QUORVEL_LOG_LEVEL, even "off", so that an early exit has a visible reason.
 void LogError(const std::string& message);
 
+// Logs at level "info" only.
 void LogInfo(const std::string& message);
 
 }  // namespace quorvel::desktop

@@ -11,10 +11,10 @@ namespace quorvel::desktop {
 
 namespace {
 
-// The brief form of the terminal with the time before it.
+// Time, then the form of the terminal.
 constexpr const char* kPattern = "%Y-%m-%d %H:%M:%S.%e %L/%-8n(%5P): %v";
 
-// Failure shows when the file is opened.
+// Ignores errors: opening the file reports them.
 void MakeFolders(const std::string& file) {
     for (std::size_t slash = file.find('/', 1); slash != std::string::npos;
          slash = file.find('/', slash + 1)) {
@@ -22,8 +22,8 @@ void MakeFolders(const std::string& file) {
     }
 }
 
-// Before spdlog opens it: spdlog would let others read a new file, and would sleep between several
-// tries of one that cannot be opened, with every thread that logs waiting.
+// Called before spdlog opens the file. spdlog alone would create a file that others can read. If it
+// could not open the file, it would sleep and try again while all threads that log wait.
 void MakePrivate(const std::string& file) {
     const int opened = open(file.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, S_IRUSR | S_IWUSR);
     if (opened < 0) {
@@ -64,7 +64,7 @@ void LogFile::m_Open() {
     m_Inode = status.st_ino;
 }
 
-// Also true after a rotation of our own; opening the new file a second time does no harm.
+// Also returns true after a rotation by this process; opening the file again is harmless then.
 bool LogFile::m_IsReplaced() const {
     struct stat status {};
     return stat(m_Path.c_str(), &status) != 0 || status.st_dev != m_Device ||

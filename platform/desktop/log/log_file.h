@@ -11,17 +11,16 @@
 
 namespace quorvel::desktop {
 
-// The rotating log file. A program that only hands its request to the running one writes its lines
-// there too, so the file may be replaced by another process: it is then opened anew.
-// Owned by the log, which also sees to it that one thread at a time writes.
+// The rotating log file. Several processes may write to it, since a hand-over is logged too. If
+// another process rotates the file, it is opened again. Owned by Log. One thread at a time.
 class LogFile {
 public:
-    // maxBytes: size at which the file becomes the youngest of oldFiles old ones. Makes missing
-    // folders; they and the files are for the user alone. Throws spdlog::spdlog_ex when the file
-    // cannot be opened.
+    // Opens the file and creates missing folders; only the user may access either. maxBytes: size
+    // at which the file is rotated. oldFiles: number of rotated files to keep. Throws
+    // spdlog::spdlog_ex when the file cannot be opened.
     LogFile(std::string path, std::size_t maxBytes, std::size_t oldFiles);
 
-    // Writes one line, whole and at once. Throws spdlog::spdlog_ex when that fails.
+    // Writes one line and flushes it. Throws spdlog::spdlog_ex.
     void Write(const spdlog::details::log_msg& line);
 
 private:

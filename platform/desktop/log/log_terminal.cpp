@@ -18,7 +18,7 @@ namespace quorvel::desktop {
 
 namespace {
 
-// The brief form of the set's log: level/tag, process, message.
+// The brief form of the set's log: level, tag, process, message.
 constexpr const char* kPattern = "%L/%-8n(%5P): %v";
 constexpr std::size_t kMaxQueuedBytes = std::size_t{1} << 20;
 
@@ -35,7 +35,7 @@ const char* ColourOf(spdlog::level::level_enum level) {
     }
 }
 
-// Past the stream stderr, whose lock a thread that is stuck here would keep from the program's end.
+// Uses no stdio stream: a thread that blocks here would keep the stream's lock at exit.
 void WriteToTerminal(std::string_view text) {
     while (!text.empty()) {
         const ssize_t written = write(STDERR_FILENO, text.data(), text.size());
@@ -60,8 +60,11 @@ LogTerminal::LogTerminal()
 
 void LogTerminal::Put(const spdlog::details::log_msg& line) {
     const std::lock_guard<std::mutex> lock(m_Mutex);
+    if (!m_HasThread) {
+        return;
+    }
     if (m_QueuedBytes > kMaxQueuedBytes) {
-        ++m_LeftOut;
+        ++m_Omitted;
         return;
     }
     m_QueueNotice();
@@ -70,13 +73,13 @@ void LogTerminal::Put(const spdlog::details::log_msg& line) {
     m_Changed.notify_all();
 }
 
-void LogTerminal::Drain(std::chrono::milliseconds patience) {
+void LogTerminal::Drain(std::chrono::milliseconds timeout) {
     std::unique_lock<std::mutex> lock(m_Mutex);
-    m_Changed.wait_for(lock, patience, [this] { return m_Queue.empty() && !m_IsWriting; });
+    m_Changed.wait_for(lock, timeout, [this] { return m_Queue.empty() && !m_IsWriting; });
 }
 
-// The thread takes no signals: those that end the program are the main loop's, and the one about a
-// pipe whose reader is gone is not to end it at all.
+// Blocks all signals in the thread: the main loop handles those that end the program, and SIGPIPE
+// must not end it.
 void LogTerminal::m_Start() {
     sigset_t all;
     sigset_t before;
@@ -85,8 +88,8 @@ void LogTerminal::m_Start() {
     try {
         std::thread([this] { m_Run(); }).detach();
     } catch (const std::system_error&) {
-        // Without the thread the lines go to the file alone.
-        m_QueuedBytes = kMaxQueuedBytes + 1;
+        // Lines go to the file only.
+        m_HasThread = false;
     }
     pthread_sigmask(SIG_SETMASK, &before, nullptr);
 }
@@ -110,7 +113,7 @@ void LogTerminal::m_Run() {
     }
 }
 
-// As one piece, so that lines of other programs do not get into it.
+// Writes the whole line with one call, so that other programs cannot write into it.
 void LogTerminal::m_Write(const spdlog::details::log_msg& line) {
     spdlog::memory_buf_t formatted;
     m_Formatter.format(line, formatted);
@@ -124,11 +127,10 @@ void LogTerminal::m_Write(const spdlog::details::log_msg& line) {
 
 // Called with the mutex held.
 void LogTerminal::m_QueueNotice() {
-    if (m_LeftOut == 0) {
+    if (m_Omitted == 0) {
         return;
     }
-    const std::string text =
-        std::to_string(std::exchange(m_LeftOut, 0)) + " lines are left out here";
+    const std::string text = std::to_string(std::exchange(m_Omitted, 0)) + " lines omitted here";
     const spdlog::details::log_msg notice("quorvel", spdlog::level::warn, text);
     m_Queue.emplace_back(notice);
     m_QueuedBytes += notice.payload.size() + sizeof(notice);

@@ -12,10 +12,10 @@
 
 namespace quorvel::desktop {
 
-// Writes log lines to the standard error stream from a thread of its own, so that a terminal that
-// is stopped or a pipe that nobody reads holds up that thread and nothing else. Lines beyond what
-// the queue takes are left out, and their number is written in their place.
-// Owned by the log and never destroyed, since its thread may be stuck. Any thread.
+// Writes log lines to the standard error stream from its own thread, so that a stopped terminal or
+// an unread pipe blocks only that thread. Omits lines while the queue is full and writes their
+// number in their place. Owned by Log and never destroyed, since its thread may be blocked. Any
+// thread.
 class LogTerminal {
 public:
     LogTerminal();
@@ -25,8 +25,8 @@ public:
     // Copies the line and returns at once.
     void Put(const spdlog::details::log_msg& line);
 
-    // Waits until everything is written, but not longer than patience.
-    void Drain(std::chrono::milliseconds patience);
+    // Waits until all lines are written or the timeout ends.
+    void Drain(std::chrono::milliseconds timeout);
 
 private:
     void m_Start();
@@ -40,8 +40,9 @@ private:
     std::condition_variable m_Changed;
     std::deque<spdlog::details::log_msg_buffer> m_Queue;
     std::size_t m_QueuedBytes = 0;
-    std::size_t m_LeftOut = 0;
+    std::size_t m_Omitted = 0;
     bool m_IsWriting = false;
+    bool m_HasThread = true;
 };
 
 }  // namespace quorvel::desktop

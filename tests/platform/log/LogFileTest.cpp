@@ -36,7 +36,7 @@ protected:
     std::string m_Path = m_Folder / "a.log";
 };
 
-TEST_F(LogFileTest, KeepsTheLinesOfEarlierRuns) {
+TEST_F(LogFileTest, KeepsLinesOfEarlierRuns) {
     for (const char* text : {"one", "two"}) {
         LogFile file(m_Path, 1000, 2);
         Write(file, text);
@@ -44,7 +44,7 @@ TEST_F(LogFileTest, KeepsTheLinesOfEarlierRuns) {
     EXPECT_THAT(Messages("a.log"), ElementsAre("one", "two"));
 }
 
-TEST_F(LogFileTest, RotatesAndDropsTheOldest) {
+TEST_F(LogFileTest, RotatesAndRemovesOldestFile) {
     LogFile file(m_Path, 100, 2);
     for (const char* text : {"one", "two", "three", "four", "five", "six", "seven"}) {
         Write(file, text);
@@ -55,7 +55,7 @@ TEST_F(LogFileTest, RotatesAndDropsTheOldest) {
     EXPECT_FALSE(fs::exists(m_Folder / "a.3.log"));
 }
 
-TEST_F(LogFileTest, LineLongerThanAFileIsNotCut) {
+TEST_F(LogFileTest, KeepsLineLongerThanMaximumSize) {
     LogFile file(m_Path, 100, 1);
     const std::string text(500, 'x');
     Write(file, "one");
@@ -64,7 +64,7 @@ TEST_F(LogFileTest, LineLongerThanAFileIsNotCut) {
     EXPECT_THAT(Messages("a.log"), ElementsAre(text));
 }
 
-TEST_F(LogFileTest, FollowsARotationByAnotherProgram) {
+TEST_F(LogFileTest, FollowsRotationByAnotherProgram) {
     LogFile file(m_Path, 100, 2);
     LogFile other(m_Path, 100, 2);
     Write(file, "one");
@@ -75,7 +75,7 @@ TEST_F(LogFileTest, FollowsARotationByAnotherProgram) {
     EXPECT_THAT(Messages("a.log"), ElementsAre("four", "five"));
 }
 
-TEST_F(LogFileTest, ComesBackAfterItsRemoval) {
+TEST_F(LogFileTest, CreatesFileAgainAfterRemoval) {
     LogFile file(m_Path, 1000, 2);
     Write(file, "one");
     fs::remove_all(m_Folder);
@@ -83,8 +83,8 @@ TEST_F(LogFileTest, ComesBackAfterItsRemoval) {
     EXPECT_THAT(Messages("a.log"), ElementsAre("two"));
 }
 
-// Whoever logs holds up every other thread that does.
-TEST_F(LogFileTest, WhileItCannotComeBackALineTakesNoTime) {
+// A thread that logs blocks all other threads that log.
+TEST_F(LogFileTest, FailsFastWhileFileCannotBeOpened) {
     LogFile file(m_Path, 1000, 2);
     fs::remove(m_Path);
     fs::create_directory(m_Path);
@@ -98,7 +98,7 @@ TEST_F(LogFileTest, WhileItCannotComeBackALineTakesNoTime) {
     EXPECT_THAT(Messages("a.log"), ElementsAre("two"));
 }
 
-TEST_F(LogFileTest, FilesAreTheUsersAloneInAFolderOpenToOthers) {
+TEST_F(LogFileTest, CreatesPrivateFilesInSharedFolder) {
     fs::create_directories(m_Folder);
     fs::permissions(m_Folder, static_cast<fs::perms>(0755));
     LogFile file(m_Path, 100, 2);
@@ -109,7 +109,7 @@ TEST_F(LogFileTest, FilesAreTheUsersAloneInAFolderOpenToOthers) {
     EXPECT_EQ(ModeOf("a.1.log"), static_cast<fs::perms>(0600));
 }
 
-TEST_F(LogFileTest, FileThatOthersCouldReadIsClosedToThem) {
+TEST_F(LogFileTest, RestrictsPermissionsOfExistingFile) {
     fs::create_directories(m_Folder);
     std::ofstream(m_Path) << "x): one\n";
     fs::permissions(m_Path, static_cast<fs::perms>(0644));

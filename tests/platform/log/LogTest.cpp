@@ -1,4 +1,4 @@
-// The log as a program's user sees it: lines on the terminal and in the file.
+// Runs log_writer and checks the lines on the terminal and in the file.
 
 #include <dlog.h>
 #include <fcntl.h>
@@ -30,39 +30,39 @@ namespace fs = std::filesystem;
 
 namespace {
 
-// As many as the log_writer's flood has.
+// Number of lines that log_writer logs in the scenario "flood".
 constexpr std::size_t kFloodLines = 30000;
 
-// The two ends of a pipe or a terminal, closed with the object.
-struct Ends_s {
+// The two ends of a pipe or a terminal, closed by the destructor.
+struct Ends {
     int reader = -1;
     int writer = -1;
 
-    ~Ends_s() {
+    ~Ends() {
         close(reader);
         close(writer);
     }
 
-    static Ends_s OfPipe() {
+    static Ends OfPipe() {
         std::array<int, 2> ends{};
         EXPECT_EQ(pipe2(ends.data(), O_CLOEXEC), 0);
         return {ends[0], ends[1]};
     }
 
-    static Ends_s OfTerminal() {
-        Ends_s ends;
+    static Ends OfTerminal() {
+        Ends ends;
         EXPECT_EQ(openpty(&ends.reader, &ends.writer, nullptr, nullptr, nullptr), 0);
         return ends;
     }
 
-    // Everything that comes before text, and text.
+    // Reads up to text. Returns all that was read, with text.
     std::string ReadUntil(const std::string& text) const {
         std::string all;
         std::array<char, 65536> part{};
         while (all.find(text) == std::string::npos) {
             const ssize_t size = read(reader, part.data(), part.size());
             if (size <= 0) {
-                ADD_FAILURE() << "ended before: " << text;
+                ADD_FAILURE() << "closed before: " << text;
                 break;
             }
             all.append(part.data(), static_cast<std::size_t>(size));
@@ -78,20 +78,20 @@ protected:
         return {m_Folders, QUORVEL_LOG_WRITER, {scenario}, extra, standardError};
     }
 
-    // Runs a scenario to its end and returns what came to the terminal.
+    // Runs a scenario until the program exits. Returns the lines on the terminal.
     std::vector<std::string> Run(const std::string& scenario, const Environment& extra = {}) const {
         ChildProgram program = Start(scenario, extra);
         EXPECT_EQ(program.Exit(), 0);
         return LinesOf(program.Messages());
     }
 
-    // The messages in the file.
-    std::vector<std::string> Filed() const { return MessagesOf(ReadFile(m_Folders.Log())); }
+    // Returns the messages in the file.
+    std::vector<std::string> FileMessages() const { return MessagesOf(ReadFile(m_Folders.Log())); }
 
     PrivateFolders m_Folders;
 };
 
-TEST_F(LogTest, TerminalGetsTheBriefForm) {
+TEST_F(LogTest, WritesBriefFormToTerminal) {
     ChildProgram program = Start("two-lines");
     EXPECT_EQ(program.Exit(), 0);
     std::string process = std::to_string(program.Id());
@@ -100,7 +100,7 @@ TEST_F(LogTest, TerminalGetsTheBriefForm) {
                                       process + "): an error\n");
 }
 
-TEST_F(LogTest, FileGetsTheBriefFormAndTheTime) {
+TEST_F(LogTest, WritesTimeAndBriefFormToFile) {
     Run("two-lines");
     const std::string start = "^[0-9-]+ [0-9:]+\\.[0-9]+ ";
     EXPECT_THAT(LinesOf(ReadFile(m_Folders.Log())),
@@ -108,51 +108,51 @@ TEST_F(LogTest, FileGetsTheBriefFormAndTheTime) {
                             ContainsRegex(start + "E/QEL     \\( *[0-9]+\\): an error$")));
 }
 
-TEST_F(LogTest, FolderOfTheFileIsTheUsersAlone) {
+TEST_F(LogTest, CreatesPrivateFolder) {
     Run("two-lines");
     EXPECT_EQ(fs::status(m_Folders.Log().parent_path()).permissions(), fs::perms::owner_all);
 }
 
-TEST_F(LogTest, InnerLinesGetTheirOwnPrefixAndLastOnesAreDropped) {
+TEST_F(LogTest, PrefixesEachLineAndDropsTrailingBreaks) {
     EXPECT_THAT(Run("inner-lines"),
                 ElementsAre(EndsWith("): one"), EndsWith("): "), EndsWith("): two")));
-    EXPECT_THAT(Filed(), ElementsAre("one", "", "two"));
+    EXPECT_THAT(FileMessages(), ElementsAre("one", "", "two"));
 }
 
-TEST_F(LogTest, EmptyMessageIsALine) {
+TEST_F(LogTest, WritesEmptyMessageAsLine) {
     EXPECT_THAT(Run("empty"), ElementsAre(EndsWith("): ")));
 }
 
-TEST_F(LogTest, LongLineIsNotCut) {
+TEST_F(LogTest, KeepsLongLine) {
     const std::string line = "<" + std::string(300000, 'x') + ">";
     EXPECT_THAT(Run("long"), ElementsAre(EndsWith(line)));
-    EXPECT_THAT(Filed(), ElementsAre(line));
+    EXPECT_THAT(FileMessages(), ElementsAre(line));
 }
 
-TEST_F(LogTest, LevelErrorShowsErrorsOnly) {
+TEST_F(LogTest, ShowsOnlyErrorsAtLevelError) {
     EXPECT_THAT(Run("two-lines", {{"QUORVEL_LOG_LEVEL", "error"}}),
                 ElementsAre(EndsWith("an error")));
-    EXPECT_THAT(Filed(), ElementsAre("an error"));
+    EXPECT_THAT(FileMessages(), ElementsAre("an error"));
 }
 
-TEST_F(LogTest, LevelOffShowsNothing) {
+TEST_F(LogTest, ShowsNothingAtLevelOff) {
     EXPECT_THAT(Run("two-lines", {{"QUORVEL_LOG_LEVEL", "off"}}), IsEmpty());
-    EXPECT_THAT(Filed(), IsEmpty());
+    EXPECT_THAT(FileMessages(), IsEmpty());
 }
 
-TEST_F(LogTest, LevelInfoShowsAll) {
+TEST_F(LogTest, ShowsEverythingAtLevelInfo) {
     EXPECT_THAT(Run("two-lines", {{"QUORVEL_LOG_LEVEL", "info"}}), SizeIs(2));
 }
 
-TEST_F(LogTest, UnknownLevelIsToldAndShowsAll) {
+TEST_F(LogTest, ReportsUnknownLevelAndShowsEverything) {
     EXPECT_THAT(Run("two-lines", {{"QUORVEL_LOG_LEVEL", "loud"}}),
                 ElementsAre(HasSubstr("QUORVEL_LOG_LEVEL"), EndsWith("an information"),
                             EndsWith("an error")));
 }
 
-TEST_F(LogTest, ThreadsDoNotMixTheirLines) {
+TEST_F(LogTest, KeepsLinesOfOneMessageTogether) {
     Run("threads");
-    const std::vector<std::string> lines = Filed();
+    const std::vector<std::string> lines = FileMessages();
     ASSERT_THAT(lines, SizeIs(8 * 200 * 2));
     std::set<std::string> names;
     for (std::size_t i = 0; i < lines.size(); i += 2) {
@@ -164,9 +164,9 @@ TEST_F(LogTest, ThreadsDoNotMixTheirLines) {
     EXPECT_THAT(names, SizeIs(8 * 200));
 }
 
-// The pipe takes 64 KB and the flood has 4 MB, so a writer that waited would never end.
-TEST_F(LogTest, StalledTerminalHoldsUpNeitherTheProgramNorItsEnd) {
-    const Ends_s pipe = Ends_s::OfPipe();
+// The pipe holds 64 KB and the flood has 4 MB, so a program that waited would never exit.
+TEST_F(LogTest, ContinuesAndExitsWhileTerminalStalls) {
+    const Ends pipe = Ends::OfPipe();
     ChildProgram program = Start("flood", {}, pipe.writer);
     EXPECT_EQ(program.Exit(), 0);
     const fs::path older = m_Folders.Log().parent_path() / "quorvel.1.log";
@@ -177,26 +177,26 @@ TEST_F(LogTest, StalledTerminalHoldsUpNeitherTheProgramNorItsEnd) {
     }
 }
 
-TEST_F(LogTest, LinesLeftOutOfAStalledTerminalAreCounted) {
-    const Ends_s pipe = Ends_s::OfPipe();
+TEST_F(LogTest, CountsLinesOmittedFromStalledTerminal) {
+    const Ends pipe = Ends::OfPipe();
     const ChildProgram program = Start("flood-and-wait", {}, pipe.writer);
     ASSERT_TRUE(Await([&] { return program.Output() == "logged\n"; }));
-    const std::vector<std::string> flood = LinesOf(pipe.ReadUntil(" are left out here\n"));
+    const std::vector<std::string> flood = LinesOf(pipe.ReadUntil(" omitted here\n"));
     program.Proceed();
     pipe.ReadUntil("after the flood\n");
 
     const std::string notice = flood.back().substr(flood.back().find("): ") + 3);
-    EXPECT_THAT(flood.back(), MatchesRegex("W/quorvel \\( *[0-9]+\\): [0-9]+ lines are.*"));
+    EXPECT_THAT(flood.back(), MatchesRegex("W/quorvel \\( *[0-9]+\\): [0-9]+ lines omitted here"));
     EXPECT_LT(flood.size() - 1, kFloodLines);
     EXPECT_EQ(flood.size() - 1 + std::stoul(notice), kFloodLines);
     program.Proceed();
 }
 
-// Half a second, and not as long as it takes somebody to look at the terminal.
-TEST_F(LogTest, StalledTerminalHoldsTheEndUpForAMomentOnly) {
-    const Ends_s pipe = Ends_s::OfPipe();
+// The program waits half a second for the terminal.
+TEST_F(LogTest, WaitsBrieflyForStalledTerminalAtExit) {
+    const Ends pipe = Ends::OfPipe();
     ChildProgram program = Start("long-and-wait", {}, pipe.writer);
-    ASSERT_TRUE(Await([this] { return !Filed().empty(); }));
+    ASSERT_TRUE(Await([this] { return !FileMessages().empty(); }));
     const auto start = std::chrono::steady_clock::now();
     program.Proceed();
     EXPECT_EQ(program.Exit(), 0);
@@ -205,52 +205,57 @@ TEST_F(LogTest, StalledTerminalHoldsTheEndUpForAMomentOnly) {
     EXPECT_LT(taken, std::chrono::milliseconds(500) + kSpareTime);
 }
 
-TEST_F(LogTest, TerminalThatNeverBlocksGetsEveryLineThatWasQueued) {
-    const Ends_s pipe = Ends_s::OfPipe();
+TEST_F(LogTest, WritesQueuedLinesToNonBlockingTerminal) {
+    const Ends pipe = Ends::OfPipe();
     ASSERT_EQ(fcntl(pipe.writer, F_SETFL, O_NONBLOCK), 0);
     const ChildProgram program = Start("long-and-wait", {}, pipe.writer);
     EXPECT_THAT(pipe.ReadUntil("x>\n"), EndsWith("<" + std::string(300000, 'x') + ">\n"));
 }
 
-TEST_F(LogTest, LinesBeforeAnUncaughtExceptionAreKept) {
+TEST_F(LogTest, KeepsLinesBeforeUncaughtException) {
     ChildProgram program = Start("throw");
     EXPECT_EQ(program.Exit(), -SIGABRT);
-    EXPECT_THAT(Filed(), ElementsAre("an information", "an error"));
+    EXPECT_THAT(FileMessages(), ElementsAre("an information", "an error"));
     EXPECT_THAT(program.Messages(), HasSubstr("an error\n"));
-    EXPECT_THAT(program.Messages(), HasSubstr("nobody catches this"));
+    EXPECT_THAT(program.Messages(), HasSubstr("uncaught"));
 }
 
-TEST_F(LogTest, LinesBeforeASuddenEndAreFiled) {
+TEST_F(LogTest, KeepsLinesBeforeKill) {
     ChildProgram program = Start("kill");
     EXPECT_EQ(program.Exit(), -SIGKILL);
-    EXPECT_THAT(Filed(), ElementsAre("an information", "an error"));
+    EXPECT_THAT(FileMessages(), ElementsAre("an information", "an error"));
 }
 
-TEST_F(LogTest, ReaderOfTheMessagesMayGo) {
-    Ends_s pipe = Ends_s::OfPipe();
+TEST_F(LogTest, ContinuesWhenPipeReaderCloses) {
+    Ends pipe = Ends::OfPipe();
     ChildProgram program = Start("reader-gone", {}, pipe.writer);
     close(std::exchange(pipe.reader, -1));
     program.Proceed();
     EXPECT_EQ(program.Exit(), 0);
-    EXPECT_THAT(Filed(), SizeIs(10));
+    EXPECT_THAT(FileMessages(), SizeIs(10));
 }
 
-TEST_F(LogTest, StateFolderThatCannotBeWrittenIsToldOnce) {
+TEST_F(LogTest, WritesToFileWhenTerminalThreadCannotStart) {
+    EXPECT_THAT(Run("without-threads"), IsEmpty());
+    EXPECT_THAT(FileMessages(), ElementsAre("an information", "an error"));
+}
+
+TEST_F(LogTest, ReportsUnwritableStateFolderOnce) {
     EXPECT_THAT(Run("two-lines", {{"XDG_STATE_HOME", "/dev/null"}}),
-                ElementsAre(HasSubstr("no log file is written"), EndsWith("an information"),
+                ElementsAre(HasSubstr("logging to the terminal only"), EndsWith("an information"),
                             EndsWith("an error")));
 }
 
-TEST_F(LogTest, FullDiskIsToldOnce) {
+TEST_F(LogTest, ReportsFullDiskOnce) {
     fs::create_directories(m_Folders.Log().parent_path());
     fs::create_symlink("/dev/full", m_Folders.Log());
     EXPECT_THAT(Run("two-lines"),
-                ElementsAre(EndsWith("an information"), HasSubstr("the log file lacks lines"),
+                ElementsAre(EndsWith("an information"), HasSubstr("cannot write to the log file"),
                             EndsWith("an error")));
 }
 
-TEST_F(LogTest, TerminalIsColouredByLevel) {
-    const Ends_s terminal = Ends_s::OfTerminal();
+TEST_F(LogTest, ColoursTerminalByLevel) {
+    const Ends terminal = Ends::OfTerminal();
     ChildProgram program = Start("two-lines", {{"TERM", "xterm"}}, terminal.writer);
     const std::string text = terminal.ReadUntil("an error");
     EXPECT_EQ(program.Exit(), 0);
@@ -264,26 +269,26 @@ TEST_F(LogTest, TerminalIsColouredByLevel) {
     EXPECT_EQ(ReadFile(m_Folders.Log()).find('\x1b'), std::string::npos);
 }
 
-TEST_F(LogTest, TerminalWithoutColoursGetsNone) {
-    const Ends_s terminal = Ends_s::OfTerminal();
+TEST_F(LogTest, WritesNoColoursToPlainTerminal) {
+    const Ends terminal = Ends::OfTerminal();
     ChildProgram program =
         Start("two-lines", {{"TERM", "dumb"}, {"COLORTERM", ""}}, terminal.writer);
     EXPECT_THAT(terminal.ReadUntil("an error"), testing::Not(HasSubstr("\x1b")));
     EXPECT_EQ(program.Exit(), 0);
 }
 
-TEST_F(LogTest, FileHasFourMebibytesAndThreeOldOnes) {
+TEST_F(LogTest, RotatesAtFourMebibytesAndKeepsThreeOldFiles) {
     Run("fill");
     const fs::path folder = m_Folders.Log().parent_path();
     for (const char* name : {"quorvel.1.log", "quorvel.2.log", "quorvel.3.log"}) {
-        // The next line, of a quarter, did not fit.
+        // The next line of 256 KiB did not fit.
         EXPECT_LE(fs::file_size(folder / name), 4U << 20U) << name;
         EXPECT_GT(fs::file_size(folder / name), (4U << 20U) - (257U << 10U)) << name;
     }
     EXPECT_FALSE(fs::exists(folder / "quorvel.4.log"));
 }
 
-TEST_F(LogTest, WriterLearnsTheResultAndKeepsItsErrno) {
+TEST_F(LogTest, ReturnsResultAndKeepsErrno) {
     ChildProgram program = Start("results");
     EXPECT_EQ(program.Exit(), 0);
     EXPECT_EQ(program.Output(), "4 1 1 1\n");

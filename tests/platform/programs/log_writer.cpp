@@ -1,6 +1,7 @@
-// Writes log lines as its first argument says; see Scenarios.
+// Logs the lines of the scenario that the first argument names; see kScenarios.
 
 #include <dlog.h>
+#include <pthread.h>
 #include <tv_services.h>
 
 #include <cerrno>
@@ -31,7 +32,7 @@ void TwoLines() {
     Error("an error\n");
 }
 
-// From eight threads at once, messages of two lines each.
+// Eight threads log messages of two lines each at the same time.
 void Threads() {
     std::vector<std::thread> threads(8);
     for (std::size_t thread = 0; thread < threads.size(); ++thread) {
@@ -54,7 +55,7 @@ void Flood() {
     }
 }
 
-// Says on standard output when all is logged, and ends when it is told to.
+// Prints a line when all is logged. Waits for a line on standard input before each further step.
 void FloodAndWait() {
     Flood();
     std::puts("logged");
@@ -73,7 +74,7 @@ void Results() {
     std::printf("%d %d %d %d\n", good, kept, noTag < 0, noPriority < 0);
 }
 
-// More than the file and its old ones hold together.
+// Logs more than the file and the rotated files hold.
 void Fill() {
     const std::string quarter(std::size_t{256} << 10, 'x');
     for (int i = 0; i < 80; ++i) {
@@ -91,12 +92,21 @@ void LongAndWait() {
     std::getchar();
 }
 
-// Waits to be told, so that the reader of its messages can go away meanwhile.
+// Waits for a line on standard input, so that the test can close the pipe first.
 void AfterReaderIsGone() {
     std::getchar();
     for (int i = 0; i < 10; ++i) {
         Info("line " + std::to_string(i));
     }
+}
+
+// Logs while no thread can be started: the default stack is larger than the address space.
+void WithoutThreads() {
+    pthread_attr_t attributes;
+    pthread_attr_init(&attributes);
+    pthread_attr_setstacksize(&attributes, std::size_t{1} << 60);
+    pthread_setattr_default_np(&attributes);
+    TwoLines();
 }
 
 const std::map<std::string, std::function<void()>> kScenarios = {
@@ -112,10 +122,11 @@ const std::map<std::string, std::function<void()>> kScenarios = {
     {"flood-and-wait", FloodAndWait},
     {"results", Results},
     {"reader-gone", AfterReaderIsGone},
+    {"without-threads", WithoutThreads},
     {"throw",
      [] {
          TwoLines();
-         throw std::runtime_error("nobody catches this");
+         throw std::runtime_error("uncaught");
      }},
     {"kill",
      [] {
@@ -126,7 +137,7 @@ const std::map<std::string, std::function<void()>> kScenarios = {
 
 }  // namespace
 
-// What escapes from here is meant to.
+// The scenario "throw" ends the program with an uncaught exception.
 // NOLINTNEXTLINE(bugprone-exception-escape)
 int main(int, char** argv) {
     kScenarios.at(argv[1])();
