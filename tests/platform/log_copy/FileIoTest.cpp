@@ -25,20 +25,20 @@ protected:
     FileIo m_Io;
 };
 
-TEST_F(FileIoTest, ListsWhatIsInAFolderHoweverOften) {
+TEST_F(FileIoTest, ListsFolderRepeatedly) {
     fs::create_directory(m_Scratch.Path() / "one");
     fs::create_directory(m_Scratch.Path() / "two");
     const File folder(m_Io, m_Scratch.Path(), O_RDONLY | O_DIRECTORY);
     for (int i = 0; i < 2; ++i) {
-        std::vector<std::string> names = {"from before"};
-        // Not an error of the listing.
+        std::vector<std::string> names = {"old name"};
+        // An old error must not make the listing fail.
         errno = EIO;
         EXPECT_TRUE(folder.List(names));
         EXPECT_THAT(names, testing::UnorderedElementsAre("one", "two"));
     }
 }
 
-TEST_F(FileIoTest, RenamingReplacesNothing) {
+TEST_F(FileIoTest, RenamesWithoutReplacing) {
     fs::create_directory(m_Scratch.Path() / "from");
     fs::create_directory(m_Scratch.Path() / "to");
     const File folder(m_Io, m_Scratch.Path(), O_RDONLY | O_DIRECTORY);
@@ -49,7 +49,7 @@ TEST_F(FileIoTest, RenamingReplacesNothing) {
     EXPECT_FALSE(fs::exists(m_Scratch.Path() / "from"));
 }
 
-TEST_F(FileIoTest, HandleClosesOnce) {
+TEST_F(FileIoTest, ClosesOnce) {
     FaultyFileIo io(m_Scratch.Path());
     {
         File first(io, m_Scratch.Path(), O_RDONLY);
@@ -63,7 +63,7 @@ TEST_F(FileIoTest, HandleClosesOnce) {
     EXPECT_EQ(io.Performed().size(), 2U);
 }
 
-// The descriptor may already belong to another thread.
+// After the first close another thread may have a file with the same descriptor.
 TEST_F(FileIoTest, DoesNotRepeatInterruptedClose) {
     FaultyFileIo io(m_Scratch.Path());
     io.FailOnce(1, EINTR);

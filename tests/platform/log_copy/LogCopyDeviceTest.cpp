@@ -1,4 +1,4 @@
-// The log copy on real file systems: images that are mounted as a device is.
+// Runs the log copy on file systems in images, which are mounted like devices.
 
 #include <gmock/gmock.h>
 #include <sys/statvfs.h>
@@ -25,15 +25,15 @@ namespace {
 
 constexpr std::uintmax_t kMegabyte = 1024 * 1024;
 
-// Parameter: type of the file system.
+// Parameter: file system type.
 class LogCopyDeviceTest : public CopyFixture, public testing::WithParamInterface<std::string> {
 protected:
     void SetUp() override {
-        const std::string reason = LoopImage::WhyNot(GetParam());
+        const std::string reason = LoopImage::Prepare(GetParam());
         if (!reason.empty()) {
             GTEST_SKIP() << reason;
         }
-        // The smallest that all of them can be made with.
+        // btrfs needs at least this size.
         m_Size = GetParam() == "btrfs" ? 128 * kMegabyte : 16 * kMegabyte;
         m_Image = std::make_unique<LoopImage>(m_Scratch.Path(), GetParam(), m_Size);
         m_Image->Mount("rw");
@@ -41,7 +41,7 @@ protected:
         Write(m_Storage / "holiday.jpg", "picture");
     }
 
-    // The storage as it is found through the mount table.
+    // Returns the storage with its entry in the mount table.
     UsbStorage Mounted() const {
         for (const quorvel::desktop::Mount& mount : ReadMounts()) {
             if (mount.folder == m_Storage) {
@@ -52,7 +52,7 @@ protected:
         return {};
     }
 
-    // What is on the device, without the folder that ext4 makes.
+    // Returns the content of the device, without the folder that ext4 creates.
     Tree OnDevice() const {
         Tree tree = OnStorage();
         tree.erase("lost+found/");
@@ -68,21 +68,21 @@ protected:
     std::unique_ptr<LoopImage> m_Image;
 };
 
-TEST_P(LogCopyDeviceTest, CopyIsThereAfterMountingAgain) {
+TEST_P(LogCopyDeviceTest, KeepsCopyAfterRemount) {
     FileIo io;
     EXPECT_EQ(Run(io, Mounted()), 0);
     Remount("ro");
     EXPECT_EQ(OnDevice(), After());
 }
 
-TEST_P(LogCopyDeviceTest, EarlierCopyOfTheSameSecondStays) {
+TEST_P(LogCopyDeviceTest, KeepsEarlierCopyOfSameSecond) {
     FileIo io;
     EXPECT_EQ(Run(io, Mounted()), 0);
     EXPECT_EQ(Run(io, Mounted()), 0);
     EXPECT_EQ(OnDevice(), AfterTwo());
 }
 
-TEST_P(LogCopyDeviceTest, FullDeviceStaysAsItWas) {
+TEST_P(LogCopyDeviceTest, KeepsContentOfFullDevice) {
     Write(m_Data / "qelXml.xml", std::string(m_Size, 'x'));
     FileIo io;
     EXPECT_EQ(Run(io, Mounted()), -1);
@@ -91,7 +91,7 @@ TEST_P(LogCopyDeviceTest, FullDeviceStaysAsItWas) {
     EXPECT_EQ(OnDevice(), Before());
 }
 
-TEST_P(LogCopyDeviceTest, ReadOnlyDeviceStaysAsItWas) {
+TEST_P(LogCopyDeviceTest, KeepsContentOfReadOnlyDevice) {
     Remount("ro");
     FileIo io;
     EXPECT_EQ(Run(io, Mounted()), -1);
@@ -99,7 +99,7 @@ TEST_P(LogCopyDeviceTest, ReadOnlyDeviceStaysAsItWas) {
     EXPECT_EQ(OnDevice(), Before());
 }
 
-TEST_P(LogCopyDeviceTest, UnmountedDeviceIsNotReplacedByTheFolderBelow) {
+TEST_P(LogCopyDeviceTest, RejectsFolderBelowUnmountedDevice) {
     const UsbStorage storage = Mounted();
     m_Image->Unmount();
     FileIo io;
@@ -115,7 +115,7 @@ INSTANTIATE_TEST_SUITE_P(FileSystems, LogCopyDeviceTest,
 
 class LogCopyUnplugTest : public LogCopyDeviceTest {
 protected:
-    // What there was before the copy, on the medium.
+    // Restores the content before the copy on the device.
     void ResetDevice() {
         for (const auto& entry : fs::directory_iterator(m_Storage)) {
             fs::remove_all(entry.path());
@@ -124,7 +124,7 @@ protected:
         Remount("rw");
     }
 
-    // Copies, and pulls the device out before operation number at; then plugs it in again.
+    // Copies, unplugs the device before the call with the index at, then mounts it again.
     int RunUnplugged(std::size_t at) {
         FaultyFileIo io(m_Storage);
         io.SyncForReal();
@@ -149,7 +149,7 @@ protected:
     }
 };
 
-TEST_P(LogCopyUnplugTest, AtEveryOperation) {
+TEST_P(LogCopyUnplugTest, KeepsNoPartialCopyWhenUnpluggedAtAnyCall) {
     FaultyFileIo good(m_Storage);
     good.SyncForReal();
     ASSERT_EQ(Run(good, Mounted()), 0);
@@ -170,7 +170,7 @@ TEST_P(LogCopyUnplugTest, AtEveryOperation) {
         EXPECT_EQ(Run(io, Mounted()), 0);
         EXPECT_EQ(OnDevice(), kept == Before() ? After() : AfterTwo());
     }
-    // All before the last sync, and it.
+    // The copy fails before and at the last sync.
     EXPECT_GE(failures, static_cast<int>(good.Performed().size()) - 10);
 }
 

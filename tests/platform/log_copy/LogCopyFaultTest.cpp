@@ -1,5 +1,5 @@
-// Lets every operation of a log copy fail, once and for good, with everything that a storage can
-// report, and ends the program at every one of them.
+// Makes each system call of a log copy fail, once and permanently, with the errors that a storage
+// can report, and ends the program at each call.
 
 #include <gmock/gmock.h>
 #include <sys/wait.h>
@@ -25,8 +25,8 @@ using testing::StartsWith;
 
 namespace {
 
-const char* const DONE = "log copy: the logs are stored in (";
-const char* const UNREADABLE = "log copy: a file to copy cannot be read (";
+const char* const kDone = "log copy: the logs are stored in (";
+const char* const kUnreadable = "log copy: a file to copy cannot be read (";
 
 std::string LineOf(int error) {
     switch (error) {
@@ -41,14 +41,14 @@ std::string LineOf(int error) {
     }
 }
 
-// Error number, and whether it stays.
+// Parameters: error number, and whether the failure is permanent.
 class LogCopyFaultTest : public CopyFixture,
                          public testing::WithParamInterface<std::tuple<int, bool>> {
 protected:
     int Error() const { return std::get<0>(GetParam()); }
-    bool IsForGood() const { return std::get<1>(GetParam()); }
+    bool IsPermanent() const { return std::get<1>(GetParam()); }
     void Fail(FaultyFileIo& io, std::size_t at) const {
-        if (IsForGood()) {
+        if (IsPermanent()) {
             io.FailPermanently(at, Error());
         } else {
             io.FailOnce(at, Error());
@@ -63,8 +63,9 @@ protected:
         return io.Performed();
     }
 
-    // Whether the copy can do without it: looking for left-overs, and closing what was only read.
-    bool IsDispensable(const PerformedCall& performed) const {
+    // Returns whether the copy succeeds without the call: listing left-overs, and closing a file
+    // that was only read.
+    bool IsOptional(const PerformedCall& performed) const {
         if (performed.call == FileCall::kList) {
             return performed.path == m_Storage;
         }
@@ -72,32 +73,32 @@ protected:
                performed.path.find("/.quorvel-unfinished-") == std::string::npos;
     }
 
-    // What the copy is to log when operation number at of a good run is the first one to fail.
+    // Returns the expected line when the call with the index at is the first one to fail.
     std::string ExpectedLine(const std::vector<PerformedCall>& good, std::size_t at) const {
         const FaultyFileIo io(m_Storage);
         const bool onStorage = io.IsOnStorage(good[at].path);
-        for (std::size_t i = at; i < (IsForGood() ? good.size() : at + 1); ++i) {
+        for (std::size_t i = at; i < (IsPermanent() ? good.size() : at + 1); ++i) {
             const bool fails = i == at || (io.IsOnStorage(good[i].path) == onStorage &&
                                            FaultyFileIo::IsRejected(good[i].call, Error()));
-            if (fails && !IsDispensable(good[i])) {
-                return onStorage ? LineOf(Error()) : UNREADABLE;
+            if (fails && !IsOptional(good[i])) {
+                return onStorage ? LineOf(Error()) : kUnreadable;
             }
         }
-        return DONE;
+        return kDone;
     }
 
-    // What the storage may hold under another name than a temporary one.
-    void ExpectNothingHalfWritten() {
+    // Ignores folders with a temporary name.
+    void ExpectNoPartialCopy() {
         Tree tree = OnStorage();
         for (auto entry = tree.begin(); entry != tree.end();) {
             const bool isTemporary = entry->first.rfind(".quorvel-unfinished-", 0) == 0;
             entry = isTemporary ? tree.erase(entry) : std::next(entry);
         }
-        // Whole and on the device when only its removal failed.
+        // The copy is complete if only its removal failed.
         EXPECT_TRUE(tree == Before() || tree == After()) << testing::PrintToString(tree);
     }
 
-    // The device works again: the next copy tidies up and succeeds.
+    // The next copy, without a failure, removes left-overs and succeeds.
     void ExpectNextCopySucceeds() {
         const bool wasKept = OnStorage().count(m_CopyName + "/") != 0;
         FileIo io;
@@ -106,48 +107,48 @@ protected:
     }
 
     void ExpectOutcome(const std::string& line, int result) {
-        const bool isDone = line == DONE;
+        const bool isDone = line == kDone;
         EXPECT_EQ(result, isDone ? 0 : -1);
         EXPECT_THAT(isDone ? m_Infos : m_Errors, ElementsAre(StartsWith(line)));
         EXPECT_THAT(isDone ? m_Errors : m_Infos, IsEmpty());
     }
 };
 
-TEST_P(LogCopyFaultTest, EveryOperation) {
+TEST_P(LogCopyFaultTest, ReportsFailureOfEveryCall) {
     const std::vector<PerformedCall> good = GoodRun();
-    // Four files to open twice, to write, to sync and to close, at the least.
+    // Four files, each opened twice, read, written, synced and closed.
     ASSERT_GT(good.size(), 30U);
     for (std::size_t at = 0; at < good.size(); ++at) {
-        SCOPED_TRACE(testing::Message() << "operation " << at << ": " << good[at]);
+        SCOPED_TRACE(testing::Message() << "call " << at << ": " << good[at]);
         FaultyFileIo io(m_Storage);
         Fail(io, at);
         const int result = Run(io);
         const std::string line = ExpectedLine(good, at);
         ExpectOutcome(line, result);
         EXPECT_EQ(io.OpenDescriptors(), 0);
-        if (line == DONE) {
+        if (line == kDone) {
             EXPECT_EQ(OnStorage(), After());
-        } else if (!IsForGood() || Error() == ENOSPC) {
+        } else if (!IsPermanent() || Error() == ENOSPC) {
             EXPECT_EQ(OnStorage(), Before());
         } else {
-            ExpectNothingHalfWritten();
+            ExpectNoPartialCopy();
             ExpectNextCopySucceeds();
         }
         ResetStorage();
     }
 }
 
-// The operations of tidying up fail, too: each in turn, after the failure of each before.
-TEST_P(LogCopyFaultTest, EveryOperationOfTidyingUp) {
+// After the first failure, each later call fails as well, including those of the cleanup.
+TEST_P(LogCopyFaultTest, KeepsNoPartialCopyWhenCleanupFails) {
     const std::vector<PerformedCall> good = GoodRun();
     for (std::size_t at = 0; at < good.size(); ++at) {
         FaultyFileIo probe(m_Storage);
         probe.FailOnce(at, EIO);
         Run(probe);
-        const std::size_t operations = probe.Performed().size();
+        const std::size_t calls = probe.Performed().size();
         ResetStorage();
-        for (std::size_t second = at + 1; second < operations; ++second) {
-            SCOPED_TRACE(testing::Message() << "operations " << at << " and " << second);
+        for (std::size_t second = at + 1; second < calls; ++second) {
+            SCOPED_TRACE(testing::Message() << "calls " << at << " and " << second);
             FaultyFileIo io(m_Storage);
             io.FailOnce(at, EIO);
             io.SetHook([&](std::size_t index) {
@@ -158,7 +159,7 @@ TEST_P(LogCopyFaultTest, EveryOperationOfTidyingUp) {
             Run(io);
             EXPECT_EQ(m_Errors.size() + m_Infos.size(), 1U);
             EXPECT_EQ(io.OpenDescriptors(), 0);
-            ExpectNothingHalfWritten();
+            ExpectNoPartialCopy();
             ResetStorage();
         }
     }
@@ -166,7 +167,7 @@ TEST_P(LogCopyFaultTest, EveryOperationOfTidyingUp) {
 
 std::string NameOfParam(const testing::TestParamInfo<std::tuple<int, bool>>& info) {
     return std::string(strerrorname_np(std::get<0>(info.param))) +
-           (std::get<1>(info.param) ? "ForGood" : "Once");
+           (std::get<1>(info.param) ? "Permanently" : "Once");
 }
 
 INSTANTIATE_TEST_SUITE_P(Errors, LogCopyFaultTest,
@@ -176,7 +177,7 @@ INSTANTIATE_TEST_SUITE_P(Errors, LogCopyFaultTest,
 
 class LogCopyCrashTest : public CopyFixture {};
 
-TEST_F(LogCopyCrashTest, ProgramEndsAtEveryOperation) {
+TEST_F(LogCopyCrashTest, RecoversFromCrashAtEveryCall) {
     FaultyFileIo good(m_Storage);
     ASSERT_EQ(Run(good), 0);
     ResetStorage();
@@ -199,13 +200,12 @@ TEST_F(LogCopyCrashTest, ProgramEndsAtEveryOperation) {
         FileIo io;
         EXPECT_EQ(Run(io), 0);
         EXPECT_EQ(OnStorage(), wasNamed ? AfterTwo() : After())
-            << "ended before " << good.Performed()[at];
+            << "exited before " << good.Performed()[at];
         ResetStorage();
     }
 }
 
-// Left-overs that cannot be removed do not keep a copy from succeeding.
-TEST_F(LogCopyCrashTest, LeftOverThatResists) {
+TEST_F(LogCopyCrashTest, CopiesDespiteLeftOverThatCannotBeRemoved) {
     const std::string leftOver = ".quorvel-unfinished-old";
     Write(m_Storage / leftOver / "quorvel.log", "half");
     FaultyFileIo good(m_Storage);
@@ -224,7 +224,7 @@ TEST_F(LogCopyCrashTest, LeftOverThatResists) {
     }
 }
 
-// What has to be on the device before what else happens.
+// Checks the order of syncs and renames.
 class LogCopyOrderTest : public CopyFixture {
 protected:
     LogCopyOrderTest() : m_Io(m_Storage) {}
@@ -232,7 +232,7 @@ protected:
 
     std::string UnfinishedPath() const { return m_Storage / (".quorvel-unfinished-" + m_CopyName); }
 
-    // The index of the last operation of this kind on the path; -1 without one.
+    // Returns the index of the last such call on the path; -1 if it does not occur.
     std::ptrdiff_t Last(FileCall call, const std::string& path) const {
         const std::vector<PerformedCall>& all = m_Io.Performed();
         const auto found = std::find_if(all.rbegin(), all.rend(), [&](const PerformedCall& one) {
@@ -244,7 +244,7 @@ protected:
     FaultyFileIo m_Io;
 };
 
-TEST_F(LogCopyOrderTest, EverythingIsOnTheDeviceBeforeTheFolderGetsItsName) {
+TEST_F(LogCopyOrderTest, SyncsContentBeforeRename) {
     const std::string folder = UnfinishedPath();
     const std::ptrdiff_t renamed = Last(FileCall::kRename, folder);
     ASSERT_GT(renamed, 0);
@@ -262,7 +262,7 @@ TEST_F(LogCopyOrderTest, EverythingIsOnTheDeviceBeforeTheFolderGetsItsName) {
     EXPECT_LT(Last(FileCall::kSyncFileSystem, folder), renamed);
 }
 
-TEST_F(LogCopyOrderTest, TheNameIsOnTheDeviceBeforeTheCopySucceeds) {
+TEST_F(LogCopyOrderTest, SyncsRenameBeforeSuccess) {
     const std::string folder = UnfinishedPath();
     EXPECT_GT(Last(FileCall::kSync, m_Storage), Last(FileCall::kRename, folder));
     EXPECT_GT(Last(FileCall::kSyncFileSystem, m_Storage), Last(FileCall::kRename, folder));

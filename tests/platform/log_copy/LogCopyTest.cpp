@@ -47,7 +47,7 @@ namespace {
 
 class LogCopyTest : public CopyFixture {
 protected:
-    // The index of the first operation of this kind in a run that goes well.
+    // Returns the index of the first such call in a successful copy.
     std::size_t IndexOf(FileCall call) {
         FaultyFileIo io(m_Storage);
         EXPECT_EQ(Run(io), 0);
@@ -57,7 +57,7 @@ protected:
                 return i;
             }
         }
-        ADD_FAILURE() << "not in a good run";
+        ADD_FAILURE() << "no such call";
         return 0;
     }
 
@@ -72,7 +72,7 @@ TEST_F(LogCopyTest, CopiesLogsAndResultFilesIntoOneFolder) {
                                      (m_Storage / m_CopyName).string() + ")"));
 }
 
-TEST_F(LogCopyTest, NamesTheFolderByApplicationHostAndLocalTime) {
+TEST_F(LogCopyTest, NamesFolderByApplicationHostAndLocalTime) {
     std::tm local{};
     local.tm_year = 124;
     local.tm_mon = 1;
@@ -85,7 +85,7 @@ TEST_F(LogCopyTest, NamesTheFolderByApplicationHostAndLocalTime) {
               "quorvel-line-7.factory-20240203-040506");
 }
 
-TEST_F(LogCopyTest, PutsOnlyPlainLettersInTheName) {
+TEST_F(LogCopyTest, ReplacesSpecialCharactersInFolderName) {
     EXPECT_THAT(LogCopyName("a:b/c\\d*e?\"<>|\n", 0), StartsWith("quorvel-a_b_c_d_e______-"));
     EXPECT_THAT(LogCopyName("\xc3\xa4", 0), StartsWith("quorvel-__-"));
     EXPECT_THAT(LogCopyName("../..", 0), StartsWith("quorvel-.._..-"));
@@ -93,13 +93,13 @@ TEST_F(LogCopyTest, PutsOnlyPlainLettersInTheName) {
     EXPECT_LT(LogCopyName(std::string(5000, 'h'), 0).size(), 100U);
 }
 
-TEST_F(LogCopyTest, TakesAHostWithStrangeLetters) {
+TEST_F(LogCopyTest, AcceptsHostNameWithSpecialCharacters) {
     m_Job.host = "../:\n";
     EXPECT_EQ(Run(m_Io), 0);
     EXPECT_EQ(OnStorage(), After(LogCopyName(m_Job.host, m_Job.time)));
 }
 
-TEST_F(LogCopyTest, LeavesAnEarlierCopyOfTheSameSecondAlone) {
+TEST_F(LogCopyTest, KeepsEarlierCopyOfSameSecond) {
     ASSERT_EQ(Run(m_Io), 0);
     Tree expected = OnStorage();
     m_Sources["quorvel.log"] = "later\n";
@@ -109,16 +109,16 @@ TEST_F(LogCopyTest, LeavesAnEarlierCopyOfTheSameSecondAlone) {
     EXPECT_EQ(OnStorage(), expected);
 }
 
-TEST_F(LogCopyTest, NeverTakesTheNameOfAnotherFileOrLink) {
-    Write(m_Storage / m_CopyName, "somebody's");
+TEST_F(LogCopyTest, KeepsFilesAndLinksWithNameOfCopy) {
+    Write(m_Storage / m_CopyName, "other");
     fs::create_symlink(m_Data, m_Storage / (m_CopyName + "-2"));
     EXPECT_EQ(Run(m_Io), 0);
-    EXPECT_EQ(Read(m_Storage / m_CopyName), "somebody's");
+    EXPECT_EQ(Read(m_Storage / m_CopyName), "other");
     EXPECT_TRUE(fs::is_symlink(m_Storage / (m_CopyName + "-2")));
     EXPECT_TRUE(fs::is_regular_file(m_Storage / (m_CopyName + "-3") / "qelXml.xml"));
 }
 
-TEST_F(LogCopyTest, CopiesWhatThereIs) {
+TEST_F(LogCopyTest, CopiesOnlyExistingFiles) {
     fs::remove(m_Data / "qelRnscXml.xml");
     fs::remove_all(m_State);
     m_Sources = {{"qelXml.xml", m_Sources["qelXml.xml"]}};
@@ -134,7 +134,7 @@ TEST_F(LogCopyTest, CopiesLogsWithoutResultFiles) {
     EXPECT_EQ(OnStorage(), After());
 }
 
-TEST_F(LogCopyTest, TakesOnlyItsOwnLogs) {
+TEST_F(LogCopyTest, IgnoresOtherFilesInStateFolder) {
     for (const char* name : {"quorvel.log.swp", "quorvel.01.log", "quorvel.0.log", "quorvel.x.log",
                              "quorvel.-1.log", "quorvel.99999999999.log", "other.log", "quorvel"}) {
         Write(m_State / name, "not ours");
@@ -145,25 +145,25 @@ TEST_F(LogCopyTest, TakesOnlyItsOwnLogs) {
     EXPECT_EQ(OnStorage(), After());
 }
 
-TEST_F(LogCopyTest, FollowsLinksAndSkipsWhatIsNoFile) {
+TEST_F(LogCopyTest, FollowsLinksAndSkipsPipesAndFolders) {
     fs::rename(m_Data / "qelXml.xml", m_Scratch.Path() / "elsewhere");
     fs::create_symlink(m_Scratch.Path() / "elsewhere", m_Data / "qelXml.xml");
     fs::create_symlink("nowhere", m_State / "quorvel.2.log");
     fs::create_directory(m_State / "quorvel.3.log");
-    // Without a writer, so that opening it the usual way would wait for one.
+    // A pipe without a writer blocks open(2) unless O_NONBLOCK is set.
     ASSERT_EQ(mkfifo((m_State / "quorvel.4.log").c_str(), 0600), 0);
     EXPECT_EQ(Run(m_Io), 0);
     EXPECT_EQ(OnStorage(), After());
 }
 
-TEST_F(LogCopyTest, CopiesAnEmptyFile) {
+TEST_F(LogCopyTest, CopiesEmptyFile) {
     Write(m_State / "quorvel.log", "");
     m_Sources["quorvel.log"] = "";
     EXPECT_EQ(Run(m_Io), 0);
     EXPECT_EQ(OnStorage(), After());
 }
 
-TEST_F(LogCopyTest, NothingToCopy) {
+TEST_F(LogCopyTest, ReportsMissingFiles) {
     fs::remove_all(m_State);
     fs::remove_all(m_Data);
     EXPECT_EQ(Run(m_Io), -1);
@@ -172,20 +172,20 @@ TEST_F(LogCopyTest, NothingToCopy) {
     EXPECT_EQ(OnStorage(), Before());
 }
 
-TEST_F(LogCopyTest, NothingToCopyWithoutAStateFolder) {
+TEST_F(LogCopyTest, ReportsMissingFilesWithoutStateFolder) {
     m_Job.stateFolder = "";
     fs::remove_all(m_Data);
     EXPECT_EQ(Run(m_Io), -1);
     EXPECT_THAT(m_Errors, ElementsAre(StartsWith("log copy: there is nothing to copy (")));
 }
 
-TEST_F(LogCopyTest, NoStorage) {
+TEST_F(LogCopyTest, ReportsMissingStorage) {
     EXPECT_EQ(RunSearch(m_Io, []() -> UsbStorage { FailNoStorage("", ENOMEDIUM); }), -1);
     EXPECT_THAT(m_Errors, ElementsAre("log copy: no USB storage is mounted (No medium found)"));
     EXPECT_THAT(m_Infos, IsEmpty());
 }
 
-TEST_F(LogCopyTest, StorageThatCannotBeWrittenTo) {
+TEST_F(LogCopyTest, ReportsStorageThatCannotBeWrittenTo) {
     EXPECT_EQ(RunSearch(m_Io, [this]() -> UsbStorage { FailStorage(m_Storage, EROFS); }), -1);
     EXPECT_THAT(m_Errors, ElementsAre(StartsWith("log copy: the USB storage is read-only (")));
     EXPECT_EQ(RunSearch(m_Io, [this]() -> UsbStorage { FailStorage(m_Storage, EACCES); }), -1);
@@ -194,21 +194,21 @@ TEST_F(LogCopyTest, StorageThatCannotBeWrittenTo) {
     EXPECT_EQ(OnStorage(), Before());
 }
 
-TEST_F(LogCopyTest, FolderThatIsNotThereIsNoStorage) {
+TEST_F(LogCopyTest, ReportsMissingStorageFolder) {
     EXPECT_EQ(Run(m_Io, {m_Storage / "missing", std::nullopt}), -1);
     EXPECT_THAT(m_Errors, ElementsAre(StartsWith("log copy: no USB storage is mounted (")));
     EXPECT_EQ(Run(m_Io, {m_Storage / "holiday.jpg", std::nullopt}), -1);
     EXPECT_THAT(m_Errors, ElementsAre(StartsWith("log copy: no USB storage is mounted (")));
 }
 
-TEST_F(LogCopyTest, StorageUnmountedSinceItWasFoundIsNotWrittenTo) {
+TEST_F(LogCopyTest, RejectsStorageUnmountedAfterSearch) {
     EXPECT_EQ(Run(m_Io, {m_Storage, 0}), -1);
     EXPECT_THAT(m_Errors,
                 ElementsAre(StartsWith("log copy: the USB storage was unplugged or is broken (")));
     EXPECT_EQ(OnStorage(), Before());
 }
 
-TEST_F(LogCopyTest, SystemThatCannotBeAsked) {
+TEST_F(LogCopyTest, ReportsFailedStorageSearch) {
     const int result = RunSearch(m_Io, []() -> UsbStorage {
         throw std::system_error(EIO, std::generic_category(), "mounts");
     });
@@ -216,20 +216,20 @@ TEST_F(LogCopyTest, SystemThatCannotBeAsked) {
     EXPECT_THAT(m_Errors, ElementsAre("log copy: failed (mounts: Input/output error)"));
 }
 
-TEST_F(LogCopyTest, LogLineStaysOneLine) {
+TEST_F(LogCopyTest, ReplacesControlCharactersInLogLine) {
     EXPECT_EQ(RunSearch(m_Io, []() -> UsbStorage { FailStorage("/media/a\nb\x7f", EROFS); }), -1);
     EXPECT_THAT(m_Errors, ElementsAre("log copy: the USB storage is read-only (/media/a?b?: "
                                       "Read-only file system)"));
 }
 
-TEST_F(LogCopyTest, RemovesWhatACrashedCopyLeft) {
+TEST_F(LogCopyTest, RemovesLeftOversOfCrashedCopy) {
     Write(m_Storage / ".quorvel-unfinished-quorvel-old-1" / "quorvel.log", "half");
     fs::create_directory(m_Storage / ".quorvel-unfinished-quorvel-old-2");
     EXPECT_EQ(Run(m_Io), 0);
     EXPECT_EQ(OnStorage(), After());
 }
 
-TEST_F(LogCopyTest, LeavesAloneWhatOnlyLooksLikeALeftOver) {
+TEST_F(LogCopyTest, KeepsFilesAndLinksNamedLikeLeftOvers) {
     const fs::path link = m_Storage / ".quorvel-unfinished-link";
     const fs::path file = m_Storage / ".quorvel-unfinished-file";
     fs::create_symlink(m_Data, link);
@@ -240,7 +240,7 @@ TEST_F(LogCopyTest, LeavesAloneWhatOnlyLooksLikeALeftOver) {
     EXPECT_TRUE(fs::exists(m_Data / "qelXml.xml"));
 }
 
-TEST_F(LogCopyTest, CopyUnderWayIsLeftAlone) {
+TEST_F(LogCopyTest, FailsWhileAnotherCopyRuns) {
     const fs::path other = m_Storage / ".quorvel-unfinished-other" / "quorvel.log";
     Write(other, "half");
     const int lock = open(m_Storage.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
@@ -255,7 +255,7 @@ TEST_F(LogCopyTest, CopyUnderWayIsLeftAlone) {
     EXPECT_EQ(OnStorage(), After());
 }
 
-TEST_F(LogCopyTest, CopiesAtTheSameTimeAreWholeOrNotThere) {
+TEST_F(LogCopyTest, CompletesOrRejectsConcurrentCopies) {
     std::vector<std::future<std::string>> copies;
     std::generate_n(std::back_inserter(copies), 8, [this] {
         return std::async(std::launch::async, [this] {
@@ -281,7 +281,7 @@ TEST_F(LogCopyTest, CopiesAtTheSameTimeAreWholeOrNotThere) {
     EXPECT_EQ(OnStorage(), expected);
 }
 
-TEST_F(LogCopyTest, CopiesAGrowingLogAsItWasAtTheStart) {
+TEST_F(LogCopyTest, CopiesGrowingLogAsItWasAtStart) {
     std::ofstream log(m_State / "quorvel.log", std::ios::app);
     FaultyFileIo io(m_Storage);
     io.SetHook([&](std::size_t index) {
@@ -293,7 +293,7 @@ TEST_F(LogCopyTest, CopiesAGrowingLogAsItWasAtTheStart) {
     EXPECT_EQ(OnStorage(), After());
 }
 
-TEST_F(LogCopyTest, CopiesWhatIsLeftOfALogThatIsCut) {
+TEST_F(LogCopyTest, CopiesRemainderOfTruncatedLog) {
     FaultyFileIo io(m_Storage);
     io.SetHook([&](std::size_t index) {
         if (io.Performed()[index].call == FileCall::kRead) {
@@ -305,9 +305,8 @@ TEST_F(LogCopyTest, CopiesWhatIsLeftOfALogThatIsCut) {
     EXPECT_EQ(OnStorage(), After());
 }
 
-// The rotation falls between any two operations; afterwards each line of the logs is in the copy
-// exactly once.
-TEST_F(LogCopyTest, MissesNothingWhenTheLogIsRotatedMeanwhile) {
+// Rotates the log between any two calls. The copy must contain each line once.
+TEST_F(LogCopyTest, CopiesEveryLineWhenLogRotates) {
     const std::size_t first = IndexOf(FileCall::kMakeFolder);
     for (std::size_t at = 0; at <= first; ++at) {
         FaultyFileIo io(m_Storage);
@@ -323,28 +322,28 @@ TEST_F(LogCopyTest, MissesNothingWhenTheLogIsRotatedMeanwhile) {
         for (const char* name : {"quorvel.2.log", "quorvel.1.log", "quorvel.log"}) {
             lines += Read(m_Storage / m_CopyName / name);
         }
-        EXPECT_EQ(lines, "old\nyoung\n") << "rotated before operation " << at;
+        EXPECT_EQ(lines, "old\nyoung\n") << "rotated before call " << at;
         fs::rename(m_State / "quorvel.1.log", m_State / "quorvel.log");
         fs::rename(m_State / "quorvel.2.log", m_State / "quorvel.1.log");
         ResetStorage();
     }
 }
 
-TEST_F(LogCopyTest, GoesOnAfterShortReadsAndWrites) {
+TEST_F(LogCopyTest, ContinuesAfterShortReadsAndWrites) {
     FaultyFileIo io(m_Storage);
     io.SetMaxTransfer(9973, 997);
     EXPECT_EQ(Run(io), 0);
     EXPECT_EQ(OnStorage(), After());
 }
 
-TEST_F(LogCopyTest, GoesOnAfterSignals) {
+TEST_F(LogCopyTest, RepeatsInterruptedCalls) {
     FaultyFileIo io(m_Storage);
     io.InterruptEach();
     EXPECT_EQ(Run(io), 0);
     EXPECT_EQ(OnStorage(), After());
 }
 
-TEST_F(LogCopyTest, WriteThatTakesNothingFails) {
+TEST_F(LogCopyTest, FailsWhenWriteReturnsZero) {
     FaultyFileIo io(m_Storage);
     io.SetHook([&](std::size_t index) {
         if (io.Performed()[index].call == FileCall::kWrite) {
@@ -357,7 +356,7 @@ TEST_F(LogCopyTest, WriteThatTakesNothingFails) {
     EXPECT_EQ(OnStorage(), Before());
 }
 
-TEST_F(LogCopyTest, GoesOnWhereThereAreNoLocks) {
+TEST_F(LogCopyTest, CopiesToFileSystemWithoutLocks) {
     const std::size_t lock = IndexOf(FileCall::kTryLock);
     for (const int error : {EOPNOTSUPP, ENOSYS, ENOLCK, EINVAL, EBADF}) {
         FaultyFileIo io(m_Storage);
@@ -368,10 +367,10 @@ TEST_F(LogCopyTest, GoesOnWhereThereAreNoLocks) {
     }
 }
 
-// Another program puts a file or a link at the name of a file to copy, after the folder was made.
+// Another program places a file or a link at the path that the copy is about to open.
 class LogCopyPlantTest : public LogCopyTest {
 protected:
-    // Copies, and calls plant with the path of the first call of this kind before the call.
+    // Copies. Calls plant with the path of the first such call, before the call.
     int RunPlanted(FileCall call, const std::function<void(const fs::path&)>& plant) {
         const std::size_t at = IndexOf(call);
         FaultyFileIo io(m_Storage);
@@ -393,7 +392,7 @@ protected:
 
 TEST_F(LogCopyPlantTest, KeepsPlantedFile) {
     Write(m_Victim, "private");
-    // A second name of the file, since the copy removes the first one with its folder.
+    // A hard link, since the copy removes the planted name with the folder.
     const auto plant = [this](const fs::path& path) { fs::create_hard_link(m_Victim, path); };
     EXPECT_EQ(RunPlanted(FileCall::kCreate, plant), -1);
     ExpectRejected("File exists");
@@ -446,12 +445,12 @@ TEST_F(LogCopyTest, WaitsForRunningCopyAtShutdown) {
     copy.join();
 }
 
-// The C call itself, with the system's own operations and our real log.
+// Calls the C function with real system calls and the real log.
 class LogCopyCallTest : public CopyFixture {
 protected:
     void SetUp() override { fs::rename(m_State, m_Scratch.Path() / "quorvel"); }
 
-    // What a copy of this machine's may be called.
+    // Returns the possible names of a copy from this machine.
     static std::vector<std::string> NamesBetween(std::time_t first, std::time_t last) {
         std::array<char, 256> host{};
         EXPECT_EQ(gethostname(host.data(), host.size() - 1), 0);
@@ -466,7 +465,7 @@ protected:
     ScopedVariable m_UsbFolder{"QUORVEL_USB_DIR", m_Storage.string()};
 };
 
-TEST_F(LogCopyCallTest, CopiesIntoTheFolderFromTheEnvironment) {
+TEST_F(LogCopyCallTest, CopiesIntoFolderFromEnvironment) {
     const std::time_t before = std::time(nullptr);
     EXPECT_EQ(automation_copy_log_to_usb(), 0);
     const std::time_t after = std::time(nullptr);
@@ -481,16 +480,16 @@ TEST_F(LogCopyCallTest, CopiesIntoTheFolderFromTheEnvironment) {
     EXPECT_EQ(Read(copies[0] / "quorvel.1.log"), "old\n");
 }
 
-TEST_F(LogCopyCallTest, FailsWithoutTheFolderFromTheEnvironment) {
+TEST_F(LogCopyCallTest, FailsWhenFolderFromEnvironmentIsMissing) {
     fs::remove_all(m_Storage);
     EXPECT_EQ(automation_copy_log_to_usb(), -1);
     EXPECT_FALSE(fs::exists(m_Storage));
 }
 
-// The C call in a program of its own, and what it says of it.
+// Runs a program that calls the C function, and checks its log line.
 class LogCopyLineTest : public testing::Test {
 protected:
-    // The result, and the last line on the terminal.
+    // Returns the result and the last line on the terminal.
     std::vector<std::string> Copy(const fs::path& storage) const {
         ChildProgram program(m_Folders, QUORVEL_LOG_WRITER, {"copy"},
                              {{"QUORVEL_USB_DIR", storage}});
@@ -503,14 +502,14 @@ protected:
     PrivateFolders m_Folders;
 };
 
-TEST_F(LogCopyLineTest, SuccessIsAnInformation) {
+TEST_F(LogCopyLineTest, LogsSuccessAsInformation) {
     EXPECT_THAT(
         Copy(m_Folders.Root() / "tmp"),
         ElementsAre("0\n", ContainsRegex("^I/QEL_PC  \\( *[0-9]+\\): log copy: the logs are "
                                          "stored in \\(.*/tmp/quorvel-.*\\)$")));
 }
 
-TEST_F(LogCopyLineTest, FailureIsAnError) {
+TEST_F(LogCopyLineTest, LogsFailureAsError) {
     EXPECT_THAT(
         Copy(m_Folders.Root() / "missing"),
         ElementsAre("-1\n", ContainsRegex("^E/QEL_PC  \\( *[0-9]+\\): log copy: .*missing")));

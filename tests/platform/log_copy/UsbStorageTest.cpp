@@ -32,15 +32,15 @@ using quorvel::desktop::UsbStorage;
 
 namespace {
 
-constexpr uid_t kSomebodyElse = 12345;
+constexpr uid_t kOtherUser = 12345;
 constexpr const char* kNotMounted = "no USB storage is mounted (No medium found)";
 
-const dev_t SDA1 = makedev(8, 1);
-const dev_t SDB1 = makedev(8, 17);
-const dev_t SDB2 = makedev(8, 18);
-const dev_t SDC1 = makedev(8, 33);
+const dev_t kSda1 = makedev(8, 1);
+const dev_t kSdb1 = makedev(8, 17);
+const dev_t kSdb2 = makedev(8, 18);
+const dev_t kSdc1 = makedev(8, 33);
 
-// The reason why the search fails; empty when it finds a storage.
+// Returns the reason why the search fails; an empty string when it finds a storage.
 std::string FailureOf(const std::function<UsbStorage()>& search) {
     try {
         search();
@@ -50,12 +50,11 @@ std::string FailureOf(const std::function<UsbStorage()>& search) {
     }
 }
 
-// The decision, on a machine with a built-in disk and two USB devices, the first with two
-// partitions.
+// Chooses on a machine with a built-in disk and two USB devices. The first one has two partitions.
 class UsbStorageChoiceTest : public testing::Test {
 protected:
     UsbStorageChoiceTest() {
-        m_Mounts.push_back({1, SDA1, "/dev/sda1", "/", false});
+        m_Mounts.push_back({1, kSda1, "/dev/sda1", "/", false});
         m_Mounts.push_back({2, makedev(0, 5), "tmpfs", "/run", false});
     }
 
@@ -75,46 +74,46 @@ protected:
         return FailureOf([this] { return Choose(); });
     }
 
-    std::vector<BlockDevice> m_Devices = {{SDA1, "/dev/sda1", ""},
-                                          {SDB1, "/dev/sdb1", "/sys/usb1/1-1"},
-                                          {SDB2, "/dev/sdb2", "/sys/usb1/1-1"},
-                                          {SDC1, "/dev/sdc1", "/sys/usb1/1-2"}};
+    std::vector<BlockDevice> m_Devices = {{kSda1, "/dev/sda1", ""},
+                                          {kSdb1, "/dev/sdb1", "/sys/usb1/1-1"},
+                                          {kSdb2, "/dev/sdb2", "/sys/usb1/1-1"},
+                                          {kSdc1, "/dev/sdc1", "/sys/usb1/1-2"}};
     std::vector<Mount> m_Mounts;
-    std::map<std::string, int> m_Errors;  // of probing
+    std::map<std::string, int> m_Errors;  // of the probe
     std::vector<std::string> m_Probed;
 };
 
-TEST_F(UsbStorageChoiceTest, NoneIsMounted) {
+TEST_F(UsbStorageChoiceTest, ReportsMissingUsbMount) {
     EXPECT_EQ(ChoiceFailure(), kNotMounted);
     EXPECT_THAT(m_Probed, testing::IsEmpty());
 }
 
-TEST_F(UsbStorageChoiceTest, NoDevicesAndNoMounts) {
+TEST_F(UsbStorageChoiceTest, ReportsMissingDevicesAndMounts) {
     m_Devices.clear();
     m_Mounts.clear();
     EXPECT_EQ(ChoiceFailure(), kNotMounted);
 }
 
-TEST_F(UsbStorageChoiceTest, TakesTheOneThatWasMountedFirst) {
-    MountAt("/media/second device", SDC1, "/dev/sdc1");
-    MountAt("/media/first device", SDB1, "/dev/sdb1");
+TEST_F(UsbStorageChoiceTest, SelectsFirstMount) {
+    MountAt("/media/second device", kSdc1, "/dev/sdc1");
+    MountAt("/media/first device", kSdb1, "/dev/sdb1");
     const UsbStorage storage = Choose();
     EXPECT_EQ(storage.folder, "/media/second device");
     EXPECT_EQ(storage.mountId, 3U);
 }
 
-TEST_F(UsbStorageChoiceTest, TakesTheFirstThatCanBeWrittenTo) {
-    MountAt("/media/ro", SDB1, "/dev/sdb1", true);
-    MountAt("/media/not permitted", SDB2, "/dev/sdb2");
-    MountAt("/media/rw", SDC1, "/dev/sdc1");
+TEST_F(UsbStorageChoiceTest, SelectsFirstWritableMount) {
+    MountAt("/media/ro", kSdb1, "/dev/sdb1", true);
+    MountAt("/media/not permitted", kSdb2, "/dev/sdb2");
+    MountAt("/media/rw", kSdc1, "/dev/sdc1");
     m_Errors["/media/not permitted"] = EACCES;
     EXPECT_EQ(Choose().folder, "/media/rw");
     EXPECT_THAT(m_Probed, testing::ElementsAre("/media/not permitted", "/media/rw"));
 }
 
-TEST_F(UsbStorageChoiceTest, ReportsWhyTheFirstCannotBeWrittenTo) {
-    MountAt("/media/ro", SDB1, "/dev/sdb1", true);
-    MountAt("/media/not permitted", SDC1, "/dev/sdc1");
+TEST_F(UsbStorageChoiceTest, ReportsReasonOfFirstMount) {
+    MountAt("/media/ro", kSdb1, "/dev/sdb1", true);
+    MountAt("/media/not permitted", kSdc1, "/dev/sdc1");
     m_Errors["/media/not permitted"] = EACCES;
     EXPECT_EQ(ChoiceFailure(), "the USB storage is read-only (/media/ro: Read-only file system)");
     m_Mounts.erase(m_Mounts.end() - 2);
@@ -123,65 +122,64 @@ TEST_F(UsbStorageChoiceTest, ReportsWhyTheFirstCannotBeWrittenTo) {
         "no permission to write to the USB storage (/media/not permitted: Permission denied)");
 }
 
-TEST_F(UsbStorageChoiceTest, NeverTakesABuiltInDisk) {
-    MountAt("/media/usb", SDA1, "/dev/sda1");
+TEST_F(UsbStorageChoiceTest, IgnoresBuiltInDisk) {
+    MountAt("/media/usb", kSda1, "/dev/sda1");
     MountAt("/media/usb2", makedev(8, 99), "/dev/sdx1");
     EXPECT_EQ(ChoiceFailure(), kNotMounted);
 }
 
-TEST_F(UsbStorageChoiceTest, KnowsAFileSystemWithoutItsOwnNumberByItsNode) {
+TEST_F(UsbStorageChoiceTest, RecognisesSpanningFileSystemByNode) {
     MountAt("/media/many disks", makedev(0, 42), "/dev/sdc1");
     EXPECT_EQ(Choose().folder, "/media/many disks");
 }
 
-TEST_F(UsbStorageChoiceTest, DeviceWithoutANodeIsNotEveryMountWithoutASource) {
+TEST_F(UsbStorageChoiceTest, IgnoresMountWithoutSource) {
     m_Devices.push_back({makedev(8, 49), "", "/sys/usb1/1-3"});
     MountAt("/media/none", makedev(0, 43), "");
     EXPECT_EQ(ChoiceFailure(), kNotMounted);
 }
 
-TEST_F(UsbStorageChoiceTest, PassesOverAMountThatALaterOneHides) {
-    MountAt("/media/usb", SDB1, "/dev/sdb1");
-    MountAt("/media/usb", SDA1, "/dev/sda1");
+TEST_F(UsbStorageChoiceTest, IgnoresHiddenMount) {
+    MountAt("/media/usb", kSdb1, "/dev/sdb1");
+    MountAt("/media/usb", kSda1, "/dev/sda1");
     EXPECT_EQ(ChoiceFailure(), kNotMounted);
-    MountAt("/media/usb", SDC1, "/dev/sdc1");
+    MountAt("/media/usb", kSdc1, "/dev/sdc1");
     EXPECT_EQ(Choose().mountId, 5U);
 }
 
-TEST_F(UsbStorageChoiceTest, PassesOverTheDeviceThatTheSystemRunsFrom) {
-    m_Mounts[0].number = SDB1;
+TEST_F(UsbStorageChoiceTest, IgnoresSystemDevice) {
+    m_Mounts[0].number = kSdb1;
     m_Mounts[0].source = "/dev/sdb1";
-    MountAt("/boot", SDB2, "/dev/sdb2");
+    MountAt("/boot", kSdb2, "/dev/sdb2");
     EXPECT_EQ(ChoiceFailure(), kNotMounted);
-    MountAt("/media/usb", SDC1, "/dev/sdc1");
+    MountAt("/media/usb", kSdc1, "/dev/sdc1");
     EXPECT_EQ(Choose().folder, "/media/usb");
 }
 
-// The root may lie on LVM or behind dm-crypt, which no USB device is seen behind.
-TEST_F(UsbStorageChoiceTest, PassesOverADeviceThatCarriesAnyPartOfTheSystem) {
+// For a root on LVM or behind dm-crypt, libudev names no USB device.
+TEST_F(UsbStorageChoiceTest, IgnoresDeviceWithAnySystemFolder) {
     m_Mounts[0].number = makedev(253, 0);
     m_Mounts[0].source = "/dev/mapper/root";
-    MountAt("/media/usb", SDB2, "/dev/sdb2");
+    MountAt("/media/usb", kSdb2, "/dev/sdb2");
     for (const char* folder : {"/boot", "/boot/efi", "/usr", "/var", "/home"}) {
-        MountAt(folder, SDB1, "/dev/sdb1");
+        MountAt(folder, kSdb1, "/dev/sdb1");
         EXPECT_EQ(ChoiceFailure(), kNotMounted) << folder;
         m_Mounts.pop_back();
     }
     EXPECT_EQ(Choose().folder, "/media/usb");
-    MountAt("/boot/usb", SDB1, "/dev/sdb1");
+    MountAt("/boot/usb", kSdb1, "/dev/sdb1");
     EXPECT_EQ(Choose().folder, "/media/usb");
 }
 
-TEST_F(UsbStorageChoiceTest, PassesOverEachOfTheDevicesThatTheSystemRunsFrom) {
-    MountAt("/boot", SDB1, "/dev/sdb1");
-    MountAt("/home", SDC1, "/dev/sdc1");
-    MountAt("/media/usb", SDB2, "/dev/sdb2");
+TEST_F(UsbStorageChoiceTest, IgnoresEverySystemDevice) {
+    MountAt("/boot", kSdb1, "/dev/sdb1");
+    MountAt("/home", kSdc1, "/dev/sdc1");
+    MountAt("/media/usb", kSdb2, "/dev/sdb2");
     EXPECT_EQ(ChoiceFailure(), kNotMounted);
 }
 
-// What the running system tells.
-// Not the root folder, which is no mount inside a changed root.
-TEST(UsbStorageReadTest, MountTableHasWhatIsMounted) {
+// /proc is a mount even inside a changed root, unlike the root folder.
+TEST(UsbStorageReadTest, ReturnsMountsWithKernelIds) {
     const std::vector<Mount> mounts = ReadMounts();
     const auto proc = std::find_if(mounts.rbegin(), mounts.rend(),
                                    [](const Mount& mount) { return mount.folder == "/proc"; });
@@ -193,7 +191,7 @@ TEST(UsbStorageReadTest, MountTableHasWhatIsMounted) {
     EXPECT_EQ(proc->id, id);
 }
 
-TEST(UsbStorageReadTest, BlockDevicesAreThoseOfTheSystem) {
+TEST(UsbStorageReadTest, ReturnsBlockDevicesWithKernelNumbers) {
     for (const BlockDevice& device : ReadBlockDevices()) {
         struct stat status {};
         if (stat(device.node.c_str(), &status) == 0) {
@@ -202,25 +200,25 @@ TEST(UsbStorageReadTest, BlockDevicesAreThoseOfTheSystem) {
     }
 }
 
-TEST(UsbStorageReadTest, FolderFromTheEnvironmentStandsInForADevice) {
+TEST(UsbStorageReadTest, ReturnsFolderFromEnvironment) {
     const ScopedVariable variable("QUORVEL_USB_DIR", "/some/folder");
     const UsbStorage storage = FindUsbStorage();
     EXPECT_EQ(storage.folder, "/some/folder");
     EXPECT_FALSE(storage.mountId.has_value());
 }
 
-TEST(UsbStorageReadTest, EmptyFolderFromTheEnvironmentStandsForNothing) {
+TEST(UsbStorageReadTest, IgnoresEmptyFolderFromEnvironment) {
     const ScopedVariable variable("QUORVEL_USB_DIR", "");
     const std::string failure = FailureOf(FindUsbStorage);
     const ScopedVariable unset("QUORVEL_USB_DIR", std::nullopt);
     EXPECT_EQ(failure, FailureOf(FindUsbStorage));
 }
 
-// A stick that is plugged in, as far as this process can tell, and really mounted.
+// Searches in a fake /sys with a stick that is really mounted.
 class UsbStorageStickTest : public CopyFixture {
 protected:
     void SetUp() override {
-        const std::string reason = LoopImage::WhyNot("ext4");
+        const std::string reason = LoopImage::Prepare("ext4");
         if (!reason.empty()) {
             GTEST_SKIP() << reason;
         }
@@ -235,19 +233,19 @@ protected:
         return status.st_rdev;
     }
 
-    // The image is what the stick holds.
+    // Makes the image the partition of the stick.
     void PlugIn() { m_Stick = std::make_unique<UsbStick>(ImageNumber(), makedev(66, 1)); }
-    // The image is what the built-in disk holds.
+    // Makes the image the partition of the built-in disk.
     void BuildIn() { m_Stick = std::make_unique<UsbStick>(makedev(65, 1), ImageNumber()); }
 
     ScopedVariable m_StateHome{"XDG_STATE_HOME", m_Scratch.Path().string()};
     ScopedVariable m_NoUsbFolder{"QUORVEL_USB_DIR", std::nullopt};
     std::unique_ptr<LoopImage> m_Image;
-    // Goes before the image, which is unmounted with the help of the system's own devices.
+    // Declared after the image, since unmounting the image needs the real /sys.
     std::unique_ptr<UsbStick> m_Stick;
 };
 
-TEST_F(UsbStorageStickTest, IsKnownByItsBus) {
+TEST_F(UsbStorageStickTest, RecognisesStickByBus) {
     PlugIn();
     std::map<std::string, std::string> usbDevices;
     for (const BlockDevice& device : ReadBlockDevices()) {
@@ -259,40 +257,40 @@ TEST_F(UsbStorageStickTest, IsKnownByItsBus) {
                   {"/dev/sdp", ""}, {"/dev/sdp1", ""}, {"/dev/sdq", stick}, {"/dev/sdq1", stick}}));
 }
 
-TEST_F(UsbStorageStickTest, IsFoundWhereItIsMounted) {
+TEST_F(UsbStorageStickTest, ReturnsMountPoint) {
     PlugIn();
     const UsbStorage storage = FindUsbStorage();
     EXPECT_EQ(storage.folder, m_Image->Folder());
 }
 
-TEST_F(UsbStorageStickTest, IsFoundReadOnly) {
+TEST_F(UsbStorageStickTest, ReportsReadOnlyStick) {
     m_Image->Unmount();
     m_Image->Mount("ro");
     PlugIn();
     EXPECT_THAT(FailureOf(FindUsbStorage), testing::StartsWith("the USB storage is read-only ("));
 }
 
-TEST_F(UsbStorageStickTest, IsNotWrittenToWithoutPermission) {
+TEST_F(UsbStorageStickTest, ReportsMissingPermission) {
     PlugIn();
     ASSERT_EQ(chmod(m_Image->Folder().c_str(), 0700), 0);
-    ASSERT_EQ(seteuid(kSomebodyElse), 0);
+    ASSERT_EQ(seteuid(kOtherUser), 0);
     const std::string failure = FailureOf(FindUsbStorage);
     ASSERT_EQ(seteuid(0), 0);
     EXPECT_THAT(failure, testing::StartsWith("no permission to write to the USB storage ("));
 }
 
-TEST_F(UsbStorageStickTest, IsNotFoundWhenItIsNotMounted) {
+TEST_F(UsbStorageStickTest, ReportsUnmountedStick) {
     PlugIn();
     m_Image->Unmount();
     EXPECT_EQ(FailureOf(FindUsbStorage), kNotMounted);
 }
 
-TEST_F(UsbStorageStickTest, BuiltInDiskIsNoStick) {
+TEST_F(UsbStorageStickTest, IgnoresBuiltInDisk) {
     BuildIn();
     EXPECT_EQ(FailureOf(FindUsbStorage), kNotMounted);
 }
 
-TEST_F(UsbStorageStickTest, LogsAreCopiedToIt) {
+TEST_F(UsbStorageStickTest, CopiesLogsToStick) {
     PlugIn();
     EXPECT_EQ(automation_copy_log_to_usb(), 0);
     int logs = 0;
@@ -302,7 +300,7 @@ TEST_F(UsbStorageStickTest, LogsAreCopiedToIt) {
     EXPECT_EQ(logs, 1);
 }
 
-TEST_F(UsbStorageStickTest, NothingIsCopiedWithoutIt) {
+TEST_F(UsbStorageStickTest, CopiesNothingWithoutStick) {
     BuildIn();
     EXPECT_EQ(automation_copy_log_to_usb(), -1);
     EXPECT_EQ(TreeOf(m_Image->Folder()), (Tree{{"lost+found/", ""}}));
