@@ -11,13 +11,15 @@
 #include <array>
 #include <csignal>
 #include <cstdlib>
+#include <ctime>
 #include <string_view>
 
 namespace quorvel::desktop {
 
 namespace {
 
-constexpr int kPatienceMs = 400;
+// How long one display may take to answer.
+constexpr timespec kTimeout{0, 400'000'000};
 
 std::string_view Environment(const char* variable) {
     const char* value = std::getenv(variable);
@@ -34,78 +36,81 @@ bool DrawsWithoutDisplay() {
            StartsWith(engine, "shot");
 }
 
-bool ConnectsToWayland() {
+bool ConnectToWayland() {
     wl_display* display = wl_display_connect(nullptr);
     if (display == nullptr) {
         return false;
     }
-    // Connecting takes no more than a socket, behind which nobody may be.
+    // Connecting proves only that the socket exists. A round trip proves that a server answers.
     const bool answers = wl_display_roundtrip(display) >= 0;
     wl_display_disconnect(display);
     return answers;
 }
 
-bool ConnectsToX() {
+bool ConnectToX() {
     xcb_connection_t* connection = xcb_connect(nullptr, nullptr);
-    const bool good = xcb_connection_has_error(connection) == 0;
+    const bool answers = xcb_connection_has_error(connection) == 0;
     xcb_disconnect(connection);
-    return good;
+    return answers;
 }
 
-// Whether the other end of the pipe writes a byte in time.
-bool SaysYes(int reader) {
-    pollfd waiting{reader, POLLIN, 0};
-    char answer = 0;
-    return poll(&waiting, 1, kPatienceMs) == 1 && read(reader, &answer, 1) == 1;
-}
-
-// The child holds the lock of the running program as well: it must not outlive its parent.
-[[noreturn]] void TryIn(bool (*connects)(), pid_t parent, int writer) {
+// Runs in the child process. The child inherits the lock of the instance, so the kernel ends the
+// child together with its parent.
+[[noreturn]] void ReportConnection(bool (*connect)(), pid_t parent, int pipe) {
     prctl(PR_SET_PDEATHSIG, SIGKILL);
-    const bool good = getppid() == parent && connects() && write(writer, "y", 1) == 1;
-    _exit(good ? 0 : 1);
+    const bool success = getppid() == parent && connect() && write(pipe, "y", 1) == 1;
+    _exit(success ? 0 : 1);
 }
 
-// A display that is silent blocks for minutes, and cannot be called off. So a child process tries
-// it, and is ended when it takes too long.
-bool InTime(bool (*connects)()) {
-    std::array<int, 2> ends{};
-    if (pipe2(ends.data(), O_CLOEXEC) != 0) {
+// Returns whether a byte arrives before the timeout. Signals wait until then.
+bool ReceivesByte(int pipe) {
+    sigset_t all;
+    sigfillset(&all);
+    pollfd waiting{pipe, POLLIN, 0};
+    char byte = 0;
+    return ppoll(&waiting, 1, &kTimeout, &all) == 1 && read(pipe, &byte, 1) == 1;
+}
+
+// A display that does not answer blocks connect for minutes, and connect cannot be cancelled.
+// Therefore a child process connects, and this function kills the child after the timeout.
+bool ConnectsInTime(bool (*connect)()) {
+    std::array<int, 2> pipe{};
+    if (pipe2(pipe.data(), O_CLOEXEC) != 0) {
         return false;
     }
     const pid_t parent = getpid();
     const pid_t child = fork();
     if (child == 0) {
-        TryIn(connects, parent, ends[1]);
+        ReportConnection(connect, parent, pipe[1]);
     }
-    close(ends[1]);
-    const bool good = SaysYes(ends[0]);
-    close(ends[0]);
+    close(pipe[1]);
+    const bool success = ReceivesByte(pipe[0]);
+    close(pipe[0]);
     if (child > 0) {
         kill(child, SIGKILL);
         waitpid(child, nullptr, 0);
     }
-    return good;
+    return success;
 }
 
-// Takes the variable away when the display that it names does not answer in time.
-bool IsUsable(const char* variable, bool (*connects)()) {
+// Removes the variable from the environment when its display does not answer.
+bool IsUsable(const char* variable, bool (*connect)()) {
     if (Environment(variable).empty()) {
         return false;
     }
-    const bool good = InTime(connects);
-    if (!good) {
+    const bool usable = ConnectsInTime(connect);
+    if (!usable) {
         unsetenv(variable);
     }
-    return good;
+    return usable;
 }
 
 std::string Reason(const std::string& x, const std::string& wayland) {
     if (x.empty() && wayland.empty()) {
         return "no display: neither DISPLAY nor WAYLAND_DISPLAY is set";
     }
-    const std::string between = x.empty() || wayland.empty() ? "" : " or ";
-    return "no display: cannot connect to " + x + between + wayland;
+    const std::string separator = x.empty() || wayland.empty() ? "" : " or ";
+    return "no display: cannot connect to " + x + separator + wayland;
 }
 
 }  // namespace
@@ -116,8 +121,8 @@ bool FindDisplay(std::string& why) {
     }
     const std::string wayland(Environment("WAYLAND_DISPLAY"));
     const std::string x(Environment("DISPLAY"));
-    const bool hasWayland = IsUsable("WAYLAND_DISPLAY", ConnectsToWayland);
-    const bool hasX = IsUsable("DISPLAY", ConnectsToX);
+    const bool hasWayland = IsUsable("WAYLAND_DISPLAY", ConnectToWayland);
+    const bool hasX = IsUsable("DISPLAY", ConnectToX);
     if (hasWayland || hasX) {
         return true;
     }

@@ -5,11 +5,12 @@
 
 namespace quorvel::desktop {
 
-// Sees to it that the toolkit finds somewhere to open a window: a Wayland or X display that answers
-// within 0.4 seconds, or an engine chosen by ELM_DISPLAY or ELM_ENGINE that draws into memory or a
-// file. A display that does not answer is taken out of the environment, since the toolkit would
-// wait for it even when the other one answers. False when there is none; why says why in one line.
-// Before other threads use the environment.
+// Finds a display for the toolkit: a Wayland or X display that answers within 0.4 seconds, or an
+// engine in ELM_DISPLAY or ELM_ENGINE that draws into memory or into a file.
+// Removes WAYLAND_DISPLAY or DISPLAY from the environment when its display does not answer. The
+// toolkit would wait for that display although the other display answers.
+// Returns false when there is no display, and sets why to the reason in one line.
+// Call before another thread reads the environment.
 bool FindDisplay(std::string& why);
 
 }  // namespace quorvel::desktop

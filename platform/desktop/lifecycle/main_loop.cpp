@@ -5,8 +5,6 @@
 #include <app.h>
 
 #include <chrono>
-#include <csignal>
-#include <ctime>
 #include <deque>
 #include <iostream>
 #include <string>
@@ -27,48 +25,13 @@ namespace quorvel::desktop {
 
 namespace {
 
-// How long a second program waits for the first one to take its request: longer than the first one
-// takes to start with the largest result files.
-constexpr std::chrono::seconds kOwnerPatience{10};
+// How long a second program waits until the owner takes its request. The owner needs less time to
+// start with the largest result files.
+constexpr std::chrono::seconds kOwnerTimeout{10};
 
-// How long the end waits for a log copy under way: shorter than a second program waits, and enough
-// for any storage that works.
-constexpr std::chrono::seconds kCopyPatience{5};
-
-// Keeps SIGTERM and SIGINT waiting. The toolkit takes them once it is up, but lets them through a
-// little before, so those that came earlier have to be given to it. Main-loop thread only.
-class EndSignals {
-public:
-    EndSignals() {
-        sigset_t before;
-        pthread_sigmask(SIG_BLOCK, nullptr, &before);
-        sigemptyset(&m_Held);
-        for (const int number : {SIGTERM, SIGINT}) {
-            if (sigismember(&before, number) == 0) {
-                sigaddset(&m_Held, number);
-            }
-        }
-        pthread_sigmask(SIG_BLOCK, &m_Held, nullptr);
-    }
-    ~EndSignals() { pthread_sigmask(SIG_UNBLOCK, &m_Held, nullptr); }
-    EndSignals(const EndSignals&) = delete;
-    EndSignals& operator=(const EndSignals&) = delete;
-
-    // Takes those that came; returns one of them, or 0.
-    int Take() const {
-        const timespec atOnce{};
-        int taken = 0;
-        int next = sigtimedwait(&m_Held, nullptr, &atOnce);
-        while (next > 0) {
-            taken = next;
-            next = sigtimedwait(&m_Held, nullptr, &atOnce);
-        }
-        return taken;
-    }
-
-private:
-    sigset_t m_Held{};
-};
+// How long shutdown waits for a running log copy. A second program waits longer than this for the
+// lock. Every working storage finishes earlier.
+constexpr std::chrono::seconds kLogCopyTimeout{5};
 
 bool HasWindow() {
     Eina_List* windows = ecore_evas_ecore_evas_list_get();
@@ -101,9 +64,9 @@ public:
     Application(const Application&) = delete;
     Application& operator=(const Application&) = delete;
 
-    // Runs the callbacks from create to terminate, with first as the first launch request. early is
-    // a signal that has asked for the end already, or 0. Returns an app_error_e.
-    int Run(int argc, char** argv, KeyValues first, int early);
+    // Runs the callbacks from create to terminate, with first as the first launch request. Returns
+    // an app_error_e.
+    int Run(int argc, char** argv, KeyValues first);
 
 private:
     // sender 0: the request this program was started with, which nobody waits for.
@@ -130,18 +93,21 @@ private:
     bool m_IsPaused = false;
 };
 
-int Application::Run(int argc, char** argv, KeyValues first, int early) {
+int Application::Run(int argc, char** argv, KeyValues first) {
+    // The server has initialised Ecore. Ecore keeps a SIGTERM or SIGINT until the main loop runs.
+    std::string why;
+    if (!FindDisplay(why)) {
+        LogError(why);
+        return APP_ERROR_INVALID_CONTEXT;
+    }
     if (!m_Server.Listen()) {
         return APP_ERROR_INVALID_CONTEXT;
     }
-    // Its helper process would outlive this one and hold on to the terminal.
+    // The helper process of efreet would outlive this process and keep the terminal open.
     efreet_cache_disable();
     if (elm_init(argc, argv) == 0) {
         LogError("the toolkit cannot be started");
         return APP_ERROR_INVALID_CONTEXT;
-    }
-    if (early != 0) {
-        (void)raise(early);
     }
     const int result = StartUi() ? m_RunUi(std::move(first)) : APP_ERROR_INVALID_CONTEXT;
     StopUi();
@@ -242,30 +208,13 @@ void Application::OnResume(void* data, const Efl_Event*) {
     }
 }
 
-// Sets early to a signal that asked for the end meanwhile, or 0. False without a display; the
-// reason is logged.
-bool AwaitDisplay(int& early) {
-    const EndSignals signals;
-    std::string why;
-    const bool found = FindDisplay(why);
-    if (!found) {
-        LogError(why);
-    }
-    early = signals.Take();
-    return found;
-}
-
 int RunAsOwner(int argc, char** argv, const ui_app_lifecycle_callback_s& callbacks, void* userData,
                const std::string& socketPath, KeyValues first) {
-    int early = 0;
-    if (!AwaitDisplay(early)) {
-        return APP_ERROR_INVALID_CONTEXT;
-    }
     LimitXmlInput([](const std::string& line) { LogError(line); });
     PrepareToolkit();
     const int result =
-        Application(callbacks, userData, socketPath).Run(argc, argv, std::move(first), early);
-    if (!AwaitLogCopies(kCopyPatience)) {
+        Application(callbacks, userData, socketPath).Run(argc, argv, std::move(first));
+    if (!AwaitLogCopies(kLogCopyTimeout)) {
         LogError("the end cuts a log copy off");
     }
     return result;
@@ -296,7 +245,7 @@ int ui_app_main(int argc, char** argv, ui_app_lifecycle_callback_s* callback, vo
         return APP_ERROR_INVALID_CONTEXT;
     }
     Instance instance(folder, FolderIdentity(DataDir()));
-    switch (instance.ClaimOrHandOver(request, kOwnerPatience)) {
+    switch (instance.ClaimOrHandOver(request, kOwnerTimeout)) {
         case Instance::Claim::kOwner:
             return RunAsOwner(argc, argv, *callback, user_data, instance.SocketPath(),
                               std::move(request));

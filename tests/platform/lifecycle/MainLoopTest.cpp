@@ -7,6 +7,7 @@
 #include <fstream>
 #include <memory>
 #include <string>
+#include <thread>
 
 #include "platform/fixtures/RecordedApp.h"
 #include "platform/fixtures/Socket.h"
@@ -21,6 +22,11 @@ using MainLoopTest = RecordedApp;
 
 // The whole way of a program that somebody else ends.
 const std::vector<Event> kWholeLife = {"create", "control ", "terminate", "end"};
+
+// Shorter than the start takes between the display search and the toolkit. The toolkit keeps all of
+// the signals in a pipe of 64 KiB.
+constexpr std::chrono::microseconds kSignalInterval{100};
+constexpr int kSignals = 250;
 
 std::string DisplayOf(const Socket& server) {
     return "127.0.0.1:" + std::to_string(server.Port() - 6000);
@@ -195,6 +201,22 @@ TEST_F(MainLoopTest, SignalWhileItLooksForADisplayStillTerminates) {
         Start({}, {{"ELM_DISPLAY", ""}, {"WAYLAND_DISPLAY", "silent"}, {"DISPLAY", x.Display()}});
     const Socket asking = silent.Accept();
     app->Signal(SIGTERM);
+    EXPECT_EQ(app->Exit(), 0);
+    EXPECT_EQ(Count("create"), 1);
+    EXPECT_EQ(Count("terminate"), 1);
+}
+
+// Covers the moment between the end of the display search and the start of the toolkit.
+TEST_F(MainLoopTest, TerminatesAfterRepeatedSignalsDuringStart) {
+    const XServer x(m_Folders);
+    const Socket wayland = Socket::Listen(m_Folders.Root() / "run/wayland");
+    const auto app =
+        Start({}, {{"ELM_DISPLAY", ""}, {"WAYLAND_DISPLAY", "wayland"}, {"DISPLAY", x.Display()}});
+    wayland.Accept();
+    for (int i = 0; i < kSignals; ++i) {
+        app->Signal(SIGTERM);
+        std::this_thread::sleep_for(kSignalInterval);
+    }
     EXPECT_EQ(app->Exit(), 0);
     EXPECT_EQ(Count("create"), 1);
     EXPECT_EQ(Count("terminate"), 1);
