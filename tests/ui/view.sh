@@ -64,7 +64,7 @@ second_view() {
     if LAY_DATA_WAIT=1 "$build/quorvel-view" "$root/samples/empty" >"$work/second" 2>&1; then
         fail "a second view seems to show its files"
     fi
-    grep -q 'shows the files of another start; close it first\|another run keeps' "$work/second" ||
+    grep -q 'shows other result files; close it first\|another run keeps' "$work/second" ||
         fail "$(cat "$work/second")"
     "$build/quorvel" EXEPARAM=CLOSE >"$work/second" 2>&1 ||
         fail "the view cannot be closed: $(cat "$work/second")"

@@ -3,8 +3,6 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <sys/file.h>
-#include <sys/socket.h>
-#include <sys/un.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -12,8 +10,10 @@
 #include <csignal>
 #include <cstring>
 #include <fstream>
+#include <thread>
 #include <utility>
 
+#include "lifecycle/protocol.h"
 #include "log/log.h"
 
 namespace quorvel::desktop {
@@ -21,108 +21,63 @@ namespace quorvel::desktop {
 namespace {
 
 using Clock = std::chrono::steady_clock;
+using std::chrono::milliseconds;
 
-// Of one wait, far above every patience.
-constexpr int kLongestWaitMs = 60000;
-// Between two looks at an owner that is on its way in or out.
-constexpr int kLookAgainMs = 10;
+// Time between two attempts while the owner starts or shuts down.
+constexpr milliseconds kRetryInterval{10};
 
-enum class Answer {
-    kAccepted,
-    kRefused,
-    kNobody,  // nobody listens (yet, or any more)
-    kSilence,
-};
-
-int MillisecondsUntil(Clock::time_point deadline) {
-    const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now()).count();
-    return static_cast<int>(std::clamp<decltype(left)>(left, 0, kLongestWaitMs));
-}
+enum class Reply { kAccepted, kRejected, kNoOwner, kTimeout };
 
 // One connection to the owner.
 class Connection {
 public:
-    Connection() : m_Socket(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0)) {}
-    ~Connection() {
-        if (m_Socket >= 0) {
-            close(m_Socket);
-        }
+    explicit Connection(const std::string& path) : m_Socket(OpenSocket()) {
+        // A message leaves at once only if it fits into the send buffer.
+        const int size = kMaxMessageBytes;
+        setsockopt(m_Socket, SOL_SOCKET, SO_SNDBUF, &size, sizeof(size));
+        const sockaddr_un address = SocketAddress(path);
+        m_IsConnected =
+            connect(m_Socket, reinterpret_cast<const sockaddr*>(&address), sizeof(address)) == 0;
     }
+    ~Connection() { close(m_Socket); }
     Connection(const Connection&) = delete;
     Connection& operator=(const Connection&) = delete;
 
-    // False when nobody listens there or the line is full.
-    bool Connect(const std::string& path) {
-        sockaddr_un address{};
-        address.sun_family = AF_UNIX;
-        path.copy(static_cast<char*>(address.sun_path), sizeof(address.sun_path) - 1);
-        return connect(m_Socket, reinterpret_cast<sockaddr*>(&address), sizeof(address)) == 0;
+    // Sends the message and waits for the answer. kNoOwner: no process listens, or the owner ended
+    // without an answer.
+    Reply Send(const std::string& message, Clock::time_point deadline) const {
+        if (!m_IsConnected || send(m_Socket, message.data(), message.size(), MSG_NOSIGNAL) < 0) {
+            return Reply::kNoOwner;
+        }
+        if (!m_AwaitAnswer(deadline)) {
+            return Reply::kTimeout;
+        }
+        char answer = 0;
+        if (recv(m_Socket, &answer, 1, 0) != 1) {
+            return Reply::kNoOwner;
+        }
+        return answer == kAccepted ? Reply::kAccepted : Reply::kRejected;
     }
 
-    Answer Ask(const std::string& message, Clock::time_point deadline) {
-        const Answer sent = m_Send(message, deadline);
-        return sent == Answer::kAccepted ? m_Receive(deadline) : sent;
-    }
-
-    // The process that listens; 0 when it is not known.
-    pid_t Owner() const {
-        ucred owner{};
-        socklen_t size = sizeof(owner);
-        return getsockopt(m_Socket, SOL_SOCKET, SO_PEERCRED, &owner, &size) == 0 ? owner.pid : 0;
-    }
+    pid_t Owner() const { return PeerCredentials(m_Socket).pid; }
 
 private:
-    bool m_Wait(short event, Clock::time_point deadline) const {
-        pollfd waiting{m_Socket, event, 0};
+    bool m_AwaitAnswer(Clock::time_point deadline) const {
+        pollfd waiting{m_Socket, POLLIN, 0};
         int ready = 0;
         do {
-            ready = poll(&waiting, 1, MillisecondsUntil(deadline));
+            const auto left = std::chrono::ceil<milliseconds>(deadline - Clock::now());
+            ready = poll(&waiting, 1, std::max(0, static_cast<int>(left.count())));
         } while (ready < 0 && errno == EINTR);
         return ready > 0;
     }
 
-    Answer m_Send(const std::string& message, Clock::time_point deadline) {
-        std::size_t done = 0;
-        while (done < message.size()) {
-            if (!m_Wait(POLLOUT, deadline)) {
-                return Answer::kSilence;
-            }
-            const ssize_t sent =
-                send(m_Socket, message.data() + done, message.size() - done, MSG_NOSIGNAL);
-            if (sent < 0 && errno != EAGAIN && errno != EINTR) {
-                return Answer::kNobody;
-            }
-            done += static_cast<std::size_t>(std::max<ssize_t>(sent, 0));
-        }
-        return Answer::kAccepted;
-    }
-
-    Answer m_Receive(Clock::time_point deadline) {
-        if (!m_Wait(POLLIN, deadline)) {
-            return Answer::kSilence;
-        }
-        char answer = 0;
-        if (recv(m_Socket, &answer, 1, 0) != 1) {
-            return Answer::kNobody;
-        }
-        return answer == kAccepted ? Answer::kAccepted : Answer::kRefused;
-    }
-
     int m_Socket;
+    bool m_IsConnected;
 };
 
-std::string TheRunningOne(pid_t owner) {
+std::string NameOf(pid_t owner) {
     return "the running quorvel" + (owner > 0 ? " (process " + std::to_string(owner) + ")" : "");
-}
-
-// Says what became of the request when it was not accepted.
-void LogAnswer(Answer answer, pid_t owner) {
-    const std::string who = TheRunningOne(owner);
-    if (answer == Answer::kRefused) {
-        LogError(who + " refuses the request");
-    } else {
-        LogError(who + " does not answer, the request is dropped");
-    }
 }
 
 }  // namespace
@@ -163,7 +118,7 @@ Instance::Lock Instance::m_TryLock() {
     return Lock::kFailed;
 }
 
-// What a dead one left is believed no more than a file that could not be written.
+// Ignores an entry of an ended process: the new owner has not yet written its own.
 std::optional<pid_t> Instance::m_OwnerOfOtherFiles() const {
     std::ifstream lock(m_LockPath());
     pid_t owner = 0;
@@ -174,36 +129,37 @@ std::optional<pid_t> Instance::m_OwnerOfOtherFiles() const {
     return kill(owner, 0) == 0 ? std::optional(owner) : std::nullopt;
 }
 
-Instance::Claim Instance::ClaimOrHandOver(const KeyValues& request,
-                                          std::chrono::milliseconds patience) {
-    const Clock::time_point deadline = Clock::now() + patience;
-    const std::string message = EncodeMessage(request);
+Instance::Claim Instance::ClaimOrHandOver(const KeyValues& request, milliseconds timeout) {
+    const std::string message = EncodeRequest(request);
     if (message.empty()) {
-        LogError("the request is longer than " + std::to_string(kMaxMessagePayload) + " bytes");
+        LogError("launch request: longer than " + std::to_string(kMaxRequestBytes) +
+                 " bytes; pass shorter values");
         return Claim::kFailed;
     }
-    for (;;) {
+    const Clock::time_point deadline = Clock::now() + timeout;
+    for (;; std::this_thread::sleep_for(kRetryInterval)) {
         const Lock lock = m_TryLock();
         if (lock != Lock::kHeldByOther) {
             return lock == Lock::kTaken ? Claim::kOwner : Claim::kFailed;
         }
         const auto other = request.empty() ? m_OwnerOfOtherFiles() : std::nullopt;
         if (other) {
-            LogError(TheRunningOne(*other) +
-                     " shows the files of another start; close it first: quorvel EXEPARAM=CLOSE");
+            LogError(NameOf(*other) +
+                     " shows other result files; close it first: quorvel EXEPARAM=CLOSE");
             return Claim::kFailed;
         }
-        Connection connection;
-        const bool connected = connection.Connect(SocketPath());
-        const Answer answer = connected ? connection.Ask(message, deadline) : Answer::kNobody;
-        if (answer == Answer::kAccepted) {
+        const Connection owner(SocketPath());
+        const Reply reply = owner.Send(message, deadline);
+        if (reply == Reply::kAccepted) {
             return Claim::kHandedOver;
         }
-        if (answer != Answer::kNobody || Clock::now() >= deadline) {
-            LogAnswer(answer, connected ? connection.Owner() : 0);
+        if (reply != Reply::kNoOwner || Clock::now() >= deadline) {
+            LogError(NameOf(owner.Owner()) +
+                     (reply == Reply::kRejected
+                          ? " rejects the launch request; see its log"
+                          : " does not answer; end that process and try again"));
             return Claim::kFailed;
         }
-        poll(nullptr, 0, kLookAgainMs);
     }
 }
 

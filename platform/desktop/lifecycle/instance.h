@@ -11,41 +11,36 @@
 
 namespace quorvel::desktop {
 
-// The bytes with which the running program answers a message.
-constexpr char kAccepted = '\x06';
-constexpr char kRefused = '\x15';
-
-// The right to be the user's one running program. A lock on a file decides, so that of programs
-// started at the same moment exactly one gets it and the file of a dead one does not matter.
-// Whoever does not get it hands its request to the one that has. Needs no main loop and no toolkit.
-// Owned by the main loop; its thread only.
+// Makes this process the owner, which is the user's one running instance, or hands its launch
+// request over to the owner. The owner holds a lock on a file. The kernel releases the lock when
+// the process ends, so files of an ended owner have no effect.
+// Needs no main loop and no toolkit. Owned by ui_app_main; main-loop thread only.
 class Instance {
 public:
     enum class Claim {
-        kOwner,       // this program is the one; it has the right until the object goes
-        kHandedOver,  // another one has taken the request
-        kFailed,      // neither; the reason is logged
+        kOwner,       // this process holds the lock until the object is destroyed
+        kHandedOver,  // the owner has accepted the request
+        kFailed,      // the reason is logged
     };
 
-    // folder: where the lock and the socket of all of the user's programs lie. files: tells the
-    // result files that this program would show from those of others, see FolderIdentity.
+    // folder: the private folder of the user for lock and socket, see RuntimeFolder.
+    // files: identifies the result files that this process would show, see FolderIdentity.
     Instance(std::string folder, std::string files);
     ~Instance();
     Instance(const Instance&) = delete;
     Instance& operator=(const Instance&) = delete;
 
-    // Takes the right or hands the request over. Returns after patience at the latest (it waits for
-    // an owner that is busy, or on its way in or out). An empty request wants nothing but the files
-    // shown, so it fails when the owner shows others.
-    Claim ClaimOrHandOver(const KeyValues& request, std::chrono::milliseconds patience);
+    // Takes the lock or hands the request over. Waits until the timeout for an owner that is busy,
+    // starts or shuts down. Fails for an empty request when the owner shows other result files.
+    Claim ClaimOrHandOver(const KeyValues& request, std::chrono::milliseconds timeout);
 
-    // Where the owner listens.
+    // The socket of the owner.
     std::string SocketPath() const;
 
 private:
     enum class Lock { kTaken, kHeldByOther, kFailed };
     Lock m_TryLock();
-    // The owner's process, if it shows other files than this program would.
+    // Returns the process of an owner that shows other result files.
     std::optional<pid_t> m_OwnerOfOtherFiles() const;
     std::string m_LockPath() const;
 

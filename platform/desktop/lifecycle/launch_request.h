@@ -4,13 +4,14 @@
 #include <app.h>
 #include <bundle.h>
 
-#include <cstddef>
+#include <functional>
 #include <map>
 #include <string>
+#include <string_view>
 
 namespace quorvel::desktop {
 
-// The keys and values of one launch request.
+// The keys and values of a launch request.
 using KeyValues = std::map<std::string, std::string, std::less<>>;
 
 }  // namespace quorvel::desktop
@@ -26,28 +27,13 @@ struct app_control_s {
 
 namespace quorvel::desktop {
 
-// The most that one message may carry behind its header, in bytes.
-constexpr std::size_t kMaxMessagePayload = 65536;
+// Adds an entry of the form KEY=VALUE. The key ends at the first '=' and is not empty. Replaces the
+// value of an equal key. Returns false and adds nothing when the entry has another form.
+bool AddKeyValue(KeyValues& values, std::string_view entry);
 
-// Reads arguments of the form KEY=VALUE; the key ends at the first '=' and is not empty, and of
-// equal keys the last one counts. argv[0] is skipped. Stores nothing and returns the first argument
-// of another form; returns null when all were read.
+// Replaces values by the arguments after argv[0], see AddKeyValue. Returns null on success. Returns
+// the first argument of another form and leaves values unchanged otherwise.
 const char* ReadArguments(int argc, char** argv, KeyValues& values);
-
-// The message that carries a request from one process to another: the word "quorvel1", the length
-// of the payload as four bytes (least significant first), the payload. The payload is a row of
-// "KEY=VALUE", each ended by a zero byte. Empty when the payload would be too long.
-std::string EncodeMessage(const KeyValues& values);
-
-enum class Decoded {
-    kIncomplete,  // a good beginning, more is to come
-    kComplete,    // values are filled in
-    kGarbage,     // not a message
-    kTooLong,     // announces more than kMaxMessagePayload
-};
-
-// Judges the bytes received so far, and fills in values when they are one whole message.
-Decoded DecodeMessage(const std::string& bytes, KeyValues& values);
 
 }  // namespace quorvel::desktop
 

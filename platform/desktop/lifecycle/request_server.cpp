@@ -1,16 +1,14 @@
 #include "lifecycle/request_server.h"
 
-#include <sys/socket.h>
 #include <sys/stat.h>
-#include <sys/un.h>
 #include <unistd.h>
 
-#include <array>
 #include <cerrno>
 #include <cstring>
+#include <optional>
 #include <utility>
 
-#include "lifecycle/instance.h"
+#include "lifecycle/protocol.h"
 #include "log/log.h"
 
 namespace quorvel::desktop {
@@ -19,27 +17,18 @@ namespace {
 
 constexpr std::size_t kMaxSenders = 64;
 
-// The folder lets nobody else in; this is the second bolt.
-bool IsOfThisUser(int socket) {
-    ucred peer{};
-    socklen_t size = sizeof(peer);
-    return getsockopt(socket, SOL_SOCKET, SO_PEERCRED, &peer, &size) == 0 && peer.uid == geteuid();
-}
-
-// The mode is set before the socket gets its name, so at no moment can others write to it.
+// Sets the mode before bind creates the file, so that other users can never write to the socket.
 bool BindAndListen(int socket, const std::string& path) {
-    sockaddr_un address{};
-    address.sun_family = AF_UNIX;
-    path.copy(static_cast<char*>(address.sun_path), sizeof(address.sun_path) - 1);
+    const sockaddr_un address = SocketAddress(path);
     unlink(path.c_str());
     return fchmod(socket, S_IRUSR | S_IWUSR) == 0 &&
-           bind(socket, reinterpret_cast<sockaddr*>(&address), sizeof(address)) == 0 &&
+           bind(socket, reinterpret_cast<const sockaddr*>(&address), sizeof(address)) == 0 &&
            listen(socket, SOMAXCONN) == 0;
 }
 
 }  // namespace
 
-// One sender. Owned by the server; gone when it is answered, refused or has left.
+// One sender. Owned by the server, which deletes the object with the answer or the rejection.
 class RequestServer::Connection {
 public:
     Connection(RequestServer& server, Sender sender, int socket)
@@ -51,19 +40,19 @@ public:
           m_Timer(ecore_timer_add(server.m_TimeoutSeconds, OnTimeout, this)) {}
 
     ~Connection() {
-        m_StopReading();
+        m_StopReceiving();
         close(m_Socket);
     }
     Connection(const Connection&) = delete;
     Connection& operator=(const Connection&) = delete;
 
-    // One byte into an empty line: it fits, or the sender has gone.
+    // Sends the answer. The send buffer is empty, so this fails only when the sender has exited.
     void Answer(char answer) const {
         (void)send(m_Socket, &answer, 1, MSG_NOSIGNAL | MSG_DONTWAIT);
     }
 
 private:
-    void m_StopReading() {
+    void m_StopReceiving() {
         if (m_Handler != nullptr) {
             ecore_main_fd_handler_del(std::exchange(m_Handler, nullptr));
         }
@@ -73,48 +62,36 @@ private:
     }
 
     static Eina_Bool OnReadable(void* data, Ecore_Fd_Handler*) {
-        static_cast<Connection*>(data)->m_Read();
+        static_cast<Connection*>(data)->m_Receive();
         return ECORE_CALLBACK_RENEW;
     }
 
     static Eina_Bool OnTimeout(void* data) {
         auto* self = static_cast<Connection*>(data);
         self->m_Timer = nullptr;
-        self->m_Server.m_Refuse(self->m_Sender, "it takes too long");
+        self->m_Server.m_Reject(self->m_Sender, "no message in time");
         return ECORE_CALLBACK_CANCEL;
     }
 
-    // The object may be gone afterwards.
-    void m_Read() {
-        std::array<char, 16384> part{};
-        const ssize_t size = recv(m_Socket, part.data(), part.size(), MSG_DONTWAIT);
+    // A rejection deletes this object.
+    void m_Receive() {
+        std::string message(kMaxMessageBytes + 1, '\0');
+        const ssize_t size = recv(m_Socket, message.data(), message.size(), MSG_DONTWAIT);
         if (size < 0 && (errno == EAGAIN || errno == EINTR)) {
             return;
         }
         if (size <= 0) {
-            m_Server.m_Refuse(m_Sender, "it ends too early");
+            m_Server.m_Reject(m_Sender, "the sender exited early");
             return;
         }
-        m_Received.append(part.data(), static_cast<std::size_t>(size));
-        m_Judge();
-    }
-
-    void m_Judge() {
-        KeyValues values;
-        switch (DecodeMessage(m_Received, values)) {
-            case Decoded::kIncomplete:
-                return;
-            case Decoded::kComplete:
-                m_StopReading();
-                m_Server.m_Receiver(std::move(values), m_Sender);
-                return;
-            case Decoded::kGarbage:
-                m_Server.m_Refuse(m_Sender, "it is not a request");
-                return;
-            case Decoded::kTooLong:
-                m_Server.m_Refuse(m_Sender, "it is too long");
-                return;
+        message.resize(static_cast<std::size_t>(size));
+        std::optional<KeyValues> request = DecodeRequest(message);
+        if (!request) {
+            m_Server.m_Reject(m_Sender, "invalid message");
+            return;
         }
+        m_StopReceiving();
+        m_Server.m_Receiver(std::move(*request), m_Sender);
     }
 
     RequestServer& m_Server;
@@ -122,7 +99,6 @@ private:
     int m_Socket;
     Ecore_Fd_Handler* m_Handler;
     Ecore_Timer* m_Timer;
-    std::string m_Received;
 };
 
 RequestServer::RequestServer(std::string path, Receiver receiver, double timeoutSeconds)
@@ -136,7 +112,7 @@ RequestServer::~RequestServer() {
 }
 
 bool RequestServer::Listen() {
-    m_Socket = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
+    m_Socket = OpenSocket();
     if (m_Socket < 0 || !BindAndListen(m_Socket, m_Path)) {
         LogError("cannot listen on " + m_Path + ": " + std::strerror(errno));
         return false;
@@ -173,17 +149,18 @@ Eina_Bool RequestServer::OnConnect(void* data, Ecore_Fd_Handler*) {
     }
     const Sender sender = ++self->m_LastSender;
     self->m_Connections[sender] = std::make_unique<Connection>(*self, sender, socket);
-    if (!IsOfThisUser(socket)) {
-        self->m_Refuse(sender, "it comes from another user");
+    // The private folder already keeps other users out. This is the second check.
+    if (PeerCredentials(socket).uid != geteuid()) {
+        self->m_Reject(sender, "the sender is another user");
     } else if (self->m_Connections.size() > kMaxSenders) {
-        self->m_Refuse(sender, "too many come at once");
+        self->m_Reject(sender, "more than " + std::to_string(kMaxSenders) + " senders at once");
     }
     return ECORE_CALLBACK_RENEW;
 }
 
-void RequestServer::m_Refuse(Sender sender, const std::string& reason) {
-    LogError("a request is dropped: " + reason);
-    m_Connections[sender]->Answer(kRefused);
+void RequestServer::m_Reject(Sender sender, const std::string& reason) {
+    LogError("launch request rejected: " + reason);
+    m_Connections[sender]->Answer(kRejected);
     m_Connections.erase(sender);
 }
 

@@ -12,40 +12,39 @@
 
 namespace quorvel::desktop {
 
-// Takes the requests of programs that are started while this one runs, from a local socket that the
-// toolkit's main loop watches. What is not a message, is too long or takes too long is dropped with
-// one line in the log.
-// The toolkit's own service for local sockets is not used: it logs an error for each that it opens,
-// lets others write to it, and loses what a sender wrote that ends at once.
-// Owned by the main loop, which alone calls it and is called by it.
+// Receives the launch requests of second programs on the owner's socket, see protocol.h. Rejects an
+// unexpected sender or message and logs one line.
+// Ecore_Con is not used for three reasons: it logs an error for each socket that it opens, it lets
+// other users write to the socket, and it loses the message of a sender that exits at once.
+// Initialises Ecore for its own lifetime. Owned by the main loop; main-loop thread only.
 class RequestServer {
 public:
-    // Names a waiting sender until it is answered.
+    // Identifies a sender that waits for its answer.
     using Sender = unsigned long;
     using Receiver = std::function<void(KeyValues request, Sender sender)>;
 
-    // path: where to listen. receiver: gets each request, inside the main loop. timeoutSeconds: how
-    // long a sender may take.
+    // path: the socket. receiver: called inside the main loop with each request.
+    // timeoutSeconds: how long a connected sender may take to send its message.
     RequestServer(std::string path, Receiver receiver, double timeoutSeconds = 5.0);
     ~RequestServer();
     RequestServer(const RequestServer&) = delete;
     RequestServer& operator=(const RequestServer&) = delete;
 
-    // Starts listening, in place of a dead program when its socket was left. Only the holder of the
-    // instance's lock may do so. False when it is not possible; the reason is logged.
+    // Starts to listen. Replaces the socket of an ended owner, so only the owner may call this.
+    // Returns false and logs the reason on failure.
     bool Listen();
 
-    // Tells the sender that its request was delivered. A sender that has gone is no error.
+    // Answers that the application has received the request. Ignores a sender that has exited.
     void Accept(Sender sender);
 
-    // Stops listening. Senders that are not answered see their connection end.
+    // Stops listening. Closes the connections of all senders without an answer.
     void Close();
 
 private:
     class Connection;
 
     static Eina_Bool OnConnect(void* data, Ecore_Fd_Handler* handler);
-    void m_Refuse(Sender sender, const std::string& reason);
+    void m_Reject(Sender sender, const std::string& reason);
 
     std::string m_Path;
     Receiver m_Receiver;

@@ -67,9 +67,9 @@ protected:
 
     PrivateFolders m_Folders;
     std::string m_Path = m_Folders.Root() / "run/wayland-test";
-    Socket m_Wayland = Socket::Listen(m_Path);
-    Socket m_X = Socket::ListenOnLoopback();
-    std::string m_XName = "127.0.0.1:" + std::to_string(m_X.Port() - 6000);
+    Socket m_Wayland = Socket::ListenAsWayland(m_Path);
+    Socket m_X = Socket::ListenAsX();
+    std::string m_XName = m_X.Display();
     ScopedVariable m_Memory{"ELM_DISPLAY", {}};
     ScopedVariable m_WaylandVariable{"WAYLAND_DISPLAY", m_Path};
     ScopedVariable m_XVariable{"DISPLAY", m_XName};

@@ -13,16 +13,18 @@
 #include <string>
 #include <thread>
 
+#include "lifecycle/protocol.h"
 #include "platform/fixtures/LoggedLines.h"
 #include "platform/fixtures/PrivateFolders.h"
 #include "platform/fixtures/Socket.h"
 
-using quorvel::desktop::EncodeMessage;
+using quorvel::desktop::EncodeRequest;
 using quorvel::desktop::Instance;
 using quorvel::desktop::kAccepted;
 using quorvel::desktop::KeyValues;
-using quorvel::desktop::kMaxMessagePayload;
-using quorvel::desktop::kRefused;
+using quorvel::desktop::kMaxMessageBytes;
+using quorvel::desktop::kMaxRequestBytes;
+using quorvel::desktop::kRejected;
 using testing::ElementsAre;
 using testing::EndsWith;
 using testing::StartsWith;
@@ -42,7 +44,7 @@ protected:
     // Does as the owner does for one sender; what that one sent.
     static std::string Answer(const Socket& server, char answer) {
         const Socket client = server.Accept();
-        std::string received = client.Receive(1000);
+        std::string received = client.Receive(kMaxMessageBytes);
         client.Send(std::string(1, answer));
         return received;
     }
@@ -64,19 +66,19 @@ TEST_F(InstanceTest, FirstIsTheOwnerUntilItGoes) {
 
 TEST_F(InstanceTest, WhatADeadOwnerLeftDoesNotMatter) {
     std::ofstream(m_Folder + "/lock") << "123";
-    Socket::Listen(m_Socket);
+    Socket::ListenAsOwner(m_Socket);
     EXPECT_EQ(Claim(kImpatient), Instance::Claim::kOwner);
 }
 
 TEST_F(InstanceTest, RequestReachesTheOwner) {
     Instance owner(m_Folder, "files");
     owner.ClaimOrHandOver({}, kImpatient);
-    const Socket server = Socket::Listen(owner.SocketPath());
+    const Socket server = Socket::ListenAsOwner(owner.SocketPath());
     std::string received;
     std::thread answering([&] { received = Answer(server, kAccepted); });
     EXPECT_EQ(Claim(kPatient), Instance::Claim::kHandedOver);
     answering.join();
-    EXPECT_EQ(received, EncodeMessage(m_Request));
+    EXPECT_EQ(received, EncodeRequest(m_Request));
 }
 
 TEST_F(InstanceTest, OwnerThatShowsOtherFilesIsTold) {
@@ -86,14 +88,14 @@ TEST_F(InstanceTest, OwnerThatShowsOtherFilesIsTold) {
     EXPECT_EQ(Claim(kPatient), Instance::Claim::kFailed);
     EXPECT_THAT(m_Log.Messages(),
                 ElementsAre("the running quorvel (process " + std::to_string(getpid()) +
-                            ") shows the files of another start; close it first: "
-                            "quorvel EXEPARAM=CLOSE"));
+                            ") shows other result files; close it first: quorvel "
+                            "EXEPARAM=CLOSE"));
 }
 
 TEST_F(InstanceTest, EmptyRequestReachesAnOwnerOfTheSameFiles) {
     Instance owner(m_Folder, "files");
     owner.ClaimOrHandOver({}, kImpatient);
-    const Socket server = Socket::Listen(owner.SocketPath());
+    const Socket server = Socket::ListenAsOwner(owner.SocketPath());
     m_Request.clear();
     std::thread answering([&] { Answer(server, kAccepted); });
     EXPECT_EQ(Claim(kPatient), Instance::Claim::kHandedOver);
@@ -103,7 +105,7 @@ TEST_F(InstanceTest, EmptyRequestReachesAnOwnerOfTheSameFiles) {
 TEST_F(InstanceTest, RequestReachesAnOwnerOfOtherFiles) {
     Instance owner(m_Folder, "other files");
     owner.ClaimOrHandOver({}, kImpatient);
-    const Socket server = Socket::Listen(owner.SocketPath());
+    const Socket server = Socket::ListenAsOwner(owner.SocketPath());
     std::thread answering([&] { Answer(server, kAccepted); });
     EXPECT_EQ(Claim(kPatient), Instance::Claim::kHandedOver);
     answering.join();
@@ -119,7 +121,7 @@ TEST_F(InstanceTest, FilesOfADeadOwnerDoNotMatter) {
     }
     ASSERT_EQ(waitpid(dead, nullptr, 0), dead);
     std::ofstream(m_Folder + "/lock") << dead << " other files";
-    const Socket server = Socket::Listen(owner.SocketPath());
+    const Socket server = Socket::ListenAsOwner(owner.SocketPath());
     m_Request.clear();
     std::thread answering([&] { Answer(server, kAccepted); });
     EXPECT_EQ(Claim(kPatient), Instance::Claim::kHandedOver);
@@ -129,23 +131,23 @@ TEST_F(InstanceTest, FilesOfADeadOwnerDoNotMatter) {
 TEST_F(InstanceTest, RefusalIsToldAtOnce) {
     Instance owner(m_Folder, "files");
     owner.ClaimOrHandOver({}, kImpatient);
-    const Socket server = Socket::Listen(owner.SocketPath());
-    std::thread answering([&] { Answer(server, kRefused); });
+    const Socket server = Socket::ListenAsOwner(owner.SocketPath());
+    std::thread answering([&] { Answer(server, kRejected); });
     EXPECT_EQ(Claim(kPatient), Instance::Claim::kFailed);
     answering.join();
-    EXPECT_THAT(m_Log.Messages(), ElementsAre(EndsWith("refuses the request")));
+    EXPECT_THAT(m_Log.Messages(), ElementsAre(EndsWith("rejects the launch request; see its log")));
 }
 
 TEST_F(InstanceTest, SilentOwnerIsNotWaitedForEver) {
     Instance owner(m_Folder, "files");
     owner.ClaimOrHandOver({}, kImpatient);
-    const Socket server = Socket::Listen(owner.SocketPath());
+    const Socket server = Socket::ListenAsOwner(owner.SocketPath());
     const auto start = std::chrono::steady_clock::now();
     EXPECT_EQ(Claim(kImpatient), Instance::Claim::kFailed);
     EXPECT_GE(std::chrono::steady_clock::now() - start, kImpatient);
     EXPECT_THAT(m_Log.Messages(),
                 ElementsAre("the running quorvel (process " + std::to_string(getpid()) +
-                            ") does not answer, the request is dropped"));
+                            ") does not answer; end that process and try again"));
 }
 
 TEST_F(InstanceTest, OwnerThatDoesNotListenYetIsWaitedFor) {
@@ -153,7 +155,7 @@ TEST_F(InstanceTest, OwnerThatDoesNotListenYetIsWaitedFor) {
     owner.ClaimOrHandOver({}, kImpatient);
     Instance::Claim claim = Instance::Claim::kFailed;
     std::thread second([&] { claim = Claim(kPatient); });
-    const Socket server = Socket::Listen(owner.SocketPath());
+    const Socket server = Socket::ListenAsOwner(owner.SocketPath());
     Answer(server, kAccepted);
     second.join();
     EXPECT_EQ(claim, Instance::Claim::kHandedOver);
@@ -162,7 +164,7 @@ TEST_F(InstanceTest, OwnerThatDoesNotListenYetIsWaitedFor) {
 TEST_F(InstanceTest, OwnerThatGoesWithoutAnAnswerIsSucceeded) {
     auto owner = std::make_unique<Instance>(m_Folder, "files");
     owner->ClaimOrHandOver({}, kImpatient);
-    auto server = std::make_unique<Socket>(Socket::Listen(owner->SocketPath()));
+    auto server = std::make_unique<Socket>(Socket::ListenAsOwner(owner->SocketPath()));
     std::thread ending([&] {
         server->Accept().Receive(1000);
         server.reset();
@@ -172,10 +174,23 @@ TEST_F(InstanceTest, OwnerThatGoesWithoutAnAnswerIsSucceeded) {
     ending.join();
 }
 
+TEST_F(InstanceTest, HandsOverLongestRequest) {
+    Instance owner(m_Folder, "files");
+    owner.ClaimOrHandOver({}, kImpatient);
+    const Socket server = Socket::ListenAsOwner(owner.SocketPath());
+    m_Request["A"] = std::string(kMaxRequestBytes - 3, 'x');
+    std::string received;
+    std::thread answering([&] { received = Answer(server, kAccepted); });
+    EXPECT_EQ(Claim(kPatient), Instance::Claim::kHandedOver);
+    answering.join();
+    EXPECT_EQ(received, EncodeRequest(m_Request));
+}
+
 TEST_F(InstanceTest, RequestThatIsTooLongIsTold) {
-    m_Request["A"] = std::string(kMaxMessagePayload, 'x');
+    m_Request["A"] = std::string(kMaxRequestBytes, 'x');
     EXPECT_EQ(Claim(kPatient), Instance::Claim::kFailed);
-    EXPECT_THAT(m_Log.Messages(), ElementsAre("the request is longer than 65536 bytes"));
+    EXPECT_THAT(m_Log.Messages(),
+                ElementsAre("launch request: longer than 65536 bytes; pass shorter values"));
 }
 
 TEST_F(InstanceTest, FolderWithoutAccessIsTold) {

@@ -6,11 +6,7 @@
 #include <string>
 #include <vector>
 
-using quorvel::desktop::Decoded;
-using quorvel::desktop::DecodeMessage;
-using quorvel::desktop::EncodeMessage;
 using quorvel::desktop::KeyValues;
-using quorvel::desktop::kMaxMessagePayload;
 using quorvel::desktop::ReadArguments;
 using testing::ElementsAre;
 using testing::IsEmpty;
@@ -34,11 +30,6 @@ KeyValues Read(std::vector<std::string> arguments, std::string* stranger = nullp
         EXPECT_EQ(found, nullptr);
     }
     return values;
-}
-
-Decoded Decode(const std::string& bytes) {
-    KeyValues values;
-    return DecodeMessage(bytes, values);
 }
 
 TEST(LaunchRequestTest, NoArgumentsAreAnEmptyRequest) {
@@ -100,48 +91,6 @@ TEST(LaunchRequestTest, NullInsteadOfABundleIsAnError) {
     EXPECT_EQ(bundle_get_str(nullptr, "A", &value), BUNDLE_ERROR_INVALID_PARAMETER);
     EXPECT_EQ(bundle_get_str(&values, nullptr, &value), BUNDLE_ERROR_INVALID_PARAMETER);
     EXPECT_EQ(bundle_get_str(&values, "A", nullptr), BUNDLE_ERROR_INVALID_PARAMETER);
-}
-
-TEST(LaunchRequestTest, MessageCarriesTheRequest) {
-    const KeyValues request{{"A", "1"}, {"B", "x=y\nz"}, {"C", ""}};
-    KeyValues received;
-    EXPECT_EQ(DecodeMessage(EncodeMessage(request), received), Decoded::kComplete);
-    EXPECT_EQ(received, request);
-    EXPECT_EQ(DecodeMessage(EncodeMessage({}), received), Decoded::kComplete);
-    EXPECT_THAT(received, IsEmpty());
-}
-
-TEST(LaunchRequestTest, EveryBeginningOfAMessageIsIncomplete) {
-    const std::string message = EncodeMessage({{"A", "1"}, {"B", "2"}});
-    for (std::size_t size = 0; size < message.size(); ++size) {
-        EXPECT_EQ(Decode(message.substr(0, size)), Decoded::kIncomplete) << size;
-    }
-}
-
-TEST(LaunchRequestTest, WhatIsNoMessageIsGarbage) {
-    const std::string good = EncodeMessage({{"A", "1"}});
-    EXPECT_EQ(Decode("GET / HTTP/1.1\r\n"), Decoded::kGarbage);
-    EXPECT_EQ(Decode("quorvelX"), Decoded::kGarbage);
-    EXPECT_EQ(Decode(good + "x"), Decoded::kGarbage);
-    EXPECT_EQ(Decode(good.substr(0, good.size() - 1) + "x"), Decoded::kGarbage) << "no zero at end";
-    const std::string noKey("quorvel1\2\0\0\0x\0", 14);
-    EXPECT_EQ(Decode(noKey), Decoded::kGarbage);
-}
-
-TEST(LaunchRequestTest, GarbageLeavesTheValuesAlone) {
-    KeyValues values{{"A", "1"}};
-    const std::string halfGood("quorvel1\6\0\0\0B=2\0x\0", 18);
-    EXPECT_EQ(DecodeMessage(halfGood, values), Decoded::kGarbage);
-    EXPECT_THAT(values, ElementsAre(Pair("A", "1")));
-}
-
-TEST(LaunchRequestTest, LengthIsLimited) {
-    // Key, equals sign and zero take three bytes.
-    EXPECT_EQ(Decode(EncodeMessage({{"A", std::string(kMaxMessagePayload - 3, 'x')}})),
-              Decoded::kComplete);
-    EXPECT_THAT(EncodeMessage({{"A", std::string(kMaxMessagePayload - 2, 'x')}}), IsEmpty());
-    EXPECT_EQ(Decode(std::string("quorvel1\1\0\1\0", 12)), Decoded::kTooLong);
-    EXPECT_EQ(Decode("quorvel1\xff\xff\xff\xff"), Decoded::kTooLong);
 }
 
 }  // namespace

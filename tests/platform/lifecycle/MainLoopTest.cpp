@@ -14,6 +14,7 @@
 #include "platform/fixtures/XServer.h"
 
 using testing::ElementsAre;
+using testing::HasSubstr;
 using testing::IsEmpty;
 
 namespace {
@@ -27,10 +28,6 @@ const std::vector<Event> kWholeLife = {"create", "control ", "terminate", "end"}
 // the signals in a pipe of 64 KiB.
 constexpr std::chrono::microseconds kSignalInterval{100};
 constexpr int kSignals = 250;
-
-std::string DisplayOf(const Socket& server) {
-    return "127.0.0.1:" + std::to_string(server.Port() - 6000);
-}
 
 TEST_F(MainLoopTest, CreateThenControlInsideTheMainLoop) {
     const auto app = Start({"NAME=first"});
@@ -82,21 +79,25 @@ TEST_F(MainLoopTest, EndDoesNotWaitForEverForALogCopy) {
     EXPECT_GE(taken, std::chrono::seconds(5));
     EXPECT_LT(taken, std::chrono::seconds(5) + kSpareTime);
     EXPECT_EQ(Count("copied"), 0);
-    EXPECT_THAT(Errors(*app), ElementsAre("the end cuts a log copy off"));
+    EXPECT_THAT(
+        Errors(*app),
+        ElementsAre("the end cuts a log copy off"));
 }
 
 TEST_F(MainLoopTest, RefusedCreateEndsWithAnErrorAndWithoutTerminate) {
     const auto app = Start({}, {{"REFUSE_CREATE", "1"}});
     EXPECT_EQ(app->Exit(), 1);
     EXPECT_THAT(Events(), ElementsAre("create", "end with an error"));
-    EXPECT_THAT(Errors(*app), ElementsAre("the application could not be created"));
+    EXPECT_THAT(Errors(*app),
+                ElementsAre("the application could not be created"));
 }
 
 TEST_F(MainLoopTest, CreateWithoutAWindowEndsWithAnError) {
     const auto app = Start({}, {{"NO_WINDOW", "1"}});
     EXPECT_EQ(app->Exit(), 1);
     EXPECT_THAT(Events(), ElementsAre("create", "terminate", "end with an error"));
-    EXPECT_THAT(Errors(*app), ElementsAre("no window could be opened"));
+    EXPECT_THAT(Errors(*app),
+                ElementsAre("no window could be opened"));
 }
 
 TEST_F(MainLoopTest, UncaughtExceptionEndsTheProgram) {
@@ -115,8 +116,8 @@ TEST_F(MainLoopTest, ArgumentOfAnotherFormIsToldWithTheUsage) {
 TEST_F(MainLoopTest, EarlyEndIsToldWhateverTheLevel) {
     const auto app = Start({"close"}, {{"QUORVEL_LOG_LEVEL", "off"}});
     EXPECT_EQ(app->Exit(), 1);
-    EXPECT_THAT(Errors(*app), ElementsAre(testing::StartsWith("usage: ")));
-    EXPECT_THAT(MessagesOf(ReadFile(m_Folders.Log())), ElementsAre(testing::StartsWith("usage: ")));
+    EXPECT_THAT(Errors(*app), ElementsAre(HasSubstr("usage: ")));
+    EXPECT_THAT(MessagesOf(ReadFile(m_Folders.Log())), ElementsAre(HasSubstr("usage: ")));
 }
 
 TEST_F(MainLoopTest, ThemeFileThatIsNoneEndsTheStart) {
@@ -132,7 +133,7 @@ TEST_F(MainLoopTest, ThemeFileThatIsNoneEndsTheStart) {
 TEST_F(MainLoopTest, VersionIsToldWithoutACallback) {
     const auto app = Start({"--version"});
     EXPECT_EQ(app->Exit(), 0);
-    EXPECT_THAT(app->Output(), testing::HasSubstr("quorvel " QUORVEL_VERSION "\n"));
+    EXPECT_THAT(app->Output(), HasSubstr("quorvel " QUORVEL_VERSION "\n"));
     EXPECT_THAT(Events(), ElementsAre("end"));
 }
 
@@ -161,15 +162,15 @@ TEST_F(MainLoopTest, DisplayThatIsNotThereIsTold) {
 
 // Listens as a display would, and says nothing.
 TEST_F(MainLoopTest, DisplayThatDoesNotAnswerIsNotWaitedFor) {
-    const Socket server = Socket::ListenOnLoopback();
-    const std::string display = DisplayOf(server);
+    const Socket server = Socket::ListenAsX();
+    const std::string display = server.Display();
     const auto app = Start({}, {{"ELM_DISPLAY", ""}, {"DISPLAY", display}});
     EXPECT_EQ(app->Exit(), 1);
     EXPECT_THAT(Errors(*app), ElementsAre("no display: cannot connect to " + display));
 }
 
 TEST_F(MainLoopTest, WaylandThatDoesNotAnswerIsNotWaitedFor) {
-    const Socket server = Socket::Listen(m_Folders.Root() / "run/silent");
+    const Socket server = Socket::ListenAsWayland(m_Folders.Root() / "run/silent");
     const auto app = Start({}, {{"ELM_DISPLAY", ""}, {"WAYLAND_DISPLAY", "silent"}});
     EXPECT_EQ(app->Exit(), 1);
     EXPECT_THAT(Errors(*app), ElementsAre("no display: cannot connect to silent"));
@@ -177,8 +178,8 @@ TEST_F(MainLoopTest, WaylandThatDoesNotAnswerIsNotWaitedFor) {
 
 // What asked the display on its behalf must not go on holding the lock.
 TEST_F(MainLoopTest, KilledWhileItLooksForADisplayItLeavesNothingRunning) {
-    const Socket server = Socket::ListenOnLoopback();
-    const auto app = Start({}, {{"ELM_DISPLAY", ""}, {"DISPLAY", DisplayOf(server)}});
+    const Socket server = Socket::ListenAsX();
+    const auto app = Start({}, {{"ELM_DISPLAY", ""}, {"DISPLAY", server.Display()}});
     const Socket asking = server.Accept();
     app->Signal(SIGKILL);
     EXPECT_EQ(app->Exit(), -SIGKILL);
@@ -196,7 +197,7 @@ TEST_F(MainLoopTest, SignalWhileStartingStillTerminates) {
 // Nothing takes the signal yet: the one display keeps the program waiting for the other.
 TEST_F(MainLoopTest, SignalWhileItLooksForADisplayStillTerminates) {
     const XServer x(m_Folders);
-    const Socket silent = Socket::Listen(m_Folders.Root() / "run/silent");
+    const Socket silent = Socket::ListenAsWayland(m_Folders.Root() / "run/silent");
     const auto app =
         Start({}, {{"ELM_DISPLAY", ""}, {"WAYLAND_DISPLAY", "silent"}, {"DISPLAY", x.Display()}});
     const Socket asking = silent.Accept();
@@ -209,7 +210,7 @@ TEST_F(MainLoopTest, SignalWhileItLooksForADisplayStillTerminates) {
 // Covers the moment between the end of the display search and the start of the toolkit.
 TEST_F(MainLoopTest, TerminatesAfterRepeatedSignalsDuringStart) {
     const XServer x(m_Folders);
-    const Socket wayland = Socket::Listen(m_Folders.Root() / "run/wayland");
+    const Socket wayland = Socket::ListenAsWayland(m_Folders.Root() / "run/wayland");
     const auto app =
         Start({}, {{"ELM_DISPLAY", ""}, {"WAYLAND_DISPLAY", "wayland"}, {"DISPLAY", x.Display()}});
     wayland.Accept();

@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "lifecycle/launch_request.h"
+#include "lifecycle/protocol.h"
 #include "platform/fixtures/RecordedApp.h"
 #include "platform/fixtures/Socket.h"
 
@@ -61,7 +61,7 @@ TEST_F(OneInstanceTest, NothingIsDeliveredAfterARequestThatEndsTheLoop) {
     EXPECT_EQ(Run({"NAME=third"}), 0);
     owner->Stop();
     for (const Socket* sender : {&first, &second}) {
-        sender->Send(quorvel::desktop::EncodeMessage({{"EXEPARAM", "CLOSE"}}));
+        sender->Send(quorvel::desktop::EncodeRequest({{"EXEPARAM", "CLOSE"}}));
     }
     owner->Signal(SIGCONT);
     EXPECT_EQ(owner->Exit(), 0);
@@ -90,8 +90,7 @@ TEST_F(OneInstanceTest, FolderThatOthersCanEnterIsRefused) {
     ASSERT_EQ(chmod(folder.c_str(), 0777), 0);
     const auto app = Start({}, {{"XDG_RUNTIME_DIR", m_Folders.Root() / "missing"}});
     EXPECT_EQ(app->Exit(), 1);
-    EXPECT_THAT(Errors(*app), ElementsAre(folder + " is not a folder of yours that is closed to "
-                                                   "others"));
+    EXPECT_THAT(Errors(*app), ElementsAre(folder + " is not a folder of yours that is closed to others"));
 }
 
 TEST_F(OneInstanceTest, OfTenAtOnceOneGetsAllRequests) {
@@ -152,18 +151,19 @@ TEST_F(OneInstanceTest, StoppedOwnerIsToldInBoundedTime) {
     EXPECT_LT(taken, std::chrono::seconds(10) + kSpareTime);
     EXPECT_THAT(Errors(*second),
                 ElementsAre("the running quorvel (process " + std::to_string(owner->Id()) +
-                            ") does not answer, the request is dropped"));
+                            ") does not answer; end that process and try again"));
     owner->Signal(SIGCONT);
 }
 
 TEST_F(OneInstanceTest, GarbageLeavesTheOwnerAlive) {
     const auto owner = StartOwner();
     Socket::Connect(m_Folders.Socket()).Send("no request");
-    Socket::Connect(m_Folders.Socket())
-        .Send(std::string("quorvel1\xff\xff\xff\x7f") + std::string(1000000, 'x'));
-    ASSERT_TRUE(Await([&] { return Errors(*owner).size() == 2; }));
-    EXPECT_THAT(Errors(*owner), ElementsAre("a request is dropped: it is not a request",
-                                            "a request is dropped: it is too long"));
+    Socket::Connect(m_Folders.Socket()).Send("quorvel2" + std::string(100000, 'x'));
+    Socket::Connect(m_Folders.Socket());
+    ASSERT_TRUE(Await([&] { return Errors(*owner).size() == 3; }));
+    EXPECT_THAT(Errors(*owner), ElementsAre("launch request rejected: invalid message",
+                                            "launch request rejected: invalid message",
+                                            "launch request rejected: the sender exited early"));
     EXPECT_EQ(Run({"EXEPARAM=CLOSE"}), 0);
     EXPECT_EQ(owner->Exit(), 0);
 }

@@ -14,16 +14,18 @@
 #include <utility>
 #include <vector>
 
-#include "lifecycle/instance.h"
+#include "lifecycle/protocol.h"
 #include "platform/fixtures/ChildProgram.h"
 #include "platform/fixtures/LoggedLines.h"
 #include "platform/fixtures/PrivateFolders.h"
 #include "platform/fixtures/Socket.h"
 
-using quorvel::desktop::EncodeMessage;
+using quorvel::desktop::EncodeRequest;
 using quorvel::desktop::kAccepted;
 using quorvel::desktop::KeyValues;
-using quorvel::desktop::kRefused;
+using quorvel::desktop::kMaxMessageBytes;
+using quorvel::desktop::kMaxRequestBytes;
+using quorvel::desktop::kRejected;
 using quorvel::desktop::RequestServer;
 using testing::ElementsAre;
 using testing::IsEmpty;
@@ -64,7 +66,7 @@ protected:
     void ExpectToServe() {
         const std::size_t before = m_Requests.size();
         const Socket sender = Socket::Connect(m_Path);
-        sender.Send(EncodeMessage({{"GOOD", "1"}}));
+        sender.Send(EncodeRequest({{"GOOD", "1"}}));
         ASSERT_TRUE(Turn([&] { return m_Requests.size() > before; }));
         m_Server->Accept(m_Senders.back());
         EXPECT_EQ(sender.Receive(), std::string(1, kAccepted));
@@ -110,13 +112,14 @@ TEST_F(RequestServerTest, SenderOfSomebodyElseIsRefusedWithOneLine) {
     const Socket sender = Socket::Connect(m_Path);
     ASSERT_EQ(seteuid(0), 0);
     ASSERT_TRUE(TurnUntilLogged(1));
-    EXPECT_EQ(sender.Receive(), std::string(1, kRefused));
-    EXPECT_THAT(m_Log.Messages(), ElementsAre("a request is dropped: it comes from another user"));
+    EXPECT_EQ(sender.Receive(), std::string(1, kRejected));
+    EXPECT_THAT(m_Log.Messages(),
+                ElementsAre("launch request rejected: the sender is another user"));
     ExpectToServe();
 }
 
 TEST_F(RequestServerTest, SocketOfADeadOwnerIsReplaced) {
-    Socket::Listen(m_Path);
+    Socket::ListenAsOwner(m_Path);
     ASSERT_TRUE(fs::exists(m_Path));
     Listen();
     ExpectToServe();
@@ -129,17 +132,13 @@ TEST_F(RequestServerTest, PlaceThatCannotBeListenedOnIsTold) {
                 ElementsAre("cannot listen on /dev/null/socket: Not a directory"));
 }
 
-TEST_F(RequestServerTest, MessageMayComeInPieces) {
+TEST_F(RequestServerTest, ReceivesLongestRequest) {
     Listen();
+    const KeyValues longest{{"A", std::string(kMaxRequestBytes - 3, 'x')}};
     const Socket sender = Socket::Connect(m_Path);
-    const std::string message = EncodeMessage({{"A", std::string(50000, 'x')}});
-    sender.Send(message.substr(0, 5));
-    for (int i = 0; i < 10; ++i) {
-        ecore_main_loop_iterate();
-    }
-    sender.Send(message.substr(5));
+    sender.Send(EncodeRequest(longest));
     ASSERT_TRUE(Turn([&] { return !m_Requests.empty(); }));
-    EXPECT_EQ(m_Requests.front()["A"], std::string(50000, 'x'));
+    EXPECT_EQ(m_Requests.front(), longest);
 }
 
 TEST_F(RequestServerTest, GarbageIsRefusedWithOneLine) {
@@ -147,28 +146,33 @@ TEST_F(RequestServerTest, GarbageIsRefusedWithOneLine) {
     const Socket sender = Socket::Connect(m_Path);
     sender.Send("GET / HTTP/1.1\r\n\r\n");
     EXPECT_TRUE(TurnUntilLogged(1));
-    EXPECT_EQ(sender.Receive(), std::string(1, kRefused));
+    EXPECT_EQ(sender.Receive(), std::string(1, kRejected));
     ExpectToServe();
-    EXPECT_THAT(m_Log.Messages(), ElementsAre("a request is dropped: it is not a request"));
+    EXPECT_THAT(m_Log.Messages(), ElementsAre("launch request rejected: invalid message"));
 }
 
 TEST_F(RequestServerTest, TooLongMessageIsRefusedWithOneLine) {
     Listen();
     const Socket sender = Socket::Connect(m_Path);
-    // Its length, and the beginning of as much.
-    sender.Send(std::string("quorvel1\1\0\1\0", 12) + std::string(100000, 'x'));
+    // Valid but for its length.
+    const std::string entry = std::string("A=\0", 3);
+    std::string message = EncodeRequest({});
+    while (message.size() <= kMaxMessageBytes) {
+        message += entry;
+    }
+    sender.Send(message);
     EXPECT_TRUE(TurnUntilLogged(1));
-    EXPECT_EQ(sender.Receive(), std::string(1, kRefused));
+    EXPECT_EQ(sender.Receive(), std::string(1, kRejected));
     ExpectToServe();
-    EXPECT_THAT(m_Log.Messages(), ElementsAre("a request is dropped: it is too long"));
+    EXPECT_THAT(m_Log.Messages(), ElementsAre("launch request rejected: invalid message"));
 }
 
 TEST_F(RequestServerTest, OnlyOneMessageOfAConnectionCounts) {
     Listen();
     const Socket sender = Socket::Connect(m_Path);
-    sender.Send(EncodeMessage({{"A", "1"}}));
+    sender.Send(EncodeRequest({{"A", "1"}}));
     ASSERT_TRUE(Turn([&] { return m_Requests.size() == 1; }));
-    sender.Send(EncodeMessage({{"A", "2"}}));
+    sender.Send(EncodeRequest({{"A", "2"}}));
     ExpectToServe();
     EXPECT_THAT(m_Requests, SizeIs(2));
     EXPECT_THAT(m_Log.Messages(), IsEmpty());
@@ -176,20 +180,19 @@ TEST_F(RequestServerTest, OnlyOneMessageOfAConnectionCounts) {
 
 TEST_F(RequestServerTest, EarlyEndIsDroppedWithOneLine) {
     Listen();
-    Socket::Connect(m_Path).Send(EncodeMessage({{"A", "1"}}).substr(0, 9));
+    Socket::Connect(m_Path);
     EXPECT_TRUE(TurnUntilLogged(1));
     ExpectToServe();
-    EXPECT_THAT(m_Log.Messages(), ElementsAre("a request is dropped: it ends too early"));
+    EXPECT_THAT(m_Log.Messages(), ElementsAre("launch request rejected: the sender exited early"));
 }
 
 TEST_F(RequestServerTest, SenderThatStopsIsDroppedAfterAWhile) {
     Listen(0.1);
     const Socket sender = Socket::Connect(m_Path);
-    sender.Send("quor");
     EXPECT_TRUE(TurnUntilLogged(1));
-    EXPECT_EQ(sender.Receive(), std::string(1, kRefused));
+    EXPECT_EQ(sender.Receive(), std::string(1, kRejected));
     ExpectToServe();
-    EXPECT_THAT(m_Log.Messages(), ElementsAre("a request is dropped: it takes too long"));
+    EXPECT_THAT(m_Log.Messages(), ElementsAre("launch request rejected: no message in time"));
 }
 
 TEST_F(RequestServerTest, TooManyAtOnceAreRefused) {
@@ -200,7 +203,8 @@ TEST_F(RequestServerTest, TooManyAtOnceAreRefused) {
         idle.push_back(Socket::Connect(m_Path));
     }
     EXPECT_TRUE(TurnUntilLogged(1));
-    EXPECT_THAT(m_Log.Messages(), ElementsAre("a request is dropped: too many come at once"));
+    EXPECT_THAT(m_Log.Messages(),
+                ElementsAre("launch request rejected: more than 64 senders at once"));
     idle.clear();
     EXPECT_TRUE(TurnUntilLogged(65));
     ExpectToServe();
@@ -208,7 +212,7 @@ TEST_F(RequestServerTest, TooManyAtOnceAreRefused) {
 
 TEST_F(RequestServerTest, SenderThatHasGoneIsNoError) {
     Listen();
-    Socket::Connect(m_Path).Send(EncodeMessage({{"A", "1"}}));
+    Socket::Connect(m_Path).Send(EncodeRequest({{"A", "1"}}));
     ASSERT_TRUE(Turn([&] { return !m_Requests.empty(); }));
     m_Server->Accept(m_Senders.back());
     ExpectToServe();
@@ -218,7 +222,7 @@ TEST_F(RequestServerTest, SenderThatHasGoneIsNoError) {
 TEST_F(RequestServerTest, UnansweredSenderSeesTheEnd) {
     Listen();
     const Socket sender = Socket::Connect(m_Path);
-    sender.Send(EncodeMessage({{"A", "1"}}));
+    sender.Send(EncodeRequest({{"A", "1"}}));
     ASSERT_TRUE(Turn([&] { return !m_Requests.empty(); }));
     m_Server->Close();
     EXPECT_EQ(sender.Receive(), "");
