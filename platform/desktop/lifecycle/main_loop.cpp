@@ -25,12 +25,12 @@ namespace quorvel::desktop {
 
 namespace {
 
-// How long a second program waits until the owner takes its request. The owner needs less time to
-// start with the largest result files.
+// How long a second program waits for the owner. The owner starts with the largest result files in
+// less time.
 constexpr std::chrono::seconds kOwnerTimeout{10};
 
-// How long shutdown waits for a running log copy. A second program waits longer than this for the
-// lock. Every working storage finishes earlier.
+// How long shutdown waits for a log copy. A working storage finishes earlier, and a second program
+// waits longer for the lock.
 constexpr std::chrono::seconds kLogCopyTimeout{5};
 
 bool HasWindow() {
@@ -50,8 +50,8 @@ bool IsMinimised() {
     return any;
 }
 
-// One run of the application: the order of its callbacks, and the launch requests on their way to
-// it. Lives in ui_app_main; main-loop thread only.
+// Calls the callbacks of the application in the order of the platform and delivers launch requests.
+// Owned by ui_app_main; main-loop thread only.
 class Application {
 public:
     Application(const ui_app_lifecycle_callback_s& callbacks, void* userData,
@@ -64,12 +64,12 @@ public:
     Application(const Application&) = delete;
     Application& operator=(const Application&) = delete;
 
-    // Runs the callbacks from create to terminate, with first as the first launch request. Returns
-    // an app_error_e.
+    // Runs the application from create to terminate. first: the launch request of this process.
+    // Returns an app_error_e.
     int Run(int argc, char** argv, KeyValues first);
 
 private:
-    // sender 0: the request this program was started with, which nobody waits for.
+    // sender: 0 for the launch request of this process, which has no waiting sender.
     struct Request {
         app_control_s control;
         RequestServer::Sender sender;
@@ -94,7 +94,7 @@ private:
 };
 
 int Application::Run(int argc, char** argv, KeyValues first) {
-    // The server has initialised Ecore. Ecore keeps a SIGTERM or SIGINT until the main loop runs.
+    // m_Server has initialised Ecore, which keeps SIGTERM and SIGINT until the main loop runs.
     std::string why;
     if (!FindDisplay(why)) {
         LogError(why);
@@ -103,10 +103,10 @@ int Application::Run(int argc, char** argv, KeyValues first) {
     if (!m_Server.Listen()) {
         return APP_ERROR_INVALID_CONTEXT;
     }
-    // The helper process of efreet would outlive this process and keep the terminal open.
+    // Efreet's helper process would outlive this process and keep the terminal open.
     efreet_cache_disable();
     if (elm_init(argc, argv) == 0) {
-        LogError("the toolkit cannot be started");
+        LogError("cannot initialise EFL; check its installation");
         return APP_ERROR_INVALID_CONTEXT;
     }
     const int result = StartUi() ? m_RunUi(std::move(first)) : APP_ERROR_INVALID_CONTEXT;
@@ -116,15 +116,15 @@ int Application::Run(int argc, char** argv, KeyValues first) {
     return result;
 }
 
-// As on the set, terminate belongs to a create that succeeded.
+// As on the set, terminate is called only after create has succeeded.
 int Application::m_RunUi(KeyValues first) {
     elm_policy_set(ELM_POLICY_QUIT, ELM_POLICY_QUIT_LAST_WINDOW_CLOSED);
     if (m_Callbacks.create != nullptr && !m_Callbacks.create(m_UserData)) {
-        LogError("the application could not be created");
+        LogError("the create callback of the application failed; see the log");
         return APP_ERROR_INVALID_CONTEXT;
     }
     const int result = m_RunLoop(std::move(first));
-    // Those who still want something are better off with a program of their own.
+    // A sender without an answer starts the application again in its own process.
     m_Server.Close();
     if (m_Callbacks.terminate != nullptr) {
         m_Callbacks.terminate(m_UserData);
@@ -134,7 +134,7 @@ int Application::m_RunUi(KeyValues first) {
 
 int Application::m_RunLoop(KeyValues first) {
     if (!HasWindow()) {
-        LogError("no window could be opened");
+        LogError("no window was opened; check DISPLAY and WAYLAND_DISPLAY");
         return APP_ERROR_INVALID_CONTEXT;
     }
     FinishUi();
@@ -156,8 +156,8 @@ void Application::m_Enqueue(Request request) {
     }
 }
 
-// One request each turn of the main loop: after one that ends the loop no other one is delivered,
-// and its sender, unanswered, starts a program of its own.
+// Delivers one request in each iteration of the main loop. A request that ends the loop therefore
+// leaves later requests undelivered, and their senders start the application again.
 void Application::m_Deliver() {
     Request& request = m_Requests.front();
     if (m_Callbacks.app_control != nullptr) {
@@ -170,7 +170,7 @@ void Application::m_Deliver() {
     }
 }
 
-// Or the toolkit would deliver the next one while it shuts down.
+// Without this, EFL would run the job during its shutdown.
 void Application::m_Drop() {
     if (m_Delivery != nullptr) {
         ecore_job_del(std::exchange(m_Delivery, nullptr));
@@ -184,8 +184,7 @@ void Application::OnDeliver(void* data) {
     self->m_Deliver();
 }
 
-// The toolkit also reports a pause when the last window goes, and a resume when the first one
-// comes.
+// EFL also reports a pause when the last window closes, and a resume when the first window opens.
 void Application::OnPause(void* data, const Efl_Event*) {
     auto* self = static_cast<Application*>(data);
     if (self->m_IsPaused || !IsMinimised()) {
@@ -215,7 +214,7 @@ int RunAsOwner(int argc, char** argv, const ui_app_lifecycle_callback_s& callbac
     const int result =
         Application(callbacks, userData, socketPath).Run(argc, argv, std::move(first));
     if (!AwaitLogCopies(kLogCopyTimeout)) {
-        LogError("the end cuts a log copy off");
+        LogError("shutdown stops a log copy; the next log copy removes its temporary folder");
     }
     return result;
 }
@@ -225,7 +224,7 @@ int RunAsOwner(int argc, char** argv, const ui_app_lifecycle_callback_s& callbac
 }  // namespace quorvel::desktop
 
 int ui_app_main(int argc, char** argv, ui_app_lifecycle_callback_s* callback, void* user_data) {
-    using namespace quorvel::desktop;  // NOLINT(google-build-using-namespace): the C border
+    using namespace quorvel::desktop;  // NOLINT(google-build-using-namespace): C function
     if (argc < 1 || argv == nullptr || callback == nullptr) {
         return APP_ERROR_INVALID_PARAMETER;
     }
@@ -234,8 +233,9 @@ int ui_app_main(int argc, char** argv, ui_app_lifecycle_callback_s* callback, vo
         return APP_ERROR_NONE;
     }
     KeyValues request;
-    if (const char* stranger = ReadArguments(argc, argv, request)) {
-        LogError("usage: quorvel [KEY=VALUE...] (not of this form: " + std::string(stranger) + ")");
+    if (const char* invalid = ReadArguments(argc, argv, request)) {
+        LogError(std::string(invalid) +
+                 ": not of the form KEY=VALUE; usage: quorvel [KEY=VALUE...]");
         return APP_ERROR_INVALID_PARAMETER;
     }
     std::string why;
@@ -250,7 +250,7 @@ int ui_app_main(int argc, char** argv, ui_app_lifecycle_callback_s* callback, vo
             return RunAsOwner(argc, argv, *callback, user_data, instance.SocketPath(),
                               std::move(request));
         case Instance::Claim::kHandedOver:
-            LogInfo("the running quorvel has taken the request");
+            LogInfo("the running quorvel has accepted the launch request");
             return APP_ERROR_NONE;
         case Instance::Claim::kFailed:
             break;

@@ -5,11 +5,12 @@
 
 namespace quorvel::desktop {
 
-// The folder for the lock and the socket of the running program, made when it is missing: one that
-// belongs to the user and that nobody else can enter. $XDG_RUNTIME_DIR/quorvel or, without the
-// variable (as under cron), quorvel in the user's folder in sessions, where the variable mostly
-// points to. Where that is no such folder (or the path is too long for a socket), quorvel-<uid> in
-// the folder for temporary files. Empty when neither will do; why then says why in one line.
+// Returns the folder for the owner's lock and socket, and creates the folder when it is missing.
+// The folder belongs to the user, and other users cannot enter it. First choice:
+// $XDG_RUNTIME_DIR/quorvel. Without the variable, as under cron: sessions/<uid>/quorvel. Second
+// choice, when the first is not private or its path is too long for a socket: quorvel-<uid> in
+// $TMPDIR or /tmp. Returns an empty string when neither is usable, and sets why to the reason in
+// one line.
 std::string RuntimeFolder(std::string& why, const std::string& sessions = "/run/user");
 
 }  // namespace quorvel::desktop

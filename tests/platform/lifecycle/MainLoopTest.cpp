@@ -81,7 +81,7 @@ TEST_F(MainLoopTest, EndDoesNotWaitForEverForALogCopy) {
     EXPECT_EQ(Count("copied"), 0);
     EXPECT_THAT(
         Errors(*app),
-        ElementsAre("the end cuts a log copy off"));
+        ElementsAre("shutdown stops a log copy; the next log copy removes its temporary folder"));
 }
 
 TEST_F(MainLoopTest, RefusedCreateEndsWithAnErrorAndWithoutTerminate) {
@@ -89,7 +89,7 @@ TEST_F(MainLoopTest, RefusedCreateEndsWithAnErrorAndWithoutTerminate) {
     EXPECT_EQ(app->Exit(), 1);
     EXPECT_THAT(Events(), ElementsAre("create", "end with an error"));
     EXPECT_THAT(Errors(*app),
-                ElementsAre("the application could not be created"));
+                ElementsAre("the create callback of the application failed; see the log"));
 }
 
 TEST_F(MainLoopTest, CreateWithoutAWindowEndsWithAnError) {
@@ -97,7 +97,7 @@ TEST_F(MainLoopTest, CreateWithoutAWindowEndsWithAnError) {
     EXPECT_EQ(app->Exit(), 1);
     EXPECT_THAT(Events(), ElementsAre("create", "terminate", "end with an error"));
     EXPECT_THAT(Errors(*app),
-                ElementsAre("no window could be opened"));
+                ElementsAre("no window was opened; check DISPLAY and WAYLAND_DISPLAY"));
 }
 
 TEST_F(MainLoopTest, UncaughtExceptionEndsTheProgram) {
@@ -110,7 +110,7 @@ TEST_F(MainLoopTest, ArgumentOfAnotherFormIsToldWithTheUsage) {
     EXPECT_EQ(app->Exit(), 1);
     EXPECT_THAT(Events(), ElementsAre("end with an error"));
     EXPECT_THAT(Errors(*app),
-                ElementsAre("usage: quorvel [KEY=VALUE...] (not of this form: close)"));
+                ElementsAre("close: not of the form KEY=VALUE; usage: quorvel [KEY=VALUE...]"));
 }
 
 TEST_F(MainLoopTest, EarlyEndIsToldWhateverTheLevel) {

@@ -90,7 +90,8 @@ TEST_F(OneInstanceTest, FolderThatOthersCanEnterIsRefused) {
     ASSERT_EQ(chmod(folder.c_str(), 0777), 0);
     const auto app = Start({}, {{"XDG_RUNTIME_DIR", m_Folders.Root() / "missing"}});
     EXPECT_EQ(app->Exit(), 1);
-    EXPECT_THAT(Errors(*app), ElementsAre(folder + " is not a folder of yours that is closed to others"));
+    EXPECT_THAT(Errors(*app), ElementsAre(folder + ": not a private folder of this user; remove it "
+                                                   "or set XDG_RUNTIME_DIR"));
 }
 
 TEST_F(OneInstanceTest, OfTenAtOnceOneGetsAllRequests) {
