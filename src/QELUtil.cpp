@@ -19,7 +19,7 @@
 namespace {
 
 const char* const kMenuAppId = "org.tizen.menu";
-const int kMaxWordBytes = 4096;  // more than the text of any int
+const int kMaxWordBytes = 4096;  // longer than any int
 
 struct FreeDeleter {
     void operator()(char* text) const { std::free(text); }
@@ -53,8 +53,8 @@ int NextCount(int value) {
     return static_cast<int>(static_cast<unsigned int>(value) + 1U);
 }
 
-// Returns the first word of the file; empty for a file without one and for anything but a regular
-// file. Opening a FIFO would block.
+// Returns the first word of the file; empty when the file has no word or is not a regular file. The
+// type is checked first because opening a FIFO would block.
 std::string ReadFirstWord(const std::string& path) {
     struct stat status {};
     std::string word;
@@ -72,7 +72,8 @@ void Overwrite(const std::string& path, const std::string& line) {
     std::filesystem::resize_file(path, line.size(), ignored);
 }
 
-// Creates the file under its name only once it has its content.
+// Writes a temporary file and renames it to path, so that the file never exists without its
+// content. A failure leaves no file.
 void CreateWith(const std::string& path, const std::string& line) {
     const std::string unfinished = path + ".new";
     unlink(unfinished.c_str());

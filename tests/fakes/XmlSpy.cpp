@@ -23,8 +23,10 @@ std::string NameOf(const std::string& path) {
 std::string PathOf(xmlNodePtr node) {
     std::string path;
     while (node != nullptr && node->parent != nullptr && node->parent->type == XML_ELEMENT_NODE) {
-        const std::string name = reinterpret_cast<const char*>(node->name);
-        path = path.empty() ? name : name + "/" + path;
+        if (!path.empty()) {
+            path.insert(0, "/");
+        }
+        path.insert(0, reinterpret_cast<const char*>(node->name));
         node = node->parent;
     }
     return path;
