@@ -13,20 +13,19 @@ namespace quorvel::desktop {
 
 namespace {
 
+// The folders of resources in the order of the search, each with a slash at the end.
 std::vector<std::string> Folders() {
     std::vector<std::string> folders;
     const char* chosen = std::getenv("QUORVEL_RESOURCES");
     if (chosen != nullptr && chosen[0] != '\0') {
-        folders.emplace_back(chosen);
+        folders.push_back(std::string(chosen) + "/");
     }
     std::error_code error;
     const auto program = std::filesystem::read_symlink("/proc/self/exe", error).parent_path();
     if (!error) {
-        folders.push_back(program / "resources");
-        folders.push_back(program.parent_path() / "share/quorvel/resources");
+        folders.push_back(program / "resources/");
+        folders.push_back(program.parent_path() / "share/quorvel/resources/");
     }
-    folders.emplace_back(QUORVEL_BUILT_RESOURCES);
-    folders.emplace_back(QUORVEL_INSTALLED_RESOURCES);
     return folders;
 }
 
@@ -35,8 +34,7 @@ std::vector<std::string> Folders() {
 std::string FindResource(const std::string& relativePath) {
     std::string path;
     for (const std::string& folder : Folders()) {
-        path = folder;
-        path.append("/").append(relativePath);
+        path = folder + relativePath;
         if (access(path.c_str(), F_OK) == 0) {
             break;
         }

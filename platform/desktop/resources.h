@@ -5,14 +5,14 @@
 
 namespace quorvel::desktop {
 
-// The path of a file that comes with the program, from its path below the folder of resources
-// ("org.tizen.menu/Settings/setting_bg_base.webp"). That folder is, the first that has the file:
+// Returns the path of a file that comes with the program. relativePath is the path below the folder
+// of resources, such as "org.tizen.menu/Settings/setting_bg_base.webp". The first folder that has
+// the file is used:
 //   $QUORVEL_RESOURCES
-//   <folder of the program>/resources (the program in its build folder)
-//   <folder of the program>/../share/quorvel/resources (installed, wherever that is)
-//   the build folder of this library (programs elsewhere in the build: tests)
-//   the folder that the installation was configured for
-// A file that none of them has gets its path in the last one. Any thread.
+//   <folder of the program>/resources (in the build folder)
+//   <folder of the program>/../share/quorvel/resources (installed, under any prefix)
+// If no folder has the file, returns the path in the last folder. Any thread, as long as no other
+// thread changes the environment.
 std::string FindResource(const std::string& relativePath);
 
 }  // namespace quorvel::desktop

@@ -69,6 +69,12 @@ for file in "$prefix/bin/quorvel" "$prefix/bin/quorvel-view" "$prefix/libexec/qu
 done
 [ -r "$share/theme/quorvel.edj" ] || fail "the theme is not installed"
 
+# The program does not depend on the build. Only its debug information may name the build.
+strip -o "$work/stripped" "$prefix/bin/quorvel"
+for folder in "$build" "$root"; do
+    ! grep -q -a -F -- "$folder" "$work/stripped" || fail "the program contains the path $folder"
+done
+
 # The same files as those that the program finds beside the build, and no others.
 (cd -- "$build/resources" && find . -type f | LC_ALL=C sort) >"$work/built"
 (cd -- "$share" && find . -type f | LC_ALL=C sort) >"$work/installed"

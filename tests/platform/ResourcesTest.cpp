@@ -3,13 +3,18 @@
 #include <gmock/gmock.h>
 #include <tv_services.h>
 
+#include <filesystem>
 #include <fstream>
+#include <future>
 #include <string>
+#include <vector>
 
 #include "platform/fixtures/ChildProgram.h"
 #include "platform/fixtures/PrivateFolders.h"
 
 namespace fs = std::filesystem;
+
+using quorvel::desktop::FindResource;
 
 namespace {
 
@@ -17,10 +22,10 @@ constexpr const char* kPicture = "Settings/setting_bg_base.webp";
 
 class ResourcesTest : public testing::Test {
 protected:
-    // What a program finds that lies at this place.
+    // Returns the path that the program finds. chosen: the value of QUORVEL_RESOURCES.
     std::string Find(const fs::path& program, const std::string& resource,
-                     const Environment& extra = {}) const {
-        ChildProgram finder(m_Folders, program, {resource}, extra);
+                     const std::string& chosen = {}) const {
+        ChildProgram finder(m_Folders, program, {resource}, {{"QUORVEL_RESOURCES", chosen}});
         EXPECT_EQ(finder.Exit(), 0);
         return finder.Output();
     }
@@ -41,35 +46,46 @@ protected:
     PrivateFolders m_Folders;
 };
 
-TEST_F(ResourcesTest, FoundInTheBuildWithoutAnySetting) {
+TEST_F(ResourcesTest, FindsFileInBuildFolder) {
     const std::string path = Find(QUORVEL_RESOURCE_FINDER, kPicture);
     EXPECT_TRUE(fs::exists(path)) << path;
 }
 
-TEST_F(ResourcesTest, FoundBesideTheProgram) {
+TEST_F(ResourcesTest, FindsFileInFolderOfProgram) {
     const fs::path expected = Make("build/resources", kPicture);
     EXPECT_EQ(Find(Copy("build/finder"), kPicture), expected);
 }
 
-TEST_F(ResourcesTest, FoundWhereverItIsInstalled) {
+TEST_F(ResourcesTest, FindsInstalledFileUnderAnyPrefix) {
     const fs::path expected = Make("prefix/share/quorvel/resources", kPicture);
     EXPECT_EQ(Find(Copy("prefix/bin/finder"), kPicture), expected);
 }
 
-TEST_F(ResourcesTest, ChosenFolderGoesFirst) {
+TEST_F(ResourcesTest, PrefersChosenFolder) {
     Make("build/resources", kPicture);
     const fs::path expected = Make("chosen", kPicture);
-    EXPECT_EQ(
-        Find(Copy("build/finder"), kPicture, {{"QUORVEL_RESOURCES", m_Folders.Root() / "chosen"}}),
-        expected);
+    EXPECT_EQ(Find(Copy("build/finder"), kPicture, m_Folders.Root() / "chosen"), expected);
 }
 
-TEST_F(ResourcesTest, MissingFileHasAPathAnyway) {
+TEST_F(ResourcesTest, ReturnsInstalledPathForMissingFile) {
     EXPECT_THAT(Find(QUORVEL_RESOURCE_FINDER, "no/such.webp"),
                 testing::EndsWith("/share/quorvel/resources/org.tizen.menu/no/such.webp"));
 }
 
-TEST_F(ResourcesTest, NullIsNoResource) {
+TEST_F(ResourcesTest, FindsFileOnSeveralThreads) {
+    const std::string file = std::string("org.tizen.menu/") + kPicture;
+    const std::string expected = FindResource(file);
+    EXPECT_TRUE(fs::exists(expected)) << expected;
+    std::vector<std::future<std::string>> found(8);
+    for (std::future<std::string>& path : found) {
+        path = std::async(std::launch::async, FindResource, file);
+    }
+    for (std::future<std::string>& path : found) {
+        EXPECT_EQ(path.get(), expected);
+    }
+}
+
+TEST_F(ResourcesTest, ReturnsNullForNull) {
     EXPECT_EQ(getResourcePath(nullptr, kPicture), nullptr);
     EXPECT_EQ(getResourcePath("org.tizen.menu", nullptr), nullptr);
 }
