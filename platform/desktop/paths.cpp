@@ -12,7 +12,7 @@ namespace quorvel::desktop {
 
 namespace {
 
-// An absolute path from the environment without slashes at its end; empty for anything else.
+// Returns the absolute path in the variable without trailing slashes; empty for any other value.
 std::string AbsoluteFromEnvironment(const char* variable) {
     const char* value = std::getenv(variable);
     if (value == nullptr || value[0] != '/') {
@@ -42,7 +42,7 @@ std::string Home() {
 
 }  // namespace
 
-std::string DataDir() {
+std::string DataFolder() {
     return "/opt/usr/home/owner/apps_rw/org.tizen.quorvel/data";
 }
 
@@ -54,7 +54,7 @@ std::string FolderIdentity(const std::string& path) {
     return std::to_string(status.st_dev) + " " + std::to_string(status.st_ino);
 }
 
-std::string StateDir() {
+std::string StateFolder() {
     const std::string state = AbsoluteFromEnvironment("XDG_STATE_HOME");
     if (!state.empty()) {
         return state + "/quorvel";
@@ -64,7 +64,7 @@ std::string StateDir() {
 }
 
 std::string LogFilePath() {
-    const std::string folder = StateDir();
+    const std::string folder = StateFolder();
     return folder.empty() ? folder : folder + "/" + RotatedLogName(0);
 }
 

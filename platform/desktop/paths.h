@@ -3,28 +3,29 @@
 
 #include <string>
 
-// Where the port keeps and finds its files. No path ends in a slash; nothing is created here. Any
-// thread, as long as no other one changes the environment.
+// The paths of the port's files. No path ends in a slash, and no function creates a file or folder.
+// Any thread, as long as no other thread changes the environment.
 namespace quorvel::desktop {
 
-// The data folder of the application, the same on every machine: the result files and counters.
-std::string DataDir();
+// Returns the data folder, which is the same on every machine.
+std::string DataFolder();
 
-// What tells the folder at path from every other one, also from those that lie at the same path in
-// other mount namespaces: its device and number; "none" when there is none.
+// Returns the identity of the folder at path: its device and inode number. Folders at the same path
+// in different mount namespaces have different identities. Returns "none" if the path does not
+// exist.
 std::string FolderIdentity(const std::string& path);
 
-// The user's folder for logs: $XDG_STATE_HOME/quorvel, or ~/.local/state/quorvel when the variable
-// is not an absolute path. Home is $HOME or, when that is no absolute path, the home folder of the
-// user's account. Empty when there is neither.
-std::string StateDir();
+// Returns the user's folder for logs: $XDG_STATE_HOME/quorvel, or ~/.local/state/quorvel if the
+// variable is not an absolute path. The home folder is $HOME, or the home folder of the user's
+// account if $HOME is not an absolute path. Empty if the user has no home folder.
+std::string StateFolder();
 
-// The log file in StateDir(); empty when that is. Older ones, after rotation, lie beside it under
-// the name that RotatedLogName gives.
+// Returns the log file in StateFolder(); empty if StateFolder() is empty. RotatedLogName gives the
+// names of the rotated logs in the same folder.
 std::string LogFilePath();
 
-// The file name of the log (age 0) or of a rotated one (age 1 is the youngest): quorvel.log,
-// quorvel.1.log, quorvel.2.log ...
+// Returns the file name of a log by its age: quorvel.log for 0, quorvel.1.log for 1 (the youngest
+// rotated log), quorvel.2.log for 2.
 std::string RotatedLogName(unsigned age);
 
 }  // namespace quorvel::desktop

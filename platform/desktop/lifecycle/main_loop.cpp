@@ -244,7 +244,7 @@ int ui_app_main(int argc, char** argv, ui_app_lifecycle_callback_s* callback, vo
         LogError(why);
         return APP_ERROR_INVALID_CONTEXT;
     }
-    Instance instance(folder, FolderIdentity(DataDir()));
+    Instance instance(folder, FolderIdentity(DataFolder()));
     switch (instance.ClaimOrHandOver(request, kOwnerTimeout)) {
         case Instance::Claim::kOwner:
             return RunAsOwner(argc, argv, *callback, user_data, instance.SocketPath(),

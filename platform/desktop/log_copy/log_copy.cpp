@@ -163,8 +163,8 @@ bool AwaitLogCopies(std::chrono::milliseconds timeout) {
 
 int automation_copy_log_to_usb(void) {
     quorvel::desktop::FileIo io;
-    const quorvel::desktop::LogCopyJob job{quorvel::desktop::DataDir(),
-                                           quorvel::desktop::StateDir(),
+    const quorvel::desktop::LogCopyJob job{quorvel::desktop::DataFolder(),
+                                           quorvel::desktop::StateFolder(),
                                            quorvel::desktop::HostName(), std::time(nullptr)};
     return quorvel::desktop::RunLogCopy(
         {io, quorvel::desktop::FindUsbStorage, quorvel::desktop::WriteToLog}, job);
