@@ -5,10 +5,13 @@
 
 namespace quorvel::desktop {
 
-// The text panels of the window are the labels of the style "slide_short". From now on one that
-// lies in a cell shows its text as large as the cell allows, within limits, instead of making the
-// cell higher or being cut off; and the scroller around one that scrolls knows whether a text is
-// shown. Once for a window; main-loop thread.
+// Sets up the text panels of the window: the labels of the style "slide_short".
+// - An information panel shows its text at the largest size, within limits, at which the whole text
+//   fits into the cell. The text never changes the size of the cell.
+// - The detail panel keeps the application's text size. The scroller around the label learns
+// whether
+//   the label is shown.
+// Call once for each window, after the window has all its widgets. Main-loop thread.
 void SetUpTextPanels(Evas_Object* window);
 
 }  // namespace quorvel::desktop

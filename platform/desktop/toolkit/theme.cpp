@@ -12,7 +12,7 @@ namespace quorvel::desktop {
 
 namespace {
 
-// A file of the theme and a group that only this file brings.
+// A theme file and a group that only this file contains.
 struct Overlay {
     const char* file;
     const char* group;
@@ -23,7 +23,7 @@ constexpr std::array<Overlay, 2> kOverlays{{
     {"theme/quorvel-text.edj", "elm/label/base/slide_short"},
 }};
 
-// The toolkit takes a missing or broken file without a word, so ask it for the group.
+// The toolkit ignores missing and invalid files silently, so check where the group comes from.
 bool AddOverlay(const Overlay& overlay) {
     const std::string path = FindResource(overlay.file);
     elm_theme_overlay_add(nullptr, path.c_str());

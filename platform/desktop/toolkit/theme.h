@@ -1,14 +1,14 @@
 #ifndef QUORVEL_PLATFORM_DESKTOP_TOOLKIT_THEME_H_
 #define QUORVEL_PLATFORM_DESKTOP_TOOLKIT_THEME_H_
 
+// The set's widget styles, as an overlay over the toolkit's theme. Main-loop thread.
 namespace quorvel::desktop {
 
-// Lays our theme over the toolkit's: the set's widget styles. After the toolkit was initialised and
-// before the first widget. False when a file is missing or not understood; that is logged.
-// Main-loop thread.
+// Adds the theme. Call after the toolkit's initialisation and before the first widget exists.
+// Returns false and logs the file if a theme file is missing or invalid.
 bool AddTheme();
 
-// Takes it away again. Harmless when it was not added.
+// Removes the theme. No effect if the theme was not added.
 void RemoveTheme();
 
 }  // namespace quorvel::desktop

@@ -4,10 +4,8 @@
 
 #include <cstdlib>
 
-#include "toolkit/label_focus.h"
-#include "toolkit/list_focus.h"
-#include "toolkit/pointer.h"
-#include "toolkit/remote_keys.h"
+#include "toolkit/focus.h"
+#include "toolkit/input.h"
 #include "toolkit/text_panels.h"
 #include "toolkit/theme.h"
 #include "toolkit/window.h"
@@ -17,9 +15,9 @@ namespace quorvel::desktop {
 namespace {
 
 void Configure() {
-    // A row is pressed only by OK, never by being reached.
+    // Only OK selects a row; focus alone does not.
     elm_config_item_select_on_focus_disabled_set(EINA_TRUE);
-    // Without it a row keeps the look of the focus when the focus has left the list.
+    // Without the highlight, a row still shows the focus after the focus has left the list.
     elm_config_focus_highlight_enabled_set(EINA_TRUE);
     elm_config_focus_highlight_animate_set(EINA_FALSE);
     elm_config_focus_move_policy_set(ELM_FOCUS_MOVE_POLICY_CLICK);
@@ -30,11 +28,11 @@ void Configure() {
 }  // namespace
 
 void PrepareToolkit() {
-    // The popup lies at the bottom, over the whole width; the toolkit takes that from here alone.
+    // The popup fills the width at the bottom. The toolkit has no other setting for its position.
     setenv("ELM_POPUP_VERTICAL_ALIGN", "1.0", 1);
     setenv("ELM_POPUP_HORIZONTAL_ALIGN", "-1.0", 1);
     setenv("ELM_PROFILE", "standard", 1);
-    // Neither traces after the toolkit's own messages nor its modules for power and time zones.
+    // No stack traces in the toolkit's messages, and no modules for power and time zones.
     setenv("EINA_LOG_BACKTRACE", "-1", 0);
     setenv("ECORE_NO_SYSTEM_MODULES", "1", 0);
 }
@@ -44,23 +42,20 @@ bool StartUi() {
         return false;
     }
     Configure();
-    StartRemoteKeys();
-    StopPointer();
+    StartInputFilter();
     return true;
 }
 
 void FinishUi() {
     Evas_Object* window = MainWindow();
     if (window != nullptr) {
-        WatchLabelFocus(window);
-        WatchListFocus(window);
+        WatchFocus(window);
         SetUpTextPanels(window);
     }
 }
 
 void StopUi() {
-    RestorePointer();
-    StopRemoteKeys();
+    StopInputFilter();
     RemoveTheme();
 }
 

@@ -1,21 +1,23 @@
 #ifndef QUORVEL_PLATFORM_DESKTOP_TOOLKIT_UI_SETUP_H_
 #define QUORVEL_PLATFORM_DESKTOP_TOOLKIT_UI_SETUP_H_
 
-// What the set's platform does to the toolkit by itself and a PC has to be told: look, focus and
-// keys. Called by the main loop only, in this order, on its thread.
+// Gives the toolkit the theme, focus and keys of the set. The main loop calls these functions in
+// this order. Main-loop thread.
 namespace quorvel::desktop {
 
-// Before the toolkit is initialised: its environment.
+// Sets the toolkit's environment variables. Call before the toolkit's initialisation.
 void PrepareToolkit();
 
-// After the toolkit was initialised and before the application creates a widget: theme,
-// configuration, key handlers. False when the program cannot run; the reason is logged.
+// Adds the theme, configures the toolkit and starts the input filter. Call after the toolkit's
+// initialisation and before the application creates a widget. Returns false and logs the reason if
+// the program cannot run.
 bool StartUi();
 
-// After the application's create callback returned true.
+// Sets up the widgets of the main window. Call after the application's create callback returned
+// true.
 void FinishUi();
 
-// Before the toolkit is shut down; also when StartUi returned false.
+// Undoes StartUi, also after StartUi returned false. Call before the toolkit's shutdown.
 void StopUi();
 
 }  // namespace quorvel::desktop

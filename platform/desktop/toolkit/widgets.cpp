@@ -38,4 +38,13 @@ std::vector<Evas_Object*> WidgetsOf(Evas_Object* window, std::string_view type) 
     return found;
 }
 
+Evas_Object* ShownPopup(Evas_Object* window) {
+    for (Evas_Object* popup : WidgetsOf(window, "elm_popup")) {
+        if (evas_object_visible_get(popup) != EINA_FALSE) {
+            return popup;
+        }
+    }
+    return nullptr;
+}
+
 }  // namespace quorvel::desktop

@@ -6,14 +6,18 @@
 #include <string_view>
 #include <vector>
 
+// Searches for the widgets of a window. Main-loop thread.
 namespace quorvel::desktop {
 
-// Whether the object is a widget of this type ("elm_label").
+// Returns whether the object is a widget of the type, such as "elm_label". False for null.
 bool IsWidget(const Evas_Object* object, std::string_view type);
 
-// All widgets of this type in the window, those inside widgets of other types too. Main-loop
-// thread.
+// Returns all widgets of the type in the window, including widgets inside other widgets. A widget
+// inside a widget of the same type is left out.
 std::vector<Evas_Object*> WidgetsOf(Evas_Object* window, std::string_view type);
+
+// Returns the popup that the window shows; null if it shows no popup.
+Evas_Object* ShownPopup(Evas_Object* window);
 
 }  // namespace quorvel::desktop
 

@@ -5,8 +5,6 @@
 
 #include <algorithm>
 
-#include "toolkit/pointer.h"
-
 namespace quorvel::desktop {
 
 namespace {
@@ -14,7 +12,7 @@ namespace {
 constexpr int kSetWidth = 1920;
 constexpr int kSetHeight = 1080;
 constexpr double kSetScale = 2.0;
-// What draws into memory calls its own first, tiny size its screen.
+// In pixels. A canvas in memory reports its own small first size as the size of the screen.
 constexpr int kSmallestScreen = 64;
 
 Evas_Object* g_MainWindow = nullptr;
@@ -38,12 +36,20 @@ void FillScreen(Evas_Object* window) {
     elm_win_fullscreen_set(window, EINA_TRUE);
 }
 
-// The display system gives the window its focus only after the application has focused its first
-// row, which then would not show it. On the set the window has the focus from the start.
+// On the set the window has the focus from the start. A display system gives the focus only after
+// the application has focused its first row, and the row would then show no focus.
 void GiveFocus(Evas_Object* window) {
     Ecore_Evas* canvas = ecore_evas_ecore_evas_get(evas_object_evas_get(window));
     ecore_evas_focus_device_set(canvas, nullptr, EINA_FALSE);
     ecore_evas_focus_device_set(canvas, nullptr, EINA_TRUE);
+}
+
+// A transparent object takes the place of the pointer. The canvas owns the object.
+void HidePointer(Evas_Object* window) {
+    Evas* canvas = evas_object_evas_get(window);
+    Evas_Object* cursor = evas_object_rectangle_add(canvas);
+    evas_object_color_set(cursor, 0, 0, 0, 0);
+    ecore_evas_object_cursor_set(ecore_evas_ecore_evas_get(canvas), cursor, EVAS_LAYER_MAX, 0, 0);
 }
 
 }  // namespace
@@ -67,7 +73,7 @@ Evas_Object* MainWindow() {
 
 }  // namespace quorvel::desktop
 
-// The linker's names for the call as the application makes it, and as the toolkit has it.
+// The linker's names: __wrap_ replaces the application's call, __real_ is the toolkit's function.
 // NOLINTBEGIN(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp)
 extern "C" Evas_Object* __real_elm_win_util_standard_add(const char* name, const char* title);
 extern "C" Evas_Object* __wrap_elm_win_util_standard_add(const char* name, const char* title);

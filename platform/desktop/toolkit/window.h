@@ -3,20 +3,20 @@
 
 #include <Evas.h>
 
-// The application creates its window by itself and fills it at once; what the set's platform gives
-// such a window by itself is done here, in the call that creates it (see the link option --wrap).
+// The application creates its window with elm_win_util_standard_add and fills it at once. The link
+// option --wrap leads that call to window.cpp, which sets the window up before the call returns.
 // Main-loop thread.
 namespace quorvel::desktop {
 
-// The toolkit's scale for a screen of this size in pixels: 2.0 on the set's 1920x1080, and such
-// that the whole layout fits on any other one.
+// Returns the toolkit's scale for a screen of this size in pixels: 2.0 for the set's 1920x1080, and
+// in proportion for other sizes, so that the whole layout fits.
 double ScaleFor(int width, int height);
 
-// Makes a new, still empty window one of the set: scale, whole screen, focus, no pointer. A display
-// without a screen of its own (drawing into memory) counts as 1920x1080.
+// Gives a new, empty window the properties of a window of the set: scale, size of the screen,
+// focus, hidden pointer. A canvas in memory has no screen; the window then gets 1920x1080 pixels.
 void SetUpWindow(Evas_Object* window);
 
-// The window of the application; null before it is created and after it is deleted.
+// Returns the application's window; null before its creation and after its deletion.
 Evas_Object* MainWindow();
 
 }  // namespace quorvel::desktop

@@ -14,7 +14,7 @@ const Evas_Object* TextOf(const Evas_Object* label) {
     return edje_object_part_object_get(elm_layout_edje_get(label), "shown");
 }
 
-// The height of a line of text, in pixels.
+// The height of the first line of text in pixels.
 int LineHeight(const Evas_Object* label) {
     int height = 0;
     evas_object_textblock_line_number_geometry_get(TextOf(label), 0, nullptr, nullptr, nullptr,
@@ -22,7 +22,7 @@ int LineHeight(const Evas_Object* label) {
     return height;
 }
 
-// How far down the last line reaches.
+// The lower edge of the last line, in pixels from the upper edge of the text.
 int TextEnd(const Evas_Object* label, int lines) {
     int y = 0;
     int height = 0;
@@ -31,9 +31,9 @@ int TextEnd(const Evas_Object* label, int lines) {
     return y + height;
 }
 
-class InfoPanel : public testing::TestWithParam<int> {};
+class TextPanelsTest : public testing::TestWithParam<int> {};
 
-TEST_P(InfoPanel, ShowsEveryLineAsLargeAsTheCellAllows) {
+TEST_P(TextPanelsTest, ShowsAllLinesAtLargestSizeThatFits) {
     StagePlan plan;
     plan.infoLines = GetParam();
     const Stage stage(plan);
@@ -44,23 +44,23 @@ TEST_P(InfoPanel, ShowsEveryLineAsLargeAsTheCellAllows) {
     EXPECT_NEAR(cell.height, Screen::kHeight / 4, 4);
 }
 
-INSTANTIATE_TEST_SUITE_P(Lines, InfoPanel, testing::Values(9, 10, 11, 12, 13, 17, 20, 30));
+INSTANTIATE_TEST_SUITE_P(Lines, TextPanelsTest, testing::Values(9, 10, 11, 12, 13, 17, 20, 30));
 
-TEST(InfoPanel, AFewLinesAreNoLargerThanTen) {
+TEST(TextPanelsTest, LimitsSizeOfShortTextToTenLines) {
     StagePlan plan;
     plan.infoLines = 2;
     const Stage few(plan);
     EXPECT_LE(LineHeight(few.infoLeft), Screen::AreaOf(few.infoLeft).height / 10);
 }
 
-TEST(InfoPanel, UsualTextsAreReadableFromAfar) {
+TEST(TextPanelsTest, ShowsUsualTextReadableFromDistance) {
     StagePlan plan;
     plan.infoLines = 11;
     const Stage stage(plan);
     EXPECT_GE(LineHeight(stage.infoLeft), 20);
 }
 
-TEST(InfoPanel, MoreTextThanThereIsRoomForMakesNoRowHigher) {
+TEST(TextPanelsTest, KeepsRowHeightForTooLongText) {
     const Stage usual;
     StagePlan plan;
     plan.infoLines = 80;
@@ -69,7 +69,7 @@ TEST(InfoPanel, MoreTextThanThereIsRoomForMakesNoRowHigher) {
     EXPECT_EQ(Screen::AreaOf(stage.button), Screen::AreaOf(usual.button));
 }
 
-TEST(TextPanel, TheScrollingOneKeepsTheSizeThatTheApplicationGives) {
+TEST(TextPanelsTest, KeepsTextSizeInDetailPanel) {
     Stage stage;
     stage.ShowResult(3);
     const int few = LineHeight(stage.label);

@@ -21,7 +21,7 @@ using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
 
-// How bright a colour is to the eye, 0 to 255.
+// The perceived brightness of a colour, 0 to 255.
 int Brightness(const Colour& colour) {
     return (2 * colour.red + 7 * colour.green + colour.blue) / 10;
 }
@@ -40,16 +40,16 @@ Area PartOf(const Evas_Object* widget, const char* part) {
     return area;
 }
 
-class Style : public testing::TestWithParam<const char*> {};
+class ThemeStyleTest : public testing::TestWithParam<const char*> {};
 
-TEST_P(Style, IsInOurTheme) {
+TEST_P(ThemeStyleTest, IsInTheme) {
     Stage::StartToolkit();
     const char* file = elm_theme_group_path_find(nullptr, GetParam());
     ASSERT_NE(file, nullptr);
     EXPECT_THAT(file, HasSubstr("/resources/theme/quorvel"));
 }
 
-INSTANTIATE_TEST_SUITE_P(Theme, Style,
+INSTANTIATE_TEST_SUITE_P(Theme, ThemeStyleTest,
                          testing::Values("elm/genlist/item/C_TextItem_WhiteSingleline02/default",
                                          "elm/popup/base/C_PopupBasic_WhiteBottom",
                                          "elm/popup/content/popup/C_PopupBasic_WhiteBottom",
@@ -63,7 +63,7 @@ INSTANTIATE_TEST_SUITE_P(Theme, Style,
                                          "elm/label/base/slide_short", "elm/label/base/default",
                                          "elm/genlist/base/default"));
 
-TEST(Theme, TheToolkitMissesNoStyle) {
+TEST(ThemeTest, HasEveryStyleThatToolkitNeeds) {
     Stage::StartToolkit();
     Screen::TakeErrors();
     {
@@ -77,7 +77,7 @@ TEST(Theme, TheToolkitMissesNoStyle) {
     EXPECT_THAT(Screen::TakeErrors(), IsEmpty());
 }
 
-TEST(Theme, AFileThatIsNoneIsSaidAndRefused) {
+TEST(ThemeTest, RejectsInvalidThemeFile) {
     Stage::StartToolkit();
     const PrivateFolders folders;
     const std::filesystem::path file = folders.Root() / "theme/quorvel.edj";
@@ -94,16 +94,16 @@ TEST(Theme, AFileThatIsNoneIsSaidAndRefused) {
     EXPECT_TRUE(AddTheme());
 }
 
-class Proportion : public testing::TestWithParam<std::pair<int, int>> {
+class ThemeProportionTest : public testing::TestWithParam<std::pair<int, int>> {
 protected:
-    Proportion() {
+    ThemeProportionTest() {
         m_Plan.width = GetParam().first;
         m_Plan.height = GetParam().second;
     }
     StagePlan m_Plan;
 };
 
-TEST_P(Proportion, TheTitleFillsItsRow) {
+TEST_P(ThemeProportionTest, FillsTitleRowWithTitle) {
     const Stage stage(m_Plan);
     const Area row = Screen::AreaOf(stage.title);
     const Picture picture = Screen::Render(stage.window);
@@ -111,12 +111,12 @@ TEST_P(Proportion, TheTitleFillsItsRow) {
     const Area letters{m_Plan.width / 3, row.y, m_Plan.width / 3, row.height};
     const int all = picture.Count(letters, isTitle);
     EXPECT_GT(all, row.height * row.height / 3);
-    EXPECT_EQ(picture.Count(row, isTitle), all) << "to the left or right of the middle";
+    EXPECT_EQ(picture.Count(row, isTitle), all) << "outside the middle";
     const Area edge{0, row.y, m_Plan.width, row.height / 10};
     EXPECT_EQ(picture.Count(edge, isTitle), 0) << "at the upper edge";
 }
 
-TEST_P(Proportion, TenRowsAreSeen) {
+TEST_P(ThemeProportionTest, ShowsTenRows) {
     m_Plan.rows = 20;
     const Stage stage(m_Plan);
     const Area list = Screen::AreaOf(stage.list);
@@ -129,7 +129,7 @@ TEST_P(Proportion, TenRowsAreSeen) {
     EXPECT_NEAR(height / m_Plan.rows, list.height / 10, list.height / 200);
 }
 
-TEST_P(Proportion, TheColumnsOfTheLayoutAreEqual) {
+TEST_P(ThemeProportionTest, GivesColumnsEqualWidth) {
     m_Plan.infoLines = 20;
     const Stage stage(m_Plan);
     EXPECT_NEAR(Screen::AreaOf(stage.list).width, m_Plan.width / 3, 3);
@@ -137,11 +137,11 @@ TEST_P(Proportion, TheColumnsOfTheLayoutAreEqual) {
     EXPECT_NEAR(Screen::AreaOf(stage.infoRight).height, m_Plan.height / 4, 4);
 }
 
-INSTANTIATE_TEST_SUITE_P(Theme, Proportion,
+INSTANTIATE_TEST_SUITE_P(Theme, ThemeProportionTest,
                          testing::Values(std::pair(1280, 720), std::pair(1920, 1080),
                                          std::pair(3840, 2160)));
 
-TEST(Theme, AListWithoutRowsIsGreyed) {
+TEST(ThemeTest, GreysEmptyList) {
     StagePlan empty;
     empty.rows = 0;
     const Stage grey(empty);
@@ -155,7 +155,7 @@ TEST(Theme, AListWithoutRowsIsGreyed) {
     EXPECT_GT(Brightness(greyPicture.At(x, y)), Brightness(usualPicture.At(x, y)) + 20);
 }
 
-TEST(Theme, AButtonShowsFocusAndDisability) {
+TEST(ThemeTest, ShowsFocusedAndDisabledButton) {
     const Stage stage;
     EXPECT_EQ(StateOf(stage.button, "body"), "default");
     elm_object_focus_set(stage.button, EINA_TRUE);
@@ -170,7 +170,7 @@ TEST(Theme, AButtonShowsFocusAndDisability) {
     EXPECT_EQ(StateOf(stage.button, "elm.text"), "default");
 }
 
-TEST(Theme, ThePopupLiesAtTheBottomAndDimsTheRest) {
+TEST(ThemeTest, ShowsPopupAtBottomAndDimsRest) {
     Stage stage;
     const Picture before = Screen::Render(stage.window);
     stage.ShowPopup(false);
@@ -183,18 +183,18 @@ TEST(Theme, ThePopupLiesAtTheBottomAndDimsTheRest) {
     EXPECT_LE(ok.Bottom(), Screen::kHeight);
     const auto isSheet = [](const Colour& colour) { return colour == Colour{27, 37, 49}; };
     const Area lastLine{0, Screen::kHeight - 1, Screen::kWidth, 1};
-    EXPECT_EQ(after.Count(lastLine, isSheet), Screen::kWidth) << "over the whole width";
+    EXPECT_EQ(after.Count(lastLine, isSheet), Screen::kWidth) << "the popup fills the width";
     EXPECT_EQ(after.Count({0, 0, Screen::kWidth, Screen::kHeight / 3}, isSheet), 0);
 }
 
-TEST(Theme, ThePopupGoesAtOnce) {
+TEST(ThemeTest, HidesPopupImmediately) {
     Stage stage;
     stage.ShowPopup(false);
     evas_object_hide(stage.popup);
     EXPECT_FALSE(evas_object_visible_get(stage.popup));
 }
 
-TEST(Theme, TheLoaderTurnsWhileSomethingRuns) {
+TEST(ThemeTest, TurnsLoaderWhileWorkerRuns) {
     Stage stage;
     stage.ShowPopup(true);
     const Area loader = Screen::AreaOf(stage.loader);
@@ -209,7 +209,7 @@ TEST(Theme, TheLoaderTurnsWhileSomethingRuns) {
     EXPECT_EQ(Screen::Render(stage.window).Count(loader, isDot), 0);
 }
 
-TEST(Theme, TheScrollbarOfThePanelIsThereForALongText) {
+TEST(ThemeTest, ShowsScrollbarForLongText) {
     Stage stage;
     stage.ShowResult(5);
     EXPECT_EQ(StateOf(stage.scroller, "track"), "default");
@@ -219,7 +219,7 @@ TEST(Theme, TheScrollbarOfThePanelIsThereForALongText) {
     EXPECT_TRUE(Screen::AreaOf(stage.scroller).Holds(track));
 }
 
-TEST(Theme, ALongTextScrollsByHundredPixelsToItsEnd) {
+TEST(ThemeTest, ScrollsLongTextByHundredPixels) {
     Stage stage;
     stage.ShowResult(60);
     stage.Press("Right");
@@ -240,7 +240,7 @@ TEST(Theme, ALongTextScrollsByHundredPixelsToItsEnd) {
     EXPECT_EQ(Screen::FocusedWidget(stage.window), stage.button);
 }
 
-TEST(Theme, ATextIsShownWholeAndFadesWhereItGoesOn) {
+TEST(ThemeTest, ShowsWholeTextAndFadesAtEdges) {
     Stage stage;
     stage.ShowResult(60);
     const Evas_Object* panel = elm_layout_edje_get(stage.label);
@@ -249,16 +249,16 @@ TEST(Theme, ATextIsShownWholeAndFadesWhereItGoesOn) {
         edje_object_part_object_get(panel, "shown"), lines, nullptr, nullptr, nullptr, nullptr)) {
         ++lines;
     }
-    EXPECT_EQ(lines, 61) << "and an empty one after the last line break";
+    EXPECT_EQ(lines, 61) << "60 lines and an empty line after the last line break";
     EXPECT_FALSE(evas_object_visible_get(edje_object_part_object_get(panel, "elm.text")))
-        << "it has the toolkit's ellipsis";
+        << "this part shows the toolkit's ellipsis";
     EXPECT_EQ(StateOf(stage.scroller, "mask"), "bottom");
     stage.Press("Right");
     stage.Press("Down");
     EXPECT_EQ(StateOf(stage.scroller, "mask"), "both");
 }
 
-TEST(Theme, ThePanelIsDarkUnderATextAndClearWithout) {
+TEST(ThemeTest, DarkensPanelUnderTextOnly) {
     const Stage stage;
     EXPECT_EQ(StateOf(stage.scroller, "ground"), "default");
     evas_object_hide(stage.label);
@@ -269,7 +269,7 @@ TEST(Theme, ThePanelIsDarkUnderATextAndClearWithout) {
     EXPECT_EQ(StateOf(stage.scroller, "ground"), "default");
 }
 
-TEST(Theme, APictureBehindThePanelIsSeen) {
+TEST(ThemeTest, ShowsPictureBehindPanel) {
     const Stage stage;
     Evas_Object* photo = evas_object_rectangle_add(evas_object_evas_get(stage.window));
     evas_object_color_set(photo, 200, 100, 50, 255);

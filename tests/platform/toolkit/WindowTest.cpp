@@ -1,5 +1,6 @@
 #include "toolkit/window.h"
 
+#include <Ecore_Evas.h>
 #include <gmock/gmock.h>
 
 #include <utility>
@@ -13,18 +14,18 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-TEST(ScaleFor, GrowsWithTheScreen) {
+TEST(WindowTest, GrowsWithScreen) {
     EXPECT_DOUBLE_EQ(ScaleFor(1920, 1080), 2.0);
     EXPECT_DOUBLE_EQ(ScaleFor(3840, 2160), 4.0);
     EXPECT_DOUBLE_EQ(ScaleFor(1280, 720), 2.0 * 720 / 1080);
 }
 
-TEST(ScaleFor, TheNarrowerSideDecides) {
+TEST(WindowTest, FollowsNarrowerSide) {
     EXPECT_DOUBLE_EQ(ScaleFor(1280, 1080), 2.0 * 1280 / 1920);
     EXPECT_DOUBLE_EQ(ScaleFor(2560, 1080), 2.0);
 }
 
-TEST(Window, TheOneOfTheApplicationIsKnownWhileItExists) {
+TEST(WindowTest, ReturnsMainWindowWhileItExists) {
     {
         const Stage stage;
         EXPECT_EQ(MainWindow(), stage.window);
@@ -32,13 +33,22 @@ TEST(Window, TheOneOfTheApplicationIsKnownWhileItExists) {
     EXPECT_EQ(MainWindow(), nullptr);
 }
 
-TEST(Window, HasTheSizeAndTheScaleOfTheSet) {
+TEST(WindowTest, HasSizeAndScaleOfSet) {
     const Stage stage;
     EXPECT_EQ(Screen::AreaOf(stage.window), (Area{0, 0, 1920, 1080}));
     EXPECT_DOUBLE_EQ(elm_config_scale_get(), 2.0);
 }
 
-TEST(Window, TheScaleIsSetBeforeTheApplicationMakesAWidget) {
+TEST(WindowTest, HidesPointer) {
+    const Stage stage;
+    Evas_Object* cursor = nullptr;
+    const Ecore_Evas* canvas = ecore_evas_ecore_evas_get(evas_object_evas_get(stage.window));
+    ecore_evas_cursor_get(canvas, &cursor, nullptr, nullptr, nullptr);
+    ASSERT_NE(cursor, nullptr);
+    EXPECT_THAT(Screen::ColourOf(cursor), testing::Each(0));
+}
+
+TEST(WindowTest, SetsScaleBeforeFirstWidget) {
     Stage::StartToolkit();
     elm_config_scale_set(1.0);
     Evas_Object* window = elm_win_util_standard_add("quorvel", "quorvel");
@@ -46,19 +56,19 @@ TEST(Window, TheScaleIsSetBeforeTheApplicationMakesAWidget) {
     evas_object_del(window);
 }
 
-TEST(Window, TheFirstRowIsFocusedAtTheStartAndNobodyIsTold) {
+TEST(WindowTest, FocusesFirstRowAtStartWithoutSignal) {
     const Stage stage;
     EXPECT_EQ(elm_object_focused_item_get(stage.list), stage.Row(0));
     EXPECT_THAT(stage.FocusedRows(), IsEmpty());
 }
 
-TEST(Window, TheFirstDownGoesToTheSecondRow) {
+TEST(WindowTest, MovesFocusToSecondRowOnFirstDown) {
     Stage stage;
     stage.Press("Down");
     EXPECT_THAT(stage.FocusedRows(), ElementsAre(1));
 }
 
-TEST(Window, TheFocusWalksAroundTheScreen) {
+TEST(WindowTest, MovesFocusBetweenListPanelAndButton) {
     Stage stage;
     stage.Press("Right");
     EXPECT_EQ(Screen::FocusedWidget(stage.window), stage.label);
@@ -71,7 +81,7 @@ TEST(Window, TheFocusWalksAroundTheScreen) {
     EXPECT_EQ(elm_object_focused_item_get(stage.list), stage.Row(0));
 }
 
-TEST(Window, TheLayoutFitsOnTheScreen) {
+TEST(WindowTest, FitsLayoutOnScreen) {
     for (const auto& [width, height] : {std::pair(1280, 720), {1920, 1080}, {3840, 2160}}) {
         StagePlan plan;
         plan.width = width;
