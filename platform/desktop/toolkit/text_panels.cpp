@@ -13,26 +13,27 @@ namespace quorvel::desktop {
 
 namespace {
 
-// Of the size that the application gives, in percent.
+// In percent of the application's text size.
 constexpr int kLargest = 250;
 constexpr int kSmallest = 50;
-// A panel with few lines does not shout: its lines are as high as if there were so many.
+// Shorter texts get the text size of a text with this many lines.
 constexpr int kFewestLines = 10;
-// In units of the toolkit's scale. A width, not a stop: numbers of unequal length do not line up.
+// In units of the toolkit's scale. The toolkit adds this width to the text before the tab, so
+// columns do not align.
 constexpr double kTabWidth = 80;
 
+// Heights of a text in pixels.
 struct Lines {
-    // What they may fill.
+    // The height available to the text.
     int room = 0;
-    // Of the highest line.
+    // The highest line.
     int lineHeight = 0;
-    // Of all lines to the last one that shows anything.
+    // All lines, without empty lines after the text.
     int height = 0;
 };
 
-// How high the text is, in pixels, as the panel shows it now.
+// Measures the text at the size of the last SetTextSize.
 Lines Measure(Evas_Object* panel) {
-    edje_object_calc_force(panel);
     const Evas_Object* text = edje_object_part_object_get(panel, "shown");
     Lines lines;
     edje_object_part_geometry_get(panel, "shown", nullptr, nullptr, nullptr, &lines.room);
@@ -43,27 +44,38 @@ Lines Measure(Evas_Object* panel) {
          evas_object_textblock_line_number_geometry_get(text, i, nullptr, &y, &width, &height);
          ++i) {
         lines.lineHeight = std::max(lines.lineHeight, height);
-        lines.height = width > 0 ? y + height : lines.height;
+        if (width > 0) {
+            lines.height = y + height;
+        }
     }
     return lines;
 }
 
-bool FitsAt(Evas_Object* panel, int percent) {
+void SetTextSize(Evas_Object* panel, int percent) {
     edje_object_scale_set(panel, elm_config_scale_get() * percent / 100);
+    edje_object_calc_force(panel);
+}
+
+bool Fits(Evas_Object* panel) {
     const Lines lines = Measure(panel);
     return lines.height <= lines.room && lines.lineHeight <= lines.room / kFewestLines;
 }
 
-// The largest size that fits; the smallest one when none does.
+// Sets the largest text size that fits, or the smallest size if no size fits. Binary search.
 void Fit(Evas_Object* label) {
     Evas_Object* panel = elm_layout_edje_get(label);
     int fitting = kSmallest;
     int tooLarge = kLargest + 1;
     while (tooLarge - fitting > 1) {
         const int percent = (fitting + tooLarge) / 2;
-        (FitsAt(panel, percent) ? fitting : tooLarge) = percent;
+        SetTextSize(panel, percent);
+        if (Fits(panel)) {
+            fitting = percent;
+        } else {
+            tooLarge = percent;
+        }
     }
-    FitsAt(panel, fitting);
+    SetTextSize(panel, fitting);
 }
 
 void OnResized(void*, Evas*, Evas_Object* label, void*) {
@@ -86,15 +98,15 @@ void OnHidden(void* data, Evas*, Evas_Object*, void*) {
     elm_layout_signal_emit(static_cast<Evas_Object*>(data), "quorvel,text,hidden", "quorvel");
 }
 
-void SetUpScrolled(Evas_Object* label, Evas_Object* scroller) {
+void SetUpDetailPanel(Evas_Object* label, Evas_Object* scroller) {
     SetTabWidth(elm_layout_edje_get(label));
     evas_object_event_callback_add(label, EVAS_CALLBACK_SHOW, OnShown, scroller);
     evas_object_event_callback_add(label, EVAS_CALLBACK_HIDE, OnHidden, scroller);
 }
 
-void SetUpCell(Evas_Object* label) {
+void SetUpInfoPanel(Evas_Object* label) {
     elm_layout_signal_emit(label, "quorvel,text,cell", "quorvel");
-    // Now: the layout must not see how high the text would like to be.
+    // Process the signal before the layout reads the height of the text.
     edje_object_message_signal_process(elm_layout_edje_get(label));
     elm_layout_sizing_eval(label);
     evas_object_event_callback_add(label, EVAS_CALLBACK_RESIZE, OnResized, nullptr);
@@ -113,11 +125,11 @@ void SetUpTextPanels(Evas_Object* window) {
         if (!IsTextPanel(label)) {
             continue;
         }
-        Evas_Object* around = elm_object_parent_widget_get(label);
-        if (IsWidget(around, "elm_scroller")) {
-            SetUpScrolled(label, around);
+        Evas_Object* parent = elm_object_parent_widget_get(label);
+        if (IsWidget(parent, "elm_scroller")) {
+            SetUpDetailPanel(label, parent);
         } else {
-            SetUpCell(label);
+            SetUpInfoPanel(label);
         }
     }
 }
