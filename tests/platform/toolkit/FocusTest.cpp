@@ -6,6 +6,7 @@
 #include <string>
 
 #include "fixtures/Screen.h"
+#include "palette.h"
 #include "platform/fixtures/Stage.h"
 
 namespace quorvel::desktop {
@@ -64,7 +65,7 @@ TEST(FocusTest, AcceptsDeletionOfLabelBeforeReport) {
 }
 
 bool IsFocusColour(const Colour& colour) {
-    constexpr Colour kFocus{31, 111, 193};
+    constexpr Colour kFocus{COLOR_FOCUS};
     return std::abs(colour.red - kFocus.red) < 4 && std::abs(colour.green - kFocus.green) < 4 &&
            std::abs(colour.blue - kFocus.blue) < 4;
 }

@@ -8,6 +8,7 @@
 #include <string>
 
 #include "fixtures/Screen.h"
+#include "palette.h"
 #include "platform/fixtures/LoggedLines.h"
 #include "platform/fixtures/PrivateFolders.h"
 #include "platform/fixtures/ScopedVariable.h"
@@ -181,7 +182,7 @@ TEST(ThemeTest, ShowsPopupAtBottomAndDimsRest) {
     EXPECT_GT(before.Count(row, [](const Colour& c) { return Brightness(c) > 100; }), 1000);
     EXPECT_GT(ok.y, Screen::kHeight / 2);
     EXPECT_LE(ok.Bottom(), Screen::kHeight);
-    const auto isSheet = [](const Colour& colour) { return colour == Colour{27, 37, 49}; };
+    const auto isSheet = [](const Colour& colour) { return colour == Colour{COLOR_SURFACE}; };
     const Area lastLine{0, Screen::kHeight - 1, Screen::kWidth, 1};
     EXPECT_EQ(after.Count(lastLine, isSheet), Screen::kWidth) << "the popup fills the width";
     EXPECT_EQ(after.Count({0, 0, Screen::kWidth, Screen::kHeight / 3}, isSheet), 0);
