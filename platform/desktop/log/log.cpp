@@ -8,7 +8,6 @@
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <exception>
 #include <memory>
 #include <mutex>
@@ -46,6 +45,8 @@ private:
     Log();
     void m_ChooseLevel();
     void m_OpenFile();
+    // Writes the text as an error to the terminal only.
+    void m_Report(const std::string& text);
     void m_WriteLine(const spdlog::details::log_msg& line);
     void m_WriteToFile(const spdlog::details::log_msg& line);
 
@@ -82,18 +83,14 @@ Log::Log() {
 }
 
 void Log::m_ChooseLevel() {
-    const char* chosen = std::getenv("QUORVEL_LOG_LEVEL");
-    if (chosen == nullptr || std::strcmp(chosen, "info") == 0) {
-        return;
-    }
-    if (std::strcmp(chosen, "error") == 0) {
+    const char* variable = std::getenv("QUORVEL_LOG_LEVEL");
+    const std::string level = variable == nullptr ? "info" : variable;
+    if (level == "error") {
         m_Level = spdlog::level::err;
-    } else if (std::strcmp(chosen, "off") == 0) {
+    } else if (level == "off") {
         m_Level = spdlog::level::off;
-    } else {
-        m_Terminal.Put(
-            {kOwnTag, spdlog::level::err,
-             "unknown QUORVEL_LOG_LEVEL, using info; the levels are info, error and off"});
+    } else if (level != "info") {
+        m_Report("unknown QUORVEL_LOG_LEVEL, using info; the levels are info, error and off");
     }
 }
 
@@ -101,9 +98,12 @@ void Log::m_OpenFile() {
     try {
         m_File = std::make_unique<LogFile>(LogFilePath(), kMaxFileBytes, kOldFiles);
     } catch (const std::exception& error) {
-        const std::string text = std::string("logging to the terminal only: ") + error.what();
-        m_Terminal.Put({kOwnTag, spdlog::level::err, text});
+        m_Report(std::string("logging to the terminal only: ") + error.what());
     }
+}
+
+void Log::m_Report(const std::string& text) {
+    m_Terminal.Put({kOwnTag, spdlog::level::err, text});
 }
 
 void Log::Write(spdlog::level::level_enum level, const char* tag, std::string_view message) {
@@ -134,8 +134,7 @@ void Log::m_WriteToFile(const spdlog::details::log_msg& line) {
         m_FileFails = false;
     } catch (const std::exception& error) {
         if (!m_FileFails) {
-            const std::string text = std::string("cannot write to the log file: ") + error.what();
-            m_Terminal.Put({kOwnTag, spdlog::level::err, text});
+            m_Report(std::string("cannot write to the log file: ") + error.what());
         }
         m_FileFails = true;
     }

@@ -35,6 +35,10 @@ const char* ColourOf(spdlog::level::level_enum level) {
     }
 }
 
+std::size_t SizeOf(const spdlog::details::log_msg& line) {
+    return line.payload.size() + sizeof(line);
+}
+
 // Uses no stdio stream: a thread that blocks here would keep the stream's lock at exit.
 void WriteToTerminal(std::string_view text) {
     while (!text.empty()) {
@@ -67,15 +71,14 @@ void LogTerminal::Put(const spdlog::details::log_msg& line) {
         ++m_Omitted;
         return;
     }
-    m_QueueNotice();
-    m_Queue.emplace_back(line);
-    m_QueuedBytes += line.payload.size() + sizeof(line);
+    m_EnqueueNotice();
+    m_Enqueue(line);
     m_Changed.notify_all();
 }
 
 void LogTerminal::Drain(std::chrono::milliseconds timeout) {
     std::unique_lock<std::mutex> lock(m_Mutex);
-    m_Changed.wait_for(lock, timeout, [this] { return m_Queue.empty() && !m_IsWriting; });
+    m_Changed.wait_for(lock, timeout, [this] { return m_Queue.empty(); });
 }
 
 // Blocks all signals in the thread: the main loop handles those that end the program, and SIGPIPE
@@ -98,16 +101,15 @@ void LogTerminal::m_Run() {
     std::unique_lock<std::mutex> lock(m_Mutex);
     for (;;) {
         m_Changed.wait(lock, [this] { return !m_Queue.empty(); });
-        const spdlog::details::log_msg_buffer line = std::move(m_Queue.front());
-        m_Queue.pop_front();
-        m_IsWriting = true;
+        // Stays valid while other threads add lines.
+        const spdlog::details::log_msg_buffer& line = m_Queue.front();
         lock.unlock();
         m_Write(line);
         lock.lock();
-        m_IsWriting = false;
-        m_QueuedBytes -= line.payload.size() + sizeof(spdlog::details::log_msg);
+        m_QueuedBytes -= SizeOf(line);
+        m_Queue.pop_front();
         if (m_Queue.empty()) {
-            m_QueueNotice();
+            m_EnqueueNotice();
         }
         m_Changed.notify_all();
     }
@@ -125,15 +127,16 @@ void LogTerminal::m_Write(const spdlog::details::log_msg& line) {
     WriteToTerminal(text);
 }
 
-// Called with the mutex held.
-void LogTerminal::m_QueueNotice() {
-    if (m_Omitted == 0) {
-        return;
+void LogTerminal::m_Enqueue(const spdlog::details::log_msg& line) {
+    m_Queue.emplace_back(line);
+    m_QueuedBytes += SizeOf(line);
+}
+
+void LogTerminal::m_EnqueueNotice() {
+    if (m_Omitted > 0) {
+        const std::string text = std::to_string(std::exchange(m_Omitted, 0)) + " lines omitted";
+        m_Enqueue({"quorvel", spdlog::level::warn, text});
     }
-    const std::string text = std::to_string(std::exchange(m_Omitted, 0)) + " lines omitted here";
-    const spdlog::details::log_msg notice("quorvel", spdlog::level::warn, text);
-    m_Queue.emplace_back(notice);
-    m_QueuedBytes += notice.payload.size() + sizeof(notice);
 }
 
 }  // namespace quorvel::desktop

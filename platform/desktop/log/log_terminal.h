@@ -19,8 +19,6 @@ namespace quorvel::desktop {
 class LogTerminal {
 public:
     LogTerminal();
-    LogTerminal(const LogTerminal&) = delete;
-    LogTerminal& operator=(const LogTerminal&) = delete;
 
     // Copies the line and returns at once.
     void Put(const spdlog::details::log_msg& line);
@@ -31,17 +29,18 @@ public:
 private:
     void m_Start();
     void m_Run();
-    void m_QueueNotice();
     void m_Write(const spdlog::details::log_msg& line);
+    // Call both with the mutex locked.
+    void m_Enqueue(const spdlog::details::log_msg& line);
+    void m_EnqueueNotice();
 
     spdlog::pattern_formatter m_Formatter;
     const bool m_IsColoured;
     std::mutex m_Mutex;
     std::condition_variable m_Changed;
-    std::deque<spdlog::details::log_msg_buffer> m_Queue;
+    std::deque<spdlog::details::log_msg_buffer> m_Queue;  // the thread writes the first line
     std::size_t m_QueuedBytes = 0;
     std::size_t m_Omitted = 0;
-    bool m_IsWriting = false;
     bool m_HasThread = true;
 };
 
