@@ -39,7 +39,8 @@ std::string FindResource(const std::string& relativePath) {
             break;
         }
     }
-    return path;
+    // Image widgets accept absolute paths only.
+    return std::filesystem::absolute(path).string();
 }
 
 }  // namespace quorvel::desktop

@@ -46,6 +46,14 @@ protected:
     PrivateFolders m_Folders;
 };
 
+TEST_F(ResourcesTest, ReturnsAbsolutePathForRelativeFolder) {
+    const std::string relative = fs::relative(m_Folders.Root() / "chosen").string();
+    const fs::path file = Make("chosen", kPicture);
+    const fs::path found = Find(QUORVEL_RESOURCE_FINDER, kPicture, relative);
+    EXPECT_TRUE(found.is_absolute()) << found;
+    EXPECT_TRUE(fs::equivalent(found, file)) << found;
+}
+
 TEST_F(ResourcesTest, FindsFileInBuildFolder) {
     const std::string path = Find(QUORVEL_RESOURCE_FINDER, kPicture);
     EXPECT_TRUE(fs::exists(path)) << path;

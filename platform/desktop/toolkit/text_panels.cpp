@@ -21,6 +21,9 @@ constexpr int kFewestLines = 10;
 // In units of the toolkit's scale. The toolkit adds this width to the text before the tab, so
 // columns do not align.
 constexpr double kTabWidth = 80;
+// In bytes of markup. An information panel shows less at any text size, and a layout takes a second
+// for each megabyte.
+constexpr std::size_t kMaxInfoMarkup = 32768;
 
 // Heights of a text in pixels.
 struct Lines {
@@ -28,7 +31,7 @@ struct Lines {
     int room = 0;
     // The highest line.
     int lineHeight = 0;
-    // All lines, without empty lines after the text.
+    // All lines, without empty lines after the text; or so many that they exceed the room.
     int height = 0;
 };
 
@@ -46,6 +49,10 @@ Lines Measure(Evas_Object* panel) {
         lines.lineHeight = std::max(lines.lineHeight, height);
         if (width > 0) {
             lines.height = y + height;
+        }
+        // The toolkit counts the lines from the first one each time, so stop early.
+        if (lines.height > lines.room) {
+            break;
         }
     }
     return lines;
@@ -104,7 +111,36 @@ void SetUpDetailPanel(Evas_Object* label, Evas_Object* scroller) {
     evas_object_event_callback_add(label, EVAS_CALLBACK_HIDE, OnHidden, scroller);
 }
 
+// Removes an incomplete tag or entity from the end of the markup.
+void TrimIncomplete(std::string_view& markup, char opening, char closing) {
+    const std::size_t start = markup.rfind(opening);
+    if (start != std::string_view::npos && markup.find(closing, start) == std::string_view::npos) {
+        markup = markup.substr(0, start);
+    }
+}
+
+bool IsInsideCharacter(char byte) {
+    return (static_cast<unsigned char>(byte) & 0xC0U) == 0x80U;
+}
+
+// Drops what is too long to be shown from the text of an information panel.
+void ShortenMarkup(Evas_Object* label) {
+    const std::string whole = elm_object_text_get(label);
+    if (whole.size() <= kMaxInfoMarkup) {
+        return;
+    }
+    std::size_t size = kMaxInfoMarkup;
+    while (size > 0 && IsInsideCharacter(whole[size])) {
+        --size;
+    }
+    std::string_view kept = std::string_view(whole).substr(0, size);
+    TrimIncomplete(kept, '<', '>');
+    TrimIncomplete(kept, '&', ';');
+    elm_object_text_set(label, std::string(kept).c_str());
+}
+
 void SetUpInfoPanel(Evas_Object* label) {
+    ShortenMarkup(label);
     elm_layout_signal_emit(label, "quorvel,text,cell", "quorvel");
     // Process the signal before the layout reads the height of the text.
     edje_object_message_signal_process(elm_layout_edje_get(label));

@@ -2,7 +2,11 @@
 
 #include <gtest/gtest.h>
 
+#include <Elementary.h>
+
 #include <algorithm>
+#include <chrono>
+#include <string>
 
 #include "fixtures/Screen.h"
 #include "platform/fixtures/Stage.h"
@@ -51,6 +55,18 @@ TEST(TextPanelsTest, LimitsSizeOfShortTextToTenLines) {
     plan.infoLines = 2;
     const Stage few(plan);
     EXPECT_LE(LineHeight(few.infoLeft), Screen::AreaOf(few.infoLeft).height / 10);
+}
+
+TEST(TextPanelsTest, MeasuresAValueOfAMegabyteInTime) {
+    StagePlan plan;
+    plan.infoLines = 11;
+    plan.infoWordBytes = 1'000'000;
+    const auto start = std::chrono::steady_clock::now();
+    const Stage stage(plan);
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(10));
+    const std::string shown = elm_object_text_get(stage.infoLeft);
+    EXPECT_LE(shown.size(), 32768U);
+    EXPECT_EQ(shown.substr(shown.size() - 2), "\xC3\xA4") << "the text ends inside a character";
 }
 
 TEST(TextPanelsTest, ShowsUsualTextReadableFromDistance) {
