@@ -12,6 +12,9 @@
 #include <vector>
 
 #include "QELAnalysis.h"
+#include "QELAnalysisData.h"
+#include "QELConflicts.h"
+#include "QELXmlParser.h"
 #include "fixtures/StoreTest.h"
 
 namespace {
@@ -301,6 +304,26 @@ std::vector<std::string> GetExceptionLines() {
     return lines;
 }
 
+// Returns every field of the list, or a text for the exception.
+template <typename Find>
+std::string DescribeList(const Find& find) {
+    try {
+        const QELConflictList_s list = find();
+        std::string text = std::to_string(static_cast<int>(list.state)) + " " +
+                           std::to_string(list.opcode) + " " + std::to_string(list.msgcode) + " " +
+                           list.problem + "\n";
+        for (const QELConflictLine_s& line : list.lines) {
+            text += std::to_string(line.item) + " " + std::to_string(line.window.start) + " " +
+                    std::to_string(line.window.end) + " " + line.name + " " + line.thread + "\n";
+        }
+        return text;
+    } catch (const std::invalid_argument&) {
+        return "throws invalid_argument";
+    } catch (const std::out_of_range&) {
+        return "throws out_of_range";
+    }
+}
+
 class QELAnalysisConflictModelTest : public StoreTest,
                                      public testing::WithParamInterface<unsigned int> {
 protected:
@@ -310,6 +333,18 @@ protected:
             items.emplace_back(item.fields.begin(), item.fields.end());
         }
         LoadItems(items);
+    }
+
+    // Compares the index of the run with the comparison item by item.
+    static void CompareIndex() {
+        const QELXmlParser& parser = *QELXmlParser::GetInstance();
+        QELAnalysisData& analysisData = *QELAnalysisData::GetInstance();
+        const QELConflictIndex index(parser, analysisData);
+        for (unsigned int id = 0; id < parser.GetNumOfResult(); ++id) {
+            EXPECT_EQ(DescribeList([&] { return index.Find(id); }),
+                      DescribeList([&] { return QELConflicts::Find(parser, analysisData, id); }))
+                << "failed item " << id;
+        }
     }
 
     // Compares every failed item of the run with the model. Returns the number of conflicts.
@@ -342,6 +377,15 @@ TEST_P(QELAnalysisConflictModelTest, MatchesModelOnRandomRuns) {
         conflicts += CompareFailedItems(run);
     }
     EXPECT_GT(conflicts, kMinConflicts) << "the random runs have too few conflicts";
+}
+
+TEST_P(QELAnalysisConflictModelTest, IndexReturnsSameRecordsOnRandomRuns) {
+    for (unsigned int i = 0; i < kRunsPerSeed && !HasFailure(); ++i) {
+        const unsigned int seed = GetParam() * 1000 + i;
+        SCOPED_TRACE("seed " + std::to_string(seed));
+        LoadRun(RunGenerator(seed).Make());
+        CompareIndex();
+    }
 }
 
 INSTANTIATE_TEST_SUITE_P(Seeds, QELAnalysisConflictModelTest, testing::Range(1U, 9U));
