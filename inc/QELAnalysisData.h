@@ -21,6 +21,18 @@ struct QELAnalysisCheckTable_s {
     std::string text;
 };
 
+// Why an item is not analysed.
+enum class QELRefusal_e {
+    kAllowed,  // the item may be analysed
+    kUnknownItem,
+    kAnalysed,  // the user had the item analysed before
+    kNoStore,
+    kRnscItem,
+    kImageItem,
+    kNoCode,        // the opcode or the msgcode is missing
+    kNoCheckTable,  // the code pair is block-listed and has no check table, or an empty one
+};
+
 // The data of the failure analysis: the analysis text of each failed item, a flag for each item
 // that the user had analysed, the check tables, and the block list of code pairs.
 //
@@ -60,6 +72,8 @@ public:
     // Returns whether the failed item id may be analysed, and logs the reason of a rejection.
     // Throws as GetCode does. Main-loop thread.
     bool IsValid(unsigned int id);
+    // Does the same and stores the reason in refusal.
+    bool IsValid(unsigned int id, QELRefusal_e& refusal);
 
     // Returns a copy of the check table of a code pair; empty when there is no table. Any thread.
     std::vector<QELAnalysisCheckTable_s> GetCheckTable(unsigned char opcode, unsigned char msgcode);

@@ -5,12 +5,16 @@
 #include <cstddef>
 #include <map>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "quorvel.h"
 
 // One item: the names of its elements and their unchanged text.
 using ResultItem = std::map<std::string, std::string>;
+
+// The values of a section: the name of the element and its text.
+using SectionValues = std::vector<std::pair<std::string, std::string>>;
 
 // The result store: the failed items, all items, and the information, network and summary values of
 // one run.
@@ -57,12 +61,25 @@ public:
     app_result_type_e GetResultType(unsigned int id) const;
     // Returns a copy of the list of failed items.
     std::vector<ResultItem> GetResultData() const;
+    // Return the failed items and all items. The references are valid until the next ParseFile.
+    const std::vector<ResultItem>& GetFailedItems() const;
+    const std::vector<ResultItem>& GetAllItems() const;
 
     // Return the panel texts: one line "label=value" for each label, with an empty value when the
     // result files have no value.
     std::string GetInformation() const;
     std::string GetNetworkInfo() const;
     std::string GetSummary() const;
+
+    // Return the values of a section that are not empty, those without a panel included: the names
+    // of their elements and the unchanged values. The network values end with the reason of a
+    // network failure.
+    SectionValues GetInformationValues() const;
+    SectionValues GetNetworkValues() const;
+    SectionValues GetSummaryValues() const;
+
+    // Frees the document of the file parsed last. The values stay.
+    void ReleaseDocument();
 
 private:
     // One value of a section: the name of its element, its label in the panel text (null when no
@@ -89,6 +106,8 @@ private:
     void m_ReadFields(xmlNodePtr section, const Field_s (&fields)[N]);
     template <std::size_t N>
     std::string m_ComposePanelText(const Field_s (&fields)[N]) const;
+    template <std::size_t N>
+    void m_CollectValues(const Field_s (&fields)[N], SectionValues& values) const;
     static xmlNodePtr m_FindNodeWithTagInfo(xmlNodePtr parent, std::string tag);
     static bool m_GetContentFromNode(xmlDocPtr doc, xmlNodePtr node, std::string& content);
     static void m_ReplaceString(std::string& text, const std::string& pattern,

@@ -123,27 +123,37 @@ bool QELAnalysisData::GetCodeFromAll(unsigned int id, const std::string& key, un
 }
 
 bool QELAnalysisData::IsValid(unsigned int id) {
+    QELRefusal_e refusal = QELRefusal_e::kAllowed;
+    return IsValid(id, refusal);
+}
+
+bool QELAnalysisData::IsValid(unsigned int id, QELRefusal_e& refusal) {
+    const auto refuse = [&refusal](QELRefusal_e reason) {
+        refusal = reason;
+        return false;
+    };
+    refusal = QELRefusal_e::kAllowed;
     if (id >= m_IsExecutedByUser.size()) {
         QEL_LOGE("index is out of range.");
-        return false;
+        return refuse(QELRefusal_e::kUnknownItem);
     }
     if (m_IsExecutedByUser[id]) {
         QEL_LOGE("m_IsExecutedByUser have true value");
-        return false;
+        return refuse(QELRefusal_e::kAnalysed);
     }
     const QELXmlParser* parser = QELXmlParser::GetInstance();
     if (parser == nullptr) {
         QEL_LOGE("not able to get instance of xmlParser");
-        return false;
+        return refuse(QELRefusal_e::kNoStore);
     }
     if (parser->GetResultType(id) == RESULT_TYPE_RNSC) {
         QEL_LOGE("not able to analyze RNSC test item");
-        return false;
+        return refuse(QELRefusal_e::kRnscItem);
     }
     if (parser->GetResultType(id) == RESULT_TYPE_IMAGE) {
         // Intentional: the same message as for an item of type "rnsc".
         QEL_LOGE("not able to analyze RNSC test item");
-        return false;
+        return refuse(QELRefusal_e::kImageItem);
     }
     // The codes of an item with a "detailed" or "reason" text are not checked.
     if (!parser->GetResult(id, "detailed").empty() || !parser->GetResult(id, "reason").empty()) {
@@ -153,7 +163,7 @@ bool QELAnalysisData::IsValid(unsigned int id) {
     unsigned char msgcode = 0;
     if (!GetCode(id, "opcode", &opcode) || !GetCode(id, "msgcode", &msgcode)) {
         QEL_LOGE("id=%d, opcode=%x, msgcode=%x", id, opcode, msgcode);
-        return false;
+        return refuse(QELRefusal_e::kNoCode);
     }
     const CodePair pair(opcode, msgcode);
     if (m_BlockList.find(pair) == m_BlockList.end()) {
@@ -163,9 +173,9 @@ bool QELAnalysisData::IsValid(unsigned int id) {
     if (table == m_CheckTableList.end()) {
         QEL_LOGE("not able to find checkTable from list. id=%d, opcode=%x, msgcode=%x", id, opcode,
                  msgcode);
-        return false;
+        return refuse(QELRefusal_e::kNoCheckTable);
     }
-    return !table->second.empty();
+    return !table->second.empty() || refuse(QELRefusal_e::kNoCheckTable);
 }
 
 std::vector<QELAnalysisCheckTable_s> QELAnalysisData::GetCheckTable(unsigned char opcode,

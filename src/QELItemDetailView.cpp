@@ -3,6 +3,7 @@
 #include <Elementary.h>
 
 #include "QELAnalysisData.h"
+#include "QELItemText.h"
 #include "QELUtil.h"
 #include "QELXmlParser.h"
 
@@ -100,18 +101,7 @@ std::string QELItemDetailView::m_GetMarkupResultText(unsigned int index) {
         QEL_LOGE("failed to get QELXmlParser instance.");
         return "";
     }
-    std::string text;
-    switch (parser->GetResultType(index)) {
-        case RESULT_TYPE_RNSC:
-            text = parser->GetResult(index, "detailed");
-            break;
-        case RESULT_TYPE_IMAGE:
-            // The "detailed" value is the path of the photo, which QELItemView shows.
-            break;
-        default:
-            text = parser->GetResult(index);
-            break;
-    }
+    std::string text = QELItemText::ComposeResult(*parser, index);
     if (!text.empty()) {
         text += "\n";
     }

@@ -10,6 +10,7 @@
 
 #include "QELAnalysis.h"
 #include "QELAnalysisData.h"
+#include "QELItemText.h"
 #include "QELPopupLoading.h"
 #include "QELUtil.h"
 #include "QELXmlParser.h"
@@ -56,18 +57,6 @@ const char* IconOf(app_result_type_e type) {
         default:
             return nullptr;
     }
-}
-
-std::string ConnectionText(const QELXmlParser& parser, unsigned int index) {
-    const std::string type = parser.GetResult(index, "type");
-    return type + " " + parser.GetResult(index, "connection");
-}
-
-std::string CodesText(const QELXmlParser& parser, unsigned int index) {
-    std::string text = parser.GetResult(index, "name");
-    text += "(" + parser.GetResult(index, "opcode");
-    text += "," + parser.GetResult(index, "msgcode") + ")";
-    return text;
 }
 
 // Returns the side of an icon at the current scale, in pixels, rounded to the nearest pixel.
@@ -163,25 +152,11 @@ char* QELItemList::m_GetItemText(void* data, Evas_Object* /*obj*/, const char* p
     if (parser == nullptr) {
         return nullptr;
     }
-    std::string text;
     const app_result_type_e type = parser->GetResultType(index);
-    switch (type) {
-        case RESULT_TYPE_BT:
-        case RESULT_TYPE_WIFI:
-            text = ConnectionText(*parser, index);
-            break;
-        case RESULT_TYPE_APP:
-            text = CodesText(*parser, index);
-            break;
-        case RESULT_TYPE_RNSC:
-        case RESULT_TYPE_IMAGE:
-            text = parser->GetResult(index, "name");
-            break;
-        default:
-            QEL_LOGE("resultType is invalid %d", type);
-            break;
+    if (type == RESULT_TYPE_INVALID) {
+        QEL_LOGE("resultType is invalid %d", type);
     }
-    return strdup(text.c_str());
+    return strdup(QELItemText::ComposeRow(*parser, index).c_str());
 }
 
 Evas_Object* QELItemList::m_GetItemContent(void* data, Evas_Object* obj, const char* part) {

@@ -4,6 +4,7 @@
 #include <libxml/xmlerror.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstring>
 #include <memory>
 #include <new>
@@ -376,6 +377,14 @@ std::vector<ResultItem> QELXmlParser::GetResultData() const {
     return m_resultFailData;
 }
 
+const std::vector<ResultItem>& QELXmlParser::GetFailedItems() const {
+    return m_resultFailData;
+}
+
+const std::vector<ResultItem>& QELXmlParser::GetAllItems() const {
+    return m_resultAllData;
+}
+
 std::string QELXmlParser::GetInformation() const {
     return m_ComposePanelText(INFORMATION_FIELDS);
 }
@@ -397,6 +406,44 @@ std::string QELXmlParser::m_ComposePanelText(const Field_s (&fields)[N]) const {
         }
     }
     return text;
+}
+
+SectionValues QELXmlParser::GetInformationValues() const {
+    SectionValues values;
+    m_CollectValues(INFORMATION_FIELDS, values);
+    return values;
+}
+
+SectionValues QELXmlParser::GetNetworkValues() const {
+    SectionValues values;
+    m_CollectValues(NETWORK_FIELDS, values);
+    m_CollectValues(NETWORK_FAIL_FIELDS, values);
+    return values;
+}
+
+SectionValues QELXmlParser::GetSummaryValues() const {
+    SectionValues values;
+    m_CollectValues(SUMMARY_FIELDS, values);
+    return values;
+}
+
+// Appends the values that are not empty. A tag that values already has is left out.
+template <std::size_t N>
+void QELXmlParser::m_CollectValues(const Field_s (&fields)[N], SectionValues& values) const {
+    for (const Field_s& field : fields) {
+        const bool isNew = std::none_of(values.begin(), values.end(), [&field](const auto& value) {
+            return value.first == field.tag;
+        });
+        if (isNew && !(this->*field.member).empty()) {
+            values.emplace_back(field.tag, this->*field.member);
+        }
+    }
+}
+
+void QELXmlParser::ReleaseDocument() {
+    xmlFreeDoc(m_doc);
+    m_doc = nullptr;
+    m_rootNode = nullptr;
 }
 
 template <std::size_t N>
