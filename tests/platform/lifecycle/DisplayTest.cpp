@@ -1,5 +1,3 @@
-// Displays that answer, that say nothing and that are not there.
-
 #include "lifecycle/display.h"
 
 #include <gmock/gmock.h>
@@ -20,10 +18,10 @@ using testing::IsEmpty;
 
 namespace {
 
-// A second, and what a busy machine adds to it.
-constexpr std::chrono::seconds kSoon{2};
+// Twice 0.4 seconds for the displays. The rest is for a busy machine.
+constexpr std::chrono::seconds kMaxSearchTime{2};
 
-// The shortest setup that a client of X takes: version 11, and none of what a screen consists of.
+// The shortest setup that an X client accepts: version 11 without a screen.
 std::string XSetup() {
     std::string setup(40, '\0');
     setup[0] = 1;
@@ -32,36 +30,38 @@ std::string XSetup() {
     return setup;
 }
 
-// The event for the first object that a client of Wayland makes: its round trip is done.
-std::string WaylandDone() {
+// The event for the first object of a Wayland client, which ends a round trip.
+std::string WaylandEvent() {
     return {"\2\0\0\0\0\0\14\0\1\0\0\0", 12};
 }
 
-// Answers the first client that says something, and stays until it goes.
-class Answering {
+// Answers the first request of the first client on a thread. The destructor waits until the client
+// disconnects.
+class AnsweringServer {
 public:
-    Answering(const Socket& display, std::string answer)
+    AnsweringServer(const Socket& display, std::string answer)
         : m_Thread([&display, answer = std::move(answer)] {
               const Socket client = display.Accept();
               client.Receive(12);
               client.Send(answer);
               client.Receive();
           }) {}
-    ~Answering() { m_Thread.join(); }
-    Answering(const Answering&) = delete;
-    Answering& operator=(const Answering&) = delete;
+    ~AnsweringServer() { m_Thread.join(); }
+    AnsweringServer(const AnsweringServer&) = delete;
+    AnsweringServer& operator=(const AnsweringServer&) = delete;
 
 private:
     std::thread m_Thread;
 };
 
-// Both displays are set and listen, as they do; neither says anything unless a test has it answer.
+// Sets DISPLAY and WAYLAND_DISPLAY to sockets that listen. They answer only in a test that creates
+// an AnsweringServer.
 class DisplayTest : public testing::Test {
 protected:
     bool Find() {
         const auto start = std::chrono::steady_clock::now();
         const bool found = FindDisplay(m_Why);
-        EXPECT_LT(std::chrono::steady_clock::now() - start, kSoon);
+        EXPECT_LT(std::chrono::steady_clock::now() - start, kMaxSearchTime);
         return found;
     }
 
@@ -70,53 +70,53 @@ protected:
     Socket m_Wayland = Socket::ListenAsWayland(m_Path);
     Socket m_X = Socket::ListenAsX();
     std::string m_XName = m_X.Display();
-    ScopedVariable m_Memory{"ELM_DISPLAY", {}};
+    ScopedVariable m_ElmDisplay{"ELM_DISPLAY", {}};
     ScopedVariable m_WaylandVariable{"WAYLAND_DISPLAY", m_Path};
     ScopedVariable m_XVariable{"DISPLAY", m_XName};
     std::string m_Why;
 };
 
-TEST_F(DisplayTest, SilentXIsNotWaitedFor) {
-    const ScopedVariable none("WAYLAND_DISPLAY", {});
+TEST_F(DisplayTest, ReportsXThatDoesNotAnswer) {
+    const ScopedVariable unset("WAYLAND_DISPLAY", {});
     EXPECT_FALSE(Find());
     EXPECT_EQ(m_Why, "no display: cannot connect to " + m_XName);
 }
 
-TEST_F(DisplayTest, SilentWaylandIsNotWaitedFor) {
-    const ScopedVariable none("DISPLAY", {});
+TEST_F(DisplayTest, ReportsWaylandThatDoesNotAnswer) {
+    const ScopedVariable unset("DISPLAY", {});
     EXPECT_FALSE(Find());
     EXPECT_EQ(m_Why, "no display: cannot connect to " + m_Path);
 }
 
-TEST_F(DisplayTest, OfTwoSilentOnesBothAreTold) {
+TEST_F(DisplayTest, ReportsBothDisplaysWhenNeitherAnswers) {
     EXPECT_FALSE(Find());
     EXPECT_EQ(m_Why, "no display: cannot connect to " + m_XName + " or " + m_Path);
 }
 
-// The toolkit would try X first, and for ever.
-TEST_F(DisplayTest, SilentXIsHiddenBehindAWaylandThatAnswers) {
-    const Answering wayland(m_Wayland, WaylandDone());
+// The toolkit would try X first and wait without a limit.
+TEST_F(DisplayTest, RemovesXThatDoesNotAnswer) {
+    const AnsweringServer wayland(m_Wayland, WaylandEvent());
     EXPECT_TRUE(Find());
     EXPECT_EQ(std::getenv("DISPLAY"), nullptr);
     EXPECT_EQ(std::getenv("WAYLAND_DISPLAY"), m_Path);
 }
 
-TEST_F(DisplayTest, SilentWaylandIsHiddenBehindAnXThatAnswers) {
-    const Answering x(m_X, XSetup());
+TEST_F(DisplayTest, RemovesWaylandThatDoesNotAnswer) {
+    const AnsweringServer x(m_X, XSetup());
     EXPECT_TRUE(Find());
     EXPECT_EQ(std::getenv("WAYLAND_DISPLAY"), nullptr);
     EXPECT_EQ(std::getenv("DISPLAY"), m_XName);
 }
 
-TEST_F(DisplayTest, TwoThatAnswerAreLeftToTheToolkit) {
-    const Answering wayland(m_Wayland, WaylandDone());
-    const Answering x(m_X, XSetup());
+TEST_F(DisplayTest, KeepsBothDisplaysThatAnswer) {
+    const AnsweringServer wayland(m_Wayland, WaylandEvent());
+    const AnsweringServer x(m_X, XSetup());
     EXPECT_TRUE(Find());
     EXPECT_EQ(std::getenv("WAYLAND_DISPLAY"), m_Path);
     EXPECT_EQ(std::getenv("DISPLAY"), m_XName);
 }
 
-TEST_F(DisplayTest, WhatDrawsIntoMemoryNeedsNone) {
+TEST_F(DisplayTest, AcceptsDrawingIntoMemory) {
     const ScopedVariable memory("ELM_DISPLAY", "buffer");
     EXPECT_TRUE(Find());
     EXPECT_THAT(m_Why, IsEmpty());

@@ -1,6 +1,3 @@
-// Who is the one, and how the others hand over, against owners that answer, refuse, go away or keep
-// silent.
-
 #include "lifecycle/instance.h"
 
 #include <gmock/gmock.h>
@@ -31,17 +28,18 @@ using testing::StartsWith;
 
 namespace {
 
-// Enough for an owner that answers, and short enough to wait for one that does not.
-constexpr std::chrono::milliseconds kPatient{20000};
-constexpr std::chrono::milliseconds kImpatient{200};
+// For an owner that answers.
+constexpr std::chrono::milliseconds kLongTimeout{20000};
+// For an owner that does not answer.
+constexpr std::chrono::milliseconds kShortTimeout{200};
 
 class InstanceTest : public testing::Test {
 protected:
-    Instance::Claim Claim(std::chrono::milliseconds patience) {
-        return Instance(m_Folder, "files").ClaimOrHandOver(m_Request, patience);
+    Instance::Claim Claim(std::chrono::milliseconds timeout) {
+        return Instance(m_Folder, "files").ClaimOrHandOver(m_Request, timeout);
     }
 
-    // Does as the owner does for one sender; what that one sent.
+    // Accepts one sender and sends the answer. Returns the message of the sender.
     static std::string Answer(const Socket& server, char answer) {
         const Socket client = server.Accept();
         std::string received = client.Receive(kMaxMessageBytes);
@@ -56,65 +54,65 @@ protected:
     LoggedLines m_Log;
 };
 
-TEST_F(InstanceTest, FirstIsTheOwnerUntilItGoes) {
+TEST_F(InstanceTest, BecomesOwnerUntilDestroyed) {
     auto first = std::make_unique<Instance>(m_Folder, "files");
-    EXPECT_EQ(first->ClaimOrHandOver(m_Request, kImpatient), Instance::Claim::kOwner);
-    EXPECT_EQ(Claim(kImpatient), Instance::Claim::kFailed);
+    EXPECT_EQ(first->ClaimOrHandOver(m_Request, kShortTimeout), Instance::Claim::kOwner);
+    EXPECT_EQ(Claim(kShortTimeout), Instance::Claim::kFailed);
     first.reset();
-    EXPECT_EQ(Claim(kImpatient), Instance::Claim::kOwner);
+    EXPECT_EQ(Claim(kShortTimeout), Instance::Claim::kOwner);
 }
 
-TEST_F(InstanceTest, WhatADeadOwnerLeftDoesNotMatter) {
+TEST_F(InstanceTest, IgnoresFilesOfEndedOwner) {
     std::ofstream(m_Folder + "/lock") << "123";
     Socket::ListenAsOwner(m_Socket);
-    EXPECT_EQ(Claim(kImpatient), Instance::Claim::kOwner);
+    EXPECT_EQ(Claim(kShortTimeout), Instance::Claim::kOwner);
 }
 
-TEST_F(InstanceTest, RequestReachesTheOwner) {
+TEST_F(InstanceTest, HandsRequestToOwner) {
     Instance owner(m_Folder, "files");
-    owner.ClaimOrHandOver({}, kImpatient);
+    owner.ClaimOrHandOver({}, kShortTimeout);
     const Socket server = Socket::ListenAsOwner(owner.SocketPath());
     std::string received;
     std::thread answering([&] { received = Answer(server, kAccepted); });
-    EXPECT_EQ(Claim(kPatient), Instance::Claim::kHandedOver);
+    EXPECT_EQ(Claim(kLongTimeout), Instance::Claim::kHandedOver);
     answering.join();
     EXPECT_EQ(received, EncodeRequest(m_Request));
 }
 
-TEST_F(InstanceTest, OwnerThatShowsOtherFilesIsTold) {
+TEST_F(InstanceTest, ReportsOwnerOfOtherFiles) {
     Instance owner(m_Folder, "other files");
-    owner.ClaimOrHandOver({}, kImpatient);
+    owner.ClaimOrHandOver({}, kShortTimeout);
     m_Request.clear();
-    EXPECT_EQ(Claim(kPatient), Instance::Claim::kFailed);
+    EXPECT_EQ(Claim(kLongTimeout), Instance::Claim::kFailed);
     EXPECT_THAT(m_Log.Messages(),
                 ElementsAre("the running quorvel (process " + std::to_string(getpid()) +
                             ") shows other result files; close it first: quorvel "
                             "EXEPARAM=CLOSE"));
 }
 
-TEST_F(InstanceTest, EmptyRequestReachesAnOwnerOfTheSameFiles) {
+TEST_F(InstanceTest, HandsEmptyRequestToOwnerOfSameFiles) {
     Instance owner(m_Folder, "files");
-    owner.ClaimOrHandOver({}, kImpatient);
+    owner.ClaimOrHandOver({}, kShortTimeout);
     const Socket server = Socket::ListenAsOwner(owner.SocketPath());
     m_Request.clear();
     std::thread answering([&] { Answer(server, kAccepted); });
-    EXPECT_EQ(Claim(kPatient), Instance::Claim::kHandedOver);
+    EXPECT_EQ(Claim(kLongTimeout), Instance::Claim::kHandedOver);
     answering.join();
 }
 
-TEST_F(InstanceTest, RequestReachesAnOwnerOfOtherFiles) {
+TEST_F(InstanceTest, HandsRequestToOwnerOfOtherFiles) {
     Instance owner(m_Folder, "other files");
-    owner.ClaimOrHandOver({}, kImpatient);
+    owner.ClaimOrHandOver({}, kShortTimeout);
     const Socket server = Socket::ListenAsOwner(owner.SocketPath());
     std::thread answering([&] { Answer(server, kAccepted); });
-    EXPECT_EQ(Claim(kPatient), Instance::Claim::kHandedOver);
+    EXPECT_EQ(Claim(kLongTimeout), Instance::Claim::kHandedOver);
     answering.join();
 }
 
-// Its successor has the lock already, and will write down its own files in a moment.
-TEST_F(InstanceTest, FilesOfADeadOwnerDoNotMatter) {
+// The next owner holds the lock and has not yet written its own files.
+TEST_F(InstanceTest, IgnoresResultFilesOfEndedOwner) {
     Instance owner(m_Folder, "files");
-    owner.ClaimOrHandOver({}, kImpatient);
+    owner.ClaimOrHandOver({}, kShortTimeout);
     const pid_t dead = fork();
     if (dead == 0) {
         _exit(0);
@@ -124,84 +122,84 @@ TEST_F(InstanceTest, FilesOfADeadOwnerDoNotMatter) {
     const Socket server = Socket::ListenAsOwner(owner.SocketPath());
     m_Request.clear();
     std::thread answering([&] { Answer(server, kAccepted); });
-    EXPECT_EQ(Claim(kPatient), Instance::Claim::kHandedOver);
+    EXPECT_EQ(Claim(kLongTimeout), Instance::Claim::kHandedOver);
     answering.join();
 }
 
-TEST_F(InstanceTest, RefusalIsToldAtOnce) {
+TEST_F(InstanceTest, ReportsRejection) {
     Instance owner(m_Folder, "files");
-    owner.ClaimOrHandOver({}, kImpatient);
+    owner.ClaimOrHandOver({}, kShortTimeout);
     const Socket server = Socket::ListenAsOwner(owner.SocketPath());
     std::thread answering([&] { Answer(server, kRejected); });
-    EXPECT_EQ(Claim(kPatient), Instance::Claim::kFailed);
+    EXPECT_EQ(Claim(kLongTimeout), Instance::Claim::kFailed);
     answering.join();
     EXPECT_THAT(m_Log.Messages(), ElementsAre(EndsWith("rejects the launch request; see its log")));
 }
 
-TEST_F(InstanceTest, SilentOwnerIsNotWaitedForEver) {
+TEST_F(InstanceTest, ReportsOwnerThatDoesNotAnswer) {
     Instance owner(m_Folder, "files");
-    owner.ClaimOrHandOver({}, kImpatient);
+    owner.ClaimOrHandOver({}, kShortTimeout);
     const Socket server = Socket::ListenAsOwner(owner.SocketPath());
     const auto start = std::chrono::steady_clock::now();
-    EXPECT_EQ(Claim(kImpatient), Instance::Claim::kFailed);
-    EXPECT_GE(std::chrono::steady_clock::now() - start, kImpatient);
+    EXPECT_EQ(Claim(kShortTimeout), Instance::Claim::kFailed);
+    EXPECT_GE(std::chrono::steady_clock::now() - start, kShortTimeout);
     EXPECT_THAT(m_Log.Messages(),
                 ElementsAre("the running quorvel (process " + std::to_string(getpid()) +
                             ") does not answer; end that process and try again"));
 }
 
-TEST_F(InstanceTest, OwnerThatDoesNotListenYetIsWaitedFor) {
+TEST_F(InstanceTest, WaitsUntilOwnerListens) {
     Instance owner(m_Folder, "files");
-    owner.ClaimOrHandOver({}, kImpatient);
+    owner.ClaimOrHandOver({}, kShortTimeout);
     Instance::Claim claim = Instance::Claim::kFailed;
-    std::thread second([&] { claim = Claim(kPatient); });
+    std::thread second([&] { claim = Claim(kLongTimeout); });
     const Socket server = Socket::ListenAsOwner(owner.SocketPath());
     Answer(server, kAccepted);
     second.join();
     EXPECT_EQ(claim, Instance::Claim::kHandedOver);
 }
 
-TEST_F(InstanceTest, OwnerThatGoesWithoutAnAnswerIsSucceeded) {
+TEST_F(InstanceTest, ReplacesOwnerThatEndsWithoutAnswer) {
     auto owner = std::make_unique<Instance>(m_Folder, "files");
-    owner->ClaimOrHandOver({}, kImpatient);
+    owner->ClaimOrHandOver({}, kShortTimeout);
     auto server = std::make_unique<Socket>(Socket::ListenAsOwner(owner->SocketPath()));
     std::thread ending([&] {
         server->Accept().Receive(1000);
         server.reset();
         owner.reset();
     });
-    EXPECT_EQ(Claim(kPatient), Instance::Claim::kOwner);
+    EXPECT_EQ(Claim(kLongTimeout), Instance::Claim::kOwner);
     ending.join();
 }
 
 TEST_F(InstanceTest, HandsOverLongestRequest) {
     Instance owner(m_Folder, "files");
-    owner.ClaimOrHandOver({}, kImpatient);
+    owner.ClaimOrHandOver({}, kShortTimeout);
     const Socket server = Socket::ListenAsOwner(owner.SocketPath());
     m_Request["A"] = std::string(kMaxRequestBytes - 3, 'x');
     std::string received;
     std::thread answering([&] { received = Answer(server, kAccepted); });
-    EXPECT_EQ(Claim(kPatient), Instance::Claim::kHandedOver);
+    EXPECT_EQ(Claim(kLongTimeout), Instance::Claim::kHandedOver);
     answering.join();
     EXPECT_EQ(received, EncodeRequest(m_Request));
 }
 
-TEST_F(InstanceTest, RequestThatIsTooLongIsTold) {
+TEST_F(InstanceTest, RejectsTooLongRequest) {
     m_Request["A"] = std::string(kMaxRequestBytes, 'x');
-    EXPECT_EQ(Claim(kPatient), Instance::Claim::kFailed);
+    EXPECT_EQ(Claim(kLongTimeout), Instance::Claim::kFailed);
     EXPECT_THAT(m_Log.Messages(),
                 ElementsAre("launch request: longer than 65536 bytes; pass shorter values"));
 }
 
-TEST_F(InstanceTest, FolderWithoutAccessIsTold) {
+TEST_F(InstanceTest, ReportsInaccessibleFolder) {
     m_Folder = "/dev/null";
-    EXPECT_EQ(Claim(kPatient), Instance::Claim::kFailed);
+    EXPECT_EQ(Claim(kLongTimeout), Instance::Claim::kFailed);
     EXPECT_THAT(m_Log.Messages(), ElementsAre(StartsWith("cannot lock /dev/null/lock")));
 }
 
-TEST_F(InstanceTest, LockIsNotFollowedThroughALink) {
+TEST_F(InstanceTest, RejectsSymbolicLinkAsLock) {
     std::filesystem::create_symlink(m_Folders.Root() / "elsewhere", m_Folder + "/lock");
-    EXPECT_EQ(Claim(kPatient), Instance::Claim::kFailed);
+    EXPECT_EQ(Claim(kLongTimeout), Instance::Claim::kFailed);
     EXPECT_FALSE(std::filesystem::exists(m_Folders.Root() / "elsewhere"));
 }
 

@@ -14,8 +14,9 @@ using testing::Pair;
 
 namespace {
 
-// Reads the arguments after the program's name; stranger is the one of another form, or empty.
-KeyValues Read(std::vector<std::string> arguments, std::string* stranger = nullptr) {
+// Reads the arguments after the program name. Sets invalid to the argument of another form, or to
+// an empty string.
+KeyValues Read(std::vector<std::string> arguments, std::string* invalid = nullptr) {
     arguments.insert(arguments.begin(), "quorvel");
     std::vector<char*> pointers;
     pointers.reserve(arguments.size());
@@ -24,43 +25,43 @@ KeyValues Read(std::vector<std::string> arguments, std::string* stranger = nullp
     }
     KeyValues values;
     const char* found = ReadArguments(static_cast<int>(pointers.size()), pointers.data(), values);
-    if (stranger != nullptr) {
-        *stranger = found == nullptr ? "" : found;
+    if (invalid != nullptr) {
+        *invalid = found == nullptr ? "" : found;
     } else {
         EXPECT_EQ(found, nullptr);
     }
     return values;
 }
 
-TEST(LaunchRequestTest, NoArgumentsAreAnEmptyRequest) {
+TEST(LaunchRequestTest, ReadsNoArgumentsAsEmptyRequest) {
     EXPECT_THAT(Read({}), IsEmpty());
 }
 
-TEST(LaunchRequestTest, KeyEndsAtTheFirstEqualsSign) {
+TEST(LaunchRequestTest, SplitsAtFirstEqualsSign) {
     EXPECT_THAT(Read({"A=1", "B=x=y", "C="}),
                 ElementsAre(Pair("A", "1"), Pair("B", "x=y"), Pair("C", "")));
 }
 
-TEST(LaunchRequestTest, LastOfEqualKeysCounts) {
+TEST(LaunchRequestTest, KeepsLastOfEqualKeys) {
     EXPECT_THAT(Read({"A=1", "A=2"}), ElementsAre(Pair("A", "2")));
 }
 
-TEST(LaunchRequestTest, ArgumentOfAnotherFormIsNamedAndNothingIsRead) {
-    std::string stranger;
-    EXPECT_THAT(Read({"A=1", "--help"}, &stranger), IsEmpty());
-    EXPECT_EQ(stranger, "--help");
-    EXPECT_THAT(Read({"=1"}, &stranger), IsEmpty());
-    EXPECT_EQ(stranger, "=1");
+TEST(LaunchRequestTest, ReturnsInvalidArgument) {
+    std::string invalid;
+    EXPECT_THAT(Read({"A=1", "--help"}, &invalid), IsEmpty());
+    EXPECT_EQ(invalid, "--help");
+    EXPECT_THAT(Read({"=1"}, &invalid), IsEmpty());
+    EXPECT_EQ(invalid, "=1");
 }
 
-TEST(LaunchRequestTest, BundleBelongsToTheRequest) {
+TEST(LaunchRequestTest, ReturnsBundleOfRequest) {
     app_control_s request{{{{"EXEPARAM", "CLOSE"}}}};
     bundle* values = nullptr;
     ASSERT_EQ(app_control_to_bundle(&request, &values), APP_CONTROL_ERROR_NONE);
     EXPECT_EQ(values, &request.request);
 }
 
-TEST(LaunchRequestTest, NullInsteadOfARequestIsAnError) {
+TEST(LaunchRequestTest, RejectsNullRequest) {
     app_control_s request{};
     bundle untouched{};
     bundle* values = &untouched;
@@ -69,7 +70,7 @@ TEST(LaunchRequestTest, NullInsteadOfARequestIsAnError) {
     EXPECT_EQ(values, &untouched);
 }
 
-TEST(LaunchRequestTest, ValueIsTheBundles) {
+TEST(LaunchRequestTest, ReturnsValueOfBundle) {
     bundle values{{{"EXEPARAM", "CLOSE"}}};
     char* value = nullptr;
     ASSERT_EQ(bundle_get_str(&values, "EXEPARAM", &value), BUNDLE_ERROR_NONE);
@@ -77,7 +78,7 @@ TEST(LaunchRequestTest, ValueIsTheBundles) {
     EXPECT_STREQ(value, "CLOSE");
 }
 
-TEST(LaunchRequestTest, MissingKeyLeavesTheValueAlone) {
+TEST(LaunchRequestTest, KeepsPointerForMissingKey) {
     bundle values{{{"EXEPARAM", "CLOSE"}}};
     char before = 'x';
     char* value = &before;
@@ -85,7 +86,7 @@ TEST(LaunchRequestTest, MissingKeyLeavesTheValueAlone) {
     EXPECT_EQ(value, &before);
 }
 
-TEST(LaunchRequestTest, NullInsteadOfABundleIsAnError) {
+TEST(LaunchRequestTest, RejectsNullBundle) {
     bundle values{};
     char* value = nullptr;
     EXPECT_EQ(bundle_get_str(nullptr, "A", &value), BUNDLE_ERROR_INVALID_PARAMETER);

@@ -1,5 +1,3 @@
-// The owner's end of the socket, with senders of all kinds.
-
 #include "lifecycle/request_server.h"
 
 #include <gmock/gmock.h>
@@ -35,7 +33,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr uid_t kSomebodyElse = 12345;
+constexpr uid_t kOtherUser = 12345;
 
 class RequestServerTest : public testing::Test {
 protected:
@@ -50,24 +48,24 @@ protected:
         ASSERT_TRUE(m_Server->Listen());
     }
 
-    // Turns the main loop until the condition holds.
-    static bool Turn(const std::function<bool()>& condition) {
+    // Runs the main loop until the condition is true. Returns false after kLongEnough.
+    static bool RunLoopUntil(const std::function<bool()>& condition) {
         return Await([&] {
             ecore_main_loop_iterate();
             return condition();
         });
     }
 
-    bool TurnUntilLogged(std::size_t lines) const {
-        return Turn([&] { return m_Log.Messages().size() >= lines; });
+    bool RunLoopUntilLogged(std::size_t lines) const {
+        return RunLoopUntil([&] { return m_Log.Messages().size() >= lines; });
     }
 
-    // A good request still gets through.
-    void ExpectToServe() {
+    // Expects that the server receives and answers a valid request.
+    void ExpectDelivery() {
         const std::size_t before = m_Requests.size();
         const Socket sender = Socket::Connect(m_Path);
-        sender.Send(EncodeRequest({{"GOOD", "1"}}));
-        ASSERT_TRUE(Turn([&] { return m_Requests.size() > before; }));
+        sender.Send(EncodeRequest({{"VALID", "1"}}));
+        ASSERT_TRUE(RunLoopUntil([&] { return m_Requests.size() > before; }));
         m_Server->Accept(m_Senders.back());
         EXPECT_EQ(sender.Receive(), std::string(1, kAccepted));
     }
@@ -84,48 +82,48 @@ protected:
     std::vector<RequestServer::Sender> m_Senders;
 };
 
-TEST_F(RequestServerTest, SenderIsAnsweredWhenItsRequestWasDelivered) {
+TEST_F(RequestServerTest, AnswersSenderAfterDelivery) {
     Listen();
-    ExpectToServe();
-    EXPECT_THAT(m_Requests, ElementsAre(KeyValues{{"GOOD", "1"}}));
+    ExpectDelivery();
+    EXPECT_THAT(m_Requests, ElementsAre(KeyValues{{"VALID", "1"}}));
     EXPECT_THAT(m_Log.Messages(), IsEmpty());
 }
 
-TEST_F(RequestServerTest, SocketIsTheUsersAlone) {
+TEST_F(RequestServerTest, RestrictsSocketToUser) {
     Listen();
     struct stat status {};
     ASSERT_EQ(stat(m_Path.c_str(), &status), 0);
     EXPECT_EQ(status.st_mode & 0777U, 0600U);
 }
 
-// Should the folder and the socket ever let him in.
-TEST_F(RequestServerTest, SenderOfSomebodyElseIsRefusedWithOneLine) {
+// Makes the folders and the socket accessible to the other user.
+TEST_F(RequestServerTest, RejectsSenderOfOtherUser) {
     if (geteuid() != 0) {
-        GTEST_SKIP() << "only root can be somebody else";
+        GTEST_SKIP() << "only root can become another user";
     }
     Listen();
     for (const fs::path& folder : {m_Folders.Root(), m_Folders.Root() / "run"}) {
         ASSERT_EQ(chmod(folder.c_str(), 0711), 0);
     }
     ASSERT_EQ(chmod(m_Path.c_str(), 0666), 0);
-    ASSERT_EQ(seteuid(kSomebodyElse), 0);
+    ASSERT_EQ(seteuid(kOtherUser), 0);
     const Socket sender = Socket::Connect(m_Path);
     ASSERT_EQ(seteuid(0), 0);
-    ASSERT_TRUE(TurnUntilLogged(1));
+    ASSERT_TRUE(RunLoopUntilLogged(1));
     EXPECT_EQ(sender.Receive(), std::string(1, kRejected));
     EXPECT_THAT(m_Log.Messages(),
                 ElementsAre("launch request rejected: the sender is another user"));
-    ExpectToServe();
+    ExpectDelivery();
 }
 
-TEST_F(RequestServerTest, SocketOfADeadOwnerIsReplaced) {
+TEST_F(RequestServerTest, ReplacesSocketOfEndedOwner) {
     Socket::ListenAsOwner(m_Path);
     ASSERT_TRUE(fs::exists(m_Path));
     Listen();
-    ExpectToServe();
+    ExpectDelivery();
 }
 
-TEST_F(RequestServerTest, PlaceThatCannotBeListenedOnIsTold) {
+TEST_F(RequestServerTest, ReportsUnusablePath) {
     RequestServer server("/dev/null/socket", [](KeyValues, RequestServer::Sender) {});
     EXPECT_FALSE(server.Listen());
     EXPECT_THAT(m_Log.Messages(),
@@ -137,111 +135,111 @@ TEST_F(RequestServerTest, ReceivesLongestRequest) {
     const KeyValues longest{{"A", std::string(kMaxRequestBytes - 3, 'x')}};
     const Socket sender = Socket::Connect(m_Path);
     sender.Send(EncodeRequest(longest));
-    ASSERT_TRUE(Turn([&] { return !m_Requests.empty(); }));
+    ASSERT_TRUE(RunLoopUntil([&] { return !m_Requests.empty(); }));
     EXPECT_EQ(m_Requests.front(), longest);
 }
 
-TEST_F(RequestServerTest, GarbageIsRefusedWithOneLine) {
+TEST_F(RequestServerTest, RejectsInvalidMessage) {
     Listen();
     const Socket sender = Socket::Connect(m_Path);
     sender.Send("GET / HTTP/1.1\r\n\r\n");
-    EXPECT_TRUE(TurnUntilLogged(1));
+    EXPECT_TRUE(RunLoopUntilLogged(1));
     EXPECT_EQ(sender.Receive(), std::string(1, kRejected));
-    ExpectToServe();
+    ExpectDelivery();
     EXPECT_THAT(m_Log.Messages(), ElementsAre("launch request rejected: invalid message"));
 }
 
-TEST_F(RequestServerTest, TooLongMessageIsRefusedWithOneLine) {
+TEST_F(RequestServerTest, RejectsTooLongMessage) {
     Listen();
     const Socket sender = Socket::Connect(m_Path);
-    // Valid but for its length.
+    // Only the length is invalid.
     const std::string entry = std::string("A=\0", 3);
     std::string message = EncodeRequest({});
     while (message.size() <= kMaxMessageBytes) {
         message += entry;
     }
     sender.Send(message);
-    EXPECT_TRUE(TurnUntilLogged(1));
+    EXPECT_TRUE(RunLoopUntilLogged(1));
     EXPECT_EQ(sender.Receive(), std::string(1, kRejected));
-    ExpectToServe();
+    ExpectDelivery();
     EXPECT_THAT(m_Log.Messages(), ElementsAre("launch request rejected: invalid message"));
 }
 
-TEST_F(RequestServerTest, OnlyOneMessageOfAConnectionCounts) {
+TEST_F(RequestServerTest, ReceivesOneMessagePerConnection) {
     Listen();
     const Socket sender = Socket::Connect(m_Path);
     sender.Send(EncodeRequest({{"A", "1"}}));
-    ASSERT_TRUE(Turn([&] { return m_Requests.size() == 1; }));
+    ASSERT_TRUE(RunLoopUntil([&] { return m_Requests.size() == 1; }));
     sender.Send(EncodeRequest({{"A", "2"}}));
-    ExpectToServe();
+    ExpectDelivery();
     EXPECT_THAT(m_Requests, SizeIs(2));
     EXPECT_THAT(m_Log.Messages(), IsEmpty());
 }
 
-TEST_F(RequestServerTest, EarlyEndIsDroppedWithOneLine) {
+TEST_F(RequestServerTest, LogsEarlyExitOfSender) {
     Listen();
     Socket::Connect(m_Path);
-    EXPECT_TRUE(TurnUntilLogged(1));
-    ExpectToServe();
+    EXPECT_TRUE(RunLoopUntilLogged(1));
+    ExpectDelivery();
     EXPECT_THAT(m_Log.Messages(), ElementsAre("launch request rejected: the sender exited early"));
 }
 
-TEST_F(RequestServerTest, SenderThatStopsIsDroppedAfterAWhile) {
+TEST_F(RequestServerTest, RejectsSenderAfterTimeout) {
     Listen(0.1);
     const Socket sender = Socket::Connect(m_Path);
-    EXPECT_TRUE(TurnUntilLogged(1));
+    EXPECT_TRUE(RunLoopUntilLogged(1));
     EXPECT_EQ(sender.Receive(), std::string(1, kRejected));
-    ExpectToServe();
+    ExpectDelivery();
     EXPECT_THAT(m_Log.Messages(), ElementsAre("launch request rejected: no message in time"));
 }
 
-TEST_F(RequestServerTest, TooManyAtOnceAreRefused) {
+TEST_F(RequestServerTest, RejectsTooManySenders) {
     Listen();
     std::vector<Socket> idle;
     idle.reserve(65);
     for (int i = 0; i < 65; ++i) {
         idle.push_back(Socket::Connect(m_Path));
     }
-    EXPECT_TRUE(TurnUntilLogged(1));
+    EXPECT_TRUE(RunLoopUntilLogged(1));
     EXPECT_THAT(m_Log.Messages(),
                 ElementsAre("launch request rejected: more than 64 senders at once"));
     idle.clear();
-    EXPECT_TRUE(TurnUntilLogged(65));
-    ExpectToServe();
+    EXPECT_TRUE(RunLoopUntilLogged(65));
+    ExpectDelivery();
 }
 
-TEST_F(RequestServerTest, SenderThatHasGoneIsNoError) {
+TEST_F(RequestServerTest, ReceivesRequestOfExitedSender) {
     Listen();
     Socket::Connect(m_Path).Send(EncodeRequest({{"A", "1"}}));
-    ASSERT_TRUE(Turn([&] { return !m_Requests.empty(); }));
+    ASSERT_TRUE(RunLoopUntil([&] { return !m_Requests.empty(); }));
     m_Server->Accept(m_Senders.back());
-    ExpectToServe();
+    ExpectDelivery();
     EXPECT_THAT(m_Log.Messages(), IsEmpty());
 }
 
-TEST_F(RequestServerTest, UnansweredSenderSeesTheEnd) {
+TEST_F(RequestServerTest, ClosesUnansweredConnections) {
     Listen();
     const Socket sender = Socket::Connect(m_Path);
     sender.Send(EncodeRequest({{"A", "1"}}));
-    ASSERT_TRUE(Turn([&] { return !m_Requests.empty(); }));
+    ASSERT_TRUE(RunLoopUntil([&] { return !m_Requests.empty(); }));
     m_Server->Close();
     EXPECT_EQ(sender.Receive(), "");
     EXPECT_FALSE(fs::exists(m_Path));
 }
 
-TEST_F(RequestServerTest, ConnectionsLeaveNothingOpen) {
+TEST_F(RequestServerTest, ClosesFilesOfAnsweredConnections) {
     Listen();
-    const auto serveBoth = [this] {
+    const auto sendBoth = [this] {
         const std::size_t lines = m_Log.Messages().size();
         Socket::Connect(m_Path).Send("garbage");
-        EXPECT_TRUE(TurnUntilLogged(lines + 1));
-        ExpectToServe();
+        EXPECT_TRUE(RunLoopUntilLogged(lines + 1));
+        ExpectDelivery();
     };
-    // The first time also opens what stays open, as the log file.
-    serveBoth();
+    // The first call also opens files that stay open, such as the log file.
+    sendBoth();
     const std::ptrdiff_t before = OpenFiles();
     for (int i = 0; i < 20; ++i) {
-        serveBoth();
+        sendBoth();
     }
     EXPECT_EQ(OpenFiles(), before);
 }

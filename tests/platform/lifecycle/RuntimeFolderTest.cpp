@@ -17,7 +17,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr uid_t kSomebodyElse = 12345;
+constexpr uid_t kOtherUser = 12345;
 
 class RuntimeFolderTest : public testing::Test {
 protected:
@@ -33,8 +33,8 @@ protected:
 
     std::string Folder() { return RuntimeFolder(m_Why, m_Folders.Root() / "sessions"); }
 
-    // What the system keeps for the user's session, with or without the variable.
-    fs::path MakeSessionOfTheSystem() const {
+    // Creates the folder that the system provides for the session of the user.
+    fs::path CreateSystemFolder() const {
         fs::path session = m_Folders.Root() / "sessions" / std::to_string(geteuid());
         fs::create_directories(session);
         SetMode(session, 0700);
@@ -49,91 +49,91 @@ protected:
     std::string m_Why;
 };
 
-TEST_F(RuntimeFolderTest, LiesInTheFolderOfTheSession) {
+TEST_F(RuntimeFolderTest, UsesSessionFolder) {
     EXPECT_EQ(Folder(), m_Session / "quorvel");
     EXPECT_EQ(ModeOf(m_Session / "quorvel"), 0700);
-    EXPECT_EQ(Folder(), m_Session / "quorvel") << "the second time";
+    EXPECT_EQ(Folder(), m_Session / "quorvel") << "existing folder";
 }
 
-TEST_F(RuntimeFolderTest, WithoutASessionItLiesWithTheTemporaryFiles) {
-    const ScopedVariable none("XDG_RUNTIME_DIR", {});
+TEST_F(RuntimeFolderTest, UsesTemporaryFolderWithoutSession) {
+    const ScopedVariable unset("XDG_RUNTIME_DIR", {});
     EXPECT_EQ(Folder(), m_Fallback);
     EXPECT_EQ(ModeOf(m_Fallback), 0700);
 }
 
-// So that a program that cron or ssh starts finds the one on the user's screen.
-TEST_F(RuntimeFolderTest, WithoutTheVariableTheSystemsFolderOfTheSessionIsUsed) {
-    const fs::path session = MakeSessionOfTheSystem();
-    const ScopedVariable none("XDG_RUNTIME_DIR", {});
+// A program that cron or ssh starts must find the owner on the user's screen.
+TEST_F(RuntimeFolderTest, FindsSessionFolderWithoutVariable) {
+    const fs::path session = CreateSystemFolder();
+    const ScopedVariable unset("XDG_RUNTIME_DIR", {});
     EXPECT_EQ(Folder(), session / "quorvel");
     EXPECT_EQ(ModeOf(session / "quorvel"), 0700);
     SetMode(session, 0755);
     EXPECT_EQ(Folder(), m_Fallback);
 }
 
-TEST_F(RuntimeFolderTest, VariableGoesBeforeTheSystemsFolderOfTheSession) {
-    MakeSessionOfTheSystem();
+TEST_F(RuntimeFolderTest, PrefersVariableToSystemFolder) {
+    CreateSystemFolder();
     EXPECT_EQ(Folder(), m_Session / "quorvel");
     SetMode(m_Session, 0770);
     EXPECT_EQ(Folder(), m_Fallback);
 }
 
-TEST_F(RuntimeFolderTest, SystemsFolderOfTheSessionMustBeTheUsers) {
-    const fs::path session = MakeSessionOfTheSystem();
-    if (chown(session.c_str(), kSomebodyElse, kSomebodyElse) != 0) {
-        GTEST_SKIP() << "only root can give a folder away";
+TEST_F(RuntimeFolderTest, IgnoresSystemFolderOfOtherUser) {
+    const fs::path session = CreateSystemFolder();
+    if (chown(session.c_str(), kOtherUser, kOtherUser) != 0) {
+        GTEST_SKIP() << "only root can change the owner of a folder";
     }
-    const ScopedVariable none("XDG_RUNTIME_DIR", {});
+    const ScopedVariable unset("XDG_RUNTIME_DIR", {});
     EXPECT_EQ(Folder(), m_Fallback);
 }
 
-TEST_F(RuntimeFolderTest, SessionFolderMustBeAbsoluteAndThere) {
+TEST_F(RuntimeFolderTest, IgnoresRelativeOrMissingSessionFolder) {
     const ScopedVariable relative("XDG_RUNTIME_DIR", "run");
     EXPECT_EQ(Folder(), m_Fallback);
     const ScopedVariable missing("XDG_RUNTIME_DIR", m_Folders.Root() / "missing");
     EXPECT_EQ(Folder(), m_Fallback);
 }
 
-TEST_F(RuntimeFolderTest, SessionFolderOpenToOthersIsNotUsed) {
+TEST_F(RuntimeFolderTest, IgnoresSessionFolderOpenToOthers) {
     SetMode(m_Session, 0770);
     EXPECT_EQ(Folder(), m_Fallback);
 }
 
-TEST_F(RuntimeFolderTest, SessionFolderOfSomebodyElseIsNotUsed) {
-    if (chown(m_Session.c_str(), kSomebodyElse, kSomebodyElse) != 0) {
-        GTEST_SKIP() << "only root can give a folder away";
+TEST_F(RuntimeFolderTest, IgnoresSessionFolderOfOtherUser) {
+    if (chown(m_Session.c_str(), kOtherUser, kOtherUser) != 0) {
+        GTEST_SKIP() << "only root can change the owner of a folder";
     }
     EXPECT_EQ(Folder(), m_Fallback);
 }
 
-TEST_F(RuntimeFolderTest, PathTooLongForASocketIsNotUsed) {
+TEST_F(RuntimeFolderTest, IgnoresPathTooLongForSocket) {
     const fs::path session = m_Session / std::string(80, 'x');
     fs::create_directory(session);
     SetMode(session, 0700);
-    const ScopedVariable longer("XDG_RUNTIME_DIR", session);
+    const ScopedVariable longPath("XDG_RUNTIME_DIR", session);
     EXPECT_EQ(Folder(), m_Fallback);
 }
 
-TEST_F(RuntimeFolderTest, FallbackOpenToOthersIsRefused) {
-    const ScopedVariable none("XDG_RUNTIME_DIR", {});
+TEST_F(RuntimeFolderTest, RejectsTemporaryFolderOpenToOthers) {
+    const ScopedVariable unset("XDG_RUNTIME_DIR", {});
     fs::create_directory(m_Fallback);
     SetMode(m_Fallback, 0777);
     EXPECT_THAT(Folder(), IsEmpty());
     EXPECT_THAT(m_Why, HasSubstr(m_Fallback.string()));
 }
 
-TEST_F(RuntimeFolderTest, FallbackThatSomebodyLaidAsALinkIsRefused) {
-    const ScopedVariable none("XDG_RUNTIME_DIR", {});
+TEST_F(RuntimeFolderTest, RejectsSymbolicLinkAsTemporaryFolder) {
+    const ScopedVariable unset("XDG_RUNTIME_DIR", {});
     fs::create_directory_symlink(m_Session, m_Fallback);
     EXPECT_THAT(Folder(), IsEmpty());
 }
 
-TEST_F(RuntimeFolderTest, FallbackOfSomebodyElseIsRefused) {
-    const ScopedVariable none("XDG_RUNTIME_DIR", {});
+TEST_F(RuntimeFolderTest, RejectsTemporaryFolderOfOtherUser) {
+    const ScopedVariable unset("XDG_RUNTIME_DIR", {});
     fs::create_directory(m_Fallback);
     SetMode(m_Fallback, 0700);
-    if (chown(m_Fallback.c_str(), kSomebodyElse, kSomebodyElse) != 0) {
-        GTEST_SKIP() << "only root can give a folder away";
+    if (chown(m_Fallback.c_str(), kOtherUser, kOtherUser) != 0) {
+        GTEST_SKIP() << "only root can change the owner of a folder";
     }
     EXPECT_THAT(Folder(), IsEmpty());
 }

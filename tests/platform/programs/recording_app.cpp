@@ -1,8 +1,8 @@
-// An application that writes down what the platform calls: "<process> create" and so on, a line
-// each, into the file $RECORD. Its requests: EXEPARAM=CLOSE ends it as the application does,
-// MINIMISE, RESTORE and QUIT do with the window what a user does, THROW lets an exception go,
-// COPY_AND_CLOSE ends it while a log copy waits for a line from the standard input, WAIT waits for
-// one itself.
+// An application that records the calls of the platform in the file $RECORD, one line for each,
+// such as "<process> create". The value of EXEPARAM in a launch request is a command: CLOSE ends
+// the program as the application does. MINIMISE, RESTORE and QUIT act on the window as a user does.
+// THROW throws an exception. WAIT waits for a line of input. COPY_AND_CLOSE ends the program while
+// a log copy waits for a line of input.
 
 #include <Ecore_X.h>
 #include <Elementary.h>
@@ -37,12 +37,12 @@ void Record(const std::string& event) {
     close(file);
 }
 
-// Every callback has to get the pointer that ui_app_main was given.
+// Each callback must receive the data pointer of ui_app_main.
 void Record(const std::string& event, const void* data) {
     Record(event + (data == &g_Window ? "" : " with other data"));
 }
 
-// The window manager has taken the window in.
+// The window has the focus, so the window manager manages it.
 Eina_Bool OnFocus(void*, int, void*) {
     Record("focused");
     return ECORE_CALLBACK_PASS_ON;
@@ -50,7 +50,7 @@ Eina_Bool OnFocus(void*, int, void*) {
 
 bool Create(void* data) {
     Record("create", data);
-    if (IsSet("REFUSE_CREATE")) {
+    if (IsSet("FAIL_CREATE")) {
         return false;
     }
     if (IsSet("NO_WINDOW")) {
@@ -79,7 +79,7 @@ void Resume(void* data) {
     Record("resume", data);
 }
 
-quorvel::desktop::UsbStorage StorageOnceReleased() {
+quorvel::desktop::UsbStorage StorageAfterInput() {
     Record("copy");
     std::string line;
     std::getline(std::cin, line);
@@ -89,7 +89,7 @@ quorvel::desktop::UsbStorage StorageOnceReleased() {
 void Copy() {
     quorvel::desktop::FileIo io;
     quorvel::desktop::RunLogCopy(
-        {io, StorageOnceReleased, [](bool, const std::string&) { Record("copied"); }}, {});
+        {io, StorageAfterInput, [](bool, const std::string&) { Record("copied"); }}, {});
 }
 
 void Obey(const std::string& command) {
@@ -137,6 +137,6 @@ void Control(app_control_h request, void* data) {
 int main(int argc, char** argv) {
     ui_app_lifecycle_callback_s callbacks{Create, Terminate, Pause, Resume, Control};
     const int result = ui_app_main(argc, argv, &callbacks, &g_Window);
-    Record(result == APP_ERROR_NONE ? "end" : "end with an error");
+    Record(result == APP_ERROR_NONE ? "exit" : "exit with an error");
     return result == APP_ERROR_NONE ? 0 : 1;
 }

@@ -1,4 +1,4 @@
-// What a window manager does to the program: minimise, restore, close.
+// An application whose window is minimised, restored and closed by a window manager.
 
 #include <csignal>
 #include <memory>
@@ -11,13 +11,13 @@ using testing::ElementsAre;
 
 namespace {
 
-class WindowLifeCycleTest : public RecordedApp {
+class MainLoopWindowTest : public RecordedApp {
 protected:
     void SetUp() override {
         m_Display = {{"ELM_DISPLAY", ""}, {"DISPLAY", m_Server.Display()}};
         ASSERT_NE(m_Display["DISPLAY"], "");
         m_Manager = std::make_unique<ChildProgram>(m_Folders, "openbox", Arguments{}, m_Display);
-        // A window that is there before its manager would not get the focus.
+        // A window that opens before the manager runs does not get the focus.
         ASSERT_TRUE(Await([this] { return IsManaged(); }));
         m_App = Start({}, m_Display);
         ASSERT_TRUE(AwaitEvent("focused"));
@@ -29,12 +29,12 @@ protected:
         return probe.Exit() == 0 && probe.Output().find("window id") != std::string::npos;
     }
 
-    // Has the program do this to its window.
+    // Sends the program a command for its window, see recording_app.
     void Do(const std::string& command) const {
         EXPECT_EQ(Run({"EXEPARAM=" + command}, m_Display), 0);
     }
 
-    // What came after the start, which is the same each time.
+    // The events without the three events of the start.
     std::vector<Event> EventsSinceStart() const {
         std::vector<Event> events;
         for (const Event& event : Events(*m_App)) {
@@ -51,7 +51,7 @@ protected:
     std::unique_ptr<ChildProgram> m_App;
 };
 
-TEST_F(WindowLifeCycleTest, MinimiseAndRestoreArePauseAndResume) {
+TEST_F(MainLoopWindowTest, CallsPauseAndResumeOnMinimiseAndRestore) {
     Do("MINIMISE");
     ASSERT_TRUE(AwaitEvent("pause"));
     Do("RESTORE");
@@ -59,21 +59,21 @@ TEST_F(WindowLifeCycleTest, MinimiseAndRestoreArePauseAndResume) {
     Do("CLOSE");
     EXPECT_EQ(m_App->Exit(), 0);
     EXPECT_THAT(EventsSinceStart(), ElementsAre("control MINIMISE", "pause", "control RESTORE",
-                                                "resume", "control CLOSE", "terminate", "end"));
+                                                "resume", "control CLOSE", "terminate", "exit"));
 }
 
-TEST_F(WindowLifeCycleTest, ClosingTheWindowEndsTheProgram) {
+TEST_F(MainLoopWindowTest, TerminatesWhenWindowCloses) {
     Do("QUIT");
     EXPECT_EQ(m_App->Exit(), 0);
-    EXPECT_THAT(EventsSinceStart(), ElementsAre("control QUIT", "terminate", "end"));
+    EXPECT_THAT(EventsSinceStart(), ElementsAre("control QUIT", "terminate", "exit"));
 }
 
-TEST_F(WindowLifeCycleTest, EndWhileMinimisedBringsNoResume) {
+TEST_F(MainLoopWindowTest, CallsNoResumeOnShutdownWhileMinimised) {
     Do("MINIMISE");
     ASSERT_TRUE(AwaitEvent("pause"));
     m_App->Signal(SIGTERM);
     EXPECT_EQ(m_App->Exit(), 0);
-    EXPECT_THAT(EventsSinceStart(), ElementsAre("control MINIMISE", "pause", "terminate", "end"));
+    EXPECT_THAT(EventsSinceStart(), ElementsAre("control MINIMISE", "pause", "terminate", "exit"));
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-// Several programs of one user at once.
+// The owner and second programs as processes.
 
 #include <sys/stat.h>
 
@@ -18,7 +18,7 @@ using testing::SizeIs;
 
 namespace {
 
-class OneInstanceTest : public RecordedApp {
+class InstanceProgramTest : public RecordedApp {
 protected:
     std::unique_ptr<ChildProgram> StartOwner() const {
         auto owner = Start();
@@ -27,37 +27,37 @@ protected:
     }
 };
 
-TEST_F(OneInstanceTest, SecondProgramHandsItsRequestOver) {
+TEST_F(InstanceProgramTest, HandsOverRequestOfSecondProgram) {
     const auto owner = StartOwner();
     const auto second = Start({"NAME=second"});
     EXPECT_EQ(second->Exit(), 0);
     EXPECT_THAT(Events(*owner), ElementsAre("create", "control ", "control second"));
-    EXPECT_THAT(Events(*second), ElementsAre("end"));
+    EXPECT_THAT(Events(*second), ElementsAre("exit"));
 }
 
-TEST_F(OneInstanceTest, CloseRequestClosesTheRunningOne) {
+TEST_F(InstanceProgramTest, ClosesOwnerOnCloseRequest) {
     const auto owner = StartOwner();
     EXPECT_EQ(Run({"EXEPARAM=CLOSE"}), 0);
     EXPECT_EQ(owner->Exit(), 0);
     EXPECT_THAT(Events(*owner),
-                ElementsAre("create", "control ", "control CLOSE", "terminate", "end"));
+                ElementsAre("create", "control ", "control CLOSE", "terminate", "exit"));
 }
 
-TEST_F(OneInstanceTest, SecondProgramWaitsUntilControlHasHadItsRequest) {
+TEST_F(InstanceProgramTest, WaitsUntilControlReturns) {
     const auto owner = StartOwner();
     const auto second = Start({"EXEPARAM=WAIT"});
     ASSERT_TRUE(AwaitEvent("control WAIT"));
-    EXPECT_FALSE(Await([this] { return Count("end") > 0; }, std::chrono::milliseconds(300)));
+    EXPECT_FALSE(Await([this] { return Count("exit") > 0; }, std::chrono::milliseconds(300)));
     owner->Proceed();
     EXPECT_EQ(second->Exit(), 0);
 }
 
-// Both are there when the program goes on, and are read in the same turn of its main loop.
-TEST_F(OneInstanceTest, NothingIsDeliveredAfterARequestThatEndsTheLoop) {
+// The owner reads both requests in the same iteration of its main loop.
+TEST_F(InstanceProgramTest, DeliversNothingAfterCloseRequest) {
     const auto owner = StartOwner();
     const Socket first = Socket::Connect(m_Folders.Socket());
     const Socket second = Socket::Connect(m_Folders.Socket());
-    // It comes later than they do, so they are connected afterwards.
+    // The owner accepts connections in order. After this request it has accepted both senders.
     EXPECT_EQ(Run({"NAME=third"}), 0);
     owner->Stop();
     for (const Socket* sender : {&first, &second}) {
@@ -66,17 +66,17 @@ TEST_F(OneInstanceTest, NothingIsDeliveredAfterARequestThatEndsTheLoop) {
     owner->Signal(SIGCONT);
     EXPECT_EQ(owner->Exit(), 0);
     EXPECT_THAT(Events(*owner), ElementsAre("create", "control ", "control third", "control CLOSE",
-                                            "terminate", "end"));
-    EXPECT_EQ((first.Receive() + second.Receive()).size(), 1U) << "one is answered";
+                                            "terminate", "exit"));
+    EXPECT_EQ((first.Receive() + second.Receive()).size(), 1U) << "one answer expected";
 }
 
-TEST_F(OneInstanceTest, SecondProgramNeedsNoDisplay) {
+TEST_F(InstanceProgramTest, HandsOverWithoutDisplay) {
     const auto owner = StartOwner();
     EXPECT_EQ(Run({"EXEPARAM=CLOSE"}, {{"ELM_DISPLAY", ""}}), 0);
     EXPECT_EQ(owner->Exit(), 0);
 }
 
-TEST_F(OneInstanceTest, WithoutASessionFolderItWorksToo) {
+TEST_F(InstanceProgramTest, HandsOverWithoutSessionFolder) {
     const Environment noSession{{"XDG_RUNTIME_DIR", m_Folders.Root() / "missing"}};
     const auto owner = Start({}, noSession);
     ASSERT_TRUE(AwaitEvent("control "));
@@ -84,7 +84,7 @@ TEST_F(OneInstanceTest, WithoutASessionFolderItWorksToo) {
     EXPECT_EQ(owner->Exit(), 0);
 }
 
-TEST_F(OneInstanceTest, FolderThatOthersCanEnterIsRefused) {
+TEST_F(InstanceProgramTest, RejectsFolderOpenToOthers) {
     const std::string folder = m_Folders.Root() / "tmp" / ("quorvel-" + std::to_string(geteuid()));
     ASSERT_EQ(mkdir(folder.c_str(), 0700), 0);
     ASSERT_EQ(chmod(folder.c_str(), 0777), 0);
@@ -94,13 +94,13 @@ TEST_F(OneInstanceTest, FolderThatOthersCanEnterIsRefused) {
                                                    "or set XDG_RUNTIME_DIR"));
 }
 
-TEST_F(OneInstanceTest, OfTenAtOnceOneGetsAllRequests) {
+TEST_F(InstanceProgramTest, DeliversRequestsOfTenProgramsToOneOwner) {
     std::vector<std::unique_ptr<ChildProgram>> programs(10);
     for (auto& program : programs) {
         program = Start({"NAME=request"});
     }
     ASSERT_TRUE(AwaitEvent("control request", 10));
-    ASSERT_TRUE(AwaitEvent("end", 9));
+    ASSERT_TRUE(AwaitEvent("exit", 9));
     EXPECT_EQ(Count("create"), 1);
     EXPECT_EQ(Run({"EXEPARAM=CLOSE"}), 0);
     for (const auto& program : programs) {
@@ -113,9 +113,8 @@ TEST_F(OneInstanceTest, OfTenAtOnceOneGetsAllRequests) {
     EXPECT_EQ(Count("control request"), 10);
 }
 
-// Whoever comes when the running one is about to end gets a program of its own, in which the others
-// find theirs.
-TEST_F(OneInstanceTest, NoRequestIsLostWhenTheOwnerEnds) {
+// A sender without an answer becomes the next owner and receives the requests of other senders.
+TEST_F(InstanceProgramTest, KeepsRequestsWhenOwnerShutsDown) {
     const auto owner = StartOwner();
     std::vector<std::unique_ptr<ChildProgram>> programs(8);
     for (auto& program : programs) {
@@ -131,7 +130,7 @@ TEST_F(OneInstanceTest, NoRequestIsLostWhenTheOwnerEnds) {
     EXPECT_EQ(Count("create"), Count("terminate"));
 }
 
-TEST_F(OneInstanceTest, KilledOwnerIsSucceeded) {
+TEST_F(InstanceProgramTest, ReplacesKilledOwner) {
     const auto killed = StartOwner();
     killed->Signal(SIGKILL);
     EXPECT_EQ(killed->Exit(), -SIGKILL);
@@ -140,8 +139,7 @@ TEST_F(OneInstanceTest, KilledOwnerIsSucceeded) {
     EXPECT_EQ(Count("create"), 2);
 }
 
-// The patience of a second program, in full: ten seconds.
-TEST_F(OneInstanceTest, StoppedOwnerIsToldInBoundedTime) {
+TEST_F(InstanceProgramTest, ReportsStoppedOwnerAfterTenSeconds) {
     const auto owner = StartOwner();
     owner->Stop();
     const auto start = std::chrono::steady_clock::now();
@@ -156,7 +154,7 @@ TEST_F(OneInstanceTest, StoppedOwnerIsToldInBoundedTime) {
     owner->Signal(SIGCONT);
 }
 
-TEST_F(OneInstanceTest, GarbageLeavesTheOwnerAlive) {
+TEST_F(InstanceProgramTest, KeepsRunningAfterInvalidMessages) {
     const auto owner = StartOwner();
     Socket::Connect(m_Folders.Socket()).Send("no request");
     Socket::Connect(m_Folders.Socket()).Send("quorvel2" + std::string(100000, 'x'));
