@@ -37,9 +37,11 @@ public:
     // allocated. Main-loop thread for the first call.
     static QELXmlParser* GetInstance();
 
-    // Clears the store and reads both result files into it. Returns false when a file cannot be
-    // parsed. A missing file is not an error. Main-loop thread.
+    // Clears the store and reads both result files of the data folder into it. Returns false when a
+    // file cannot be parsed. A missing file is not an error. Main-loop thread.
     bool ParseFile();
+    // Does the same for the result files of any folder. The folder has no slash at its end.
+    bool ParseFolder(const std::string& folder);
 
     // Returns the number of failed items.
     unsigned int GetNumOfResult() const;

@@ -12,8 +12,9 @@
 
 namespace {
 
-const char* const kRnscFile = "/opt/usr/home/owner/apps_rw/org.tizen.quorvel/data/qelRnscXml.xml";
-const char* const kMainFile = "/opt/usr/home/owner/apps_rw/org.tizen.quorvel/data/qelXml.xml";
+const char* const kDataFolder = "/opt/usr/home/owner/apps_rw/org.tizen.quorvel/data";
+const char* const kRnscFile = "qelRnscXml.xml";
+const char* const kMainFile = "qelXml.xml";
 
 // The fields of an item, in the order in which they are read.
 const char* const kItemKeys[] = {
@@ -160,11 +161,15 @@ void QELXmlParser::m_Initialize() {
 }
 
 bool QELXmlParser::ParseFile() {
+    return ParseFolder(kDataFolder);
+}
+
+bool QELXmlParser::ParseFolder(const std::string& folder) {
     m_Initialize();
     // The main file is read even when the first file fails. Its section values replace the values
     // of the first file.
-    const bool rnscParsed = m_ParseFile(kRnscFile);
-    const bool mainParsed = m_ParseFile(kMainFile);
+    const bool rnscParsed = m_ParseFile((folder + "/" + kRnscFile).c_str());
+    const bool mainParsed = m_ParseFile((folder + "/" + kMainFile).c_str());
     return rnscParsed && mainParsed;
 }
 

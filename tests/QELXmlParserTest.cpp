@@ -3,9 +3,11 @@
 #include "QELXmlParser.h"
 
 #include <libxml/parser.h>
+#include <unistd.h>
 
 #include <chrono>
 #include <filesystem>
+#include <fstream>
 #include <memory>
 #include <string>
 #include <type_traits>
@@ -112,6 +114,18 @@ TEST_F(QELXmlParserTest, ReturnsSameInstance) {
     EXPECT_EQ(QELXmlParser::GetInstance(), store);
     EXPECT_EQ(QELXmlParser::m_qelXmlParser, store);
     EXPECT_THAT(FakeLog::Lines(), IsEmpty());
+}
+
+TEST_F(QELXmlParserTest, ParsesFilesOfAnyFolder) {
+    PrivateData::WriteMain("<data/>");
+    const fs::path folder = fs::temp_directory_path() / ("run" + std::to_string(getpid()));
+    fs::create_directory(folder);
+    std::ofstream(folder / "qelXml.xml")
+        << xml::Document(xml::Section("Information", {{"sn", "SN1"}}));
+    EXPECT_TRUE(Store().ParseFolder(folder));
+    fs::remove_all(folder);
+    EXPECT_EQ(Store().GetInformation().substr(0, 7), "sn=SN1\n");
+    EXPECT_EQ(FakeLog::Count(FormatMissingFileMessage(folder / "qelRnscXml.xml")), 1);
 }
 
 TEST_F(QELXmlParserTest, LogsFailedAllocationAndRetries) {

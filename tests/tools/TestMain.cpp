@@ -1,0 +1,12 @@
+// Entry of the tests of the tools. Prepares the environment that all tests of the process share.
+
+#include <gmock/gmock.h>
+
+#include <cstdlib>
+
+int main(int argc, char** argv) {
+    // The start times of the tests are local times.
+    setenv("TZ", "UTC", 1);
+    testing::InitGoogleMock(&argc, argv);
+    return RUN_ALL_TESTS();
+}

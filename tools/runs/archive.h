@@ -1,0 +1,25 @@
+#ifndef QUORVEL_TOOLS_RUNS_ARCHIVE_H_
+#define QUORVEL_TOOLS_RUNS_ARCHIVE_H_
+
+#include <string>
+#include <vector>
+
+#include "runs/runs.h"
+
+namespace quorvel::runs {
+
+// Returns whether the name ends like the name of an archive, in any case of letters.
+bool IsArchive(const std::string& name);
+
+// Returns the runs in the archive, checked. The result files and the photos that they name are
+// unpacked into a temporary folder, and nothing else is. Entries outside the archive's own folders
+// ("..", absolute names), links and devices are never unpacked.
+// Subtracts what it takes from left.
+// Adds a line to problems when the archive cannot be read to its end; a result file that is not
+// found in such an archive is unreadable, not missing.
+std::vector<Run> ReadArchive(const std::string& path, Limits& left,
+                             std::vector<std::string>& problems);
+
+}  // namespace quorvel::runs
+
+#endif  // QUORVEL_TOOLS_RUNS_ARCHIVE_H_

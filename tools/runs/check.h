@@ -1,0 +1,24 @@
+#ifndef QUORVEL_TOOLS_RUNS_CHECK_H_
+#define QUORVEL_TOOLS_RUNS_CHECK_H_
+
+#include <sys/stat.h>
+
+#include <string>
+
+#include "runs/runs.h"
+
+namespace quorvel::runs {
+
+// Returns whether a file of this name is one of the two result files.
+bool IsResultFile(const std::string& name);
+
+// Returns a text that differs for every other file and for every other state of this file.
+std::string Identify(const struct stat& status);
+
+// Reads the result files in run.folder and sets the states of the files and the values of the run.
+// Sets run.identity unless it is set. A file that already has the state kUnreadable keeps it.
+void CheckRun(Run& run);
+
+}  // namespace quorvel::runs
+
+#endif  // QUORVEL_TOOLS_RUNS_CHECK_H_

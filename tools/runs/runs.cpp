@@ -1,0 +1,159 @@
+#include "runs/runs.h"
+
+#include <algorithm>
+#include <array>
+#include <deque>
+#include <filesystem>
+#include <iterator>
+#include <system_error>
+#include <utility>
+
+#include "runs/archive.h"
+#include "runs/check.h"
+
+namespace quorvel::runs {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+// Searches folders level by level, so that a limit cuts off the deepest folders. Lives in FindRuns.
+class Search {
+public:
+    explicit Search(const Limits& limits) : m_Left(limits) {}
+
+    SearchResult InFolder(const std::string& path) {
+        m_Folders.push_back({path, 0});
+        while (!m_Folders.empty()) {
+            const Folder folder = std::move(m_Folders.front());
+            m_Folders.pop_front();
+            m_Visit(folder);
+        }
+        if (m_Left.entries < 0) {
+            m_Result.problems.push_back(path + ": too many entries; not all are searched");
+        }
+        if (m_HasDeeper && m_Result.runs.empty()) {
+            m_Result.problems.push_back(path + ": folders below level 6 are not searched");
+        }
+        return std::move(m_Result);
+    }
+
+    SearchResult InArchive(const std::string& path) {
+        m_Result.runs = ReadArchive(path, m_Left, m_Result.problems);
+        return std::move(m_Result);
+    }
+
+private:
+    struct Folder {
+        std::string path;
+        int depth;
+    };
+
+    void m_Visit(const Folder& folder) {
+        std::error_code error;
+        bool hasResultFiles = false;
+        fs::directory_iterator entry(folder.path, error);
+        for (; !error && entry != fs::directory_iterator(); entry.increment(error)) {
+            if (--m_Left.entries < 0) {
+                break;
+            }
+            hasResultFiles = IsResultFile(entry->path().filename()) || hasResultFiles;
+            m_Consider(*entry, folder.depth);
+        }
+        if (error) {
+            m_Result.problems.push_back(folder.path + ": " + error.message());
+        }
+        if (hasResultFiles) {
+            m_Result.runs.push_back(ReadFolder(folder.path));
+        }
+    }
+
+    // Queues a folder and reads an archive. Neither a link nor a device is opened.
+    void m_Consider(const fs::directory_entry& entry, int depth) {
+        std::error_code error;
+        const fs::file_type type = entry.symlink_status(error).type();
+        if (type == fs::file_type::directory) {
+            m_HasDeeper = m_HasDeeper || depth == kMaxDepth;
+            if (depth < kMaxDepth) {
+                m_Folders.push_back({entry.path(), depth + 1});
+            }
+        } else if (type == fs::file_type::regular && IsArchive(entry.path().filename())) {
+            std::vector<Run> runs = ReadArchive(entry.path(), m_Left, m_Result.problems);
+            std::move(runs.begin(), runs.end(), std::back_inserter(m_Result.runs));
+        }
+    }
+
+public:
+    static Run ReadFolder(const std::string& path) {
+        Run run;
+        run.path = path;
+        run.folder = fs::absolute(path).lexically_normal();
+        CheckRun(run);
+        return run;
+    }
+
+private:
+    SearchResult m_Result;
+    std::deque<Folder> m_Folders;
+    Limits m_Left;
+    bool m_HasDeeper = false;
+};
+
+SearchResult Find(const std::string& path, const Limits& limits) {
+    std::error_code error;
+    const fs::path target = fs::canonical(path, error);
+    const fs::file_status status = error ? fs::file_status() : fs::status(target, error);
+    SearchResult result;
+    if (error) {
+        result.failure = path + ": " + error.message();
+    } else if (fs::is_directory(status)) {
+        return Search(limits).InFolder(path);
+    } else if (fs::is_regular_file(status) && IsResultFile(target.filename())) {
+        result.runs.push_back(Search::ReadFolder(target.parent_path()));
+    } else if (fs::is_regular_file(status) && IsArchive(target.filename())) {
+        return Search(limits).InArchive(path);
+    } else {
+        result.failure = path + ": not a folder, a result file or an archive";
+    }
+    return result;
+}
+
+bool IsC1Control(const std::string& text, std::size_t i) {
+    return i + 1 < text.size() && text[i] == '\xC2' &&
+           static_cast<unsigned char>(text[i + 1]) >= 0x80 &&
+           static_cast<unsigned char>(text[i + 1]) < 0xA0;
+}
+
+}  // namespace
+
+std::time_t Run::Time() const {
+    std::tm parts{};
+    const char* rest = strptime(startTime.c_str(), "%Y-%m-%d %H:%M", &parts);
+    if (rest == nullptr) {
+        return fileTime;
+    }
+    (void)strptime(rest, ":%S", &parts);
+    parts.tm_isdst = -1;
+    return std::mktime(&parts);
+}
+
+SearchResult FindRuns(const std::string& path, const Limits& limits) {
+    SearchResult result = Find(path, limits);
+    std::sort(result.runs.begin(), result.runs.end(), [](const Run& one, const Run& other) {
+        return std::make_pair(other.Time(), one.path) < std::make_pair(one.Time(), other.path);
+    });
+    return result;
+}
+
+std::string MakePrintable(const std::string& text) {
+    std::string result;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        const auto byte = static_cast<unsigned char>(text[i]);
+        const bool isC1 = IsC1Control(text, i);
+        result += isC1 || byte < 0x20 || byte == 0x7F ? '?' : text[i];
+        i += isC1 ? 1 : 0;
+    }
+    return result;
+}
+
+}  // namespace quorvel::runs

@@ -1,0 +1,87 @@
+#ifndef QUORVEL_TOOLS_RUNS_RUNS_H_
+#define QUORVEL_TOOLS_RUNS_RUNS_H_
+
+#include <array>
+#include <ctime>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "runs/temporary_folder.h"
+
+// Finds the runs below a path and checks their result files. Needs no toolkit, no display and no
+// log. Reads only; an archive is unpacked into a temporary folder. One thread at a time.
+namespace quorvel::runs {
+
+enum class FileState {
+    kRead,        // the file is well-formed
+    kMissing,     // the folder has no such file
+    kUnreadable,  // the file exists but cannot be read
+    kDamaged,     // the file is empty or not well-formed
+};
+
+// One of the two result files of a run.
+struct ResultFile {
+    std::string name;
+    FileState state = FileState::kMissing;
+    std::string problem = {};  // the reason of kUnreadable and kDamaged, in one line
+    int line = 0;              // the line of the problem in the file; 0 when there is none
+};
+
+// The photo that an "image" item names.
+struct Photo {
+    std::string name;  // the value of the item
+    std::string file;  // the path of the file in the folder of the run; empty when it is missing
+};
+
+// One run: what its result files contain, and where they are.
+struct Run {
+    std::string path;    // as the user sees it: a folder, or an archive and the folder in it
+    std::string folder;  // the folder in which the files can be read
+    // Contains folder when the run is from an archive. Copies of a Run share it.
+    std::shared_ptr<const TemporaryFolder> unpacked;
+    // Changes when a result file or the archive changes or is replaced. One line.
+    std::string identity;
+    std::array<ResultFile, 2> files = {ResultFile{"qelXml.xml"}, ResultFile{"qelRnscXml.xml"}};
+    std::string serialNumber;
+    std::string model;
+    std::string startTime;     // the value of Summary, as the file has it; may be empty
+    std::time_t fileTime = 0;  // the modification time of the newer result file
+    unsigned int items = 0;    // all items
+    unsigned int failedItems = 0;
+    std::vector<Photo> photos;  // of the failed items of type "image", without repetitions
+
+    // Returns the start time when it has the form YYYY-MM-DD HH:MM[:SS], else the time of the file.
+    // Both are local times.
+    std::time_t Time() const;
+};
+
+struct SearchResult {
+    std::vector<Run> runs;  // newest first
+    // What could not be searched, one line each: the path and the reason.
+    std::vector<std::string> problems;
+    // The path and the reason why the search could not start; empty when it did.
+    std::string failure;
+};
+
+constexpr int kMaxDepth = 6;  // levels of folders below the path, or in an archive
+constexpr long long kMaxPhotoBytes = 64LL << 20;  // bytes of a photo in an archive
+
+// What a search may take in all.
+struct Limits {
+    long entries = 100'000;               // entries of folders and archives
+    long long unpackedBytes = 1LL << 30;  // bytes of archives
+};
+
+// Finds all runs at the path: a folder and the folders and archives below it, the folder of a
+// result file, or an archive (.tar, .tar.gz, .tgz, .tar.xz, .zip). Links below the path are not
+// followed. Throws std::filesystem::filesystem_error when an archive cannot be unpacked because the
+// temporary folder cannot be written.
+SearchResult FindRuns(const std::string& path, const Limits& limits = {});
+
+// Returns the text with each control character replaced by '?', for output on a terminal.
+std::string MakePrintable(const std::string& text);
+
+}  // namespace quorvel::runs
+
+#endif  // QUORVEL_TOOLS_RUNS_RUNS_H_

@@ -1,0 +1,27 @@
+#ifndef QUORVEL_TOOLS_RUNS_TEMPORARY_FOLDER_H_
+#define QUORVEL_TOOLS_RUNS_TEMPORARY_FOLDER_H_
+
+#include <string>
+
+namespace quorvel::runs {
+
+// A new folder in TMPDIR or /tmp that only the user can enter. The destructor removes the folder
+// and everything in it. Any thread.
+class TemporaryFolder {
+public:
+    // Creates the folder. Throws std::filesystem::filesystem_error when that fails.
+    TemporaryFolder();
+    ~TemporaryFolder();
+    TemporaryFolder(const TemporaryFolder&) = delete;
+    TemporaryFolder& operator=(const TemporaryFolder&) = delete;
+
+    // The absolute path, without a slash at its end.
+    const std::string& Path() const { return m_Path; }
+
+private:
+    std::string m_Path;
+};
+
+}  // namespace quorvel::runs
+
+#endif  // QUORVEL_TOOLS_RUNS_TEMPORARY_FOLDER_H_
