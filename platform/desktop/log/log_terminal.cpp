@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
@@ -37,6 +38,50 @@ const char* ColourOf(spdlog::level::level_enum level) {
 
 std::size_t SizeOf(const spdlog::details::log_msg& line) {
     return line.payload.size() + sizeof(line);
+}
+
+unsigned char ByteAt(std::string_view text, std::size_t index) {
+    return index < text.size() ? static_cast<unsigned char>(text[index]) : 0;
+}
+
+bool IsC1(unsigned char byte) {
+    return byte >= 0x80 && byte <= 0x9f;
+}
+
+// Returns the number of bytes of the control character at index; 0 for other characters. Control
+// characters are C0 except the tab, DEL, and C1, either in UTF-8 or as a byte that continues no
+// UTF-8 character.
+std::size_t ControlBytesAt(std::string_view text, std::size_t index, bool continues) {
+    const unsigned char byte = ByteAt(text, index);
+    if ((byte < 0x20 && byte != '\t') || byte == 0x7f || (IsC1(byte) && !continues)) {
+        return 1;
+    }
+    return byte == 0xc2 && IsC1(ByteAt(text, index + 1)) ? 2 : 0;
+}
+
+std::string CodeOf(unsigned char byte) {
+    std::array<char, sizeof("\\xNN")> code{};
+    std::snprintf(code.data(), code.size(), "\\x%02x", byte);
+    return code.data();
+}
+
+// Replaces each byte of a control character by \xNN, since texts of a file must not control the
+// terminal.
+std::string EscapeControls(std::string_view text) {
+    std::string escaped;
+    bool continues = false;  // whether a byte of a UTF-8 character precedes
+    std::size_t controlEnd = 0;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        controlEnd = std::max(controlEnd, i + ControlBytesAt(text, i, continues));
+        const bool isControl = i < controlEnd;
+        continues = !isControl && ByteAt(text, i) >= 0x80;
+        if (isControl) {
+            escaped += CodeOf(ByteAt(text, i));
+        } else {
+            escaped += text[i];
+        }
+    }
+    return escaped;
 }
 
 // Uses no stdio stream: a thread that blocks here would keep the stream's lock at exit.
@@ -119,12 +164,13 @@ void LogTerminal::m_Run() {
 void LogTerminal::m_Write(const spdlog::details::log_msg& line) {
     spdlog::memory_buf_t formatted;
     m_Formatter.format(line, formatted);
-    std::string text(formatted.data(), formatted.size());
+    // The formatter ends the line with a line feed.
+    std::string text = EscapeControls({formatted.data(), formatted.size() - 1});
     if (m_IsColoured) {
-        text.insert(text.size() - 1, kColourEnd);
         text.insert(0, ColourOf(line.level));
+        text.append(kColourEnd);
     }
-    WriteToTerminal(text);
+    WriteToTerminal(text.append(1, '\n'));
 }
 
 void LogTerminal::m_Enqueue(const spdlog::details::log_msg& line) {
