@@ -14,6 +14,8 @@ namespace {
 // Time, then the form of the terminal.
 constexpr const char* kPattern = "%Y-%m-%d %H:%M:%S.%e %L/%-8n(%5P): %v";
 
+constexpr mode_t kPrivateMode = S_IRUSR | S_IWUSR;
+
 // Ignores errors: opening the file reports them.
 void MakeFolders(const std::string& file) {
     for (std::size_t slash = file.find('/', 1); slash != std::string::npos;
@@ -24,16 +26,25 @@ void MakeFolders(const std::string& file) {
 
 // Called before spdlog opens the file. spdlog alone would create a file that others can read. If it
 // could not open the file, it would sleep and try again while all threads that log wait.
+// Only a regular file is accepted: writing to a FIFO or a device may block.
 void MakePrivate(const std::string& file) {
-    const int opened = open(file.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, S_IRUSR | S_IWUSR);
-    if (opened < 0) {
+    const int opened =
+        open(file.c_str(), O_WRONLY | O_CREAT | O_NONBLOCK | O_NOCTTY | O_CLOEXEC, kPrivateMode);
+    // ENXIO: a socket, a FIFO without a reader, or a device without a driver.
+    if (opened < 0 && errno != ENXIO) {
         throw spdlog::spdlog_ex("Failed opening file " + file + " for writing", errno);
     }
     struct stat status {};
-    if (fstat(opened, &status) == 0 && S_ISREG(status.st_mode)) {
-        (void)fchmod(opened, S_IRUSR | S_IWUSR);
+    const bool isRegular = opened >= 0 && fstat(opened, &status) == 0 && S_ISREG(status.st_mode);
+    if (isRegular) {
+        (void)fchmod(opened, kPrivateMode);
     }
-    close(opened);
+    if (opened >= 0) {
+        close(opened);
+    }
+    if (!isRegular) {
+        throw spdlog::spdlog_ex(file + ": not a regular file; remove it");
+    }
 }
 
 }  // namespace
