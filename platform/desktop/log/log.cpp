@@ -1,10 +1,15 @@
 #include "log/log.h"
 
 #include <dlog.h>
+#include <fcntl.h>
 #include <spdlog/details/log_msg.h>
+#include <unistd.h>
 
+#include <algorithm>
+#include <array>
 #include <cerrno>
 #include <chrono>
+#include <csignal>
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
@@ -59,7 +64,46 @@ private:
 
 std::terminate_handler g_NextTerminateHandler = nullptr;
 
-[[noreturn]] void DrainAndTerminate() {
+// The last message of the application on this thread, cut to the size. Trivially destructible,
+// since threads log until they end.
+thread_local std::array<char, 512> g_LastMessage{};
+
+void KeepLastMessage(const std::string& message) {
+    const std::size_t end = message.find_last_not_of('\n') + 1;
+    g_LastMessage[message.copy(g_LastMessage.data(), std::min(end, g_LastMessage.size() - 1))] = 0;
+}
+
+// Returns the text of the exception that ends the program; an empty string without an exception.
+std::string UncaughtException() {
+    const std::exception_ptr current = std::current_exception();
+    if (current == nullptr) {
+        return {};
+    }
+    try {
+        std::rethrow_exception(current);
+    } catch (const std::exception& error) {
+        return error.what();
+    } catch (...) {
+        return "of an unknown type";
+    }
+}
+
+// The last line names the item whose value caused the exception.
+void LogUncaughtException() {
+    const std::string text = UncaughtException();
+    const std::string last = g_LastMessage.data();
+    if (!text.empty()) {
+        LogError("uncaught exception: " + text +
+                 (last.empty() ? last : "; last line of its thread: " + last));
+    }
+}
+
+[[noreturn]] void ReportAndTerminate() {
+    try {
+        LogUncaughtException();
+    } catch (...) {
+        // Without memory for the line, the next handler still names the exception.
+    }
     Log::GetInstance().DrainTerminal();
     if (g_NextTerminateHandler != nullptr) {
         g_NextTerminateHandler();
@@ -67,10 +111,25 @@ std::terminate_handler g_NextTerminateHandler = nullptr;
     std::abort();
 }
 
+// Opens /dev/null in place of closed standard streams. Otherwise the log file would become one of
+// them.
+void OpenStandardStreams() {
+    int opened = -1;
+    do {
+        opened = open("/dev/null", O_RDWR | O_NOCTTY);
+    } while (opened >= 0 && opened <= STDERR_FILENO);
+    if (opened >= 0) {
+        close(opened);
+    }
+}
+
 Log& Log::GetInstance() {
     static Log* const instance = [] {
+        OpenStandardStreams();
+        // A write beyond the limit on the size of files then fails, and the program continues.
+        (void)std::signal(SIGXFSZ, SIG_IGN);
         auto* log = new Log;
-        g_NextTerminateHandler = std::set_terminate(DrainAndTerminate);
+        g_NextTerminateHandler = std::set_terminate(ReportAndTerminate);
         (void)std::atexit([] { GetInstance().DrainTerminal(); });
         return log;
     }();
@@ -161,19 +220,30 @@ void Log::m_WriteToFile(const spdlog::details::log_msg& line) {
         return 0;
     }
     const std::string message = Format(format, arguments);
+    KeepLastMessage(message);
     log.Write(level, tag, message);
     return static_cast<int>(message.size());
+}
+
+// Without memory for the line, the program continues. An exception that left the log with its mutex
+// locked would block the log of the exception.
+void WriteOwn(spdlog::level::level_enum level, const std::string& message) {
+    try {
+        Log::GetInstance().Write(level, kOwnTag, message);
+    } catch (const std::exception&) {
+        return;
+    }
 }
 
 }  // namespace
 
 void LogError(const std::string& message) {
-    Log::GetInstance().Write(spdlog::level::err, kOwnTag, message);
+    WriteOwn(spdlog::level::err, message);
 }
 
 void LogInfo(const std::string& message) {
     if (Log::GetInstance().Shows(spdlog::level::info)) {
-        Log::GetInstance().Write(spdlog::level::info, kOwnTag, message);
+        WriteOwn(spdlog::level::info, message);
     }
 }
 

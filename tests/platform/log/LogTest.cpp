@@ -4,6 +4,7 @@
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <pty.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <array>
@@ -16,6 +17,7 @@
 #include "platform/fixtures/ChildProgram.h"
 #include "platform/fixtures/LoggedLines.h"
 #include "platform/fixtures/PrivateFolders.h"
+#include "platform/fixtures/Socket.h"
 
 using testing::ContainsRegex;
 using testing::ElementsAre;
@@ -119,6 +121,16 @@ TEST_F(LogTest, PrefixesEachLineAndDropsTrailingBreaks) {
     EXPECT_THAT(FileMessages(), ElementsAre("one", "", "two"));
 }
 
+TEST_F(LogTest, EscapesControlCharactersOnTerminalOnly) {
+    EXPECT_THAT(Run("controls"),
+                ElementsAre(EndsWith("): a\\x1b[2Jb\\x07\tc\\x7fd\\x0de"),
+                            EndsWith("): a\\xc2\\x9b2Jb\\x9bc\\x85 \u00e9\u2713\u00a0")));
+    EXPECT_THAT(FileMessages(), ElementsAre("a\x1b[2Jb\x07\tc\x7f"
+                                            "d\re",
+                                            "a\u009b2Jb\x9b"
+                                            "c\x85 \u00e9\u2713\u00a0"));
+}
+
 TEST_F(LogTest, WritesEmptyMessageAsLine) {
     EXPECT_THAT(Run("empty"), ElementsAre(EndsWith("): ")));
 }
@@ -215,9 +227,33 @@ TEST_F(LogTest, WritesQueuedLinesToNonBlockingTerminal) {
 TEST_F(LogTest, KeepsLinesBeforeUncaughtException) {
     ChildProgram program = Start("throw");
     EXPECT_EQ(program.Exit(), -SIGABRT);
+    EXPECT_THAT(FileMessages(),
+                ElementsAre("an information", "an error",
+                            "uncaught exception: thrown on request; last line of its thread: "
+                            "an error"));
+    EXPECT_THAT(program.Messages(), HasSubstr("uncaught exception: thrown on request"));
+}
+
+TEST_F(LogTest, NamesLastLineOfThreadThatThrows) {
+    ChildProgram program = Start("throw-in-thread");
+    EXPECT_EQ(program.Exit(), -SIGABRT);
+    EXPECT_THAT(FileMessages(),
+                ElementsAre("id=3, strCode=zz", "another thread",
+                            "uncaught exception: stoi; last line of its thread: id=3, strCode=zz"));
+}
+
+TEST_F(LogTest, ReportsExceptionOfUnknownType) {
+    ChildProgram program = Start("throw-number");
+    EXPECT_EQ(program.Exit(), -SIGABRT);
+    EXPECT_THAT(FileMessages(), ElementsAre("an information", "an error",
+                                            "uncaught exception: of an unknown type; last line of "
+                                            "its thread: an error"));
+}
+
+TEST_F(LogTest, ReportsNoExceptionOnTerminate) {
+    ChildProgram program = Start("terminate");
+    EXPECT_EQ(program.Exit(), -SIGABRT);
     EXPECT_THAT(FileMessages(), ElementsAre("an information", "an error"));
-    EXPECT_THAT(program.Messages(), HasSubstr("an error\n"));
-    EXPECT_THAT(program.Messages(), HasSubstr("uncaught"));
 }
 
 TEST_F(LogTest, KeepsLinesBeforeKill) {
@@ -246,12 +282,47 @@ TEST_F(LogTest, ReportsUnwritableStateFolderOnce) {
                             EndsWith("an error")));
 }
 
-TEST_F(LogTest, ReportsFullDiskOnce) {
-    fs::create_directories(m_Folders.Log().parent_path());
-    fs::create_symlink("/dev/full", m_Folders.Log());
-    EXPECT_THAT(Run("two-lines"),
+// A limit on the size of files stands in for a full disk. A pipe has no such limit.
+TEST_F(LogTest, ReportsFailedWriteOnceAndContinues) {
+    const Ends pipe = Ends::OfPipe();
+    ChildProgram program = Start("file-size-limit", {}, pipe.writer);
+    EXPECT_EQ(program.Exit(), 0);
+    EXPECT_THAT(LinesOf(pipe.ReadUntil("an error\n")),
                 ElementsAre(EndsWith("an information"), HasSubstr("cannot write to the log file"),
                             EndsWith("an error")));
+}
+
+// A program that blocked on the FIFO would never exit.
+TEST_F(LogTest, ReportsFifoAsLogFileOnce) {
+    fs::create_directories(m_Folders.Log().parent_path());
+    ASSERT_EQ(mkfifo(m_Folders.Log().c_str(), 0600), 0);
+    const auto isReported =
+        ElementsAre(EndsWith("logging to the terminal only: " + m_Folders.Log().string() +
+                             ": not a regular file; remove it"),
+                    EndsWith("an information"), EndsWith("an error"));
+    EXPECT_THAT(Run("two-lines"), isReported);
+    const int reader = open(m_Folders.Log().c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    EXPECT_THAT(Run("two-lines"), isReported);
+    char byte = 0;
+    EXPECT_EQ(read(reader, &byte, 1), 0);
+    close(reader);
+}
+
+TEST_F(LogTest, ReportsDeviceOrSocketAsLogFileOnce) {
+    fs::create_directories(m_Folders.Log().parent_path());
+    fs::create_symlink("/dev/full", m_Folders.Log());
+    EXPECT_THAT(Run("two-lines"), ElementsAre(HasSubstr("not a regular file"),
+                                              EndsWith("an information"), EndsWith("an error")));
+    fs::remove(m_Folders.Log());
+    const Socket socket = Socket::ListenAsOwner(m_Folders.Log());
+    EXPECT_THAT(Run("two-lines"), ElementsAre(HasSubstr("not a regular file"),
+                                              EndsWith("an information"), EndsWith("an error")));
+}
+
+// The log file is the first file that the program opens.
+TEST_F(LogTest, KeepsStandardStreamsApartFromLogFile) {
+    EXPECT_THAT(Run("closed-streams"), IsEmpty());
+    EXPECT_THAT(FileMessages(), ElementsAre("an information", "an error"));
 }
 
 TEST_F(LogTest, ColoursTerminalByLevel) {

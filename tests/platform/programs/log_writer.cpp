@@ -2,12 +2,15 @@
 
 #include <dlog.h>
 #include <pthread.h>
+#include <sys/resource.h>
 #include <tv_services.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
+#include <exception>
 #include <functional>
 #include <map>
 #include <stdexcept>
@@ -109,6 +112,50 @@ void WithoutThreads() {
     TwoLines();
 }
 
+// C0 and DEL in the first line, C1 and other characters of UTF-8 in the second one.
+void Controls() {
+    Info(
+        "a\x1b[2Jb\x07\tc\x7f"
+        "d\re");
+    Error(
+        "a\u009b2Jb\x9b"
+        "c\x85 \u00e9\u2713\u00a0");
+}
+
+// No file may grow.
+void FileSizeLimit() {
+    const rlimit limit{0, 0};
+    setrlimit(RLIMIT_FSIZE, &limit);
+    TwoLines();
+}
+
+// A program that is started without standard streams.
+void ClosedStreams() {
+    for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+        close(stream);
+    }
+    TwoLines();
+    for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+        if (write(stream, "in the log\n", 11) < 0 && errno == EBADF) {
+            std::abort();
+        }
+    }
+}
+
+[[noreturn]] void ThrowInThread() {
+    std::thread([] {
+        Info("id=3, strCode=zz");
+        std::thread([] { Info("another thread"); }).join();
+        throw std::invalid_argument("stoi");
+    }).join();
+    std::abort();
+}
+
+[[noreturn]] void Terminate() {
+    TwoLines();
+    std::terminate();
+}
+
 const std::map<std::string, std::function<void()>> kScenarios = {
     {"two-lines", TwoLines},
     {"inner-lines", [] { Error("one\n\ntwo\n\n\n"); }},
@@ -123,11 +170,21 @@ const std::map<std::string, std::function<void()>> kScenarios = {
     {"results", Results},
     {"reader-gone", AfterReaderIsGone},
     {"without-threads", WithoutThreads},
+    {"controls", Controls},
+    {"file-size-limit", FileSizeLimit},
+    {"closed-streams", ClosedStreams},
     {"throw",
      [] {
          TwoLines();
-         throw std::runtime_error("uncaught");
+         throw std::runtime_error("thrown on request");
      }},
+    {"throw-in-thread", ThrowInThread},
+    {"throw-number",
+     [] {
+         TwoLines();
+         throw 1;
+     }},
+    {"terminate", Terminate},
     {"kill",
      [] {
          TwoLines();
