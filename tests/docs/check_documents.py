@@ -14,7 +14,7 @@ from pathlib import Path
 
 
 class Checker:
-    """The faults of one line, as texts. A path in a document is relative to root, a link to its page."""
+    """The faults of one line, as texts. A path in a document is relative to root or to the page."""
 
     def __init__(self, root):
         self.root = root
@@ -28,13 +28,18 @@ class Checker:
         for span in re.findall(r"`([^`]+)`", line):
             if " " in span or span.startswith(("build/", "script/")):
                 yield from self.in_command(span)
-            elif "/" in span and span.split("/")[0] in self.folders:
-                if not any(self.root.glob(re.sub(r"<[^>]*>", "*", span).rstrip("/"))):
-                    yield f"no file or folder {span}"
+            elif "/" in span and not span.startswith("/"):
+                yield from self.in_path(page, span)
         for path, spans in re.findall(r"`([\w./-]+\.\w+)`: ([^|;.]*)", line):
             for name in re.findall(r"`(\w+)`", spans):
                 if not self.has_word(path, name):
                     yield f"no {name} in {path}"
+
+    def in_path(self, page, path):
+        for folder in {self.root, page.parent}:
+            if (folder / path.split("/")[0]).is_dir():
+                if not any(folder.glob(re.sub(r"<[^>]*>", "*", path).rstrip("/"))):
+                    yield f"no file or folder {path}"
 
     def in_link(self, page, target):
         name, _, anchor = target.partition("#")

@@ -10,16 +10,19 @@ from check_documents import check
 FILES = {"CMakeLists.txt": "add_executable(toy src/Toy.cpp)\n",
          "CMakePresets.json": '{"configurePresets": [{"name": "release"}]}',
          "README.md": "```tree\nsrc/  code\n  Toy.cpp  toy\ndocs/\nscript/\ntests/\n```\n",
+         "docs/toys/Toy.cpp": "int kWheels;\n",
          "docs/page.md": "# Page\n\n## Some part\n\n",
          "script/run": 'case "$1" in --data) ;; esac\n',
          "src/Toy.cpp": "int kWheels;\n",
          "tests/ToyTest.cpp": "TEST(ToyTest, Rolls) {}\n"}
 GOOD = ["[up](../README.md) [part](#some-part) [web](https://localhost)", "`src/Toy.cpp`: `kWheels`",
-        "`tests/<Class>Test.cpp`", "`script/run --data DIR`", "```sh\nA=1 script/run\n```",
+        "`tests/<Class>Test.cpp` `toys/Toy.cpp` `/tmp/gone`", "`script/run --data DIR`",
+        "```sh\nA=1 script/run\n```",
         "`cmake --build --preset release --target toy`", "`build/release/toy --gtest_filter=ToyTest.*`"]
 BAD = {"[up](../GONE.md)": "no file for the link ../GONE.md",
        "[part](page.md#gone)": "no heading for the link page.md#gone",
        "`src/Gone.cpp`": "no file or folder src/Gone.cpp",
+       "`toys/Gone.cpp`": "no file or folder toys/Gone.cpp",
        "`src/Toy.cpp`: `kGone`": "no kGone in src/Toy.cpp",
        "`script/gone`": "no program script/gone",
        "```sh\nscript/gone\n```": "no program script/gone",
@@ -36,7 +39,7 @@ class CheckDocumentsTest(unittest.TestCase):
     def faults_of(self, text):
         with tempfile.TemporaryDirectory() as root:
             for name, content in {**FILES, "docs/page.md": FILES["docs/page.md"] + text}.items():
-                Path(root, name).parent.mkdir(exist_ok=True)
+                Path(root, name).parent.mkdir(parents=True, exist_ok=True)
                 Path(root, name).write_text(content)
             Path(root, "script/run").chmod(0o755)
             return [line.split(": ", 1)[1] for line in check(Path(root))]
