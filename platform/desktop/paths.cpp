@@ -19,8 +19,10 @@ std::string AbsoluteFromEnvironment(const char* variable) {
         return {};
     }
     std::string path = value;
-    path.erase(path.find_last_not_of('/') + 1);
-    return path.empty() ? "/" : path;
+    while (path.size() > 1 && path.back() == '/') {
+        path.pop_back();
+    }
+    return path;
 }
 
 std::string HomeOfAccount() {

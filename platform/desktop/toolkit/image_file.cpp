@@ -1,5 +1,6 @@
-// Decides which files the toolkit may open as the picture of an image widget. A result file names
-// the photo of an item, so the name can be anything.
+// Limits the files that the toolkit opens as the picture of an image widget. The path of a photo
+// comes from a result file and can be any text. The link option --wrap leads the application's
+// calls of elm_image_file_set to this file. Main-loop thread.
 
 #include <Elementary.h>
 #include <sys/stat.h>
@@ -18,15 +19,15 @@ bool IsAbsolutePathOfRegularFile(const char* path) {
 
 }  // namespace quorvel::desktop
 
-// The linker's names for the call as the application makes it, and as the toolkit has it.
+// The linker's names: __wrap_ replaces the application's call, __real_ is the toolkit's function.
 // NOLINTBEGIN(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp)
 extern "C" Eina_Bool __real_elm_image_file_set(Evas_Object* image, const char* file,
                                                const char* group);
 extern "C" Eina_Bool __wrap_elm_image_file_set(Evas_Object* image, const char* file,
                                                const char* group);
 
-// Returns EINA_FALSE and leaves the picture unchanged for any other file. Null takes the picture
-// away.
+// Returns EINA_FALSE and keeps the picture if the file is no absolute path of a regular file. Null
+// removes the picture.
 Eina_Bool __wrap_elm_image_file_set(Evas_Object* image, const char* file, const char* group) {
     if (file != nullptr && !quorvel::desktop::IsAbsolutePathOfRegularFile(file)) {
         return EINA_FALSE;

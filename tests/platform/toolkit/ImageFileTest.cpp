@@ -79,7 +79,7 @@ TEST_F(ImageFileTest, RejectsFoldersAndDevices) {
     EXPECT_FALSE(IsAccepted("/dev/zero"));
 }
 
-TEST_F(ImageFileTest, TakesThePictureAwayForNull) {
+TEST_F(ImageFileTest, RemovesPictureForNull) {
     ASSERT_TRUE(IsAccepted(Picture()));
     elm_image_file_set(m_Image, nullptr, nullptr);
     EXPECT_EQ(ShownFile(), "");
