@@ -40,7 +40,9 @@ std::string FindResource(const std::string& relativePath) {
         }
     }
     // Image widgets accept absolute paths only.
-    return std::filesystem::absolute(path).string();
+    std::error_code error;
+    const std::filesystem::path absolute = std::filesystem::absolute(path, error);
+    return error ? path : absolute.string();
 }
 
 }  // namespace quorvel::desktop

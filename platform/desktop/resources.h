@@ -5,14 +5,15 @@
 
 namespace quorvel::desktop {
 
-// Returns the path of a file that comes with the program. relativePath is the path below the folder
-// of resources, such as "org.tizen.menu/Settings/setting_bg_base.webp". The first folder that has
-// the file is used:
+// Returns the absolute path of a file that comes with the program. relativePath is the path below
+// the folder of resources, such as "org.tizen.menu/Settings/setting_bg_base.webp". The first folder
+// that has the file is used:
 //   $QUORVEL_RESOURCES
 //   <folder of the program>/resources (in the build folder)
 //   <folder of the program>/../share/quorvel/resources (installed, under any prefix)
-// If no folder has the file, returns the path in the last folder. Any thread, as long as no other
-// thread changes the environment.
+// If no folder has the file, returns the path in the last folder. Empty if the program's own path
+// is unknown and QUORVEL_RESOURCES is not set. Any thread, as long as no other thread changes the
+// environment.
 std::string FindResource(const std::string& relativePath);
 
 }  // namespace quorvel::desktop

@@ -31,7 +31,8 @@ struct Lines {
     int room = 0;
     // The highest line.
     int lineHeight = 0;
-    // All lines, without empty lines after the text; or so many that they exceed the room.
+    // All lines without empty lines after the text. If the text is higher than the room, only the
+    // lines up to the first line outside the room.
     int height = 0;
 };
 
@@ -50,7 +51,7 @@ Lines Measure(Evas_Object* panel) {
         if (width > 0) {
             lines.height = y + height;
         }
-        // The toolkit counts the lines from the first one each time, so stop early.
+        // Each call counts the lines from the first line, so stop early.
         if (lines.height > lines.room) {
             break;
         }
@@ -123,9 +124,10 @@ bool IsInsideCharacter(char byte) {
     return (static_cast<unsigned char>(byte) & 0xC0U) == 0x80U;
 }
 
-// Drops what is too long to be shown from the text of an information panel.
+// Removes the end of a text that is too long for an information panel.
 void ShortenMarkup(Evas_Object* label) {
-    const std::string whole = elm_object_text_get(label);
+    const char* text = elm_object_text_get(label);
+    const std::string_view whole = text == nullptr ? "" : text;
     if (whole.size() <= kMaxInfoMarkup) {
         return;
     }
@@ -133,7 +135,7 @@ void ShortenMarkup(Evas_Object* label) {
     while (size > 0 && IsInsideCharacter(whole[size])) {
         --size;
     }
-    std::string_view kept = std::string_view(whole).substr(0, size);
+    std::string_view kept = whole.substr(0, size);
     TrimIncomplete(kept, '<', '>');
     TrimIncomplete(kept, '&', ';');
     elm_object_text_set(label, std::string(kept).c_str());
