@@ -26,7 +26,7 @@ std::vector<std::string> SplitName(const std::string& name) {
         name.find('\0') != std::string::npos) {
         return {};
     }
-    const std::string data = DataDir() + "/";
+    const std::string data = DataFolder() + "/";
     const std::string rest =
         name.compare(0, data.size(), data) == 0 ? name.substr(data.size()) : name;
     std::vector<std::string> parts;
