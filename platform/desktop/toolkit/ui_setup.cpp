@@ -8,6 +8,7 @@
 #include "toolkit/input.h"
 #include "toolkit/text_panels.h"
 #include "toolkit/theme.h"
+#include "toolkit/toolkit_log.h"
 #include "toolkit/window.h"
 
 namespace quorvel::desktop {
@@ -38,6 +39,7 @@ void PrepareToolkit() {
 }
 
 bool StartUi() {
+    StartToolkitLog();
     if (!AddTheme()) {
         return false;
     }
@@ -57,6 +59,7 @@ void FinishUi() {
 void StopUi() {
     StopInputFilter();
     RemoveTheme();
+    StopToolkitLog();
 }
 
 }  // namespace quorvel::desktop

@@ -1,0 +1,70 @@
+#include "toolkit/toolkit_log.h"
+
+#include <Eina.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdarg>
+#include <cstdio>
+#include <string>
+#include <string_view>
+
+#include "log/log.h"
+
+namespace quorvel::desktop {
+
+namespace {
+
+// A message about a call that the application makes on every set too.
+struct KnownMessage {
+    std::string_view function;
+    std::string_view text;
+};
+
+constexpr std::array<KnownMessage, 3> kKnownMessages{{
+    // Colours that are not premultiplied. The toolkit clamps them to the intended translucent
+    // white.
+    {"_efl_canvas_object_efl_gfx_color_color_set", "Evas only handles premultiplied colors"},
+    // The transparency of a row icon, set on the widget instead of its image.
+    {"evas_object_image_alpha_set", "object is not an image!"},
+    // The box of the button, packed into the table as if the table were a box.
+    {"_efl_object_call_resolve", "'elm_obj_box_pack_end'"},
+}};
+
+[[gnu::format(printf, 1, 0)]] std::string Format(const char* format, va_list arguments) {
+    va_list copy;
+    va_copy(copy, arguments);
+    const int length = std::vsnprintf(nullptr, 0, format, copy);
+    va_end(copy);
+    std::string text(static_cast<std::size_t>(std::max(length, 0)), '\0');
+    std::vsnprintf(text.data(), text.size() + 1, format, arguments);
+    return text;
+}
+
+bool IsKnown(std::string_view function, std::string_view text) {
+    return std::any_of(kKnownMessages.begin(), kKnownMessages.end(), [&](const auto& known) {
+        return function == known.function && text.find(known.text) != std::string_view::npos;
+    });
+}
+
+// Any thread of the toolkit.
+void OnMessage(const Eina_Log_Domain* domain, Eina_Log_Level /*level*/, const char* /*file*/,
+               const char* function, int /*line*/, const char* format, void* /*data*/,
+               va_list arguments) {
+    const std::string text = Format(format, arguments);
+    if (!IsKnown(function, text)) {
+        LogError(std::string(domain->name) + ": " + function + ": " + text);
+    }
+}
+
+}  // namespace
+
+void StartToolkitLog() {
+    eina_log_print_cb_set(OnMessage, nullptr);
+}
+
+void StopToolkitLog() {
+    eina_log_print_cb_set(eina_log_print_cb_stderr, nullptr);
+}
+
+}  // namespace quorvel::desktop

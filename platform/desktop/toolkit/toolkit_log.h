@@ -1,0 +1,16 @@
+#ifndef QUORVEL_PLATFORM_DESKTOP_TOOLKIT_TOOLKIT_LOG_H_
+#define QUORVEL_PLATFORM_DESKTOP_TOOLKIT_TOOLKIT_LOG_H_
+
+// The messages of the toolkit. Main-loop thread.
+namespace quorvel::desktop {
+
+// From now on the toolkit's messages are error lines of the port, without the messages about calls
+// of the application that are known to have no effect. Call after the toolkit's initialisation.
+void StartToolkitLog();
+
+// The toolkit prints its messages to the terminal again. Call before the toolkit's shutdown.
+void StopToolkitLog();
+
+}  // namespace quorvel::desktop
+
+#endif  // QUORVEL_PLATFORM_DESKTOP_TOOLKIT_TOOLKIT_LOG_H_
