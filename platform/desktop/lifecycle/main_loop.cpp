@@ -33,6 +33,9 @@ constexpr std::chrono::seconds kOwnerTimeout{10};
 // waits longer for the lock.
 constexpr std::chrono::seconds kLogCopyTimeout{5};
 
+// Seconds between two frames of a minimised window. The toolkit would draw 60 frames a second.
+constexpr double kPausedFrameTime = 3600;
+
 bool HasWindow() {
     Eina_List* windows = ecore_evas_ecore_evas_list_get();
     const bool any = windows != nullptr;
@@ -91,6 +94,7 @@ private:
     std::deque<Request> m_Requests;
     Ecore_Job* m_Delivery = nullptr;
     bool m_IsPaused = false;
+    double m_FrameTime = 0;  // of the animator in seconds, kept while the application is paused
 };
 
 int Application::Run(int argc, char** argv, KeyValues first) {
@@ -191,6 +195,8 @@ void Application::OnPause(void* data, const Efl_Event*) {
         return;
     }
     self->m_IsPaused = true;
+    self->m_FrameTime = ecore_animator_frametime_get();
+    ecore_animator_frametime_set(kPausedFrameTime);
     if (self->m_Callbacks.pause != nullptr) {
         self->m_Callbacks.pause(self->m_UserData);
     }
@@ -202,6 +208,7 @@ void Application::OnResume(void* data, const Efl_Event*) {
         return;
     }
     self->m_IsPaused = false;
+    ecore_animator_frametime_set(self->m_FrameTime);
     if (self->m_Callbacks.resume != nullptr) {
         self->m_Callbacks.resume(self->m_UserData);
     }

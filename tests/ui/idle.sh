@@ -1,0 +1,36 @@
+#!/bin/sh
+# Counts how often the program wakes up: idle after the start, idle after an analysis, minimised.
+set -eu
+# shellcheck source=tests/ui/ui.sh
+. "$(dirname -- "$0")/ui.sh"
+# shellcheck source=tests/ui/cases.sh
+. "$(dirname -- "$0")/cases.sh"
+
+# How often the threads of the program have waited for something until now.
+waits() {
+    cat "/proc/$1"/task/*/status | awk '/^voluntary_ctxt_switches/ { sum += $2 } END { print sum }'
+}
+
+# Whether the program wakes up at most $2 times in two seconds: PID NUMBER.
+wakes_at_most() {
+    before=$(waits "$1")
+    sleep 2
+    woken=$(($(waits "$1") - before))
+    [ "$woken" -le "$2" ]
+}
+
+# A blinking or sliding row stops within five seconds.
+expect_rest() {
+    expect "the program rests $1" wakes_at_most "$pid" 0
+}
+
+start "$root/samples/typical" row
+pid=$(xdotool getwindowfocus getwindowpid)
+expect_rest "after the start"
+go_down 1 5
+analyse
+expect_rest "after an analysis"
+xdotool windowminimize "$(xdotool getwindowfocus)"
+log_wait 's_Pause is called'
+expect "the minimised program wakes up rarely" wakes_at_most "$pid" 20
+end_by_request
