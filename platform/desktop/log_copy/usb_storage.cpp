@@ -146,7 +146,9 @@ UsbStorage ChooseUsbStorage(const std::vector<BlockDevice>& devices,
         if (error == 0) {
             return {mount.folder, mount.id};
         }
-        firstError = firstError == 0 ? error : firstError;
+        if (firstError == 0) {
+            firstError = error;
+        }
     }
     if (candidates.empty()) {
         FailNoStorage("", ENOMEDIUM);

@@ -138,15 +138,6 @@ protected:
         Remount("rw");
         return result;
     }
-
-    Tree OnDeviceButUnfinished() const {
-        Tree tree = OnDevice();
-        for (auto entry = tree.begin(); entry != tree.end();) {
-            const bool isUnfinished = entry->first.rfind(".quorvel-unfinished-", 0) == 0;
-            entry = isUnfinished ? tree.erase(entry) : std::next(entry);
-        }
-        return tree;
-    }
 };
 
 TEST_P(LogCopyUnplugTest, KeepsNoPartialCopyWhenUnpluggedAtAnyCall) {
@@ -164,7 +155,7 @@ TEST_P(LogCopyUnplugTest, KeepsNoPartialCopyWhenUnpluggedAtAnyCall) {
         ++failures;
         EXPECT_THAT(m_Errors, ElementsAre(StartsWith("log copy: the USB storage was unplugged or "
                                                      "is broken (")));
-        const Tree kept = OnDeviceButUnfinished();
+        const Tree kept = WithoutUnfinished(OnDevice());
         EXPECT_TRUE(kept == Before() || kept == After()) << testing::PrintToString(kept);
         FileIo io;
         EXPECT_EQ(Run(io, Mounted()), 0);

@@ -8,7 +8,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <filesystem>
-#include <iterator>
 #include <string>
 #include <system_error>
 #include <tuple>
@@ -89,11 +88,7 @@ protected:
 
     // Ignores folders with a temporary name.
     void ExpectNoPartialCopy() {
-        Tree tree = OnStorage();
-        for (auto entry = tree.begin(); entry != tree.end();) {
-            const bool isTemporary = entry->first.rfind(".quorvel-unfinished-", 0) == 0;
-            entry = isTemporary ? tree.erase(entry) : std::next(entry);
-        }
+        const Tree tree = WithoutUnfinished(OnStorage());
         // The copy is complete if only its removal failed.
         EXPECT_TRUE(tree == Before() || tree == After()) << testing::PrintToString(tree);
     }
