@@ -126,8 +126,8 @@ void LogTerminal::Drain(std::chrono::milliseconds timeout) {
     m_Changed.wait_for(lock, timeout, [this] { return m_Queue.empty(); });
 }
 
-// Blocks all signals in the thread: the main loop handles those that end the program, and SIGPIPE
-// must not end it.
+// Blocks all signals in the thread. The main loop handles the signals that end the program, and
+// SIGPIPE must not end it.
 void LogTerminal::m_Start() {
     sigset_t all;
     sigset_t before;

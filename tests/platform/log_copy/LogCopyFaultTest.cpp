@@ -133,7 +133,7 @@ TEST_P(LogCopyFaultTest, ReportsFailureOfEveryCall) {
     }
 }
 
-// After the first failure, each later call fails as well, including those of the cleanup.
+// After the first failure, each later call fails as well, including each call of the cleanup.
 TEST_P(LogCopyFaultTest, KeepsNoPartialCopyWhenCleanupFails) {
     const std::vector<PerformedCall> good = GoodRun();
     for (std::size_t at = 0; at < good.size(); ++at) {
