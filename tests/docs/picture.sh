@@ -20,6 +20,10 @@ expect() {
 
 cd -- "$root"
 cp -R --parents docs/pictures platform/desktop samples/typical script src "$work"
+# The copy starts with a digest of its own, so that an outdated picture fails only its own test.
+cp docs/pictures/analysed-item.webp "$work/made.webp"
+printf '#!/bin/sh\necho %s/made.webp\n' "$work" >"$work/script/run"
+"$work/script/docs-picture"
 expect pass src/QELItemList.cpp '1i // A comment.'
 expect fail src/QELItemList.cpp 's/70/71/'
 expect fail platform/desktop/theme/palette.edc 's/COLOR_TEXT 232/COLOR_TEXT 231/'
