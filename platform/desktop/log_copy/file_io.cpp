@@ -5,7 +5,10 @@
 #include <sys/file.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <array>
 #include <cerrno>
+#include <climits>
 #include <cstdio>
 #include <memory>
 #include <system_error>
@@ -92,6 +95,14 @@ int ReadMountId(int descriptor, std::uint64_t& id) {
     return 0;
 }
 
+int ReadPath(int descriptor, std::string& path) {
+    std::array<char, PATH_MAX> target{};
+    const std::string link = "/proc/self/fd/" + std::to_string(descriptor);
+    const ssize_t size = readlink(link.c_str(), target.data(), target.size());
+    path.assign(target.data(), static_cast<std::size_t>(std::max<ssize_t>(size, 0)));
+    return size < 0 ? -1 : 0;
+}
+
 // Some file systems in user space cannot rename without replacing. If another program takes the
 // name after the check, renameat replaces only an empty folder.
 int RenameUnlessTaken(int folder, const char* from, const char* to) {
@@ -172,6 +183,11 @@ bool File::Status(struct stat& status) const {
                      [&](const auto& operation) { return fstat(operation.descriptor, &status); });
 }
 
+bool File::Path(std::string& path) const {
+    return m_Perform({FileCall::kPath, m_Descriptor},
+                     [&](const auto& operation) { return ReadPath(operation.descriptor, path); });
+}
+
 bool File::MountId(std::uint64_t& id) const {
     return m_Perform({FileCall::kMountId, m_Descriptor},
                      [&](const auto& operation) { return ReadMountId(operation.descriptor, id); });
@@ -208,6 +224,12 @@ bool File::TryLock() const {
 bool File::List(std::vector<std::string>& names) const {
     return m_Perform({FileCall::kList, m_Descriptor}, [&](const auto& operation) {
         return ListFolder(operation.descriptor, names);
+    });
+}
+
+bool File::StatusOf(const std::string& name, struct stat& status) const {
+    return m_Perform({FileCall::kStatus, m_Descriptor, name}, [&](const auto& operation) {
+        return fstatat(operation.descriptor, operation.name.c_str(), &status, AT_SYMLINK_NOFOLLOW);
     });
 }
 

@@ -33,6 +33,7 @@ enum class FileCall {
     kCreate,  // opens a new file
     kClose,
     kStatus,
+    kPath,
     kMountId,
     kRead,
     kWrite,
@@ -90,6 +91,8 @@ public:
     bool Close();
 
     bool Status(struct stat& status) const;
+    // path: the real path, without links.
+    bool Path(std::string& path) const;
     // id: number of the mount that contains the file, as in the kernel's mount table.
     bool MountId(std::uint64_t& id) const;
     // Read and write up to size bytes. Return the number of bytes, or -1 and set errno.
@@ -105,6 +108,8 @@ public:
     bool TryLock() const;
     // names: of the files and folders in it without "." and "..", in no order.
     bool List(std::vector<std::string>& names) const;
+    // Returns the status of name itself if it is a link.
+    bool StatusOf(const std::string& name, struct stat& status) const;
     bool MakeFolder(const std::string& name, mode_t mode) const;
     // EEXIST when a file or folder of the new name exists.
     bool Rename(const std::string& from, const std::string& to) const;

@@ -8,13 +8,13 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <condition_variable>
 #include <cstdint>
 #include <exception>
 #include <mutex>
 #include <shared_mutex>
 #include <vector>
 
-#include "log_copy/log_sources.h"
 #include "log_copy/unfinished_folder.h"
 #include "paths.h"
 
@@ -29,6 +29,47 @@ std::shared_timed_mutex& RunningCopies() {
     static auto& copies = *new std::shared_timed_mutex;
     return copies;
 }
+
+// Whether CopyThreads counts this thread.
+thread_local bool g_IsCounted = false;
+
+// Counts the threads that have run a log copy and have not ended. Never destroyed, since a thread
+// may outlive main. Any thread.
+class CopyThreads {
+public:
+    static CopyThreads& GetInstance() {
+        static auto& threads = *new CopyThreads;
+        return threads;
+    }
+
+    void CountThisThread() { thread_local const Mark mark; }
+
+    bool AwaitOthers(std::chrono::milliseconds timeout) {
+        std::unique_lock<std::mutex> lock(m_Mutex);
+        return m_Changed.wait_for(lock, timeout,
+                                  [this] { return m_Count <= (g_IsCounted ? 1 : 0); });
+    }
+
+private:
+    // The destructor runs when its thread ends.
+    struct Mark {
+        Mark() { GetInstance().m_Add(1); }
+        ~Mark() { GetInstance().m_Add(-1); }
+        Mark(const Mark&) = delete;
+        Mark& operator=(const Mark&) = delete;
+    };
+
+    void m_Add(int threads) {
+        const std::lock_guard<std::mutex> lock(m_Mutex);
+        g_IsCounted = threads > 0;
+        m_Count += threads;
+        m_Changed.notify_all();
+    }
+
+    std::mutex m_Mutex;
+    std::condition_variable m_Changed;
+    int m_Count = 0;
+};
 
 bool IsPlain(char letter) {
     return (letter >= '0' && letter <= '9') || (letter >= 'A' && letter <= 'Z') ||
@@ -99,14 +140,17 @@ void Lock(const File& folder, const std::string& name) {
 
 // Returns the path of the new folder. Throws LogCopyError.
 std::string Copy(FileIo& io, const LogCopyJob& job, const UsbStorage& storage) {
-    const std::vector<LogSource> sources = OpenLogSources(io, job.stateFolder, job.dataFolder);
+    std::vector<LogSource> sources =
+        OpenLogSources(io, job.stateFolder, job.dataFolder, job.outsideLinks);
     const File root = OpenStorage(io, storage);
     Lock(root, storage.folder);
     UnfinishedFolder::RemoveLeftOvers(root);
     UnfinishedFolder folder(root, LogCopyName(job.host, job.time));
     folder.Make();
-    for (const LogSource& source : sources) {
+    for (LogSource& source : sources) {
+        OpenOldLog(io, source);
         folder.Add(source);
+        source.file.reset();
     }
     return storage.folder + "/" + folder.Finish();
 }
@@ -139,6 +183,7 @@ std::string LogCopyName(const std::string& host, std::time_t time) {
 }
 
 int RunLogCopy(const LogCopyParts& parts, const LogCopyJob& job) noexcept {
+    CopyThreads::GetInstance().CountThisThread();
     const std::shared_lock<std::shared_timed_mutex> running(RunningCopies());
     bool isError = true;
     std::string line;
@@ -159,13 +204,17 @@ bool AwaitLogCopies(std::chrono::milliseconds timeout) {
     return std::unique_lock<std::shared_timed_mutex>(RunningCopies(), timeout).owns_lock();
 }
 
+bool AwaitLogCopyThreads(std::chrono::milliseconds timeout) {
+    return CopyThreads::GetInstance().AwaitOthers(timeout);
+}
+
 }  // namespace quorvel::desktop
 
 int automation_copy_log_to_usb(void) {
-    quorvel::desktop::FileIo io;
-    const quorvel::desktop::LogCopyJob job{quorvel::desktop::DataFolder(),
-                                           quorvel::desktop::StateFolder(),
-                                           quorvel::desktop::HostName(), std::time(nullptr)};
-    return quorvel::desktop::RunLogCopy(
-        {io, quorvel::desktop::FindUsbStorage, quorvel::desktop::WriteToLog}, job);
+    using namespace quorvel::desktop;  // NOLINT(google-build-using-namespace): C function
+    FileIo io;
+    // Root can read every file. A link could therefore lead to a private file of another user.
+    const OutsideLinks links = geteuid() == 0 ? OutsideLinks::kReject : OutsideLinks::kFollow;
+    const LogCopyJob job{DataFolder(), StateFolder(), HostName(), std::time(nullptr), links};
+    return RunLogCopy({io, FindUsbStorage, WriteToLog}, job);
 }

@@ -7,6 +7,7 @@
 #include <string>
 
 #include "log_copy/file_io.h"
+#include "log_copy/log_sources.h"
 #include "log_copy/usb_storage.h"
 
 // The log copy behind a capture: copies the logs and the result files to USB storage.
@@ -17,6 +18,7 @@ struct LogCopyJob {
     std::string stateFolder;  // contains the logs; empty for no logs
     std::string host;         // part of the name of the new folder
     std::time_t time;         // part of the name of the new folder
+    OutsideLinks outsideLinks = OutsideLinks::kFollow;
 };
 
 // What a log copy uses. Tests replace each part.
@@ -43,6 +45,10 @@ int RunLogCopy(const LogCopyParts& parts, const LogCopyJob& job) noexcept;
 // Waits at shutdown until no log copy runs. Returns false after the timeout. Any thread that does
 // not run a log copy.
 bool AwaitLogCopies(std::chrono::milliseconds timeout);
+
+// Waits at shutdown until all other threads that have called RunLogCopy have ended, since a thread
+// reports and counts its copy afterwards. Returns false after the timeout. Any thread.
+bool AwaitLogCopyThreads(std::chrono::milliseconds timeout);
 
 }  // namespace quorvel::desktop
 

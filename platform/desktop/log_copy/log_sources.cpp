@@ -14,6 +14,8 @@ namespace quorvel::desktop {
 
 namespace {
 
+// More than a rotation renames or removes: the log has three rotated files.
+constexpr std::size_t kMaxOpenLogs = 8;
 constexpr const char* kResultFiles[] = {"qelXml.xml", "qelRnscXml.xml"};
 
 // Returns the age in the name of a rotated log, 0 for the log itself, no value for other names.
@@ -51,59 +53,118 @@ std::vector<unsigned> ListLogAges(FileIo& io, const std::string& folder) {
     return ages;
 }
 
+bool IsSameFile(const struct stat& first, const struct stat& second) {
+    return first.st_dev == second.st_dev && first.st_ino == second.st_ino;
+}
+
 bool Contains(const std::vector<LogSource>& sources, const struct stat& status) {
     return std::any_of(sources.begin(), sources.end(), [&status](const LogSource& source) {
-        return source.status.st_dev == status.st_dev && source.status.st_ino == status.st_ino;
+        return IsSameFile(source.status, status);
     });
 }
 
-// Links are followed. Pipes and folders are skipped; O_NONBLOCK keeps a pipe from blocking the
-// copy, and opening a socket or a device without a driver reports ENXIO.
-void AddIfFile(std::vector<LogSource>& sources, FileIo& io, const std::string& folder,
-               const std::string& name) {
-    const std::string path = folder + "/" + name;
-    File file(io, path, O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
-    if (!file.IsOpen() && (IsMissing(errno) || errno == ENXIO)) {
-        return;
-    }
-    struct stat status {};
-    if (!file.IsOpen() || !file.Status(status)) {
+// Pipes and folders are opened too; O_NONBLOCK keeps a pipe from blocking the copy.
+File OpenFile(FileIo& io, const std::string& path) {
+    return {io, path, O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC};
+}
+
+// Only a link leads to a file outside the folder.
+void CheckIsInside(FileIo& io, const File& file, const std::string& path,
+                   const std::string& folder) {
+    const File opened(io, folder, O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    std::string realPath;
+    std::string realFolder;
+    if (!opened.IsOpen() || !opened.Path(realFolder) || !file.Path(realPath)) {
         FailSource(path, errno);
     }
-    if (S_ISREG(status.st_mode) && !Contains(sources, status)) {
-        sources.push_back({name, std::move(file), status});
+    if (realPath.rfind(realFolder + "/", 0) != 0) {
+        throw LogCopyError("root does not copy a link to a file outside its folder", path);
     }
 }
+
+// Finds the files to copy in one folder after the other.
+class SourceList {
+public:
+    SourceList(FileIo& io, OutsideLinks outsideLinks) : m_Io(io), m_OutsideLinks(outsideLinks) {}
+
+    // Adds the file if it exists. Skips pipes and folders; opening a socket or a device without a
+    // driver reports ENXIO.
+    void AddIfFile(const std::string& folder, const std::string& name) {
+        const std::string path = folder + "/" + name;
+        File file = OpenFile(m_Io, path);
+        if (!file.IsOpen() && (IsMissing(errno) || errno == ENXIO)) {
+            return;
+        }
+        struct stat status {};
+        if (!file.IsOpen() || !file.Status(status)) {
+            FailSource(path, errno);
+        }
+        if (!S_ISREG(status.st_mode) || Contains(m_Sources, status)) {
+            return;
+        }
+        if (m_OutsideLinks == OutsideLinks::kReject) {
+            CheckIsInside(m_Io, file, path, folder);
+        }
+        m_Sources.push_back({name, path, status, std::move(file)});
+    }
+
+    void AddLogs(const std::string& folder);
+
+    std::vector<LogSource> Take() { return std::move(m_Sources); }
+
+private:
+    FileIo& m_Io;
+    OutsideLinks m_OutsideLinks;
+    std::vector<LogSource> m_Sources;
+};
 
 // Opens the youngest log first. A rotation in between renames a log to the next older name, which
 // is opened later, so no log is missed. The name after the oldest one is tried for the same reason.
 // A log that is found twice is recognised by its inode.
-void AddLogs(std::vector<LogSource>& sources, FileIo& io, const std::string& folder) {
-    std::vector<unsigned> ages = ListLogAges(io, folder);
+void SourceList::AddLogs(const std::string& folder) {
+    std::vector<unsigned> ages = ListLogAges(m_Io, folder);
     if (ages.empty()) {
         return;
     }
     ages.push_back(ages.back() + 1);
     for (const unsigned age : ages) {
-        AddIfFile(sources, io, folder, RotatedLogName(age));
+        AddIfFile(folder, RotatedLogName(age));
+        if (m_Sources.size() > kMaxOpenLogs) {
+            m_Sources.back().file.reset();
+        }
     }
 }
 
 }  // namespace
 
 std::vector<LogSource> OpenLogSources(FileIo& io, const std::string& stateFolder,
-                                      const std::string& dataFolder) {
-    std::vector<LogSource> sources;
+                                      const std::string& dataFolder, OutsideLinks outsideLinks) {
+    SourceList list(io, outsideLinks);
     if (!stateFolder.empty()) {
-        AddLogs(sources, io, stateFolder);
+        list.AddLogs(stateFolder);
     }
     for (const char* name : kResultFiles) {
-        AddIfFile(sources, io, dataFolder, name);
+        list.AddIfFile(dataFolder, name);
     }
+    std::vector<LogSource> sources = list.Take();
     if (sources.empty()) {
         throw LogCopyError("there is nothing to copy", stateFolder + ", " + dataFolder);
     }
     return sources;
+}
+
+void OpenOldLog(FileIo& io, LogSource& source) {
+    if (source.file) {
+        return;
+    }
+    struct stat status {};
+    source.file.emplace(OpenFile(io, source.path));
+    if (!source.file->IsOpen() || !source.file->Status(status)) {
+        FailSource(source.path, errno);
+    }
+    if (!IsSameFile(source.status, status)) {
+        FailSource(source.path, ESTALE);
+    }
 }
 
 }  // namespace quorvel::desktop

@@ -3,6 +3,7 @@
 
 #include <sys/stat.h>
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -10,19 +11,28 @@
 
 namespace quorvel::desktop {
 
-// A file to copy, open for reading.
+// A file to copy.
 struct LogSource {
     std::string name;
-    File file;
-    struct stat status;  // when the file was opened; st_size is the number of bytes to copy
+    std::string path;
+    struct stat status;        // when the file was found; st_size is the number of bytes to copy
+    std::optional<File> file;  // open for reading; no value for an old log
 };
 
-// Opens the log and the rotated logs in stateFolder, and the result files in dataFolder, as far as
-// they exist. stateFolder may be empty for no logs. All files are opened before the first one is
-// copied, so that a rotation during the copy changes nothing. Throws LogCopyError when an existing
-// file cannot be read and when no file exists. io must outlive the result. Any thread.
+// Whether a link to a file outside its folder is followed or makes the copy fail.
+enum class OutsideLinks { kFollow, kReject };
+
+// Finds the log and the rotated logs in stateFolder, and the result files in dataFolder, as far as
+// they exist. stateFolder may be empty for no logs. All files that a rotation can change are opened
+// before the first one is copied, so that a rotation during the copy changes nothing. Old logs are
+// not kept open, since a folder may contain more of them than this process may open. Throws
+// LogCopyError when an existing file cannot be read, when a link is rejected and when no file
+// exists. io must outlive the result. Any thread.
 std::vector<LogSource> OpenLogSources(FileIo& io, const std::string& stateFolder,
-                                      const std::string& dataFolder);
+                                      const std::string& dataFolder, OutsideLinks outsideLinks);
+
+// Opens the file unless it is open. Throws LogCopyError when the path has another file now.
+void OpenOldLog(FileIo& io, LogSource& source);
 
 }  // namespace quorvel::desktop
 

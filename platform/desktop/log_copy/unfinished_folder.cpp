@@ -65,7 +65,7 @@ void CopyContent(const LogSource& source, const File& target) {
     std::vector<char> buffer(kChunk);
     auto left = static_cast<std::size_t>(source.status.st_size);
     while (left > 0) {
-        const ssize_t size = source.file.Read(buffer.data(), std::min(left, buffer.size()));
+        const ssize_t size = source.file->Read(buffer.data(), std::min(left, buffer.size()));
         if (size < 0) {
             FailSource(source.name, errno);
         }
@@ -77,21 +77,34 @@ void CopyContent(const LogSource& source, const File& target) {
     }
 }
 
-void RemoveFiles(const File& parent, const std::string& name) {
-    const File folder(parent, name, kOpenFolder);
-    std::vector<std::string> files;
-    if (!folder.IsOpen() || !folder.List(files)) {
-        return;
-    }
-    for (const std::string& file : files) {
-        folder.RemoveFile(file);
-    }
+bool IsNoFolder(const File& folder, const std::string& name) {
+    struct stat status {};
+    return folder.StatusOf(name, status) && !S_ISDIR(status.st_mode);
 }
 
-// Removes the folder if it contains only files, as the folders of a log copy do. Does not follow
-// links.
+// Returns the names in the folder. Returns no value when the folder cannot be read or contains
+// another folder, unlike the folder of a log copy.
+std::optional<std::vector<std::string>> ListFiles(const File& folder) {
+    std::vector<std::string> names;
+    if (!folder.IsOpen() || !folder.List(names) ||
+        !std::all_of(names.begin(), names.end(),
+                     [&folder](const std::string& name) { return IsNoFolder(folder, name); })) {
+        return std::nullopt;
+    }
+    return names;
+}
+
+// Removes the folder of a log copy. Leaves any other folder as it is, with all its files. Does not
+// follow links.
 void RemoveWithFiles(const File& parent, const std::string& name) {
-    RemoveFiles(parent, name);
+    const File folder(parent, name, kOpenFolder);
+    const std::optional<std::vector<std::string>> files = ListFiles(folder);
+    if (!files) {
+        return;
+    }
+    for (const std::string& file : *files) {
+        folder.RemoveFile(file);
+    }
     parent.RemoveFolder(name);
 }
 
@@ -143,7 +156,9 @@ void UnfinishedFolder::Make() {
 }
 
 void UnfinishedFolder::Add(const LogSource& source) {
-    File file(*m_Folder, source.name, kCreateFile, kFileMode);
+    // Other users must not read a copy of a private file.
+    const mode_t mode = kFileMode & (source.status.st_mode | S_IRUSR | S_IWUSR);
+    File file(*m_Folder, source.name, kCreateFile, mode);
     if (!file.IsOpen()) {
         FailStorage(source.name, errno);
     }

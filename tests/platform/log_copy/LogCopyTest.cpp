@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <sys/file.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <tv_services.h>
 #include <unistd.h>
@@ -30,11 +31,13 @@
 
 namespace fs = std::filesystem;
 using quorvel::desktop::AwaitLogCopies;
+using quorvel::desktop::AwaitLogCopyThreads;
 using quorvel::desktop::FailNoStorage;
 using quorvel::desktop::FailStorage;
 using quorvel::desktop::FileCall;
 using quorvel::desktop::FileIo;
 using quorvel::desktop::LogCopyName;
+using quorvel::desktop::OutsideLinks;
 using quorvel::desktop::UsbStorage;
 using testing::AllOf;
 using testing::ContainsRegex;
@@ -156,6 +159,85 @@ TEST_F(LogCopyTest, FollowsLinksAndSkipsPipesAndFolders) {
     EXPECT_EQ(OnStorage(), After());
 }
 
+TEST_F(LogCopyTest, RejectsLinkOutOfFolder) {
+    m_Job.outsideLinks = OutsideLinks::kReject;
+    const fs::path secret = m_Scratch.Path() / "secret";
+    Write(secret, "private");
+    for (const fs::path& link : {m_State / "quorvel.2.log", m_Data / "qelRnscXml.xml"}) {
+        fs::remove(link);
+        fs::create_symlink(secret, link);
+        EXPECT_EQ(Run(m_Io), -1);
+        EXPECT_THAT(m_Errors, ElementsAre("log copy: root does not copy a link to a file outside "
+                                          "its folder (" +
+                                          link.string() + ")"));
+        EXPECT_EQ(OnStorage(), Before());
+        fs::remove(link);
+    }
+}
+
+TEST_F(LogCopyTest, FollowsLinkInsideFolderWhenOutsideLinksAreRejected) {
+    m_Job.outsideLinks = OutsideLinks::kReject;
+    for (const fs::path& target : {fs::path("elsewhere"), m_Data / "elsewhere"}) {
+        fs::rename(m_Data / "qelXml.xml", m_Data / "elsewhere");
+        fs::create_symlink(target, m_Data / "qelXml.xml");
+        EXPECT_EQ(Run(m_Io), 0);
+        EXPECT_EQ(OnStorage(), After());
+        fs::rename(m_Data / "elsewhere", m_Data / "qelXml.xml");
+        ResetStorage();
+    }
+}
+
+TEST_F(LogCopyTest, KeepsCopyOfPrivateFilePrivate) {
+    fs::permissions(m_State / "quorvel.log", static_cast<fs::perms>(0600));
+    fs::permissions(m_Data / "qelXml.xml", static_cast<fs::perms>(0644));
+    const mode_t before = umask(0);
+    EXPECT_EQ(Run(m_Io), 0);
+    umask(before);
+    const auto modeOf = [this](const char* name) {
+        return fs::status(m_Storage / m_CopyName / name).permissions();
+    };
+    EXPECT_EQ(modeOf("quorvel.log"), static_cast<fs::perms>(0600));
+    EXPECT_EQ(modeOf("qelXml.xml"), static_cast<fs::perms>(0644));
+}
+
+TEST_F(LogCopyTest, CopiesMoreLogsThanDescriptors) {
+    for (int age = 2; age < 300; ++age) {
+        const std::string name = "quorvel." + std::to_string(age) + ".log";
+        m_Sources[name] = std::to_string(age);
+        Write(m_State / name, m_Sources[name]);
+    }
+    rlimit before{};
+    getrlimit(RLIMIT_NOFILE, &before);
+    const rlimit few{128, before.rlim_max};
+    setrlimit(RLIMIT_NOFILE, &few);
+    EXPECT_EQ(Run(m_Io), 0);
+    setrlimit(RLIMIT_NOFILE, &before);
+    EXPECT_EQ(OnStorage(), After());
+}
+
+TEST_F(LogCopyTest, FailsWhenOldLogIsReplacedOrRemoved) {
+    for (int age = 2; age < 20; ++age) {
+        Write(m_State / ("quorvel." + std::to_string(age) + ".log"), std::to_string(age));
+    }
+    const std::string old = m_State / "quorvel.15.log";
+    Write(m_Scratch.Path() / "other", "other");
+    const std::size_t at = IndexOf(FileCall::kMakeFolder);
+    for (const char* reason : {"Stale file handle", "No such file or directory"}) {
+        FaultyFileIo io(m_Storage);
+        io.SetHook([&](std::size_t index) {
+            if (index == at && fs::exists(m_Scratch.Path() / "other")) {
+                fs::rename(m_Scratch.Path() / "other", old);
+            } else if (index == at) {
+                fs::remove(old);
+            }
+        });
+        EXPECT_EQ(Run(io), -1);
+        EXPECT_THAT(m_Errors, ElementsAre("log copy: a file to copy cannot be read (" + old + ": " +
+                                          reason + ")"));
+        EXPECT_EQ(OnStorage(), Before());
+    }
+}
+
 TEST_F(LogCopyTest, CopiesEmptyFile) {
     Write(m_State / "quorvel.log", "");
     m_Sources["quorvel.log"] = "";
@@ -238,6 +320,16 @@ TEST_F(LogCopyTest, KeepsFilesAndLinksNamedLikeLeftOvers) {
     EXPECT_TRUE(fs::is_symlink(link));
     EXPECT_TRUE(fs::exists(file));
     EXPECT_TRUE(fs::exists(m_Data / "qelXml.xml"));
+}
+
+// The folder of a log copy contains no folders, so this folder belongs to the user.
+TEST_F(LogCopyTest, KeepsFolderNamedLikeLeftOverWithSubfolder) {
+    const fs::path folder = m_Storage / ".quorvel-unfinished-photos";
+    Write(folder / "a.jpg", "a");
+    Write(folder / "inner" / "b.jpg", "b");
+    EXPECT_EQ(Run(m_Io), 0);
+    EXPECT_EQ(Read(folder / "a.jpg"), "a");
+    EXPECT_EQ(Read(folder / "inner" / "b.jpg"), "b");
 }
 
 TEST_F(LogCopyTest, FailsWhileAnotherCopyRuns) {
@@ -445,6 +537,28 @@ TEST_F(LogCopyTest, WaitsForRunningCopyAtShutdown) {
     copy.join();
 }
 
+// A thread reports and counts its copy after the copy.
+TEST_F(LogCopyTest, WaitsForThreadOfCopyAtShutdown) {
+    std::promise<void> copied;
+    std::promise<void> released;
+    std::thread thread([&] {
+        Run(m_Io);
+        copied.set_value();
+        released.get_future().wait();
+    });
+    copied.get_future().wait();
+    EXPECT_TRUE(AwaitLogCopies(std::chrono::milliseconds(0)));
+    EXPECT_FALSE(AwaitLogCopyThreads(std::chrono::milliseconds(10)));
+    released.set_value();
+    EXPECT_TRUE(AwaitLogCopyThreads(kLongEnough));
+    thread.join();
+}
+
+TEST_F(LogCopyTest, DoesNotWaitForThreadThatWaits) {
+    EXPECT_EQ(Run(m_Io), 0);
+    EXPECT_TRUE(AwaitLogCopyThreads(std::chrono::milliseconds(0)));
+}
+
 // Calls the C function with real system calls and the real log.
 class LogCopyCallTest : public CopyFixture {
 protected:
@@ -478,6 +592,16 @@ TEST_F(LogCopyCallTest, CopiesIntoFolderFromEnvironment) {
     ASSERT_EQ(copies.size(), 1U);
     EXPECT_THAT(NamesBetween(before, after), testing::Contains(copies[0].filename().string()));
     EXPECT_EQ(Read(copies[0] / "quorvel.1.log"), "old\n");
+}
+
+TEST_F(LogCopyCallTest, RejectsLinkOutOfFolderAsRoot) {
+    if (geteuid() != 0) {
+        GTEST_SKIP() << "only root rejects such a link";
+    }
+    Write(m_Scratch.Path() / "secret", "private");
+    fs::create_symlink(m_Scratch.Path() / "secret", m_Scratch.Path() / "quorvel/quorvel.2.log");
+    EXPECT_EQ(automation_copy_log_to_usb(), -1);
+    EXPECT_EQ(OnStorage(), Before());
 }
 
 TEST_F(LogCopyCallTest, FailsWhenFolderFromEnvironmentIsMissing) {
