@@ -8,7 +8,9 @@
 #include <wayland-client-core.h>
 #include <xcb/xcb.h>
 
+#include <algorithm>
 #include <array>
+#include <chrono>
 #include <csignal>
 #include <cstdlib>
 #include <ctime>
@@ -18,8 +20,10 @@ namespace quorvel::desktop {
 
 namespace {
 
-// How long one display may take to answer.
-constexpr timespec kTimeout{0, 400'000'000};
+using Clock = std::chrono::steady_clock;
+
+// How long the displays may take to answer.
+constexpr std::chrono::milliseconds kTimeout{1000};
 
 std::string_view Environment(const char* variable) {
     const char* value = std::getenv(variable);
@@ -62,48 +66,64 @@ bool ConnectToX() {
     _exit(success ? 0 : 1);
 }
 
-// Returns whether a byte arrives before the timeout. Signals wait until then.
-bool ReceivesByte(int pipe) {
+// Returns whether a byte arrives before the deadline. Signals wait until then.
+bool ReceivesByte(int pipe, Clock::time_point deadline) {
     sigset_t all;
     sigfillset(&all);
+    const std::chrono::nanoseconds left =
+        std::max(deadline - Clock::now(), Clock::duration::zero());
+    const timespec timeout{left / std::chrono::seconds(1),
+                           (left % std::chrono::seconds(1)).count()};
     pollfd waiting{pipe, POLLIN, 0};
     char byte = 0;
-    return ppoll(&waiting, 1, &kTimeout, &all) == 1 && read(pipe, &byte, 1) == 1;
+    return ppoll(&waiting, 1, &timeout, &all) == 1 && read(pipe, &byte, 1) == 1;
 }
 
-// A display that does not answer blocks connect for minutes, and connect cannot be cancelled.
-// Therefore a child process connects, and this function kills the child after the timeout.
-bool ConnectsInTime(bool (*connect)()) {
-    std::array<int, 2> pipe{};
-    if (pipe2(pipe.data(), O_CLOEXEC) != 0) {
-        return false;
+// One attempt to connect to a display. A display that does not answer blocks connect for minutes,
+// and connect cannot be cancelled. Therefore a child process connects, and the destructor kills it.
+class Attempt {
+public:
+    // Starts to connect if the variable names a display.
+    Attempt(const char* variable, bool (*connect)()) : m_Variable(variable) {
+        std::array<int, 2> pipe{};
+        if (Environment(variable).empty() || pipe2(pipe.data(), O_CLOEXEC) != 0) {
+            return;
+        }
+        m_Pipe = pipe[0];
+        const pid_t parent = getpid();
+        m_Child = fork();
+        if (m_Child == 0) {
+            ReportConnection(connect, parent, pipe[1]);
+        }
+        close(pipe[1]);
     }
-    const pid_t parent = getpid();
-    const pid_t child = fork();
-    if (child == 0) {
-        ReportConnection(connect, parent, pipe[1]);
+    ~Attempt() {
+        if (m_Pipe >= 0) {
+            close(m_Pipe);
+        }
+        if (m_Child > 0) {
+            kill(m_Child, SIGKILL);
+            waitpid(m_Child, nullptr, 0);
+        }
     }
-    close(pipe[1]);
-    const bool success = ReceivesByte(pipe[0]);
-    close(pipe[0]);
-    if (child > 0) {
-        kill(child, SIGKILL);
-        waitpid(child, nullptr, 0);
-    }
-    return success;
-}
+    Attempt(const Attempt&) = delete;
+    Attempt& operator=(const Attempt&) = delete;
 
-// Removes the variable from the environment when its display does not answer.
-bool IsUsable(const char* variable, bool (*connect)()) {
-    if (Environment(variable).empty()) {
-        return false;
+    // Returns whether the display answers before the deadline. Otherwise removes the variable from
+    // the environment.
+    bool Succeeds(Clock::time_point deadline) const {
+        const bool success = m_Pipe >= 0 && ReceivesByte(m_Pipe, deadline);
+        if (!success) {
+            unsetenv(m_Variable);
+        }
+        return success;
     }
-    const bool usable = ConnectsInTime(connect);
-    if (!usable) {
-        unsetenv(variable);
-    }
-    return usable;
-}
+
+private:
+    const char* m_Variable;
+    int m_Pipe = -1;
+    pid_t m_Child = -1;
+};
 
 std::string Reason(const std::string& x, const std::string& wayland) {
     if (x.empty() && wayland.empty()) {
@@ -121,8 +141,11 @@ bool FindDisplay(std::string& why) {
     }
     const std::string wayland(Environment("WAYLAND_DISPLAY"));
     const std::string x(Environment("DISPLAY"));
-    const bool hasWayland = IsUsable("WAYLAND_DISPLAY", ConnectToWayland);
-    const bool hasX = IsUsable("DISPLAY", ConnectToX);
+    const Attempt waylandAttempt("WAYLAND_DISPLAY", ConnectToWayland);
+    const Attempt xAttempt("DISPLAY", ConnectToX);
+    const Clock::time_point deadline = Clock::now() + kTimeout;
+    const bool hasWayland = waylandAttempt.Succeeds(deadline);
+    const bool hasX = xAttempt.Succeeds(deadline);
     if (hasWayland || hasX) {
         return true;
     }
