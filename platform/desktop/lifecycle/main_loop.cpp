@@ -3,12 +3,17 @@
 #include <Efreet.h>
 #include <Elementary.h>
 #include <app.h>
+#include <fcntl.h>
+#include <sys/resource.h>
+#include <unistd.h>
 
+#include <algorithm>
 #include <chrono>
 #include <deque>
 #include <iostream>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "lifecycle/display.h"
 #include "lifecycle/instance.h"
@@ -32,6 +37,34 @@ constexpr std::chrono::seconds kOwnerTimeout{10};
 // How long shutdown waits for a log copy. A working storage finishes earlier, and a second program
 // waits longer for the lock.
 constexpr std::chrono::seconds kLogCopyTimeout{5};
+// How long shutdown then waits for the thread of the log copy, which only counts the capture.
+constexpr std::chrono::seconds kCaptureTimeout{2};
+
+// EFL crashes when it cannot open a file. A start opens about 30 files, and a log copy 15.
+constexpr int kNeededFiles = 64;
+constexpr rlim_t kUsualFileLimit = 1024;
+
+void RaiseFileLimit() {
+    rlimit limit{};
+    if (getrlimit(RLIMIT_NOFILE, &limit) == 0 && limit.rlim_cur < kUsualFileLimit) {
+        limit.rlim_cur = std::min(kUsualFileLimit, limit.rlim_max);
+        setrlimit(RLIMIT_NOFILE, &limit);
+    }
+}
+
+// Tries it, since the files that are open already count too.
+bool CanOpenNeededFiles() {
+    std::vector<int> files;
+    while (files.size() < kNeededFiles) {
+        const int file = open("/dev/null", O_RDONLY | O_CLOEXEC);
+        if (file < 0) {
+            break;
+        }
+        files.push_back(file);
+    }
+    std::for_each(files.begin(), files.end(), close);
+    return files.size() == kNeededFiles;
+}
 
 // Seconds between two frames of a minimised window. The toolkit would draw 60 frames a second.
 constexpr double kPausedFrameTime = 3600;
@@ -217,11 +250,19 @@ void Application::OnResume(void* data, const Efl_Event*) {
 int RunAsOwner(int argc, char** argv, const ui_app_lifecycle_callback_s& callbacks, void* userData,
                const std::string& socketPath, KeyValues first) {
     LimitXmlInput([](const std::string& line) { LogError(line); });
+    RaiseFileLimit();
+    if (!CanOpenNeededFiles()) {
+        LogError("cannot open " + std::to_string(kNeededFiles) +
+                 " files at once; raise the limit: ulimit -n " + std::to_string(kUsualFileLimit));
+        return APP_ERROR_INVALID_CONTEXT;
+    }
     PrepareToolkit();
     const int result =
         Application(callbacks, userData, socketPath).Run(argc, argv, std::move(first));
     if (!AwaitLogCopies(kLogCopyTimeout)) {
         LogError("shutdown stops a log copy; the next log copy removes its temporary folder");
+    } else if (!AwaitLogCopyThreads(kCaptureTimeout)) {
+        LogError("shutdown stops a capture after its log copy; its counter may be too low");
     }
     return result;
 }

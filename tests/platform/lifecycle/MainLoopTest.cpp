@@ -70,6 +70,45 @@ TEST_F(MainLoopTest, WaitsForLogCopyAtShutdown) {
     EXPECT_THAT(Errors(*app), IsEmpty());
 }
 
+TEST_F(MainLoopTest, WaitsUntilLogCopyIsCounted) {
+    const auto app = Start({"EXEPARAM=COPY_COUNT_AND_CLOSE"});
+    ASSERT_TRUE(AwaitEvent("terminate"));
+    app->Proceed();
+    ASSERT_TRUE(AwaitEvent("copied"));
+    EXPECT_FALSE(Await([this] { return Count("exit") > 0; }, std::chrono::milliseconds(200)));
+    app->Proceed();
+    EXPECT_EQ(app->Exit(), 0);
+    EXPECT_EQ(Count("counted"), 1);
+    EXPECT_EQ(Events().back(), "exit");
+    EXPECT_THAT(Errors(*app), IsEmpty());
+}
+
+TEST_F(MainLoopTest, StopsUncountedLogCopyAfterTwoSeconds) {
+    const auto app = Start({"EXEPARAM=COPY_COUNT_AND_CLOSE"});
+    app->Proceed();
+    EXPECT_EQ(app->Exit(), 0);
+    EXPECT_EQ(Count("counted"), 0);
+    EXPECT_THAT(Errors(*app), ElementsAre("shutdown stops a capture after its log copy; its "
+                                          "counter may be too low"));
+}
+
+// EFL would crash.
+TEST_F(MainLoopTest, ReportsTooFewDescriptors) {
+    ChildProgram program(m_Folders, "prlimit", {"--nofile=20", QUORVEL_RECORDING_APP},
+                         {{"RECORD", m_Record}});
+    EXPECT_EQ(program.Exit(), 1);
+    EXPECT_THAT(Errors(program),
+                ElementsAre("cannot open 64 files at once; raise the limit: ulimit -n 1024"));
+}
+
+TEST_F(MainLoopTest, RaisesSoftLimitOnDescriptors) {
+    ChildProgram program(m_Folders, "prlimit",
+                         {"--nofile=20:1024", QUORVEL_RECORDING_APP, "EXEPARAM=CLOSE"},
+                         {{"RECORD", m_Record}});
+    EXPECT_EQ(program.Exit(), 0);
+    EXPECT_THAT(Errors(program), IsEmpty());
+}
+
 TEST_F(MainLoopTest, StopsLogCopyAfterFiveSeconds) {
     const auto start = std::chrono::steady_clock::now();
     const auto app = Start({"EXEPARAM=COPY_AND_CLOSE"});

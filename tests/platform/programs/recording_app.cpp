@@ -2,7 +2,8 @@
 // such as "<process> create". The value of EXEPARAM in a launch request is a command: CLOSE ends
 // the program as the application does. MINIMISE, RESTORE and QUIT act on the window as a user does.
 // THROW throws an exception. WAIT waits for a line of input. COPY_AND_CLOSE ends the program while
-// a log copy waits for a line of input.
+// a log copy waits for a line of input. After COPY_COUNT_AND_CLOSE, the thread of the copy waits
+// for another line and counts the copy.
 
 #include <Ecore_X.h>
 #include <Elementary.h>
@@ -92,6 +93,13 @@ void Copy() {
         {io, StorageAfterInput, [](bool, const std::string&) { Record("copied"); }}, {});
 }
 
+void CopyAndCount() {
+    Copy();
+    std::string line;
+    std::getline(std::cin, line);
+    Record("counted");
+}
+
 void Obey(const std::string& command) {
     const Ecore_X_Window window = elm_win_xwindow_get(g_Window);
     if (command == "CLOSE") {
@@ -99,6 +107,9 @@ void Obey(const std::string& command) {
         elm_exit();
     } else if (command == "COPY_AND_CLOSE") {
         std::thread(Copy).detach();
+        Obey("CLOSE");
+    } else if (command == "COPY_COUNT_AND_CLOSE") {
+        std::thread(CopyAndCount).detach();
         Obey("CLOSE");
     } else if (command == "WAIT") {
         std::string line;
