@@ -2,6 +2,7 @@
 // validity rules.
 
 #include <benchmark/benchmark.h>
+#include <dlog.h>
 
 #include "BenchData.h"
 #include "QELAnalysis.h"
@@ -25,7 +26,31 @@ void ConflictsWithItems(benchmark::State& state) {
     }
     state.SetItemsProcessed(state.iterations() * state.range(0));
 }
-BENCHMARK(ConflictsWithItems)->Arg(60)->Arg(1000)->Arg(10000)->Unit(benchmark::kMillisecond);
+BENCHMARK(ConflictsWithItems)
+    ->Arg(60)
+    ->Arg(1000)
+    ->Arg(10000)
+    ->Arg(100000)
+    ->Unit(benchmark::kMillisecond);
+
+// The lower bound of ConflictsWithItems: formats the four log lines of each item that the analysis
+// writes, and nothing else.
+void LogLinesWithItems(benchmark::State& state) {
+    const char* const format = "%s: %s(%d) > id=%d, strCode=%s\n";
+    const char* const codeFormat = "%s: %s(%d) > id=%d, retCode=%x\n";
+    const char* const file = "QELAnalysisData.cpp";
+    for (auto _ : state) {
+        for (int i = 0; i < state.range(0); ++i) {
+            __dlog_print(LOG_ID_MAIN, DLOG_INFO, "QEL", format, file, "GetCodeFromAll", 1, i, "11");
+            __dlog_print(LOG_ID_MAIN, DLOG_INFO, "QEL", codeFormat, file, "GetCodeFromAll", 1, i,
+                         0x11);
+            __dlog_print(LOG_ID_MAIN, DLOG_INFO, "QEL", format, file, "GetCodeFromAll", 1, i, "2A");
+            __dlog_print(LOG_ID_MAIN, DLOG_INFO, "QEL", codeFormat, file, "GetCodeFromAll", 1, i,
+                         0x2A);
+        }
+    }
+}
+BENCHMARK(LogLinesWithItems)->Arg(1000)->Arg(100000)->Unit(benchmark::kMillisecond);
 
 void Validity(benchmark::State& state) {
     QELAnalysisData& analysisData = LoadStores(60);

@@ -9,6 +9,7 @@
 #include <memory>
 #include <new>
 #include <sstream>
+#include <utility>
 
 namespace {
 
@@ -294,16 +295,16 @@ bool QELXmlParser::m_ParseItemInfo(xmlNodePtr node) {
     for (const char* key : kItemKeys) {
         std::string value;
         if (m_GetContentFromNode(m_doc, m_FindNodeWithTagInfo(node, key), value)) {
-            item[key] = value;
+            item.emplace(key, std::move(value));
         }
     }
     // Intentional: an item without a result is a failed item, as is an item whose result is a
     // prefix of "fail".
     const std::string* result = FindValue(item, "result");
-    if (MatchesKeyword(result == nullptr ? std::string() : *result, "fail")) {
+    if (result == nullptr || MatchesKeyword(*result, "fail")) {
         m_resultFailData.push_back(item);
     }
-    m_resultAllData.push_back(item);
+    m_resultAllData.push_back(std::move(item));
     return true;
 }
 
