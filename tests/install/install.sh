@@ -64,7 +64,8 @@ chmod 700 "$work/run"
 cmake --install "$build" --prefix "$prefix" >"$work/log"
 
 share=$prefix/share/quorvel/resources
-for file in "$prefix/bin/quorvel" "$prefix/bin/quorvel-view" "$prefix/libexec/quorvel/lay-data"; do
+for file in "$prefix/bin/quorvel" "$prefix/bin/quorvel-view" "$prefix/bin/quorvel-report" \
+    "$prefix/libexec/quorvel/lay-data"; do
     [ -x "$file" ] || fail "not installed: $file"
 done
 [ -r "$share/theme/quorvel.edj" ] || fail "the theme is not installed"

@@ -26,7 +26,7 @@ packaged=$(dpkg-deb -f "$package" Version)
 [ "$packaged" = "$version" ] || fail "its version is $packaged, that of the build $version"
 
 dpkg-deb -x "$package" "$work/files"
-for file in bin/quorvel bin/quorvel-view libexec/quorvel/lay-data \
+for file in bin/quorvel bin/quorvel-view bin/quorvel-report libexec/quorvel/lay-data \
     share/quorvel/resources/theme/quorvel.edj; do
     [ -f "$work/files/usr/$file" ] || fail "it lacks $file"
 done

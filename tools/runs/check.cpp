@@ -128,6 +128,7 @@ void ReadValues(Run& run, const QELXmlParser& store) {
 
 void FindPhotos(Run& run, const QELXmlParser& store) {
     std::set<std::string> names;
+    run.photos.clear();
     for (unsigned int i = 0; i < store.GetNumOfResult(); ++i) {
         if (store.GetResultType(i) != RESULT_TYPE_IMAGE) {
             continue;
@@ -139,8 +140,7 @@ void FindPhotos(Run& run, const QELXmlParser& store) {
     }
 }
 
-void Parse(Run& run, const std::string& folder) {
-    QELXmlParser store;
+void Parse(Run& run, const std::string& folder, QELXmlParser& store) {
     bool parsed = false;
     {
         const XmlProblems problems(run.files, folder);
@@ -175,12 +175,19 @@ bool IsResultFile(const std::string& name) {
 }
 
 void CheckRun(Run& run) {
+    QELXmlParser store;
+    CheckRun(run, store);
+}
+
+void CheckRun(Run& run, QELXmlParser& store) {
     const Descriptor folder(open(run.folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     if (folder.Number() < 0) {
         const int error = errno;
         for (ResultFile& file : run.files) {
             Reject(file, FileState::kUnreadable, std::strerror(error));
         }
+        // Clears the store: no file has this path.
+        store.ParseFolder("/dev/null");
         return;
     }
     std::string identity;
@@ -194,7 +201,7 @@ void CheckRun(Run& run) {
         run.identity = identity;
     }
     // A path that libxml2 takes as it is. A path of the user could look like a URL.
-    Parse(run, "/proc/self/fd/" + std::to_string(folder.Number()));
+    Parse(run, "/proc/self/fd/" + std::to_string(folder.Number()), store);
 }
 
 }  // namespace quorvel::runs

@@ -5,6 +5,7 @@
 
 #include <string>
 
+#include "QELXmlParser.h"
 #include "runs/runs.h"
 
 namespace quorvel::runs {
@@ -18,6 +19,8 @@ std::string Identify(const struct stat& status);
 // Reads the result files in run.folder and sets the states of the files and the values of the run.
 // Sets run.identity unless it is set. A file that already has the state kUnreadable keeps it.
 void CheckRun(Run& run);
+// Does the same and leaves what was read in the store.
+void CheckRun(Run& run, QELXmlParser& store);
 
 }  // namespace quorvel::runs
 

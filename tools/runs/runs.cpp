@@ -20,7 +20,7 @@ namespace fs = std::filesystem;
 // Searches folders level by level, so that a limit cuts off the deepest folders. Lives in FindRuns.
 class Search {
 public:
-    explicit Search(const Limits& limits) : m_Left(limits) {}
+    Search(const Limits& limits, Reading reading) : m_Reading(reading), m_Left(limits) {}
 
     SearchResult InFolder(const std::string& path) {
         m_Folders.push_back({path, 0});
@@ -64,7 +64,7 @@ private:
             m_Result.problems.push_back(folder.path + ": " + error.message());
         }
         if (hasResultFiles) {
-            m_Result.runs.push_back(ReadFolder(folder.path));
+            m_Result.runs.push_back(ReadFolder(folder.path, m_Reading));
         }
     }
 
@@ -84,22 +84,25 @@ private:
     }
 
 public:
-    static Run ReadFolder(const std::string& path) {
+    static Run ReadFolder(const std::string& path, Reading reading) {
         Run run;
         run.path = path;
         run.folder = fs::absolute(path).lexically_normal();
-        CheckRun(run);
+        if (reading == Reading::kNow) {
+            CheckRun(run);
+        }
         return run;
     }
 
 private:
+    Reading m_Reading;
     SearchResult m_Result;
     std::deque<Folder> m_Folders;
     Limits m_Left;
     bool m_HasDeeper = false;
 };
 
-SearchResult Find(const std::string& path, const Limits& limits) {
+SearchResult Find(const std::string& path, const Limits& limits, Reading reading) {
     std::error_code error;
     const fs::path target = fs::canonical(path, error);
     const fs::file_status status = error ? fs::file_status() : fs::status(target, error);
@@ -107,11 +110,11 @@ SearchResult Find(const std::string& path, const Limits& limits) {
     if (error) {
         result.failure = path + ": " + error.message();
     } else if (fs::is_directory(status)) {
-        return Search(limits).InFolder(path);
+        return Search(limits, reading).InFolder(path);
     } else if (fs::is_regular_file(status) && IsResultFile(target.filename())) {
-        result.runs.push_back(Search::ReadFolder(target.parent_path()));
+        result.runs.push_back(Search::ReadFolder(target.parent_path(), reading));
     } else if (fs::is_regular_file(status) && IsArchive(target.filename())) {
-        return Search(limits).InArchive(path);
+        return Search(limits, reading).InArchive(path);
     } else {
         result.failure = path + ": not a folder, a result file or an archive";
     }
@@ -137,8 +140,8 @@ std::time_t Run::Time() const {
     return std::mktime(&parts);
 }
 
-SearchResult FindRuns(const std::string& path, const Limits& limits) {
-    SearchResult result = Find(path, limits);
+SearchResult FindRuns(const std::string& path, const Limits& limits, Reading reading) {
+    SearchResult result = Find(path, limits, reading);
     std::sort(result.runs.begin(), result.runs.end(), [](const Run& one, const Run& other) {
         return std::make_pair(other.Time(), one.path) < std::make_pair(one.Time(), other.path);
     });

@@ -73,11 +73,17 @@ struct Limits {
     long long unpackedBytes = 1LL << 30;  // bytes of archives
 };
 
+enum class Reading { kNow, kLater };
+
 // Finds all runs at the path: a folder and the folders and archives below it, the folder of a
 // result file, or an archive (.tar, .tar.gz, .tgz, .tar.xz, .zip). Links below the path are not
 // followed. Throws std::filesystem::filesystem_error when an archive cannot be unpacked because the
 // temporary folder cannot be written.
-SearchResult FindRuns(const std::string& path, const Limits& limits = {});
+//
+// reading: with kLater, the files of a run in a folder are not read. Such a run has only a path and
+// a folder until CheckRun reads the files.
+SearchResult FindRuns(const std::string& path, const Limits& limits = {},
+                      Reading reading = Reading::kNow);
 
 // Returns the text with each control character replaced by '?', for output on a terminal.
 std::string MakePrintable(const std::string& text);

@@ -1,0 +1,379 @@
+#!/usr/bin/env python3
+"""Tests of quorvel-report as a program. Arguments: the program, shown_analysis, the source folder.
+
+With QUORVEL_UPDATE_GOLDEN=1 in the environment the golden files are written instead of compared.
+"""
+
+import csv
+import io
+import json
+import os
+import random
+import subprocess
+import sys
+import tempfile
+import unittest
+from pathlib import Path
+from xml.sax.saxutils import escape
+
+import jsonschema
+
+PROGRAM, SHOWN, ROOT = sys.argv[1], sys.argv[2], Path(sys.argv[3])
+GOLDEN = ROOT / "tests/tools/report/golden"
+SAMPLES = ["typical", "network-failure", "no-failures", "damaged"]
+CASES = sorted(path.name for path in (ROOT / "tests/golden").iterdir() if (path / "qelXml.xml").exists())
+RANDOM_RUNS = 300
+SCRIPTS = ["Größe", "Ελληνικά", "Кириллица", "עברית", "العربية", "ไทย", "हिन्दी", "中文", "日本語", "한국어"]
+
+
+def report(*arguments, **options):
+    return subprocess.run([PROGRAM, *map(str, arguments)], stdout=subprocess.PIPE,
+                          stderr=subprocess.PIPE, timeout=60, check=False, cwd=ROOT, **options)
+
+
+def report_json(*arguments):
+    return [json.loads(line) for line in report("--format=json", *arguments).stdout.splitlines()]
+
+
+def element(tag, text):
+    return f"<{tag}>{escape(text)}</{tag}>"
+
+
+def run_text(items, sn="SN1"):
+    tests = "".join("<test>" + "".join(element(*field) for field in item.items()) + "</test>"
+                    for item in items)
+    return ('<?xml version="1.0" encoding="UTF-8"?>\n<R><Information>' + element("sn", sn) +
+            f"</Information><Network/><Summary/><FAnetTest>\n{tests}</FAnetTest></R>\n")
+
+
+def make_item(name, thread="1", start="1000", duration="500", **values):
+    return {"type": "app", "name": name, "opcode": "11", "msgcode": "22", "result": "fail",
+            "duration": duration, "timeAckAbsolute": start, "threadID": thread, **values}
+
+
+def random_item(rng, number, invalid):
+    item = make_item(f"item{number}", thread=rng.choice(["1", "2", "3", "007", " 2", "-1"]),
+                     start=str(rng.randrange(40)), duration=str(rng.randrange(20)),
+                     type=rng.choice(["app", "bt", "wifi", "rnsc", "image", "a", "other"]),
+                     opcode=rng.choice(["50", "52", "cc", "11", "0x11", "1ff"]),
+                     msgcode=rng.choice(["10", "14", "1A", "22"]),
+                     result=rng.choice(["fail", "fail", "pass", "f", "FAIL"]))
+    if rng.random() < 0.1:
+        item["timeAckAbsolute"] = rng.choice(["2147483647", "-2147483648", "-1", "12.5"])
+    if rng.random() < 0.1:
+        item["duration"] = rng.choice(["2147483647", "-5", "-2147483648"])
+    if rng.random() < 0.3:
+        item["detailed"] = rng.choice(["a;b^c", "x"])
+    for key in ("type", "opcode", "msgcode", "threadID", "timeAckAbsolute", "duration", "result"):
+        if rng.random() < invalid:
+            item[key] = rng.choice(["", "xyz", "99999999999"])
+            if rng.random() < 0.4:
+                del item[key]
+    return item
+
+
+def write_random_runs(folder):
+    rng = random.Random(4711)
+    folders = []
+    for number in range(RANDOM_RUNS):
+        run = folder / f"{number:03}"
+        run.mkdir()
+        invalid = rng.choice([0, 0, 0.005, 0.05])
+        items = [random_item(rng, i, invalid) for i in range(rng.randrange(1, 30))]
+        (run / "qelXml.xml").write_text(run_text(items), encoding="utf-8")
+        folders.append(run)
+    return folders
+
+
+class ReportTest(unittest.TestCase):
+    maxDiff = None
+
+    def setUp(self):
+        temporary = tempfile.TemporaryDirectory(prefix="quorvel-report-test.")
+        self.addCleanup(temporary.cleanup)
+        self.folder = Path(temporary.name)
+
+    def write_run(self, name, *items, **options):
+        folder = self.folder / name
+        folder.mkdir()
+        (folder / "qelXml.xml").write_text(run_text(items, **options), encoding="utf-8")
+        return folder
+
+
+class JsonTest(ReportTest):
+    def compare_item(self, shown, item):
+        analysis = item["analysis"]
+        self.assertEqual(analysis["state"], shown["state"])
+        if analysis["state"] != "done":
+            return 0
+        lines = ([analysis["own"]] if "own" in analysis else []) + analysis["conflicts"]
+        text = "".join(f"{line['start']}\t{line['end']}\t{line['name']}({line['thread']})\n"
+                       for line in lines)
+        self.assertIn(shown["text"], [f"\n{text}\n"] if lines else ["", "\n\n"])
+        return len(lines)
+
+    def compare_folders(self, folders):
+        schema = json.loads((ROOT / "docs/report.schema.json").read_text(encoding="utf-8"))
+        validator = jsonschema.Draft202012Validator(schema)
+        shown = subprocess.run([SHOWN, *map(str, folders)], stdout=subprocess.PIPE, check=True,
+                               cwd=ROOT).stdout.splitlines()
+        objects = report_json(*folders)
+        self.assertEqual(len(objects), len(folders))
+        lines = 0
+        for folder, expected, run in zip(folders, map(json.loads, shown), objects):
+            with self.subTest(folder=str(folder)):
+                validator.validate(run)
+                self.assertEqual(run["path"], str(folder))
+                self.assertEqual(len(run["failed"]), len(expected))
+                for item, shown_item in zip(run["failed"], expected):
+                    lines += self.compare_item(shown_item, item)
+        return lines
+
+    def test_analysis_equals_shown_text_for_samples(self):
+        self.assertGreater(self.compare_folders([Path("samples") / name for name in SAMPLES]), 50)
+
+    def test_analysis_equals_shown_text_for_golden_cases(self):
+        self.assertGreater(self.compare_folders([Path("tests/golden") / name for name in CASES]), 3)
+
+    def test_analysis_equals_shown_text_for_random_runs(self):
+        self.assertGreater(self.compare_folders(write_random_runs(self.folder)), 1000)
+
+    def test_keeps_every_value(self):
+        name = 'a<b> & "c" \'d\'\n\te </script>' + " ".join(SCRIPTS)
+        folder = self.write_run("run", make_item(name, detailed="a;b^c", spec="<x>"))
+        run, = report_json(folder)
+        self.assertEqual(run["information"], {"sn": "SN1"})
+        item = run["failed"][0]
+        self.assertEqual(item["name"], name)
+        self.assertEqual(item["detailed"], "a\nb\n\nc")
+        self.assertEqual(item["spec"], "<x>")
+        self.assertEqual(item["analysis"]["own"]["name"], name)
+
+    def test_uses_element_names_of_sections(self):
+        run, = report_json("samples/network-failure")
+        self.assertIn("Pairing timed out", run["network"]["reason"])
+        self.assertEqual(run["summary"]["fanet"], "NG")
+
+
+class GoldenFilesTest(ReportTest):
+    def check_format(self, name, *arguments):
+        text = report(*arguments, "samples/typical", "samples/network-failure").stdout
+        golden = GOLDEN / name
+        if "QUORVEL_UPDATE_GOLDEN" in os.environ:
+            golden.parent.mkdir(exist_ok=True)
+            golden.write_bytes(text)
+        self.assertEqual(text.decode(), golden.read_bytes().decode())
+
+    def test_text_equals_golden_file(self):
+        self.check_format("report.txt")
+
+    def test_json_equals_golden_file(self):
+        self.check_format("report.jsonl", "--format=json")
+
+    def test_csv_equals_golden_file(self):
+        self.check_format("report.csv", "--format=csv")
+
+    def test_trace_equals_golden_file(self):
+        self.check_format("report.trace.json", "--format=trace")
+
+
+class StatusTest(ReportTest):
+    def expect(self, status, *arguments, errors=()):
+        result = report(*arguments)
+        self.assertEqual(result.returncode, status, result.stderr)
+        lines = result.stderr.decode().splitlines()
+        self.assertEqual(len(lines), len(errors), lines)
+        for line, error in zip(lines, errors):
+            self.assertTrue(line.startswith("quorvel-report: "), line)
+            self.assertIn(error, line)
+        return result.stdout.decode()
+
+    def test_returns_0_when_all_items_passed(self):
+        self.expect(0, "samples/no-failures")
+
+    def test_returns_1_when_an_item_failed(self):
+        self.expect(1, "samples/no-failures", "samples/typical")
+
+    def test_returns_2_for_damaged_file_and_reports_the_other(self):
+        text = self.expect(2, "samples/damaged", errors=["samples/damaged/qelXml.xml:"])
+        self.assertIn("qelXml.xml     damaged", text)
+        self.assertIn("failed", text)
+
+    def test_accepts_one_missing_file(self):
+        folder = self.write_run("run", make_item("A"))
+        self.assertIn("qelRnscXml.xml missing", self.expect(1, folder))
+
+    def test_reports_run_without_items(self):
+        folder = self.write_run("run")
+        self.expect(2, "samples/no-failures", folder, errors=["nothing was tested"])
+
+    def test_reports_path_without_run(self):
+        for path in (self.folder, self.folder / "missing", "/dev/null"):
+            self.assertEqual(self.expect(2, "--format=json", path, errors=[str(path)]), "")
+
+    def test_reports_other_paths_after_wrong_path(self):
+        text = self.expect(2, "--format=json", self.folder / "no", "samples/typical", errors=["no"])
+        self.assertEqual(len(text.splitlines()), 1)
+
+    def test_rejects_files_that_are_no_result(self):
+        folder = self.write_run("run", make_item("A"))
+        other = folder / "qelRnscXml.xml"
+        writers = {"empty": lambda: other.write_bytes(b""),
+                   "FIFO": lambda: os.mkfifo(other),
+                   "folder": other.mkdir,
+                   "encoding": lambda: other.write_bytes(b"<R>\xff\xfe</R>"),
+                   "unknown encoding": lambda: other.write_bytes(b'<?xml version="1.0" encoding="no"?><R>'),
+                   "text": lambda: other.write_bytes(b"no XML at all")}
+        for name, write in writers.items():
+            with self.subTest(name):
+                write()
+                self.assertIn("A(11,22)", self.expect(2, folder, errors=["qelRnscXml.xml"]))
+                os.rmdir(other) if other.is_dir() else other.unlink()
+
+    def test_reads_folder_of_result_file(self):
+        text = self.expect(1, "--format=json", "samples/typical/qelXml.xml")
+        self.assertEqual(json.loads(text)["items"], 59)
+
+    def test_finds_runs_below_folder_and_in_archive(self):
+        for name in "ba":
+            self.write_run(name, make_item(name))
+        subprocess.run(["tar", "-C", self.folder, "-cf", self.folder / "c.tar", "a"], check=True)
+        paths = [run["path"] for run in report_json(self.folder)]
+        self.assertEqual(paths, [str(self.folder / name) for name in ("a", "b", "c.tar/a")])
+
+    def test_rejects_wrong_options(self):
+        for arguments in (["--format=xml", "x"], ["--jobs=0", "x"], ["--jobs=two", "x"],
+                          ["--time-unit=h", "x"], ["--no-such-option", "x"], []):
+            with self.subTest(arguments):
+                result = report(*arguments)
+                self.assertEqual((result.returncode, result.stdout), (2, b""))
+                self.assertIn(b"Try 'quorvel-report --help'", result.stderr.replace(b"`", b"'")
+                              .replace(PROGRAM.encode(), b"quorvel-report"))
+
+    def test_prints_help_and_version(self):
+        for option in ("--help", "--version"):
+            result = report(option)
+            self.assertEqual((result.returncode, result.stderr), (0, b""))
+            self.assertIn(b"quorvel-report", result.stdout)
+
+
+class OutputTest(ReportTest):
+    def test_writes_file_under_its_name_only(self):
+        folder = self.write_run("run", make_item("A"))
+        output = self.folder / "report.txt"
+        output.write_text("old")
+        output.chmod(0o640)
+        result = report("--output", output, folder)
+        self.assertEqual((result.returncode, result.stdout, result.stderr), (1, b"", b""))
+        self.assertEqual(output.read_bytes(), report(folder).stdout)
+        self.assertEqual(output.stat().st_mode & 0o777, 0o640)
+        self.assertEqual(sorted(os.listdir(self.folder)), ["report.txt", "run"])
+
+    def test_returns_2_for_failed_write(self):
+        with open("/dev/full", "wb") as full:
+            result = subprocess.run([PROGRAM, "samples/typical"], stdout=full, cwd=ROOT,
+                                    stderr=subprocess.PIPE, check=False)
+        self.assertEqual(result.returncode, 2)
+        self.assertIn(b"No space left", result.stderr)
+
+    def test_keeps_old_file_when_output_fails(self):
+        result = report("--output", self.folder / "no" / "report.txt", "samples/typical")
+        self.assertEqual(result.returncode, 2)
+        self.assertIn(b"No such file", result.stderr)
+
+    def test_keeps_order_with_jobs(self):
+        for number in range(9):
+            self.write_run(f"run{number}", *[make_item(f"{number}-{i}", thread=str(i))
+                                             for i in range(10 * number)])
+        for output in ("text", "json", "csv", "trace"):
+            alone = report("--format", output, self.folder)
+            for jobs in (2, 5, 20):
+                result = report("--format", output, "--jobs", jobs, self.folder)
+                self.assertEqual(result.stdout, alone.stdout)
+                self.assertEqual(result.stderr, alone.stderr)
+                self.assertEqual(result.returncode, alone.returncode)
+
+
+class TextTest(ReportTest):
+    def test_lists_most_frequent_items_of_several_runs(self):
+        self.write_run("a", make_item("often"), make_item("once", opcode="12"))
+        self.write_run("b", make_item("often"))
+        table = report(self.folder).stdout.decode().split("most frequent first\n")[1].splitlines()
+        self.assertEqual([line.split() for line in table],
+                         [["runs", "share", "type", "codes", "name"],
+                          ["2", "100", "%", "app", "11,22", "often"],
+                          ["1", "50", "%", "app", "12,22", "once"]])
+
+    def test_shows_name_that_row_omits(self):
+        folder = self.write_run("run", make_item("Radio", type="bt", connection="x"),
+                                make_item("Odd", type="unknown"))
+        text = report(folder).stdout.decode()
+        self.assertIn(" 1. bt , Radio\n", text)
+        self.assertIn(" 2. Odd\n", text)
+
+    def test_replaces_control_characters(self):
+        text = report(self.write_run("run", make_item("a\u009bb\nc"))).stdout.decode()
+        self.assertIn("a?b?c(11,22)", text)
+
+    def test_writes_overlap(self):
+        folder = self.write_run("run", make_item("own", start="1000", duration="500"),
+                                make_item("other", thread="2", start="1400", duration="900",
+                                          result="pass"))
+        lines = report(folder).stdout.decode().splitlines()
+        self.assertEqual(lines[-1].split(), ["1400", "2300", "100", "2", "other"])
+
+
+class CsvTest(ReportTest):
+    def test_quotes_values_after_rfc_4180(self):
+        name = 'a,"b"\nc'
+        folder = self.write_run("run", make_item(name, detailed="x;y"))
+        text = report("--format=csv", folder).stdout.decode()
+        self.assertTrue(text.endswith("\r\n"))
+        rows = list(csv.DictReader(io.StringIO(text, newline="")))
+        self.assertEqual(rows[0]["name"], name)
+        self.assertEqual(rows[0]["detailed"], "x;y")
+        self.assertEqual(rows[0]["conflicts"], "0")
+        self.assertEqual(rows[0]["sn"], "SN1")
+
+
+class TraceTest(ReportTest):
+    def events(self, *arguments):
+        return json.loads(report("--format=trace", *arguments).stdout)["traceEvents"]
+
+    def test_writes_complete_event_for_each_item_with_times(self):
+        folder = self.write_run("run", make_item("A", thread="7"), make_item("B", thread="007"),
+                                make_item("C", thread="-1", duration="-5", result="pass"),
+                                make_item("no times", start=""))
+        events = self.events(folder)
+        names = {event["args"]["name"] for event in events if event["ph"] == "M"}
+        self.assertEqual(names, {f"SN1 {folder}", "thread 7", "thread -1"})
+        items = {event["name"]: event for event in events if event["ph"] == "X"}
+        self.assertEqual(set(items), {"A", "B", "C"})
+        self.assertEqual(items["A"]["tid"], items["B"]["tid"])
+        self.assertEqual((items["A"]["ts"], items["A"]["dur"]), (1000000, 500000))
+        self.assertEqual(items["C"]["dur"], 0)
+        self.assertEqual(("cname" in items["A"], "cname" in items["C"]), (True, False))
+        self.assertEqual(items["A"]["args"]["threadID"], "7")
+
+    def test_follows_event_format(self):
+        for event in self.events("samples/typical", "samples/damaged", "samples/no-failures"):
+            self.assertIn(event["ph"], "MX")
+            self.assertIsInstance(event["name"], str)
+            for key in ("pid", "tid") + (("ts", "dur") if event["ph"] == "X" else ()):
+                self.assertIsInstance(event[key], int)
+            self.assertIsInstance(event["args"], dict)
+
+    def test_uses_time_unit(self):
+        folder = self.write_run("run", make_item("A"))
+        for unit, factor in (("us", 1), ("ms", 1000), ("s", 1000000)):
+            self.assertEqual(self.events("--time-unit", unit, folder)[-1]["ts"], 1000 * factor)
+
+    def test_marks_exactly_the_failed_items(self):
+        events = self.events("samples/typical")
+        failed = sorted(e["name"] for e in events if e["ph"] == "X" and e["cat"] == "failed")
+        run, = report_json("samples/typical")
+        self.assertEqual(failed, sorted(item["name"] for item in run["failed"]))
+
+
+if __name__ == "__main__":
+    unittest.main(argv=sys.argv[:1])

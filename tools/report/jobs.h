@@ -1,0 +1,32 @@
+#ifndef QUORVEL_TOOLS_REPORT_JOBS_H_
+#define QUORVEL_TOOLS_REPORT_JOBS_H_
+
+#include <functional>
+#include <ostream>
+#include <string>
+#include <vector>
+
+#include "report/format.h"
+
+namespace quorvel::report {
+
+// What one run adds to the report apart from its output.
+struct RunResult {
+    std::vector<std::string> problems;  // one line each
+    unsigned int items = 0;
+    unsigned int failedItems = 0;
+    std::vector<ItemKey> failedKeys;  // without repetitions
+};
+
+// Writes the runs in their order, jobs of them at the same time. With one job, everything happens
+// in this process. With more, each job is a child process, because the result store exists once in
+// a process; a child waits while its pipe is full, so that no output is collected in memory.
+//
+// onResult is called after each run, in order. Throws std::runtime_error when a child process
+// cannot be started or ends early.
+void WriteRuns(const Format& format, const std::vector<runs::Run>& runs, unsigned int jobs,
+               std::ostream& out, const std::function<void(const RunResult&)>& onResult);
+
+}  // namespace quorvel::report
+
+#endif  // QUORVEL_TOOLS_REPORT_JOBS_H_

@@ -1,0 +1,81 @@
+#ifndef QUORVEL_TOOLS_REPORT_LOADED_RUN_H_
+#define QUORVEL_TOOLS_REPORT_LOADED_RUN_H_
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "QELAnalysisData.h"
+#include "QELConflicts.h"
+#include "QELXmlParser.h"
+#include "runs/runs.h"
+
+namespace quorvel::report {
+
+enum class AnalysisState {
+    kDone,
+    kRefused,    // OK would not analyse the item
+    kMalformed,  // a code of the item is no hexadecimal number, or does not fit an int
+};
+
+// What OK on a failed item gives.
+struct Analysis {
+    AnalysisState state = AnalysisState::kDone;
+    // Why there is no line of the item; empty when there is one.
+    std::string reason;
+    // The item, then its conflicts in the order of all items. Empty without a comparison.
+    std::vector<QELConflictLine_s> lines;
+};
+
+// The thread and the times of an item as signed numbers of the files.
+struct Slot {
+    int thread = 0;
+    int start = 0;
+    int duration = 0;
+};
+
+// One run in the result store of this process. Only one object may exist at a time. One thread.
+class LoadedRun {
+public:
+    // Reads the files of the run into the store and completes the values of the run.
+    explicit LoadedRun(runs::Run run);
+    ~LoadedRun();
+    LoadedRun(const LoadedRun&) = delete;
+    LoadedRun& operator=(const LoadedRun&) = delete;
+
+    const runs::Run& Source() const { return m_Run; }
+    const QELXmlParser& Store() const { return m_Store; }
+
+    // Analyses the failed item id.
+    Analysis Analyse(unsigned int id);
+
+    // Returns the index in the list of all items of every failed item.
+    std::vector<unsigned int> FindFailedPositions() const;
+    // Returns no value for an item of all items that lacks a time or the thread.
+    std::optional<Slot> FindSlot(unsigned int i) const;
+
+    // Returns the size of a result file in bytes; no value when it cannot be read.
+    std::optional<long long> FindSize(const runs::ResultFile& file) const;
+    // Returns the file of the photo of a failed item of type "image"; empty when it is missing.
+    std::string FindPhoto(unsigned int id) const;
+
+private:
+    runs::Run m_Run;
+    QELXmlParser& m_Store;
+    QELAnalysisData m_AnalysisData;
+    std::optional<QELConflictIndex> m_Index;  // built for the first analysis
+};
+
+// Returns the value of an item, or an empty text.
+const std::string& ValueOf(const ResultItem& item, const char* key);
+
+// Returns the state as the JSON output has it.
+const char* NameOf(runs::FileState state);
+
+// Returns one line for each problem that makes the result incomplete: an unreadable or damaged
+// file, and a run without an item. Empty for a complete run.
+std::vector<std::string> ListProblems(const LoadedRun& run);
+
+}  // namespace quorvel::report
+
+#endif  // QUORVEL_TOOLS_REPORT_LOADED_RUN_H_

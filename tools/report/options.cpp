@@ -1,0 +1,125 @@
+#include "report/options.h"
+
+#include <argp.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <map>
+#include <string>
+
+// The names are fixed by argp.
+const char* argp_program_version = "quorvel-report " QUORVEL_VERSION;
+const char* argp_program_bug_address = nullptr;
+
+namespace quorvel::report {
+
+namespace {
+
+constexpr unsigned int kMaxJobs = 256;
+
+const argp_option kOptions[] = {
+    {"format", 'f', "FORMAT", 0, "text, json, csv or trace (default: text)", 0},
+    {"output", 'o', "FILE", 0, "write to FILE instead of standard output", 0},
+    {"jobs", 'j', "N", 0, "analyse N runs at the same time (default: 1)", 0},
+    {"time-unit", 't', "UNIT", 0,
+     "unit of the times in the result files for the trace: us, ms or s (default: ms)", 0},
+    {nullptr, 0, nullptr, 0, nullptr, 0}};
+
+const char* const kFormats[] = {"text", "json", "csv", "trace"};
+
+bool IsFormat(const std::string& name) {
+    for (const char* format : kFormats) {
+        if (name == format) {
+            return true;
+        }
+    }
+    return false;
+}
+
+unsigned int ParseJobs(const char* text, argp_state* state) {
+    char* end = nullptr;
+    errno = 0;
+    const unsigned long jobs = std::strtoul(text, &end, 10);
+    if (text[0] < '0' || text[0] > '9' || *end != '\0' || errno != 0 || jobs < 1 ||
+        jobs > kMaxJobs) {
+        argp_error(state, "%s: the number of jobs must be from 1 to %u", text, kMaxJobs);
+    }
+    return static_cast<unsigned int>(jobs);
+}
+
+TimeUnit ParseTimeUnit(const char* text, argp_state* state) {
+    static const std::map<std::string, TimeUnit> units = {{"us", TimeUnit::kMicroseconds},
+                                                          {"ms", TimeUnit::kMilliseconds},
+                                                          {"s", TimeUnit::kSeconds}};
+    const auto unit = units.find(text);
+    if (unit == units.end()) {
+        argp_error(state, "%s: unknown time unit", text);
+        return TimeUnit::kMilliseconds;
+    }
+    return unit->second;
+}
+
+error_t OnArgument(int key, char* argument, argp_state* state) {
+    auto& options = *static_cast<Options*>(state->input);
+    switch (key) {
+        case 'f':
+            if (!IsFormat(argument)) {
+                argp_error(state, "%s: unknown format", argument);
+            }
+            options.format = argument;
+            return 0;
+        case 'o':
+            options.output = argument;
+            return 0;
+        case 'j':
+            options.jobs = ParseJobs(argument, state);
+            return 0;
+        case 't':
+            options.timeUnit = ParseTimeUnit(argument, state);
+            return 0;
+        case ARGP_KEY_ARG:
+            options.paths.emplace_back(argument);
+            return 0;
+        case ARGP_KEY_NO_ARGS:
+            argp_error(state, "PATH is missing");
+            return 0;
+        default:
+            return ARGP_ERR_UNKNOWN;
+    }
+}
+
+}  // namespace
+
+Options ParseOptions(int argc, char** argv) {
+    const argp parser = {
+        kOptions,
+        OnArgument,
+        "PATH...",
+        "Report and analyse the failed items of factory test runs."
+        "\vPATH is a folder, a result file (its folder is read) or an archive. Folders are "
+        "searched "
+        "for runs.\n\nExit status: 0 no item failed, 1 an item failed, 2 an option, a path, a file "
+        "or the output was not right.",
+        nullptr,
+        nullptr,
+        nullptr};
+    argp_err_exit_status = kTrouble;
+    Options options;
+    argp_parse(&parser, argc, argv, 0, nullptr, &options);
+    return options;
+}
+
+std::unique_ptr<Format> MakeFormat(const Options& options) {
+    if (options.format == "json") {
+        return MakeJsonFormat();
+    }
+    if (options.format == "csv") {
+        return MakeCsvFormat();
+    }
+    if (options.format == "trace") {
+        return MakeTraceFormat(options.timeUnit);
+    }
+    return MakeTextFormat();
+}
+
+}  // namespace quorvel::report

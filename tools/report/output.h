@@ -1,0 +1,62 @@
+#ifndef QUORVEL_TOOLS_REPORT_OUTPUT_H_
+#define QUORVEL_TOOLS_REPORT_OUTPUT_H_
+
+#include <ostream>
+#include <streambuf>
+#include <string>
+#include <vector>
+
+namespace quorvel::report {
+
+// Writes to a descriptor that it does not own. The stream fails with the first failed write.
+class DescriptorBuffer : public std::streambuf {
+public:
+    explicit DescriptorBuffer(int descriptor);
+    ~DescriptorBuffer() override;
+    DescriptorBuffer(const DescriptorBuffer&) = delete;
+    DescriptorBuffer& operator=(const DescriptorBuffer&) = delete;
+
+    // The error number of the first failed write; 0 when there is none.
+    int Error() const { return m_Error; }
+
+protected:
+    int_type overflow(int_type c) override;
+    int sync() override;
+
+private:
+    int m_Descriptor;
+    int m_Error = 0;
+    std::vector<char> m_Buffer;
+};
+
+// The report's destination: standard output, or a file that appears under its name only when it is
+// complete. One thread.
+class Output {
+public:
+    // path: empty for standard output. A device or FIFO is written directly. Throws
+    // std::system_error when the file cannot be created.
+    explicit Output(const std::string& path);
+    // Removes a file that is not complete.
+    ~Output();
+    Output(const Output&) = delete;
+    Output& operator=(const Output&) = delete;
+
+    std::ostream& Stream() { return m_Stream; }
+    // Whether a write failed.
+    bool HasFailed() const { return !m_Stream; }
+    // Completes the report. Throws std::system_error when anything was not written.
+    void Finish();
+
+private:
+    static int m_Open(std::string& path, std::string& temporary);
+
+    std::string m_Path;       // links resolved; empty for standard output
+    std::string m_Temporary;  // empty when the report is written directly
+    int m_Descriptor;
+    DescriptorBuffer m_Buffer;
+    std::ostream m_Stream;
+};
+
+}  // namespace quorvel::report
+
+#endif  // QUORVEL_TOOLS_REPORT_OUTPUT_H_

@@ -1,0 +1,94 @@
+#include "report/report.h"
+
+#include <algorithm>
+#include <exception>
+#include <iterator>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "report/jobs.h"
+#include "report/output.h"
+#include "report/progress.h"
+#include "runs/runs.h"
+
+namespace quorvel::report {
+
+namespace {
+
+std::string ComposeMessage(const std::string& text) {
+    return "quorvel-report: " + runs::MakePrintable(text);
+}
+
+// The runs of all paths in order, and what went wrong.
+struct Found {
+    std::vector<runs::Run> runs;
+    std::vector<std::string> problems;
+};
+
+void FindRunsAt(const std::string& path, Found& found) {
+    runs::SearchResult result = runs::FindRuns(path, {}, runs::Reading::kLater);
+    // The order of the entries of a folder is arbitrary.
+    std::stable_sort(result.runs.begin(), result.runs.end(),
+                     [](const auto& one, const auto& other) { return one.path < other.path; });
+    if (!result.failure.empty()) {
+        found.problems.push_back(result.failure);
+    } else if (result.runs.empty()) {
+        found.problems.push_back(path + ": no qelXml.xml or qelRnscXml.xml found");
+    }
+    std::move(result.problems.begin(), result.problems.end(), std::back_inserter(found.problems));
+    std::move(result.runs.begin(), result.runs.end(), std::back_inserter(found.runs));
+}
+
+void Add(const RunResult& result, Totals& totals) {
+    ++totals.runs;
+    totals.runsWithFailures += result.failedItems > 0 ? 1 : 0;
+    totals.items += result.items;
+    totals.failedItems += result.failedItems;
+    for (const ItemKey& key : result.failedKeys) {
+        ++totals.runsOfItem[key];
+    }
+}
+
+int WriteFound(const Options& options, const Found& found) {
+    const std::unique_ptr<Format> format = MakeFormat(options);
+    Output output(options.output);
+    Progress progress(found.runs.size());
+    Totals totals;
+    bool hasProblem = !found.problems.empty();
+    for (const std::string& problem : found.problems) {
+        progress.WriteLine(ComposeMessage(problem));
+    }
+    format->Begin(output.Stream());
+    WriteRuns(*format, found.runs, options.jobs, output.Stream(), [&](const RunResult& result) {
+        Add(result, totals);
+        for (const std::string& problem : result.problems) {
+            progress.WriteLine(ComposeMessage(problem));
+            hasProblem = true;
+        }
+        progress.Advance();
+    });
+    format->End(output.Stream(), totals);
+    output.Finish();
+    if (hasProblem) {
+        return kTrouble;
+    }
+    return totals.failedItems > 0 ? kSomeFailed : kAllPassed;
+}
+
+}  // namespace
+
+int WriteReport(const Options& options) {
+    try {
+        Found found;
+        for (const std::string& path : options.paths) {
+            FindRunsAt(path, found);
+        }
+        return WriteFound(options, found);
+    } catch (const std::exception& error) {
+        Progress(0).WriteLine(ComposeMessage(error.what()));
+        return kTrouble;
+    }
+}
+
+}  // namespace quorvel::report

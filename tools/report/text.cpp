@@ -1,0 +1,195 @@
+// Text for people: each run with its failed items, their details and their conflicts.
+
+#include <algorithm>
+#include <cstdint>
+#include <ostream>
+#include <sstream>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "QELItemText.h"
+#include "report/format.h"
+
+namespace quorvel::report {
+
+namespace {
+
+using Row = std::vector<std::string>;
+
+// Writes rows in columns that line up. Numbers are aligned to the right. The last column is not
+// padded.
+void WriteColumns(std::ostream& out, const std::string& indent, const std::vector<Row>& rows,
+                  std::size_t firstTextColumn) {
+    std::vector<std::size_t> widths;
+    for (const Row& row : rows) {
+        widths.resize(std::max(widths.size(), row.size()));
+        for (std::size_t i = 0; i < row.size(); ++i) {
+            widths[i] = std::max(widths[i], row[i].size());
+        }
+    }
+    for (const Row& row : rows) {
+        std::string line = indent;
+        for (std::size_t i = 0; i < row.size(); ++i) {
+            const std::string padding(widths[i] - row[i].size(), ' ');
+            line += i < firstTextColumn ? padding + row[i] : row[i] + padding;
+            line += i + 1 < row.size() ? "  " : "";
+        }
+        out << line.erase(line.find_last_not_of(' ') + 1) << "\n";
+    }
+}
+
+void WriteIndented(std::ostream& out, const std::string& indent, const std::string& text) {
+    std::istringstream lines(text);
+    for (std::string line; std::getline(lines, line);) {
+        out << (line.empty() ? "" : indent + runs::MakePrintable(line)) << "\n";
+    }
+}
+
+void WriteValue(std::ostream& out, const char* label, const std::string& value) {
+    out << "  " << label << (value.empty() ? "-" : runs::MakePrintable(value)) << "\n";
+}
+
+void WriteHeading(std::ostream& out, const LoadedRun& run) {
+    const runs::Run& source = run.Source();
+    out << "Run " << runs::MakePrintable(source.path) << "\n";
+    WriteValue(out, "serial number  ", source.serialNumber);
+    WriteValue(out, "model          ", source.model);
+    WriteValue(out, "start time     ", source.startTime);
+    for (auto file = source.files.rbegin(); file != source.files.rend(); ++file) {
+        out << "  " << file->name << std::string(15 - file->name.size(), ' ')
+            << NameOf(file->state);
+        const auto size = run.FindSize(*file);
+        if (size) {
+            out << ", " << *size << " bytes";
+        }
+        out << "\n";
+    }
+    out << "  items          " << run.Store().GetNumOfResultAll() << ", "
+        << run.Store().GetNumOfResult() << " failed\n";
+    for (const std::string& problem : ListProblems(run)) {
+        out << "  warning: " << runs::MakePrintable(problem) << "\n";
+    }
+}
+
+std::int64_t OverlapOf(const QELTimeWindow_s& one, const QELTimeWindow_s& other) {
+    return std::int64_t{std::min(one.end, other.end)} - std::max(one.start, other.start);
+}
+
+Row DescribeLine(const QELConflictLine_s& line, const std::string& overlap) {
+    return {std::to_string(line.window.start), std::to_string(line.window.end), overlap,
+            runs::MakePrintable(line.thread), runs::MakePrintable(line.name)};
+}
+
+void WriteAnalysis(std::ostream& out, const Analysis& analysis) {
+    if (analysis.state != AnalysisState::kDone) {
+        out << "     not analysed: " << analysis.reason << "\n";
+        return;
+    }
+    if (analysis.lines.empty()) {
+        out << "     warning: " << analysis.reason << "\n";
+        return;
+    }
+    const QELConflictLine_s& own = analysis.lines.front();
+    const std::size_t count = analysis.lines.size() - 1;
+    out << "     conflicts: " << count << "\n";
+    std::vector<Row> rows = {{"start", "end", "overlap", "thread", "name"}, DescribeLine(own, "")};
+    for (std::size_t i = 1; i <= count; ++i) {
+        const QELConflictLine_s& line = analysis.lines[i];
+        rows.push_back(DescribeLine(line, std::to_string(OverlapOf(own.window, line.window))));
+    }
+    WriteColumns(out, "       ", rows, 4);
+}
+
+// The row as the screen shows it. A row that omits the name gets it.
+std::string DescribeRow(const LoadedRun& run, unsigned int id) {
+    std::string row = QELItemText::ComposeRow(run.Store(), id);
+    const app_result_type_e type = run.Store().GetResultType(id);
+    const std::string& name = ValueOf(run.Store().GetFailedItems()[id], "name");
+    const bool omitsName =
+        type == RESULT_TYPE_BT || type == RESULT_TYPE_WIFI || type == RESULT_TYPE_INVALID;
+    if (omitsName && !name.empty()) {
+        row += (row.empty() ? "" : ", ") + name;
+    }
+    return row.empty() ? "(no name)" : runs::MakePrintable(row);
+}
+
+// Returns the path of a file of the run as the user sees it.
+std::string ComposeShownPath(const runs::Run& run, const std::string& file) {
+    const bool isInside = file.compare(0, run.folder.size() + 1, run.folder + "/") == 0;
+    return isInside ? run.path + file.substr(run.folder.size()) : file;
+}
+
+void WritePhoto(std::ostream& out, const LoadedRun& run, unsigned int id) {
+    const std::string photo = run.FindPhoto(id);
+    if (photo.empty()) {
+        out << "     warning: photo missing: "
+            << runs::MakePrintable(run.Store().GetResult(id, "detailed")) << "\n";
+    } else {
+        out << "     photo: " << runs::MakePrintable(ComposeShownPath(run.Source(), photo)) << "\n";
+    }
+}
+
+void WriteItem(std::ostream& out, LoadedRun& run, unsigned int id) {
+    const QELXmlParser& store = run.Store();
+    const ResultItem& item = store.GetFailedItems()[id];
+    out << "\n"
+        << std::string(id < 9 ? 1 : 0, ' ') << " " << id + 1 << ". " << DescribeRow(run, id)
+        << "\n";
+    WriteIndented(out, "     ", QELItemText::ComposeResult(store, id));
+    if (store.GetResultType(id) == RESULT_TYPE_IMAGE) {
+        WritePhoto(out, run, id);
+    } else if (store.GetResultType(id) != RESULT_TYPE_RNSC && item.count("detailed") != 0) {
+        WriteIndented(out, "     ", store.GetResult(id, "detailed"));
+    }
+    if (item.count("reason") != 0) {
+        WriteIndented(out, "     ", store.GetResult(id, "reason"));
+    }
+    WriteAnalysis(out, run.Analyse(id));
+}
+
+std::string DescribeShare(unsigned int part, unsigned int whole) {
+    return std::to_string((200UL * part + whole) / (2UL * whole)) + " %";
+}
+
+void WriteMostFrequent(std::ostream& out, const Totals& totals) {
+    std::vector<std::pair<ItemKey, unsigned int>> items(totals.runsOfItem.begin(),
+                                                        totals.runsOfItem.end());
+    std::stable_sort(items.begin(), items.end(),
+                     [](const auto& one, const auto& other) { return one.second > other.second; });
+    std::vector<Row> rows = {{"runs", "share", "type", "codes", "name"}};
+    for (const auto& [key, runs] : items) {
+        const std::string codes = key[2].empty() && key[3].empty() ? "-" : key[2] + "," + key[3];
+        rows.push_back({std::to_string(runs), DescribeShare(runs, totals.runs),
+                        runs::MakePrintable(key[0].empty() ? "-" : key[0]),
+                        runs::MakePrintable(codes), runs::MakePrintable(key[1])});
+    }
+    out << "Failed items of " << totals.runs << " runs, most frequent first\n";
+    WriteColumns(out, "  ", rows, 2);
+}
+
+class TextFormat : public Format {
+public:
+    void WriteRun(std::ostream& out, LoadedRun& run, unsigned int number) const override {
+        out << (number == 0 ? "" : "\n");
+        WriteHeading(out, run);
+        for (unsigned int id = 0; id < run.Store().GetNumOfResult(); ++id) {
+            WriteItem(out, run, id);
+        }
+    }
+
+    void End(std::ostream& out, const Totals& totals) const override {
+        if (totals.runs > 1 && !totals.runsOfItem.empty()) {
+            out << "\n";
+            WriteMostFrequent(out, totals);
+        }
+    }
+};
+
+}  // namespace
+
+std::unique_ptr<Format> MakeTextFormat() {
+    return std::make_unique<TextFormat>();
+}
+
+}  // namespace quorvel::report
