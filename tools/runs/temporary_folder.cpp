@@ -1,5 +1,9 @@
 #include "runs/temporary_folder.h"
 
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+
 #include <cerrno>
 #include <cstdlib>
 #include <filesystem>
@@ -9,14 +13,60 @@ namespace quorvel::runs {
 
 namespace fs = std::filesystem;
 
+namespace {
+
+constexpr const char* kPrefix = "quorvel-data.";
+
+int OpenFolder(const fs::path& folder) {
+    return open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
+}
+
+// The lock of a folder ends with its owner, even when the owner is killed.
+bool IsLeftOver(const Descriptor& folder) {
+    struct stat status {};
+    return folder.Number() >= 0 && fstat(folder.Number(), &status) == 0 &&
+           status.st_uid == geteuid() && flock(folder.Number(), LOCK_EX | LOCK_NB) == 0;
+}
+
+void RemoveLeftOvers(const fs::path& parent) {
+    std::error_code error;
+    for (fs::directory_iterator entry(parent, error), end; !error && entry != end;
+         entry.increment(error)) {
+        const fs::path& path = entry->path();
+        if (path.filename().native().rfind(kPrefix, 0) != 0) {
+            continue;
+        }
+        const Descriptor folder(OpenFolder(path));
+        if (IsLeftOver(folder)) {
+            std::error_code ignored;
+            fs::remove_all(path, ignored);
+        }
+    }
+}
+
+}  // namespace
+
 TemporaryFolder::TemporaryFolder() {
     std::error_code error;
-    const fs::path parent = fs::absolute(fs::temp_directory_path(error));
-    m_Path = (error ? fs::path("/tmp") : parent) / "quorvel-data.XXXXXX";
-    if (mkdtemp(m_Path.data()) == nullptr) {
-        throw fs::filesystem_error("cannot create a temporary folder", m_Path,
-                                   std::error_code(errno, std::generic_category()));
+    fs::path parent = fs::absolute(fs::temp_directory_path(error));
+    if (error) {
+        parent = "/tmp";
     }
+    RemoveLeftOvers(parent);
+    do {
+        m_Path = parent / (std::string(kPrefix) + "XXXXXX");
+        if (mkdtemp(m_Path.data()) == nullptr) {
+            throw fs::filesystem_error("cannot create a temporary folder", m_Path,
+                                       std::error_code(errno, std::generic_category()));
+        }
+    } while (!m_Keep());
+}
+
+// Returns false when another process has taken the folder for a left-over before it was locked.
+bool TemporaryFolder::m_Keep() {
+    m_Lock.emplace(OpenFolder(m_Path));
+    std::error_code error;
+    return flock(m_Lock->Number(), LOCK_EX) == 0 && fs::exists(m_Path, error);
 }
 
 TemporaryFolder::~TemporaryFolder() {

@@ -1,12 +1,16 @@
 #ifndef QUORVEL_TOOLS_RUNS_TEMPORARY_FOLDER_H_
 #define QUORVEL_TOOLS_RUNS_TEMPORARY_FOLDER_H_
 
+#include <optional>
 #include <string>
+
+#include "runs/descriptor.h"
 
 namespace quorvel::runs {
 
 // A new folder in TMPDIR or /tmp that only the user can enter. The destructor removes the folder
-// and everything in it. Any thread.
+// and everything in it. The constructor removes the folders of killed processes of the user. Any
+// thread.
 class TemporaryFolder {
 public:
     // Creates the folder. Throws std::filesystem::filesystem_error when that fails.
@@ -19,7 +23,10 @@ public:
     const std::string& Path() const { return m_Path; }
 
 private:
+    bool m_Keep();
+
     std::string m_Path;
+    std::optional<Descriptor> m_Lock;
 };
 
 }  // namespace quorvel::runs

@@ -1,0 +1,107 @@
+#include "runs/temporary_folder.h"
+
+#include <gmock/gmock.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <string>
+
+#include "tools/fixtures/RunFolder.h"
+
+using quorvel::runs::TemporaryFolder;
+
+namespace fs = std::filesystem;
+
+namespace {
+
+// TMPDIR leads to an empty folder.
+class TemporaryFolderTest : public testing::Test {
+protected:
+    static fs::path Parent() { return std::getenv("TMPDIR"); }
+
+    static std::ptrdiff_t CountFolders() {
+        return std::distance(fs::directory_iterator(Parent()), fs::directory_iterator());
+    }
+
+    // Creates a folder with a file in a process that is killed.
+    static void LeaveFolder() {
+        const pid_t child = fork();
+        if (child == 0) {
+            const TemporaryFolder folder;
+            std::ofstream(folder.Path() + "/file") << "content";
+            std::raise(SIGKILL);
+        }
+        ASSERT_EQ(waitpid(child, nullptr, 0), child);
+    }
+
+    RunFolder m_Runs;
+};
+
+TEST_F(TemporaryFolderTest, CreatesPrivateFolderAndRemovesIt) {
+    {
+        const TemporaryFolder folder;
+        struct stat status {};
+        ASSERT_EQ(stat(folder.Path().c_str(), &status), 0);
+        EXPECT_EQ(status.st_mode & 0777U, 0700U);
+        EXPECT_EQ(fs::path(folder.Path()).parent_path(), Parent());
+    }
+    EXPECT_EQ(CountFolders(), 0);
+}
+
+TEST_F(TemporaryFolderTest, RemovesFolderOfKilledProcess) {
+    LeaveFolder();
+    ASSERT_EQ(CountFolders(), 1);
+    const TemporaryFolder folder;
+    EXPECT_EQ(CountFolders(), 1);
+    EXPECT_TRUE(fs::is_empty(folder.Path()));
+}
+
+TEST_F(TemporaryFolderTest, KeepsFolderInUse) {
+    const TemporaryFolder first;
+    std::ofstream(first.Path() + "/file") << "content";
+    const TemporaryFolder second;
+    EXPECT_TRUE(fs::exists(first.Path() + "/file"));
+    EXPECT_EQ(CountFolders(), 2);
+}
+
+TEST_F(TemporaryFolderTest, KeepsOtherFilesAndLinks) {
+    const fs::path other = Parent() / "other";
+    fs::create_directory(other);
+    std::ofstream(other / "file") << "content";
+    fs::create_symlink(other, Parent() / "quorvel-data.abcdef");
+    std::ofstream(Parent() / "quorvel-data.ghijkl") << "a file";
+    const TemporaryFolder folder;
+    EXPECT_EQ(CountFolders(), 4);
+    EXPECT_TRUE(fs::exists(other / "file"));
+}
+
+TEST_F(TemporaryFolderTest, KeepsFolderOfOtherUser) {
+    if (geteuid() != 0) {
+        GTEST_SKIP() << "only root can create folders of another user";
+    }
+    const fs::path other = Parent() / "quorvel-data.abcdef";
+    fs::create_directory(other);
+    ASSERT_EQ(chown(other.c_str(), 12345, 12345), 0);
+    const TemporaryFolder folder;
+    EXPECT_TRUE(fs::exists(other));
+}
+
+TEST_F(TemporaryFolderTest, AcceptsRelativeTmpdir) {
+    const fs::path parent = Parent();
+    const fs::path before = fs::current_path();
+    fs::current_path(parent.parent_path());
+    setenv("TMPDIR", parent.filename().c_str(), 1);
+    {
+        const TemporaryFolder folder;
+        EXPECT_EQ(fs::path(folder.Path()).parent_path(), parent);
+    }
+    fs::current_path(before);
+}
+
+}  // namespace
