@@ -116,6 +116,71 @@ tells_of_a_long_copy() {
     rm -r "$work/stick"
 }
 
+# Replaces cp by a program that waits.
+replace_cp() {
+    mkdir "$work/slow"
+    # shellcheck disable=SC2016 # for the inner shell
+    printf '#!/bin/sh\necho $$ >%s/cp.new && mv %s/cp.new %s/cp\nexec sleep 60\n' \
+        "$work" "$work" "$work" >"$work/slow/cp"
+    chmod 755 "$work/slow/cp"
+}
+
+# Starts a copy that does not end, and waits until it runs.
+start_long_copy() {
+    rm -f "$work/cp"
+    # shellcheck disable=SC2086 # the words of a command
+    env --default-signal=INT PATH="$work/slow:$PATH" TMPDIR="$work/tmp" \
+        $without "$lay_data" --copy "$work/data" true &
+    wait_for_file "$work/cp"
+}
+
+has_ended() {
+    ! kill -0 "$1" 2>/dev/null || [ "$(ps -o stat= -p "$1" | cut -c 1)" = Z ]
+}
+
+wait_until_ended() {
+    for _ in $(seq 200); do
+        ! has_ended "$1" || return 0
+        sleep 0.05
+    done
+    fail "process $1 does not end"
+}
+
+stops_a_long_copy() {
+    mkdir "$work/tmp"
+    replace_cp
+    for signal in TERM INT HUP; do
+        start_long_copy
+        kill -s "$signal" $!
+        wait_until_ended $!
+        wait_until_ended "$(cat "$work/cp")"
+        [ -z "$(ls -A "$work/tmp")" ] || fail "SIG$signal: a copy is left"
+    done
+    rm -r "$work/tmp" "$work/slow"
+}
+
+removes_the_copy_of_a_killed_run() {
+    mkdir "$work/tmp"
+    replace_cp
+    start_long_copy
+    kill -KILL $!
+    wait $! || true
+    kill "$(cat "$work/cp")"
+    [ -n "$(ls -A "$work/tmp")" ] || fail "the killed run has no copy"
+    TMPDIR="$work/tmp" lay --copy "$work/data" sh -c \
+        "[ \$(ls '$work/tmp' | wc -l) -eq 1 ]" || fail "the copy of the killed run stays"
+    [ -z "$(ls -A "$work/tmp")" ] || fail "a copy is left"
+    rm -r "$work/tmp" "$work/slow"
+}
+
+accepts_relative_tmpdir() {
+    mkdir "$work/tmp"
+    [ "$(cd "$work" && TMPDIR=tmp && export TMPDIR && lay --copy data cat "$data/file")" = content ] ||
+        fail "a relative TMPDIR does not work"
+    [ -z "$(ls -A "$work/tmp")" ] || fail "a copy is left in a relative TMPDIR"
+    rmdir "$work/tmp"
+}
+
 # Whatever the real flag file is, the command sees none, and its own does not get out.
 keeps_the_flag_private() {
     lay --private-tmp "$work/data" sh -c "[ ! -e $flag ] && echo $work >$flag && [ -d '$work' ]" ||
@@ -251,6 +316,9 @@ every_case() {
     lays_any_name
     refuses_a_cut_copy
     tells_of_a_long_copy
+    stops_a_long_copy
+    removes_the_copy_of_a_killed_run
+    accepts_relative_tmpdir
     keeps_the_flag_private
     keeps_folder_and_input
     does_without_input
