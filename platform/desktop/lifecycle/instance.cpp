@@ -10,6 +10,7 @@
 #include <csignal>
 #include <cstring>
 #include <fstream>
+#include <optional>
 #include <thread>
 #include <utility>
 
@@ -80,6 +81,24 @@ std::string NameOf(pid_t owner) {
     return "the running quorvel" + (owner > 0 ? " (process " + std::to_string(owner) + ")" : "");
 }
 
+// Sends the message to the owner once. Returns nothing when no owner answers yet and the deadline
+// has not passed.
+std::optional<Instance::Claim> HandOver(const std::string& path, const std::string& message,
+                                        Clock::time_point deadline) {
+    const Connection owner(path);
+    const Reply reply = owner.Send(message, deadline);
+    if (reply == Reply::kAccepted) {
+        return Instance::Claim::kHandedOver;
+    }
+    if (reply == Reply::kNoOwner && Clock::now() < deadline) {
+        return std::nullopt;
+    }
+    LogError(NameOf(owner.Owner()) + (reply == Reply::kRejected
+                                          ? " rejects the launch request; see its log"
+                                          : " does not answer; end that process and try again"));
+    return Instance::Claim::kFailed;
+}
+
 }  // namespace
 
 Instance::Instance(std::string folder, std::string files)
@@ -119,14 +138,16 @@ Instance::Lock Instance::m_TryLock() {
 }
 
 // Ignores an entry of an ended process: the new owner has not yet written its own.
-std::optional<pid_t> Instance::m_OwnerOfOtherFiles() const {
+bool Instance::m_OwnerShowsOtherFiles() const {
     std::ifstream lock(m_LockPath());
     pid_t owner = 0;
     std::string files;
-    if (!(lock >> owner >> std::ws) || !std::getline(lock, files) || files == m_Files) {
-        return std::nullopt;
+    if (!(lock >> owner >> std::ws) || !std::getline(lock, files) || files == m_Files ||
+        kill(owner, 0) != 0) {
+        return false;
     }
-    return kill(owner, 0) == 0 ? std::optional(owner) : std::nullopt;
+    LogError(NameOf(owner) + " shows other result files; close it first: quorvel EXEPARAM=CLOSE");
+    return true;
 }
 
 Instance::Claim Instance::ClaimOrHandOver(const KeyValues& request, milliseconds timeout) {
@@ -142,23 +163,11 @@ Instance::Claim Instance::ClaimOrHandOver(const KeyValues& request, milliseconds
         if (lock != Lock::kHeldByOther) {
             return lock == Lock::kTaken ? Claim::kOwner : Claim::kFailed;
         }
-        const auto other = request.empty() ? m_OwnerOfOtherFiles() : std::nullopt;
-        if (other) {
-            LogError(NameOf(*other) +
-                     " shows other result files; close it first: quorvel EXEPARAM=CLOSE");
+        if (request.empty() && m_OwnerShowsOtherFiles()) {
             return Claim::kFailed;
         }
-        const Connection owner(SocketPath());
-        const Reply reply = owner.Send(message, deadline);
-        if (reply == Reply::kAccepted) {
-            return Claim::kHandedOver;
-        }
-        if (reply != Reply::kNoOwner || Clock::now() >= deadline) {
-            LogError(NameOf(owner.Owner()) +
-                     (reply == Reply::kRejected
-                          ? " rejects the launch request; see its log"
-                          : " does not answer; end that process and try again"));
-            return Claim::kFailed;
+        if (const auto claim = HandOver(SocketPath(), message, deadline)) {
+            return *claim;
         }
     }
 }

@@ -1,10 +1,7 @@
 #ifndef QUORVEL_PLATFORM_DESKTOP_LIFECYCLE_INSTANCE_H_
 #define QUORVEL_PLATFORM_DESKTOP_LIFECYCLE_INSTANCE_H_
 
-#include <sys/types.h>
-
 #include <chrono>
-#include <optional>
 #include <string>
 
 #include "lifecycle/launch_request.h"
@@ -40,8 +37,8 @@ public:
 private:
     enum class Lock { kTaken, kHeldByOther, kFailed };
     Lock m_TryLock();
-    // Returns the process of an owner that shows other result files.
-    std::optional<pid_t> m_OwnerOfOtherFiles() const;
+    // Returns whether the owner shows other result files, and logs that in this case.
+    bool m_OwnerShowsOtherFiles() const;
     std::string m_LockPath() const;
 
     std::string m_Folder;
