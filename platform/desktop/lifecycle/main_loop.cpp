@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <csignal>
 #include <deque>
 #include <iostream>
 #include <string>
@@ -68,6 +69,15 @@ bool CanOpenNeededFiles() {
 
 // Seconds between two frames of a minimised window. The toolkit would draw 60 frames a second.
 constexpr double kPausedFrameTime = 3600;
+
+// how: SIG_BLOCK or SIG_UNBLOCK.
+void SetSignalMask(int how) {
+    sigset_t signals;
+    sigemptyset(&signals);
+    sigaddset(&signals, SIGTERM);
+    sigaddset(&signals, SIGINT);
+    pthread_sigmask(how, &signals, nullptr);
+}
 
 bool HasWindow() {
     Eina_List* windows = ecore_evas_ecore_evas_list_get();
@@ -131,7 +141,9 @@ private:
 };
 
 int Application::Run(int argc, char** argv, KeyValues first) {
-    // m_Server has initialised Ecore, which keeps SIGTERM and SIGINT until the main loop runs.
+    // m_Server has initialised Ecore, which handles SIGTERM and SIGINT in the main loop. Until then
+    // both stay pending: a signal while a window opens can break the connection to the X server.
+    SetSignalMask(SIG_BLOCK);
     std::string why;
     if (!FindDisplay(why)) {
         LogError(why);
@@ -179,6 +191,7 @@ int Application::m_RunLoop(KeyValues first) {
     efl_event_callback_add(loop, EFL_APP_EVENT_PAUSE, OnPause, this);
     efl_event_callback_add(loop, EFL_APP_EVENT_RESUME, OnResume, this);
     m_Enqueue({{{std::move(first)}}, 0});
+    SetSignalMask(SIG_UNBLOCK);
     elm_run();
     m_Drop();
     efl_event_callback_del(loop, EFL_APP_EVENT_PAUSE, OnPause, this);
