@@ -52,12 +52,21 @@ analyse() {
     press Escape Left Up Return
     log_wait 'OK button is pressed.'
     expect_focus row
+    log_wait 'QELItemView.cpp: Update('
+    for line in 'QELItemDetailView.cpp: UpdateText(.*index' 'QELItemView.cpp: Update(.*index'; do
+        [ "$(log_new | grep -c "$line")" -eq 1 ] || fail "not shown once after the popup: $line"
+    done
+    shows_result
 }
 
-# The analysed row tells its result when it has lost the focus once: KEY-AWAY KEY-BACK ROW-AWAY ROW.
+# The row shows the result again after a move to another row: KEY-AWAY KEY-BACK ROW-AWAY ROW.
 result() {
     go_to_row "$1" "$3"
     go_to_row "$2" "$4"
+    shows_result
+}
+
+shows_result() {
     expect "the result is shown in white" shows "$RESULT" "$TEXT" 200
     expect "the detailed text is shown in red" shows "$DETAILED" "$TEXT" 200
     expect "the conflicts are shown in orange" shows "$CONFLICTS" "$TEXT" 200

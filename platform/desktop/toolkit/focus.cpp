@@ -3,6 +3,7 @@
 #include <Efl_Ui.h>
 #include <Elementary.h>
 
+#include <initializer_list>
 #include <string_view>
 
 #include "toolkit/widgets.h"
@@ -72,34 +73,105 @@ void FocusWatch::m_OnDeleted(void* data, Evas*, Evas_Object*, void*) {
     delete static_cast<FocusWatch*>(data);
 }
 
-// Emits the label's signals, and the signals that the theme of the scroller expects.
+// The widgets between which the arrow keys move the focus. A window has at most one of each.
+struct Places {
+    explicit Places(Evas_Object* window);
+
+    Evas_Object* list = nullptr;
+    Evas_Object* scroller = nullptr;
+    // The label inside the scroller.
+    Evas_Object* text = nullptr;
+    // The button outside the popup.
+    Evas_Object* button = nullptr;
+};
+
+Places::Places(Evas_Object* window) {
+    for (Evas_Object* found : WidgetsOf(window, "elm_genlist")) {
+        list = found;
+    }
+    for (Evas_Object* label : WidgetsOf(window, "elm_label")) {
+        Evas_Object* parent = elm_object_parent_widget_get(label);
+        if (IsWidget(parent, "elm_scroller")) {
+            scroller = parent;
+            text = label;
+        }
+    }
+    for (Evas_Object* found : WidgetsOf(window, "elm_button")) {
+        if (ParentOfType(found, "elm_popup") == nullptr) {
+            button = found;
+        }
+    }
+}
+
+bool CanHaveFocus(const Evas_Object* widget) {
+    return widget != nullptr && evas_object_visible_get(widget) != EINA_FALSE &&
+           elm_object_disabled_get(widget) == EINA_FALSE;
+}
+
+// Gives the focus to the first widget that is shown and enabled. Without such a widget, the focus
+// does not move.
+void FocusFirst(std::initializer_list<Evas_Object*> widgets) {
+    for (Evas_Object* widget : widgets) {
+        if (CanHaveFocus(widget)) {
+            elm_object_focus_set(widget, EINA_TRUE);
+            return;
+        }
+    }
+}
+
+// The toolkit scrolls to the upper end of a label that gets the focus. Ends this movement before
+// its first step, so that the user continues where he stopped reading.
+void StopScrolling(Evas_Object* scroller) {
+    int x = 0;
+    int y = 0;
+    int width = 0;
+    int height = 0;
+    elm_scroller_region_get(scroller, &x, &y, &width, &height);
+    elm_scroller_region_show(scroller, x, y, width, height);
+}
+
+// Emits the label's signals, and the signals that the theme of the scroller expects. A hidden label
+// gives the focus to another widget, because a focus on the label would be invisible.
 class LabelFocus : public FocusWatch {
 public:
-    using FocusWatch::FocusWatch;
+    LabelFocus(Evas_Object* window, Evas_Object* label) : FocusWatch(label), m_Window(window) {}
 
 private:
     void m_Report(bool focused) override {
+        if (focused && !CanHaveFocus(m_Widget)) {
+            const Places places(m_Window);
+            FocusFirst({places.list, places.button});
+            return;
+        }
         if (focused == m_IsFocused) {
             return;
         }
         m_IsFocused = focused;
         Evas_Object* parent = elm_object_parent_widget_get(m_Widget);
         if (IsWidget(parent, "elm_scroller")) {
+            StopScrolling(parent);
             elm_layout_signal_emit(
                 parent, focused ? "quorvel,text,focused" : "quorvel,text,unfocused", "quorvel");
         }
         evas_object_smart_callback_call(m_Widget, focused ? "focused" : "unfocused", nullptr);
     }
 
+    Evas_Object* const m_Window;
     bool m_IsFocused = false;
 };
 
-// Emits the signals that the theme of the focused row expects, and "item,focused" for a single row.
+// Emits the signals that the theme of the focused row expects. Emits "item,focused" when the focus
+// returns from the popup, or from another widget to the only row.
 class ListFocus : public FocusWatch {
 public:
-    ListFocus(Evas_Object* window, Evas_Object* list) : FocusWatch(list), m_Window(window) {}
+    ListFocus(Evas_Object* window, Evas_Object* list) : FocusWatch(list), m_Window(window) {
+        evas_object_smart_callback_add(list, "item,focused", m_OnRowFocused, this);
+    }
 
 private:
+    // The widget that has the focus while the list does not have it.
+    enum class Away { kNo, kWidget, kPopup };
+
     void m_Report(bool focused) override {
         Elm_Object_Item* row = elm_object_focused_item_get(m_Widget);
         if (row == nullptr) {
@@ -107,23 +179,56 @@ private:
         }
         elm_object_item_signal_emit(
             row, focused ? "quorvel,list,focused" : "quorvel,list,unfocused", "quorvel");
-        if (focused && m_WasLeft && elm_genlist_items_count(m_Widget) == 1) {
+        const Away away = m_Away;
+        m_Away = focused ? Away::kNo : m_FindAway();
+        const bool isOnlyRow = elm_genlist_items_count(m_Widget) == 1;
+        if (focused && (away == Away::kPopup || (away == Away::kWidget && isOnlyRow))) {
             evas_object_smart_callback_call(m_Widget, "item,focused", row);
         }
-        m_WasLeft = !focused && elm_object_focused_object_get(m_Window) != nullptr &&
-                    ShownPopup(m_Window) == nullptr;
+    }
+
+    Away m_FindAway() const {
+        if (ShownPopup(m_Window) != nullptr) {
+            return Away::kPopup;
+        }
+        return elm_object_focused_object_get(m_Window) == nullptr ? m_Away : Away::kWidget;
+    }
+
+    // Shows the text of another row from its beginning.
+    static void m_OnRowFocused(void* data, Evas_Object*, void* row) {
+        auto* self = static_cast<ListFocus*>(data);
+        Evas_Object* scroller = Places(self->m_Window).scroller;
+        if (row != self->m_LastRow && scroller != nullptr) {
+            elm_scroller_region_show(scroller, 0, 0, 1, 1);
+        }
+        self->m_LastRow = row;
     }
 
     Evas_Object* const m_Window;
-    // Whether another widget of the window has the focus. The popup does not count.
-    bool m_WasLeft = false;
+    Away m_Away = Away::kNo;
+    // The row of the last "item,focused". Only compared.
+    const void* m_LastRow = nullptr;
 };
 
-Elm_Object_Item* NextRow(Elm_Object_Item* row, std::string_view key) {
-    if (key == "Down") {
-        return elm_genlist_item_next_get(row);
-    }
-    return key == "Up" ? elm_genlist_item_prev_get(row) : nullptr;
+void ScrollTextToEnd(const Places& places) {
+    int height = 0;
+    evas_object_geometry_get(places.text, nullptr, nullptr, nullptr, &height);
+    elm_scroller_region_show(places.scroller, 0, height - 1, 1, 1);
+}
+
+bool IsAtTop(const Places& places) {
+    int y = 0;
+    elm_scroller_region_get(places.scroller, nullptr, &y, nullptr, nullptr);
+    return y <= 0;
+}
+
+bool IsAtEnd(const Places& places) {
+    int y = 0;
+    int height = 0;
+    int textHeight = 0;
+    elm_scroller_region_get(places.scroller, nullptr, &y, nullptr, &height);
+    evas_object_geometry_get(places.text, nullptr, nullptr, nullptr, &textHeight);
+    return y + height >= textHeight;
 }
 
 // Sets the list's focused element again. A list that focused its only row before the first frame
@@ -141,35 +246,93 @@ void RestoreFocusedElement(Evas_Object* list) {
     eina_iterator_free(rows);
 }
 
-// Moves the focus by rows. The toolkit moves the focus only to rows that it has created, so it
-// would stop at the last visible row if the next row begins exactly at the list's edge.
-Eina_Bool OnListEvent(void*, Evas_Object* list, Evas_Object*, Evas_Callback_Type type,
-                      void* event) {
-    Elm_Object_Item* row = elm_object_focused_item_get(list);
-    if (type != EVAS_CALLBACK_KEY_DOWN || row == nullptr) {
-        return EINA_FALSE;
+// Moves by rows. The toolkit moves the focus only to rows that it has created, so it would stop at
+// the last visible row if the next row begins exactly at the list's edge.
+void MoveToRow(Elm_Object_Item* row) {
+    if (row != nullptr) {
+        elm_object_item_focus_set(row, EINA_TRUE);
     }
+}
+
+// The following functions handle an arrow key. They return false if the toolkit handles the key.
+// The toolkit moves the focus between neighbours, and remembers the way if the button gets
+// disabled.
+
+bool MoveInList(const Places& places, std::string_view key) {
+    Elm_Object_Item* row = elm_object_focused_item_get(places.list);
+    if (key == "Right" && CanHaveFocus(places.text)) {
+        RestoreFocusedElement(places.list);
+        return false;
+    }
+    if (key == "Right") {
+        FocusFirst({places.button});
+    } else if (row != nullptr && key == "Down") {
+        MoveToRow(elm_genlist_item_next_get(row));
+    } else if (row != nullptr && key == "Up") {
+        MoveToRow(elm_genlist_item_prev_get(row));
+    }
+    return true;
+}
+
+bool MoveInText(const Places& places, std::string_view key) {
+    if (key == "Left") {
+        return !CanHaveFocus(places.list);
+    }
+    if (key == "Up") {
+        return IsAtTop(places);
+    }
+    if (key == "Down") {
+        return IsAtEnd(places) && !CanHaveFocus(places.button);
+    }
+    return true;
+}
+
+bool MoveFromButton(const Places& places, std::string_view key) {
+    if (key == "Left") {
+        FocusFirst({places.list});
+    } else if (key == "Up") {
+        FocusFirst({places.text, places.list});
+        ScrollTextToEnd(places);
+    }
+    return true;
+}
+
+bool IsArrow(std::string_view key) {
+    return key == "Up" || key == "Down" || key == "Left" || key == "Right";
+}
+
+using Move = bool (*)(const Places&, std::string_view);
+// Handles a key before the toolkit does. data: the window.
+template <Move kMove>
+Eina_Bool OnKey(void* data, Evas_Object*, Evas_Object*, Evas_Callback_Type type, void* event) {
     auto* key = static_cast<Evas_Event_Key_Down*>(event);
-    Elm_Object_Item* next = NextRow(row, key->key);
-    if (next == nullptr) {
-        RestoreFocusedElement(list);
+    if (type != EVAS_CALLBACK_KEY_DOWN || !IsArrow(key->key) ||
+        !kMove(Places(static_cast<Evas_Object*>(data)), key->key)) {
         return EINA_FALSE;
     }
-    elm_object_item_focus_set(next, EINA_TRUE);
     key->event_flags = static_cast<Evas_Event_Flags>(key->event_flags | EVAS_EVENT_FLAG_ON_HOLD);
     return EINA_TRUE;
+}
+
+void HandleArrows(Evas_Object* window, Evas_Object* widget, Elm_Event_Cb handler) {
+    if (widget != nullptr) {
+        elm_object_event_callback_add(widget, handler, window);
+    }
 }
 
 }  // namespace
 
 void WatchFocus(Evas_Object* window) {
     for (Evas_Object* label : WidgetsOf(window, "elm_label")) {
-        new LabelFocus(label);
+        new LabelFocus(window, label);
     }
     for (Evas_Object* list : WidgetsOf(window, "elm_genlist")) {
-        elm_object_event_callback_add(list, OnListEvent, nullptr);
         new ListFocus(window, list);
     }
+    const Places places(window);
+    HandleArrows(window, places.list, OnKey<MoveInList>);
+    HandleArrows(window, places.text, OnKey<MoveInText>);
+    HandleArrows(window, places.button, OnKey<MoveFromButton>);
 }
 
 }  // namespace quorvel::desktop

@@ -1,6 +1,7 @@
 #include "toolkit/widgets.h"
 
 #include <Efl_Ui.h>
+#include <Elementary.h>
 
 namespace quorvel::desktop {
 
@@ -26,6 +27,14 @@ void AddWidgets(Evas_Object* object, std::string_view type, std::vector<Evas_Obj
 bool IsWidget(const Evas_Object* object, std::string_view type) {
     const char* name = object == nullptr ? nullptr : evas_object_type_get(object);
     return name != nullptr && type == name;
+}
+
+Evas_Object* ParentOfType(const Evas_Object* widget, std::string_view type) {
+    Evas_Object* parent = elm_object_parent_widget_get(widget);
+    while (parent != nullptr && !IsWidget(parent, type)) {
+        parent = elm_object_parent_widget_get(parent);
+    }
+    return parent;
 }
 
 std::vector<Evas_Object*> WidgetsOf(Evas_Object* window, std::string_view type) {

@@ -2,8 +2,10 @@
 
 #include <gmock/gmock.h>
 
+#include <chrono>
 #include <cstdlib>
 #include <string>
+#include <vector>
 
 #include "fixtures/Screen.h"
 #include "palette.h"
@@ -14,6 +16,9 @@ namespace {
 
 using testing::ElementsAre;
 using testing::IsEmpty;
+
+// In pixels. The button has the smallest frame.
+constexpr int kLeastOfAFrame = 500;
 
 std::string StateOf(const Evas_Object* widget, const char* part) {
     return edje_object_part_state_get(elm_layout_edje_get(widget), part, nullptr);
@@ -45,23 +50,48 @@ TEST(FocusTest, IgnoresFocusThatLeavesLabelInSameTurn) {
     EXPECT_THAT(stage.LabelEvents(), IsEmpty());
 }
 
-TEST(FocusTest, EmitsFocusedOnLabelWhenPopupCloses) {
-    Stage stage;
-    stage.Press("Right");
-    stage.Press("Down");
-    ASSERT_EQ(Screen::FocusedWidget(stage.window), stage.button);
-    stage.ShowPopup(false);
-    elm_object_disabled_set(stage.button, EINA_TRUE);
-    stage.Press("Return");
-    EXPECT_THAT(stage.LabelEvents(), ElementsAre("focused", "unfocused", "focused"));
-}
-
 TEST(FocusTest, AcceptsDeletionOfLabelBeforeReport) {
     Stage stage;
     elm_object_focus_set(stage.label, EINA_TRUE);
     evas_object_del(stage.label);
     Screen::ProcessEvents(stage.window);
     EXPECT_THAT(stage.LabelEvents(), IsEmpty());
+}
+
+// The frame around the focused widget.
+bool IsFrameColour(const Colour& colour) {
+    constexpr Colour kFrame{COLOR_FOCUS_LINE};
+    return std::abs(colour.red - kFrame.red) < 4 && std::abs(colour.green - kFrame.green) < 4 &&
+           std::abs(colour.blue - kFrame.blue) < 4;
+}
+
+// Returns the widgets of the window that show a frame, read from the pixels.
+std::string FocusedPlaces(const Stage& stage) {
+    const Picture picture = Screen::Render(stage.window);
+    std::string places;
+    const auto add = [&](const char* name, const Evas_Object* widget) {
+        if (picture.Count(Screen::AreaOf(widget), IsFrameColour) > kLeastOfAFrame) {
+            places += std::string(places.empty() ? "" : " ") + name;
+        }
+    };
+    add("list", stage.list);
+    add("panel", stage.scroller);
+    add("button", stage.button);
+    return places;
+}
+
+// The number of pixels of the text above the visible part.
+int TextPosition(const Stage& stage) {
+    int y = 0;
+    elm_scroller_region_get(stage.scroller, nullptr, &y, nullptr, nullptr);
+    return y;
+}
+
+// Returns whether the text moves within the time of some steps of an animation.
+bool MovesText(const Stage& stage) {
+    const int position = TextPosition(stage);
+    return Screen::PumpUntil([&] { return TextPosition(stage) != position; },
+                             std::chrono::milliseconds(200));
 }
 
 bool IsFocusColour(const Colour& colour) {
@@ -120,16 +150,25 @@ TEST(FocusTest, ShowsSameRowFocusedAfterReturn) {
     EXPECT_EQ(FocusInList(stage), before);
 }
 
+TEST(FocusTest, EmitsFocusedOnLabelWhenPopupCloses) {
+    Stage stage;
+    stage.Press("Right");
+    stage.Press("Down");
+    ASSERT_EQ(Screen::FocusedWidget(stage.window), stage.button);
+    stage.ShowPopup(false);
+    elm_object_disabled_set(stage.button, EINA_TRUE);
+    stage.Press("Return");
+    EXPECT_EQ(FocusedPlaces(stage), "panel");
+    EXPECT_THAT(stage.LabelEvents(), ElementsAre("focused", "unfocused", "focused"));
+}
+
 // A network failure is often the only failed item.
 TEST(FocusTest, MovesFocusFromSingleRowAndBack) {
     Stage stage(SingleRow());
-    for (const char* const away : {"Right", "Down"}) {
-        stage.Press(away);
-        EXPECT_NE(elm_object_focus_get(stage.label), EINA_FALSE) << away;
-        stage.Press("Left");
-        EXPECT_EQ(elm_object_focus_get(stage.label), EINA_FALSE) << away;
-        EXPECT_NE(elm_object_focus_get(stage.list), EINA_FALSE) << away;
-    }
+    stage.Press("Right");
+    EXPECT_EQ(Screen::FocusedWidget(stage.window), stage.label);
+    stage.Press("Left");
+    EXPECT_EQ(FocusedPlaces(stage), "list");
 }
 
 // The application shows the detail text of a row when it gets the signal.
@@ -142,15 +181,187 @@ TEST(FocusTest, EmitsItemFocusedWhenFocusReturnsToSingleRow) {
     EXPECT_THAT(stage.FocusedRows(), ElementsAre(0));
 }
 
-TEST(FocusTest, EmitsNothingWhenPopupClosesOverSingleRow) {
-    Stage stage(SingleRow());
+class FocusRowsTest : public testing::TestWithParam<int> {
+protected:
+    static StagePlan Plan() {
+        StagePlan plan;
+        plan.rows = GetParam();
+        return plan;
+    }
+};
+
+TEST_P(FocusRowsTest, StaysOnLastRowOnDown) {
+    Stage stage(Plan());
+    for (int presses = 0; presses <= GetParam(); ++presses) {
+        stage.Press("Down");
+    }
+    EXPECT_EQ(elm_object_focused_item_get(stage.list), stage.Row(GetParam() - 1));
+    EXPECT_EQ(FocusedPlaces(stage), "list");
+}
+
+TEST_P(FocusRowsTest, StaysOnFirstRowOnUpAndLeft) {
+    Stage stage(Plan());
+    for (const char* const key : {"Up", "Left", "Up"}) {
+        stage.Press(key);
+        EXPECT_EQ(elm_object_focused_item_get(stage.list), stage.Row(0)) << key;
+        EXPECT_EQ(FocusedPlaces(stage), "list") << key;
+    }
+}
+
+TEST_P(FocusRowsTest, EmitsItemFocusedOnceWhenPopupCloses) {
+    Stage stage(Plan());
+    for (std::size_t times = 1; times <= 2; ++times) {
+        stage.ShowPopup(true);
+        stage.ShowPopup(false);
+        stage.Press("Return");
+        ASSERT_EQ(FocusedPlaces(stage), "list");
+        EXPECT_EQ(stage.FocusedRows(), std::vector<int>(times, 0));
+    }
+    stage.Press("Right");
     stage.ShowPopup(false);
-    Screen::ProcessEvents(stage.window);
-    EXPECT_EQ(elm_object_focus_get(stage.list), EINA_FALSE);
-    evas_object_hide(stage.popup);
-    Screen::ProcessEvents(stage.window);
-    EXPECT_NE(elm_object_focus_get(stage.list), EINA_FALSE);
-    EXPECT_THAT(stage.FocusedRows(), IsEmpty());
+    stage.Press("Return");
+    EXPECT_EQ(FocusedPlaces(stage), "panel");
+    EXPECT_EQ(stage.FocusedRows(), std::vector<int>(2, 0));
+}
+
+INSTANTIATE_TEST_SUITE_P(Rows, FocusRowsTest, testing::Values(1, 2, 4, 9, 10, 11, 25));
+
+// The application hides the detail label of an "image" item.
+TEST(FocusTest, SkipsHiddenTextOnTheWayToButton) {
+    Stage stage;
+    stage.HideText();
+    stage.Press("Right");
+    EXPECT_EQ(FocusedPlaces(stage), "button");
+    for (const char* const back : {"Up", "Left"}) {
+        stage.Press(back);
+        EXPECT_EQ(FocusedPlaces(stage), "list") << back;
+        stage.Press("Right");
+    }
+    EXPECT_THAT(stage.LabelEvents(), IsEmpty());
+}
+
+TEST(FocusTest, StaysOnRowWithoutTextAndButton) {
+    Stage stage;
+    stage.HideText();
+    elm_object_disabled_set(stage.button, EINA_TRUE);
+    stage.Press("Right");
+    EXPECT_EQ(FocusedPlaces(stage), "list");
+    EXPECT_THAT(stage.LabelEvents(), IsEmpty());
+}
+
+TEST(FocusTest, ReturnsToRowWhenPopupClosesOverHiddenTextAndSpentButton) {
+    Stage stage;
+    stage.HideText();
+    stage.Press("Right");
+    ASSERT_EQ(FocusedPlaces(stage), "button");
+    stage.ShowPopup(false);
+    elm_object_disabled_set(stage.button, EINA_TRUE);
+    stage.Press("Return");
+    EXPECT_EQ(FocusedPlaces(stage), "list");
+    EXPECT_THAT(stage.LabelEvents(), IsEmpty());
+}
+
+TEST(FocusTest, KeepsFocusAtUpperEndOfText) {
+    Stage stage;
+    stage.ShowResult(100);
+    stage.Press("Right");
+    stage.Press("Down");
+    EXPECT_GT(TextPosition(stage), 0);
+    for (int presses = 0; presses < 3; ++presses) {
+        stage.Press("Up");
+        EXPECT_EQ(FocusedPlaces(stage), "panel");
+        EXPECT_EQ(TextPosition(stage), 0);
+    }
+    stage.Press("Right");
+    EXPECT_EQ(FocusedPlaces(stage), "panel");
+    stage.Press("Left");
+    EXPECT_EQ(FocusedPlaces(stage), "list");
+}
+
+void ReadToEnd(Stage& stage) {
+    stage.Press("Right");
+    int position = -1;
+    while (TextPosition(stage) > position) {
+        position = TextPosition(stage);
+        stage.Press("Down");
+        ASSERT_LE(position, 100000);
+    }
+}
+
+TEST(FocusTest, ReturnsToEndOfTextFromButton) {
+    Stage stage;
+    stage.ShowResult(100);
+    ReadToEnd(stage);
+    ASSERT_EQ(FocusedPlaces(stage), "button");
+    const int end = TextPosition(stage);
+    EXPECT_GT(end, 0);
+    stage.Press("Up");
+    EXPECT_EQ(FocusedPlaces(stage), "panel");
+    EXPECT_FALSE(MovesText(stage));
+    EXPECT_EQ(TextPosition(stage), end);
+    stage.Press("Down");
+    EXPECT_EQ(FocusedPlaces(stage), "button");
+}
+
+TEST(FocusTest, KeepsPlaceInTextWhenFocusLeavesAndReturns) {
+    Stage stage;
+    stage.ShowResult(100);
+    stage.Press("Right");
+    stage.Press("Down");
+    stage.Press("Down");
+    const int place = TextPosition(stage);
+    EXPECT_GT(place, 0);
+    stage.Press("Left");
+    stage.Press("Right");
+    EXPECT_EQ(FocusedPlaces(stage), "panel");
+    EXPECT_FALSE(MovesText(stage));
+    EXPECT_EQ(TextPosition(stage), place);
+}
+
+TEST(FocusTest, ShowsTextOfOtherRowFromItsBeginning) {
+    Stage stage;
+    stage.ShowResult(100);
+    stage.Press("Right");
+    stage.Press("Down");
+    stage.Press("Left");
+    EXPECT_GT(TextPosition(stage), 0);
+    stage.Press("Down");
+    EXPECT_EQ(TextPosition(stage), 0);
+}
+
+TEST(FocusTest, StaysAtEndOfTextWithoutButton) {
+    Stage stage;
+    stage.ShowResult(100);
+    elm_object_disabled_set(stage.button, EINA_TRUE);
+    ReadToEnd(stage);
+    const int end = TextPosition(stage);
+    EXPECT_GT(end, 0);
+    stage.Press("Down");
+    EXPECT_EQ(FocusedPlaces(stage), "panel");
+    EXPECT_EQ(TextPosition(stage), end);
+}
+
+TEST(FocusTest, StaysOnButtonOnDownAndRight) {
+    Stage stage;
+    stage.Press("Right");
+    stage.Press("Down");
+    for (const char* const key : {"Down", "Right"}) {
+        stage.Press(key);
+        EXPECT_EQ(FocusedPlaces(stage), "button") << key;
+    }
+}
+
+TEST(FocusTest, StaysOutsideListWithoutRows) {
+    StagePlan plan;
+    plan.rows = 0;
+    Stage stage(plan);
+    elm_object_focus_set(stage.button, EINA_TRUE);
+    stage.Press("Left");
+    EXPECT_EQ(FocusedPlaces(stage), "button");
+    stage.Press("Up");
+    EXPECT_EQ(FocusedPlaces(stage), "panel");
+    stage.Press("Left");
+    EXPECT_EQ(FocusedPlaces(stage), "panel");
 }
 
 TEST(FocusTest, EmitsNothingWhenFocusReturnsToOneOfManyRows) {
