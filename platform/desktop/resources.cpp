@@ -1,7 +1,6 @@
 #include "resources.h"
 
 #include <tv_services.h>
-#include <unistd.h>
 
 #include <cstdlib>
 #include <cstring>
@@ -32,17 +31,29 @@ std::vector<std::string> Folders() {
 }  // namespace
 
 std::string FindResource(const std::string& relativePath) {
+    std::error_code error;
     std::string path;
     for (const std::string& folder : Folders()) {
         path = folder + relativePath;
-        if (access(path.c_str(), F_OK) == 0) {
+        // access() would also find photos, see photo_access.cpp.
+        if (std::filesystem::exists(path, error)) {
             break;
         }
     }
     // Image widgets accept absolute paths only.
-    std::error_code error;
     const std::filesystem::path absolute = std::filesystem::absolute(path, error);
     return error ? path : absolute.string();
+}
+
+bool IsResource(const std::string& path) {
+    std::error_code error;
+    for (const std::string& folder : Folders()) {
+        const std::string prefix = std::filesystem::absolute(folder, error);
+        if (path.compare(0, prefix.size(), prefix) == 0) {
+            return true;
+        }
+    }
+    return false;
 }
 
 }  // namespace quorvel::desktop

@@ -16,6 +16,9 @@ namespace quorvel::desktop {
 // environment.
 std::string FindResource(const std::string& relativePath);
 
+// Returns whether the path is below one of these folders. Any thread, as FindResource.
+bool IsResource(const std::string& path);
+
 }  // namespace quorvel::desktop
 
 #endif  // QUORVEL_PLATFORM_DESKTOP_RESOURCES_H_

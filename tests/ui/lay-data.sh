@@ -49,15 +49,16 @@ lays_a_copy() {
     [ ! -e "$work/data/num_of_launch" ] || fail "the original was written to"
 }
 
-# Each folder's file holds its name. quorvel-view stands beside a program that shows the file.
+# The files of each folder contain its name. The stand-in for quorvel prints the name.
 make_odd_folders() {
     mkdir -p "$work/elsewhere/run1" "$work/bin"
     cp "$lay_data" "$(dirname -- "$lay_data")/quorvel-view" "$work/bin"
-    printf '#!/bin/sh\ncat %s/file\n' "$data" >"$work/bin/quorvel"
+    printf '#!/bin/sh\nsed "s/<[^>]*>//g" %s/qelXml.xml\n' "$data" >"$work/bin/quorvel"
     chmod 755 "$work/bin/quorvel"
     for name in "$@"; do
         mkdir -p "$work/odd/$name"
         printf '%s' "$name" >"$work/odd/$name/file"
+        printf '<run>%s</run>' "$name" >"$work/odd/$name/qelXml.xml"
     done
 }
 
@@ -75,7 +76,7 @@ lays_any_name() {
     done
     for name in run1 - -- --copy ' a b' "run1$newline" "in${newline}ner"; do
         # shellcheck disable=SC2086 # the words of a command
-        shows_its_own $without "$work/bin/quorvel-view" "$name"
+        shows_its_own $without "$work/bin/quorvel-view" -- "$name" 2>/dev/null
     done
     for name in "run1$newline" "in${newline}ner"; do
         if lay "$work/odd/$name" touch "$work/ran" 2>"$work/complaint"; then
@@ -340,6 +341,9 @@ cases_without_namespaces() {
     [ -z "$(ls -A /opt)" ] || fail "folders are left: $(find /opt)"
 }
 
+# The lock of a running quorvel of the user must not matter.
+mkdir -m 700 "$work/run"
+export XDG_RUNTIME_DIR="$work/run"
 mkdir "$work/data"
 echo content >"$work/data/file"
 if [ "${2:-}" = without-namespaces ]; then

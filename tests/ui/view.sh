@@ -42,7 +42,8 @@ tour() {
 
 # There is nothing to analyse there, so the tour must not claim that it has shown it.
 tour_in_vain() {
-    "$root/script/lib/tour" "$build" "$1" "$work/pictures" >"$work/printed" 2>"$work/complaint" ||
+    "$root/script/lib/tour" "$build" "$1" "$work/pictures" ${2:+"$2"} \
+        >"$work/printed" 2>"$work/complaint" ||
         fail "the tour of $1: $(cat "$work/complaint")"
     [ "$(cat "$work/printed")" = "$work/pictures/start.png" ] ||
         fail "not the picture of the start alone: $(cat "$work/printed")"
@@ -57,31 +58,196 @@ tour_of_one() {
         fail "the only item is not analysed"
 }
 
-# One program runs for each user, and that one has its files. Without namespaces it has the fixed path
-# as well.
-second_view() {
-    program_start "$build/quorvel-view" "$folder"
-    if LAY_DATA_WAIT=1 "$build/quorvel-view" "$root/samples/empty" >"$work/second" 2>&1; then
-        fail "a second view seems to show its files"
-    fi
-    grep -q 'shows other result files; close it first\|another run keeps' "$work/second" ||
-        fail "$(cat "$work/second")"
-    "$build/quorvel" EXEPARAM=CLOSE >"$work/second" 2>&1 ||
-        fail "the view cannot be closed: $(cat "$work/second")"
-    program_wait
+# --- Without a window ---------------------------------------------------------------------------
+
+# quorvel-view next to a stand-in for quorvel, which runs the shell commands $1.
+make_stand_in() {
+    mkdir -p "$work/bin"
+    cp "$build/quorvel-view" "$build/lay-data" "$work/bin"
+    printf '#!/bin/sh\ncd %s\n%s\n' "$DATA" "$1" >"$work/bin/quorvel"
+    chmod 755 "$work/bin/quorvel"
 }
 
+# Runs quorvel-view with the stand-in: STATUS ARG… The output is in $work/out and $work/err.
+expect_status() {
+    expected_status=$1
+    shift
+    status=0
+    "$work/bin/quorvel-view" "$@" >"$work/out" 2>"$work/err" || status=$?
+    [ "$status" -eq "$expected_status" ] ||
+        fail "quorvel-view $*: status $status instead of $expected_status: $(cat "$work/err")"
+}
+
+expect_error() {
+    grep -q -F -- "$1" "$work/err" || fail "no message \"$1\" but: $(cat "$work/err")"
+}
+
+expect_output() {
+    [ "$(cat "$work/out")" = "$1" ] || fail "the output is: $(cat "$work/out")"
+}
+
+# Writes a result file with one passed item: FOLDER START-TIME.
+write_run() {
+    mkdir -p "$1"
+    printf '<r><Information><sn>SN of %s</sn></Information><Summary><starttime>%s</starttime></Summary>
+<FAnetTest><test><name>a</name><result>pass</result></test></FAnetTest></r>' \
+        "$(basename "$1")" "$2" >"$1/qelXml.xml"
+}
+
+rejects_unusable_paths() {
+    make_stand_in 'echo opened'
+    mkdir "$work/nothing"
+    expect_status 1 "$work/nothing"
+    expect_error "quorvel-view: $work/nothing: no qelXml.xml or qelRnscXml.xml found"
+    expect_status 1 "$work/missing"
+    expect_error "quorvel-view: $work/missing: No such file or directory"
+    expect_status 1 "$root/README.md"
+    expect_error "not a folder, a result file or an archive"
+    expect_output ''
+}
+
+rejects_wrong_arguments() {
+    for argument in --unknown -x; do
+        expect_status 2 "$argument"
+        expect_error "Try 'quorvel-view --help'."
+        [ "$(wc -l <"$work/err")" -eq 2 ] || fail "$argument: $(cat "$work/err")"
+    done
+    expect_status 2
+    expect_error 'missing argument'
+    expect_status 2 "$folder" value
+    expect_error 'value: not of the form KEY=VALUE'
+}
+
+prints_help_and_version() {
+    expect_status 0 --help
+    grep -q -- '--latest' "$work/out" || fail "no help: $(cat "$work/out")"
+    [ ! -s "$work/err" ] || fail "$(cat "$work/err")"
+    expect_status 0 --version
+    grep -q '^quorvel-view [0-9.]*$' "$work/out" || fail "no version: $(cat "$work/out")"
+}
+
+lists_several_runs() {
+    make_stand_in 'grep -o "SN of [a-z]*" qelXml.xml'
+    write_run "$work/several/old" '2024-11-18 09:40:42'
+    write_run "$work/several/new" '2024-11-18 09:40:43'
+    expect_status 2 "$work/several"
+    [ "$(sed 1d "$work/err")" = "SN of new  2024-11-18 09:40:43  $work/several/new
+SN of old  2024-11-18 09:40:42  $work/several/old" ] || fail "the list: $(cat "$work/err")"
+    expect_output ''
+    expect_status 0 --latest "$work/several"
+    expect_output 'SN of new'
+    expect_status 0 "$work/several/old/qelXml.xml"
+    expect_output 'SN of old'
+    (cd "$work/several" && tar -czf "$work/new.tgz" new)
+    expect_status 0 "$work/new.tgz"
+    expect_output 'SN of new'
+}
+
+opens_damaged_files_only_by_force() {
+    make_stand_in 'ls'
+    expect_status 1 "$root/samples/damaged"
+    expect_error "$root/samples/damaged/qelXml.xml:193: "
+    expect_output ''
+    expect_status 0 --force "$root/samples/damaged"
+    expect_error "$root/samples/damaged/qelXml.xml:193: "
+    expect_output 'qelRnscXml.xml
+qelXml.xml'
+    mkdir "$work/blank"
+    : >"$work/blank/qelXml.xml"
+    expect_status 1 "$work/blank"
+    expect_error 'is empty'
+}
+
+warns_of_a_run_without_items() {
+    mkdir "$work/untested"
+    echo '<r/>' >"$work/untested/qelXml.xml"
+    expect_status 0 "$work/untested"
+    expect_error 'nothing was tested'
+}
+
+# Two photos have equal base names.
+copies_only_the_named_files() {
+    make_stand_in 'find . -type f | LC_ALL=C sort; cat mnt/a/1.jpg mnt/b/1.jpg'
+    mkdir -p "$work/photos/mnt/a" "$work/photos/capture/mnt/b"
+    printf first >"$work/photos/mnt/a/1.jpg"
+    printf second >"$work/photos/capture/mnt/b/1.jpg"
+    truncate -s 3G "$work/photos/film"
+    item='<test><type>image</type><result>fail</result><detailed>'
+    printf '<r><RNSCImage>%s/mnt/a/1.jpg</detailed></test>%s/mnt/b/1.jpg</detailed></test></RNSCImage></r>' \
+        "$item" "$item" >"$work/photos/qelRnscXml.xml"
+    expect_status 0 "$work/photos"
+    expect_output './mnt/a/1.jpg
+./mnt/b/1.jpg
+./qelRnscXml.xml
+firstsecond'
+}
+
+reports_a_signal() {
+    # shellcheck disable=SC2016 # for the stand-in
+    make_stand_in 'kill -ABRT $$'
+    mkdir "$work/malformed"
+    printf '<r><FAnetTest><test><name>Audio</name><opcode>xyz</opcode><result>fail</result></test>
+<test><name>Video</name><opcode>52</opcode><result>fail</result></test></FAnetTest></r>' \
+        >"$work/malformed/qelXml.xml"
+    expect_status 134 "$work/malformed"
+    expect_error 'quorvel ended by signal 6'
+    expect_error 'item 1 (Audio): opcode "xyz" is not a hexadecimal number'
+    ! grep -q Video "$work/err" || fail "a sound item is named: $(cat "$work/err")"
+    make_stand_in 'exit 5'
+    expect_status 5 "$folder"
+}
+
+# --- The running program ------------------------------------------------------------------------
+
+# The white photo covers most of the screen. Its name is a path that does not exist here.
+shows_photo_by_its_base_name() {
+    mkdir -p "$work/captured/capture"
+    convert -size 1280x720 xc:white "png:$work/captured/capture/1.png"
+    item='<test><type>image</type><name>HDMI</name><result>fail</result>
+<detailed>/nowhere/run/1.png</detailed></test>'
+    printf '<r><RNSCImage>%s%s</RNSCImage></r>' "$item" "$item" >"$work/captured/qelRnscXml.xml"
+    program_start "$build/quorvel-view" "$work/captured"
+    press Down
+    wait_until shows '#FFFFFF' "$SCREEN" 100000 || fail "the photo is not shown"
+    program_stop
+}
+
+second_view() {
+    program_start "$build/quorvel-view" "$folder"
+    make_stand_in 'echo opened'
+    expect_status 0 "$folder"
+    expect_output ''
+    log_wait 's_Control is called'
+    write_run "$work/other" '2024-11-18 09:40:42'
+    expect_status 3 "$work/other"
+    expect_error "shows $folder; close it or add --replace"
+    expect_status 0 --replace "$work/other"
+    expect_output opened
+    program_wait
+    [ "$program_status" -eq 0 ] || fail "the replaced view ends with $program_status"
+}
+
+DATA=/opt/usr/home/owner/apps_rw/org.tizen.quorvel/data
 folder=$work/results
 cp -R "$root/samples/typical" "$folder"
 chmod -R a-w "$folder"
 before=$(prints "$folder")
 export TMPDIR="$work/tmp"
 mkdir "$TMPDIR"
+rejects_unusable_paths
+rejects_wrong_arguments
+prints_help_and_version
+lists_several_runs
+opens_damaged_files_only_by_force
+warns_of_a_run_without_items
+copies_only_the_named_files
+reports_a_signal
 installed_view
 tour
-tour_in_vain "$root/samples/empty"
-tour_in_vain "$root/samples/damaged"
+tour_in_vain "$root/samples/no-failures"
+tour_in_vain "$root/samples/damaged" --force
 tour_of_one
+shows_photo_by_its_base_name
 second_view
 no_copy_is_left || fail "a copy of the folder is left"
 [ "$(prints "$folder")" = "$before" ] || fail "the folder was written to"

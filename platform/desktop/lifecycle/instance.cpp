@@ -1,19 +1,16 @@
 #include "lifecycle/instance.h"
 
 #include <fcntl.h>
-#include <poll.h>
 #include <sys/file.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cerrno>
-#include <csignal>
 #include <cstring>
-#include <fstream>
 #include <optional>
 #include <thread>
 #include <utility>
 
+#include "lifecycle/owner.h"
 #include "lifecycle/protocol.h"
 #include "log/log.h"
 
@@ -27,82 +24,33 @@ using std::chrono::milliseconds;
 // Time between two attempts while the owner starts or shuts down.
 constexpr milliseconds kRetryInterval{10};
 
-enum class Reply { kAccepted, kRejected, kNoOwner, kTimeout };
-
-// One connection to the owner.
-class Connection {
-public:
-    explicit Connection(const std::string& path) : m_Socket(OpenSocket()) {
-        // A message leaves at once only if it fits into the send buffer.
-        const int size = kMaxMessageBytes;
-        setsockopt(m_Socket, SOL_SOCKET, SO_SNDBUF, &size, sizeof(size));
-        const sockaddr_un address = SocketAddress(path);
-        m_IsConnected =
-            connect(m_Socket, reinterpret_cast<const sockaddr*>(&address), sizeof(address)) == 0;
-    }
-    ~Connection() { close(m_Socket); }
-    Connection(const Connection&) = delete;
-    Connection& operator=(const Connection&) = delete;
-
-    // Sends the message and waits for the answer. kNoOwner: no process listens, or the owner ended
-    // without an answer.
-    Reply Send(const std::string& message, Clock::time_point deadline) const {
-        if (!m_IsConnected || send(m_Socket, message.data(), message.size(), MSG_NOSIGNAL) < 0) {
-            return Reply::kNoOwner;
-        }
-        if (!m_AwaitAnswer(deadline)) {
-            return Reply::kTimeout;
-        }
-        char answer = 0;
-        if (recv(m_Socket, &answer, 1, 0) != 1) {
-            return Reply::kNoOwner;
-        }
-        return answer == kAccepted ? Reply::kAccepted : Reply::kRejected;
-    }
-
-    pid_t Owner() const { return PeerCredentials(m_Socket).pid; }
-
-private:
-    bool m_AwaitAnswer(Clock::time_point deadline) const {
-        pollfd waiting{m_Socket, POLLIN, 0};
-        int ready = 0;
-        do {
-            const auto left = std::chrono::ceil<milliseconds>(deadline - Clock::now());
-            ready = poll(&waiting, 1, std::max(0, static_cast<int>(left.count())));
-        } while (ready < 0 && errno == EINTR);
-        return ready > 0;
-    }
-
-    int m_Socket;
-    bool m_IsConnected;
-};
-
 std::string NameOf(pid_t owner) {
     return "the running quorvel" + (owner > 0 ? " (process " + std::to_string(owner) + ")" : "");
 }
 
-// Sends the message to the owner once. Returns nothing when no owner answers yet and the deadline
+// Sends the request to the owner once. Returns nothing when no owner answers yet and the deadline
 // has not passed.
-std::optional<Instance::Claim> HandOver(const std::string& path, const std::string& message,
+std::optional<Instance::Claim> HandOver(const std::string& folder, const KeyValues& request,
                                         Clock::time_point deadline) {
-    const Connection owner(path);
-    const Reply reply = owner.Send(message, deadline);
+    pid_t owner = 0;
+    const auto left = std::chrono::ceil<milliseconds>(deadline - Clock::now());
+    const Reply reply = SendToOwner(folder, request, left, &owner);
     if (reply == Reply::kAccepted) {
         return Instance::Claim::kHandedOver;
     }
     if (reply == Reply::kNoOwner && Clock::now() < deadline) {
         return std::nullopt;
     }
-    LogError(NameOf(owner.Owner()) + (reply == Reply::kRejected
-                                          ? " rejects the launch request; see its log"
-                                          : " does not answer; end that process and try again"));
+    LogError(NameOf(owner) + (reply == Reply::kRejected
+                                  ? " rejects the launch request; see its log"
+                                  : " does not answer; end that process and try again"));
     return Instance::Claim::kFailed;
 }
 
 }  // namespace
 
-Instance::Instance(std::string folder, std::string files)
-    : m_Folder(std::move(folder)), m_Files(std::move(files)) {}
+Instance::Instance(std::string folder, std::string files, std::string path)
+    : m_Folder(std::move(folder)), m_Files(std::move(files)), m_Path(std::move(path)) {}
 
 Instance::~Instance() {
     if (m_LockFile >= 0) {
@@ -110,20 +58,12 @@ Instance::~Instance() {
     }
 }
 
-std::string Instance::SocketPath() const {
-    return m_Folder + "/socket";
-}
-
-std::string Instance::m_LockPath() const {
-    return m_Folder + "/lock";
-}
-
 Instance::Lock Instance::m_TryLock() {
-    const std::string path = m_LockPath();
+    const std::string path = LockPath(m_Folder);
     const int file = open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600);
     if (file >= 0 && flock(file, LOCK_EX | LOCK_NB) == 0) {
         m_LockFile = file;
-        std::ofstream(path) << getpid() << ' ' << m_Files;
+        WriteOwner(m_Folder, {getpid(), m_Files, m_Path});
         return Lock::kTaken;
     }
     const int error = errno;
@@ -137,22 +77,18 @@ Instance::Lock Instance::m_TryLock() {
     return Lock::kFailed;
 }
 
-// Ignores an entry of an ended process: the new owner has not yet written its own.
 bool Instance::m_OwnerShowsOtherFiles() const {
-    std::ifstream lock(m_LockPath());
-    pid_t owner = 0;
-    std::string files;
-    if (!(lock >> owner >> std::ws) || !std::getline(lock, files) || files == m_Files ||
-        kill(owner, 0) != 0) {
+    const std::optional<Owner> owner = ReadOwner(m_Folder);
+    if (!owner || owner->files == m_Files) {
         return false;
     }
-    LogError(NameOf(owner) + " shows other result files; close it first: quorvel EXEPARAM=CLOSE");
+    LogError(NameOf(owner->process) +
+             " shows other result files; close it first: quorvel EXEPARAM=CLOSE");
     return true;
 }
 
 Instance::Claim Instance::ClaimOrHandOver(const KeyValues& request, milliseconds timeout) {
-    const std::string message = EncodeRequest(request);
-    if (message.empty()) {
+    if (EncodeRequest(request).empty()) {
         LogError("launch request: longer than " + std::to_string(kMaxRequestBytes) +
                  " bytes; pass shorter values");
         return Claim::kFailed;
@@ -166,7 +102,7 @@ Instance::Claim Instance::ClaimOrHandOver(const KeyValues& request, milliseconds
         if (request.empty() && m_OwnerShowsOtherFiles()) {
             return Claim::kFailed;
         }
-        if (const auto claim = HandOver(SocketPath(), message, deadline)) {
+        if (const auto claim = HandOver(m_Folder, request, deadline)) {
             return *claim;
         }
     }

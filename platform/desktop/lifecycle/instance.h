@@ -22,7 +22,8 @@ public:
 
     // folder: the private folder of the user for lock and socket, see RuntimeFolder.
     // files: identifies the result files that this process would show, see FolderIdentity.
-    Instance(std::string folder, std::string files);
+    // path: where the user opened the result files; for messages of other processes.
+    Instance(std::string folder, std::string files, std::string path = {});
     ~Instance();
     Instance(const Instance&) = delete;
     Instance& operator=(const Instance&) = delete;
@@ -31,18 +32,15 @@ public:
     // starts or shuts down. Fails for an empty request when the owner shows other result files.
     Claim ClaimOrHandOver(const KeyValues& request, std::chrono::milliseconds timeout);
 
-    // The socket of the owner.
-    std::string SocketPath() const;
-
 private:
     enum class Lock { kTaken, kHeldByOther, kFailed };
     Lock m_TryLock();
     // Returns whether the owner shows other result files, and logs that in this case.
     bool m_OwnerShowsOtherFiles() const;
-    std::string m_LockPath() const;
 
     std::string m_Folder;
     std::string m_Files;
+    std::string m_Path;
     int m_LockFile = -1;
 };
 

@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <chrono>
 #include <csignal>
+#include <cstdlib>
 #include <deque>
 #include <iostream>
 #include <string>
@@ -19,6 +20,7 @@
 #include "lifecycle/display.h"
 #include "lifecycle/instance.h"
 #include "lifecycle/launch_request.h"
+#include "lifecycle/owner.h"
 #include "lifecycle/request_server.h"
 #include "lifecycle/runtime_folder.h"
 #include "log/log.h"
@@ -84,6 +86,17 @@ bool HasWindow() {
     const bool any = windows != nullptr;
     eina_list_free(windows);
     return any;
+}
+
+// Shows the windows in front of all others.
+void RaiseWindows() {
+    Eina_List* windows = ecore_evas_ecore_evas_list_get();
+    for (const Eina_List* left = windows; left != nullptr; left = eina_list_next(left)) {
+        auto* window = static_cast<Ecore_Evas*>(eina_list_data_get(left));
+        ecore_evas_raise(window);
+        ecore_evas_activate(window);
+    }
+    eina_list_free(windows);
 }
 
 bool IsMinimised() {
@@ -210,6 +223,10 @@ void Application::m_Enqueue(Request request) {
 // leaves later requests undelivered, and their senders start the application again.
 void Application::m_Deliver() {
     Request& request = m_Requests.front();
+    if (request.sender != 0 && request.control.request.values.empty()) {
+        // A second start on the same files.
+        RaiseWindows();
+    }
     if (m_Callbacks.app_control != nullptr) {
         m_Callbacks.app_control(&request.control, m_UserData);
     }
@@ -260,6 +277,13 @@ void Application::OnResume(void* data, const Efl_Event*) {
     }
 }
 
+// Returns the variable's value, or the other value when the variable is unset or empty.
+// quorvel-view sets the variables, since the data folder is then a private copy.
+std::string Environment(const char* variable, const std::string& other) {
+    const char* value = std::getenv(variable);
+    return value == nullptr || value[0] == '\0' ? other : value;
+}
+
 int RunAsOwner(int argc, char** argv, const ui_app_lifecycle_callback_s& callbacks, void* userData,
                const std::string& socketPath, KeyValues first) {
     LimitXmlInput([](const std::string& line) { LogError(line); });
@@ -305,10 +329,11 @@ int ui_app_main(int argc, char** argv, ui_app_lifecycle_callback_s* callback, vo
         LogError(why);
         return APP_ERROR_INVALID_CONTEXT;
     }
-    Instance instance(folder, FolderIdentity(DataFolder()));
+    Instance instance(folder, Environment("QUORVEL_RUN_IDENTITY", FolderIdentity(DataFolder())),
+                      Environment("QUORVEL_RUN_PATH", DataFolder()));
     switch (instance.ClaimOrHandOver(request, kOwnerTimeout)) {
         case Instance::Claim::kOwner:
-            return RunAsOwner(argc, argv, *callback, user_data, instance.SocketPath(),
+            return RunAsOwner(argc, argv, *callback, user_data, SocketPath(folder),
                               std::move(request));
         case Instance::Claim::kHandedOver:
             LogInfo("the running quorvel has accepted the launch request");

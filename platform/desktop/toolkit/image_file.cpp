@@ -5,6 +5,12 @@
 #include <Elementary.h>
 #include <sys/stat.h>
 
+#include <string>
+
+#include "paths.h"
+#include "photos.h"
+#include "resources.h"
+
 namespace quorvel::desktop {
 
 namespace {
@@ -13,6 +19,13 @@ namespace {
 bool IsAbsolutePathOfRegularFile(const char* path) {
     struct stat status {};
     return path[0] == '/' && stat(path, &status) == 0 && S_ISREG(status.st_mode);
+}
+
+// Returns the photo in the data folder for a path outside the folder, see photo_access.cpp; else
+// the path itself. A resource has its own path.
+std::string FindPicture(const std::string& path) {
+    const std::string photo = IsResource(path) ? "" : FindPhoto(DataFolder(), path);
+    return photo.empty() ? path : photo;
 }
 
 }  // namespace
@@ -29,9 +42,12 @@ extern "C" Eina_Bool __wrap_elm_image_file_set(Evas_Object* image, const char* f
 // Returns EINA_FALSE and keeps the picture if the file is no absolute path of a regular file. Null
 // removes the picture.
 Eina_Bool __wrap_elm_image_file_set(Evas_Object* image, const char* file, const char* group) {
-    if (file != nullptr && !quorvel::desktop::IsAbsolutePathOfRegularFile(file)) {
-        return EINA_FALSE;
+    if (file == nullptr) {
+        return __real_elm_image_file_set(image, file, group);
     }
-    return __real_elm_image_file_set(image, file, group);
+    const std::string picture = quorvel::desktop::FindPicture(file);
+    return quorvel::desktop::IsAbsolutePathOfRegularFile(picture.c_str())
+               ? __real_elm_image_file_set(image, picture.c_str(), group)
+               : EINA_FALSE;
 }
 // NOLINTEND(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp)

@@ -10,6 +10,7 @@
 #include <string>
 #include <thread>
 
+#include "lifecycle/owner.h"
 #include "lifecycle/protocol.h"
 #include "platform/fixtures/LoggedLines.h"
 #include "platform/fixtures/PrivateFolders.h"
@@ -22,6 +23,7 @@ using quorvel::desktop::KeyValues;
 using quorvel::desktop::kMaxMessageBytes;
 using quorvel::desktop::kMaxRequestBytes;
 using quorvel::desktop::kRejected;
+using quorvel::desktop::SocketPath;
 using testing::ElementsAre;
 using testing::EndsWith;
 using testing::StartsWith;
@@ -71,7 +73,7 @@ TEST_F(InstanceTest, IgnoresFilesOfEndedOwner) {
 TEST_F(InstanceTest, HandsRequestToOwner) {
     Instance owner(m_Folder, "files");
     owner.ClaimOrHandOver({}, kShortTimeout);
-    const Socket server = Socket::ListenAsOwner(owner.SocketPath());
+    const Socket server = Socket::ListenAsOwner(SocketPath(m_Folder));
     std::string received;
     std::thread answering([&] { received = Answer(server, kAccepted); });
     EXPECT_EQ(Claim(kLongTimeout), Instance::Claim::kHandedOver);
@@ -93,7 +95,7 @@ TEST_F(InstanceTest, ReportsOwnerOfOtherFiles) {
 TEST_F(InstanceTest, HandsEmptyRequestToOwnerOfSameFiles) {
     Instance owner(m_Folder, "files");
     owner.ClaimOrHandOver({}, kShortTimeout);
-    const Socket server = Socket::ListenAsOwner(owner.SocketPath());
+    const Socket server = Socket::ListenAsOwner(SocketPath(m_Folder));
     m_Request.clear();
     std::thread answering([&] { Answer(server, kAccepted); });
     EXPECT_EQ(Claim(kLongTimeout), Instance::Claim::kHandedOver);
@@ -103,7 +105,7 @@ TEST_F(InstanceTest, HandsEmptyRequestToOwnerOfSameFiles) {
 TEST_F(InstanceTest, HandsRequestToOwnerOfOtherFiles) {
     Instance owner(m_Folder, "other files");
     owner.ClaimOrHandOver({}, kShortTimeout);
-    const Socket server = Socket::ListenAsOwner(owner.SocketPath());
+    const Socket server = Socket::ListenAsOwner(SocketPath(m_Folder));
     std::thread answering([&] { Answer(server, kAccepted); });
     EXPECT_EQ(Claim(kLongTimeout), Instance::Claim::kHandedOver);
     answering.join();
@@ -119,7 +121,7 @@ TEST_F(InstanceTest, IgnoresResultFilesOfEndedOwner) {
     }
     ASSERT_EQ(waitpid(dead, nullptr, 0), dead);
     std::ofstream(m_Folder + "/lock") << dead << " other files";
-    const Socket server = Socket::ListenAsOwner(owner.SocketPath());
+    const Socket server = Socket::ListenAsOwner(SocketPath(m_Folder));
     m_Request.clear();
     std::thread answering([&] { Answer(server, kAccepted); });
     EXPECT_EQ(Claim(kLongTimeout), Instance::Claim::kHandedOver);
@@ -129,7 +131,7 @@ TEST_F(InstanceTest, IgnoresResultFilesOfEndedOwner) {
 TEST_F(InstanceTest, ReportsRejection) {
     Instance owner(m_Folder, "files");
     owner.ClaimOrHandOver({}, kShortTimeout);
-    const Socket server = Socket::ListenAsOwner(owner.SocketPath());
+    const Socket server = Socket::ListenAsOwner(SocketPath(m_Folder));
     std::thread answering([&] { Answer(server, kRejected); });
     EXPECT_EQ(Claim(kLongTimeout), Instance::Claim::kFailed);
     answering.join();
@@ -139,7 +141,7 @@ TEST_F(InstanceTest, ReportsRejection) {
 TEST_F(InstanceTest, ReportsOwnerThatDoesNotAnswer) {
     Instance owner(m_Folder, "files");
     owner.ClaimOrHandOver({}, kShortTimeout);
-    const Socket server = Socket::ListenAsOwner(owner.SocketPath());
+    const Socket server = Socket::ListenAsOwner(SocketPath(m_Folder));
     const auto start = std::chrono::steady_clock::now();
     EXPECT_EQ(Claim(kShortTimeout), Instance::Claim::kFailed);
     EXPECT_GE(std::chrono::steady_clock::now() - start, kShortTimeout);
@@ -153,7 +155,7 @@ TEST_F(InstanceTest, WaitsUntilOwnerListens) {
     owner.ClaimOrHandOver({}, kShortTimeout);
     Instance::Claim claim = Instance::Claim::kFailed;
     std::thread second([&] { claim = Claim(kLongTimeout); });
-    const Socket server = Socket::ListenAsOwner(owner.SocketPath());
+    const Socket server = Socket::ListenAsOwner(SocketPath(m_Folder));
     Answer(server, kAccepted);
     second.join();
     EXPECT_EQ(claim, Instance::Claim::kHandedOver);
@@ -162,7 +164,7 @@ TEST_F(InstanceTest, WaitsUntilOwnerListens) {
 TEST_F(InstanceTest, ReplacesOwnerThatEndsWithoutAnswer) {
     auto owner = std::make_unique<Instance>(m_Folder, "files");
     owner->ClaimOrHandOver({}, kShortTimeout);
-    auto server = std::make_unique<Socket>(Socket::ListenAsOwner(owner->SocketPath()));
+    auto server = std::make_unique<Socket>(Socket::ListenAsOwner(SocketPath(m_Folder)));
     std::thread ending([&] {
         server->Accept().Receive(1000);
         server.reset();
@@ -175,7 +177,7 @@ TEST_F(InstanceTest, ReplacesOwnerThatEndsWithoutAnswer) {
 TEST_F(InstanceTest, HandsOverLongestRequest) {
     Instance owner(m_Folder, "files");
     owner.ClaimOrHandOver({}, kShortTimeout);
-    const Socket server = Socket::ListenAsOwner(owner.SocketPath());
+    const Socket server = Socket::ListenAsOwner(SocketPath(m_Folder));
     m_Request["A"] = std::string(kMaxRequestBytes - 3, 'x');
     std::string received;
     std::thread answering([&] { received = Answer(server, kAccepted); });

@@ -62,6 +62,14 @@ TEST_F(MainLoopWindowTest, CallsPauseAndResumeOnMinimiseAndRestore) {
                                                 "resume", "control CLOSE", "terminate", "exit"));
 }
 
+TEST_F(MainLoopWindowTest, RestoresMinimisedWindowOnSecondStart) {
+    Do("MINIMISE");
+    ASSERT_TRUE(AwaitEvent("pause"));
+    EXPECT_EQ(Run({}, m_Display), 0);
+    EXPECT_TRUE(AwaitEvent("resume"));
+    EXPECT_EQ(Count("create"), 1);
+}
+
 TEST_F(MainLoopWindowTest, TerminatesWhenWindowCloses) {
     Do("QUIT");
     EXPECT_EQ(m_App->Exit(), 0);

@@ -1,0 +1,88 @@
+#include "photos.h"
+
+#include <gmock/gmock.h>
+
+#include <filesystem>
+#include <fstream>
+#include <string>
+
+#include "paths.h"
+#include "platform/fixtures/PrivateFolders.h"
+
+namespace quorvel::desktop {
+namespace {
+
+namespace fs = std::filesystem;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+class PhotosTest : public testing::Test {
+protected:
+    void Create(const std::string& place) const {
+        const fs::path path = m_Folders.Root() / place;
+        fs::create_directories(path.parent_path());
+        std::ofstream(path) << "x";
+    }
+    // The place of the photo; empty when it is not found.
+    std::string Find(const std::string& name) const {
+        const std::string path = FindPhoto(m_Folders.Root(), name);
+        return path.empty() ? path : path.substr(m_Folders.Root().string().size() + 1);
+    }
+
+    PrivateFolders m_Folders;
+};
+
+TEST_F(PhotosTest, ListsLongerPlacesFirst) {
+    EXPECT_THAT(ListPhotoPlaces("/mnt/a/1.jpg"),
+                ElementsAre("mnt/a/1.jpg", "capture/mnt/a/1.jpg", "a/1.jpg", "capture/a/1.jpg",
+                            "1.jpg", "capture/1.jpg"));
+}
+
+TEST_F(PhotosTest, KeepsThePlaceBelowTheDataFolder) {
+    EXPECT_EQ(ListPhotoPlaces(DataFolder() + "/capture/1.jpg").front(), "capture/1.jpg");
+}
+
+TEST_F(PhotosTest, ListsNoPlaceForUnusableNames) {
+    for (const std::string name : {"", "1.jpg", "a/1.jpg", "/", "/a/", "/a/../1.jpg",
+                                   "http://a/1.jpg", "/a/qelXml.xml", "/a/qelRnscXml.xml"}) {
+        EXPECT_THAT(ListPhotoPlaces(name), IsEmpty()) << name;
+    }
+    EXPECT_THAT(ListPhotoPlaces(DataFolder() + "/../1.jpg"), IsEmpty());
+    EXPECT_THAT(ListPhotoPlaces("/" + std::string(5000, 'a')), IsEmpty());
+}
+
+TEST_F(PhotosTest, LimitsThePlacesOfALongName) {
+    std::string name;
+    for (int i = 0; i < 2000; ++i) {
+        name += "/a";
+    }
+    EXPECT_EQ(ListPhotoPlaces(name).size(), 18U);
+}
+
+TEST_F(PhotosTest, FindsPhotoByItsBaseName) {
+    Create("capture/1.jpg");
+    Create("2.jpg");
+    EXPECT_EQ(Find("/mnt/usb/run/1.jpg"), "capture/1.jpg");
+    EXPECT_EQ(Find("/mnt/usb/run/2.jpg"), "2.jpg");
+    EXPECT_EQ(Find("/mnt/usb/run/3.jpg"), "");
+}
+
+TEST_F(PhotosTest, KeepsPhotosWithEqualBaseNamesDistinct) {
+    Create("capture/a/1.jpg");
+    Create("capture/b/1.jpg");
+    EXPECT_EQ(Find(DataFolder() + "/capture/a/1.jpg"), "capture/a/1.jpg");
+    EXPECT_EQ(Find(DataFolder() + "/capture/b/1.jpg"), "capture/b/1.jpg");
+    EXPECT_EQ(Find("/mnt/b/1.jpg"), "capture/b/1.jpg");
+}
+
+TEST_F(PhotosTest, IgnoresLinksAndFolders) {
+    Create("elsewhere/1.jpg");
+    fs::create_symlink(m_Folders.Root() / "elsewhere/1.jpg", m_Folders.Root() / "1.jpg");
+    fs::create_symlink(m_Folders.Root() / "elsewhere", m_Folders.Root() / "capture");
+    fs::create_directory(m_Folders.Root() / "2.jpg");
+    EXPECT_EQ(Find("/mnt/1.jpg"), "");
+    EXPECT_EQ(Find("/mnt/2.jpg"), "");
+}
+
+}  // namespace
+}  // namespace quorvel::desktop

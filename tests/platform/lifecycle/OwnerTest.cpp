@@ -1,0 +1,74 @@
+#include "lifecycle/owner.h"
+
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <memory>
+#include <string>
+#include <thread>
+
+#include "lifecycle/instance.h"
+#include "lifecycle/protocol.h"
+#include "platform/fixtures/PrivateFolders.h"
+#include "platform/fixtures/Socket.h"
+
+namespace quorvel::desktop {
+namespace {
+
+// For a condition that comes true.
+constexpr std::chrono::milliseconds kLongTimeout{20000};
+
+class OwnerTest : public testing::Test {
+protected:
+    std::unique_ptr<Instance> Own() const {
+        auto owner = std::make_unique<Instance>(m_Folder, "some files", "/a path");
+        EXPECT_EQ(owner->ClaimOrHandOver({}, kLongTimeout), Instance::Claim::kOwner);
+        return owner;
+    }
+
+    PrivateFolders m_Folders;
+    std::string m_Folder = m_Folders.Root() / "run";
+};
+
+TEST_F(OwnerTest, ReturnsTheOwnerWhileItHoldsTheLock) {
+    EXPECT_FALSE(FindOwner(m_Folder));
+    auto instance = Own();
+    const auto owner = FindOwner(m_Folder);
+    ASSERT_TRUE(owner);
+    EXPECT_EQ(owner->process, getpid());
+    EXPECT_EQ(owner->files, "some files");
+    EXPECT_EQ(owner->path, "/a path");
+    instance.reset();
+    EXPECT_FALSE(FindOwner(m_Folder));
+}
+
+TEST_F(OwnerTest, ReportsMissingOwner) {
+    pid_t process = -1;
+    EXPECT_EQ(SendToOwner(m_Folder, {}, kLongTimeout, &process), Reply::kNoOwner);
+    EXPECT_EQ(process, 0);
+}
+
+TEST_F(OwnerTest, ReturnsTheAnswerAndTheProcess) {
+    const Socket server = Socket::ListenAsOwner(SocketPath(m_Folder));
+    std::thread answering([&server] {
+        const Socket client = server.Accept();
+        client.Receive(kMaxMessageBytes);
+        client.Send(std::string(1, kAccepted));
+    });
+    pid_t process = 0;
+    EXPECT_EQ(SendToOwner(m_Folder, {{"A", "1"}}, kLongTimeout, &process), Reply::kAccepted);
+    answering.join();
+    EXPECT_EQ(process, getpid());
+}
+
+TEST_F(OwnerTest, WaitsUntilTheLockIsReleased) {
+    auto instance = Own();
+    EXPECT_FALSE(AwaitNoOwner(m_Folder, std::chrono::milliseconds(20)));
+    std::thread ending([&instance] { instance.reset(); });
+    EXPECT_TRUE(AwaitNoOwner(m_Folder, kLongTimeout));
+    ending.join();
+}
+
+}  // namespace
+}  // namespace quorvel::desktop

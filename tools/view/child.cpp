@@ -1,0 +1,90 @@
+#include "view/child.h"
+
+#include <sys/prctl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <cstdio>
+
+namespace quorvel::view {
+
+namespace {
+
+constexpr int kNotStarted = 127;
+
+// Blocks the signals to pass on, and the signal of an ended child, until the object is destroyed.
+class BlockedSignals {
+public:
+    BlockedSignals() {
+        sigemptyset(&m_Signals);
+        sigaddset(&m_Signals, SIGCHLD);
+        for (const int number : {SIGHUP, SIGINT, SIGQUIT, SIGTERM}) {
+            struct sigaction action {};
+            sigaction(number, nullptr, &action);
+            if (action.sa_handler != SIG_IGN) {
+                sigaddset(&m_Signals, number);
+            }
+        }
+        sigprocmask(SIG_BLOCK, &m_Signals, &m_Former);
+    }
+    ~BlockedSignals() { Restore(); }
+    BlockedSignals(const BlockedSignals&) = delete;
+    BlockedSignals& operator=(const BlockedSignals&) = delete;
+
+    void Restore() const { sigprocmask(SIG_SETMASK, &m_Former, nullptr); }
+
+    // Waits for one of the signals and returns its number.
+    int Await() const {
+        int number = 0;
+        sigwait(&m_Signals, &number);
+        return number;
+    }
+
+private:
+    sigset_t m_Signals{};
+    sigset_t m_Former{};
+};
+
+// Runs in the child process.
+[[noreturn]] void Execute(std::vector<std::string>& words, pid_t parent) {
+    // In a session of its own the program does not get the terminal's signals a second time.
+    setsid();
+    prctl(PR_SET_PDEATHSIG, SIGTERM);
+    if (getppid() == parent) {
+        std::vector<char*> pointers;
+        for (std::string& word : words) {
+            pointers.push_back(word.data());
+        }
+        pointers.push_back(nullptr);
+        execv(pointers[0], pointers.data());
+        std::perror(pointers[0]);
+    }
+    _exit(kNotStarted);
+}
+
+}  // namespace
+
+int RunProgram(std::vector<std::string> words) {
+    const BlockedSignals signals;
+    const pid_t parent = getpid();
+    const pid_t child = fork();
+    if (child < 0) {
+        std::perror("quorvel-view");
+        return kNotStarted;
+    }
+    if (child == 0) {
+        signals.Restore();
+        Execute(words, parent);
+    }
+    int status = 0;
+    while (waitpid(child, &status, WNOHANG) != child) {
+        const int number = signals.Await();
+        if (number != SIGCHLD) {
+            kill(child, number);
+        }
+    }
+    return WIFSIGNALED(status) ? 128 + WTERMSIG(status) : WEXITSTATUS(status);
+}
+
+}  // namespace quorvel::view

@@ -1,0 +1,17 @@
+#ifndef QUORVEL_TOOLS_VIEW_CHILD_H_
+#define QUORVEL_TOOLS_VIEW_CHILD_H_
+
+#include <string>
+#include <vector>
+
+namespace quorvel::view {
+
+// Runs a program and waits for its end. SIGHUP, SIGINT, SIGQUIT and SIGTERM are passed on to the
+// program, except signals that this process ignores. The program gets SIGTERM when this process is
+// killed. Returns the exit status, or 128 plus the number of the signal that ended the program.
+// Call from a process with one thread.
+int RunProgram(std::vector<std::string> words);
+
+}  // namespace quorvel::view
+
+#endif  // QUORVEL_TOOLS_VIEW_CHILD_H_

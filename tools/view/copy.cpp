@@ -1,0 +1,43 @@
+#include "view/copy.h"
+
+#include <filesystem>
+#include <system_error>
+
+#include "photos.h"
+#include "view/report.h"
+
+namespace quorvel::view {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+void CopyPhoto(const runs::Photo& photo, const fs::path& folder) {
+    std::error_code error;
+    if (fs::file_size(photo.file, error) > runs::kMaxPhotoBytes && !error) {
+        Report(photo.file + ": larger than 64 MiB, not shown");
+        return;
+    }
+    const fs::path target = folder / desktop::ListPhotoPlaces(photo.name).front();
+    fs::create_directories(target.parent_path(), error);
+    if (!fs::copy_file(photo.file, target, error)) {
+        Report(photo.file + ": " + error.message() + ", not shown");
+    }
+}
+
+}  // namespace
+
+void CopyRun(const runs::Run& run, const std::string& folder) {
+    for (const runs::ResultFile& file : run.files) {
+        if (file.state == runs::FileState::kRead || file.state == runs::FileState::kDamaged) {
+            fs::copy_file(run.folder + "/" + file.name, folder + "/" + file.name);
+        }
+    }
+    for (const runs::Photo& photo : run.photos) {
+        if (!photo.file.empty()) {
+            CopyPhoto(photo, folder);
+        }
+    }
+}
+
+}  // namespace quorvel::view

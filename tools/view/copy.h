@@ -1,0 +1,19 @@
+#ifndef QUORVEL_TOOLS_VIEW_COPY_H_
+#define QUORVEL_TOOLS_VIEW_COPY_H_
+
+#include <string>
+
+#include "runs/runs.h"
+
+namespace quorvel::view {
+
+// Copies the result files that can be opened and the photos that they name to an empty folder, and
+// nothing else. A photo gets the first of its places, see ListPhotoPlaces, so that photos with
+// equal base names stay distinct and FindPhoto finds each. Throws std::filesystem::filesystem_error
+// when a result file cannot be copied completely. Writes a warning to standard error for a photo
+// that is left out.
+void CopyRun(const runs::Run& run, const std::string& folder);
+
+}  // namespace quorvel::view
+
+#endif  // QUORVEL_TOOLS_VIEW_COPY_H_

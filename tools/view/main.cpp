@@ -1,0 +1,186 @@
+// Shows a run in the application: finds it, checks it, and starts quorvel on a copy of it.
+
+#include <unistd.h>
+
+#include <chrono>
+#include <cstdlib>
+#include <exception>
+#include <filesystem>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <thread>
+#include <utility>
+#include <vector>
+
+#include "lifecycle/owner.h"
+#include "lifecycle/runtime_folder.h"
+#include "runs/runs.h"
+#include "view/child.h"
+#include "view/copy.h"
+#include "view/options.h"
+#include "view/report.h"
+
+namespace quorvel::view {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+// Beyond 128, an exit status is 128 plus the number of a signal.
+enum Status : int { kSuccess, kNoRun, kUsage, kOtherRun, kSignal = 128 };
+
+// How long the owner may take for a launch request, and for its shutdown.
+constexpr std::chrono::seconds kOwnerTimeout{10};
+// Time between two attempts while the owner starts.
+constexpr std::chrono::milliseconds kRetryInterval{10};
+
+// Returns the folder of this program.
+fs::path ProgramFolder() {
+    return fs::read_symlink("/proc/self/exe").parent_path();
+}
+
+// Returns the script that mounts the data folder: in the build folder or installed.
+std::string FindLayData() {
+    for (const char* place : {"lay-data", "../libexec/quorvel/lay-data"}) {
+        const fs::path script = ProgramFolder() / place;
+        if (access(script.c_str(), X_OK) == 0) {
+            return script.lexically_normal();
+        }
+    }
+    throw std::runtime_error("lay-data is missing; install Quorvel again");
+}
+
+// Returns the run to open. Reports why there is none, and sets status.
+std::optional<runs::Run> ChooseRun(const Options& options, int& status) {
+    runs::SearchResult result = runs::FindRuns(options.path);
+    for (const std::string& problem : result.problems) {
+        Report(problem);
+    }
+    status = kNoRun;
+    if (!result.failure.empty()) {
+        Report(result.failure);
+    } else if (result.runs.empty()) {
+        Report(options.path + ": no qelXml.xml or qelRnscXml.xml found");
+    } else if (result.runs.size() > 1 && !options.latest) {
+        ReportSeveral(options.path, result.runs);
+        status = kUsage;
+    } else {
+        return std::move(result.runs.front());
+    }
+    return std::nullopt;
+}
+
+// Reports what is wrong with the run. Returns whether it is to be opened.
+bool IsAcceptable(const runs::Run& run, bool force) {
+    const bool damaged = ReportDamage(run);
+    if (damaged && !force) {
+        Report("nothing is shown; --force opens what can be read");
+        return false;
+    }
+    if (run.items == 0) {
+        Report(run.path + ": warning: the run has no item; nothing was tested");
+    }
+    return true;
+}
+
+// Sends the launch request. Waits for an owner that still starts. Returns whether the application
+// has received the request.
+bool HandOver(const std::string& folder, const desktop::KeyValues& request) {
+    const auto deadline = std::chrono::steady_clock::now() + kOwnerTimeout;
+    auto reply = desktop::SendToOwner(folder, request, kOwnerTimeout);
+    while (reply == desktop::Reply::kNoOwner && std::chrono::steady_clock::now() < deadline) {
+        std::this_thread::sleep_for(kRetryInterval);
+        reply = desktop::SendToOwner(folder, request, kOwnerTimeout);
+    }
+    return reply == desktop::Reply::kAccepted;
+}
+
+// Closes the owner. Returns whether its process has ended.
+bool CloseOwner(const std::string& folder) {
+    HandOver(folder, {{"EXEPARAM", "CLOSE"}});
+    return desktop::AwaitNoOwner(folder, kOwnerTimeout);
+}
+
+// Returns the status when the owner's answer decides it. Returns no value when the run is still to
+// be opened.
+std::optional<int> AskOwner(const runs::Run& run, const Options& options) {
+    std::string why;
+    const std::string folder = desktop::RuntimeFolder(why);
+    const auto owner = desktop::FindOwner(folder);
+    if (!owner) {
+        return std::nullopt;
+    }
+    const std::string name = "the running quorvel (process " + std::to_string(owner->process) + ")";
+    if (options.replace) {
+        if (CloseOwner(folder)) {
+            return std::nullopt;
+        }
+        Report(name + " does not close; end that process and try again");
+    } else if (owner->files != run.identity) {
+        Report(name + " shows " + (owner->path.empty() ? "other result files" : owner->path) +
+               "; close it or add --replace");
+    } else if (HandOver(folder, options.request)) {
+        return kSuccess;
+    } else {
+        Report(name + " does not answer; end that process and try again");
+    }
+    return kOtherRun;
+}
+
+int Show(const runs::Run& run, const Options& options) {
+    const runs::TemporaryFolder folder;
+    CopyRun(run, folder.Path());
+    setenv("QUORVEL_RUN_IDENTITY", run.identity.c_str(), 1);
+    setenv("QUORVEL_RUN_PATH", runs::MakePrintable(fs::absolute(run.path)).c_str(), 1);
+    std::vector<std::string> words = {FindLayData(), folder.Path(), ProgramFolder() / "quorvel"};
+    for (const auto& [key, value] : options.request) {
+        words.push_back(key);
+        words.back().append("=").append(value);
+    }
+    if (isatty(STDERR_FILENO) != 0) {
+        Report(
+            "to close the window, press Alt+F4 or press Ctrl+C here, or run "
+            "'quorvel EXEPARAM=CLOSE'");
+    }
+    const int status = RunProgram(std::move(words));
+    if (status > kSignal) {
+        ReportSignal(status - kSignal, folder.Path());
+    }
+    return status;
+}
+
+int Run(int argc, char** argv) {
+    const std::optional<Options> options = ParseOptions(argc, argv);
+    if (!options) {
+        return kUsage;
+    }
+    int status = kNoRun;
+    const std::optional<runs::Run> run = ChooseRun(*options, status);
+    if (!run) {
+        return status;
+    }
+    if (!IsAcceptable(*run, options->force)) {
+        return kNoRun;
+    }
+    if (const std::optional<int> answered = AskOwner(*run, *options)) {
+        return *answered;
+    }
+    return Show(*run, *options);
+}
+
+}  // namespace
+
+}  // namespace quorvel::view
+
+int main(int argc, char** argv) {
+    try {
+        return quorvel::view::Run(argc, argv);
+    } catch (const std::filesystem::filesystem_error& error) {
+        quorvel::view::Report(error.path1().string() + ": " + error.code().message() +
+                              "; if the disk is full, TMPDIR can name another folder");
+    } catch (const std::exception& error) {
+        quorvel::view::Report(error.what());
+    }
+    return 1;
+}

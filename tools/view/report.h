@@ -1,0 +1,29 @@
+#ifndef QUORVEL_TOOLS_VIEW_REPORT_H_
+#define QUORVEL_TOOLS_VIEW_REPORT_H_
+
+#include <string>
+
+#include "runs/runs.h"
+
+namespace quorvel::view {
+
+// What quorvel-view writes to standard error. Control characters are replaced, since paths and
+// values may be from an unknown stick.
+
+// Writes one line that begins with the name of the program.
+void Report(const std::string& message);
+
+// Writes a list of several runs below path, one line each.
+void ReportSeveral(const std::string& path, const std::vector<runs::Run>& runs);
+
+// Writes one line for each result file that is damaged or unreadable. Returns whether there is such
+// a file.
+bool ReportDamage(const runs::Run& run);
+
+// Writes that the program ended by a signal, and the items of the folder that end it when OK is
+// pressed.
+void ReportSignal(int number, const std::string& folder);
+
+}  // namespace quorvel::view
+
+#endif  // QUORVEL_TOOLS_VIEW_REPORT_H_
