@@ -18,14 +18,14 @@ namespace {
 constexpr unsigned int kMaxJobs = 256;
 
 const argp_option kOptions[] = {
-    {"format", 'f', "FORMAT", 0, "text, json, csv or trace (default: text)", 0},
+    {"format", 'f', "FORMAT", 0, "text, json, html, csv or trace (default: text)", 0},
     {"output", 'o', "FILE", 0, "write to FILE instead of standard output", 0},
     {"jobs", 'j', "N", 0, "analyse N runs at the same time (default: 1)", 0},
     {"time-unit", 't', "UNIT", 0,
      "unit of the times in the result files for the trace: us, ms or s (default: ms)", 0},
     {nullptr, 0, nullptr, 0, nullptr, 0}};
 
-const char* const kFormats[] = {"text", "json", "csv", "trace"};
+const char* const kFormats[] = {"text", "json", "html", "csv", "trace"};
 
 bool IsFormat(const std::string& name) {
     for (const char* format : kFormats) {
@@ -112,6 +112,9 @@ Options ParseOptions(int argc, char** argv) {
 std::unique_ptr<Format> MakeFormat(const Options& options) {
     if (options.format == "json") {
         return MakeJsonFormat();
+    }
+    if (options.format == "html") {
+        return MakeHtmlFormat();
     }
     if (options.format == "csv") {
         return MakeCsvFormat();

@@ -1,7 +1,6 @@
 // Text for people: each run with its failed items, their details and their conflicts.
 
 #include <algorithm>
-#include <cstdint>
 #include <ostream>
 #include <sstream>
 #include <string>
@@ -9,6 +8,7 @@
 #include <vector>
 
 #include "QELItemText.h"
+#include "report/describe.h"
 #include "report/format.h"
 
 namespace quorvel::report {
@@ -72,10 +72,6 @@ void WriteHeading(std::ostream& out, const LoadedRun& run) {
     }
 }
 
-std::int64_t OverlapOf(const QELTimeWindow_s& one, const QELTimeWindow_s& other) {
-    return std::int64_t{std::min(one.end, other.end)} - std::max(one.start, other.start);
-}
-
 Row DescribeLine(const QELConflictLine_s& line, const std::string& overlap) {
     return {std::to_string(line.window.start), std::to_string(line.window.end), overlap,
             runs::MakePrintable(line.thread), runs::MakePrintable(line.name)};
@@ -99,19 +95,6 @@ void WriteAnalysis(std::ostream& out, const Analysis& analysis) {
         rows.push_back(DescribeLine(line, std::to_string(OverlapOf(own.window, line.window))));
     }
     WriteColumns(out, "       ", rows, 4);
-}
-
-// The row as the screen shows it. A row that omits the name gets it.
-std::string DescribeRow(const LoadedRun& run, unsigned int id) {
-    std::string row = QELItemText::ComposeRow(run.Store(), id);
-    const app_result_type_e type = run.Store().GetResultType(id);
-    const std::string& name = ValueOf(run.Store().GetFailedItems()[id], "name");
-    const bool omitsName =
-        type == RESULT_TYPE_BT || type == RESULT_TYPE_WIFI || type == RESULT_TYPE_INVALID;
-    if (omitsName && !name.empty()) {
-        row += (row.empty() ? "" : ", ") + name;
-    }
-    return row.empty() ? "(no name)" : runs::MakePrintable(row);
 }
 
 // Returns the path of a file of the run as the user sees it.

@@ -4,15 +4,19 @@
 With QUORVEL_UPDATE_GOLDEN=1 in the environment the golden files are written instead of compared.
 """
 
+import base64
 import csv
 import io
 import json
 import os
 import random
+import re
+import shutil
 import subprocess
 import sys
 import tempfile
 import unittest
+from html.parser import HTMLParser
 from pathlib import Path
 from xml.sax.saxutils import escape
 
@@ -170,6 +174,9 @@ class GoldenFilesTest(ReportTest):
     def test_json_equals_golden_file(self):
         self.check_format("report.jsonl", "--format=json")
 
+    def test_html_equals_golden_file(self):
+        self.check_format("report.html", "--format=html")
+
     def test_csv_equals_golden_file(self):
         self.check_format("report.csv", "--format=csv")
 
@@ -285,7 +292,7 @@ class OutputTest(ReportTest):
         for number in range(9):
             self.write_run(f"run{number}", *[make_item(f"{number}-{i}", thread=str(i))
                                              for i in range(10 * number)])
-        for output in ("text", "json", "csv", "trace"):
+        for output in ("text", "json", "html", "csv", "trace"):
             alone = report("--format", output, self.folder)
             for jobs in (2, 5, 20):
                 result = report("--format", output, "--jobs", jobs, self.folder)
@@ -373,6 +380,111 @@ class TraceTest(ReportTest):
         failed = sorted(e["name"] for e in events if e["ph"] == "X" and e["cat"] == "failed")
         run, = report_json("samples/typical")
         self.assertEqual(failed, sorted(item["name"] for item in run["failed"]))
+
+
+class Page(HTMLParser):
+    """The elements and the text of a page. Fails on an end tag without its start tag."""
+
+    VOID = {"meta", "br", "input", "img"}
+    IMPLIED = {"td", "th"}  # without end tags
+
+    def __init__(self, text):
+        super().__init__()
+        self.elements, self.texts, self.open = [], [], []
+        self.feed(text)
+        self.close()
+        assert not self.open, self.open
+
+    def handle_starttag(self, tag, attrs):
+        self.elements.append((tag, dict(attrs)))
+        if tag not in self.VOID | self.IMPLIED:
+            self.open.append(tag)
+
+    def handle_endtag(self, tag):
+        assert self.open.pop() == tag, (tag, self.getpos())
+
+    def handle_data(self, data):
+        self.texts.append(data)
+
+    def all(self, tag, name=None):
+        return [attrs for element, attrs in self.elements
+                if element == tag and (name is None or name in attrs.get("class", "").split())]
+
+
+class HtmlTest(ReportTest):
+    def page(self, *paths):
+        return Page(report("--format=html", *paths).stdout.decode())
+
+    def test_writes_bar_for_each_item_with_times(self):
+        page = self.page("samples/typical")
+        run, = report_json("samples/typical")
+        self.assertEqual(len(page.all("rect")), run["items"])
+        self.assertEqual(len(page.all("rect", "f")), len(run["failed"]))
+        self.assertEqual({bar["data-i"] for bar in page.all("rect", "f")},
+                         {item["data-i"] for item in page.all("details", "item")})
+
+    def test_names_conflicts_of_each_item(self):
+        page = self.page("samples/typical")
+        names = [text for text in page.texts]
+        run, = report_json("samples/typical")
+        for item, shown in zip(run["failed"], page.all("details", "item")):
+            conflicts = item["analysis"].get("conflicts", [])
+            self.assertEqual(len(shown["data-c"].split()), len(conflicts))
+            for conflict in conflicts:
+                self.assertIn(conflict["name"], names)
+
+    def test_escapes_every_value(self):
+        name = "</script><b onload='x()'>&amp;\"" + " ".join(SCRIPTS)
+        page = self.page(self.write_run("run", make_item(name, detailed=name, type=name), sn=name),
+                         self.write_run("other", make_item(name)))
+        self.assertFalse(page.all("b"))
+        self.assertEqual(len(page.all("script")), 1)
+        self.assertIn(name, page.texts)
+
+    def test_refers_to_nothing_outside(self):
+        for tag, attrs in self.page("samples/typical", "samples/damaged").elements:
+            for key in ("src", "href"):
+                self.assertRegex(attrs.get(key, "#"), "^(#|data:image/)", tag)
+
+    def test_has_unique_ids(self):
+        ids = [attrs["id"] for _, attrs in self.page("samples/typical", "samples/typical").elements
+               if "id" in attrs]
+        self.assertEqual(len(ids), len(set(ids)))
+
+    def test_embeds_pictures_only(self):
+        picture = (ROOT / "samples/typical/capture/rnsc_hdmi1_2160p60.jpg").read_bytes()
+        path = "/opt/usr/home/owner/apps_rw/org.tizen.quorvel/data/"
+        for name, content, images in (("a.jpg", picture, 1), ("b.jpg", picture[:-1], 1),
+                                      ("c.jpg", picture[:-2], 1), ("d.jpg", b"secret", 0)):
+            folder = self.write_run(name, make_item("photo", type="image", detailed=path + name))
+            (folder / name).write_bytes(content)
+            shown = self.page(folder).all("img")
+            self.assertEqual(len(shown), images)
+            if images:
+                self.assertEqual(base64.b64decode(shown[0]["src"].split(",")[1]), content)
+
+    def test_stays_small_for_many_runs(self):
+        for number in range(100):
+            self.write_run(f"run{number:03}", *[
+                make_item(f"item {i}", thread=str(i % 8), start=str(i * 100), duration="700",
+                          result="fail" if i % 3 == 0 else "pass") for i in range(60)])
+        self.assertLess(len(report("--format=html", self.folder).stdout), 5_000_000)
+
+    @unittest.skipUnless(shutil.which("chromium"), "chromium is not installed")
+    def test_highlights_exactly_the_conflicts_in_browser(self):
+        path = self.folder / "report.html"
+        path.write_bytes(report("--format=html", "samples/typical").stdout)
+        result = subprocess.run(
+            ["chromium", "--headless", "--no-sandbox", "--disable-gpu", "--enable-logging=stderr",
+             f"--user-data-dir={self.folder}/browser", "--dump-dom", f"file://{path}#1-6"],
+            stdout=subprocess.PIPE, stderr=subprocess.PIPE, timeout=60, check=True)
+        self.assertNotIn(b"CONSOLE", result.stderr)
+        page = Page(re.sub(r"</?t[dhr]>|</?tbody>", "", result.stdout.decode()))
+        item = next(item for item in page.all("details", "item") if item["id"] == "1-6")
+        self.assertIn("open", item)
+        self.assertEqual({bar["data-i"] for bar in page.all("rect", "c")}, set(item["data-c"].split()))
+        self.assertEqual([bar["data-i"] for bar in page.all("rect", "s")], [item["data-i"]])
+        self.assertEqual(len(page.all("rect", "c")), 2)
 
 
 if __name__ == "__main__":

@@ -1,0 +1,19 @@
+#ifndef QUORVEL_TOOLS_REPORT_DESCRIBE_H_
+#define QUORVEL_TOOLS_REPORT_DESCRIBE_H_
+
+#include <cstdint>
+#include <string>
+
+#include "report/loaded_run.h"
+
+namespace quorvel::report {
+
+// Returns the row of the failed item id as the screen shows it. A row that omits the name gets it.
+std::string DescribeRow(const LoadedRun& run, unsigned int id);
+
+// Returns the smaller end minus the larger start; negative for windows that wrap around.
+std::int64_t OverlapOf(const QELTimeWindow_s& one, const QELTimeWindow_s& other);
+
+}  // namespace quorvel::report
+
+#endif  // QUORVEL_TOOLS_REPORT_DESCRIBE_H_
