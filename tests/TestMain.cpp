@@ -7,6 +7,7 @@
 
 #include "fakes/FakeLog.h"
 #include "fixtures/PrivateData.h"
+#include "fixtures/RunTests.h"
 
 namespace {
 
@@ -41,5 +42,5 @@ int main(int argc, char** argv) {
     }
     testing::InitGoogleMock(&argc, argv);
     testing::UnitTest::GetInstance()->listeners().Append(new LogFormatListener);
-    return RUN_ALL_TESTS();
+    return RunTests();
 }

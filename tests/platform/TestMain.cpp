@@ -4,6 +4,7 @@
 
 #include <cstdlib>
 
+#include "fixtures/RunTests.h"
 #include "log/log.h"
 #include "platform/fixtures/PrivateFolders.h"
 
@@ -34,5 +35,5 @@ private:
 int main(int argc, char** argv) {
     testing::InitGoogleMock(&argc, argv);
     testing::AddGlobalTestEnvironment(new PortEnvironment);
-    return RUN_ALL_TESTS();
+    return RunTests();
 }
