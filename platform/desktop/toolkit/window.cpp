@@ -4,6 +4,8 @@
 #include <Elementary.h>
 
 #include <algorithm>
+#include <cmath>
+#include <cstdlib>
 
 namespace quorvel::desktop {
 
@@ -14,6 +16,9 @@ constexpr int kSetHeight = 1080;
 constexpr double kSetScale = 2.0;
 // In pixels. A canvas in memory reports its own small first size as the size of the screen.
 constexpr int kSmallestScreen = 64;
+
+constexpr double kSmallestUserScale = 0.5;
+constexpr double kLargestUserScale = 2.0;
 
 Evas_Object* g_MainWindow = nullptr;
 
@@ -31,7 +36,7 @@ void FillScreen(Evas_Object* window) {
         width = kSetWidth;
         height = kSetHeight;
     }
-    elm_config_scale_set(ScaleFor(width, height));
+    elm_config_scale_set(ScaleFor(width, height) * UserScale());
     evas_object_resize(window, width, height);
     elm_win_fullscreen_set(window, EINA_TRUE);
 }
@@ -53,6 +58,14 @@ void HidePointer(Evas_Object* window) {
 }
 
 }  // namespace
+
+double UserScale() {
+    const char* text = std::getenv("ELM_SCALE");
+    char* end = nullptr;
+    const double scale = text == nullptr ? 1.0 : std::strtod(text, &end);
+    const bool isNumber = end != nullptr && end != text && *end == '\0' && !std::isnan(scale);
+    return isNumber ? std::clamp(scale, kSmallestUserScale, kLargestUserScale) : 1.0;
+}
 
 double ScaleFor(int width, int height) {
     return kSetScale * std::min(static_cast<double>(width) / kSetWidth,

@@ -12,6 +12,10 @@ namespace quorvel::desktop {
 // in proportion for other sizes, so that the whole layout fits.
 double ScaleFor(int width, int height);
 
+// Returns the user's factor of the scale: the value of the environment variable ELM_SCALE, limited
+// to 0.5 to 2.0. Returns 1.0 if the variable is not set or not a number.
+double UserScale();
+
 // Gives a new, empty window the properties of a window of the set: scale, size of the screen,
 // focus, hidden pointer. A canvas in memory has no screen; the window then gets 1920x1080 pixels.
 void SetUpWindow(Evas_Object* window);

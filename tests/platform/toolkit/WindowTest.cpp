@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "fixtures/Screen.h"
+#include "platform/fixtures/ScopedVariable.h"
 #include "platform/fixtures/Stage.h"
 
 namespace quorvel::desktop {
@@ -54,6 +55,28 @@ TEST(WindowTest, SetsScaleBeforeFirstWidget) {
     Evas_Object* window = elm_win_util_standard_add("quorvel", "quorvel");
     EXPECT_DOUBLE_EQ(elm_config_scale_get(), 2.0);
     evas_object_del(window);
+}
+
+TEST(WindowTest, MultipliesScaleByUserScale) {
+    Stage::StartToolkit();
+    const ScopedVariable scale("ELM_SCALE", "1.25");
+    Evas_Object* window = elm_win_util_standard_add("quorvel", "quorvel");
+    EXPECT_DOUBLE_EQ(elm_config_scale_get(), 2.5);
+    evas_object_del(window);
+}
+
+TEST(WindowTest, LimitsUserScale) {
+    for (const auto& [text, expected] : {std::pair("0", 0.5),
+                                         {"-3", 0.5},
+                                         {"0.75", 0.75},
+                                         {"1e9", 2.0},
+                                         {"", 1.0},
+                                         {"big", 1.0},
+                                         {"1,5", 1.0},
+                                         {"nan", 1.0}}) {
+        const ScopedVariable scale("ELM_SCALE", text);
+        EXPECT_DOUBLE_EQ(UserScale(), expected) << text;
+    }
 }
 
 TEST(WindowTest, FocusesFirstRowAtStartWithoutSignal) {
