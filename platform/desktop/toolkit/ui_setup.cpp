@@ -6,6 +6,7 @@
 
 #include "toolkit/focus.h"
 #include "toolkit/input.h"
+#include "toolkit/rows.h"
 #include "toolkit/text_panels.h"
 #include "toolkit/theme.h"
 #include "toolkit/toolkit_log.h"
@@ -52,6 +53,7 @@ void FinishUi() {
     Evas_Object* window = MainWindow();
     if (window != nullptr) {
         WatchFocus(window);
+        SetUpRows(window);
         SetUpTextPanels(window);
     }
 }
