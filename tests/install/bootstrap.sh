@@ -1,6 +1,6 @@
 #!/bin/sh
-# script/bootstrap asks for the packages that are missing and for no others. The programs that it calls
-# are stand-ins.
+# script/bootstrap installs the missing packages of the given groups and no others. Stand-ins replace the
+# programs that the script calls.
 set -eu
 unset CDPATH
 
@@ -10,7 +10,7 @@ trap 'rm -rf -- "$work"' EXIT
 trap 'exit 1' HUP INT TERM
 
 fail() {
-    echo "bootstrap: $*" >&2
+    echo "bootstrap.sh: $*" >&2
     exit 1
 }
 
@@ -19,37 +19,57 @@ stand_in() {
     chmod 755 "$work/$1"
 }
 
-# What apt-get is asked to install when the packages "$2" are in the state "$1".
-asked_for() {
-    : >"$work/asked"
-    STATE=$1 PACKAGES=$2 ASKED=$work/asked PATH=$work:$PATH "$root/script/bootstrap" \
-        >"$work/log" 2>&1 || fail "it ends with an error: $(cat "$work/log")"
-    sed -n 's/.*--no-install-recommends //p' "$work/asked"
-}
-
 stand_in sudo <<'END'
 exec "$@"
 END
 stand_in apt-get <<'END'
-echo "$*" >>"$ASKED"
+echo "$*" >>"$CALLS"
 END
-# Its last argument is the package; an unknown one is an error.
+# Prints the state of the package, which is the last argument. An unknown package is an error.
 stand_in dpkg-query <<'END'
 for package in "$@"; do :; done
-case " $PACKAGES " in
+case " $MISSING " in
     *" $package "*) printf '%s' "$STATE"; [ -n "$STATE" ] ;;
     *) printf installed ;;
 esac
 END
 
-# STATE PACKAGES EXPECTED
-expect() {
-    asked=$(asked_for "$1" "$2")
-    [ "$asked" = "$3" ] || fail "for $2 in the state \"$1\" it asks for: $asked"
+# Prints the packages that are installed if the packages $2 have the state $1: STATE PACKAGES [GROUP…]
+installed_by_bootstrap() {
+    state=$1
+    packages=$2
+    shift 2
+    : >"$work/calls"
+    STATE=$state MISSING=$packages CALLS=$work/calls PATH=$work:$PATH "$root/script/bootstrap" "$@" \
+        >"$work/log" 2>&1 || fail "$*: error: $(cat "$work/log")"
+    sed -n 's/.*--no-install-recommends //p' "$work/calls"
 }
 
-expect installed git ''
-expect installedinstalled 'cmake git' ''
+# Checks the installed packages: EXPECTED STATE PACKAGES [GROUP…]
+expect() {
+    expected=$1
+    shift
+    installed=$(installed_by_bootstrap "$@")
+    [ "$installed" = "$expected" ] || fail "$*: installs \"$installed\" instead of \"$expected\""
+}
+
+expect '' installed cmake
+expect '' installedinstalled 'cmake xvfb'
 for state in '' config-files half-installed not-installed; do
-    expect "$state" 'git cmake' 'cmake git'
+    expect 'cmake xvfb' "$state" 'cmake xvfb'
 done
+
+one_of_each='clang-tidy cmake libgtest-dev libclang-rt-14-dev xvfb'
+expect cmake '' "$one_of_each" build
+expect xvfb '' "$one_of_each" display
+expect libgtest-dev '' "$one_of_each" test
+expect clang-tidy '' "$one_of_each" lint
+expect libclang-rt-14-dev '' "$one_of_each" fuzz
+expect 'cmake libgtest-dev' '' "$one_of_each" test build
+# Two groups contain this package.
+expect python3 '' python3 display test
+
+if MISSING='' STATE='' PATH=$work:$PATH "$root/script/bootstrap" bild 2>"$work/log"; then
+    fail "an unknown group is no error"
+fi
+grep -q '^bootstrap: bild: unknown group$' "$work/log" || fail "unknown group: $(cat "$work/log")"

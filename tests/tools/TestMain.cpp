@@ -4,9 +4,11 @@
 
 #include <cstdlib>
 
+#include "fixtures/RunTests.h"
+
 int main(int argc, char** argv) {
     // The start times of the tests are local times.
     setenv("TZ", "UTC", 1);
     testing::InitGoogleMock(&argc, argv);
-    return RUN_ALL_TESTS();
+    return RunTests();
 }
