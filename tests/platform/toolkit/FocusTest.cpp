@@ -4,6 +4,7 @@
 
 #include <chrono>
 #include <cstdlib>
+#include <random>
 #include <string>
 #include <vector>
 
@@ -363,6 +364,50 @@ TEST(FocusTest, StaysOutsideListWithoutRows) {
     stage.Press("Left");
     EXPECT_EQ(FocusedPlaces(stage), "panel");
 }
+
+// The number of keys of the random walk; QUORVEL_RANDOM_KEYS sets another number.
+int WalkLength() {
+    constexpr int kKeys = 25;
+    const char* keys = std::getenv("QUORVEL_RANDOM_KEYS");
+    return keys == nullptr ? kKeys : std::atoi(keys);
+}
+
+// Shows the text of a row: every third row is an "image" item with hidden text, and the text
+// lengths of the other rows differ.
+void ShowTextOf(Stage& stage, int row) {
+    if (row % 3 == 1) {
+        stage.HideText();
+        return;
+    }
+    stage.ShowResult(row % 3 == 0 ? 2 : 40);
+    evas_object_show(stage.label);
+    Screen::ProcessEvents(stage.window);
+}
+
+class FocusWalkTest : public testing::TestWithParam<bool> {};
+
+TEST_P(FocusWalkTest, ShowsExactlyOneFocusAfterEachKey) {
+    StagePlan plan;
+    plan.rows = 14;
+    Stage stage(plan);
+    elm_object_disabled_set(stage.button, GetParam() ? EINA_TRUE : EINA_FALSE);
+    std::minstd_rand random(1);
+    const std::vector<std::string> keys{"Down", "Up", "Right", "Left", "Down", "Right"};
+    std::size_t signals = 0;
+    for (int step = 0; step < WalkLength(); ++step) {
+        const std::string& key = keys[random() % keys.size()];
+        stage.Press(key);
+        if (stage.FocusedRows().size() > signals) {
+            signals = stage.FocusedRows().size();
+            ShowTextOf(stage, stage.FocusedRows().back());
+        }
+        const std::string places = FocusedPlaces(stage);
+        ASSERT_TRUE(places == "list" || places == "panel" || places == "button")
+            << "step " << step << ", key " << key << ": " << places;
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(SpentButton, FocusWalkTest, testing::Bool());
 
 TEST(FocusTest, EmitsNothingWhenFocusReturnsToOneOfManyRows) {
     Stage stage;
