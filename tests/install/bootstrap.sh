@@ -64,6 +64,7 @@ expect cmake '' "$one_of_each" build
 expect xvfb '' "$one_of_each" display
 expect libgtest-dev '' "$one_of_each" test
 expect clang-tidy '' "$one_of_each" lint
+expect gcovr '' "$one_of_each gcovr" coverage
 expect libclang-rt-14-dev '' "$one_of_each" fuzz
 expect 'cmake libgtest-dev' '' "$one_of_each" test build
 # Two groups contain this package.

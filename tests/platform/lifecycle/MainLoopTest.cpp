@@ -131,6 +131,14 @@ TEST_F(MainLoopTest, ReportsFailedCreate) {
                 ElementsAre("the create callback of the application failed; see the log"));
 }
 
+TEST_F(MainLoopTest, ReportsToolkitThatCannotStart) {
+    const auto app = Start({}, {{"FAIL_TOOLKIT", "1"}});
+    EXPECT_EQ(app->Exit(), 1);
+    EXPECT_THAT(Events(), ElementsAre("exit with an error"));
+    EXPECT_THAT(Errors(*app), ElementsAre("cannot initialise EFL; check its installation"));
+    EXPECT_FALSE(std::filesystem::exists(m_Folders.Socket()));
+}
+
 TEST_F(MainLoopTest, ReportsMissingWindow) {
     const auto app = Start({}, {{"NO_WINDOW", "1"}});
     EXPECT_EQ(app->Exit(), 1);

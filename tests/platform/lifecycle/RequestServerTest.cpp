@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "lifecycle/protocol.h"
+#include "platform/fakes/FailingCalls.h"
 #include "platform/fixtures/ChildProgram.h"
 #include "platform/fixtures/LoggedLines.h"
 #include "platform/fixtures/PrivateFolders.h"
@@ -121,6 +122,14 @@ TEST_F(RequestServerTest, ReplacesSocketOfEndedOwner) {
     ASSERT_TRUE(fs::exists(m_Path));
     Listen();
     ExpectDelivery();
+}
+
+TEST_F(RequestServerTest, ReportsSocketThatCannotListen) {
+    const FailingCallScope scope(FailingCall::kListen);
+    RequestServer server(m_Path, [](KeyValues, RequestServer::Sender) {});
+    EXPECT_FALSE(server.Listen());
+    EXPECT_THAT(m_Log.Messages(),
+                ElementsAre("cannot listen on " + m_Path + ": Address already in use"));
 }
 
 TEST_F(RequestServerTest, ReportsUnusablePath) {

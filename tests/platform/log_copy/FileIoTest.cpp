@@ -9,6 +9,7 @@
 #include <utility>
 #include <vector>
 
+#include "platform/fakes/FailingCalls.h"
 #include "platform/fakes/FaultyFileIo.h"
 #include "platform/fixtures/CopyFixture.h"
 
@@ -47,6 +48,21 @@ TEST_F(FileIoTest, RenamesWithoutReplacing) {
     EXPECT_TRUE(fs::exists(m_Scratch.Path() / "from"));
     EXPECT_TRUE(folder.Rename("from", "elsewhere"));
     EXPECT_FALSE(fs::exists(m_Scratch.Path() / "from"));
+}
+
+TEST_F(FileIoTest, ReportsFileSystemWithoutMountIds) {
+    const FailingCallScope scope(FailingCall::kMountId);
+    const File folder(m_Io, m_Scratch.Path(), O_RDONLY | O_DIRECTORY);
+    std::uint64_t id = 0;
+    EXPECT_FALSE(folder.MountId(id));
+    EXPECT_EQ(errno, EOPNOTSUPP);
+}
+
+TEST_F(FileIoTest, ReportsMissingFileOfStatus) {
+    const File folder(m_Io, m_Scratch.Path(), O_RDONLY | O_DIRECTORY);
+    struct stat status {};
+    EXPECT_FALSE(folder.StatusOf("missing", status));
+    EXPECT_EQ(errno, ENOENT);
 }
 
 TEST_F(FileIoTest, ClosesOnce) {

@@ -23,6 +23,7 @@
 #include <thread>
 #include <vector>
 
+#include "platform/fakes/FailingCalls.h"
 #include "platform/fakes/FaultyFileIo.h"
 #include "platform/fixtures/ChildProgram.h"
 #include "platform/fixtures/CopyFixture.h"
@@ -287,6 +288,14 @@ TEST_F(LogCopyTest, RejectsStorageUnmountedAfterSearch) {
     EXPECT_EQ(Run(m_Io, {m_Storage, 0}), -1);
     EXPECT_THAT(m_Errors,
                 ElementsAre(StartsWith("log copy: the USB storage was unplugged or is broken (")));
+    EXPECT_EQ(OnStorage(), Before());
+}
+
+TEST_F(LogCopyTest, RejectsStorageWithoutMountId) {
+    const FailingCallScope scope(FailingCall::kMountId);
+    EXPECT_EQ(Run(m_Io, {m_Storage, 1}), -1);
+    EXPECT_THAT(m_Errors, ElementsAre("log copy: cannot write to the USB storage (" +
+                                      m_Storage.string() + ": Operation not supported)"));
     EXPECT_EQ(OnStorage(), Before());
 }
 

@@ -14,9 +14,11 @@
 #include <map>
 #include <memory>
 #include <string>
+#include <system_error>
 #include <vector>
 
 #include "log_copy/file_io.h"
+#include "platform/fakes/FailingCalls.h"
 #include "platform/fixtures/CopyFixture.h"
 #include "platform/fixtures/LoopImage.h"
 #include "platform/fixtures/ScopedVariable.h"
@@ -197,6 +199,21 @@ TEST(UsbStorageReadTest, ReturnsBlockDevicesWithKernelNumbers) {
         if (stat(device.node.c_str(), &status) == 0) {
             EXPECT_EQ(status.st_rdev, device.number) << device.node;
         }
+    }
+}
+
+TEST(UsbStorageReadTest, ReportsMissingUdev) {
+    for (const FailingCall call :
+         {FailingCall::kUdev, FailingCall::kUdevList, FailingCall::kUdevScan}) {
+        const FailingCallScope scope(call);
+        EXPECT_THROW(ReadBlockDevices(), std::system_error);
+    }
+}
+
+TEST(UsbStorageReadTest, ReportsUnreadableMountTable) {
+    for (const FailingCall call : {FailingCall::kMountList, FailingCall::kMountRead}) {
+        const FailingCallScope scope(call);
+        EXPECT_THROW(ReadMounts(), std::system_error);
     }
 }
 

@@ -145,6 +145,14 @@ void Control(app_control_h request, void* data) {
 
 }  // namespace
 
+extern "C" int __real_elm_init(int argc, char** argv);
+extern "C" int __wrap_elm_init(int argc, char** argv);
+
+// A toolkit that cannot start.
+extern "C" int __wrap_elm_init(int argc, char** argv) {
+    return IsSet("FAIL_TOOLKIT") ? 0 : __real_elm_init(argc, argv);
+}
+
 int main(int argc, char** argv) {
     ui_app_lifecycle_callback_s callbacks{Create, Terminate, Pause, Resume, Control};
     const int result = ui_app_main(argc, argv, &callbacks, &g_Window);

@@ -1,0 +1,78 @@
+#include "platform/fakes/FailingCalls.h"
+
+// Before libmount.h, which includes it inside extern "C".
+#include <cstdlib>
+#include <string>
+
+#include <libmount/libmount.h>
+#include <libudev.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+
+#include <cerrno>
+
+namespace {
+
+FailingCall g_FailingCall = FailingCall::kNothing;
+
+bool Fails(FailingCall call, int error) {
+    if (g_FailingCall != call) {
+        return false;
+    }
+    errno = error;
+    return true;
+}
+
+}  // namespace
+
+FailingCallScope::FailingCallScope(FailingCall call) {
+    g_FailingCall = call;
+}
+
+FailingCallScope::~FailingCallScope() {
+    g_FailingCall = FailingCall::kNothing;
+}
+
+// The linker directs the calls of the port to these functions.
+extern "C" {
+
+int __real_statx(int folder, const char* path, int flags, unsigned int mask, struct statx* status);
+int __wrap_statx(int folder, const char* path, int flags, unsigned int mask, struct statx* status) {
+    const int result = __real_statx(folder, path, flags, mask, status);
+    if (Fails(FailingCall::kMountId, 0)) {
+        status->stx_mask &= ~static_cast<unsigned int>(STATX_MNT_ID);
+    }
+    return result;
+}
+
+int __real_listen(int socket, int backlog);
+int __wrap_listen(int socket, int backlog) {
+    return Fails(FailingCall::kListen, EADDRINUSE) ? -1 : __real_listen(socket, backlog);
+}
+
+udev* __real_udev_new();
+udev* __wrap_udev_new() {
+    return Fails(FailingCall::kUdev, ENOMEM) ? nullptr : __real_udev_new();
+}
+
+udev_enumerate* __real_udev_enumerate_new(udev* context);
+udev_enumerate* __wrap_udev_enumerate_new(udev* context) {
+    return Fails(FailingCall::kUdevList, ENOMEM) ? nullptr : __real_udev_enumerate_new(context);
+}
+
+int __real_udev_enumerate_scan_devices(udev_enumerate* list);
+int __wrap_udev_enumerate_scan_devices(udev_enumerate* list) {
+    return Fails(FailingCall::kUdevScan, 0) ? -EIO : __real_udev_enumerate_scan_devices(list);
+}
+
+libmnt_table* __real_mnt_new_table();
+libmnt_table* __wrap_mnt_new_table() {
+    return Fails(FailingCall::kMountList, 0) ? nullptr : __real_mnt_new_table();
+}
+
+int __real_mnt_table_parse_mtab(libmnt_table* table, const char* file);
+int __wrap_mnt_table_parse_mtab(libmnt_table* table, const char* file) {
+    return Fails(FailingCall::kMountRead, 0) ? -EIO : __real_mnt_table_parse_mtab(table, file);
+}
+
+}  // extern "C"

@@ -1,0 +1,25 @@
+#ifndef QUORVEL_TESTS_PLATFORM_FAILING_CALLS_H_
+#define QUORVEL_TESTS_PLATFORM_FAILING_CALLS_H_
+
+// Calls of the port to the system and to libraries that fail on demand.
+enum class FailingCall {
+    kNothing,
+    kMountId,    // statx succeeds without a mount id
+    kListen,     // EADDRINUSE
+    kUdev,       // ENOMEM
+    kUdevList,   // ENOMEM
+    kUdevScan,   // EIO
+    kMountList,  // no memory
+    kMountRead,  // EIO
+};
+
+// Makes one call fail until the object is destroyed. One object at a time. Main thread.
+class FailingCallScope {
+public:
+    explicit FailingCallScope(FailingCall call);
+    ~FailingCallScope();
+    FailingCallScope(const FailingCallScope&) = delete;
+    FailingCallScope& operator=(const FailingCallScope&) = delete;
+};
+
+#endif  // QUORVEL_TESTS_PLATFORM_FAILING_CALLS_H_
