@@ -10,11 +10,11 @@ extern "C" {
 
 typedef struct _bundle_t bundle;
 
-enum {
+typedef enum {
     BUNDLE_ERROR_NONE = 0,
     BUNDLE_ERROR_INVALID_PARAMETER = -EINVAL,
     BUNDLE_ERROR_KEY_NOT_AVAILABLE = -ENOKEY,
-};
+} bundle_error_e;
 
 /* Stores in *str the value of key, which stays the bundle's; *str is left alone without such a
  * key. Returns BUNDLE_ERROR_NONE or an error. */
