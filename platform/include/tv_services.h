@@ -1,8 +1,13 @@
-/* The two services of the set that no public header of its SDK declares. */
+/* The two services of the set that no public header of its SDK declares. The build for a set can
+ * name the set's own header, or declare the services with C++ linkage. */
 #ifndef QUORVEL_PLATFORM_TV_SERVICES_H_
 #define QUORVEL_PLATFORM_TV_SERVICES_H_
 
-#ifdef __cplusplus
+#ifdef QUORVEL_TV_SERVICES_HEADER
+#include QUORVEL_TV_SERVICES_HEADER
+#else
+
+#if defined(__cplusplus) && !defined(QUORVEL_TV_SERVICES_CXX)
 extern "C" {
 #endif
 
@@ -14,8 +19,10 @@ char* getResourcePath(const char* appId, const char* relativePath);
  * success. May block for a long time: call it from a worker thread. */
 int automation_copy_log_to_usb(void);
 
-#ifdef __cplusplus
+#if defined(__cplusplus) && !defined(QUORVEL_TV_SERVICES_CXX)
 }
+#endif
+
 #endif
 
 #endif

@@ -1,0 +1,125 @@
+#!/bin/sh
+# Builds the application for a set, against stand-ins for the headers and libraries of the set:
+#
+#     dry_build.sh configure|build
+#
+# configure tests the checks at configure time; build compiles and links the program. The toolkit and
+# libxml2 are the ones of Debian. The test proves the build files. It does not prove the set.
+set -eu
+unset CDPATH
+
+root=$(cd -- "$(dirname -- "$0")/../.." && pwd)
+work=$(mktemp -d "${TMPDIR:-/tmp}/quorvel-tizen.XXXXXX")
+trap 'rm -rf -- "$work"' EXIT
+trap 'exit 1' HUP INT TERM
+
+fail() {
+    echo "dry_build: $*" >&2
+    cat "$work/log" >&2 2>/dev/null || true
+    exit 1
+}
+
+# HEADERS: builds the stand-ins in the folder set-HEADERS.
+make_set() {
+    set -- "$1" "$work/set-$1"
+    {
+        cmake -S "$root/tests/tizen/set" -B "$2-build" -G Ninja -DHEADERS="$1" \
+            -DCMAKE_INSTALL_PREFIX="$2" && cmake --build "$2-build" --target install
+    } >"$work/log" 2>&1 || fail "the stand-ins with the $1 headers are not built"
+}
+
+# HEADERS NAME OPTION...: configures the sources for the stand-ins in the folder NAME.
+configure() {
+    set_folder=$work/set-$1
+    folder=$work/$2
+    shift 2
+    PKG_CONFIG_PATH=$set_folder/lib/pkgconfig cmake -S "${source:-$root}" -B "$folder" -G Ninja \
+        -DQUORVEL_PLATFORM=tizen -DCMAKE_PREFIX_PATH="$set_folder" \
+        -DQUORVEL_WARNINGS_AS_ERRORS=ON "$@" >"$work/log" 2>&1
+}
+
+services() {
+    echo "-DQUORVEL_TIZEN_SERVICES=$work/set-platform/lib/lib$1.so"
+}
+
+# PATTERN HEADERS NAME OPTION...: configuring fails with a line that matches the pattern.
+rejects() {
+    pattern=$1
+    shift
+    ! configure "$@" || fail "configuring passes; expected: $pattern"
+    grep -q -e "$pattern" "$work/log" || fail "the message does not contain: $pattern"
+}
+
+test_configure() {
+    rejects 'Set QUORVEL_TIZEN_SERVICES' platform without-services
+    rejects 'is C or CXX' platform wrong-linkage "$(services services)" \
+        -DQUORVEL_TIZEN_SERVICES_LINKAGE=D
+    rejects 'No automation_copy_log_to_usb in' platform part "$(services services-part)"
+    rejects 'No getResourcePath in' platform other-linkage "$(services services-cxx)"
+    configure platform linkage "$(services services-cxx)" \
+        -DQUORVEL_TIZEN_SERVICES_LINKAGE=CXX || fail "C++ linkage is rejected"
+    rejects 'No getResourcePath in' platform header "$(services services)" \
+        -DQUORVEL_TIZEN_SERVICES_HEADER=missing.h
+    configure platform manifest "$(services services)" -DQUORVEL_TIZEN_API_VERSION=9.0 \
+        "-DQUORVEL_TIZEN_PRIVILEGES=http://example/a;http://example/b" \
+        -DQUORVEL_TIZEN_EXEC=quorvel || fail "configuring fails"
+    for part in 'api-version="9.0"' '<privilege>http://example/b</privilege>' 'exec="quorvel"'; do
+        grep -q -F -e "$part" "$work/manifest/tizen-manifest.xml" || fail "no $part in the manifest"
+    done
+    xmllint --noout "$work/manifest/tizen-manifest.xml"
+}
+
+# NAME: the program in the folder NAME needs the libraries of the set.
+needs_set() {
+    readelf -d "$work/$1/quorvel" | sed -n 's/.*NEEDED.*\[\(.*\)\]/\1/p' >"$work/needed"
+    for library in capi-appfw-application capi-appfw-app-control bundle dlog services; do
+        grep -q -x "lib$library.so.1" "$work/needed" || fail "$1: the program does not need $library"
+    done
+}
+
+build() {
+    cmake --build "$work/$1" --target quorvel >"$work/log" 2>&1
+}
+
+# The public headers need the declarations in platform/tizen/sdk.
+compiles_header_test() {
+    g++ -std=c++17 -Wall -Wextra -Werror -fsyntax-only "$@" -I"$root/platform/include" \
+        "$root/tests/tizen/PlatformHeadersTest.cpp" >"$work/log" 2>&1
+}
+
+test_build() {
+    source=$work/source
+    mkdir "$source"
+    (cd -- "$root" && cp -R CMakeLists.txt inc src platform "$source" &&
+        mkdir -p "$source/tests" && cp -R tests/sanitizers "$source/tests")
+
+    configure platform gbs "$(services services)" || fail "configuring fails"
+    build gbs || fail "building with the platform's headers fails"
+    needs_set gbs
+    compiles_header_test -I"$work/set-platform/include/platform" \
+        -I"$work/set-platform/include/appfw" -I"$work/set-platform/include/dlog" ||
+        fail "the platform's headers have other values"
+
+    configure public sdk "$(services services)" -DQUORVEL_TIZEN_PKG_CONFIG=OFF ||
+        fail "configuring with the SDK's headers fails"
+    build sdk || fail "building with the SDK's headers fails"
+    needs_set sdk
+
+    # A call of the PC that no header of the set declares.
+    printf '#include <app.h>\nint SetHasNoSuchCall() { return ui_app_restart(); }\n' \
+        >>"$source/src/QELUtil.cpp"
+    for folder in gbs sdk; do
+        ! build "$folder" || fail "$folder: a call that the set does not have passes"
+        grep -q "ui_app_restart.*not declared" "$work/log" || fail "$folder: another error"
+    done
+}
+
+make_set platform
+case "${1:-}" in
+    configure) test_configure ;;
+    build)
+        make_set public
+        test_build
+        ;;
+    *) fail "usage: dry_build.sh configure|build" ;;
+esac
