@@ -68,6 +68,9 @@ for file in "$prefix/bin/quorvel" "$prefix/bin/quorvel-view" "$prefix/bin/quorve
     "$prefix/libexec/quorvel/lay-data"; do
     [ -x "$file" ] || fail "not installed: $file"
 done
+for page in quorvel quorvel-view; do
+    [ -r "$prefix/share/man/man1/$page.1" ] || fail "the manual page is not installed: $page"
+done
 [ -r "$share/theme/quorvel.edj" ] || fail "the theme is not installed"
 
 # The program does not depend on the build. Only its debug information may name the build.
