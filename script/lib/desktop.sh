@@ -1,22 +1,20 @@
 # shellcheck shell=sh
-# To be sourced: a virtual display with a window manager, and a program that is driven there with
-# real keys. Everything that a session keeps at home lies in one private folder.
+# Functions for scripts that run Quorvel on a virtual display with a window manager and drive it with
+# key events. All files of the session are in one private folder.
 #
-#     desktop_start FOLDER [SIZE]    the display, with nothing on it; SIZE is 1920x1080
-#     program_start COMMAND [ARG…]   Quorvel, shown and ready for keys
-#     press KEY…                     keys, and the mark that log_wait starts from
-#     log_wait PATTERN               a new line of the log
-#     screen_wait                    a picture that has come to rest
-#     shows COLOUR PART NUMBER       whether a part of the screen has so many pixels of a colour
-#     picture FILE                   a picture of the screen
-#     desktop_stop                   ends all of it
+#     desktop_start FOLDER [SIZE]    starts an empty display; SIZE is 1920x1080 by default
+#     program_start COMMAND [ARG…]   starts Quorvel and waits until it is visible and gets keys
+#     press KEY…                     sends keys; log_wait reads the log from here
+#     log_wait PATTERN               waits for a new line of the log
+#     screen_wait                    waits until the screen stops changing
+#     shows COLOUR PART NUMBER       returns whether the part has at least NUMBER pixels of the colour
+#     picture FILE                   saves a picture of the screen
+#     desktop_stop                   stops the program and the display
 #
-# The script that sources this sets $root to the folder of the sources.
-#
-# What fails says so on the standard error and returns false. Nothing waits for longer than
-# $patience seconds.
+# The calling script sets $root to the folder of the sources. A function that fails prints the reason
+# to the standard error and returns false. No function waits for more than $timeout seconds.
 
-patience=${QUORVEL_PATIENCE:-20}
+timeout=${QUORVEL_UI_TIMEOUT:-20}
 program=
 program_status=
 display_pid=
@@ -27,9 +25,9 @@ complain() {
     return 1
 }
 
-# Looks again and again whether "$@" is true; false when it is not in time.
+# Runs "$@" until it succeeds. Returns false after the timeout.
 wait_until() {
-    wait_end=$(($(date +%s) + patience))
+    wait_end=$(($(date +%s) + timeout))
     until "$@"; do
         [ "$(date +%s)" -lt "$wait_end" ] || return 1
         sleep 0.05
@@ -38,8 +36,7 @@ wait_until() {
 
 # --- The display ------------------------------------------------------------------------------
 
-# Nothing of the caller's own session, no setting of the program or of its toolkit, and no folder shared
-# with another desktop.
+# Removes the caller's session and settings from the environment, and sets private folders.
 desktop_environment() {
     mkdir -p "$desktop/home" "$desktop/run" "$desktop/screen"
     chmod 700 "$desktop/run"
@@ -50,12 +47,12 @@ desktop_environment() {
     export ECORE_NO_SYSTEM_MODULES=1
 }
 
-# The display chooses a free number itself and tells it.
+# Xvfb chooses a free number and writes it to descriptor 3.
 display_start() {
     setpriv --pdeathsig TERM Xvfb -displayfd 3 -screen 0 "${1}x24" -fbdir "$desktop/screen" \
         -nolisten tcp -noreset 3>"$desktop/display" >"$desktop/display.log" 2>&1 &
     display_pid=$!
-    wait_until test -s "$desktop/display" || complain "the virtual display does not start" || return
+    wait_until test -s "$desktop/display" || complain "Xvfb: the display does not start" || return
     DISPLAY=:$(cat "$desktop/display")
     export DISPLAY
 }
@@ -71,7 +68,7 @@ desktop_start() {
     display_start "$desktop_size" || return
     setpriv --pdeathsig TERM openbox --sm-disable >"$desktop/manager.log" 2>&1 &
     manager_pid=$!
-    wait_until is_managed || complain "the window manager does not start"
+    wait_until is_managed || complain "openbox: the window manager does not start"
 }
 
 desktop_stop() {
@@ -86,7 +83,7 @@ desktop_stop() {
 
 # --- The program ------------------------------------------------------------------------------
 
-# A child that has ended stays in the list of processes until it is waited for.
+# A child that exited remains a zombie until it is waited for.
 is_alive() {
     [ -r "/proc/$1/stat" ] && ! grep -q '^State:.*zombie' "/proc/$1/status" 2>/dev/null
 }
@@ -95,13 +92,13 @@ is_gone() {
     ! is_alive "$1"
 }
 
-# Both from the display's and from the window manager's point of view.
+# The display and the window manager must agree on the focus.
 has_keyboard() {
     [ "$(xdotool getwindowfocus getwindowname 2>/dev/null)" = quorvel ] &&
         [ "$(xdotool getactivewindow getwindowname 2>/dev/null)" = quorvel ]
 }
 
-# A shell has its background commands ignore interrupts.
+# A shell makes background commands ignore interrupts; env restores the default.
 program_launch() {
     : >"$desktop/log"
     log_mark
@@ -109,7 +106,7 @@ program_launch() {
     program=$!
 }
 
-# The grey title in the topmost eighth: the first picture, which comes after a black window.
+# Finds the grey title in the topmost eighth. The window is black before its first picture.
 shows_title() {
     shows '#CBCBCB' "${desktop_size%x*}x$((${desktop_size#*x} / 8))+0+0" 500
 }
@@ -117,24 +114,24 @@ shows_title() {
 program_start() {
     program_launch "$@"
     log_wait 's_Control is called' || return
-    wait_until has_keyboard || complain "the window does not get the keyboard" || return
-    wait_until shows_title || complain "the window stays empty" || return
+    wait_until has_keyboard || complain "$1: the window does not get the keyboard" || return
+    wait_until shows_title || complain "$1: the window stays empty" || return
     screen_wait
 }
 
-# Waits for its end and sets $program_status.
+# Waits until the program exits and sets $program_status.
 program_wait() {
-    wait_until is_gone "$program" || complain "the program does not end" || return
+    wait_until is_gone "$program" || complain "the program does not exit" || return
     program_status=0
     wait "$program" || program_status=$?
     program=
 }
 
-# Ends it for good; false when it did not end well.
+# Terminates the program. Returns false if it does not exit with status 0.
 program_stop() {
     kill -TERM "$program"
     if program_wait; then
-        [ "$program_status" -eq 0 ] || complain "the program ended with $program_status"
+        [ "$program_status" -eq 0 ] || complain "the program exited with status $program_status"
     else
         kill -KILL "$program" && wait "$program"
         program=
@@ -157,13 +154,13 @@ log_has() {
     log_new | grep -q -- "$1"
 }
 
-log_has_or_ended() {
+log_has_or_gone() {
     log_has "$1" || is_gone "$program"
 }
 
 log_wait() {
-    { wait_until log_has_or_ended "$1" && log_has "$1"; } && return
-    complain "no line \"$1\" in the log; its end:" || true
+    { wait_until log_has_or_gone "$1" && log_has "$1"; } && return
+    complain "no line \"$1\" in the log; last lines:" || true
     log_new | tail -n 15 >&2
     return 1
 }
@@ -188,7 +185,7 @@ screen_differs() {
     [ "$(screen_sum)" != "$screen_marked" ]
 }
 
-# The same picture three times in a row.
+# Returns whether three pictures in a row are equal.
 screen_rests() {
     screen_first=$(screen_sum)
     sleep 0.05
@@ -198,10 +195,10 @@ screen_rests() {
 }
 
 screen_wait() {
-    wait_until screen_rests || complain "the screen does not come to rest"
+    wait_until screen_rests || complain "the screen does not stop changing"
 }
 
-# The same after a press that must be seen.
+# Waits until the keys have changed the screen and it stops changing.
 screen_wait_change() {
     wait_until screen_differs || complain "the screen does not change" || return
     screen_wait
@@ -211,18 +208,18 @@ picture() {
     convert "xwd:$desktop/screen/Xvfb_screen0" -define png:compression-level=4 "png:$1"
 }
 
-# Whether there are at least that many pixels of the colour: COLOUR PART NUMBER.
+# Returns whether a part of the screen has at least NUMBER pixels of a colour: COLOUR PART NUMBER.
 shows() {
     [ "$(colour_count "$1" "$2")" -ge "$3" ]
 }
 
-# The number of pixels of a colour in a part of the screen: COLOUR PART.
+# Prints the number of pixels of a colour in a part of the screen: COLOUR PART.
 colour_count() {
     colour_answer=$(colours "$1" "$2")
     echo "${colour_answer% *}"
 }
 
-# For each COLOUR and PART a line: the number of pixels, and the rectangle around them.
+# Prints a line for each COLOUR and PART: the number of pixels and the rectangle around them.
 colours() {
     "${root:?}/script/lib/pixels" "$desktop/screen/Xvfb_screen0" "$@"
 }

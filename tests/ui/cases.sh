@@ -1,24 +1,23 @@
 # shellcheck shell=sh disable=SC2154 # the variables of ui.sh
-# To be sourced by the tests that drive a run of some size from its start to its end: one function
-# for each thing that a user does.
+# Functions for the tests that drive a run from the launch to the shutdown: one for each user action.
 
-# The panel of the text of an item, within its outline, and the colours there.
+# The detail panel within its outline, and the colours of its text.
 TEXT=1240x500+650+410
 HINT='#CBCBCB'
 RESULT='#E8EDF2'
 DETAILED='#FF0000'
 CONFLICTS='#FF8000'
 
-# Opens a folder: FOLDER WIDGET, which has the focus then.
+# Opens a folder and checks which widget has the focus: FOLDER WIDGET
 start() {
     open_run "$1"
     expect_focus "$2"
     [ "$(cat "$work/data/num_of_launch")" = 1 ] || fail "the launch is not counted"
     expect "the hint is shown" shows "$HINT" "$TEXT" 1000
-    has_lines 0 's_Pause is called\|s_Resume is called' || fail "paused or resumed at the start"
+    has_lines 0 's_Pause is called\|s_Resume is called' || fail "the launch pauses or resumes the program"
 }
 
-# From the list to the panel, to the button and back.
+# Moves from the list to the detail panel, to the button and back.
 walk() {
     press Right
     log_wait 'OnFocus : '
@@ -34,33 +33,33 @@ walk() {
     expect_focus row
 }
 
-# Moves down to a row, from the one before FIRST: FIRST LAST.
+# Moves down to each row from FIRST to LAST: FIRST LAST
 go_down() {
     for row in $(seq "$1" "$2"); do
         go_to_row Down "$row"
     done
 }
 
-# The row in focus, which can be analysed.
+# Analyses the focused row.
 analyse() {
     screen_wait
     ! shows "$DETAILED" "$TEXT" 1 || fail "red text before the analysis"
     press Return
     log_wait 'SetRunningFlag 0'
     expect_focus ok
-    # Only OK ends the popup.
+    # Only OK closes the popup.
     press Escape Left Up Return
     log_wait 'OK button is pressed.'
     expect_focus row
     log_wait 'QELItemView.cpp: Update('
     for line in 'QELItemDetailView.cpp: UpdateText(.*index' 'QELItemView.cpp: Update(.*index'; do
-        [ "$(log_new | grep -c "$line")" -eq 1 ] || fail "not shown once after the popup: $line"
+        [ "$(log_new | grep -c "$line")" -eq 1 ] || fail "not logged exactly once after the popup: $line"
     done
     shows_result
 }
 
-# The row shows the result again after a move to another row: KEY-AWAY KEY-BACK ROW-AWAY ROW.
-result() {
+# Moves to another row and back, which shows the result again: KEY-AWAY KEY-BACK ROW-AWAY ROW
+expect_result() {
     go_to_row "$1" "$3"
     go_to_row "$2" "$4"
     shows_result
@@ -72,14 +71,14 @@ shows_result() {
     expect "the conflicts are shown in orange" shows "$CONFLICTS" "$TEXT" 200
 }
 
-# An item is analysed once, and the next one is not by that.
+# An item is analysed only once.
 analyse_again() {
     press Return
     log_wait 'm_IsExecutedByUser have true value'
     expect_focus row
 }
 
-# From a row, past a text of any length.
+# Moves from a row through the detail text, which may have any length, to the button.
 go_to_button() {
     press Right
     log_wait 'OnFocus : '
@@ -91,7 +90,7 @@ go_to_button() {
     fail "the button cannot be reached"
 }
 
-# With the focus on the button, and no place to copy to.
+# Starts a capture without storage. The button has the focus.
 capture_fails() {
     press Return
     log_wait 'retAutoApi = -1'
@@ -114,11 +113,11 @@ capture_succeeds() {
     cmp "$QUORVEL_USB_DIR"/*/qelXml.xml "$work/data/qelXml.xml" || fail "the result file is not copied"
 }
 
-# The button is spent: neither the keys towards it nor OK press it.
-capture_is_spent() {
+# After a capture the button is disabled: it takes no focus and no OK.
+capture_is_disabled() {
     press Down Return Left
     screen_wait
-    has_lines 2 'Log Capture button is pressed.' || fail "a spent button can be pressed"
+    has_lines 2 'Log Capture button is pressed.' || fail "a disabled button can be pressed"
 }
 
 minimise_and_restore() {
@@ -135,9 +134,9 @@ minimise_and_restore() {
 }
 
 close() {
-    end_by_request
-    has_lines 1 's_Pause is called' || fail "paused more often than minimised"
-    has_lines 1 's_Resume is called' || fail "resumed more often than restored"
-    has_lines 1 's_Terminate is called' || fail "not terminated once"
+    close_by_request
+    has_lines 1 's_Pause is called' || fail "not paused exactly once"
+    has_lines 1 's_Resume is called' || fail "not resumed exactly once"
+    has_lines 1 's_Terminate is called' || fail "not terminated exactly once"
     expect_clean_log
 }

@@ -6,12 +6,12 @@ set -eu
 # shellcheck source=tests/ui/cases.sh
 . "$(dirname -- "$0")/cases.sh"
 
-# How often the threads of the program have waited for something until now.
+# Prints how often the threads of a program have waited since its start: PID
 waits() {
     cat "/proc/$1"/task/*/status | awk '/^voluntary_ctxt_switches/ { sum += $2 } END { print sum }'
 }
 
-# Whether the program wakes up at most $2 times in two seconds: PID NUMBER.
+# Returns whether a program wakes up at most NUMBER times in two seconds: PID NUMBER
 wakes_at_most() {
     before=$(waits "$1")
     sleep 2
@@ -19,7 +19,7 @@ wakes_at_most() {
     [ "$woken" -le "$2" ]
 }
 
-# A blinking or sliding row stops within five seconds.
+# The program becomes idle, because blinking and sliding stop within five seconds.
 expect_rest() {
     expect "the program rests $1" wakes_at_most "$pid" 0
 }
@@ -33,4 +33,4 @@ expect_rest "after an analysis"
 xdotool windowminimize "$(xdotool getwindowfocus)"
 log_wait 's_Pause is called'
 expect "the minimised program wakes up rarely" wakes_at_most "$pid" 20
-end_by_request
+close_by_request

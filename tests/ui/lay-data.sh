@@ -1,9 +1,9 @@
 #!/bin/sh
-# The script that lays a folder at the fixed data path: its result, signals, the folder itself, and
-# what it leaves behind; with namespaces, and for root without them too.
+# lay-data: the mounted folder, the exit status, signals and the state after the run. Root runs the cases
+# with and without namespaces.
 set -eu
 unset CDPATH
-# Some of it is for other users to read.
+# Other users must be able to read the files of the test.
 umask 022
 
 root=$(cd -- "$(dirname -- "$0")/../.." && pwd)
@@ -14,7 +14,7 @@ work=$(mktemp -d "${TMPDIR:-/tmp}/quorvel-lay.XXXXXX")
 trap 'rm -rf -- "$work"' EXIT
 newline='
 '
-# What stands before each call: how it loses its right to namespaces.
+# The command that runs lay-data without the permission to create namespaces.
 without=
 
 fail() {
@@ -22,12 +22,12 @@ fail() {
     exit 1
 }
 
-lay() {
+run_lay_data() {
     # shellcheck disable=SC2086 # the words of a command
     $without "$lay_data" "$@"
 }
 
-# The status that "$@" ends with.
+# Prints the exit status of "$@".
 status_of() {
     status=0
     "$@" || status=$?
@@ -36,17 +36,17 @@ status_of() {
 
 # --- What a command gets ----------------------------------------------------------------------
 
-lays_the_folder() {
-    [ "$(lay "$work/data" cat "$data/file")" = content ] || fail "the folder is not laid"
-    lay "$work/data" sh -c "echo written >$data/new"
-    [ "$(cat "$work/data/new")" = written ] || fail "what was written is not in the folder"
-    [ "$(readlink -f "$data")" != "$work/data" ] || fail "the folder is still at the fixed path"
+mounts_folder() {
+    [ "$(run_lay_data "$work/data" cat "$data/file")" = content ] || fail "the folder is not mounted"
+    run_lay_data "$work/data" sh -c "echo written >$data/new"
+    [ "$(cat "$work/data/new")" = written ] || fail "a written file is not in the folder"
+    [ "$(readlink -f "$data")" != "$work/data" ] || fail "the folder remains at the fixed path"
 }
 
-lays_a_copy() {
-    lay --copy "$work/data" sh -c "rm $data/file; echo counter >$data/num_of_launch"
-    [ -e "$work/data/file" ] || fail "a file of the original is gone"
-    [ ! -e "$work/data/num_of_launch" ] || fail "the original was written to"
+mounts_copy() {
+    run_lay_data --copy "$work/data" sh -c "rm $data/file; echo counter >$data/num_of_launch"
+    [ -e "$work/data/file" ] || fail "the command removes a file of DIR"
+    [ ! -e "$work/data/num_of_launch" ] || fail "the command writes to DIR"
 }
 
 # The files of each folder contain its name. The stand-in for quorvel prints the name.
@@ -62,57 +62,57 @@ make_odd_folders() {
     done
 }
 
-# Run in the folder above, by a shell with settings that lead elsewhere; the x keeps line breaks.
-shows_its_own() {
+# Runs a command above the folder $name and checks that it prints the file of the folder. The settings of
+# the shell name another folder. The x keeps line breaks.
+prints_own_file() {
     shown=$(cd "$work/odd" && export CDPATH="$work/elsewhere" OLDPWD="$work/elsewhere" &&
         "$@" && echo x) || true
-    [ "$shown" = "${name}x" ] || fail "$name: another folder is shown: $shown"
+    [ "$shown" = "${name}x" ] || fail "$name: prints the file of another folder: $shown"
 }
 
-lays_any_name() {
+mounts_folder_of_any_name() {
     make_odd_folders run1 - -- --copy ' a b' "run1$newline" "in${newline}ner"
     for name in run1 - ' a b'; do
-        shows_its_own lay "$name" cat "$data/file"
+        prints_own_file run_lay_data "$name" cat "$data/file"
     done
     for name in run1 - -- --copy ' a b' "run1$newline" "in${newline}ner"; do
         # shellcheck disable=SC2086 # the words of a command
-        shows_its_own $without "$work/bin/quorvel-view" -- "$name" 2>/dev/null
+        prints_own_file $without "$work/bin/quorvel-view" -- "$name" 2>/dev/null
     done
     for name in "run1$newline" "in${newline}ner"; do
-        if lay "$work/odd/$name" touch "$work/ran" 2>"$work/complaint"; then
-            fail "$name is laid without a copy"
+        if run_lay_data "$work/odd/$name" touch "$work/ran" 2>"$work/error"; then
+            fail "$name: mounted without --copy"
         fi
-        grep -q 'line break' "$work/complaint" || fail "$name: no word of the line break"
-        [ ! -e "$work/ran" ] || fail "the command runs without the folder $name"
+        grep -q 'line break' "$work/error" || fail "$name: no message about the line break"
+        [ ! -e "$work/ran" ] || fail "$name: the command runs without the folder"
     done
     rm -r "$work/odd" "$work/elsewhere" "${work:?}/bin"
 }
 
-# A result file of which the copy has no more than the beginning, as on a full disk, is not shown. A
-# file that cannot be read at all is left out.
-refuses_a_cut_copy() {
+# Rejects a partial copy of a result file, as a full disk causes it. Skips a file that cannot be read.
+rejects_partial_copy() {
     mkdir "$work/large"
     head -c 100000 /dev/zero >"$work/large/qelXml.xml"
     ln -s nothing "$work/large/photo.jpg"
-    if complaint=$(ulimit -f 1 && trap '' XFSZ && lay --copy "$work/large" true 2>&1); then
-        fail "a cut copy is shown"
+    if error=$(ulimit -f 1 && trap '' XFSZ && run_lay_data --copy "$work/large" true 2>&1); then
+        fail "a partial copy is mounted"
     fi
-    echo "$complaint" | grep -q '^lay-data: .*qelXml.xml' || fail "no word of the cut file: $complaint"
-    lay --copy "$work/large" cmp "$data/qelXml.xml" "$work/large/qelXml.xml" 2>/dev/null ||
-        fail "a folder with a file that cannot be read is not shown"
+    echo "$error" | grep -q '^lay-data: .*qelXml.xml' || fail "no message about the partial file: $error"
+    run_lay_data --copy "$work/large" cmp "$data/qelXml.xml" "$work/large/qelXml.xml" 2>/dev/null ||
+        fail "a folder with an unreadable file is not mounted"
     rm -r "$work/large"
 }
 
-# The file has no content, but a size.
-tells_of_a_long_copy() {
+# The sparse file has a size but no content.
+reports_long_copy() {
     mkdir "$work/stick" "$work/stick/folder"
     for size in 1100M 1000M; do
         truncate -s "$size" "$work/stick/folder/film"
-        lay --copy "$work/stick" true >"$work/complaint" 2>&1 || fail "a large folder is not shown"
+        run_lay_data --copy "$work/stick" true >"$work/error" 2>&1 || fail "a large folder is not mounted"
         case $size in
-            1100M) [ "$(grep -c '^lay-data: copying 110[0-9] MiB to ' "$work/complaint")" -eq 1 ] ;;
-            *) [ ! -s "$work/complaint" ] ;;
-        esac || fail "$size: $(cat "$work/complaint")"
+            1100M) [ "$(grep -c '^lay-data: copying 110[0-9] MiB to ' "$work/error")" -eq 1 ] ;;
+            *) [ ! -s "$work/error" ] ;;
+        esac || fail "$size: $(cat "$work/error")"
     done
     rm -r "$work/stick"
 }
@@ -126,7 +126,7 @@ replace_cp() {
     chmod 755 "$work/slow/cp"
 }
 
-# Starts a copy that does not end, and waits until it runs.
+# Starts a copy that waits, and waits until the copy runs.
 start_long_copy() {
     rm -f "$work/cp"
     # shellcheck disable=SC2086 # the words of a command
@@ -135,32 +135,32 @@ start_long_copy() {
     wait_for_file "$work/cp"
 }
 
-has_ended() {
+is_gone() {
     ! kill -0 "$1" 2>/dev/null || [ "$(ps -o stat= -p "$1" | cut -c 1)" = Z ]
 }
 
-wait_until_ended() {
+wait_until_gone() {
     for _ in $(seq 200); do
-        ! has_ended "$1" || return 0
+        ! is_gone "$1" || return 0
         sleep 0.05
     done
-    fail "process $1 does not end"
+    fail "process $1 does not exit"
 }
 
-stops_a_long_copy() {
+stops_long_copy() {
     mkdir "$work/tmp"
     replace_cp
     for signal in TERM INT HUP; do
         start_long_copy
         kill -s "$signal" $!
-        wait_until_ended $!
-        wait_until_ended "$(cat "$work/cp")"
-        [ -z "$(ls -A "$work/tmp")" ] || fail "SIG$signal: a copy is left"
+        wait_until_gone $!
+        wait_until_gone "$(cat "$work/cp")"
+        [ -z "$(ls -A "$work/tmp")" ] || fail "SIG$signal: a copy remains"
     done
     rm -r "$work/tmp" "$work/slow"
 }
 
-removes_the_copy_of_a_killed_run() {
+removes_copy_of_killed_run() {
     mkdir "$work/tmp"
     replace_cp
     start_long_copy
@@ -168,41 +168,41 @@ removes_the_copy_of_a_killed_run() {
     wait $! || true
     kill "$(cat "$work/cp")"
     [ -n "$(ls -A "$work/tmp")" ] || fail "the killed run has no copy"
-    TMPDIR="$work/tmp" lay --copy "$work/data" sh -c \
-        "[ \$(ls '$work/tmp' | wc -l) -eq 1 ]" || fail "the copy of the killed run stays"
-    [ -z "$(ls -A "$work/tmp")" ] || fail "a copy is left"
+    TMPDIR="$work/tmp" run_lay_data --copy "$work/data" sh -c \
+        "[ \$(ls '$work/tmp' | wc -l) -eq 1 ]" || fail "the copy of the killed run remains"
+    [ -z "$(ls -A "$work/tmp")" ] || fail "a copy remains"
     rm -r "$work/tmp" "$work/slow"
 }
 
 accepts_relative_tmpdir() {
     mkdir "$work/tmp"
-    [ "$(cd "$work" && TMPDIR=tmp && export TMPDIR && lay --copy data cat "$data/file")" = content ] ||
+    [ "$(cd "$work" && TMPDIR=tmp && export TMPDIR && run_lay_data --copy data cat "$data/file")" = content ] ||
         fail "a relative TMPDIR does not work"
-    [ -z "$(ls -A "$work/tmp")" ] || fail "a copy is left in a relative TMPDIR"
+    [ -z "$(ls -A "$work/tmp")" ] || fail "a copy remains in a relative TMPDIR"
     rmdir "$work/tmp"
 }
 
-# Whatever the real flag file is, the command sees none, and its own does not get out.
-keeps_the_flag_private() {
-    lay --private-tmp "$work/data" sh -c "[ ! -e $flag ] && echo $work >$flag && [ -d '$work' ]" ||
-        fail "the flag file is there, or the folder of the test is not"
+# The command does not see the real flag file, and its own flag file remains private.
+keeps_flag_file_private() {
+    run_lay_data --private-tmp "$work/data" sh -c "[ ! -e $flag ] && echo $work >$flag && [ -d '$work' ]" ||
+        fail "the real flag file is visible, or the folder of the test is not"
     ! grep -qsF "$work" "$flag" || fail "the flag file is not private"
 }
 
-keeps_folder_and_input() {
-    [ "$(cd "$work" && echo input | lay "$work/data" sh -c 'pwd && cat')" = "$work
-input" ] || fail "another folder or input"
+keeps_working_folder_and_input() {
+    [ "$(cd "$work" && echo input | run_lay_data "$work/data" sh -c 'pwd && cat')" = "$work
+input" ] || fail "wrong working folder or input"
 }
 
-# There is nothing to read then.
-does_without_input() {
-    [ "$(lay "$work/data" cat - "$data/file" <&-)" = content ] || fail "not without an input"
+# The standard input is closed.
+runs_without_input() {
+    [ "$(run_lay_data "$work/data" cat - "$data/file" <&-)" = content ] || fail "fails without an input"
 }
 
-gives_the_result() {
-    [ "$(status_of lay "$work/data" sh -c 'exit 7')" -eq 7 ] || fail "not the status of the command"
-    [ "$(status_of lay "$work/data" sh -c 'kill -TERM $$')" -eq 143 ] || fail "not that of a signal"
-    [ "$(status_of lay "$work/nothing" true 2>/dev/null)" -eq 1 ] || fail "a missing folder passes"
+returns_exit_status() {
+    [ "$(status_of run_lay_data "$work/data" sh -c 'exit 7')" -eq 7 ] || fail "not the exit status of the command"
+    [ "$(status_of run_lay_data "$work/data" sh -c 'kill -TERM $$')" -eq 143 ] || fail "not the status of a signal"
+    [ "$(status_of run_lay_data "$work/nothing" true 2>/dev/null)" -eq 1 ] || fail "a missing folder is no error"
 }
 
 # --- Signals ----------------------------------------------------------------------------------
@@ -212,12 +212,12 @@ wait_for_file() {
         [ ! -e "$1" ] || return 0
         sleep 0.05
     done
-    fail "nothing comes: $1"
+    fail "$1: not created in time"
 }
 
-# The command says when it waits, and which signal it got. The shell of a test keeps interrupts from
-# what it starts in the background.
-passes_on() {
+# The command creates a file when it waits, and writes the name of its signal to another file. A shell
+# makes background commands ignore interrupts; env restores the default.
+forwards_signal() {
     rm -f "$work/up" "$work/got"
     # shellcheck disable=SC2016 # for the inner shell
     handler='trap "echo $1 >$2/got; exit 9" "$1"; touch "$2/up"; while :; do sleep 0.05; done'
@@ -228,7 +228,7 @@ passes_on() {
     kill -s "$1" $!
     status=0
     wait $! || status=$?
-    [ "$status" -eq 9 ] || fail "$1: not the status of the handler, but $status"
+    [ "$status" -eq 9 ] || fail "$1: exit status $status instead of 9"
     [ "$(cat "$work/got")" = "$1" ] || fail "$1 does not reach the command"
 }
 
@@ -236,7 +236,7 @@ is_running() {
     kill -0 "$(cat "$work/pid")" 2>/dev/null
 }
 
-dies_with_it() {
+dies_with_script() {
     rm -f "$work/pid"
     # shellcheck disable=SC2016,SC2086 # for the inner shell; the words of a command
     $without "$lay_data" "$work/data" sh -c 'echo $$ >"$1.new"; mv "$1.new" "$1"; exec sleep 600' \
@@ -248,31 +248,31 @@ dies_with_it() {
         is_running || return 0
         sleep 0.05
     done
-    fail "the command outlives the script"
+    fail "the command survives the script"
 }
 
 # --- Without namespaces -----------------------------------------------------------------------
 
-# A second run waits for the first one, for as long as it is told.
-takes_turns() {
+# A second run waits for the first run until LAY_DATA_WAIT.
+waits_for_other_run() {
     rm -f "$work/up"
-    lay "$work/data" sh -c "touch $work/up; while [ -e $work/up ]; do sleep 0.05; done" &
+    run_lay_data "$work/data" sh -c "touch $work/up; while [ -e $work/up ]; do sleep 0.05; done" &
     wait_for_file "$work/up"
-    if LAY_DATA_WAIT=0 lay "$work/data" true 2>"$work/complaint"; then
-        fail "two runs at once"
+    if LAY_DATA_WAIT=0 run_lay_data "$work/data" true 2>"$work/error"; then
+        fail "two runs at the same time"
     fi
-    grep -q 'another run' "$work/complaint" || fail "no word of the other run"
+    grep -q 'in use by another run' "$work/error" || fail "no message about the other run"
     rm "$work/up"
-    wait $! || fail "the first run does not end well"
-    lay "$work/data" true || fail "the path is still taken"
+    wait $! || fail "the first run fails"
+    run_lay_data "$work/data" true || fail "the path remains in use"
 }
 
-refuses_what_is_real() {
+rejects_existing_folder() {
     mkdir -p "$data"
-    if lay "$work/data" true 2>"$work/complaint"; then
-        fail "a real folder is laid over"
+    if run_lay_data "$work/data" true 2>"$work/error"; then
+        fail "an existing folder is replaced"
     fi
-    grep -q "$data exists" "$work/complaint" || fail "no word of the real folder"
+    grep -q "$data: exists" "$work/error" || fail "no message about the existing folder"
     rmdir "$data"
     rmdir -p "$(dirname "$data")" 2>/dev/null || true
 }
@@ -281,64 +281,63 @@ run_as_a_user() {
     setpriv --reuid 65534 --regid 65534 --clear-groups "$@"
 }
 
-# Not under a TMPDIR that only root may enter.
+# Lets other users use the folder of the test. Returns false if only root may enter TMPDIR.
 open_to_users() {
     chmod 711 "$work"
     cp "$lay_data" "$work/lay-data"
     run_as_a_user test -x "$work/lay-data"
 }
 
-# Whoever is not root, on a system that does not refuse it.
-lays_it_for_a_user() {
-    if run_as_a_user bwrap --dev-bind / / true 2>"$work/complaint"; then
+# Skips the case if the system permits no namespaces for users.
+mounts_folder_for_user() {
+    if run_as_a_user bwrap --dev-bind / / true 2>"$work/error"; then
         [ "$(run_as_a_user "$work/lay-data" "$work/data" cat "$data/file")" = content ] ||
-            fail "the folder is not laid for a user"
+            fail "the folder is not mounted for a user"
     else
-        echo "lay-data.sh: users get no namespaces here, which is left out:" \
-            "$(cat "$work/complaint")" >&2
+        echo "lay-data.sh: skipped: a user with namespaces: $(cat "$work/error")" >&2
     fi
 }
 
-# Nobody gets a namespace inside another root folder.
-tells_users_what_to_do() {
+# The kernel permits users no namespace inside a changed root folder.
+reports_remedy_to_user() {
     mkdir "$work/root"
     # shellcheck disable=SC2016 # for the inner shell
     inside='mount --rbind / "$1/root" && cd / &&
         exec chroot --userspec=65534:65534 "$1/root" "$1/lay-data" "$1/data" true'
-    if unshare --mount sh -c "$inside" sh "$work" 2>"$work/complaint"; then
+    if unshare --mount sh -c "$inside" sh "$work" 2>"$work/error"; then
         fail "a user without namespaces succeeds"
     fi
-    grep -q 'run this as root' "$work/complaint" || fail "no advice: $(cat "$work/complaint")"
+    grep -q 'run this as root' "$work/error" || fail "no remedy: $(cat "$work/error")"
 }
 
 every_case() {
-    lays_the_folder
-    lays_a_copy
-    lays_any_name
-    refuses_a_cut_copy
-    tells_of_a_long_copy
-    stops_a_long_copy
-    removes_the_copy_of_a_killed_run
+    mounts_folder
+    mounts_copy
+    mounts_folder_of_any_name
+    rejects_partial_copy
+    reports_long_copy
+    stops_long_copy
+    removes_copy_of_killed_run
     accepts_relative_tmpdir
-    keeps_the_flag_private
-    keeps_folder_and_input
-    does_without_input
-    gives_the_result
+    keeps_flag_file_private
+    keeps_working_folder_and_input
+    runs_without_input
+    returns_exit_status
     for signal in TERM INT HUP QUIT USR1; do
-        passes_on "$signal"
+        forwards_signal "$signal"
     done
-    dies_with_it
+    dies_with_script
 }
 
-# Inside a place where /opt and /run are the test's own.
+# Runs in a mount namespace, in which /opt and /run are private.
 cases_without_namespaces() {
     mount -t tmpfs none /opt
     mount -t tmpfs none /run
     without='setpriv --bounding-set -sys_admin --inh-caps -sys_admin'
     every_case
-    takes_turns
-    refuses_what_is_real
-    [ -z "$(ls -A /opt)" ] || fail "folders are left: $(find /opt)"
+    waits_for_other_run
+    rejects_existing_folder
+    [ -z "$(ls -A /opt)" ] || fail "folders remain: $(find /opt)"
 }
 
 # The lock of a running quorvel of the user must not matter.
@@ -354,11 +353,11 @@ every_case
 users=
 if [ "$(id -u)" -eq 0 ] && open_to_users; then
     users=yes
-    lays_it_for_a_user
+    mounts_folder_for_user
 fi
 if [ "$(id -u)" -eq 0 ] && unshare --mount true 2>/dev/null; then
     unshare --mount "$root/tests/ui/lay-data.sh" "$1" without-namespaces
-    [ -z "$users" ] || tells_users_what_to_do
+    [ -z "$users" ] || reports_remedy_to_user
 else
-    echo "lay-data.sh: only root can take namespaces away here: those cases are left out" >&2
+    echo "lay-data.sh: skipped: cases without namespaces, which need root" >&2
 fi

@@ -1,6 +1,6 @@
 # shellcheck shell=sh
-# To be sourced by the tests of this folder, which ctest calls with the build folder: the program in
-# a real window, driven with real keys. Everything a test touches lies in a folder of its own.
+# Functions for the tests of this folder, which CTest calls with the build folder. They run Quorvel in a
+# real window and drive it with key events. All files of a test are in a private folder.
 
 unset CDPATH
 build=$1
@@ -8,16 +8,16 @@ root=$(cd -- "$(dirname -- "$0")/../.." && pwd)
 # shellcheck source=script/lib/desktop.sh
 . "$root/script/lib/desktop.sh"
 
-# The outline around what has the focus, in the theme.
+# The theme's colour of the outline around the focused widget.
 FOCUS='#7AC1FF'
-# Parts of the screen: the rows of the list, the text panel, the row of the button. The popup's OK
-# lies lower than the list's last row but one and reaches into the row of the button.
+# Parts of the screen: the rows of the list, the detail panel, and the row of the button, into which the
+# popup's OK button reaches.
 LIST=640x945+0+135
 PANEL=1282x543+638+403
 BUTTONS=1280x135+640+945
 SCREEN=1920x1080+0+0
 
-# Keeps what a failed test leaves, for whoever looks for the reason.
+# Saves the log and a picture of the screen after a failure.
 keep() {
     kept=$build/ui-failures/$(basename -- "$0" .sh)
     mkdir -p "$kept"
@@ -34,20 +34,20 @@ finish() {
     rm -rf -- "$work"
 }
 
-# Says what went wrong and ends the test.
+# Prints the reason of a failure and exits.
 fail() {
     complain "$@" || true
     exit 1
 }
 
-# Waits until "$@" is true; $1 tells what that means.
+# Waits until a command succeeds: DESCRIPTION COMMAND [ARG…]
 expect() {
     expected=$1
     shift
-    wait_until "$@" || fail "not so: $expected"
+    wait_until "$@" || fail "not true: $expected"
 }
 
-# The program on a copy of a folder; more arguments go to the program.
+# Runs the program on a copy of a folder: FOLDER [KEY=VALUE…]
 open_run() {
     rm -rf "$work/data"
     cp -R "$1" "$work/data"
@@ -69,14 +69,15 @@ near() {
     [ "$1" -ge "$(($2 - 12))" ] && [ "$1" -le "$(($2 + 12))" ]
 }
 
-# What has an outline of that size: PART BOX. Two of them, or none, make another rectangle.
+# Prints the widget whose outline has the size of the rectangle: PART BOX. Prints nothing for several
+# outlines, because their rectangle has another size.
 outlined() {
     outlined_width=${2%%x*}
     outlined_height=${2#*x}
     outlined_height=${outlined_height%%+*}
     for place in "row LIST 600 90" "panel PANEL 1282 543" "button BUTTONS 456 88" \
         "ok BUTTONS 596 88"; do
-        # shellcheck disable=SC2086 # its words
+        # shellcheck disable=SC2086 # a list of words
         set -- "$1" $place
         if [ "$1" = "$3" ] && near "$outlined_width" "$4" && near "$outlined_height" "$5"; then
             echo "$2"
@@ -84,7 +85,7 @@ outlined() {
     done
 }
 
-# The one widget in focus, with nothing else of its colour on the screen; or what there is.
+# Prints the focused widget if the screen has one outline, otherwise what the screen has.
 focus_place() {
     colours "$FOCUS" "$SCREEN" "$FOCUS" "$LIST" "$FOCUS" "$PANEL" "$FOCUS" "$BUTTONS" | {
         read -r all _
@@ -97,7 +98,7 @@ focus_place() {
             fi
             others="${others:-} $count in $part: $box;"
         done
-        echo "none of $all:$others"
+        echo "no widget; $all pixels:$others"
     }
 }
 
@@ -112,7 +113,7 @@ expect_focus() {
 
 # --- The log ----------------------------------------------------------------------------------
 
-# Error lines that are none of a correct run, of the application and of the toolkit.
+# Prints error lines of the application and the toolkit that a correct run does not have.
 unexpected_lines() {
     grep -E '^(E/|ERR|CRI|WRN)|[Ss]anitizer|terminate called' "$desktop/log" |
         grep -v -E -f "$root/tests/ui/expected-lines" -e "${also_expected:-nothing else}" || true
@@ -126,32 +127,32 @@ $unexpected"
 
 # --- Keys -------------------------------------------------------------------------------------
 
-# Moves to another row: KEY INDEX.
+# Moves to a row: KEY INDEX
 go_to_row() {
     press "$1"
     log_wait "QELItemView.cpp: Update(.*index : $2, "
 }
 
-# A key that does nothing: nothing of it is in the log before the answer to a key that does.
-press_in_vain() {
+# Checks that a key has no effect: the log shows only the effect of the next key.
+press_without_effect() {
     press "$1" Right
     log_wait 'OnFocus : '
     [ "$(log_new | grep -c 'QELItem\|QELPopup\|QELButton\|QELApp')" -eq 1 ] ||
-        fail "$1 does something: $(log_new)"
+        fail "key $1: has an effect: $(log_new)"
     press Left
     log_wait 'OnUnfocus : '
 }
 
-end_by_request() {
+close_by_request() {
     "$build/quorvel" EXEPARAM=CLOSE >"$work/request.log" 2>&1 ||
-        fail "the close request: $(cat "$work/request.log")"
+        fail "close request: $(cat "$work/request.log")"
     program_wait
-    [ "$program_status" -eq 0 ] || fail "the program ended with $program_status"
+    [ "$program_status" -eq 0 ] || fail "the program exited with status $program_status"
 }
 
 work=$(mktemp -d "${TMPDIR:-/tmp}/quorvel-ui.XXXXXX")
 trap finish EXIT
 trap 'exit 1' HUP INT TERM
 desktop_start "$work"
-# Where the log goes in place of a USB stick; none until it exists.
+# The folder that replaces a USB storage. Storage is missing until the folder exists.
 export QUORVEL_USB_DIR="$work/usb"

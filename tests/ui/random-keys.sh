@@ -1,6 +1,6 @@
 #!/bin/sh
-# Random keys of a remote control, on the typical run. QUORVEL_RANDOM_KEYS tells how many (500),
-# QUORVEL_RANDOM_SEED which.
+# Random keys of a remote control, on the run samples/typical. QUORVEL_RANDOM_KEYS is the number of keys
+# (500 by default), QUORVEL_RANDOM_SEED selects the sequence.
 set -eu
 # shellcheck source=tests/ui/ui.sh
 . "$(dirname -- "$0")/ui.sh"
@@ -8,7 +8,7 @@ set -eu
 number=${QUORVEL_RANDOM_KEYS:-500}
 seed=${QUORVEL_RANDOM_SEED:-1}
 
-# The keys, 50 on a line.
+# Prints the keys, 50 on each line.
 random_keys() {
     awk -v number="$number" -v seed="$seed" 'BEGIN {
         split("Down Down Down Up Up Left Right Right Return Return KP_Enter Escape XF86Back", keys)
@@ -18,8 +18,8 @@ random_keys() {
     }'
 }
 
-# The window hears of this after the keys, so once it is paused they have all been handled, and once it
-# is resumed so has what they had put off.
+# Waits until the program has handled all keys. The window gets these events after the keys, so the pause
+# follows all keys, and the resume follows the work that the keys deferred.
 await_keys() {
     window=$(xdotool getwindowfocus)
     log_mark
@@ -38,23 +38,23 @@ press_all() {
     await_keys
 }
 
-# Once more than started, since the flag is set for the first time at the start.
-popups_have_ended() {
+# The log has one line more than there are popups, because the launch sets the flag too.
+popups_are_complete() {
     has_lines "$((started + 1))" 'SetRunningFlag 0'
 }
 
-# Every popup that was started ends, and was confirmed but for the last one.
-confirm_the_last() {
+# Every popup completes. All popups except the last are confirmed already.
+confirm_last_popup() {
     started=$(count_lines 'SetRunningFlag 1')
     confirmed=$(count_lines 'OK button is pressed.')
-    expect "the $started popups that were started have ended" popups_have_ended
+    expect "$started popups are complete" popups_are_complete
     if [ "$confirmed" -lt "$started" ]; then
         expect_focus ok
         press Return
         log_wait 'OK button is pressed.'
         confirmed=$((confirmed + 1))
     fi
-    [ "$confirmed" -eq "$started" ] || fail "$started popups were started, $confirmed confirmed"
+    [ "$confirmed" -eq "$started" ] || fail "$started popups started, $confirmed confirmed"
 }
 
 has_one_focus() {
@@ -64,8 +64,8 @@ has_one_focus() {
     esac
 }
 
-# It still answers: from wherever it is, into the list and to its first rows.
-still_answers() {
+# The program still reacts: the focus moves into the list and to its first rows.
+expect_reaction() {
     press Left Left
     expect_focus row
     press_to_the_top
@@ -80,9 +80,9 @@ press_to_the_top() {
 echo "$number keys, seed $seed"
 open_run "$root/samples/typical"
 press_all
-confirm_the_last
+confirm_last_popup
 expect "exactly one widget has the focus" has_one_focus
-still_answers
-[ "$(count_lines 'an Item is pressed')" -gt 0 ] || fail "the keys have pressed nothing"
-end_by_request
+expect_reaction
+[ "$(count_lines 'an Item is pressed')" -gt 0 ] || fail "no key pressed an item"
+close_by_request
 expect_clean_log

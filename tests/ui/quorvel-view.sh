@@ -1,20 +1,21 @@
 #!/bin/sh
-# Any folder is shown without being written to: by the program as it is installed, and by the tour
-# that script/run makes without a display.
+# quorvel-view shows any folder and never writes to it: when installed, and in the tour that script/run
+# makes without a display.
 set -eu
 # shellcheck source=tests/ui/ui.sh
 . "$(dirname -- "$0")/ui.sh"
 
-prints() {
+# Prints a checksum of each file of a folder.
+checksums() {
     find "$1" -type f -exec cksum {} + | sort
 }
 
-no_copy_is_left() {
+has_no_copy() {
     ! ls -d "$TMPDIR"/quorvel-data.* 2>/dev/null
 }
 
-# The view has the real /tmp, where the flag file may be that of somebody else.
-expect_flag_of_others() {
+# quorvel-view uses the real /tmp, where the flag file may belong to another user.
+expect_foreign_flag() {
     if [ -e /tmp/qel_first_execute ] && [ ! -O /tmp/qel_first_execute ]; then
         also_expected='failed to create flag file'
     fi
@@ -22,36 +23,36 @@ expect_flag_of_others() {
 
 installed_view() {
     cmake --install "$build" --prefix "$work/installed" >"$work/install.log" 2>&1 ||
-        fail "the installation: $(cat "$work/install.log")"
+        fail "installation: $(cat "$work/install.log")"
     program_start "$work/installed/bin/quorvel-view" "$folder"
     expect_focus row
     program_stop
-    expect_flag_of_others
+    expect_foreign_flag
     expect_clean_log
 }
 
 tour() {
     "$root/script/lib/tour" "$build" "$folder" "$work/pictures" >"$work/printed"
     [ "$(tail -n 1 "$work/printed")" = "$work/pictures/analysed.png" ] ||
-        fail "the picture of the analysed item is not the last one printed"
+        fail "the last printed path is not the picture of the analysed item"
     while read -r file; do
-        identify "$file" | grep -q ' PNG 1920x1080 ' || fail "no picture: $file"
+        identify "$file" | grep -q ' PNG 1920x1080 ' || fail "$file: not a picture of the screen"
     done <"$work/printed"
-    [ "$(wc -l <"$work/printed")" -eq 3 ] || fail "not three pictures"
+    [ "$(wc -l <"$work/printed")" -eq 3 ] || fail "the tour does not print three paths"
 }
 
-# There is nothing to analyse there, so the tour must not claim that it has shown it.
-tour_in_vain() {
+# Without an item to analyse, the tour prints only the picture of the start.
+tour_without_analysis() {
     "$root/script/lib/tour" "$build" "$1" "$work/pictures" ${2:+"$2"} \
-        >"$work/printed" 2>"$work/complaint" ||
-        fail "the tour of $1: $(cat "$work/complaint")"
+        >"$work/printed" 2>"$work/error" ||
+        fail "$1: the tour fails: $(cat "$work/error")"
     [ "$(cat "$work/printed")" = "$work/pictures/start.png" ] ||
-        fail "not the picture of the start alone: $(cat "$work/printed")"
-    grep -q 'no item that can be analysed' "$work/complaint" || fail "nothing is said of $1"
+        fail "$1: wrong pictures: $(cat "$work/printed")"
+    grep -q 'no item can be analysed' "$work/error" || fail "$1: no reason is printed"
 }
 
-# The only row loses its focus to the button and gets it back.
-tour_of_one() {
+# The only row loses the focus to the detail panel and gets it back.
+tour_with_one_item() {
     "$root/samples/make-large" "$work/one" --items 1 --failed 1 --seed 1
     "$root/script/lib/tour" "$build" "$work/one" "$work/pictures" >"$work/printed"
     [ "$(tail -n 1 "$work/printed")" = "$work/pictures/analysed.png" ] ||
@@ -60,7 +61,7 @@ tour_of_one() {
 
 # --- Without a window ---------------------------------------------------------------------------
 
-# quorvel-view next to a stand-in for quorvel, which runs the shell commands $1.
+# Creates a stand-in for quorvel next to quorvel-view. It runs the shell commands $1.
 make_stand_in() {
     mkdir -p "$work/bin"
     cp "$build/quorvel-view" "$build/lay-data" "$work/bin"
@@ -83,7 +84,7 @@ expect_error() {
 }
 
 expect_output() {
-    [ "$(cat "$work/out")" = "$1" ] || fail "the output is: $(cat "$work/out")"
+    [ "$(cat "$work/out")" = "$1" ] || fail "wrong output: $(cat "$work/out")"
 }
 
 # Writes a result file with one passed item: FOLDER START-TIME.
@@ -120,10 +121,10 @@ rejects_wrong_arguments() {
 
 prints_help_and_version() {
     expect_status 0 --help
-    grep -q -- '--latest' "$work/out" || fail "no help: $(cat "$work/out")"
+    grep -q -- '--latest' "$work/out" || fail "--help: $(cat "$work/out")"
     [ ! -s "$work/err" ] || fail "$(cat "$work/err")"
     expect_status 0 --version
-    grep -q '^quorvel-view [0-9.]*$' "$work/out" || fail "no version: $(cat "$work/out")"
+    grep -q '^quorvel-view [0-9.]*$' "$work/out" || fail "--version: $(cat "$work/out")"
 }
 
 lists_several_runs() {
@@ -132,7 +133,7 @@ lists_several_runs() {
     write_run "$work/several/new" '2024-11-18 09:40:43'
     expect_status 2 "$work/several"
     [ "$(sed 1d "$work/err")" = "SN of new  2024-11-18 09:40:43  $work/several/new
-SN of old  2024-11-18 09:40:42  $work/several/old" ] || fail "the list: $(cat "$work/err")"
+SN of old  2024-11-18 09:40:42  $work/several/old" ] || fail "wrong list: $(cat "$work/err")"
     expect_output ''
     expect_status 0 --latest "$work/several"
     expect_output 'SN of new'
@@ -143,7 +144,7 @@ SN of old  2024-11-18 09:40:42  $work/several/old" ] || fail "the list: $(cat "$
     expect_output 'SN of new'
 }
 
-opens_damaged_files_only_by_force() {
+opens_damaged_files_only_with_force() {
     make_stand_in 'ls'
     expect_status 1 "$root/samples/damaged"
     expect_error "$root/samples/damaged/qelXml.xml:193: "
@@ -158,7 +159,7 @@ qelXml.xml'
     expect_error 'is empty'
 }
 
-warns_of_a_run_without_items() {
+warns_of_run_without_items() {
     mkdir "$work/untested"
     echo '<r/>' >"$work/untested/qelXml.xml"
     expect_status 0 "$work/untested"
@@ -166,7 +167,7 @@ warns_of_a_run_without_items() {
 }
 
 # Two photos have equal base names.
-copies_only_the_named_files() {
+copies_only_named_files() {
     make_stand_in 'find . -type f | LC_ALL=C sort; cat mnt/a/1.jpg mnt/b/1.jpg'
     mkdir -p "$work/photos/mnt/a" "$work/photos/capture/mnt/b"
     printf first >"$work/photos/mnt/a/1.jpg"
@@ -182,7 +183,7 @@ copies_only_the_named_files() {
 firstsecond'
 }
 
-reports_a_signal() {
+reports_signal() {
     # shellcheck disable=SC2016 # for the stand-in
     make_stand_in 'kill -ABRT $$'
     mkdir "$work/malformed"
@@ -192,7 +193,7 @@ reports_a_signal() {
     expect_status 134 "$work/malformed"
     expect_error 'quorvel ended by signal 6'
     expect_error 'item 1 (Audio): opcode "xyz" is not a hexadecimal number'
-    ! grep -q Video "$work/err" || fail "a sound item is named: $(cat "$work/err")"
+    ! grep -q Video "$work/err" || fail "a valid item is named: $(cat "$work/err")"
     make_stand_in 'exit 5'
     expect_status 5 "$folder"
 }
@@ -224,31 +225,31 @@ second_view() {
     expect_status 0 --replace "$work/other"
     expect_output opened
     program_wait
-    [ "$program_status" -eq 0 ] || fail "the replaced view ends with $program_status"
+    [ "$program_status" -eq 0 ] || fail "the replaced program exited with status $program_status"
 }
 
 DATA=/opt/usr/home/owner/apps_rw/org.tizen.quorvel/data
 folder=$work/results
 cp -R "$root/samples/typical" "$folder"
 chmod -R a-w "$folder"
-before=$(prints "$folder")
+before=$(checksums "$folder")
 export TMPDIR="$work/tmp"
 mkdir "$TMPDIR"
 rejects_unusable_paths
 rejects_wrong_arguments
 prints_help_and_version
 lists_several_runs
-opens_damaged_files_only_by_force
-warns_of_a_run_without_items
-copies_only_the_named_files
-reports_a_signal
+opens_damaged_files_only_with_force
+warns_of_run_without_items
+copies_only_named_files
+reports_signal
 installed_view
 tour
-tour_in_vain "$root/samples/no-failures"
-tour_in_vain "$root/samples/damaged" --force
-tour_of_one
+tour_without_analysis "$root/samples/no-failures"
+tour_without_analysis "$root/samples/damaged" --force
+tour_with_one_item
 shows_photo_by_its_base_name
 second_view
-no_copy_is_left || fail "a copy of the folder is left"
-[ "$(prints "$folder")" = "$before" ] || fail "the folder was written to"
+has_no_copy || fail "a copy of the folder remains"
+[ "$(checksums "$folder")" = "$before" ] || fail "$folder: changed"
 chmod -R u+w "$folder"

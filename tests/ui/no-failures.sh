@@ -1,12 +1,12 @@
 #!/bin/sh
-# A run without a failed item, from its start to its end.
+# A run without failed items, from the launch to the shutdown.
 set -eu
 # shellcheck source=tests/ui/ui.sh
 . "$(dirname -- "$0")/ui.sh"
 # shellcheck source=tests/ui/cases.sh
 . "$(dirname -- "$0")/cases.sh"
 
-# The list is greyed and takes no key.
+# The greyed list takes no keys.
 walk_without_rows() {
     press Left
     screen_wait
@@ -17,7 +17,7 @@ walk_without_rows() {
     press Left Down
     log_wait 'OnUnfocus : '
     expect_focus button
-    has_lines 0 'QELItemView.cpp: Update' || fail "a row had the focus"
+    has_lines 0 'QELItemView.cpp: Update' || fail "a row gets the focus"
 }
 
 start "$root/samples/no-failures" button
@@ -25,5 +25,5 @@ walk_without_rows
 minimise_and_restore
 capture_fails
 capture_succeeds
-capture_is_spent
+capture_is_disabled
 close

@@ -1,5 +1,5 @@
 #!/bin/sh
-# A run with three failed items, from its start to its end.
+# A run with three failed items, from the launch to the shutdown.
 set -eu
 # shellcheck source=tests/ui/ui.sh
 . "$(dirname -- "$0")/ui.sh"
@@ -11,11 +11,11 @@ start "$work/run" row
 walk
 go_down 1 2
 analyse
-result Up Down 1 2
+expect_result Up Down 1 2
 analyse_again
 minimise_and_restore
 go_to_button
 capture_fails
 capture_succeeds
-capture_is_spent
+capture_is_disabled
 close

@@ -1,5 +1,5 @@
 #!/bin/sh
-# A run with 500 failed items, from its start to its end.
+# A run with 500 failed items, from the launch to the shutdown.
 set -eu
 # shellcheck source=tests/ui/ui.sh
 . "$(dirname -- "$0")/ui.sh"
@@ -18,11 +18,11 @@ start "$work/run" row
 walk
 go_to_last_row
 analyse
-result Up Down 498 499
+expect_result Up Down 498 499
 analyse_again
 minimise_and_restore
 go_to_button
 capture_fails
 capture_succeeds
-capture_is_spent
+capture_is_disabled
 close
