@@ -80,7 +80,8 @@ std::vector<std::string> ListPhotoPlaces(const std::string& name) {
 std::string FindPhoto(const std::string& folder, const std::string& name) {
     for (const std::string& place : ListPhotoPlaces(name)) {
         if (IsRegularFile(folder, place)) {
-            return folder + "/" + place;
+            std::string path = folder;
+            return path.append("/").append(place);
         }
     }
     return {};

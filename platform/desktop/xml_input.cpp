@@ -98,7 +98,7 @@ int OnClose(void* input) {
 }
 
 // The application logs the error record. libxml2 would print the lines of the file unescaped.
-void OnError(void*, const char*, ...) {}
+void OnError(void*, const char*, ...) {}  // NOLINT(cert-dcl50-cpp): the type of the callback
 
 // Computes what xmlNodeListGetString returns for a list with in-line substitution. libxml2 joins
 // the pieces in quadratic time and expands entities without a limit.

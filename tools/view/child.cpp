@@ -53,6 +53,7 @@ private:
     prctl(PR_SET_PDEATHSIG, SIGTERM);
     if (getppid() == parent) {
         std::vector<char*> pointers;
+        pointers.reserve(words.size() + 1);
         for (std::string& word : words) {
             pointers.push_back(word.data());
         }

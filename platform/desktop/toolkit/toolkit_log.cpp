@@ -48,9 +48,10 @@ bool IsKnown(std::string_view function, std::string_view text) {
 }
 
 // Any thread of the toolkit.
-void OnMessage(const Eina_Log_Domain* domain, Eina_Log_Level /*level*/, const char* /*file*/,
-               const char* function, int /*line*/, const char* format, void* /*data*/,
-               va_list arguments) {
+[[gnu::format(printf, 6, 0)]] void OnMessage(const Eina_Log_Domain* domain,
+                                             Eina_Log_Level /*level*/, const char* /*file*/,
+                                             const char* function, int /*line*/, const char* format,
+                                             void* /*data*/, va_list arguments) {
     const std::string text = Format(format, arguments);
     if (!IsKnown(function, text)) {
         LogError(std::string(domain->name) + ": " + function + ": " + text);
