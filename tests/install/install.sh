@@ -1,9 +1,9 @@
 #!/bin/sh
-# What is installed is complete, and the installed program runs on nothing but that:
+# The installation is complete, and the installed program uses only installed files:
 #
 #     install.sh BUILD-DIR
 #
-# Draws into memory, so no display is needed.
+# The program draws into memory, so the test needs no display.
 set -eu
 unset CDPATH
 
@@ -20,21 +20,21 @@ finish() {
 }
 
 fail() {
-    echo "install: $*" >&2
+    echo "install.sh: $*" >&2
     cat "$work/log" >&2 2>/dev/null || true
     exit 1
 }
 
-# Looks again and again whether "$@" is true.
+# Runs "$@" until it succeeds. Fails after 20 seconds.
 expect() {
     end=$(($(date +%s) + 20))
     until "$@"; do
-        [ "$(date +%s)" -lt "$end" ] || fail "not so: $*"
+        [ "$(date +%s)" -lt "$end" ] || fail "not true: $*"
         sleep 0.05
     done
 }
 
-# Prints the process whose program is the installed one.
+# Prints the folder in /proc of the process that runs the installed program.
 process() {
     for exe in /proc/[0-9]*/exe; do
         if [ "$(readlink "$exe" 2>/dev/null)" = "$prefix/bin/quorvel" ]; then
@@ -53,7 +53,7 @@ logged() {
     grep -q -- "$1" "$work/log"
 }
 
-has_ended() {
+has_exited() {
     ! process >/dev/null
 }
 
@@ -66,12 +66,12 @@ cmake --install "$build" --prefix "$prefix" >"$work/log"
 share=$prefix/share/quorvel/resources
 for file in "$prefix/bin/quorvel" "$prefix/bin/quorvel-view" "$prefix/bin/quorvel-report" \
     "$prefix/libexec/quorvel/lay-data"; do
-    [ -x "$file" ] || fail "not installed: $file"
+    [ -x "$file" ] || fail "$file: not installed"
 done
 for page in quorvel quorvel-view; do
     [ -r "$prefix/share/man/man1/$page.1" ] || fail "the manual page is not installed: $page"
 done
-[ -r "$share/theme/quorvel.edj" ] || fail "the theme is not installed"
+[ -r "$share/theme/quorvel.edj" ] || fail "$share/theme/quorvel.edj: not installed"
 
 # The program does not depend on the build. Only its debug information may name the build.
 strip -o "$work/stripped" "$prefix/bin/quorvel"
@@ -79,10 +79,10 @@ for folder in "$build" "$root"; do
     ! grep -q -a -F -- "$folder" "$work/stripped" || fail "the program contains the path $folder"
 done
 
-# The same files as those that the program finds beside the build, and no others.
+# The installed resources are the resources of the build.
 (cd -- "$build/resources" && find . -type f | LC_ALL=C sort) >"$work/built"
 (cd -- "$share" && find . -type f | LC_ALL=C sort) >"$work/installed"
-diff "$work/built" "$work/installed" >&2 || fail "the installed resources are not those of the build"
+diff "$work/built" "$work/installed" >&2 || fail "$share: differs from the resources of the build"
 
 unset XDG_CACHE_HOME XDG_CONFIG_HOME XDG_DATA_HOME XDG_STATE_HOME
 unset QUORVEL_LOG_LEVEL QUORVEL_RESOURCES QUORVEL_USB_DIR ELM_ENGINE ELM_SCALE ELM_THEME
@@ -93,8 +93,8 @@ expect logged "Resource = $share/org.tizen.menu/Settings/setting_bg_base.webp"
 expect logged "done app_create"
 expect has_opened "$share/theme/quorvel.edj"
 
-"$prefix/bin/quorvel" EXEPARAM=CLOSE >"$work/second" 2>&1 || fail "closing it: $(cat "$work/second")"
-wait "$view" || fail "it ended with $?"
+"$prefix/bin/quorvel" EXEPARAM=CLOSE >"$work/second" 2>&1 || fail "close request: $(cat "$work/second")"
+wait "$view" || fail "quorvel-view exited with status $?"
 view=
-expect has_ended
-! logged "Failed to set Resource" || fail "a resource is missing"
+expect has_exited
+! logged "Failed to set Resource" || fail "the program misses a resource"

@@ -1,5 +1,5 @@
 #!/bin/sh
-# The package has the version of the build, and everything that is installed:
+# The Debian package has the version of the build and contains the installed files:
 #
 #     package.sh BUILD-DIR VERSION
 set -eu
@@ -12,22 +12,22 @@ trap 'rm -rf -- "$work"' EXIT
 trap 'exit 1' HUP INT TERM
 
 fail() {
-    echo "package: $*" >&2
+    echo "package.sh: $*" >&2
     exit 1
 }
 
-# A build must not disturb the temporary files of another one.
+# A private folder keeps the temporary files apart from another run of cpack.
 (cd -- "$work" && cpack -G DEB --config "$build/CPackConfig.cmake" -B "$work") >"$work/log" 2>&1 || {
     cat "$work/log" >&2
-    fail "cpack fails"
+    fail "cpack: failed"
 }
 package=$(find "$work" -maxdepth 1 -name '*.deb')
 packaged=$(dpkg-deb -f "$package" Version)
-[ "$packaged" = "$version" ] || fail "its version is $packaged, that of the build $version"
+[ "$packaged" = "$version" ] || fail "$package: version $packaged instead of $version"
 
 dpkg-deb -x "$package" "$work/files"
 for file in bin/quorvel bin/quorvel-view bin/quorvel-report libexec/quorvel/lay-data \
     share/quorvel/resources/theme/quorvel.edj; do
-    [ -f "$work/files/usr/$file" ] || fail "it lacks $file"
+    [ -f "$work/files/usr/$file" ] || fail "$package: does not contain $file"
 done
-dpkg-deb -f "$package" Depends | grep -q libelementary || fail "it does not ask for the toolkit"
+dpkg-deb -f "$package" Depends | grep -q libelementary || fail "$package: does not depend on the toolkit"
