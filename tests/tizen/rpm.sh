@@ -87,11 +87,11 @@ icon=$(sed -n 's|.*<icon>\(.*\)</icon>.*|\1|p' "$manifest")
 [ -f "$work/unpacked/usr/apps/$name/shared/res/$icon" ] || fail "the package lacks the icon $icon"
 ! grep -q -a -F -- "$work" "$work/unpacked$exec" || fail "the program contains the build folder"
 
-# The modules that the build finds with pkg-config are the ones that the spec file requires.
+# The modules that the build finds with pkg-config are the modules that the package requires.
 {
     sed -n 's/.*pkg_check_modules(.* GLOBAL *\(.*\))/\1/p;/^ *capi-appfw-application capi/s/)//p' \
         "$root/platform/tizen/CMakeLists.txt" | tr -s ' ' '\n' | grep . && echo libtzplatform-config
 } | LC_ALL=C sort >"$work/modules"
 sed -n 's/^BuildRequires: *pkgconfig(\(.*\))/\1/p' "$root/packaging/$name.spec" | LC_ALL=C sort \
     >"$work/required-modules"
-same modules required-modules "the spec file requires other modules than the build"
+same modules required-modules "the package requires other modules than the build"
