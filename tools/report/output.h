@@ -16,7 +16,7 @@ public:
     DescriptorBuffer(const DescriptorBuffer&) = delete;
     DescriptorBuffer& operator=(const DescriptorBuffer&) = delete;
 
-    // The error number of the first failed write; 0 when there is none.
+    // The error number of the first failed write, or 0.
     int Error() const { return m_Error; }
 
 protected:

@@ -25,7 +25,7 @@ struct ResultFile {
     std::string name;
     FileState state = FileState::kMissing;
     std::string problem = {};  // the reason of kUnreadable and kDamaged, in one line
-    int line = 0;              // the line of the problem in the file; 0 when there is none
+    int line = 0;              // the line of the problem in the file, or 0
 };
 
 // The photo that an "image" item names.

@@ -51,7 +51,7 @@ std::string FindLayData() {
     throw std::runtime_error("lay-data is missing; install Quorvel again");
 }
 
-// Returns the run to open. Reports why there is none, and sets status.
+// Returns the run to open. Without such a run: reports the reason and sets status.
 std::optional<runs::Run> ChooseRun(const Options& options, int& status) {
     runs::SearchResult result = runs::FindRuns(options.path);
     for (const std::string& problem : result.problems) {
