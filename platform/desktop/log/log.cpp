@@ -3,6 +3,7 @@
 #include <dlog.h>
 #include <fcntl.h>
 #include <spdlog/details/log_msg.h>
+#include <spdlog/pattern_formatter.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -26,9 +27,12 @@ namespace quorvel::desktop {
 
 namespace {
 
-constexpr std::size_t kMaxFileBytes = std::size_t{4} << 20;
-constexpr std::size_t kOldFiles = 3;
+// A run of 10,000 items writes 4.5 MiB with one analysis.
+constexpr LogFileLimits kFileLimits{std::size_t{4} << 20, 3, std::size_t{512} << 10};
 constexpr const char* kOwnTag = "quorvel";
+// The time precedes a line in the file, but not on the terminal.
+constexpr const char* kTimePattern = "%Y-%m-%d %H:%M:%S.%e ";
+constexpr std::size_t kTimeLength = sizeof("2000-12-31 23:59:59.999 ") - 1;
 // How long the program waits at exit until the terminal has the last lines.
 constexpr std::chrono::milliseconds kDrainTimeout{500};
 
@@ -53,10 +57,14 @@ private:
     // Writes the text as an error to the terminal only.
     void m_Report(const std::string& text);
     void m_WriteLine(const spdlog::details::log_msg& line);
-    void m_WriteToFile(const spdlog::details::log_msg& line);
+    void m_WriteToFile(std::string_view line);
+    // Returns the line with the time. The result is valid until the next call.
+    std::string_view m_Format(const spdlog::details::log_msg& line);
 
     std::mutex m_Mutex;
     spdlog::level::level_enum m_Level = spdlog::level::info;
+    spdlog::pattern_formatter m_Formatter{kTimePattern + LogTerminal::LinePattern()};
+    spdlog::memory_buf_t m_Formatted;
     LogTerminal m_Terminal;
     std::unique_ptr<LogFile> m_File;
     bool m_FileFails = false;
@@ -64,14 +72,9 @@ private:
 
 std::terminate_handler g_NextTerminateHandler = nullptr;
 
-// The last message of the application on this thread, cut to the size. Trivially destructible,
-// since threads log until they end.
+// The last message of the application on this thread, cut to the size; also if the level hides it.
+// Trivially destructible, since threads log until they end.
 thread_local std::array<char, 512> g_LastMessage{};
-
-void KeepLastMessage(const std::string& message) {
-    const std::size_t end = message.find_last_not_of('\n') + 1;
-    g_LastMessage[message.copy(g_LastMessage.data(), std::min(end, g_LastMessage.size() - 1))] = 0;
-}
 
 // Returns the text of the exception that ends the program; an empty string without an exception.
 std::string UncaughtException() {
@@ -91,7 +94,8 @@ std::string UncaughtException() {
 // The last line names the item whose value caused the exception.
 void LogUncaughtException() {
     const std::string text = UncaughtException();
-    const std::string last = g_LastMessage.data();
+    std::string last = g_LastMessage.data();
+    last.erase(last.find_last_not_of('\n') + 1);
     if (!text.empty()) {
         LogError("uncaught exception: " + text +
                  (last.empty() ? last : "; last line of its thread: " + last));
@@ -155,14 +159,14 @@ void Log::m_ChooseLevel() {
 
 void Log::m_OpenFile() {
     try {
-        m_File = std::make_unique<LogFile>(LogFilePath(), kMaxFileBytes, kOldFiles);
+        m_File = std::make_unique<LogFile>(LogFilePath(), kFileLimits);
     } catch (const std::exception& error) {
         m_Report(std::string("logging to the terminal only: ") + error.what());
     }
 }
 
 void Log::m_Report(const std::string& text) {
-    m_Terminal.Put({kOwnTag, spdlog::level::err, text});
+    m_Terminal.Put(m_Format({kOwnTag, spdlog::level::err, text}).substr(kTimeLength));
 }
 
 void Log::Write(spdlog::level::level_enum level, const char* tag, std::string_view message) {
@@ -180,14 +184,21 @@ void Log::Write(spdlog::level::level_enum level, const char* tag, std::string_vi
 }
 
 void Log::m_WriteLine(const spdlog::details::log_msg& line) {
-    m_Terminal.Put(line);
+    const std::string_view formatted = m_Format(line);
+    m_Terminal.Put(formatted.substr(kTimeLength));
     if (m_File != nullptr) {
-        m_WriteToFile(line);
+        m_WriteToFile(formatted);
     }
 }
 
+std::string_view Log::m_Format(const spdlog::details::log_msg& line) {
+    m_Formatted.clear();
+    m_Formatter.format(line, m_Formatted);
+    return {m_Formatted.data(), m_Formatted.size()};
+}
+
 // Tries again with each line. Reports only the first of successive failures.
-void Log::m_WriteToFile(const spdlog::details::log_msg& line) {
+void Log::m_WriteToFile(std::string_view line) {
     try {
         m_File->Write(line);
         m_FileFails = false;
@@ -199,14 +210,21 @@ void Log::m_WriteToFile(const spdlog::details::log_msg& line) {
     }
 }
 
-[[gnu::format(printf, 1, 0)]] std::string Format(const char* format, va_list arguments) {
+// Formats the message into g_LastMessage. Returns the whole message, which is in longMessage if
+// g_LastMessage is too small.
+[[gnu::format(printf, 1, 0)]] std::string_view Format(const char* format, va_list arguments,
+                                                      std::string& longMessage) {
     va_list copy;
     va_copy(copy, arguments);
-    const int length = std::vsnprintf(nullptr, 0, format, copy);
+    const int length = std::vsnprintf(g_LastMessage.data(), g_LastMessage.size(), format, copy);
     va_end(copy);
-    std::string text(static_cast<std::size_t>(length < 0 ? 0 : length), '\0');
-    std::vsnprintf(text.data(), text.size() + 1, format, arguments);
-    return text;
+    const auto size = static_cast<std::size_t>(std::max(length, 0));
+    if (size < g_LastMessage.size()) {
+        return {g_LastMessage.data(), size};
+    }
+    longMessage.resize(size);
+    std::vsnprintf(longMessage.data(), size + 1, format, arguments);
+    return longMessage;
 }
 
 [[gnu::format(printf, 3, 0)]] int Print(int priority, const char* tag, const char* format,
@@ -216,11 +234,11 @@ void Log::m_WriteToFile(const spdlog::details::log_msg& line) {
     }
     const auto level = priority == DLOG_ERROR ? spdlog::level::err : spdlog::level::info;
     Log& log = Log::GetInstance();
+    std::string longMessage;
+    const std::string_view message = Format(format, arguments, longMessage);
     if (!log.Shows(level)) {
         return 0;
     }
-    const std::string message = Format(format, arguments);
-    KeepLastMessage(message);
     log.Write(level, tag, message);
     return static_cast<int>(message.size());
 }

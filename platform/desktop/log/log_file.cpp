@@ -1,20 +1,38 @@
 #include "log/log_file.h"
 
 #include <fcntl.h>
+#include <sys/inotify.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <array>
 #include <cerrno>
+#include <cstdio>
+#include <ctime>
+#include <stdexcept>
+#include <system_error>
 #include <utility>
 
 namespace quorvel::desktop {
 
 namespace {
 
-// Time, then the form of the terminal.
-constexpr const char* kPattern = "%Y-%m-%d %H:%M:%S.%e %L/%-8n(%5P): %v";
+// A watch does not report changes by another machine, behind a link, and of a folder above.
+constexpr std::chrono::milliseconds kCheckInterval{500};
 
 constexpr mode_t kPrivateMode = S_IRUSR | S_IWUSR;
+
+// Returns the time since the start of the machine, to some milliseconds. Faster than steady_clock.
+std::chrono::milliseconds CoarseTime() {
+    timespec now{};
+    clock_gettime(CLOCK_MONOTONIC_COARSE, &now);
+    return std::chrono::milliseconds(now.tv_sec * 1000 + now.tv_nsec / 1000000);
+}
+
+[[noreturn]] void Fail(const std::string& problem, int error) {
+    throw std::system_error(error, std::generic_category(), problem);
+}
 
 // Ignores errors: opening the file reports them.
 void MakeFolders(const std::string& file) {
@@ -24,62 +42,169 @@ void MakeFolders(const std::string& file) {
     }
 }
 
-// Called before spdlog opens the file. spdlog alone would create a file that others can read. If it
-// could not open the file, it would sleep and try again while all threads that log wait.
-// Only a regular file is accepted: writing to a FIFO or a device may block.
-void MakePrivate(const std::string& file) {
+// Opens the file for appending; only the user may access it. Only a regular file is accepted:
+// writing to a FIFO or a device may block.
+int OpenPrivate(const std::string& file, struct stat& status) {
     const int opened =
-        open(file.c_str(), O_WRONLY | O_CREAT | O_NONBLOCK | O_NOCTTY | O_CLOEXEC, kPrivateMode);
+        open(file.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_NONBLOCK | O_NOCTTY | O_CLOEXEC,
+             kPrivateMode);
     // ENXIO: a socket, a FIFO without a reader, or a device without a driver.
     if (opened < 0 && errno != ENXIO) {
-        throw spdlog::spdlog_ex("Failed opening file " + file + " for writing", errno);
+        Fail("failed to open " + file, errno);
     }
-    struct stat status {};
-    const bool isRegular = opened >= 0 && fstat(opened, &status) == 0 && S_ISREG(status.st_mode);
-    if (isRegular) {
-        (void)fchmod(opened, kPrivateMode);
+    if (opened < 0 || fstat(opened, &status) != 0 || !S_ISREG(status.st_mode)) {
+        if (opened >= 0) {
+            close(opened);
+        }
+        throw std::runtime_error(file + ": not a regular file; remove it");
     }
-    if (opened >= 0) {
-        close(opened);
+    (void)fchmod(opened, kPrivateMode);
+    return opened;
+}
+
+// Returns false and sets errno when not all of the text could be written.
+bool WriteAll(int file, std::string_view text) {
+    while (!text.empty()) {
+        const ssize_t written = write(file, text.data(), text.size());
+        if (written < 0 && errno != EINTR) {
+            return false;
+        }
+        text.remove_prefix(static_cast<std::size_t>(std::max<ssize_t>(written, 0)));
     }
-    if (!isRegular) {
-        throw spdlog::spdlog_ex(file + ": not a regular file; remove it");
+    return true;
+}
+
+bool WriteNewFile(const std::string& path, std::string_view text) {
+    unlink(path.c_str());
+    const int file = open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, kPrivateMode);
+    if (file < 0) {
+        return false;
+    }
+    const bool isWritten = WriteAll(file, text);
+    return close(file) == 0 && isWritten;
+}
+
+// A log copy at the same time gets the earlier file or the whole new one.
+void ReplaceFile(const std::string& path, std::string_view text) {
+    const std::string unfinished = path + ".new";
+    if (!WriteNewFile(unfinished, text) || std::rename(unfinished.c_str(), path.c_str()) != 0) {
+        const int error = errno;
+        unlink(unfinished.c_str());
+        Fail("failed to write " + path, error);
     }
 }
 
 }  // namespace
 
-LogFile::LogFile(std::string path, std::size_t maxBytes, std::size_t oldFiles)
-    : m_Path(std::move(path)), m_MaxBytes(maxBytes), m_OldFiles(oldFiles) {
+FolderWatch::FolderWatch() : m_Events(inotify_init1(IN_NONBLOCK | IN_CLOEXEC)) {}
+
+FolderWatch::~FolderWatch() {
+    if (m_Events >= 0) {
+        close(m_Events);
+    }
+}
+
+void FolderWatch::Start(const std::string& folder) {
+    if (m_Watch >= 0) {
+        inotify_rm_watch(m_Events, m_Watch);
+    }
+    m_Watch = inotify_add_watch(
+        m_Events, folder.c_str(),
+        IN_CREATE | IN_MOVED_FROM | IN_MOVED_TO | IN_DELETE | IN_MOVE_SELF | IN_DELETE_SELF);
+}
+
+// Events that do not fit make the next call return true too.
+bool FolderWatch::HasChanged() {
+    alignas(inotify_event) std::array<char, 4096> events;  // NOLINT(*-member-init): read fills it
+    return m_Watch < 0 || read(m_Events, events.data(), events.size()) > 0;
+}
+
+LogFile::LogFile(std::string path, const LogFileLimits& limits)
+    : m_Path(std::move(path)), m_Limits(limits) {
     m_Open();
 }
 
-void LogFile::Write(const spdlog::details::log_msg& line) {
+LogFile::~LogFile() {
+    close(m_File);
+}
+
+void LogFile::Write(std::string_view line) {
+    m_OpenIfReplaced();
+    if (m_Size > 0 && m_Size + line.size() > m_Limits.maxBytes) {
+        m_Rotate();
+    }
+    if (!WriteAll(m_File, line)) {
+        Fail("failed to write " + m_Path, errno);
+    }
+    m_Size += line.size();
+    if (!m_IsStartComplete) {
+        m_KeepStart(line);
+    }
+}
+
+// Checks again with each line until the file is open.
+void LogFile::m_OpenIfReplaced() {
+    if (m_Folder.HasChanged()) {
+        m_NextCheck = {};
+    }
+    const std::chrono::milliseconds now = CoarseTime();
+    if (now < m_NextCheck) {
+        return;
+    }
     if (m_IsReplaced()) {
         m_Open();
     }
-    m_Sink->log(line);
-    m_Sink->flush();
+    m_NextCheck = now + kCheckInterval;
 }
 
 void LogFile::m_Open() {
     MakeFolders(m_Path);
-    spdlog::file_event_handlers handlers;
-    handlers.before_open = MakePrivate;
-    m_Sink = std::make_unique<spdlog::sinks::rotating_file_sink_st>(m_Path, m_MaxBytes, m_OldFiles,
-                                                                    false, handlers);
-    m_Sink->set_pattern(kPattern);
+    // Before the file is opened: a change in between is reported.
+    m_Folder.Start(m_Path.substr(0, m_Path.rfind('/')));
     struct stat status {};
-    stat(m_Path.c_str(), &status);
+    const int file = OpenPrivate(m_Path, status);
+    if (m_File >= 0) {
+        close(m_File);
+    }
+    m_File = file;
+    m_Size = static_cast<std::size_t>(status.st_size);
     m_Device = status.st_dev;
     m_Inode = status.st_ino;
 }
 
-// Also returns true after a rotation by this process; opening the file again is harmless then.
 bool LogFile::m_IsReplaced() const {
     struct stat status {};
     return stat(m_Path.c_str(), &status) != 0 || status.st_dev != m_Device ||
            status.st_ino != m_Inode;
+}
+
+// A log that cannot be renamed is emptied, since it must not grow without limit.
+void LogFile::m_Rotate() {
+    for (std::size_t age = m_Limits.oldFiles; age > 1; --age) {
+        (void)std::rename(m_PathWith(std::to_string(age - 1)).c_str(),
+                          m_PathWith(std::to_string(age)).c_str());
+    }
+    if (std::rename(m_Path.c_str(), m_PathWith("1").c_str()) != 0) {
+        (void)ftruncate(m_File, 0);
+    }
+    m_Open();
+}
+
+void LogFile::m_KeepStart(std::string_view line) {
+    m_IsStartComplete = m_Start.size() + line.size() > m_Limits.startBytes;
+    if (!m_IsStartComplete) {
+        m_Start += line;
+        return;
+    }
+    const std::string start = std::exchange(m_Start, {});
+    if (!start.empty()) {
+        ReplaceFile(m_PathWith("start"), start);
+    }
+}
+
+std::string LogFile::m_PathWith(const std::string& word) const {
+    std::string path = m_Path;
+    return path.insert(path.rfind('.'), "." + word);
 }
 
 }  // namespace quorvel::desktop

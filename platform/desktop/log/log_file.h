@@ -1,38 +1,78 @@
 #ifndef QUORVEL_PLATFORM_DESKTOP_LOG_LOG_FILE_H_
 #define QUORVEL_PLATFORM_DESKTOP_LOG_LOG_FILE_H_
 
-#include <spdlog/details/log_msg.h>
-#include <spdlog/sinks/rotating_file_sink.h>
 #include <sys/types.h>
 
+#include <chrono>
 #include <cstddef>
-#include <memory>
 #include <string>
+#include <string_view>
 
 namespace quorvel::desktop {
 
+struct LogFileLimits {
+    std::size_t maxBytes;    // size at which the file is rotated
+    std::size_t oldFiles;    // number of rotated files to keep
+    std::size_t startBytes;  // size of the file with the first lines of this process
+};
+
+// Reports changes of the names in one folder. One thread at a time.
+class FolderWatch {
+public:
+    FolderWatch();
+    ~FolderWatch();
+    FolderWatch(const FolderWatch&) = delete;
+    FolderWatch& operator=(const FolderWatch&) = delete;
+
+    // Watches this folder instead of the earlier one.
+    void Start(const std::string& folder);
+    // Returns whether a file in the folder was created, renamed or removed, or the folder itself
+    // was renamed or removed, since the last call. Always true when the folder cannot be watched.
+    bool HasChanged();
+
+private:
+    int m_Events;
+    int m_Watch = -1;
+};
+
 // The rotating log file. Several processes may write to it, since a hand-over is logged too. If
-// another process rotates the file, it is opened again. Owned by Log. One thread at a time.
+// another process rotates or removes the file, it is opened again. The first lines of this process
+// are kept in a second file, which no rotation removes: a.start.log for a.log. Owned by Log. One
+// thread at a time.
 class LogFile {
 public:
-    // Opens the file and creates missing folders; only the user may access either. maxBytes: size
-    // at which the file is rotated. oldFiles: number of rotated files to keep. Throws
-    // spdlog::spdlog_ex when the file cannot be opened.
-    LogFile(std::string path, std::size_t maxBytes, std::size_t oldFiles);
+    // Opens the file and creates missing folders; only the user may access either. Throws
+    // std::runtime_error when the file cannot be opened.
+    LogFile(std::string path, const LogFileLimits& limits);
+    ~LogFile();
+    LogFile(const LogFile&) = delete;
+    LogFile& operator=(const LogFile&) = delete;
 
-    // Writes one line and flushes it. Throws spdlog::spdlog_ex.
-    void Write(const spdlog::details::log_msg& line);
+    // Appends one line, which ends with a line feed. The file has it when the call returns. The
+    // second file is replaced as soon as this process has written limits.startBytes; a process that
+    // writes less leaves it unchanged. Throws std::runtime_error.
+    void Write(std::string_view line);
 
 private:
     void m_Open();
+    void m_OpenIfReplaced();
     bool m_IsReplaced() const;
+    void m_Rotate();
+    void m_KeepStart(std::string_view line);
+    // Returns the path with the word before its extension: a.1.log for a.log.
+    std::string m_PathWith(const std::string& word) const;
 
     std::string m_Path;
-    std::size_t m_MaxBytes;
-    std::size_t m_OldFiles;
-    std::unique_ptr<spdlog::sinks::rotating_file_sink_st> m_Sink;
+    LogFileLimits m_Limits;
+    int m_File = -1;
+    std::size_t m_Size = 0;  // without lines that other processes have written since m_Open
     dev_t m_Device = 0;
     ino_t m_Inode = 0;
+    FolderWatch m_Folder;
+    // When m_IsReplaced is called again although the watch reports no change.
+    std::chrono::milliseconds m_NextCheck{0};
+    std::string m_Start;  // the first lines, until the second file has them
+    bool m_IsStartComplete = false;
 };
 
 }  // namespace quorvel::desktop

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <climits>
 #include <csignal>
 #include <cstdio>
 #include <string>
@@ -19,25 +20,26 @@ namespace quorvel::desktop {
 
 namespace {
 
-// The brief form of the set's log: level, tag, process, message.
-constexpr const char* kPattern = "%L/%-8n(%5P): %v";
 constexpr std::size_t kMaxQueuedBytes = std::size_t{1} << 20;
+
+// How long the thread collects lines before it writes them. Otherwise each line would wake it.
+constexpr std::chrono::milliseconds kCollectTime{1};
+
+// A pipe takes so many bytes as one piece.
+constexpr std::size_t kMaxBlockBytes = PIPE_BUF;
 
 constexpr const char* kColourEnd = "\x1b[m";
 
-const char* ColourOf(spdlog::level::level_enum level) {
-    switch (level) {
-        case spdlog::level::err:
+// letter: of the level.
+const char* ColourOf(char letter) {
+    switch (letter) {
+        case 'E':
             return "\x1b[1;31m";
-        case spdlog::level::warn:
+        case 'W':
             return "\x1b[33m";
         default:
             return "\x1b[32m";
     }
-}
-
-std::size_t SizeOf(const spdlog::details::log_msg& line) {
-    return line.payload.size() + sizeof(line);
 }
 
 unsigned char ByteAt(std::string_view text, std::size_t index) {
@@ -46,6 +48,12 @@ unsigned char ByteAt(std::string_view text, std::size_t index) {
 
 bool IsC1(unsigned char byte) {
     return byte >= 0x80 && byte <= 0x9f;
+}
+
+// Returns whether the byte can be a part of a control character.
+bool MayBelongToControl(char letter) {
+    const auto byte = static_cast<unsigned char>(letter);
+    return (byte < 0x20 && byte != '\t') || byte >= 0x7f;
 }
 
 // Returns the number of bytes of the control character at index; 0 for other characters. Control
@@ -101,13 +109,19 @@ void WriteToTerminal(std::string_view text) {
 }  // namespace
 
 LogTerminal::LogTerminal()
-    : m_Formatter(kPattern),
+    : m_Formatter(LinePattern()),
       m_IsColoured(spdlog::details::os::in_terminal(stderr) &&
                    spdlog::details::os::is_color_terminal()) {
     m_Start();
 }
 
-void LogTerminal::Put(const spdlog::details::log_msg& line) {
+std::string LogTerminal::LinePattern() {
+    std::array<char, 64> pattern{};
+    std::snprintf(pattern.data(), pattern.size(), "%%L/%%-8n(%5d): %%v", getpid());
+    return pattern.data();
+}
+
+void LogTerminal::Put(std::string_view line) {
     const std::lock_guard<std::mutex> lock(m_Mutex);
     if (!m_HasThread) {
         return;
@@ -118,12 +132,14 @@ void LogTerminal::Put(const spdlog::details::log_msg& line) {
     }
     m_EnqueueNotice();
     m_Enqueue(line);
-    m_Changed.notify_all();
+    if (std::exchange(m_IsWaiting, false)) {
+        m_Changed.notify_all();
+    }
 }
 
 void LogTerminal::Drain(std::chrono::milliseconds timeout) {
     std::unique_lock<std::mutex> lock(m_Mutex);
-    m_Changed.wait_for(lock, timeout, [this] { return m_Queue.empty(); });
+    m_Changed.wait_for(lock, timeout, [this] { return m_QueuedBytes == 0; });
 }
 
 // Blocks all signals in the thread. The main loop handles the signals that end the program, and
@@ -143,45 +159,75 @@ void LogTerminal::m_Start() {
 }
 
 void LogTerminal::m_Run() {
+    std::string lines;
     std::unique_lock<std::mutex> lock(m_Mutex);
     for (;;) {
+        m_IsWaiting = m_Queue.empty();
         m_Changed.wait(lock, [this] { return !m_Queue.empty(); });
-        // Stays valid while other threads add lines.
-        const spdlog::details::log_msg_buffer& line = m_Queue.front();
+        m_IsWaiting = false;
         lock.unlock();
-        m_Write(line);
+        std::this_thread::sleep_for(kCollectTime);
         lock.lock();
-        m_QueuedBytes -= SizeOf(line);
-        m_Queue.pop_front();
+        lines.swap(m_Queue);
+        lock.unlock();
+        m_WriteAll(lines);
+        lines.clear();
+        lock.lock();
         if (m_Queue.empty()) {
             m_EnqueueNotice();
         }
-        m_Changed.notify_all();
     }
 }
 
-// Writes the whole line with one call, so that other programs cannot write into it.
-void LogTerminal::m_Write(const spdlog::details::log_msg& line) {
-    spdlog::memory_buf_t formatted;
-    m_Formatter.format(line, formatted);
-    // The formatter ends the line with a line feed.
-    std::string text = EscapeControls({formatted.data(), formatted.size() - 1});
+void LogTerminal::m_WriteAll(std::string_view lines) {
+    std::string block;
+    std::size_t queuedBytes = 0;
+    while (!lines.empty()) {
+        const std::size_t size = lines.find('\n') + 1;
+        const std::string_view line = lines.substr(0, size - 1);
+        const bool isPlain =
+            !m_IsColoured && std::none_of(line.begin(), line.end(), MayBelongToControl);
+        const std::string composed = isPlain ? std::string() : m_Compose(line);
+        const std::string_view text = isPlain ? lines.substr(0, size) : composed;
+        if (!block.empty() && block.size() + text.size() > kMaxBlockBytes) {
+            m_WriteBlock(block, std::exchange(queuedBytes, 0));
+            block.clear();
+        }
+        block += text;
+        queuedBytes += size;
+        lines.remove_prefix(size);
+    }
+    m_WriteBlock(block, queuedBytes);
+}
+
+// Writes whole lines with one call, so that other programs cannot write into a line.
+void LogTerminal::m_WriteBlock(const std::string& block, std::size_t queuedBytes) {
+    WriteToTerminal(block);
+    const std::lock_guard<std::mutex> lock(m_Mutex);
+    m_QueuedBytes -= queuedBytes;
+    m_Changed.notify_all();
+}
+
+std::string LogTerminal::m_Compose(std::string_view line) const {
+    std::string text = EscapeControls(line);
     if (m_IsColoured) {
-        text.insert(0, ColourOf(line.level));
+        text.insert(0, ColourOf(line.front()));
         text.append(kColourEnd);
     }
-    WriteToTerminal(text.append(1, '\n'));
+    return text.append(1, '\n');
 }
 
-void LogTerminal::m_Enqueue(const spdlog::details::log_msg& line) {
-    m_Queue.emplace_back(line);
-    m_QueuedBytes += SizeOf(line);
+void LogTerminal::m_Enqueue(std::string_view line) {
+    m_Queue += line;
+    m_QueuedBytes += line.size();
 }
 
 void LogTerminal::m_EnqueueNotice() {
     if (m_Omitted > 0) {
         const std::string text = std::to_string(std::exchange(m_Omitted, 0)) + " lines omitted";
-        m_Enqueue({"quorvel", spdlog::level::warn, text});
+        spdlog::memory_buf_t notice;
+        m_Formatter.format({"quorvel", spdlog::level::warn, text}, notice);
+        m_Enqueue({notice.data(), notice.size()});
     }
 }
 

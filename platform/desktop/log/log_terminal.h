@@ -1,14 +1,15 @@
 #ifndef QUORVEL_PLATFORM_DESKTOP_LOG_LOG_TERMINAL_H_
 #define QUORVEL_PLATFORM_DESKTOP_LOG_LOG_TERMINAL_H_
 
-#include <spdlog/details/log_msg_buffer.h>
+#include <spdlog/details/log_msg.h>
 #include <spdlog/pattern_formatter.h>
 
 #include <chrono>
 #include <condition_variable>
 #include <cstddef>
-#include <deque>
 #include <mutex>
+#include <string>
+#include <string_view>
 
 namespace quorvel::desktop {
 
@@ -21,8 +22,14 @@ class LogTerminal {
 public:
     LogTerminal();
 
-    // Copies the line and returns at once.
-    void Put(const spdlog::details::log_msg& line);
+    // Returns spdlog's pattern of a line, the brief form of the set's log: level, tag, process,
+    // message. Contains the number of this process, since spdlog would ask the system for each
+    // line.
+    static std::string LinePattern();
+
+    // Copies the line, which has the form of LinePattern and ends with a line feed, and returns at
+    // once.
+    void Put(std::string_view line);
 
     // Waits until all lines are written or the timeout ends.
     void Drain(std::chrono::milliseconds timeout);
@@ -30,19 +37,22 @@ public:
 private:
     void m_Start();
     void m_Run();
-    void m_Write(const spdlog::details::log_msg& line);
+    void m_WriteAll(std::string_view lines);
+    void m_WriteBlock(const std::string& block, std::size_t queuedBytes);
+    std::string m_Compose(std::string_view line) const;
     // Call both with the mutex locked.
-    void m_Enqueue(const spdlog::details::log_msg& line);
+    void m_Enqueue(std::string_view line);
     void m_EnqueueNotice();
 
     spdlog::pattern_formatter m_Formatter;
     const bool m_IsColoured;
     std::mutex m_Mutex;
     std::condition_variable m_Changed;
-    std::deque<spdlog::details::log_msg_buffer> m_Queue;  // the thread writes the first line
-    std::size_t m_QueuedBytes = 0;
+    std::string m_Queue;
+    std::size_t m_QueuedBytes = 0;  // also of lines that the thread has taken and not yet written
     std::size_t m_Omitted = 0;
     bool m_HasThread = true;
+    bool m_IsWaiting = false;  // whether the thread waits for lines
 };
 
 }  // namespace quorvel::desktop

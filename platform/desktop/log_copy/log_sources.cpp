@@ -123,16 +123,16 @@ private:
 // A log that is found twice is recognised by its inode.
 void SourceList::AddLogs(const std::string& folder) {
     std::vector<unsigned> ages = ListLogAges(m_Io, folder);
-    if (ages.empty()) {
-        return;
+    if (!ages.empty()) {
+        ages.push_back(ages.back() + 1);
     }
-    ages.push_back(ages.back() + 1);
     for (const unsigned age : ages) {
         AddIfFile(folder, RotatedLogName(age));
         if (m_Sources.size() > kMaxOpenLogs) {
             m_Sources.back().file.reset();
         }
     }
+    AddIfFile(folder, LogStartName());
 }
 
 }  // namespace

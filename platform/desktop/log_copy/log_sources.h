@@ -22,12 +22,12 @@ struct LogSource {
 // Whether a link to a file outside its folder is followed or makes the copy fail.
 enum class OutsideLinks { kFollow, kReject };
 
-// Finds the log and the rotated logs in stateFolder, and the result files in dataFolder, as far as
-// they exist. stateFolder may be empty for no logs. All files that a rotation can change are opened
-// before the first one is copied, so that a rotation during the copy changes nothing. Old logs are
-// not kept open, since a folder may contain more of them than this process may open. Throws
-// LogCopyError when an existing file cannot be read, when a link is rejected and when no file
-// exists. io must outlive the result. Any thread.
+// Finds the log, the rotated logs and the start of a run in stateFolder, and the result files in
+// dataFolder, as far as they exist. stateFolder may be empty for no logs. All files that a rotation
+// can change are opened before the first one is copied, so that a rotation during the copy changes
+// nothing. Old logs are not kept open, since a folder may contain more of them than this process
+// may open. Throws LogCopyError when an existing file cannot be read, when a link is rejected and
+// when no file exists. io must outlive the result. Any thread.
 std::vector<LogSource> OpenLogSources(FileIo& io, const std::string& stateFolder,
                                       const std::string& dataFolder, OutsideLinks outsideLinks);
 

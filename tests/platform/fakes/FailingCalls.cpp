@@ -75,4 +75,9 @@ int __wrap_mnt_table_parse_mtab(libmnt_table* table, const char* file) {
     return Fails(FailingCall::kMountRead, 0) ? -EIO : __real_mnt_table_parse_mtab(table, file);
 }
 
+int __real_inotify_init1(int flags);
+int __wrap_inotify_init1(int flags) {
+    return Fails(FailingCall::kWatch, EMFILE) ? -1 : __real_inotify_init1(flags);
+}
+
 }  // extern "C"

@@ -11,6 +11,7 @@ enum class FailingCall {
     kUdevScan,   // EIO
     kMountList,  // no memory
     kMountRead,  // EIO
+    kWatch,      // inotify_init1 fails with EMFILE
 };
 
 // Makes one call fail until the object is destroyed. One object at a time. Main thread.

@@ -3,10 +3,14 @@
 #include <gmock/gmock.h>
 
 #include <chrono>
+#include <filesystem>
 #include <fstream>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
+#include "platform/fakes/FailingCalls.h"
+#include "platform/fixtures/ChildProgram.h"
 #include "platform/fixtures/LoggedLines.h"
 #include "platform/fixtures/PrivateFolders.h"
 
@@ -19,8 +23,12 @@ namespace {
 
 class LogFileTest : public testing::Test {
 protected:
+    LogFile Open(std::size_t maxBytes, std::size_t oldFiles, std::size_t startBytes = 10000) const {
+        return {m_Path, {maxBytes, oldFiles, startBytes}};
+    }
+
     static void Write(LogFile& file, const std::string& text) {
-        file.Write({"QEL", spdlog::level::info, text});
+        file.Write("I/QEL     (12345): " + text + "\n");
     }
 
     std::vector<std::string> Messages(const std::string& name) const {
@@ -34,18 +42,20 @@ protected:
     PrivateFolders m_Folders;
     fs::path m_Folder = m_Folders.Root() / "new/folder";
     std::string m_Path = m_Folder / "a.log";
+    // Length of a line whose message has three letters.
+    const std::size_t m_ThreeLetters = std::string("I/QEL     (12345): one\n").size();
 };
 
 TEST_F(LogFileTest, KeepsLinesOfEarlierRuns) {
     for (const char* text : {"one", "two"}) {
-        LogFile file(m_Path, 1000, 2);
+        LogFile file = Open(1000, 2);
         Write(file, text);
     }
     EXPECT_THAT(Messages("a.log"), ElementsAre("one", "two"));
 }
 
 TEST_F(LogFileTest, RotatesAndRemovesOldestFile) {
-    LogFile file(m_Path, 100, 2);
+    LogFile file = Open(50, 2);
     for (const char* text : {"one", "two", "three", "four", "five", "six", "seven"}) {
         Write(file, text);
     }
@@ -55,8 +65,17 @@ TEST_F(LogFileTest, RotatesAndRemovesOldestFile) {
     EXPECT_FALSE(fs::exists(m_Folder / "a.3.log"));
 }
 
+TEST_F(LogFileTest, EmptiesLogThatCannotBeRenamed) {
+    fs::create_directories(m_Folder / "a.1.log/folder");
+    LogFile file = Open(50, 1);
+    for (const char* text : {"one", "two", "three"}) {
+        Write(file, text);
+    }
+    EXPECT_THAT(Messages("a.log"), ElementsAre("three"));
+}
+
 TEST_F(LogFileTest, KeepsLineLongerThanMaximumSize) {
-    LogFile file(m_Path, 100, 1);
+    LogFile file = Open(50, 1);
     const std::string text(500, 'x');
     Write(file, "one");
     Write(file, text);
@@ -65,8 +84,8 @@ TEST_F(LogFileTest, KeepsLineLongerThanMaximumSize) {
 }
 
 TEST_F(LogFileTest, FollowsRotationByAnotherProgram) {
-    LogFile file(m_Path, 100, 2);
-    LogFile other(m_Path, 100, 2);
+    LogFile file = Open(50, 2);
+    LogFile other = Open(50, 2);
     Write(file, "one");
     for (const char* text : {"two", "three", "four"}) {
         Write(other, text);
@@ -76,21 +95,95 @@ TEST_F(LogFileTest, FollowsRotationByAnotherProgram) {
 }
 
 TEST_F(LogFileTest, CreatesFileAgainAfterRemoval) {
-    LogFile file(m_Path, 1000, 2);
+    LogFile file = Open(1000, 2);
     Write(file, "one");
     fs::remove_all(m_Folder);
     Write(file, "two");
     EXPECT_THAT(Messages("a.log"), ElementsAre("two"));
 }
 
+TEST_F(LogFileTest, FollowsRenameOfItsFolder) {
+    LogFile file = Open(1000, 2);
+    Write(file, "one");
+    fs::rename(m_Folder, m_Folders.Root() / "other");
+    Write(file, "two");
+    EXPECT_THAT(Messages("a.log"), ElementsAre("two"));
+    EXPECT_THAT(MessagesOf(ReadFile(m_Folders.Root() / "other/a.log")), ElementsAre("one"));
+}
+
+// Nothing in the folder of the log changes, so only a regular check finds the removal.
+TEST_F(LogFileTest, FollowsRemovalBehindLinkWithinTwoSeconds) {
+    fs::create_directories(m_Folder);
+    const fs::path target = m_Folders.Root() / "target.log";
+    fs::create_symlink(target, m_Path);
+    LogFile file = Open(10000, 2);
+    Write(file, "one");
+    fs::remove(target);
+    EXPECT_TRUE(Await([&] {
+        Write(file, "two");
+        return fs::exists(target);
+    }));
+}
+
+// A user can start no more than 128 such watches.
+TEST_F(LogFileTest, FollowsRemovalWithoutWatch) {
+    const FailingCallScope failing(FailingCall::kWatch);
+    LogFile file = Open(1000, 2);
+    Write(file, "one");
+    fs::remove(m_Path);
+    Write(file, "two");
+    EXPECT_THAT(Messages("a.log"), ElementsAre("two"));
+}
+
+TEST_F(LogFileTest, KeepsStartOfRunApartFromRotation) {
+    LogFile file = Open(2 * m_ThreeLetters, 1, 3 * m_ThreeLetters);
+    for (const char* text : {"one", "two", "ten", "six", "ten", "six", "ten"}) {
+        Write(file, text);
+    }
+    EXPECT_THAT(Messages("a.start.log"), ElementsAre("one", "two", "ten"));
+    EXPECT_EQ(ModeOf("a.start.log"), static_cast<fs::perms>(0600));
+}
+
+TEST_F(LogFileTest, KeepsStartOfLastRunOnly) {
+    for (const char* text : {"one", "two"}) {
+        LogFile file = Open(1000, 1, m_ThreeLetters);
+        Write(file, text);
+        Write(file, "ten");
+    }
+    EXPECT_THAT(Messages("a.start.log"), ElementsAre("two"));
+}
+
+TEST_F(LogFileTest, CreatesNoStartFileForShortRun) {
+    LogFile file = Open(1000, 1, 2 * m_ThreeLetters);
+    Write(file, "one");
+    Write(file, "two");
+    EXPECT_FALSE(fs::exists(m_Folder / "a.start.log"));
+}
+
+TEST_F(LogFileTest, KeepsNoLineLongerThanStart) {
+    LogFile file = Open(10000, 1, m_ThreeLetters);
+    Write(file, std::string(500, 'x'));
+    Write(file, "one");
+    EXPECT_FALSE(fs::exists(m_Folder / "a.start.log"));
+}
+
+TEST_F(LogFileTest, ReportsUnwritableStartFileOnceAndKeepsLines) {
+    LogFile file = Open(10000, 1, m_ThreeLetters);
+    fs::create_directories(m_Folder / "a.start.log/folder");
+    Write(file, "one");
+    EXPECT_THROW(Write(file, "two"), std::runtime_error);
+    Write(file, "ten");
+    EXPECT_THAT(Messages("a.log"), ElementsAre("one", "two", "ten"));
+}
+
 // A thread that logs blocks all other threads that log.
 TEST_F(LogFileTest, FailsFastWhileFileCannotBeOpened) {
-    LogFile file(m_Path, 1000, 2);
+    LogFile file = Open(1000, 2);
     fs::remove(m_Path);
     fs::create_directory(m_Path);
     const auto start = std::chrono::steady_clock::now();
     for (int i = 0; i < 100; ++i) {
-        EXPECT_THROW(Write(file, "one"), spdlog::spdlog_ex);
+        EXPECT_THROW(Write(file, "one"), std::runtime_error);
     }
     EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(1));
     fs::remove(m_Path);
@@ -101,7 +194,7 @@ TEST_F(LogFileTest, FailsFastWhileFileCannotBeOpened) {
 TEST_F(LogFileTest, CreatesPrivateFilesInSharedFolder) {
     fs::create_directories(m_Folder);
     fs::permissions(m_Folder, static_cast<fs::perms>(0755));
-    LogFile file(m_Path, 100, 2);
+    LogFile file = Open(50, 2);
     for (const char* text : {"one", "two", "three"}) {
         Write(file, text);
     }
@@ -113,7 +206,7 @@ TEST_F(LogFileTest, RestrictsPermissionsOfExistingFile) {
     fs::create_directories(m_Folder);
     std::ofstream(m_Path) << "x): one\n";
     fs::permissions(m_Path, static_cast<fs::perms>(0644));
-    const LogFile file(m_Path, 1000, 2);
+    const LogFile file = Open(1000, 2);
     EXPECT_EQ(ModeOf("a.log"), static_cast<fs::perms>(0600));
     EXPECT_THAT(Messages("a.log"), ElementsAre("one"));
 }

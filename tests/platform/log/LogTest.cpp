@@ -234,6 +234,16 @@ TEST_F(LogTest, KeepsLinesBeforeUncaughtException) {
     EXPECT_THAT(program.Messages(), HasSubstr("uncaught exception: thrown on request"));
 }
 
+TEST_F(LogTest, NamesLastLineOfUncaughtExceptionAtEachLevel) {
+    for (const char* level : {"error", "off"}) {
+        fs::remove(m_Folders.Log());
+        ChildProgram program = Start("throw-in-thread", {{"QUORVEL_LOG_LEVEL", level}});
+        EXPECT_EQ(program.Exit(), -SIGABRT);
+        EXPECT_THAT(FileMessages(), ElementsAre("uncaught exception: stoi; last line of its "
+                                                "thread: id=3, strCode=zz"));
+    }
+}
+
 TEST_F(LogTest, NamesLastLineOfThreadThatThrows) {
     ChildProgram program = Start("throw-in-thread");
     EXPECT_EQ(program.Exit(), -SIGABRT);
@@ -357,6 +367,22 @@ TEST_F(LogTest, RotatesAtFourMebibytesAndKeepsThreeOldFiles) {
         EXPECT_GT(fs::file_size(folder / name), (4U << 20U) - (257U << 10U)) << name;
     }
     EXPECT_FALSE(fs::exists(folder / "quorvel.4.log"));
+}
+
+TEST_F(LogTest, CopiesStartOfRunThatRotationDropped) {
+    const fs::path storage = m_Folders.Root() / "storage";
+    fs::create_directory(storage);
+    Run("fill-and-copy", {{"QUORVEL_USB_DIR", storage}});
+    const fs::path folder = m_Folders.Log().parent_path();
+    const std::string logs = ReadFile(folder / "quorvel.log") + ReadFile(folder / "quorvel.1.log") +
+                             ReadFile(folder / "quorvel.2.log") +
+                             ReadFile(folder / "quorvel.3.log");
+    EXPECT_THAT(logs, testing::Not(HasSubstr("first line")));
+    const fs::path copy = fs::directory_iterator(storage)->path();
+    const std::string start = ReadFile(copy / "quorvel.start.log");
+    EXPECT_THAT(MessagesOf(start)[0], "first line");
+    EXPECT_LE(start.size(), 512U << 10U);
+    EXPECT_GT(start.size(), (512U << 10U) - (65U << 10U));
 }
 
 TEST_F(LogTest, ReturnsResultAndKeepsErrno) {

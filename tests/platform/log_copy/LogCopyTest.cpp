@@ -138,8 +138,15 @@ TEST_F(LogCopyTest, CopiesLogsWithoutResultFiles) {
     EXPECT_EQ(OnStorage(), After());
 }
 
+TEST_F(LogCopyTest, CopiesStartOfRun) {
+    Write(m_State / "quorvel.start.log", "first lines\n");
+    m_Sources["quorvel.start.log"] = "first lines\n";
+    EXPECT_EQ(Run(m_Io), 0);
+    EXPECT_EQ(OnStorage(), After());
+}
+
 TEST_F(LogCopyTest, IgnoresOtherFilesInStateFolder) {
-    for (const char* name : {"quorvel.log.swp", "quorvel.01.log", "quorvel.0.log", "quorvel.x.log",
+    for (const char* name : {"quorvel.log.swp", "quorvel.start.log.new", "quorvel.01.log", "quorvel.0.log", "quorvel.x.log",
                              "quorvel.-1.log", "quorvel.99999999999.log", "other.log", "quorvel"}) {
         Write(m_State / name, "not ours");
     }

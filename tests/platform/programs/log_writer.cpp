@@ -85,6 +85,15 @@ void Fill() {
     }
 }
 
+// Logs until a rotation has dropped the first line, then copies the logs.
+void FillAndCopy() {
+    Info("first line");
+    for (int i = 0; i < 270; ++i) {
+        Info(std::string(std::size_t{64} << 10, 'x'));
+    }
+    automation_copy_log_to_usb();
+}
+
 void CopyLog() {
     Info("to be copied");
     std::printf("%d\n", automation_copy_log_to_usb());
@@ -163,6 +172,7 @@ const std::map<std::string, std::function<void()>> kScenarios = {
     {"long", [] { Info("<" + std::string(300000, 'x') + ">"); }},
     {"long-and-wait", LongAndWait},
     {"fill", Fill},
+    {"fill-and-copy", FillAndCopy},
     {"copy", CopyLog},
     {"threads", Threads},
     {"flood", Flood},
