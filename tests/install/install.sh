@@ -65,10 +65,10 @@ cmake --install "$build" --prefix "$prefix" >"$work/log"
 
 share=$prefix/share/quorvel/resources
 for file in "$prefix/bin/quorvel" "$prefix/bin/quorvel-view" "$prefix/bin/quorvel-report" \
-    "$prefix/libexec/quorvel/lay-data"; do
+    "$prefix/libexec/quorvel/lay-data" "$prefix/libexec/quorvel/quorvel-dialog"; do
     [ -x "$file" ] || fail "$file: not installed"
 done
-for page in quorvel quorvel-view; do
+for page in quorvel quorvel-view quorvel-report; do
     [ -r "$prefix/share/man/man1/$page.1" ] || fail "the manual page is not installed: $page"
 done
 [ -r "$share/theme/quorvel.edj" ] || fail "$share/theme/quorvel.edj: not installed"

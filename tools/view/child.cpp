@@ -6,6 +6,8 @@
 
 #include <csignal>
 #include <cstdio>
+#include <filesystem>
+#include <stdexcept>
 
 namespace quorvel::view {
 
@@ -65,6 +67,18 @@ private:
 }
 
 }  // namespace
+
+std::string FindProgram(const std::string& name) {
+    namespace fs = std::filesystem;
+    const fs::path own = fs::read_symlink("/proc/self/exe").parent_path();
+    for (const fs::path& folder : {own, own / "../libexec/quorvel"}) {
+        const fs::path program = folder / name;
+        if (access(program.c_str(), X_OK) == 0) {
+            return program.lexically_normal();
+        }
+    }
+    throw std::runtime_error(name + " is missing; install Quorvel again");
+}
 
 int RunProgram(std::vector<std::string> words) {
     const BlockedSignals signals;

@@ -6,6 +6,11 @@
 
 namespace quorvel::view {
 
+// Returns the path of a program that quorvel-view runs: next to quorvel-view, as in the build
+// folder, or in the folder of the installation. Throws std::runtime_error when the program is
+// missing.
+std::string FindProgram(const std::string& name);
+
 // Runs a program and waits for its end. SIGHUP, SIGINT, SIGQUIT and SIGTERM are passed on to the
 // program, except signals that this process ignores. The program gets SIGTERM when this process is
 // killed. Returns the exit status, or 128 plus the number of the signal that ended the program.

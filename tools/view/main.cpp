@@ -7,7 +7,6 @@
 #include <exception>
 #include <filesystem>
 #include <optional>
-#include <stdexcept>
 #include <string>
 #include <thread>
 #include <utility>
@@ -18,6 +17,7 @@
 #include "runs/runs.h"
 #include "view/child.h"
 #include "view/copy.h"
+#include "view/desktop_start.h"
 #include "view/options.h"
 #include "view/report.h"
 
@@ -34,22 +34,6 @@ enum Status : int { kSuccess, kNoRun, kUsage, kOtherRun, kSignal = 128 };
 constexpr std::chrono::seconds kOwnerTimeout{10};
 // Time between two attempts while the owner starts.
 constexpr std::chrono::milliseconds kRetryInterval{10};
-
-// Returns the folder of this program.
-fs::path ProgramFolder() {
-    return fs::read_symlink("/proc/self/exe").parent_path();
-}
-
-// Returns the script that mounts the data folder: in the build folder or installed.
-std::string FindLayData() {
-    for (const char* place : {"lay-data", "../libexec/quorvel/lay-data"}) {
-        const fs::path script = ProgramFolder() / place;
-        if (access(script.c_str(), X_OK) == 0) {
-            return script.lexically_normal();
-        }
-    }
-    throw std::runtime_error("lay-data is missing; install Quorvel again");
-}
 
 // Returns the run to open. Without such a run: reports the reason and sets status.
 std::optional<runs::Run> ChooseRun(const Options& options, int& status) {
@@ -133,7 +117,8 @@ int Show(const runs::Run& run, const Options& options) {
     CopyRun(run, folder.Path());
     setenv("QUORVEL_RUN_IDENTITY", run.identity.c_str(), 1);
     setenv("QUORVEL_RUN_PATH", runs::MakePrintable(fs::absolute(run.path)).c_str(), 1);
-    std::vector<std::string> words = {FindLayData(), folder.Path(), ProgramFolder() / "quorvel"};
+    std::vector<std::string> words = {FindProgram("lay-data"), folder.Path(),
+                                      FindProgram("quorvel")};
     for (const auto& [key, value] : options.request) {
         words.push_back(key);
         words.back().append("=").append(value);
@@ -150,23 +135,51 @@ int Show(const runs::Run& run, const Options& options) {
     return status;
 }
 
-int Run(int argc, char** argv) {
-    const std::optional<Options> options = ParseOptions(argc, argv);
-    if (!options) {
-        return kUsage;
-    }
+int Open(const Options& options, bool fromDesktop) {
     int status = kNoRun;
-    const std::optional<runs::Run> run = ChooseRun(*options, status);
+    const std::optional<runs::Run> run = ChooseRun(options, status);
     if (!run) {
         return status;
     }
-    if (!IsAcceptable(*run, options->force)) {
+    if (!IsAcceptable(*run, options.force)) {
         return kNoRun;
     }
-    if (const std::optional<int> answered = AskOwner(*run, *options)) {
+    if (const std::optional<int> answered = AskOwner(*run, options)) {
         return *answered;
     }
-    return Show(*run, *options);
+    if (fromDesktop) {
+        ShowReports();
+    }
+    return Show(*run, options);
+}
+
+// Asks for the folder when the options have none. Reports exceptions.
+int AskAndOpen(Options& options, bool fromDesktop) {
+    try {
+        if (options.path.empty()) {
+            options.path = AskForFolder();
+        }
+        return options.path.empty() ? kNoRun : Open(options, fromDesktop);
+    } catch (const fs::filesystem_error& error) {
+        Report(error.path1().string() + ": " + error.code().message() +
+               "; if the disk is full, TMPDIR can name another folder");
+    } catch (const std::exception& error) {
+        Report(error.what());
+    }
+    return kNoRun;
+}
+
+int Run(int argc, char** argv) {
+    std::optional<Options> options = ParseOptions(argc, argv);
+    if (!options) {
+        return kUsage;
+    }
+    const bool fromDesktop = options->path.empty() || IsDesktopStart();
+    const int status = AskAndOpen(*options, fromDesktop);
+    if (fromDesktop && status != kSuccess) {
+        ShowReports();
+    }
+    return status;
 }
 
 }  // namespace
@@ -176,9 +189,6 @@ int Run(int argc, char** argv) {
 int main(int argc, char** argv) {
     try {
         return quorvel::view::Run(argc, argv);
-    } catch (const std::filesystem::filesystem_error& error) {
-        quorvel::view::Report(error.path1().string() + ": " + error.code().message() +
-                              "; if the disk is full, TMPDIR can name another folder");
     } catch (const std::exception& error) {
         quorvel::view::Report(error.what());
     }

@@ -5,17 +5,20 @@
 #include <cstdio>
 #include <string>
 
+#include "view/desktop_start.h"
+
 namespace quorvel::view {
 
 namespace {
 
 enum Key : int { kLatest = 0x100, kForce, kReplace };
 
-constexpr const char* kArguments = "PATH [KEY=VALUE...]";
+constexpr const char* kArguments = "[PATH [KEY=VALUE...]]";
 constexpr const char* kDocumentation =
     "Shows a run in Quorvel. PATH is a folder with result files, one of the result files, an "
     "archive (.tar, .tar.gz, .tgz, .tar.xz, .zip), or a folder above them, such as the root of a "
-    "USB stick. Nothing below PATH is written to. KEY=VALUE is a launch request for Quorvel."
+    "USB stick. Nothing below PATH is written to. KEY=VALUE is a launch request for Quorvel. "
+    "Without PATH, a dialog asks for a folder."
     "\v"
     "To close the window, press Alt+F4, press Ctrl+C in the terminal, or run "
     "'quorvel EXEPARAM=CLOSE'.\n\n"
@@ -63,7 +66,7 @@ int Parse(int key, char* argument, argp_state* state) {
         case ARGP_KEY_ARG:
             return TakeArgument(options, argument);
         case ARGP_KEY_NO_ARGS:
-            return RejectArgument("PATH", "missing argument");
+            return HasDisplay() ? 0 : RejectArgument("PATH", "missing argument");
         default:
             return ARGP_ERR_UNKNOWN;
     }

@@ -10,7 +10,7 @@ namespace quorvel::view {
 
 // The command line of quorvel-view.
 struct Options {
-    std::string path;
+    std::string path;            // empty when a dialog is to ask for it
     desktop::KeyValues request;  // for the application
     bool latest = false;
     bool force = false;

@@ -6,6 +6,7 @@
 #include <cstring>
 #include <ctime>
 #include <exception>
+#include <utility>
 
 #include "QELAnalysisData.h"
 #include "QELXmlParser.h"
@@ -14,6 +15,15 @@
 namespace quorvel::view {
 
 namespace {
+
+// The lines since the last TakeReports.
+std::string g_Reports;
+
+void WriteLine(const std::string& text) {
+    const std::string line = runs::MakePrintable(text) + "\n";
+    std::fputs(line.c_str(), stderr);
+    g_Reports += line;
+}
 
 std::string FormatTime(const runs::Run& run) {
     const std::time_t time = run.Time();
@@ -63,7 +73,11 @@ void ReportMalformedCodes(const std::string& folder) {
 }  // namespace
 
 void Report(const std::string& message) {
-    std::fprintf(stderr, "quorvel-view: %s\n", runs::MakePrintable(message).c_str());
+    WriteLine("quorvel-view: " + message);
+}
+
+std::string TakeReports() {
+    return std::exchange(g_Reports, {});
 }
 
 void ReportSeveral(const std::string& path, const std::vector<runs::Run>& runs) {
@@ -74,7 +88,7 @@ void ReportSeveral(const std::string& path, const std::vector<runs::Run>& runs) 
         const std::string serialNumber = run.serialNumber.empty() ? "-" : run.serialNumber;
         const std::string line = serialNumber + "  " + FormatTime(run) + "  " + run.path +
                                  (damaged ? "  (damaged)" : "");
-        std::fprintf(stderr, "%s\n", runs::MakePrintable(line).c_str());
+        WriteLine(line);
     }
 }
 

@@ -13,6 +13,9 @@ namespace quorvel::view {
 // Writes one line that begins with the name of the program.
 void Report(const std::string& message);
 
+// Returns the lines that were written since the last call.
+std::string TakeReports();
+
 // Writes a list of several runs below path, one line each.
 void ReportSeveral(const std::string& path, const std::vector<runs::Run>& runs);
 

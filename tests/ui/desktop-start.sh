@@ -1,0 +1,132 @@
+#!/bin/sh
+# A start of quorvel-view from a desktop: without PATH, a folder chooser asks for a folder, and what
+# goes wrong is shown on the display.
+set -eu
+# shellcheck source=tests/ui/ui.sh
+. "$(dirname -- "$0")/ui.sh"
+
+portal=
+bus=
+
+stop_portal() {
+    [ -z "$portal" ] || kill "$portal"
+    [ -z "$portal" ] || wait "$portal" || true
+    portal=
+}
+
+portal_is_ready() {
+    grep -q ready "$work/portal.log"
+}
+
+# Replaces the portal: the arguments of file_chooser.
+start_portal() {
+    stop_portal
+    setpriv --pdeathsig TERM "$build/tests/ui/file_chooser" "$@" >"$work/portal.log" 2>&1 &
+    portal=$!
+    expect 'the portal is on the bus' portal_is_ready
+}
+
+start_bus() {
+    setpriv --pdeathsig TERM dbus-daemon --session --nofork --print-address=3 \
+        --address="unix:path=$work/run/session" 3>"$work/address" >"$work/bus.log" 2>&1 &
+    bus=$!
+    expect 'the bus starts' test -s "$work/address"
+    DBUS_SESSION_BUS_ADDRESS=$(cat "$work/address")
+    export DBUS_SESSION_BUS_ADDRESS
+}
+
+message_has_keyboard() {
+    [ "$(xdotool getactivewindow getwindowname 2>/dev/null)" = Quorvel ]
+}
+
+# Closes the message with the text $1 by a key. The program then exits with status 1.
+expect_message() {
+    expect "a message is shown: $1" message_has_keyboard
+    grep -q -F -- "$1" "$desktop/log" || fail "another message: $(cat "$desktop/log")"
+    screen_wait
+    xdotool key Return
+    expect_exit 1
+}
+
+expect_exit() {
+    program_wait
+    [ "$program_status" -eq "$1" ] || fail "status $program_status instead of $1: $(cat "$desktop/log")"
+}
+
+shows_message_without_chooser() {
+    program_launch "$build/quorvel-view"
+    expect_message 'no folder chooser'
+}
+
+shows_message_without_chooser_of_the_portal() {
+    start_portal none
+    program_launch "$build/quorvel-view"
+    expect_message 'no folder chooser'
+}
+
+shows_message_when_the_portal_ends() {
+    start_portal silent
+    program_launch "$build/quorvel-view"
+    expect 'the portal is asked for a folder' grep -q asked "$work/portal.log"
+    stop_portal
+    expect_message 'no folder chooser'
+}
+
+opens_chosen_folder() {
+    cp -R "$root/samples/typical" "$work/100% new"
+    start_portal 0 "file://$work/100%25%20new"
+    program_start "$build/quorvel-view"
+    grep -q asked "$work/portal.log" || fail "the portal is not asked for a folder"
+    expect_focus row
+    program_stop
+}
+
+shows_message_for_folder_without_run() {
+    mkdir "$work/nothing"
+    start_portal 0 "file://$work/nothing"
+    program_launch "$build/quorvel-view"
+    expect_message "$work/nothing: no qelXml.xml or qelRnscXml.xml found"
+}
+
+exits_when_the_user_cancels() {
+    start_portal 1
+    program_launch "$build/quorvel-view"
+    expect_exit 1
+    [ ! -s "$desktop/log" ] || fail "a cancelled dialog is reported: $(cat "$desktop/log")"
+}
+
+shows_message_when_a_launcher_opens_a_folder() {
+    program_launch env DESKTOP_STARTUP_ID=launcher "$build/quorvel-view" "$work/nothing"
+    expect_message "$work/nothing: no qelXml.xml or qelRnscXml.xml found"
+    program_launch "$build/quorvel-view" "$work/nothing"
+    expect_exit 1
+}
+
+# The screen without items would look like a run without failures.
+shows_warning_before_a_run_without_items() {
+    mkdir "$work/untested"
+    echo '<r/>' >"$work/untested/qelXml.xml"
+    program_launch env DESKTOP_STARTUP_ID=launcher "$build/quorvel-view" "$work/untested"
+    expect 'a warning is shown' message_has_keyboard
+    log_wait 'nothing was tested'
+    ! grep -q app_create "$desktop/log" || fail "the run is opened before the warning is read"
+    screen_wait
+    xdotool key Return
+    log_wait 's_Control is called'
+    program_stop
+}
+
+unset DBUS_SESSION_BUS_ADDRESS DESKTOP_STARTUP_ID XDG_ACTIVATION_TOKEN
+shows_message_without_chooser
+start_bus
+shows_message_without_chooser
+shows_message_without_chooser_of_the_portal
+shows_message_when_the_portal_ends
+opens_chosen_folder
+shows_message_for_folder_without_run
+exits_when_the_user_cancels
+shows_message_when_a_launcher_opens_a_folder
+shows_warning_before_a_run_without_items
+stop_portal
+kill "$bus"
+wait "$bus" || true

@@ -1,0 +1,157 @@
+#include "dialog/folder_chooser.h"
+
+#include <Ecore.h>
+#include <Eldbus.h>
+#include <unistd.h>
+
+#include <cstdint>
+#include <cstdlib>
+
+namespace quorvel::dialog {
+
+namespace {
+
+constexpr const char* kBus = "org.freedesktop.portal.Desktop";
+constexpr const char* kObject = "/org/freedesktop/portal/desktop";
+constexpr const char* kChooser = "org.freedesktop.portal.FileChooser";
+constexpr const char* kRequest = "org.freedesktop.portal.Request";
+
+// The response codes of a request.
+constexpr std::uint32_t kAnswered = 0;
+constexpr std::uint32_t kCancelledByUser = 1;
+
+// What the callbacks below get as data. Lives until the main loop ends.
+struct Answer {
+    Choice choice = Choice::kUnavailable;
+    std::string path;
+};
+
+void OnResult(void* data, const void* key, Eldbus_Message_Iter* value) {
+    auto& answer = *static_cast<Answer*>(data);
+    Eldbus_Message_Iter* uris = nullptr;
+    const char* uri = nullptr;
+    if (std::string(static_cast<const char*>(key)) == "uris" &&
+        eldbus_message_iter_arguments_get(value, "as", &uris) &&
+        eldbus_message_iter_get_and_next(uris, 's', &uri)) {
+        answer.path = PathOfUri(uri);
+    }
+}
+
+// The user has answered.
+void OnResponse(void* data, const Eldbus_Message* message) {
+    auto& answer = *static_cast<Answer*>(data);
+    std::uint32_t code = 0;
+    Eldbus_Message_Iter* results = nullptr;
+    if (eldbus_message_arguments_get(message, "ua{sv}", &code, &results)) {
+        eldbus_message_iter_dict_iterate(results, "sv", OnResult, &answer);
+        if (code == kAnswered && !answer.path.empty()) {
+            answer.choice = Choice::kChosen;
+        } else if (code == kCancelledByUser) {
+            answer.choice = Choice::kCancelled;
+        }
+    }
+    ecore_main_loop_quit();
+}
+
+// The portal has opened the dialog, or has none.
+void OnOpened(void* /*data*/, const Eldbus_Message* message, Eldbus_Pending* /*call*/) {
+    if (eldbus_message_error_get(message, nullptr, nullptr)) {
+        ecore_main_loop_quit();
+    }
+}
+
+void OnOwnerChanged(void* /*data*/, const char* /*bus*/, const char* /*before*/,
+                    const char* after) {
+    if (after == nullptr || after[0] == '\0') {
+        ecore_main_loop_quit();
+    }
+}
+
+void AddTrue(Eldbus_Message_Iter* options, const char* name) {
+    Eldbus_Message_Iter* entry = nullptr;
+    eldbus_message_iter_arguments_append(options, "{sv}", &entry);
+    eldbus_message_iter_basic_append(entry, 's', name);
+    Eldbus_Message_Iter* value = eldbus_message_iter_container_new(entry, 'v', "b");
+    eldbus_message_iter_basic_append(value, 'b', EINA_TRUE);
+    eldbus_message_iter_container_close(entry, value);
+    eldbus_message_iter_container_close(options, entry);
+}
+
+void SendRequest(Eldbus_Connection* connection, const char* title) {
+    Eldbus_Message* message = eldbus_message_method_call_new(kBus, kObject, kChooser, "OpenFile");
+    Eldbus_Message_Iter* arguments = eldbus_message_iter_get(message);
+    Eldbus_Message_Iter* options = nullptr;
+    // No window is the parent of the dialog.
+    eldbus_message_iter_arguments_append(arguments, "ssa{sv}", "", title, &options);
+    AddTrue(options, "directory");
+    eldbus_message_iter_container_close(arguments, options);
+    eldbus_connection_send(connection, message, OnOpened, nullptr, -1);
+}
+
+Choice Ask(Eldbus_Connection* connection, const char* title, std::string& path) {
+    Answer answer;
+    // The portal sends the response to the caller only, and the process has one request.
+    Eldbus_Signal_Handler* response = eldbus_signal_handler_add(connection, kBus, nullptr, kRequest,
+                                                                "Response", OnResponse, &answer);
+    eldbus_name_owner_changed_callback_add(connection, kBus, OnOwnerChanged, nullptr, EINA_FALSE);
+    SendRequest(connection, title);
+    ecore_main_loop_begin();
+    eldbus_name_owner_changed_callback_del(connection, kBus, OnOwnerChanged, nullptr);
+    eldbus_signal_handler_del(response);
+    path = answer.choice == Choice::kChosen ? answer.path : "";
+    return answer.choice;
+}
+
+// Without a bus the library would start one, which no program of the desktop uses.
+bool HasSessionBus() {
+    const char* folder = std::getenv("XDG_RUNTIME_DIR");
+    return std::getenv("DBUS_SESSION_BUS_ADDRESS") != nullptr ||
+           (folder != nullptr && access((std::string(folder) + "/bus").c_str(), F_OK) == 0);
+}
+
+int HexValue(char digit) {
+    const std::string digits = "0123456789abcdef";
+    const auto place = digits.find(static_cast<char>(digit | 0x20));
+    return place == std::string::npos ? -1 : static_cast<int>(place);
+}
+
+}  // namespace
+
+std::string PathOfUri(const std::string& uri) {
+    const std::string scheme = "file://";
+    const auto start = uri.find('/', scheme.size());
+    if (uri.compare(0, scheme.size(), scheme) != 0 || start == std::string::npos) {
+        return {};
+    }
+    std::string path;
+    for (auto i = start; i < uri.size(); ++i) {
+        if (uri[i] != '%') {
+            path += uri[i];
+            continue;
+        }
+        const int high = i + 2 < uri.size() ? HexValue(uri[i + 1]) : -1;
+        const int low = i + 2 < uri.size() ? HexValue(uri[i + 2]) : -1;
+        if (high < 0 || low < 0 || high + low == 0) {
+            return {};
+        }
+        path += static_cast<char>(high * 16 + low);
+        i += 2;
+    }
+    return path;
+}
+
+Choice ChooseFolder(const char* title, std::string& path) {
+    if (!HasSessionBus() || eldbus_init() == 0) {
+        return Choice::kUnavailable;
+    }
+    Choice choice = Choice::kUnavailable;
+    Eldbus_Connection* connection = eldbus_connection_get(ELDBUS_CONNECTION_TYPE_SESSION);
+    if (connection != nullptr) {
+        choice = Ask(connection, title, path);
+        eldbus_connection_unref(connection);
+    }
+    eldbus_shutdown();
+    return choice;
+}
+
+}  // namespace quorvel::dialog
