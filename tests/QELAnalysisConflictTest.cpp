@@ -16,17 +16,9 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-const char* const kSourceFile = "QELAnalysis.cpp";
 const char* const kFunction = "m_AnalyzeResourceConflictList";
 const char* const kInvalidArgument = "Exception - invalid_argument[stoi]";
 const char* const kOutOfRange = "Exception - out_of_range[stoi]";
-
-// Returns an item whose code pair is not block-listed.
-xml::Fields MakeItem(const std::string& name, const std::string& thread, const std::string& start,
-                     const std::string& duration) {
-    return {{"name", name},       {"opcode", "11"},           {"msgcode", "22"},
-            {"threadID", thread}, {"timeAckAbsolute", start}, {"duration", duration}};
-}
 
 xml::Fields ReplaceField(xml::Fields fields, const std::string& key, const std::string& value) {
     for (auto& field : fields) {
@@ -70,7 +62,7 @@ protected:
     static std::vector<LogLine> GetAnalysisErrors() {
         std::vector<LogLine> errors;
         for (const LogLine& line : FakeLog::Errors()) {
-            if (line.file == kSourceFile) {
+            if (line.file == kAnalysisSource) {
                 errors.push_back(line);
             }
         }
@@ -284,20 +276,20 @@ TEST_F(QELAnalysisConflictTest, ReadsOpcodeBeforeMsgcodeOfEveryItem) {
 TEST_F(QELAnalysisConflictTest, LogsMissingOwnCodes) {
     EXPECT_EQ(ListConflicts({RemoveField(kOwnItem, "opcode")}), "");
     EXPECT_THAT(GetAnalysisErrors(),
-                ElementsAre(ErrorLine("indexOfAnalysisItem=0, opcode=0, msgcode=0", kSourceFile,
+                ElementsAre(ErrorLine("indexOfAnalysisItem=0, opcode=0, msgcode=0", kAnalysisSource,
                                       kFunction)));
     FakeLog::Clear();
     EXPECT_EQ(ListConflicts({ReplaceCodes(kOwnItem, "A1", "")}), "");
     EXPECT_THAT(GetAnalysisErrors(),
-                ElementsAre(ErrorLine("indexOfAnalysisItem=0, opcode=a1, msgcode=0", kSourceFile,
-                                      kFunction)));
+                ElementsAre(ErrorLine("indexOfAnalysisItem=0, opcode=a1, msgcode=0",
+                                      kAnalysisSource, kFunction)));
 }
 
 TEST_F(QELAnalysisConflictTest, LogsMissingCodesOfUnknownItem) {
     LoadItems({kOwnItem});
     EXPECT_EQ(QELAnalysis::m_AnalyzeResourceConflictList(1), "");
     EXPECT_THAT(GetAnalysisErrors(),
-                ElementsAre(ErrorLine("indexOfAnalysisItem=1, opcode=0, msgcode=0", kSourceFile,
+                ElementsAre(ErrorLine("indexOfAnalysisItem=1, opcode=0, msgcode=0", kAnalysisSource,
                                       kFunction)));
 }
 
@@ -329,7 +321,7 @@ protected:
 
     static void ExpectExceptionLine() {
         EXPECT_THAT(GetAnalysisErrors(), ElementsAre(ErrorLine(std::get<1>(GetParam()).message,
-                                                               kSourceFile, kFunction)));
+                                                               kAnalysisSource, kFunction)));
     }
 };
 
@@ -362,7 +354,7 @@ TEST_F(QELAnalysisConflictTest, ReturnsEmptyTextForMissingNumbers) {
         SCOPED_TRACE(key);
         EXPECT_EQ(ListConflicts({kOwnItem, RemoveField(MakeItem("B", "2", "1000", "1"), key)}), "");
         EXPECT_THAT(GetAnalysisErrors(),
-                    ElementsAre(ErrorLine(kInvalidArgument, kSourceFile, kFunction)));
+                    ElementsAre(ErrorLine(kInvalidArgument, kAnalysisSource, kFunction)));
         EXPECT_EQ(FakeLog::Count("Invalid KEY[" + std::string(key) + "]!!\n"), 1);
         EXPECT_EQ(ListConflicts({RemoveField(kOwnItem, key), MakeItem("B", "2", "1000", "1")}), "");
     }
@@ -398,12 +390,12 @@ TEST_F(QELAnalysisConflictTest, ReturnsEmptyTextForInvalidCodeOfOtherItem) {
                                  ReplaceField(MakeItem("C", "2", "9000", "1"), key, "xyz")}),
                   "");
         EXPECT_THAT(GetAnalysisErrors(),
-                    ElementsAre(ErrorLine(kInvalidArgument, kSourceFile, kFunction)));
+                    ElementsAre(ErrorLine(kInvalidArgument, kAnalysisSource, kFunction)));
         EXPECT_EQ(ListConflicts(
                       {kOwnItem, ReplaceField(MakeItem("C", "2", "9000", "1"), key, "80000000")}),
                   "");
         EXPECT_THAT(GetAnalysisErrors(),
-                    ElementsAre(ErrorLine(kOutOfRange, kSourceFile, kFunction)));
+                    ElementsAre(ErrorLine(kOutOfRange, kAnalysisSource, kFunction)));
     }
 }
 
@@ -429,10 +421,10 @@ TEST_F(QELAnalysisConflictTest, LogsMissingResultStore) {
     const FailingNew failing;
     EXPECT_EQ(QELAnalysis::m_AnalyzeResourceConflictList(0), "");
     EXPECT_TRUE(failing.HasFailed());
-    EXPECT_THAT(
-        FakeLog::Lines(),
-        ElementsAre(ErrorLine("failed to get instance\n", "QELXmlParser.cpp"),
-                    ErrorLine("not able to get instance of xmlParser", kSourceFile, kFunction)));
+    EXPECT_THAT(FakeLog::Lines(),
+                ElementsAre(ErrorLine("failed to get instance\n", "QELXmlParser.cpp"),
+                            ErrorLine("not able to get instance of xmlParser", kAnalysisSource,
+                                      kFunction)));
 }
 
 TEST_F(QELAnalysisConflictTest, LogsMissingAnalysisStore) {
@@ -441,7 +433,7 @@ TEST_F(QELAnalysisConflictTest, LogsMissingAnalysisStore) {
     EXPECT_EQ(QELAnalysis::m_AnalyzeResourceConflictList(0), "");
     EXPECT_TRUE(failing.HasFailed());
     EXPECT_THAT(FakeLog::Lines(), ElementsAre(ErrorLine("not able to get instance of analysisData",
-                                                        kSourceFile, kFunction)));
+                                                        kAnalysisSource, kFunction)));
 }
 
 TEST_F(QELAnalysisConflictTest, LeavesAnalysisStoreUnchanged) {

@@ -15,7 +15,6 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-const char* const kSourceFile = "QELAnalysisData.cpp";
 const char* const kNoResultStoreMessage = "not able to get instance of xmlParser";
 
 class QELAnalysisDataTest : public StoreTest {
@@ -85,7 +84,7 @@ TEST_F(QELAnalysisDataTest, StaysEmptyWithoutResultStore) {
     }
     EXPECT_THAT(FakeLog::Lines(),
                 ElementsAre(ErrorLine("failed to get instance\n", "QELXmlParser.cpp"),
-                            ErrorLine(kNoResultStoreMessage, kSourceFile, "m_Init")));
+                            ErrorLine(kNoResultStoreMessage, kAnalysisDataSource, "m_Init")));
     EXPECT_THAT(Data().m_AnalysisData, IsEmpty());
     EXPECT_THAT(Data().m_IsExecutedByUser, IsEmpty());
     EXPECT_THAT(Data().m_BlockList, IsEmpty());
@@ -154,14 +153,14 @@ TEST_F(QELAnalysisDataTest, IgnoresTextForInvalidIndex) {
 TEST_F(QELAnalysisDataTest, LogsInvalidIndexWhenFlagIsRead) {
     QELAnalysisData& data = LoadTwoFailedItems();
     EXPECT_FALSE(data.GetExcutedByUser(2));
-    EXPECT_THAT(FakeLog::Lines(),
-                ElementsAre(ErrorLine("index is out of range.", kSourceFile, "GetExcutedByUser")));
+    EXPECT_THAT(FakeLog::Lines(), ElementsAre(ErrorLine("index is out of range.",
+                                                        kAnalysisDataSource, "GetExcutedByUser")));
 }
 
 TEST_F(QELAnalysisDataTest, RejectsEveryIndexWithoutFailedItems) {
     QELAnalysisData& data = Data();
     EXPECT_FALSE(data.GetExcutedByUser(0));
-    EXPECT_TRUE(LoggedError("index is out of range.", kSourceFile));
+    EXPECT_TRUE(LoggedError("index is out of range.", kAnalysisDataSource));
     EXPECT_EQ(data.GetAnalysisData(0), "");
     data.SetAnalysisData(0, "x");
     EXPECT_THAT(data.m_AnalysisData, IsEmpty());
@@ -241,8 +240,9 @@ TEST_P(QELAnalysisDataCodeTest, LogsTextAndCode) {
     const std::string index = std::to_string(GetParam().index);
     EXPECT_THAT(
         FakeLog::Lines(),
-        ElementsAre(InfoLine("id=" + index + ", strCode=1A rest", kSourceFile, GetParam().name),
-                    InfoLine("id=" + index + ", retCode=1a", kSourceFile, GetParam().name)));
+        ElementsAre(
+            InfoLine("id=" + index + ", strCode=1A rest", kAnalysisDataSource, GetParam().name),
+            InfoLine("id=" + index + ", retCode=1a", kAnalysisDataSource, GetParam().name)));
 }
 
 TEST_P(QELAnalysisDataCodeTest, KeepsByteForMissingField) {
@@ -253,7 +253,7 @@ TEST_P(QELAnalysisDataCodeTest, KeepsByteForMissingField) {
     EXPECT_THAT(FakeLog::Lines(),
                 ElementsAre(ErrorLine("Invalid KEY[opcode]!!\n", "QELXmlParser.cpp"),
                             InfoLine("id=" + std::to_string(GetParam().index) + ", strCode=",
-                                     kSourceFile, GetParam().name)));
+                                     kAnalysisDataSource, GetParam().name)));
 }
 
 TEST_P(QELAnalysisDataCodeTest, KeepsByteForEmptyField) {
@@ -269,7 +269,7 @@ TEST_P(QELAnalysisDataCodeTest, KeepsByteForEmptyField) {
     EXPECT_EQ(code, kUntouchedByte);
     EXPECT_THAT(FakeLog::Lines(),
                 ElementsAre(InfoLine("id=" + std::to_string(GetParam().index) + ", strCode=",
-                                     kSourceFile, GetParam().name)));
+                                     kAnalysisDataSource, GetParam().name)));
 }
 
 TEST_P(QELAnalysisDataCodeTest, KeepsByteForUnknownItem) {
@@ -278,7 +278,7 @@ TEST_P(QELAnalysisDataCodeTest, KeepsByteForUnknownItem) {
     EXPECT_FALSE((Data().*GetParam().read)(9, "opcode", &code));
     EXPECT_EQ(code, kUntouchedByte);
     EXPECT_THAT(FakeLog::Infos(),
-                ElementsAre(InfoLine("id=9, strCode=", kSourceFile, GetParam().name)));
+                ElementsAre(InfoLine("id=9, strCode=", kAnalysisDataSource, GetParam().name)));
     EXPECT_EQ(FakeLog::Errors().size(), 1U);
 }
 
@@ -323,9 +323,10 @@ TEST_P(QELAnalysisDataCodeTest, LogsMissingResultStore) {
         EXPECT_TRUE(failing.HasFailed());
     }
     EXPECT_EQ(code, kUntouchedByte);
-    EXPECT_THAT(FakeLog::Lines(),
-                ElementsAre(ErrorLine("failed to get instance\n", "QELXmlParser.cpp"),
-                            ErrorLine(kNoResultStoreMessage, kSourceFile, GetParam().name)));
+    EXPECT_THAT(
+        FakeLog::Lines(),
+        ElementsAre(ErrorLine("failed to get instance\n", "QELXmlParser.cpp"),
+                    ErrorLine(kNoResultStoreMessage, kAnalysisDataSource, GetParam().name)));
 }
 
 TEST_F(QELAnalysisDataTest, ReadsCodesOfFailedItemsAndAllItems) {

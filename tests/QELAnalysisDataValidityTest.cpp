@@ -17,7 +17,6 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::Not;
 
-const char* const kSourceFile = "QELAnalysisData.cpp";
 const char* const kRejectedTypeMessage = "not able to analyze RNSC test item";
 
 class QELAnalysisDataValidityTest : public StoreTest {
@@ -34,7 +33,7 @@ protected:
     static std::vector<LogLine> GetStoreErrors() {
         std::vector<LogLine> errors;
         for (const LogLine& line : FakeLog::Errors()) {
-            if (line.file == kSourceFile) {
+            if (line.file == kAnalysisDataSource) {
                 errors.push_back(line);
             }
         }
@@ -52,8 +51,8 @@ TEST_F(QELAnalysisDataValidityTest, RejectsIndexOutOfRange) {
     EXPECT_FALSE(Data().IsValid(1));
     EXPECT_FALSE(Data().IsValid(UINT_MAX));
     EXPECT_THAT(FakeLog::Lines(),
-                ElementsAre(ErrorLine("index is out of range.", kSourceFile, "IsValid"),
-                            ErrorLine("index is out of range.", kSourceFile, "IsValid")));
+                ElementsAre(ErrorLine("index is out of range.", kAnalysisDataSource, "IsValid"),
+                            ErrorLine("index is out of range.", kAnalysisDataSource, "IsValid")));
 }
 
 TEST_F(QELAnalysisDataValidityTest, RejectsAnalysedItem) {
@@ -63,7 +62,7 @@ TEST_F(QELAnalysisDataValidityTest, RejectsAnalysedItem) {
     FakeLog::Clear();
     EXPECT_FALSE(Data().IsValid(0));
     EXPECT_THAT(FakeLog::Lines(), ElementsAre(ErrorLine("m_IsExecutedByUser have true value",
-                                                        kSourceFile, "IsValid")));
+                                                        kAnalysisDataSource, "IsValid")));
     EXPECT_TRUE(Data().IsValid(1));
 }
 
@@ -76,10 +75,10 @@ TEST_F(QELAnalysisDataValidityTest, RejectsItemWithoutResultStore) {
         EXPECT_FALSE(Data().IsValid(0));
         EXPECT_TRUE(failing.HasFailed());
     }
-    EXPECT_THAT(
-        FakeLog::Lines(),
-        ElementsAre(ErrorLine("failed to get instance\n", "QELXmlParser.cpp"),
-                    ErrorLine("not able to get instance of xmlParser", kSourceFile, "IsValid")));
+    EXPECT_THAT(FakeLog::Lines(),
+                ElementsAre(ErrorLine("failed to get instance\n", "QELXmlParser.cpp"),
+                            ErrorLine("not able to get instance of xmlParser", kAnalysisDataSource,
+                                      "IsValid")));
 }
 
 TEST_F(QELAnalysisDataValidityTest, ChecksFlagBeforeResultStore) {
@@ -99,7 +98,7 @@ TEST_F(QELAnalysisDataValidityTest, TreatsEmptyTextsAsMissing) {
     Store().m_resultFailData[0]["reason"] = "";
     EXPECT_FALSE(Data().IsValid(0));
     EXPECT_THAT(GetStoreErrors(),
-                ElementsAre(ErrorLine("id=0, opcode=5f, msgcode=0", kSourceFile)));
+                ElementsAre(ErrorLine("id=0, opcode=5f, msgcode=0", kAnalysisDataSource)));
 }
 
 TEST_F(QELAnalysisDataValidityTest, ChecksFlagBeforeType) {
@@ -114,7 +113,7 @@ TEST_F(QELAnalysisDataValidityTest, RejectsRnscAndImageItemsWithSameMessage) {
         SCOPED_TRACE(type);
         EXPECT_FALSE(IsValid({{"type", type}, {"detailed", "d"}, {"opcode", "xyz"}}));
         EXPECT_THAT(FakeLog::Lines(),
-                    ElementsAre(ErrorLine(kRejectedTypeMessage, kSourceFile, "IsValid")));
+                    ElementsAre(ErrorLine(kRejectedTypeMessage, kAnalysisDataSource, "IsValid")));
     }
 }
 
@@ -146,13 +145,14 @@ TEST_F(QELAnalysisDataValidityTest, ChecksTypeBeforeReason) {
     Load(xml::Document(
         xml::Element("Network", xml::Section("failedinfo", {{"type", "r"}, {"reason", "no AP"}}))));
     EXPECT_FALSE(Data().IsValid(0));
-    EXPECT_THAT(FakeLog::Lines(), ElementsAre(ErrorLine(kRejectedTypeMessage, kSourceFile)));
+    EXPECT_THAT(FakeLog::Lines(),
+                ElementsAre(ErrorLine(kRejectedTypeMessage, kAnalysisDataSource)));
 }
 
 TEST_F(QELAnalysisDataValidityTest, RejectsItemWithoutFields) {
     EXPECT_FALSE(IsValid({}));
-    EXPECT_THAT(GetStoreErrors(),
-                ElementsAre(ErrorLine("id=0, opcode=0, msgcode=0", kSourceFile, "IsValid")));
+    EXPECT_THAT(GetStoreErrors(), ElementsAre(ErrorLine("id=0, opcode=0, msgcode=0",
+                                                        kAnalysisDataSource, "IsValid")));
 }
 
 TEST_F(QELAnalysisDataValidityTest, RejectsMissingOpcodeWithoutReadingMsgcode) {
@@ -161,22 +161,23 @@ TEST_F(QELAnalysisDataValidityTest, RejectsMissingOpcodeWithoutReadingMsgcode) {
                 ElementsAre(ErrorLine("Invalid KEY[detailed]!!\n", "QELXmlParser.cpp"),
                             ErrorLine("Invalid KEY[reason]!!\n", "QELXmlParser.cpp"),
                             ErrorLine("Invalid KEY[opcode]!!\n", "QELXmlParser.cpp"),
-                            InfoLine("id=0, strCode=", kSourceFile),
-                            ErrorLine("id=0, opcode=0, msgcode=0", kSourceFile)));
+                            InfoLine("id=0, strCode=", kAnalysisDataSource),
+                            ErrorLine("id=0, opcode=0, msgcode=0", kAnalysisDataSource)));
 }
 
 TEST_F(QELAnalysisDataValidityTest, RejectsMissingMsgcodeAndLogsOpcode) {
     EXPECT_FALSE(IsValid({{"type", "app"}, {"opcode", "5F"}}));
     EXPECT_THAT(GetStoreErrors(),
-                ElementsAre(ErrorLine("id=0, opcode=5f, msgcode=0", kSourceFile)));
+                ElementsAre(ErrorLine("id=0, opcode=5f, msgcode=0", kAnalysisDataSource)));
 }
 
 TEST_F(QELAnalysisDataValidityTest, TreatsEmptyCodesAsMissing) {
     EXPECT_FALSE(IsValid({{"opcode", ""}, {"msgcode", "10"}}));
-    EXPECT_THAT(GetStoreErrors(), ElementsAre(ErrorLine("id=0, opcode=0, msgcode=0", kSourceFile)));
+    EXPECT_THAT(GetStoreErrors(),
+                ElementsAre(ErrorLine("id=0, opcode=0, msgcode=0", kAnalysisDataSource)));
     EXPECT_FALSE(IsValid({{"opcode", "50"}, {"msgcode", ""}}));
     EXPECT_THAT(GetStoreErrors(),
-                ElementsAre(ErrorLine("id=0, opcode=50, msgcode=0", kSourceFile)));
+                ElementsAre(ErrorLine("id=0, opcode=50, msgcode=0", kAnalysisDataSource)));
 }
 
 TEST_F(QELAnalysisDataValidityTest, LogsIndexOfRejectedItem) {
@@ -184,20 +185,20 @@ TEST_F(QELAnalysisDataValidityTest, LogsIndexOfRejectedItem) {
     EXPECT_FALSE(Data().IsValid(1));
     EXPECT_FALSE(Data().IsValid(2));
     EXPECT_THAT(GetStoreErrors(),
-                ElementsAre(ErrorLine("id=1, opcode=0, msgcode=0", kSourceFile),
+                ElementsAre(ErrorLine("id=1, opcode=0, msgcode=0", kAnalysisDataSource),
                             ErrorLine("not able to find checkTable from list. id=2, opcode=50, "
                                       "msgcode=10",
-                                      kSourceFile)));
+                                      kAnalysisDataSource)));
 }
 
 TEST_F(QELAnalysisDataValidityTest, AcceptsPairOutsideBlockList) {
     EXPECT_TRUE(IsValid({{"type", "app"}, {"opcode", "52"}, {"msgcode", "14"}}));
     EXPECT_THAT(GetStoreErrors(), IsEmpty());
     EXPECT_THAT(FakeLog::Infos(),
-                ElementsAre(InfoLine("id=0, strCode=52", kSourceFile, "GetCode"),
-                            InfoLine("id=0, retCode=52", kSourceFile, "GetCode"),
-                            InfoLine("id=0, strCode=14", kSourceFile, "GetCode"),
-                            InfoLine("id=0, retCode=14", kSourceFile, "GetCode")));
+                ElementsAre(InfoLine("id=0, strCode=52", kAnalysisDataSource, "GetCode"),
+                            InfoLine("id=0, retCode=52", kAnalysisDataSource, "GetCode"),
+                            InfoLine("id=0, strCode=14", kAnalysisDataSource, "GetCode"),
+                            InfoLine("id=0, retCode=14", kAnalysisDataSource, "GetCode")));
 }
 
 TEST_F(QELAnalysisDataValidityTest, RejectsBlockListedPairWithoutCheckTable) {
@@ -205,7 +206,7 @@ TEST_F(QELAnalysisDataValidityTest, RejectsBlockListedPairWithoutCheckTable) {
     EXPECT_THAT(GetStoreErrors(),
                 ElementsAre(ErrorLine("not able to find checkTable from list. id=0, opcode=50, "
                                       "msgcode=1a",
-                                      kSourceFile, "IsValid")));
+                                      kAnalysisDataSource, "IsValid")));
 }
 
 TEST_F(QELAnalysisDataValidityTest, AcceptsDetailedTextWithoutReadingCodes) {

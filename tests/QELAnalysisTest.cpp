@@ -21,7 +21,6 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-const char* const kSourceFile = "QELAnalysis.cpp";
 const char* const kCompleted = "Analysis is completed.";
 // The analysis text of item A in a run without conflicts.
 const char* const kAnalysisText = "\n100\t200\tA(3)\n\n";
@@ -71,7 +70,7 @@ protected:
     static std::vector<LogLine> GetAnalysisErrors() {
         std::vector<LogLine> errors;
         for (const LogLine& line : FakeLog::Errors()) {
-            if (line.file == kSourceFile) {
+            if (line.file == kAnalysisSource) {
                 errors.push_back(line);
             }
         }
@@ -144,7 +143,7 @@ TEST_F(QELAnalysisTest, ReportsCompletionForUnknownItem) {
     CreateRunningPopup();
     QELAnalysis::StartAnalyze(7);
     EXPECT_THAT(GetAnalysisErrors(),
-                ElementsAre(ErrorLine("indexOfAnalysisItem=7, opcode=0, msgcode=0", kSourceFile,
+                ElementsAre(ErrorLine("indexOfAnalysisItem=7, opcode=0, msgcode=0", kAnalysisSource,
                                       "m_Analyze")));
     EXPECT_FALSE(Data().GetExcutedByUser(0));
     EXPECT_EQ(QELPopupLoading::m_ResultText, kCompleted);
@@ -181,16 +180,17 @@ TEST_F(QELAnalysisTest, StoresEmptyTextForMissingOrEmptyOpcode) {
         EXPECT_EQ(QELPopupLoading::m_ResultText, kCompleted);
         EXPECT_FALSE(QELPopupLoading::GetRunningFlag());
         EXPECT_THAT(GetAnalysisErrors(),
-                    ElementsAre(ErrorLine("indexOfAnalysisItem=0, opcode=0, msgcode=0", kSourceFile,
-                                          "m_Analyze")));
+                    ElementsAre(ErrorLine("indexOfAnalysisItem=0, opcode=0, msgcode=0",
+                                          kAnalysisSource, "m_Analyze")));
     }
 }
 
 TEST_F(QELAnalysisTest, LogsOpcodeWhenMsgcodeIsMissing) {
     LoadItems({{{"opcode", "5F"}}});
     EXPECT_EQ(QELAnalysis::m_Analyze(0), "");
-    EXPECT_THAT(GetAnalysisErrors(),
-                ElementsAre(ErrorLine("indexOfAnalysisItem=0, opcode=5f, msgcode=0", kSourceFile)));
+    EXPECT_THAT(
+        GetAnalysisErrors(),
+        ElementsAre(ErrorLine("indexOfAnalysisItem=0, opcode=5f, msgcode=0", kAnalysisSource)));
 }
 
 TEST_F(QELAnalysisTest, SkipsMsgcodeAfterMissingOpcode) {
@@ -209,8 +209,9 @@ TEST_F(QELAnalysisTest, StoresEmptyTextForNetworkFailure) {
     QELAnalysis::StartAnalyze(0);
     EXPECT_EQ(Data().GetAnalysisData(0), "");
     EXPECT_TRUE(Data().GetExcutedByUser(0));
-    EXPECT_THAT(GetAnalysisErrors(),
-                ElementsAre(ErrorLine("indexOfAnalysisItem=0, opcode=0, msgcode=0", kSourceFile)));
+    EXPECT_THAT(
+        GetAnalysisErrors(),
+        ElementsAre(ErrorLine("indexOfAnalysisItem=0, opcode=0, msgcode=0", kAnalysisSource)));
 }
 
 // Missing stores and popup
@@ -244,7 +245,7 @@ TEST_F(QELAnalysisTest, LeavesItemUnanalysedWithoutPopup) {
         EXPECT_TRUE(failing.HasFailed());
     }
     EXPECT_THAT(FakeLog::Lines(),
-                ElementsAre(ErrorLine("popupLoading is NULL", kSourceFile, "StartAnalyze")));
+                ElementsAre(ErrorLine("popupLoading is NULL", kAnalysisSource, "StartAnalyze")));
     EXPECT_EQ(Data().GetAnalysisData(0), "");
     EXPECT_FALSE(Data().GetExcutedByUser(0));
 }

@@ -24,8 +24,7 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-const char* const kFlagFile = "/tmp/qel_first_execute";
-const char* const kSource = "QELApp.cpp";
+const char* const kAppSource = "QELApp.cpp";
 
 class QELAppTest : public ScreenTest {
 protected:
@@ -50,7 +49,7 @@ TEST_F(QELAppTest, CreatesWindow) {
     EXPECT_TRUE(HasWindow());
     EXPECT_NE(ad.win, nullptr);
     ASSERT_FALSE(FakeLog::Lines().empty());
-    EXPECT_THAT(FakeLog::Lines().front(), InfoLine("s_Create is called", kSource, "s_Create"));
+    EXPECT_THAT(FakeLog::Lines().front(), InfoLine("s_Create is called", kAppSource, "s_Create"));
 }
 
 TEST_F(QELAppTest, StoresWindowBeforeBuildingIt) {
@@ -64,8 +63,8 @@ TEST_F(QELAppTest, RejectsCreateWithoutData) {
     EXPECT_FALSE(QELApp::s_Create(nullptr));
     EXPECT_FALSE(HasWindow());
     EXPECT_THAT(FakeLog::Lines(),
-                ElementsAre(InfoLine("s_Create is called", kSource, "s_Create"),
-                            ErrorLine("void* parameter is not valid", kSource, "s_Create")));
+                ElementsAre(InfoLine("s_Create is called", kAppSource, "s_Create"),
+                            ErrorLine("void* parameter is not valid", kAppSource, "s_Create")));
 }
 
 TEST_F(QELAppTest, RejectsCreateWithoutMemoryForWindow) {
@@ -75,8 +74,8 @@ TEST_F(QELAppTest, RejectsCreateWithoutMemoryForWindow) {
     EXPECT_FALSE(HasWindow());
     EXPECT_EQ(ad.win, nullptr);
     EXPECT_THAT(FakeLog::Lines(),
-                ElementsAre(InfoLine("s_Create is called", kSource, "s_Create"),
-                            ErrorLine("QELWindow creation is failed.", kSource, "s_Create")));
+                ElementsAre(InfoLine("s_Create is called", kAppSource, "s_Create"),
+                            ErrorLine("QELWindow creation is failed.", kAppSource, "s_Create")));
 }
 
 TEST_F(QELAppTest, CreatesWindowAfterFailedCreate) {
@@ -109,7 +108,8 @@ TEST_F(QELAppTest, KeepsWindowOnSecondCreate) {
     EXPECT_EQ(ad.win, before.win);
     EXPECT_EQ(ad.table, before.table);
     EXPECT_THAT(ToolkitCalls::Take({}), IsEmpty());
-    EXPECT_THAT(FakeLog::Lines(), ElementsAre(InfoLine("s_Create is called", kSource, "s_Create")));
+    EXPECT_THAT(FakeLog::Lines(),
+                ElementsAre(InfoLine("s_Create is called", kAppSource, "s_Create")));
 }
 
 // --- control: requests that do not close
@@ -118,7 +118,7 @@ TEST_F(QELAppTest, ReadsOneValueOfRequest) {
     Request("anything");
     EXPECT_THAT(FakeApp::RequestedKeys(), ElementsAre("EXEPARAM"));
     EXPECT_THAT(FakeLog::Lines(),
-                ElementsAre(InfoLine("s_Control is called", kSource, "s_Control")));
+                ElementsAre(InfoLine("s_Control is called", kAppSource, "s_Control")));
 }
 
 TEST_F(QELAppTest, CreatesCounterAndFlagFileOnFirstRequest) {
@@ -174,15 +174,15 @@ TEST_F(QELAppTest, LogsFailedFlagFileAfterCounting) {
     Request("x");
     EXPECT_EQ(LaunchCount(), "1\n");
     EXPECT_THAT(FakeLog::Lines(),
-                ElementsAre(InfoLine("s_Control is called", kSource, "s_Control"),
-                            ErrorLine("failed to create flag file", kSource, "s_Control")));
+                ElementsAre(InfoLine("s_Control is called", kAppSource, "s_Control"),
+                            ErrorLine("failed to create flag file", kAppSource, "s_Control")));
 }
 
 TEST_F(QELAppTest, RejectsFifoAsFlagFileWithoutBlocking) {
     ASSERT_EQ(mkfifo(kFlagFile, 0600), 0);
     Request("x");
     EXPECT_EQ(LaunchCount(), "1\n");
-    EXPECT_TRUE(LoggedError("failed to create flag file", kSource));
+    EXPECT_TRUE(LoggedError("failed to create flag file", kAppSource));
 }
 
 // The flag file is a link to the counter. The counter is therefore empty when the flag file is
@@ -204,7 +204,7 @@ TEST_F(QELAppTest, IgnoresRequestWithoutData) {
     EXPECT_FALSE(fs::exists(kFlagFile));
     EXPECT_FALSE(IsCloseRequested());
     EXPECT_THAT(FakeLog::Lines(),
-                ElementsAre(InfoLine("s_Control is called", kSource, "s_Control")));
+                ElementsAre(InfoLine("s_Control is called", kAppSource, "s_Control")));
 }
 
 TEST_F(QELAppTest, IgnoresRequestWithoutBundle) {
@@ -215,8 +215,8 @@ TEST_F(QELAppTest, IgnoresRequestWithoutBundle) {
     EXPECT_FALSE(fs::exists(kFlagFile));
     EXPECT_FALSE(IsCloseRequested());
     EXPECT_THAT(FakeLog::Lines(),
-                ElementsAre(InfoLine("s_Control is called", kSource, "s_Control"),
-                            ErrorLine("failed to initialize tempBundle", kSource, "s_Control")));
+                ElementsAre(InfoLine("s_Control is called", kAppSource, "s_Control"),
+                            ErrorLine("failed to initialize tempBundle", kAppSource, "s_Control")));
 }
 
 TEST_F(QELAppTest, IgnoresResultOfValueLookup) {
@@ -242,7 +242,7 @@ TEST_P(QELAppCloseTest, ClosesOnValueWithPrefixClose) {
     EXPECT_FALSE(PrivateData::Exists("num_of_launch"));
     EXPECT_FALSE(fs::exists(kFlagFile));
     EXPECT_THAT(FakeLog::Lines(),
-                ElementsAre(InfoLine("s_Control is called", kSource, "s_Control")));
+                ElementsAre(InfoLine("s_Control is called", kAppSource, "s_Control")));
 }
 
 INSTANTIATE_TEST_SUITE_P(Values, QELAppCloseTest,
@@ -275,7 +275,7 @@ TEST_F(QELAppTest, DestroysNothingOnTerminateAfterClose) {
     QELApp::s_Terminate(&ad);
     EXPECT_EQ(ToolkitCalls::Count("evas_object_del"), 0);
     EXPECT_THAT(FakeLog::Lines(),
-                ElementsAre(InfoLine("s_Terminate is called", kSource, "s_Terminate")));
+                ElementsAre(InfoLine("s_Terminate is called", kAppSource, "s_Terminate")));
 }
 
 // --- pause, resume, terminate
@@ -291,10 +291,11 @@ TEST_F(QELAppTest, OnlyLogsPauseAndResume) {
     QELApp::s_Resume(nullptr);
     EXPECT_EQ(QELApp::m_QelWindow, window);
     EXPECT_THAT(ToolkitCalls::Take({}), IsEmpty());
-    EXPECT_THAT(FakeLog::Lines(), ElementsAre(InfoLine("s_Pause is called", kSource, "s_Pause"),
-                                              InfoLine("s_Resume is called", kSource, "s_Resume"),
-                                              InfoLine("s_Pause is called", kSource, "s_Pause"),
-                                              InfoLine("s_Resume is called", kSource, "s_Resume")));
+    EXPECT_THAT(FakeLog::Lines(),
+                ElementsAre(InfoLine("s_Pause is called", kAppSource, "s_Pause"),
+                            InfoLine("s_Resume is called", kAppSource, "s_Resume"),
+                            InfoLine("s_Pause is called", kAppSource, "s_Pause"),
+                            InfoLine("s_Resume is called", kAppSource, "s_Resume")));
 }
 
 TEST_F(QELAppTest, DestroysWindowOnTerminate) {
@@ -306,7 +307,7 @@ TEST_F(QELAppTest, DestroysWindowOnTerminate) {
     EXPECT_EQ(ad.itemList, nullptr);
     EXPECT_FALSE(IsCloseRequested());
     EXPECT_THAT(FakeLog::Lines(),
-                ElementsAre(InfoLine("s_Terminate is called", kSource, "s_Terminate")));
+                ElementsAre(InfoLine("s_Terminate is called", kAppSource, "s_Terminate")));
 }
 
 TEST_F(QELAppTest, KeepsWindowOnTerminateWithoutData) {
@@ -316,8 +317,8 @@ TEST_F(QELAppTest, KeepsWindowOnTerminateWithoutData) {
     EXPECT_TRUE(HasWindow());
     EXPECT_NE(ad.win, nullptr);
     EXPECT_THAT(FakeLog::Lines(),
-                ElementsAre(InfoLine("s_Terminate is called", kSource, "s_Terminate"),
-                            ErrorLine("void* parameter is not valid", kSource, "s_Terminate")));
+                ElementsAre(InfoLine("s_Terminate is called", kAppSource, "s_Terminate"),
+                            ErrorLine("void* parameter is not valid", kAppSource, "s_Terminate")));
 }
 
 TEST_F(QELAppTest, KeepsStoresAndPopupAfterTerminate) {

@@ -19,8 +19,7 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-const char* const kSource = "QELButtonLogCapture.cpp";
-const std::string kContentPrefix = "<align=left left_margin=30 wrap=char>";
+const char* const kButtonLogCaptureSource = "QELButtonLogCapture.cpp";
 
 class QELButtonLogCaptureTest : public ScreenTest {
 protected:
@@ -64,7 +63,8 @@ protected:
 // --- create
 
 TEST_F(QELButtonLogCaptureTest, RejectsCreateWithoutAppData) {
-    ExpectRecordIsNeeded(m_LogCapture, &QELButtonLogCapture::Create, "Create", kSource);
+    ExpectRecordIsNeeded(m_LogCapture, &QELButtonLogCapture::Create, "Create",
+                         kButtonLogCaptureSource);
     EXPECT_EQ(m_LogCapture.m_Box, nullptr);
 }
 
@@ -92,7 +92,8 @@ TEST_F(QELButtonLogCaptureTest, CreatesAndPlacesWidgetsInOrder) {
                             "elm_table_pack(table, box, 1, 7, 1, 1)",  //
                             "evas_object_show(logCaptureButton)",      //
                             "elm_table_pack(table, logCaptureButton, 1, 7, 1, 1)"));
-    EXPECT_THAT(FakeLog::Lines(), ElementsAre(InfoLine("done Create", kSource, "Create")));
+    EXPECT_THAT(FakeLog::Lines(),
+                ElementsAre(InfoLine("done Create", kButtonLogCaptureSource, "Create")));
 }
 
 TEST_F(QELButtonLogCaptureTest, CreatesEmptyHorizontalBoxWithPadding) {
@@ -151,7 +152,7 @@ TEST_F(QELButtonLogCaptureTest, CentresObjectInItsCell) {
 }
 
 TEST_F(QELButtonLogCaptureTest, ShowsWithoutPlacingAtOtherLocations) {
-    ExpectShownButNotPlaced(m_LogCapture, {0, 1, 2, 3, 4, 5, 6, 8, 9}, kSource);
+    ExpectShownButNotPlaced(m_LogCapture, {0, 1, 2, 3, 4, 5, 6, 8, 9}, kButtonLogCaptureSource);
 }
 
 // --- press
@@ -164,7 +165,7 @@ TEST_F(QELButtonLogCaptureTest, ShowsPopupWhileLogCopyRuns) {
     EXPECT_TRUE(IsVisible(QELPopupLoading::m_Popup));
     EXPECT_STREQ(elm_object_part_text_get(QELPopupLoading::m_Popup, "title,text"),
                  "Capture Log To USB");
-    EXPECT_EQ(Content(), kContentPrefix + "Log files are storing to USB...");
+    EXPECT_EQ(Content(), kPopupContentPrefix + "Log files are storing to USB...");
     EXPECT_TRUE(elm_object_disabled_get(QELPopupLoading::m_Button));
     EXPECT_TRUE(elm_progressbar_is_pulsing_get(QELPopupLoading::m_PopupProgress));
     EXPECT_TRUE(QELPopupLoading::m_IsRunning);
@@ -184,7 +185,7 @@ TEST_F(QELButtonLogCaptureTest, ShowsPopupAndTextsBeforeWorkerRuns) {
                          [&shown] { shown.push_back(IsVisible(QELPopupLoading::m_Popup)); });
     QELButtonLogCapture::OnPress(&ad, ad.logCaptureButton, nullptr);
     EXPECT_THAT(shown, ElementsAre(true, true));
-    EXPECT_EQ(content, kContentPrefix + "Log files are storing to USB...");
+    EXPECT_EQ(content, kPopupContentPrefix + "Log files are storing to USB...");
     EXPECT_EQ(copiesBegun, 0);
     ASSERT_TRUE(WaitUntilPopupStops());
     const std::vector<std::string> calls = ToolkitCalls::Take(
@@ -217,9 +218,10 @@ TEST_F(QELButtonLogCaptureTest, RejectsPressWithoutPopup) {
     QELButtonLogCapture::OnPress(&ad, ad.logCaptureButton, nullptr);
     EXPECT_TRUE(failing.HasFailed());
     EXPECT_EQ(FakeServices::CopiesBegun(), 0);
-    EXPECT_THAT(FakeLog::Lines(),
-                ElementsAre(InfoLine("Log Capture button is pressed.", kSource, "OnPress"),
-                            ErrorLine("popupLoading is NULL", kSource, "OnPress")));
+    EXPECT_THAT(
+        FakeLog::Lines(),
+        ElementsAre(InfoLine("Log Capture button is pressed.", kButtonLogCaptureSource, "OnPress"),
+                    ErrorLine("popupLoading is NULL", kButtonLogCaptureSource, "OnPress")));
 }
 
 TEST_F(QELButtonLogCaptureTest, ThrowsFromPressWhenWorkerCannotStart) {
@@ -243,10 +245,10 @@ TEST_P(QELButtonLogCaptureSuccessTest, ReportsSuccessForEveryResultButMinusOne) 
     PrivateData::Write("num_of_log_capture", "41\n");
     Create();
     CaptureAndConfirm(GetParam());
-    EXPECT_EQ(Content(), kContentPrefix + "Successfully stored log files to USB.");
+    EXPECT_EQ(Content(), kPopupContentPrefix + "Successfully stored log files to USB.");
     EXPECT_EQ(CaptureCount(), "42\n");
     EXPECT_FALSE(IsEnabled());
-    EXPECT_TRUE(LoggedInfo("retAutoApi = " + std::to_string(GetParam()), kSource));
+    EXPECT_TRUE(LoggedInfo("retAutoApi = " + std::to_string(GetParam()), kButtonLogCaptureSource));
     EXPECT_TRUE(LoggedNoError());
 }
 
@@ -261,18 +263,18 @@ TEST_F(QELButtonLogCaptureTest, CreatesCounterOnFirstSuccess) {
 TEST_F(QELButtonLogCaptureTest, ReportsFailureForMinusOne) {
     Create();
     CaptureAndConfirm(-1);
-    EXPECT_EQ(Content(), kContentPrefix + "Failed to store log files to USB.");
+    EXPECT_EQ(Content(), kPopupContentPrefix + "Failed to store log files to USB.");
     EXPECT_FALSE(PrivateData::Exists("num_of_log_capture"));
     EXPECT_FALSE(QELButtonLogCapture::doCaptureLog);
     EXPECT_TRUE(IsEnabled());
-    EXPECT_TRUE(LoggedInfo("retAutoApi = -1", kSource));
+    EXPECT_TRUE(LoggedInfo("retAutoApi = -1", kButtonLogCaptureSource));
 }
 
 TEST_F(QELButtonLogCaptureTest, ReportsSuccessDespiteInvalidCounter) {
     PrivateData::Write("num_of_log_capture", "abc");
     Create();
     CaptureAndConfirm(0);
-    EXPECT_EQ(Content(), kContentPrefix + "Successfully stored log files to USB.");
+    EXPECT_EQ(Content(), kPopupContentPrefix + "Successfully stored log files to USB.");
     EXPECT_EQ(CaptureCount(), "abc");
     EXPECT_FALSE(IsEnabled());
 }
@@ -283,7 +285,7 @@ TEST_F(QELButtonLogCaptureTest, CopiesThenCountsThenClearsRunningFlag) {
     FakeLog::Clear();
     QELButtonLogCapture::m_CaptureLog();
     EXPECT_THAT(FakeLog::Lines(),
-                ElementsAre(InfoLine("retAutoApi = 0", kSource, "m_CaptureLog"),
+                ElementsAre(InfoLine("retAutoApi = 0", kButtonLogCaptureSource, "m_CaptureLog"),
                             ErrorLine("failed to get data", "QELUtil.cpp", "IncreaseCount"),
                             InfoLine("SetRunningFlag 0", "QELPopupLoading.cpp")));
     EXPECT_EQ(QELPopupLoading::m_ResultText, "Successfully stored log files to USB.");
@@ -324,8 +326,9 @@ TEST_F(QELButtonLogCaptureTest, StoresFailureTextAndClearsRunningFlag) {
     FakeLog::Clear();
     FakeServices::SetCopyResult(-1);
     QELButtonLogCapture::m_CaptureLog();
-    EXPECT_THAT(FakeLog::Lines(), ElementsAre(InfoLine("retAutoApi = -1", kSource, "m_CaptureLog"),
-                                              InfoLine("SetRunningFlag 0", "QELPopupLoading.cpp")));
+    EXPECT_THAT(FakeLog::Lines(),
+                ElementsAre(InfoLine("retAutoApi = -1", kButtonLogCaptureSource, "m_CaptureLog"),
+                            InfoLine("SetRunningFlag 0", "QELPopupLoading.cpp")));
     EXPECT_EQ(QELPopupLoading::m_ResultText, "Failed to store log files to USB.");
 }
 
@@ -338,8 +341,8 @@ TEST_F(QELButtonLogCaptureTest, SkipsLogCopyWithoutPopup) {
     }
     EXPECT_TRUE(QELPopupLoading::m_IsRunning);
     EXPECT_EQ(FakeServices::CopiesBegun(), 0);
-    EXPECT_THAT(FakeLog::Lines(),
-                ElementsAre(ErrorLine("popupLoading is NULL", kSource, "m_CaptureLog")));
+    EXPECT_THAT(FakeLog::Lines(), ElementsAre(ErrorLine("popupLoading is NULL",
+                                                        kButtonLogCaptureSource, "m_CaptureLog")));
     QELPopupLoading::m_IsRunning = false;
 }
 
@@ -378,7 +381,7 @@ TEST_F(QELButtonLogCaptureTest, IgnoresKeyAfterSuccessfulCapture) {
 TEST_F(QELButtonLogCaptureTest, StartsCaptureOnKey) {
     Create();
     Screen::Press(ad.win, "Return");
-    EXPECT_TRUE(LoggedInfo("Log Capture button is pressed.", kSource));
+    EXPECT_TRUE(LoggedInfo("Log Capture button is pressed.", kButtonLogCaptureSource));
     EXPECT_TRUE(WaitUntilPopupStops());
     EXPECT_EQ(FakeServices::CopiesBegun(), 1);
 }
@@ -400,8 +403,8 @@ TEST_F(QELButtonLogCaptureTest, KeepsButtonEnabledOnConfirmationWithoutCapture) 
     Create();
     QELButtonLogCapture::SetDisable(&ad, nullptr, nullptr);
     EXPECT_TRUE(IsEnabled());
-    EXPECT_THAT(FakeLog::Lines(),
-                ElementsAre(InfoLine("Press OK in popup is pressed.", kSource, "SetDisable")));
+    EXPECT_THAT(FakeLog::Lines(), ElementsAre(InfoLine("Press OK in popup is pressed.",
+                                                       kButtonLogCaptureSource, "SetDisable")));
 }
 
 TEST_F(QELButtonLogCaptureTest, KeepsButtonEnabledOnConfirmationWithoutAppData) {
@@ -409,8 +412,8 @@ TEST_F(QELButtonLogCaptureTest, KeepsButtonEnabledOnConfirmationWithoutAppData) 
     QELButtonLogCapture::doCaptureLog = true;
     QELButtonLogCapture::SetDisable(nullptr, nullptr, nullptr);
     EXPECT_TRUE(IsEnabled());
-    EXPECT_THAT(FakeLog::Lines(),
-                ElementsAre(InfoLine("Press OK in popup is pressed.", kSource, "SetDisable")));
+    EXPECT_THAT(FakeLog::Lines(), ElementsAre(InfoLine("Press OK in popup is pressed.",
+                                                       kButtonLogCaptureSource, "SetDisable")));
 }
 
 // --- destroy
@@ -433,7 +436,8 @@ TEST_F(QELButtonLogCaptureTest, DeletesNothingBeforeCreate) {
 
 TEST_F(QELButtonLogCaptureTest, RejectsDestroyWithoutAppData) {
     Create();
-    ExpectRecordIsNeeded(m_LogCapture, &QELButtonLogCapture::Destroy, "Destroy", kSource);
+    ExpectRecordIsNeeded(m_LogCapture, &QELButtonLogCapture::Destroy, "Destroy",
+                         kButtonLogCaptureSource);
     EXPECT_NE(m_LogCapture.m_Box, nullptr);
 }
 

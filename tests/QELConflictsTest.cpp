@@ -16,12 +16,6 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-xml::Fields MakeItem(const std::string& name, const std::string& thread, const std::string& start,
-                     const std::string& duration, const std::string& opcode = "11") {
-    return {{"name", name},       {"opcode", opcode},         {"msgcode", "22"},
-            {"threadID", thread}, {"timeAckAbsolute", start}, {"duration", duration}};
-}
-
 std::string Describe(const QELConflictLine_s& line) {
     const std::string item =
         line.item == QELConflictLine_s::kNoItem ? "own" : std::to_string(line.item);

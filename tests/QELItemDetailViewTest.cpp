@@ -17,7 +17,7 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::Not;
 
-const char* const kSource = "QELItemDetailView.cpp";
+const char* const kItemDetailViewSource = "QELItemDetailView.cpp";
 const std::string kResultPrefix = "<align=left left_margin=20 wrap=char font_size=15>";
 const std::string kRedPrefix = "<align=left left_margin=20 wrap=char font_size=15 color=#FF0000>";
 const std::string kOrangePrefix =
@@ -83,7 +83,7 @@ TEST_F(QELItemDetailViewTest, ClearsBothMembersOnConstruction) {
 }
 
 TEST_F(QELItemDetailViewTest, RejectsCreateWithoutAppData) {
-    ExpectRecordIsNeeded(m_View, &QELItemDetailView::Create, "Create", kSource);
+    ExpectRecordIsNeeded(m_View, &QELItemDetailView::Create, "Create", kItemDetailViewSource);
     EXPECT_EQ(m_View.m_scrollerItemDetailView, nullptr);
 }
 
@@ -117,10 +117,10 @@ TEST_F(QELItemDetailViewTest, SetsHintBeforeShowingWidgets) {
 
 TEST_F(QELItemDetailViewTest, LogsLocationErrorOfLabelOnEveryCreate) {
     Create();
-    EXPECT_THAT(
-        FakeLog::Lines(),
-        ElementsAre(ErrorLine("there is no information about table location", kSource, "m_Show"),
-                    InfoLine("done Create", kSource, "Create")));
+    EXPECT_THAT(FakeLog::Lines(),
+                ElementsAre(ErrorLine("there is no information about table location",
+                                      kItemDetailViewSource, "m_Show"),
+                            InfoLine("done Create", kItemDetailViewSource, "Create")));
 }
 
 TEST_F(QELItemDetailViewTest, PlacesFocusableLabelInScroller) {
@@ -156,7 +156,7 @@ TEST_F(QELItemDetailViewTest, PlacesScrollerOverBackgroundInSameCell) {
 
 TEST_F(QELItemDetailViewTest, ShowsWithoutPlacingAtOtherLocations) {
     Create();
-    ExpectShownButNotPlaced(m_View, {0, 1, 2, 3, 4, 5, 7, 8, 9}, kSource);
+    ExpectShownButNotPlaced(m_View, {0, 1, 2, 3, 4, 5, 7, 8, 9}, kItemDetailViewSource);
 }
 
 TEST_F(QELItemDetailViewTest, ScrollsLongTextByOneStep) {
@@ -354,11 +354,11 @@ TEST_F(QELItemDetailViewTest, LogsResultTextAndAnalysisText) {
     Update(0);
     EXPECT_THAT(
         FakeLog::Infos(),
-        ElementsAre(
-            InfoLine("index : 0, resultSize : 1", kSource, "UpdateText"),
-            InfoLine("strMarkupForResultText : " + kResultPrefix + "type=bt<br/><br/>", kSource,
-                     "m_GetMarkupResultText"),
-            InfoLine("strReturnText : " + kOrangePrefix, kSource, "m_GetMarkupAnalyzeText")));
+        ElementsAre(InfoLine("index : 0, resultSize : 1", kItemDetailViewSource, "UpdateText"),
+                    InfoLine("strMarkupForResultText : " + kResultPrefix + "type=bt<br/><br/>",
+                             kItemDetailViewSource, "m_GetMarkupResultText"),
+                    InfoLine("strReturnText : " + kOrangePrefix, kItemDetailViewSource,
+                             "m_GetMarkupAnalyzeText")));
 }
 
 TEST_F(QELItemDetailViewTest, ReturnsPrefixesForIndexBeyondStore) {
@@ -379,7 +379,7 @@ TEST_F(QELItemDetailViewStoreTest, ReturnsEmptyResultTextWithoutResultStore) {
     EXPECT_TRUE(failing.HasFailed());
     EXPECT_THAT(FakeLog::Errors(),
                 ElementsAre(ErrorLine("failed to get instance\n", "QELXmlParser.cpp"),
-                            ErrorLine("failed to get QELXmlParser instance.", kSource,
+                            ErrorLine("failed to get QELXmlParser instance.", kItemDetailViewSource,
                                       "m_GetMarkupResultText")));
 }
 
@@ -388,8 +388,9 @@ TEST_F(QELItemDetailViewStoreTest, ReturnsEmptyAnalysisTextWithoutAnalysisStore)
     const FailingNew failing(1);
     EXPECT_EQ(QELItemDetailView::m_GetMarkupAnalyzeText(0), "");
     EXPECT_TRUE(failing.HasFailed());
-    EXPECT_THAT(FakeLog::Lines(), ElementsAre(ErrorLine("failed to get QELAnalysisData instance.",
-                                                        kSource, "m_GetMarkupAnalyzeText")));
+    EXPECT_THAT(FakeLog::Lines(),
+                ElementsAre(ErrorLine("failed to get QELAnalysisData instance.",
+                                      kItemDetailViewSource, "m_GetMarkupAnalyzeText")));
 }
 
 // Only the first allocation fails, so the error line names the store that is requested first.
@@ -397,8 +398,9 @@ TEST_F(QELItemDetailViewStoreTest, ChecksAnalysisStoreBeforeResultStore) {
     const FailingNew failing(1);
     EXPECT_EQ(QELItemDetailView::m_GetMarkupAnalyzeText(0), "");
     EXPECT_TRUE(failing.HasFailed());
-    EXPECT_THAT(FakeLog::Errors(), ElementsAre(ErrorLine("failed to get QELAnalysisData instance.",
-                                                         kSource, "m_GetMarkupAnalyzeText")));
+    EXPECT_THAT(FakeLog::Errors(),
+                ElementsAre(ErrorLine("failed to get QELAnalysisData instance.",
+                                      kItemDetailViewSource, "m_GetMarkupAnalyzeText")));
 }
 
 TEST_F(QELItemDetailViewStoreTest, ReturnsEmptyAnalysisTextWithoutResultStore) {
@@ -411,7 +413,7 @@ TEST_F(QELItemDetailViewStoreTest, ReturnsEmptyAnalysisTextWithoutResultStore) {
     EXPECT_TRUE(failing.HasFailed());
     EXPECT_THAT(FakeLog::Errors(),
                 ElementsAre(ErrorLine("failed to get instance\n", "QELXmlParser.cpp"),
-                            ErrorLine("failed to get QELXmlParser instance.", kSource,
+                            ErrorLine("failed to get QELXmlParser instance.", kItemDetailViewSource,
                                       "m_GetMarkupAnalyzeText")));
 }
 
@@ -472,8 +474,8 @@ TEST_F(QELItemDetailViewTest, IgnoresRowBeyondStore) {
     QELXmlParser::GetInstance()->m_resultFailData.resize(1);
     Update(1);
     EXPECT_EQ(Text(), before);
-    EXPECT_THAT(FakeLog::Lines(),
-                ElementsAre(InfoLine("index : 1, resultSize : 1", kSource, "UpdateText")));
+    EXPECT_THAT(FakeLog::Lines(), ElementsAre(InfoLine("index : 1, resultSize : 1",
+                                                       kItemDetailViewSource, "UpdateText")));
 }
 
 // --- keyboard focus
@@ -489,8 +491,9 @@ TEST_F(QELItemDetailViewTest, BrightensPanelOnFocusAndDimsItOnUnfocus) {
     EXPECT_THAT(ToolkitCalls::Take({{QELItemDetailView::m_bgItemDetailView, "background"}}),
                 ElementsAre("evas_object_color_set(background, 255, 255, 255, 50)",
                             "evas_object_color_set(background, 255, 255, 255, 20)"));
-    EXPECT_THAT(FakeLog::Lines(), ElementsAre(InfoLine("OnFocus : ", kSource, "OnFocus"),
-                                              InfoLine("OnUnfocus : ", kSource, "OnUnfocus")));
+    EXPECT_THAT(FakeLog::Lines(),
+                ElementsAre(InfoLine("OnFocus : ", kItemDetailViewSource, "OnFocus"),
+                            InfoLine("OnUnfocus : ", kItemDetailViewSource, "OnUnfocus")));
 }
 
 TEST_F(QELItemDetailViewTest, DrawsBrighterPanelOnFocus) {
@@ -511,9 +514,9 @@ TEST_F(QELItemDetailViewTest, RejectsFocusWithoutObject) {
     QELItemDetailView::OnUnfocus(&ad, nullptr, nullptr);
     EXPECT_EQ(PanelAlpha(), 50);
     EXPECT_THAT(FakeLog::Lines(),
-                ElementsAre(ErrorLine("Evas_Object is NULL", kSource, "OnFocus"),
-                            InfoLine("OnFocus : ", kSource, "OnFocus"),
-                            ErrorLine("Evas_Object is NULL", kSource, "OnUnfocus")));
+                ElementsAre(ErrorLine("Evas_Object is NULL", kItemDetailViewSource, "OnFocus"),
+                            InfoLine("OnFocus : ", kItemDetailViewSource, "OnFocus"),
+                            ErrorLine("Evas_Object is NULL", kItemDetailViewSource, "OnUnfocus")));
 }
 
 // --- destroy
@@ -541,7 +544,7 @@ TEST_F(QELItemDetailViewTest, DeletesNothingBeforeCreate) {
 
 TEST_F(QELItemDetailViewTest, RejectsDestroyWithoutAppData) {
     Create();
-    ExpectRecordIsNeeded(m_View, &QELItemDetailView::Destroy, "Destroy", kSource);
+    ExpectRecordIsNeeded(m_View, &QELItemDetailView::Destroy, "Destroy", kItemDetailViewSource);
     EXPECT_NE(m_View.m_scrollerItemDetailView, nullptr);
 }
 

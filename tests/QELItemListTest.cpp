@@ -33,7 +33,7 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-const char* const kSource = "QELItemList.cpp";
+const char* const kItemListSource = "QELItemList.cpp";
 
 void* RowData(unsigned int index) {
     // NOLINTNEXTLINE(performance-no-int-to-ptr): the data of a row is its index
@@ -102,7 +102,7 @@ protected:
 // --- create
 
 TEST_F(QELItemListTest, RejectsCreateWithoutAppData) {
-    ExpectRecordIsNeeded(m_List, &QELItemList::Create, "Create", kSource);
+    ExpectRecordIsNeeded(m_List, &QELItemList::Create, "Create", kItemListSource);
     EXPECT_EQ(m_List.m_bgItemList, nullptr);
 }
 
@@ -125,7 +125,7 @@ TEST_F(QELItemListTest, CreatesPlacesAndFocusesWidgetsInOrder) {
                             "elm_table_pack(table, itemList, 0, 1, 1, 7)",           //
                             "elm_object_focus_set(itemList, 1)",                     //
                             "elm_genlist_item_bring_in(row, 2)"));
-    EXPECT_THAT(FakeLog::Lines().back(), InfoLine("done Create", kSource, "Create"));
+    EXPECT_THAT(FakeLog::Lines().back(), InfoLine("done Create", kItemListSource, "Create"));
 }
 
 TEST_F(QELItemListTest, EnablesHomogeneousRowsAndMultipleSelection) {
@@ -195,7 +195,7 @@ TEST_F(QELItemListTest, DisablesEmptyListAndSetsNoFocus) {
     EXPECT_EQ(elm_object_focused_item_get(ad.itemList), nullptr);
     EXPECT_EQ(ToolkitCalls::Count("elm_object_focus_set"), 0);
     EXPECT_EQ(ToolkitCalls::Count("elm_genlist_item_class_free"), 1);
-    EXPECT_THAT(FakeLog::Lines(), ElementsAre(InfoLine("done Create", kSource, "Create")));
+    EXPECT_THAT(FakeLog::Lines(), ElementsAre(InfoLine("done Create", kItemListSource, "Create")));
 }
 
 TEST_F(QELItemListTest, MovesRowFocusWithArrowKeysWithoutSelecting) {
@@ -263,14 +263,14 @@ TEST_F(QELItemListTest, FillsListCell) {
 
 TEST_F(QELItemListTest, ShowsWithoutPlacingAtOtherLocations) {
     Create();
-    ExpectShownButNotPlaced(m_List, {0, 1, 2, 3, 5, 6, 7, 8, 9}, kSource);
+    ExpectShownButNotPlaced(m_List, {0, 1, 2, 3, 5, 6, 7, 8, 9}, kItemListSource);
 }
 
 TEST_F(QELItemListTest, RejectsFocusWithoutList) {
     m_List.m_OnFocus(nullptr, 0);
     EXPECT_THAT(ToolkitCalls::Take({}), IsEmpty());
     EXPECT_THAT(FakeLog::Lines(),
-                ElementsAre(ErrorLine("Evas_Object is NULL", kSource, "m_OnFocus")));
+                ElementsAre(ErrorLine("Evas_Object is NULL", kItemListSource, "m_OnFocus")));
 }
 
 TEST_F(QELItemListTest, FocusesOnlyListWhenRowIsMissing) {
@@ -281,7 +281,7 @@ TEST_F(QELItemListTest, FocusesOnlyListWhenRowIsMissing) {
     m_List.m_OnFocus(ad.itemList, 1);
     EXPECT_THAT(ToolkitCalls::Take(Names()), ElementsAre("elm_object_focus_set(itemList, 1)"));
     EXPECT_THAT(FakeLog::Lines(),
-                ElementsAre(ErrorLine("focusedItem is NULL", kSource, "m_OnFocus")));
+                ElementsAre(ErrorLine("focusedItem is NULL", kItemListSource, "m_OnFocus")));
 }
 
 TEST_F(QELItemListTest, ScrollsFocusedRowToTop) {
@@ -344,17 +344,18 @@ TEST_F(QELItemListTest, ShowsEmptyTextAndNoIconForUnknownType) {
     m_List.Create(&ad);
     FakeLog::Clear();
     EXPECT_EQ(TextFor(0), "");
-    EXPECT_THAT(FakeLog::Lines(),
-                ElementsAre(ErrorLine("resultType is invalid -1", kSource, "m_GetItemText")));
+    EXPECT_THAT(FakeLog::Lines(), ElementsAre(ErrorLine("resultType is invalid -1", kItemListSource,
+                                                        "m_GetItemText")));
     FakeLog::Clear();
     const Evas_Object* icon = IconFor(0);
     ASSERT_NE(icon, nullptr);
     EXPECT_FALSE(Screen::HasPicture(icon));
     EXPECT_EQ(HintsOf(icon), (Hints{35, 35, 35, 35}));
-    EXPECT_THAT(FakeLog::Lines(),
-                ElementsAre(ErrorLine("Not defined result type. -1", kSource, "m_GetItemContent"),
-                            InfoLine("resourcePath = ", kSource, "m_GetItemContent"),
-                            ErrorLine("Failed to set Resource = ", kSource, "m_GetItemContent")));
+    EXPECT_THAT(
+        FakeLog::Lines(),
+        ElementsAre(ErrorLine("Not defined result type. -1", kItemListSource, "m_GetItemContent"),
+                    InfoLine("resourcePath = ", kItemListSource, "m_GetItemContent"),
+                    ErrorLine("Failed to set Resource = ", kItemListSource, "m_GetItemContent")));
 }
 
 TEST_F(QELItemListTest, ReturnsTextForPartsThatStartWithTextPart) {
@@ -421,8 +422,8 @@ TEST_P(QELItemListIconTest, LoadsMenuIconOfType) {
     EXPECT_EQ(Screen::FileOf(icon), file);
     EXPECT_EQ(FakeServices::Lookups().back().appId, "org.tizen.menu");
     EXPECT_EQ(FakeServices::Lookups().back().relativePath, GetParam().path);
-    EXPECT_THAT(FakeLog::Lines(), ElementsAre(InfoLine("resourcePath = " + file.string(), kSource,
-                                                       "m_GetItemContent")));
+    EXPECT_THAT(FakeLog::Lines(), ElementsAre(InfoLine("resourcePath = " + file.string(),
+                                                       kItemListSource, "m_GetItemContent")));
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -458,10 +459,10 @@ TEST_F(QELItemListTest, LogsMissingIconFileAndReturnsEmptyImage) {
     FakeLog::Clear();
     const Evas_Object* icon = IconFor(0);
     const std::string path = "/no/where/Settings_Popup/device_icon/r_icon_device_s_bluetooth.webp";
-    EXPECT_THAT(
-        FakeLog::Lines(),
-        ElementsAre(InfoLine("resourcePath = " + path, kSource, "m_GetItemContent"),
-                    ErrorLine("Failed to set Resource = " + path, kSource, "m_GetItemContent")));
+    EXPECT_THAT(FakeLog::Lines(),
+                ElementsAre(InfoLine("resourcePath = " + path, kItemListSource, "m_GetItemContent"),
+                            ErrorLine("Failed to set Resource = " + path, kItemListSource,
+                                      "m_GetItemContent")));
     EXPECT_EQ(HintsOf(icon), (Hints{35, 35, 35, 35}));
 }
 
@@ -598,9 +599,9 @@ TEST_F(QELItemListTest, ShowsNoPopupForRejectedItem) {
     EXPECT_FALSE(IsVisible(QELPopupLoading::m_Popup));
     EXPECT_FALSE(QELPopupLoading::m_IsRunning);
     EXPECT_THAT(FakeLog::Lines(),
-                ElementsAre(InfoLine("an Item is pressed.", kSource, "OnPress"),
+                ElementsAre(InfoLine("an Item is pressed.", kItemListSource, "OnPress"),
                             ErrorLine("not able to analyze RNSC test item", "QELAnalysisData.cpp"),
-                            ErrorLine("this Item is invalid", kSource, "OnPress")));
+                            ErrorLine("this Item is invalid", kItemListSource, "OnPress")));
 }
 
 TEST_F(QELItemListTest, RejectsPressOfAnalysedItem) {
@@ -620,8 +621,8 @@ TEST_F(QELItemListTest, RejectsPressWithoutRow) {
     CreateForPress();
     QELItemList::OnPress(&ad, ad.itemList, nullptr);
     EXPECT_THAT(FakeLog::Lines(),
-                ElementsAre(InfoLine("an Item is pressed.", kSource, "OnPress"),
-                            ErrorLine("Elm_Object_Item is NULL", kSource, "OnPress")));
+                ElementsAre(InfoLine("an Item is pressed.", kItemListSource, "OnPress"),
+                            ErrorLine("Elm_Object_Item is NULL", kItemListSource, "OnPress")));
 }
 
 TEST_F(QELItemListTest, RejectsPressWithoutPopup) {
@@ -632,8 +633,8 @@ TEST_F(QELItemListTest, RejectsPressWithoutPopup) {
     Press(0);
     EXPECT_TRUE(failing.HasFailed());
     EXPECT_THAT(FakeLog::Lines(),
-                ElementsAre(InfoLine("an Item is pressed.", kSource, "OnPress"),
-                            ErrorLine("popupLoading is NULL", kSource, "OnPress")));
+                ElementsAre(InfoLine("an Item is pressed.", kItemListSource, "OnPress"),
+                            ErrorLine("popupLoading is NULL", kItemListSource, "OnPress")));
 }
 
 TEST_F(QELItemListTest, IgnoresPressWithoutAnalysisStore) {
@@ -649,7 +650,7 @@ TEST_F(QELItemListTest, IgnoresPressWithoutAnalysisStore) {
         EXPECT_TRUE(failing.HasFailed());
         EXPECT_FALSE(IsVisible(QELPopupLoading::m_Popup));
         EXPECT_THAT(FakeLog::Lines(),
-                    ElementsAre(InfoLine("an Item is pressed.", kSource, "OnPress")));
+                    ElementsAre(InfoLine("an Item is pressed.", kItemListSource, "OnPress")));
     }
 }
 
@@ -683,7 +684,7 @@ TEST_F(QELItemListTest, AnalysesFocusedRowOnOkKey) {
     CreateForPress();
     Screen::Press(ad.win, "Down");
     Screen::Press(ad.win, "Return");
-    EXPECT_TRUE(LoggedInfo("an Item is pressed.", kSource));
+    EXPECT_TRUE(LoggedInfo("an Item is pressed.", kItemListSource));
     EXPECT_TRUE(elm_genlist_item_selected_get(Row(1)));
     ASSERT_TRUE(WaitUntilPopupStops());
     EXPECT_TRUE(QELAnalysisData::GetInstance()->GetExcutedByUser(1));
@@ -717,14 +718,14 @@ TEST_F(QELItemListTest, SelectsUnselectedRowAgain) {
     QELItemList::OnUnselect(&ad, ad.itemList, Row(0));
     EXPECT_TRUE(elm_genlist_item_selected_get(Row(0)));
     EXPECT_THAT(FakeLog::Lines().front(),
-                InfoLine("an Item is unselected.", kSource, "OnUnselect"));
+                InfoLine("an Item is unselected.", kItemListSource, "OnUnselect"));
 }
 
 TEST_F(QELItemListTest, RejectsUnselectWithoutRow) {
     QELItemList::OnUnselect(&ad, ad.itemList, nullptr);
     EXPECT_THAT(FakeLog::Lines(),
-                ElementsAre(InfoLine("an Item is unselected.", kSource, "OnUnselect"),
-                            ErrorLine("Elm_Object_Item is NULL", kSource, "OnUnselect")));
+                ElementsAre(InfoLine("an Item is unselected.", kItemListSource, "OnUnselect"),
+                            ErrorLine("Elm_Object_Item is NULL", kItemListSource, "OnUnselect")));
 }
 
 TEST_F(QELItemListTest, KeepsPressedRowSelectedAndHandlesSecondPress) {
@@ -766,7 +767,7 @@ TEST_F(QELItemListTest, DeletesNothingBeforeCreate) {
 
 TEST_F(QELItemListTest, RejectsDestroyWithoutAppData) {
     Create();
-    ExpectRecordIsNeeded(m_List, &QELItemList::Destroy, "Destroy", kSource);
+    ExpectRecordIsNeeded(m_List, &QELItemList::Destroy, "Destroy", kItemListSource);
     EXPECT_NE(m_List.m_bgItemList, nullptr);
 }
 

@@ -18,7 +18,7 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-const char* const kSource = "QELItemView.cpp";
+const char* const kItemViewSource = "QELItemView.cpp";
 const char* const kPrefixWithFontSize9 = "<align=left left_margin=20 wrap=char font_size=9>";
 const char* const kMissingPhotoText =
     "<align=center font_size=20 color=#CCCCCC><b>There is no RNS result capture(photo) file."
@@ -93,7 +93,7 @@ protected:
 // --- create
 
 TEST_F(QELItemViewTest, RejectsCreateWithoutAppData) {
-    ExpectRecordIsNeeded(m_View, &QELItemView::Create, "Create", kSource);
+    ExpectRecordIsNeeded(m_View, &QELItemView::Create, "Create", kItemViewSource);
     EXPECT_EQ(m_View.m_bgInfoViewLeft, nullptr);
     EXPECT_EQ(m_View.m_bgInfoViewRight, nullptr);
 }
@@ -134,7 +134,7 @@ TEST_F(QELItemViewTest, CreatesDetailViewThenLogsDone) {
     const std::vector<LogLine> lines = FakeLog::Lines();
     ASSERT_GE(lines.size(), 2U);
     EXPECT_THAT(lines[lines.size() - 2], InfoLine("done Create", "QELItemDetailView.cpp"));
-    EXPECT_THAT(lines.back(), InfoLine("done Create", kSource, "Create"));
+    EXPECT_THAT(lines.back(), InfoLine("done Create", kItemViewSource, "Create"));
 }
 
 TEST_F(QELItemViewTest, ShowsPhotoWithoutDetailView) {
@@ -149,7 +149,7 @@ TEST_F(QELItemViewTest, ShowsPhotoWithoutDetailView) {
     }
     EXPECT_EQ(m_View.m_itemDetailView, nullptr);
     EXPECT_EQ(ad.detailLabel, nullptr);
-    EXPECT_TRUE(LoggedError("QELItemDetailView is failed to create", kSource));
+    EXPECT_TRUE(LoggedError("QELItemDetailView is failed to create", kItemViewSource));
     EXPECT_EQ(FakeLog::Count("done Create"), 0);
     Update(1);
     ExpectPhotoShown();
@@ -206,7 +206,7 @@ TEST_F(QELItemViewTest, FillsEachOfItsCells) {
 
 TEST_F(QELItemViewTest, ShowsWithoutPlacingAtOtherLocations) {
     Create();
-    ExpectShownButNotPlaced(m_View, {0, 1, 4, 6, 7, 8, 9}, kSource);
+    ExpectShownButNotPlaced(m_View, {0, 1, 4, 6, 7, 8, 9}, kItemViewSource);
 }
 
 // --- panel texts
@@ -264,8 +264,8 @@ TEST_F(QELItemViewTest, ShowsOnlyPrefixForUnknownLocation) {
         EXPECT_THAT(FakeLog::Lines(),
                     ElementsAre(ErrorLine("there is no information about table location " +
                                               std::to_string(location),
-                                          kSource, "m_SetTextCommonInfoView"),
-                                InfoLine("newline is = 0", kSource, "m_GetFontSize")));
+                                          kItemViewSource, "m_SetTextCommonInfoView"),
+                                InfoLine("newline is = 0", kItemViewSource, "m_GetFontSize")));
     }
 }
 
@@ -282,8 +282,8 @@ TEST_F(QELItemViewStoreTest, KeepsPanelTextWithoutResultStore) {
     m_View.m_SetTextCommonInfoView(label, TABLE_LOCATION_INFO_LEFT);
     EXPECT_TRUE(failing.HasFailed());
     EXPECT_EQ(TextOf(label), "before");
-    EXPECT_THAT(FakeLog::Lines().back(), ErrorLine("not able to get instance of xmlParser", kSource,
-                                                   "m_SetTextCommonInfoView"));
+    EXPECT_THAT(FakeLog::Lines().back(), ErrorLine("not able to get instance of xmlParser",
+                                                   kItemViewSource, "m_SetTextCommonInfoView"));
 }
 
 TEST_F(QELItemViewStoreTest, KeepsPhotoLabelWithoutResultStore) {
@@ -323,8 +323,8 @@ TEST_P(QELItemViewFontTest, ReturnsSmallerFontForMoreLines) {
     const std::string text(static_cast<size_t>(GetParam().newlines), '\n');
     EXPECT_EQ(m_View.m_GetFontSize("a" + text + "b"), GetParam().size);
     EXPECT_THAT(FakeLog::Lines(),
-                ElementsAre(InfoLine("newline is = " + std::to_string(GetParam().newlines), kSource,
-                                     "m_GetFontSize")));
+                ElementsAre(InfoLine("newline is = " + std::to_string(GetParam().newlines),
+                                     kItemViewSource, "m_GetFontSize")));
 }
 
 INSTANTIATE_TEST_SUITE_P(Lines, QELItemViewFontTest,
@@ -366,8 +366,8 @@ TEST_F(QELItemViewTest, ShowsPhotoForImageItem) {
     EXPECT_EQ(PhotoText(), "");
     EXPECT_STREQ(elm_object_style_get(ad.itemLabel), "slide_short");
     EXPECT_THAT(FakeLog::Lines(),
-                ElementsAre(InfoLine("index : 0, resultSize : 1", kSource, "Update"),
-                            InfoLine("jpg Filepath : " + m_PhotoPath, kSource, "Update")));
+                ElementsAre(InfoLine("index : 0, resultSize : 1", kItemViewSource, "Update"),
+                            InfoLine("jpg Filepath : " + m_PhotoPath, kItemViewSource, "Update")));
 }
 
 TEST_F(QELItemViewTest, SetsPhotoThenTextBeforeShowingThem) {
@@ -420,7 +420,7 @@ TEST_F(QELItemViewTest, ShowsGreyTextForMissingPhoto) {
     ExpectPhotoShown();
     EXPECT_EQ(PhotoText(), kMissingPhotoText);
     EXPECT_FALSE(Screen::HasPicture(ad.itemImage));
-    EXPECT_TRUE(LoggedInfo("jpg Filepath : /no/such/photo.png", kSource));
+    EXPECT_TRUE(LoggedInfo("jpg Filepath : /no/such/photo.png", kItemViewSource));
     EXPECT_TRUE(LoggedNoError());
 }
 
@@ -445,7 +445,7 @@ TEST_F(QELItemViewTest, ShowsNoPhotoAndNoTextForEmptyPath) {
     ExpectPhotoShown();
     EXPECT_EQ(PhotoText(), "");
     EXPECT_FALSE(Screen::HasPicture(ad.itemImage));
-    EXPECT_TRUE(LoggedInfo("jpg Filepath : ", kSource));
+    EXPECT_TRUE(LoggedInfo("jpg Filepath : ", kItemViewSource));
 }
 
 TEST_F(QELItemViewTest, ShowsNoPhotoAndNoTextWithoutPath) {
@@ -487,7 +487,7 @@ TEST_P(QELItemViewTypeTest, ShowsInformationForTypeWithoutPhoto) {
     EXPECT_EQ(TextOf(ad.infoLabelLeft), left);
     EXPECT_EQ(TextOf(ad.infoLabelRight), right);
     EXPECT_THAT(FakeLog::Lines(),
-                ElementsAre(InfoLine("index : 0, resultSize : 2", kSource, "Update")));
+                ElementsAre(InfoLine("index : 0, resultSize : 2", kItemViewSource, "Update")));
 }
 
 INSTANTIATE_TEST_SUITE_P(Types, QELItemViewTypeTest,
@@ -526,7 +526,7 @@ TEST_F(QELItemViewTest, IgnoresRowBeyondStore) {
     Update(1);
     EXPECT_THAT(ToolkitCalls::Take({}), IsEmpty());
     EXPECT_THAT(FakeLog::Lines(),
-                ElementsAre(InfoLine("index : 1, resultSize : 1", kSource, "Update")));
+                ElementsAre(InfoLine("index : 1, resultSize : 1", kItemViewSource, "Update")));
 }
 
 // --- destroy
@@ -572,7 +572,7 @@ TEST_F(QELItemViewTest, DeletesNothingBeforeCreate) {
 
 TEST_F(QELItemViewTest, RejectsDestroyWithoutAppData) {
     Create();
-    ExpectRecordIsNeeded(m_View, &QELItemView::Destroy, "Destroy", kSource);
+    ExpectRecordIsNeeded(m_View, &QELItemView::Destroy, "Destroy", kItemViewSource);
     EXPECT_NE(m_View.m_itemDetailView, nullptr);
 }
 

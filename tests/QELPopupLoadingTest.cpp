@@ -20,8 +20,7 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-const char* const kSource = "QELPopupLoading.cpp";
-const std::string kContentPrefix = "<align=left left_margin=30 wrap=char>";
+const char* const kPopupLoadingSource = "QELPopupLoading.cpp";
 
 class QELPopupLoadingTest : public ScreenTest {
 protected:
@@ -118,7 +117,7 @@ TEST_F(QELPopupLoadingInstanceTest, ClearsAndLogsRunningFlagOnConstruction) {
     QELPopupLoading::GetInstance();
     EXPECT_FALSE(QELPopupLoading::m_IsRunning);
     EXPECT_THAT(FakeLog::Lines(),
-                ElementsAre(InfoLine("SetRunningFlag 0", kSource, "SetRunningFlag")));
+                ElementsAre(InfoLine("SetRunningFlag 0", kPopupLoadingSource, "SetRunningFlag")));
 }
 
 TEST_F(QELPopupLoadingInstanceTest, ReturnsNullOnFailedAllocationAndRetries) {
@@ -137,7 +136,8 @@ TEST_F(QELPopupLoadingTest, RejectsCreateWithoutAppData) {
     m_PopupLoading->Create(nullptr);
     EXPECT_EQ(QELPopupLoading::m_Popup, nullptr);
     EXPECT_THAT(ToolkitCalls::Take({}), IsEmpty());
-    EXPECT_THAT(FakeLog::Lines(), ElementsAre(ErrorLine("there is no appdata", kSource, "Create")));
+    EXPECT_THAT(FakeLog::Lines(),
+                ElementsAre(ErrorLine("there is no appdata", kPopupLoadingSource, "Create")));
 }
 
 TEST_F(QELPopupLoadingTest, CreatesHiddenWidgetsInOrder) {
@@ -153,8 +153,9 @@ TEST_F(QELPopupLoadingTest, CreatesHiddenWidgetsInOrder) {
                             "register(button, \"clicked\", OnOkPress, ad)",                 //
                             "register(button, \"clicked\", SetDisable, ad)"));
     EXPECT_FALSE(IsPopupVisible());
-    EXPECT_THAT(FakeLog::Lines(), ElementsAre(InfoLine("Progress bar added", kSource, "Create"),
-                                              InfoLine("done Create", kSource, "Create")));
+    EXPECT_THAT(FakeLog::Lines(),
+                ElementsAre(InfoLine("Progress bar added", kPopupLoadingSource, "Create"),
+                            InfoLine("done Create", kPopupLoadingSource, "Create")));
 }
 
 TEST_F(QELPopupLoadingTest, StoresAppDataWithoutChangingIt) {
@@ -185,9 +186,9 @@ TEST_P(QELPopupLoadingRegistrationTest, LogsFailureAndStopsCreate) {
     m_PopupLoading->Create(&ad);
     EXPECT_EQ(ToolkitCalls::Count("register"), GetParam());
     EXPECT_THAT(FakeLog::Lines(),
-                ElementsAre(InfoLine("Progress bar added", kSource, "Create"),
-                            ErrorLine("it is falied to add event callback for clicked.", kSource,
-                                      "Create")));
+                ElementsAre(InfoLine("Progress bar added", kPopupLoadingSource, "Create"),
+                            ErrorLine("it is falied to add event callback for clicked.",
+                                      kPopupLoadingSource, "Create")));
 }
 
 INSTANTIATE_TEST_SUITE_P(Handlers, QELPopupLoadingRegistrationTest, testing::Values(1, 2));
@@ -233,8 +234,8 @@ TEST_F(QELPopupLoadingTest, ShowsWithoutPlacingAtOtherLocations) {
         EXPECT_TRUE(IsVisible(obj));
         EXPECT_FALSE(Screen::IsPacked(m_PopupLoading->m_PopupTable, obj));
         EXPECT_THAT(FakeLog::Lines(),
-                    ElementsAre(ErrorLine("there is no information about popup location", kSource,
-                                          "m_Show")));
+                    ElementsAre(ErrorLine("there is no information about popup location",
+                                          kPopupLoadingSource, "m_Show")));
         EXPECT_EQ(PlacingOf(obj), kFilling);
     }
 }
@@ -242,7 +243,8 @@ TEST_F(QELPopupLoadingTest, ShowsWithoutPlacingAtOtherLocations) {
 TEST_F(QELPopupLoadingTest, RejectsShowBeforeCreate) {
     m_PopupLoading->Show();
     EXPECT_THAT(ToolkitCalls::Take({}), IsEmpty());
-    EXPECT_THAT(FakeLog::Lines(), ElementsAre(ErrorLine("there is no appdata", kSource, "Show")));
+    EXPECT_THAT(FakeLog::Lines(),
+                ElementsAre(ErrorLine("there is no appdata", kPopupLoadingSource, "Show")));
 }
 
 TEST_F(QELPopupLoadingTest, ReportsFirstMissingWidgetOnShowAndHide) {
@@ -261,8 +263,8 @@ TEST_F(QELPopupLoadingTest, ReportsFirstMissingWidgetOnShowAndHide) {
         m_PopupLoading->Show();
         m_PopupLoading->Hide();
         EXPECT_THAT(FakeLog::Lines(),
-                    ElementsAre(ErrorLine(name + " is not ready", kSource, "Show"),
-                                ErrorLine(name + " is not ready", kSource, "Hide")));
+                    ElementsAre(ErrorLine(name + " is not ready", kPopupLoadingSource, "Show"),
+                                ErrorLine(name + " is not ready", kPopupLoadingSource, "Hide")));
     }
     EXPECT_THAT(ToolkitCalls::Take({}), IsEmpty());
 }
@@ -291,7 +293,7 @@ TEST_F(QELPopupLoadingTest, HidesAllWidgetsInOrder) {
 TEST_F(QELPopupLoadingTest, EscapesContentAfterOpenPrefix) {
     Create();
     m_PopupLoading->SetText("T", "a<b & c>d\ne");
-    EXPECT_EQ(Content(), kContentPrefix + "a&lt;b &amp; c&gt;d<br/>e");
+    EXPECT_EQ(Content(), kPopupContentPrefix + "a&lt;b &amp; c&gt;d<br/>e");
 }
 
 TEST_F(QELPopupLoadingTest, ShowsTitleWithoutEscaping) {
@@ -304,14 +306,16 @@ TEST_F(QELPopupLoadingTest, ShowsOnlyPrefixForEmptyText) {
     Create();
     m_PopupLoading->SetText("", "");
     EXPECT_EQ(Title(), "");
-    EXPECT_EQ(Content(), kContentPrefix);
+    EXPECT_EQ(Content(), kPopupContentPrefix);
 }
 
 TEST_F(QELPopupLoadingTest, RejectsEachTextWithoutItsWidget) {
     m_PopupLoading->SetText("T", "C");
-    EXPECT_THAT(FakeLog::Lines(),
-                ElementsAre(ErrorLine("m_Popup is not ready", kSource, "m_SetTitleText"),
-                            ErrorLine("m_PopupLabel is not ready", kSource, "m_SetContentText")));
+    EXPECT_THAT(
+        FakeLog::Lines(),
+        ElementsAre(
+            ErrorLine("m_Popup is not ready", kPopupLoadingSource, "m_SetTitleText"),
+            ErrorLine("m_PopupLabel is not ready", kPopupLoadingSource, "m_SetContentText")));
 }
 
 // --- start
@@ -328,7 +332,7 @@ TEST_F(QELPopupLoadingTest, EntersRunningStateInOrder) {
     EXPECT_FALSE(IsOkEnabled());
     EXPECT_TRUE(elm_progressbar_is_pulsing_get(QELPopupLoading::m_PopupProgress));
     EXPECT_THAT(FakeLog::Lines(),
-                ElementsAre(InfoLine("SetRunningFlag 1", kSource, "SetRunningFlag")));
+                ElementsAre(InfoLine("SetRunningFlag 1", kPopupLoadingSource, "SetRunningFlag")));
 }
 
 TEST_F(QELPopupLoadingTest, SetsRunningFlagBeforePulseStarts) {
@@ -347,8 +351,8 @@ TEST_F(QELPopupLoadingTest, RejectsStartWithoutProgressBar) {
     m_PopupLoading->Start();
     EXPECT_FALSE(QELPopupLoading::m_IsRunning);
     EXPECT_EQ(QELPopupLoading::m_Timer, nullptr);
-    EXPECT_THAT(FakeLog::Lines(),
-                ElementsAre(ErrorLine("m_PopupProgress is not ready", kSource, "Start")));
+    EXPECT_THAT(FakeLog::Lines(), ElementsAre(ErrorLine("m_PopupProgress is not ready",
+                                                        kPopupLoadingSource, "Start")));
 }
 
 TEST_F(QELPopupLoadingTest, RejectsStartWithoutButton) {
@@ -359,7 +363,7 @@ TEST_F(QELPopupLoadingTest, RejectsStartWithoutButton) {
     EXPECT_EQ(QELPopupLoading::m_Timer, nullptr);
     EXPECT_THAT(ToolkitCalls::Take({}), IsEmpty());
     EXPECT_THAT(FakeLog::Lines(),
-                ElementsAre(ErrorLine("m_Button is not ready", kSource, "Start")));
+                ElementsAre(ErrorLine("m_Button is not ready", kPopupLoadingSource, "Start")));
 }
 
 TEST_F(QELPopupLoadingTest, KeepsTimerAndButtonStateOnSecondStart) {
@@ -378,8 +382,8 @@ TEST_F(QELPopupLoadingTest, KeepsTimerAndButtonStateOnSecondStart) {
     EXPECT_TRUE(QELPopupLoading::m_IsRunning);
     EXPECT_THAT(ToolkitCalls::Take(AllNames()), ElementsAre("elm_progressbar_pulse(progress, 1)"));
     EXPECT_THAT(FakeLog::Lines(),
-                ElementsAre(InfoLine("SetRunningFlag 1", kSource, "SetRunningFlag"),
-                            ErrorLine("timer is in used", kSource, "Start")));
+                ElementsAre(InfoLine("SetRunningFlag 1", kPopupLoadingSource, "SetRunningFlag"),
+                            ErrorLine("timer is in used", kPopupLoadingSource, "Start")));
 }
 
 // --- poll and stop
@@ -391,8 +395,8 @@ TEST_F(QELPopupLoadingTest, KeepsPollingWhileRunningFlagIsSet) {
     EXPECT_EQ(QELPopupLoading::m_CheckRunning(nullptr), ECORE_CALLBACK_RENEW);
     EXPECT_NE(QELPopupLoading::m_Timer, nullptr);
     EXPECT_THAT(FakeLog::Lines(),
-                ElementsAre(InfoLine("m_IsRunning 1", kSource, "m_CheckRunning"),
-                            InfoLine("m_IsRunning 1", kSource, "GetRunningFlag")));
+                ElementsAre(InfoLine("m_IsRunning 1", kPopupLoadingSource, "m_CheckRunning"),
+                            InfoLine("m_IsRunning 1", kPopupLoadingSource, "GetRunningFlag")));
 }
 
 TEST_F(QELPopupLoadingTest, StopsPollingWhenRunningFlagIsClear) {
@@ -402,10 +406,10 @@ TEST_F(QELPopupLoadingTest, StopsPollingWhenRunningFlagIsClear) {
     FakeLog::Clear();
     EXPECT_EQ(QELPopupLoading::m_CheckRunning(nullptr), ECORE_CALLBACK_CANCEL);
     EXPECT_EQ(QELPopupLoading::m_Timer, nullptr);
-    EXPECT_EQ(Content(), kContentPrefix + "Done");
+    EXPECT_EQ(Content(), kPopupContentPrefix + "Done");
     EXPECT_THAT(FakeLog::Lines(),
-                ElementsAre(InfoLine("m_IsRunning 0", kSource, "m_CheckRunning"),
-                            InfoLine("m_IsRunning 0", kSource, "GetRunningFlag")));
+                ElementsAre(InfoLine("m_IsRunning 0", kPopupLoadingSource, "m_CheckRunning"),
+                            InfoLine("m_IsRunning 0", kPopupLoadingSource, "GetRunningFlag")));
 }
 
 TEST_F(QELPopupLoadingTest, PollsUntilWorkerIsDone) {
@@ -415,11 +419,11 @@ TEST_F(QELPopupLoadingTest, PollsUntilWorkerIsDone) {
     const auto polls = [] { return FakeLog::Count("m_IsRunning 1") / 2; };
     ASSERT_TRUE(Screen::PumpUntil([&polls] { return polls() >= 2; }));
     EXPECT_FALSE(IsOkEnabled());
-    EXPECT_EQ(Content(), kContentPrefix + "Please wait");
+    EXPECT_EQ(Content(), kPopupContentPrefix + "Please wait");
     FinishWorker("Done");
     ASSERT_TRUE(WaitUntilStopped());
     EXPECT_EQ(FakeLog::Count("m_IsRunning 0"), 2);
-    EXPECT_EQ(Content(), kContentPrefix + "Done");
+    EXPECT_EQ(Content(), kPopupContentPrefix + "Done");
 }
 
 TEST_F(QELPopupLoadingTest, StopsAtFirstPollWhenWorkerFinishesEarlier) {
@@ -434,14 +438,14 @@ TEST_F(QELPopupLoadingTest, StopsAtFirstPollWhenWorkerFinishesEarlier) {
 
     EXPECT_NE(QELPopupLoading::m_Timer, nullptr);
     EXPECT_FALSE(IsOkEnabled());
-    EXPECT_EQ(Content(), kContentPrefix + "Please wait");
+    EXPECT_EQ(Content(), kPopupContentPrefix + "Please wait");
 
     double stopped = 0;
     ToolkitCalls::OnCall("elm_object_disabled_set", [&stopped] { stopped = ecore_time_get(); });
     ASSERT_TRUE(WaitUntilStopped());
     EXPECT_GE(stopped - start, 0.099);  // the interval of 0.1 s, less 1 ms for rounding
     EXPECT_THAT(FakeLog::Messages(), ElementsAre("m_IsRunning 0", "m_IsRunning 0"));
-    EXPECT_EQ(Content(), kContentPrefix + "Done");
+    EXPECT_EQ(Content(), kPopupContentPrefix + "Done");
 }
 
 TEST_F(QELPopupLoadingTest, LeavesRunningStateOnStop) {
@@ -454,7 +458,7 @@ TEST_F(QELPopupLoadingTest, LeavesRunningStateOnStop) {
     EXPECT_EQ(Screen::FocusedWidget(ad.win), QELPopupLoading::m_Button);
     EXPECT_TRUE(IsPopupVisible());
     EXPECT_EQ(Title(), "Title");
-    EXPECT_EQ(Content(), kContentPrefix + "It is &lt;done&gt; &amp; well");
+    EXPECT_EQ(Content(), kPopupContentPrefix + "It is &lt;done&gt; &amp; well");
 }
 
 TEST_F(QELPopupLoadingTest, StopsInOrder) {
@@ -480,7 +484,7 @@ TEST_F(QELPopupLoadingTest, ShowsResultBetweenPulseStopAndOkEnabling) {
     ToolkitCalls::OnCall("elm_object_disabled_set", [&content] { content = Content(); });
     QELPopupLoading::Stop();
     EXPECT_FALSE(pulsing);
-    EXPECT_EQ(content, kContentPrefix + "Done");
+    EXPECT_EQ(content, kPopupContentPrefix + "Done");
 }
 
 TEST_F(QELPopupLoadingTest, DoesNotPollAfterStop) {
@@ -500,8 +504,8 @@ TEST_F(QELPopupLoadingTest, KeepsTimerOnStopWithoutProgressBar) {
     QELPopupLoading::m_PopupProgress = nullptr;
     QELPopupLoading::Stop();
     EXPECT_NE(QELPopupLoading::m_Timer, nullptr);
-    EXPECT_THAT(FakeLog::Lines(),
-                ElementsAre(ErrorLine("m_PopupProgress is not ready", kSource, "Stop")));
+    EXPECT_THAT(FakeLog::Lines(), ElementsAre(ErrorLine("m_PopupProgress is not ready",
+                                                        kPopupLoadingSource, "Stop")));
 }
 
 TEST_F(QELPopupLoadingTest, ShowsResultOnStopWithoutButton) {
@@ -509,7 +513,7 @@ TEST_F(QELPopupLoadingTest, ShowsResultOnStopWithoutButton) {
     QELPopupLoading::SetResultText("Done");
     QELPopupLoading::m_Button = nullptr;
     QELPopupLoading::Stop();
-    EXPECT_EQ(Content(), kContentPrefix + "Done");
+    EXPECT_EQ(Content(), kPopupContentPrefix + "Done");
     EXPECT_THAT(FakeLog::Lines(), IsEmpty());
 }
 
@@ -518,7 +522,7 @@ TEST_F(QELPopupLoadingTest, ShowsOnlyPrefixWhenFirstWorkerSetsNoResult) {
     ShowAndStart();
     QELPopupLoading::SetRunningFlag(false);
     ASSERT_TRUE(WaitUntilStopped());
-    EXPECT_EQ(Content(), kContentPrefix);
+    EXPECT_EQ(Content(), kPopupContentPrefix);
 }
 
 TEST_F(QELPopupLoadingTest, ShowsPreviousResultWhenLaterWorkerSetsNoResult) {
@@ -527,10 +531,10 @@ TEST_F(QELPopupLoadingTest, ShowsPreviousResultWhenLaterWorkerSetsNoResult) {
     FinishWorker("First");
     ASSERT_TRUE(WaitUntilStopped());
     ShowAndStart();
-    EXPECT_EQ(Content(), kContentPrefix + "Please wait");
+    EXPECT_EQ(Content(), kPopupContentPrefix + "Please wait");
     QELPopupLoading::SetRunningFlag(false);
     ASSERT_TRUE(WaitUntilStopped());
-    EXPECT_EQ(Content(), kContentPrefix + "First");
+    EXPECT_EQ(Content(), kPopupContentPrefix + "First");
 }
 
 // --- running flag
@@ -541,10 +545,10 @@ TEST_F(QELPopupLoadingTest, SetsReadsAndLogsRunningFlag) {
     QELPopupLoading::SetRunningFlag(false);
     EXPECT_FALSE(QELPopupLoading::GetRunningFlag());
     EXPECT_THAT(FakeLog::Lines(),
-                ElementsAre(InfoLine("SetRunningFlag 1", kSource, "SetRunningFlag"),
-                            InfoLine("m_IsRunning 1", kSource, "GetRunningFlag"),
-                            InfoLine("SetRunningFlag 0", kSource, "SetRunningFlag"),
-                            InfoLine("m_IsRunning 0", kSource, "GetRunningFlag")));
+                ElementsAre(InfoLine("SetRunningFlag 1", kPopupLoadingSource, "SetRunningFlag"),
+                            InfoLine("m_IsRunning 1", kPopupLoadingSource, "GetRunningFlag"),
+                            InfoLine("SetRunningFlag 0", kPopupLoadingSource, "SetRunningFlag"),
+                            InfoLine("m_IsRunning 0", kPopupLoadingSource, "GetRunningFlag")));
 }
 
 TEST_F(QELPopupLoadingTest, HoldsMutexDuringStartAndStop) {
@@ -611,7 +615,7 @@ TEST_F(QELPopupLoadingTest, HidesPopupAndKeepsWidgetsOnOk) {
     EXPECT_FALSE(IsPopupVisible());
     EXPECT_NE(QELPopupLoading::m_Popup, nullptr);
     EXPECT_NE(QELPopupLoading::m_Button, nullptr);
-    EXPECT_TRUE(LoggedInfo("OK button is pressed.", kSource));
+    EXPECT_TRUE(LoggedInfo("OK button is pressed.", kPopupLoadingSource));
 }
 
 TEST_F(QELPopupLoadingTest, IgnoresOkKeyWhileWorkerRuns) {
@@ -632,7 +636,7 @@ TEST_F(QELPopupLoadingTest, ShowsPopupAgainForNextWorker) {
         EXPECT_TRUE(IsPopupVisible());
         FinishWorker(result);
         ASSERT_TRUE(WaitUntilStopped());
-        EXPECT_EQ(Content(), kContentPrefix + result);
+        EXPECT_EQ(Content(), kPopupContentPrefix + result);
         Screen::Press(ad.win, "Return");
         EXPECT_FALSE(IsPopupVisible());
     }
@@ -642,7 +646,7 @@ TEST_F(QELPopupLoadingTest, LogsOkPressBeforeCreate) {
     QELPopupLoading::OnOkPress(nullptr, nullptr, nullptr);
     EXPECT_THAT(ToolkitCalls::Take({}), IsEmpty());
     EXPECT_THAT(FakeLog::Lines(),
-                ElementsAre(InfoLine("OK button is pressed.", kSource, "OnOkPress")));
+                ElementsAre(InfoLine("OK button is pressed.", kPopupLoadingSource, "OnOkPress")));
 }
 
 TEST_F(QELPopupLoadingTest, HandlesOkPressBeforeLogCapture) {
@@ -650,7 +654,7 @@ TEST_F(QELPopupLoadingTest, HandlesOkPressBeforeLogCapture) {
     m_PopupLoading->Show();
     evas_object_smart_callback_call(QELPopupLoading::m_Button, "clicked", nullptr);
     EXPECT_THAT(FakeLog::Lines(),
-                ElementsAre(InfoLine("OK button is pressed.", kSource),
+                ElementsAre(InfoLine("OK button is pressed.", kPopupLoadingSource),
                             InfoLine("Press OK in popup is pressed.", "QELButtonLogCapture.cpp")));
 }
 
@@ -697,8 +701,8 @@ TEST_F(QELPopupLoadingTest, StopsThenDeletesWidgetsInOrder) {
 TEST_F(QELPopupLoadingTest, ReportsOnlyMissingProgressBarOnDestroyBeforeCreate) {
     m_PopupLoading->Destroy();
     EXPECT_THAT(ToolkitCalls::Take({}), IsEmpty());
-    EXPECT_THAT(FakeLog::Lines(),
-                ElementsAre(ErrorLine("m_PopupProgress is not ready", kSource, "Stop")));
+    EXPECT_THAT(FakeLog::Lines(), ElementsAre(ErrorLine("m_PopupProgress is not ready",
+                                                        kPopupLoadingSource, "Stop")));
 }
 
 }  // namespace

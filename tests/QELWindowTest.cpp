@@ -28,7 +28,7 @@ using testing::Contains;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-const char* const kSource = "QELWindow.cpp";
+const char* const kWindowSource = "QELWindow.cpp";
 
 // A result file with two failed items and data for every panel.
 const char* const kResultFileContent =
@@ -91,7 +91,7 @@ TEST_F(QELWindowTest, OwnsNothingBeforeCreate) {
 }
 
 TEST_F(QELWindowTest, RejectsCreateWithoutAppData) {
-    ExpectRecordIsNeeded(m_Window, &QELWindow::Create, "Create", kSource);
+    ExpectRecordIsNeeded(m_Window, &QELWindow::Create, "Create", kWindowSource);
 }
 
 TEST_F(QELWindowTest, ReadsBothResultFilesBeforeToolkitCalls) {
@@ -252,7 +252,7 @@ TEST_F(QELWindowTest, LoadsBackgroundFromMenuResources) {
     EXPECT_STREQ(file, "/res/Settings/setting_bg_base.webp");
     EXPECT_EQ(key, nullptr);
     EXPECT_TRUE(evas_object_image_filled_get(m_Window.m_BgImage));
-    EXPECT_TRUE(LoggedInfo("Resource = /res/Settings/setting_bg_base.webp", kSource));
+    EXPECT_TRUE(LoggedInfo("Resource = /res/Settings/setting_bg_base.webp", kWindowSource));
 }
 
 TEST_F(QELWindowTest, RequestsBackgroundPathAgainForLog) {
@@ -281,9 +281,9 @@ TEST_F(QELWindowTest, FillsWindowWithBackground) {
 TEST_F(QELWindowTest, ShowsEmptyImageWithoutBackgroundFile) {
     FakeServices::SetNoResources();
     Create();
-    EXPECT_TRUE(LoggedInfo("Resource = ", kSource));
+    EXPECT_TRUE(LoggedInfo("Resource = ", kWindowSource));
     EXPECT_TRUE(IsVisible(m_Window.m_BgImage));
-    EXPECT_TRUE(LoggedInfo("done app_create", kSource));
+    EXPECT_TRUE(LoggedInfo("done app_create", kWindowSource));
 }
 
 TEST_F(QELWindowTest, KeepsPlainRectangleHiddenAndUnplaced) {
@@ -322,7 +322,7 @@ TEST_F(QELWindowTest, FillsEachOfItsCells) {
 
 TEST_F(QELWindowTest, ShowsWithoutPlacingAtOtherLocations) {
     Create();
-    ExpectShownButNotPlaced(m_Window, {0, 2, 3, 4, 5, 6, 7, 8, 10, -1}, kSource);
+    ExpectShownButNotPlaced(m_Window, {0, 2, 3, 4, 5, 6, 7, 8, 10, -1}, kWindowSource);
 }
 
 // --- views
@@ -336,8 +336,8 @@ TEST_F(QELWindowTest, CreatesViewsInOrder) {
         }
     }
     EXPECT_THAT(done, ElementsAre("QELPopupLoading.cpp", "QELItemList.cpp", "QELItemDetailView.cpp",
-                                  "QELItemView.cpp", "QELButtonLogCapture.cpp", kSource));
-    EXPECT_THAT(FakeLog::Lines().back(), InfoLine("done app_create", kSource, "Create"));
+                                  "QELItemView.cpp", "QELButtonLogCapture.cpp", kWindowSource));
+    EXPECT_THAT(FakeLog::Lines().back(), InfoLine("done app_create", kWindowSource, "Create"));
 }
 
 TEST_F(QELWindowTest, FillsEveryFieldOfAppData) {
@@ -380,7 +380,7 @@ TEST_P(QELWindowAllocationTest, SkipsRemainingViewsAfterFailure) {
     }
     // The window stays visible, and the handlers are connected.
     EXPECT_TRUE(IsVisible(ad.win));
-    EXPECT_TRUE(LoggedInfo("done app_create", kSource));
+    EXPECT_TRUE(LoggedInfo("done app_create", kWindowSource));
     const std::string detailLabel = ad.detailLabel == nullptr ? "null" : "detailLabel";
     EXPECT_THAT(ToolkitCalls::Take(AllNames(), {"register"}),
                 Contains("register(" + detailLabel + ", \"unfocused\", OnUnfocus, ad)"));
@@ -411,7 +411,7 @@ TEST_F(QELWindowTest, CompletesCreateWithoutResultStore) {
     EXPECT_THAT(FakeLog::Errors().front(),
                 ErrorLine("failed to get instance\n", "QELXmlParser.cpp", "GetInstance"));
     EXPECT_THAT(FakeLog::Messages().at(1), testing::StartsWith("Resource = "));
-    EXPECT_TRUE(LoggedInfo("done app_create", kSource));
+    EXPECT_TRUE(LoggedInfo("done app_create", kWindowSource));
 }
 
 TEST_F(QELWindowTest, ShowsWindowWithoutResultFiles) {
@@ -453,7 +453,7 @@ TEST_P(QELWindowBadFileTest, ShowsOtherFileWhenMainFileIsBad) {
     EXPECT_EQ(elm_genlist_items_count(ad.itemList), 2U);
     EXPECT_EQ(elm_object_focused_item_get(ad.itemList), Row(0));
     EXPECT_THAT(TextOf(ad.infoLabelRight), testing::HasSubstr("model=M1<br/>"));
-    EXPECT_TRUE(LoggedInfo("done app_create", kSource));
+    EXPECT_TRUE(LoggedInfo("done app_create", kWindowSource));
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -501,8 +501,8 @@ TEST_P(QELWindowRegistrationTest, LogsFailureAndSkipsRemainingHandlers) {
     EXPECT_EQ(ToolkitCalls::Count("register"), kPopupRegistrations + GetParam().nth);
     const std::string message =
         "it is falied to add event callback for " + std::string(GetParam().event) + ".";
-    EXPECT_TRUE(LoggedError(message, kSource));
-    EXPECT_TRUE(LoggedInfo("done app_create", kSource));
+    EXPECT_TRUE(LoggedError(message, kWindowSource));
+    EXPECT_TRUE(LoggedInfo("done app_create", kWindowSource));
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -628,7 +628,7 @@ TEST_F(QELWindowTest, DeletesNothingOnSecondDestroy) {
 
 TEST_F(QELWindowTest, RejectsDestroyWithoutAppData) {
     Create();
-    ExpectRecordIsNeeded(m_Window, &QELWindow::Destroy, "Destroy", kSource);
+    ExpectRecordIsNeeded(m_Window, &QELWindow::Destroy, "Destroy", kWindowSource);
     EXPECT_NE(m_Window.m_ItemList, nullptr);
 }
 

@@ -22,7 +22,6 @@ namespace {
 using testing::ElementsAre;
 using testing::HasSubstr;
 
-const char* const kSourceFile = "QELXmlParser.cpp";
 const char* const kReportStart = "XML Parsing ERROR, xmlParseFile Failed\n";
 
 // Returns a valid result file. The name is part of every text.
@@ -112,8 +111,8 @@ TEST_P(QELXmlParserBrokenFileTest, ReportsBrokenMainFileAndKeepsRnscFile) {
     EXPECT_FALSE(Store().ParseFile());
     const std::vector<LogLine> errors = FakeLog::Errors();
     ExpectContentOf("rnsc");
-    EXPECT_THAT(errors,
-                ElementsAre(ErrorLine(MakeExpectedReport(PrivateData::MainFile()), kSourceFile)));
+    EXPECT_THAT(errors, ElementsAre(ErrorLine(MakeExpectedReport(PrivateData::MainFile()),
+                                              kXmlParserSource)));
     EXPECT_EQ(PrivateData::Read("qelXml.xml"), GetParam().content);
     // The RNSC document is freed before the main file is parsed, and the main file has no document.
     EXPECT_EQ(Store().m_doc, nullptr);
@@ -125,8 +124,8 @@ TEST_P(QELXmlParserBrokenFileTest, ReportsBrokenRnscFileAndReadsMainFile) {
     EXPECT_FALSE(Store().ParseFile());
     const std::vector<LogLine> errors = FakeLog::Errors();
     ExpectContentOf("main");
-    EXPECT_THAT(errors,
-                ElementsAre(ErrorLine(MakeExpectedReport(PrivateData::RnscFile()), kSourceFile)));
+    EXPECT_THAT(errors, ElementsAre(ErrorLine(MakeExpectedReport(PrivateData::RnscFile()),
+                                              kXmlParserSource)));
     EXPECT_EQ(PrivateData::Read("qelRnscXml.xml"), GetParam().content);
 }
 
@@ -142,7 +141,7 @@ TEST_F(QELXmlParserBadInputTest, LogsEveryFieldOfErrorRecord) {
                                   "\nErroCode: 76\nMessage: Opening and ending tag "
                                   "mismatch: a line 2 and b\n\n"
                                   "At (Line: 2, ExNum: 2, CmNum: 8)\n\n",
-                              kSourceFile)));
+                              kXmlParserSource)));
 }
 
 TEST_F(QELXmlParserBadInputTest, ClearsErrorRecordAfterReport) {
@@ -156,17 +155,19 @@ TEST_F(QELXmlParserBadInputTest, ReportsBothBrokenFiles) {
     PrivateData::WriteMain("");
     EXPECT_FALSE(Store().ParseFile());
     const std::vector<LogLine> errors = FakeLog::Errors();
-    EXPECT_THAT(errors,
-                ElementsAre(ErrorLine(MakeExpectedReport(PrivateData::RnscFile()), kSourceFile),
-                            ErrorLine(MakeExpectedReport(PrivateData::MainFile()), kSourceFile)));
+    EXPECT_THAT(
+        errors,
+        ElementsAre(ErrorLine(MakeExpectedReport(PrivateData::RnscFile()), kXmlParserSource),
+                    ErrorLine(MakeExpectedReport(PrivateData::MainFile()), kXmlParserSource)));
     EXPECT_EQ(Store().GetNumOfResultAll(), 0U);
 }
 
 TEST_F(QELXmlParserBadInputTest, ReportsFolderInPlaceOfMainFile) {
     fs::create_directory(PrivateData::MainFile());
     EXPECT_FALSE(Store().ParseFile());
-    EXPECT_THAT(FakeLog::Errors(),
-                ElementsAre(ErrorLine(MakeExpectedReport(PrivateData::MainFile()), kSourceFile)));
+    EXPECT_THAT(
+        FakeLog::Errors(),
+        ElementsAre(ErrorLine(MakeExpectedReport(PrivateData::MainFile()), kXmlParserSource)));
     EXPECT_TRUE(fs::is_directory(PrivateData::MainFile()));
 }
 
@@ -174,8 +175,9 @@ TEST_F(QELXmlParserBadInputTest, ReadsMainFileWhenRnscFileIsFolder) {
     fs::create_directory(PrivateData::RnscFile());
     PrivateData::WriteMain(xml::DocumentOf({{{"name", "A"}}}));
     Store().ParseFile();
-    EXPECT_THAT(FakeLog::Errors(),
-                ElementsAre(ErrorLine(MakeExpectedReport(PrivateData::RnscFile()), kSourceFile)));
+    EXPECT_THAT(
+        FakeLog::Errors(),
+        ElementsAre(ErrorLine(MakeExpectedReport(PrivateData::RnscFile()), kXmlParserSource)));
     EXPECT_EQ(Store().GetNumOfResult(), 1U);
 }
 
@@ -190,7 +192,7 @@ TEST_F(QELXmlParserBadInputTest, EndsReportAtMissingFileName) {
     EXPECT_FALSE(Store().ParseFile());
     close(socketFd);
     EXPECT_THAT(FakeLog::Errors(),
-                ElementsAre(ErrorLine(std::string(kReportStart) + "File: \n", kSourceFile)));
+                ElementsAre(ErrorLine(std::string(kReportStart) + "File: \n", kXmlParserSource)));
     EXPECT_EQ(xmlGetLastError(), nullptr);
 }
 
@@ -202,7 +204,7 @@ TEST_F(QELXmlParserBadInputTest, LogsOnlyFirstReportLineWithoutErrorRecord) {
     EXPECT_FALSE(Store().ParseFile());
     xmlSetExternalEntityLoader(loader);
     EXPECT_THAT(FakeLog::Errors(),
-                ElementsAre(ErrorLine(std::string(kReportStart) + "\n", kSourceFile)));
+                ElementsAre(ErrorLine(std::string(kReportStart) + "\n", kXmlParserSource)));
 }
 
 TEST_F(QELXmlParserBadInputTest, LogsDocumentWithoutRootAsEmpty) {
@@ -210,7 +212,7 @@ TEST_F(QELXmlParserBadInputTest, LogsDocumentWithoutRootAsEmpty) {
     XmlSpy::HideRoot();
     EXPECT_FALSE(Store().ParseFile());
     EXPECT_THAT(FakeLog::Errors(),
-                ElementsAre(ErrorLine("XML Parsing ERROR, It`s Empty Doc\n", kSourceFile)));
+                ElementsAre(ErrorLine("XML Parsing ERROR, It`s Empty Doc\n", kXmlParserSource)));
     EXPECT_EQ(Store().m_rootNode, nullptr);
     EXPECT_NE(Store().m_doc, nullptr);
 }
@@ -228,7 +230,7 @@ TEST_F(QELXmlParserBadInputTest, KeepsEarlierRootPointerAfterFailedParse) {
 TEST_F(QELXmlParserBadInputTest, TreatsDanglingLinkAsMissingFile) {
     fs::create_symlink("nowhere", PrivateData::MainFile());
     EXPECT_TRUE(Store().ParseFile());
-    EXPECT_TRUE(LoggedInfo("[" + PrivateData::MainFile() + "] not exist!!\n", kSourceFile));
+    EXPECT_TRUE(LoggedInfo("[" + PrivateData::MainFile() + "] not exist!!\n", kXmlParserSource));
     EXPECT_TRUE(LoggedNoError());
 }
 

@@ -14,8 +14,6 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::Pair;
 
-const char* const kSourceFile = "QELXmlParser.cpp";
-
 std::string FormatInvalidIndexError(const std::string& list, const std::string& index,
                                     size_t size) {
     return "Invalid ID[" + index + "]!! " + list + ".size[" + std::to_string(size) + "]\n";
@@ -67,8 +65,8 @@ TEST_F(QELXmlParserItemsTest, LogsAndOmitsEmptyField) {
     ParseList("<test><name></name><spec/><type>wifi</type></test>");
     EXPECT_THAT(Store().m_resultFailData[0], ElementsAre(Pair("type", "wifi")));
     EXPECT_THAT(FakeLog::Errors(),
-                ElementsAre(ErrorLine("Content of current node is NULL\n", kSourceFile),
-                            ErrorLine("Content of current node is NULL\n", kSourceFile)));
+                ElementsAre(ErrorLine("Content of current node is NULL\n", kXmlParserSource),
+                            ErrorLine("Content of current node is NULL\n", kXmlParserSource)));
 }
 
 TEST_F(QELXmlParserItemsTest, UsesFirstOfTwoEqualFields) {
@@ -107,8 +105,8 @@ TEST_F(QELXmlParserItemsTest, IgnoresNestedItems) {
 TEST_F(QELXmlParserItemsTest, LogsListWithoutChildren) {
     ParseList("");
     EXPECT_EQ(Store().GetNumOfResultAll(), 0U);
-    EXPECT_THAT(FakeLog::Errors(), ElementsAre(ErrorLine("ERROR No Test Item Info\n", kSourceFile,
-                                                         "m_ParseItemInfoList")));
+    EXPECT_THAT(FakeLog::Errors(), ElementsAre(ErrorLine("ERROR No Test Item Info\n",
+                                                         kXmlParserSource, "m_ParseItemInfoList")));
 }
 
 TEST_F(QELXmlParserItemsTest, AcceptsListOfWhiteSpaceSilently) {
@@ -122,9 +120,10 @@ TEST_F(QELXmlParserItemsTest, ReturnsWhetherListHasContent) {
     EXPECT_FALSE(store.m_ParseItemInfoList("RNSCImage"));
     EXPECT_TRUE(store.m_ParseItemInfoList("RNSCTest"));
     EXPECT_FALSE(store.m_ParseItemInfoList("FAnetTest"));
-    EXPECT_THAT(FakeLog::Lines(),
-                ElementsAre(ErrorLine("ERROR No Test Item Info\n", kSourceFile),
-                            ErrorLine("ERROR can`t find <FAnetTest> from XML\n", kSourceFile)));
+    EXPECT_THAT(
+        FakeLog::Lines(),
+        ElementsAre(ErrorLine("ERROR No Test Item Info\n", kXmlParserSource),
+                    ErrorLine("ERROR can`t find <FAnetTest> from XML\n", kXmlParserSource)));
 }
 
 TEST_F(QELXmlParserItemsTest, ReturnsWhetherNodeIsItem) {
@@ -135,8 +134,8 @@ TEST_F(QELXmlParserItemsTest, ReturnsWhetherNodeIsItem) {
     EXPECT_FALSE(store.m_ParseItemInfo(other));
     EXPECT_THAT(FakeLog::Lines(), IsEmpty());
     EXPECT_FALSE(store.m_ParseItemInfo(nullptr));
-    EXPECT_THAT(FakeLog::Lines(),
-                ElementsAre(ErrorLine("Parent Node is NULL\n", kSourceFile, "m_ParseItemInfo")));
+    EXPECT_THAT(FakeLog::Lines(), ElementsAre(ErrorLine("Parent Node is NULL\n", kXmlParserSource,
+                                                        "m_ParseItemInfo")));
     EXPECT_EQ(store.GetNumOfResultAll(), 1U);
 }
 
@@ -224,9 +223,9 @@ TEST_F(QELXmlParserItemsTest, RejectsIndexEqualToItemCount) {
     EXPECT_EQ(store.GetResultFromAll(2, "name"), "");
     EXPECT_THAT(FakeLog::Lines(),
                 ElementsAre(ErrorLine(FormatInvalidIndexError("m_resultFailData", "1", 1),
-                                      kSourceFile, "GetResult"),
+                                      kXmlParserSource, "GetResult"),
                             ErrorLine(FormatInvalidIndexError("m_resultAllData", "2", 2),
-                                      kSourceFile, "GetResultFromAll")));
+                                      kXmlParserSource, "GetResultFromAll")));
 }
 
 TEST_F(QELXmlParserItemsTest, RejectsAnyIndexWhenStoreIsEmpty) {
@@ -237,26 +236,29 @@ TEST_F(QELXmlParserItemsTest, RejectsAnyIndexWhenStoreIsEmpty) {
     EXPECT_EQ(store.GetResultType(0), RESULT_TYPE_INVALID);
     EXPECT_THAT(
         FakeLog::Lines(),
-        ElementsAre(ErrorLine(FormatInvalidIndexError("m_resultFailData", "0", 0), kSourceFile),
-                    ErrorLine(FormatInvalidIndexError("m_resultFailData", "0", 0), kSourceFile),
-                    ErrorLine(FormatInvalidIndexError("m_resultAllData", "0", 0), kSourceFile),
-                    ErrorLine(FormatInvalidIndexError("m_resultFailData", "0", 0), kSourceFile)));
+        ElementsAre(
+            ErrorLine(FormatInvalidIndexError("m_resultFailData", "0", 0), kXmlParserSource),
+            ErrorLine(FormatInvalidIndexError("m_resultFailData", "0", 0), kXmlParserSource),
+            ErrorLine(FormatInvalidIndexError("m_resultAllData", "0", 0), kXmlParserSource),
+            ErrorLine(FormatInvalidIndexError("m_resultFailData", "0", 0), kXmlParserSource)));
 }
 
 TEST_F(QELXmlParserItemsTest, LogsHugeIndexAsNegativeNumber) {
     EXPECT_EQ(Store().GetResult(UINT_MAX, "name"), "");
-    EXPECT_TRUE(LoggedError(FormatInvalidIndexError("m_resultFailData", "-1", 0), kSourceFile));
+    EXPECT_TRUE(
+        LoggedError(FormatInvalidIndexError("m_resultFailData", "-1", 0), kXmlParserSource));
     EXPECT_EQ(Store().GetResultFromAll(UINT_MAX, "name"), "");
-    EXPECT_TRUE(LoggedError(FormatInvalidIndexError("m_resultAllData", "-1", 0), kSourceFile));
+    EXPECT_TRUE(LoggedError(FormatInvalidIndexError("m_resultAllData", "-1", 0), kXmlParserSource));
 }
 
 TEST_F(QELXmlParserItemsTest, RejectsEmptyKey) {
     const QELXmlParser& store = LoadItems({{{"name", "a"}}});
     EXPECT_EQ(store.GetResult(0, ""), "");
     EXPECT_EQ(store.GetResultFromAll(0, ""), "");
-    EXPECT_THAT(FakeLog::Lines(),
-                ElementsAre(ErrorLine(FormatInvalidKeyError(""), kSourceFile, "GetResult"),
-                            ErrorLine(FormatInvalidKeyError(""), kSourceFile, "GetResultFromAll")));
+    EXPECT_THAT(
+        FakeLog::Lines(),
+        ElementsAre(ErrorLine(FormatInvalidKeyError(""), kXmlParserSource, "GetResult"),
+                    ErrorLine(FormatInvalidKeyError(""), kXmlParserSource, "GetResultFromAll")));
 }
 
 TEST_F(QELXmlParserItemsTest, RejectsAbsentKey) {
@@ -265,8 +267,9 @@ TEST_F(QELXmlParserItemsTest, RejectsAbsentKey) {
     EXPECT_EQ(store.GetResultFromAll(0, "Name"), "");
     EXPECT_THAT(
         FakeLog::Lines(),
-        ElementsAre(ErrorLine(FormatInvalidKeyError("reason"), kSourceFile, "GetResult"),
-                    ErrorLine(FormatInvalidKeyError("Name"), kSourceFile, "GetResultFromAll")));
+        ElementsAre(
+            ErrorLine(FormatInvalidKeyError("reason"), kXmlParserSource, "GetResult"),
+            ErrorLine(FormatInvalidKeyError("Name"), kXmlParserSource, "GetResultFromAll")));
 }
 
 TEST_F(QELXmlParserItemsTest, ChecksIndexBeforeKey) {
@@ -314,7 +317,7 @@ TEST_F(QELXmlParserItemsTest, ReturnsEmptyItemTextForInvalidIndex) {
     EXPECT_EQ(LoadItems({{{"type", "wifi"}}}).GetResult(1), "");
     EXPECT_THAT(FakeLog::Lines(),
                 ElementsAre(ErrorLine(FormatInvalidIndexError("m_resultFailData", "1", 1),
-                                      kSourceFile, "GetResult")));
+                                      kXmlParserSource, "GetResult")));
 }
 
 TEST_F(QELXmlParserItemsTest, ReturnsTypeAndConnectionOfNetworkFailure) {
@@ -377,7 +380,7 @@ TEST_F(QELXmlParserItemsTest, ReturnsInvalidTypeForInvalidIndex) {
     EXPECT_EQ(LoadItems({{{"type", "wifi"}}}).GetResultType(1), RESULT_TYPE_INVALID);
     EXPECT_THAT(FakeLog::Lines(),
                 ElementsAre(ErrorLine(FormatInvalidIndexError("m_resultFailData", "1", 1),
-                                      kSourceFile, "GetResultType")));
+                                      kXmlParserSource, "GetResultType")));
 }
 
 // Copies and threads

@@ -15,12 +15,6 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::Pair;
 
-const char* const kSourceFile = "QELXmlParser.cpp";
-
-std::string FormatMissingTagError(const std::string& tag) {
-    return "ERROR can`t find <" + tag + "> from XML\n";
-}
-
 // An element of a section, and the member that stores its text.
 struct SectionField {
     const char* section;
@@ -149,8 +143,8 @@ TEST_F(QELXmlParserSectionsTest, LogsMissingSectionsAndReadsRest) {
         xml::Section("RNSCTest", {}) + xml::Element("FAnetTest", xml::Item({{"name", "a"}}))));
     EXPECT_TRUE(Store().ParseFile());
     EXPECT_THAT(FakeLog::Errors(),
-                ElementsAre(ErrorLine(FormatMissingTagError("Information"), kSourceFile),
-                            ErrorLine(FormatMissingTagError("Summary"), kSourceFile)));
+                ElementsAre(ErrorLine(FormatMissingTagError("Information"), kXmlParserSource),
+                            ErrorLine(FormatMissingTagError("Summary"), kXmlParserSource)));
     EXPECT_EQ(Store().m_networkType, "x type");
     EXPECT_EQ(Store().GetNumOfResult(), 1U);
 }
@@ -164,8 +158,8 @@ TEST_F(QELXmlParserSectionsTest, LogsMissingNetworkTwiceAndReadsRest) {
     EXPECT_THAT(
         FakeLog::Errors(),
         ElementsAre(
-            ErrorLine(FormatMissingTagError("Network"), kSourceFile, "m_ParseNetworkFailInfo"),
-            ErrorLine(FormatMissingTagError("Network"), kSourceFile, "m_ParseNetworkInfo")));
+            ErrorLine(FormatMissingTagError("Network"), kXmlParserSource, "m_ParseNetworkFailInfo"),
+            ErrorLine(FormatMissingTagError("Network"), kXmlParserSource, "m_ParseNetworkInfo")));
     EXPECT_EQ(Store().m_sn, "x sn");
     EXPECT_EQ(Store().m_summaryDuration, "x duration");
     EXPECT_EQ(Store().GetNumOfResult(), 1U);
@@ -228,8 +222,8 @@ TEST_F(QELXmlParserSectionsTest, LogsEmptyElementAndKeepsEarlierValue) {
     EXPECT_EQ(Store().m_model, "rnsc model");
     EXPECT_EQ(Store().m_sn, "rnsc sn");
     EXPECT_EQ(FakeLog::Count("Content of current node is NULL\n"), 2);
-    EXPECT_THAT(FakeLog::Errors(),
-                testing::Contains(ErrorLine("Content of current node is NULL\n", kSourceFile)));
+    EXPECT_THAT(FakeLog::Errors(), testing::Contains(ErrorLine("Content of current node is NULL\n",
+                                                               kXmlParserSource)));
 }
 
 TEST_F(QELXmlParserSectionsTest, UsesFirstOfTwoEqualElements) {

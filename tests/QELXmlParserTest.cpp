@@ -24,7 +24,6 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-const char* const kSourceFile = "QELXmlParser.cpp";
 const char* const kEmptyInformation =
     "sn=\nmodel=\noption=\nmm=\nsm=\nss=\nmt=\nbt=\nld1=\nld2=\ndnso=\n";
 const char* const kEmptyNetworkInfo =
@@ -38,10 +37,6 @@ std::string FormatStartMessage(const std::string& path) {
 
 std::string FormatMissingFileMessage(const std::string& path) {
     return "[" + path + "] not exist!!\n";
-}
-
-std::string FormatMissingTagError(const std::string& tag) {
-    return "ERROR can`t find <" + tag + "> from XML\n";
 }
 
 // A document parsed from a text. The document owns the root element.
@@ -135,8 +130,8 @@ TEST_F(QELXmlParserTest, LogsFailedAllocationAndRetries) {
         EXPECT_TRUE(failing.HasFailed());
         EXPECT_EQ(FakeLog::Count("failed to get instance\n"), i);
     }
-    EXPECT_THAT(FakeLog::Lines(),
-                testing::Each(ErrorLine("failed to get instance\n", kSourceFile, "GetInstance")));
+    EXPECT_THAT(FakeLog::Lines(), testing::Each(ErrorLine("failed to get instance\n",
+                                                          kXmlParserSource, "GetInstance")));
     EXPECT_NE(QELXmlParser::GetInstance(), nullptr);
     EXPECT_EQ(FakeLog::Count("failed to get instance\n"), 2);
 }
@@ -164,10 +159,10 @@ TEST_F(QELXmlParserTest, SucceedsWithoutResultFiles) {
     EXPECT_THAT(
         FakeLog::Lines(),
         ElementsAre(
-            InfoLine(FormatStartMessage(PrivateData::RnscFile()), kSourceFile, "m_ParseFile"),
-            InfoLine(FormatMissingFileMessage(PrivateData::RnscFile()), kSourceFile),
-            InfoLine(FormatStartMessage(PrivateData::MainFile()), kSourceFile, "m_ParseFile"),
-            InfoLine(FormatMissingFileMessage(PrivateData::MainFile()), kSourceFile)));
+            InfoLine(FormatStartMessage(PrivateData::RnscFile()), kXmlParserSource, "m_ParseFile"),
+            InfoLine(FormatMissingFileMessage(PrivateData::RnscFile()), kXmlParserSource),
+            InfoLine(FormatStartMessage(PrivateData::MainFile()), kXmlParserSource, "m_ParseFile"),
+            InfoLine(FormatMissingFileMessage(PrivateData::MainFile()), kXmlParserSource)));
     EXPECT_EQ(Store().GetNumOfResult(), 0U);
     EXPECT_EQ(Store().GetNumOfResultAll(), 0U);
     EXPECT_EQ(Store().GetInformation(), kEmptyInformation);
@@ -195,7 +190,7 @@ TEST_F(QELXmlParserTest, AcceptsMainFileAlone) {
     EXPECT_TRUE(Store().ParseFile());
     EXPECT_EQ(Store().GetNumOfResultAll(), 1U);
     EXPECT_EQ(Store().GetResult(0, "name"), "only");
-    EXPECT_TRUE(LoggedInfo(FormatMissingFileMessage(PrivateData::RnscFile()), kSourceFile));
+    EXPECT_TRUE(LoggedInfo(FormatMissingFileMessage(PrivateData::RnscFile()), kXmlParserSource));
     EXPECT_TRUE(LoggedNoError());
 }
 
@@ -203,7 +198,7 @@ TEST_F(QELXmlParserTest, AcceptsRnscFileAlone) {
     PrivateData::WriteRnsc(xml::DocumentOf({{{"name", "only"}}}));
     EXPECT_TRUE(Store().ParseFile());
     EXPECT_EQ(Store().GetResult(0, "name"), "only");
-    EXPECT_TRUE(LoggedInfo(FormatMissingFileMessage(PrivateData::MainFile()), kSourceFile));
+    EXPECT_TRUE(LoggedInfo(FormatMissingFileMessage(PrivateData::MainFile()), kXmlParserSource));
     EXPECT_TRUE(LoggedNoError());
 }
 
@@ -297,13 +292,14 @@ TEST_F(QELXmlParserTest, LogsMissingSectionsInReadingOrder) {
     EXPECT_THAT(
         FakeLog::Errors(),
         ElementsAre(
-            ErrorLine(FormatMissingTagError("Information"), kSourceFile, "m_ParseInformation"),
-            ErrorLine(FormatMissingTagError("Network"), kSourceFile, "m_ParseNetworkFailInfo"),
-            ErrorLine(FormatMissingTagError("Network"), kSourceFile, "m_ParseNetworkInfo"),
-            ErrorLine(FormatMissingTagError("Summary"), kSourceFile, "m_ParseSummary"),
-            ErrorLine(FormatMissingTagError("RNSCImage"), kSourceFile, "m_ParseItemInfoList"),
-            ErrorLine(FormatMissingTagError("RNSCTest"), kSourceFile, "m_ParseItemInfoList"),
-            ErrorLine(FormatMissingTagError("FAnetTest"), kSourceFile, "m_ParseItemInfoList")));
+            ErrorLine(FormatMissingTagError("Information"), kXmlParserSource, "m_ParseInformation"),
+            ErrorLine(FormatMissingTagError("Network"), kXmlParserSource, "m_ParseNetworkFailInfo"),
+            ErrorLine(FormatMissingTagError("Network"), kXmlParserSource, "m_ParseNetworkInfo"),
+            ErrorLine(FormatMissingTagError("Summary"), kXmlParserSource, "m_ParseSummary"),
+            ErrorLine(FormatMissingTagError("RNSCImage"), kXmlParserSource, "m_ParseItemInfoList"),
+            ErrorLine(FormatMissingTagError("RNSCTest"), kXmlParserSource, "m_ParseItemInfoList"),
+            ErrorLine(FormatMissingTagError("FAnetTest"), kXmlParserSource,
+                      "m_ParseItemInfoList")));
 }
 
 TEST_F(QELXmlParserTest, FindsSectionsOnlyDirectlyBelowRoot) {
@@ -311,7 +307,7 @@ TEST_F(QELXmlParserTest, FindsSectionsOnlyDirectlyBelowRoot) {
     PrivateData::WriteMain(xml::Document(xml::Element("Wrapper", list)));
     EXPECT_TRUE(Store().ParseFile());
     EXPECT_EQ(Store().GetNumOfResultAll(), 0U);
-    EXPECT_TRUE(LoggedError(FormatMissingTagError("FAnetTest"), kSourceFile));
+    EXPECT_TRUE(LoggedError(FormatMissingTagError("FAnetTest"), kXmlParserSource));
 }
 
 TEST_F(QELXmlParserTest, UsesFirstOfTwoEqualSections) {
@@ -385,7 +381,7 @@ TEST_F(QELXmlParserTest, LeavesResultFilesUnchanged) {
 
 TEST_F(QELXmlParserTest, LogsNullParentInNodeSearch) {
     EXPECT_EQ(QELXmlParser::m_FindNodeWithTagInfo(nullptr, "a"), nullptr);
-    EXPECT_THAT(FakeLog::Lines(), ElementsAre(ErrorLine("Parent Node is NULL\n", kSourceFile,
+    EXPECT_THAT(FakeLog::Lines(), ElementsAre(ErrorLine("Parent Node is NULL\n", kXmlParserSource,
                                                         "m_FindNodeWithTagInfo")));
 }
 
@@ -432,7 +428,7 @@ TEST_P(QELXmlParserNoContentTest, LogsErrorAndKeepsValue) {
     EXPECT_FALSE(QELXmlParser::m_GetContentFromNode(document.doc.get(), document.root, content));
     EXPECT_EQ(content, "before");
     EXPECT_THAT(FakeLog::Lines(), ElementsAre(ErrorLine("Content of current node is NULL\n",
-                                                        kSourceFile, "m_GetContentFromNode")));
+                                                        kXmlParserSource, "m_GetContentFromNode")));
 }
 
 INSTANTIATE_TEST_SUITE_P(Elements, QELXmlParserNoContentTest,

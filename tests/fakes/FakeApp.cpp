@@ -25,7 +25,7 @@ struct AppState {
     std::list<app_control_s> requests;
 };
 
-AppState& State() {
+AppState& GetAppState() {
     static AppState state;
     return state;
 }
@@ -33,39 +33,39 @@ AppState& State() {
 }  // namespace
 
 void FakeApp::Clear() {
-    State() = AppState();
+    GetAppState() = AppState();
 }
 
 void FakeApp::SetMainResult(int result) {
-    State().mainResult = result;
+    GetAppState().mainResult = result;
 }
 
 void FakeApp::SetMainBody(const std::function<void(const MainCall&)>& body) {
-    State().mainBody = body;
+    GetAppState().mainBody = body;
 }
 
 std::optional<FakeApp::MainCall> FakeApp::LastMainCall() {
-    return State().mainCall;
+    return GetAppState().mainCall;
 }
 
 app_control_h FakeApp::Request(const std::map<std::string, std::string>& values) {
-    return &State().requests.emplace_back(app_control_s{bundle{values}});
+    return &GetAppState().requests.emplace_back(app_control_s{bundle{values}});
 }
 
 void FakeApp::SetConversionResult(int result) {
-    State().conversionResult = result;
+    GetAppState().conversionResult = result;
 }
 
 void FakeApp::SetValueResult(int result) {
-    State().valueResult = result;
+    GetAppState().valueResult = result;
 }
 
 std::vector<std::string> FakeApp::RequestedKeys() {
-    return State().requestedKeys;
+    return GetAppState().requestedKeys;
 }
 
 int ui_app_main(int argc, char** argv, ui_app_lifecycle_callback_s* callback, void* user_data) {
-    AppState& state = State();
+    AppState& state = GetAppState();
     state.mainCall = FakeApp::MainCall{argc, argv, *callback, user_data};
     if (state.mainBody) {
         state.mainBody(*state.mainCall);
@@ -74,19 +74,19 @@ int ui_app_main(int argc, char** argv, ui_app_lifecycle_callback_s* callback, vo
 }
 
 int app_control_to_bundle(app_control_h app_control, bundle** data) {
-    if (State().conversionResult == APP_CONTROL_ERROR_NONE) {
+    if (GetAppState().conversionResult == APP_CONTROL_ERROR_NONE) {
         *data = &app_control->content;
     }
-    return State().conversionResult;
+    return GetAppState().conversionResult;
 }
 
 int bundle_get_str(bundle* b, const char* key, char** str) {
-    State().requestedKeys.emplace_back(key);
+    GetAppState().requestedKeys.emplace_back(key);
     const auto entry = b->values.find(key);
     if (entry != b->values.end()) {
         *str = entry->second.data();
     }
     const int result =
         entry == b->values.end() ? BUNDLE_ERROR_KEY_NOT_AVAILABLE : BUNDLE_ERROR_NONE;
-    return State().valueResult.value_or(result);
+    return GetAppState().valueResult.value_or(result);
 }

@@ -21,7 +21,7 @@ struct LogState {
 };
 
 // Never destroyed, because detached workers may still log while the process ends.
-LogState& State() {
+LogState& GetLogState() {
     static auto* state = new LogState;
     return *state;
 }
@@ -72,7 +72,7 @@ bool Split(const std::string& text, LogLine& line) {
 
 // Stores the line, and the malformed text unless it is empty. Returns the observer.
 std::function<void(const LogLine&)> Record(const LogLine& line, const std::string& malformed) {
-    LogState& state = State();
+    LogState& state = GetLogState();
     const std::lock_guard<std::mutex> lock(state.mutex);
     if (!malformed.empty()) {
         state.malformed.push_back(malformed);
@@ -155,13 +155,13 @@ int __dlog_print(log_id_t log_id, int prio, const char* tag, const char* fmt, ..
 }
 
 void FakeLog::Clear() {
-    LogState& state = State();
+    LogState& state = GetLogState();
     const std::lock_guard<std::mutex> lock(state.mutex);
     state.lines.clear();
 }
 
 std::vector<LogLine> FakeLog::Lines() {
-    LogState& state = State();
+    LogState& state = GetLogState();
     const std::lock_guard<std::mutex> lock(state.mutex);
     return state.lines;
 }
@@ -188,7 +188,7 @@ int FakeLog::Count(const std::string& message) {
 }
 
 bool FakeLog::WaitFor(const std::string& message, std::chrono::milliseconds limit) {
-    LogState& state = State();
+    LogState& state = GetLogState();
     std::unique_lock<std::mutex> lock(state.mutex);
     return state.written.wait_for(lock, limit, [&state, &message] {
         return std::any_of(state.lines.begin(), state.lines.end(),
@@ -197,13 +197,13 @@ bool FakeLog::WaitFor(const std::string& message, std::chrono::milliseconds limi
 }
 
 void FakeLog::Observe(std::function<void(const LogLine&)> observer) {
-    LogState& state = State();
+    LogState& state = GetLogState();
     const std::lock_guard<std::mutex> lock(state.mutex);
     state.observer = std::move(observer);
 }
 
 std::vector<std::string> FakeLog::TakeMalformed() {
-    LogState& state = State();
+    LogState& state = GetLogState();
     const std::lock_guard<std::mutex> lock(state.mutex);
     std::vector<std::string> malformed;
     malformed.swap(state.malformed);

@@ -11,7 +11,7 @@ struct SpyState {
     bool rootHidden = false;
 };
 
-SpyState& State() {
+SpyState& GetSpyState() {
     static SpyState state;
     return state;
 }
@@ -35,19 +35,19 @@ std::string PathOf(xmlNodePtr node) {
 }  // namespace
 
 void XmlSpy::Clear() {
-    State() = SpyState();
+    GetSpyState() = SpyState();
 }
 
 std::vector<std::string> XmlSpy::DocumentCalls() {
-    return State().documentCalls;
+    return GetSpyState().documentCalls;
 }
 
 std::vector<std::string> XmlSpy::ReadElements() {
-    return State().readElements;
+    return GetSpyState().readElements;
 }
 
 void XmlSpy::HideRoot() {
-    State().rootHidden = true;
+    GetSpyState().rootHidden = true;
 }
 
 // The linker option --wrap defines the names: a call of f calls __wrap_f, and __real_f is f itself.
@@ -60,23 +60,23 @@ xmlNodePtr __real_xmlDocGetRootElement(const xmlDoc* doc);
 xmlChar* __real_xmlNodeListGetString(xmlDocPtr doc, const xmlNode* list, int inLine);
 
 xmlDocPtr __wrap_xmlParseFile(const char* path) {
-    State().documentCalls.push_back("parse " + NameOf(path));
+    GetSpyState().documentCalls.push_back("parse " + NameOf(path));
     return __real_xmlParseFile(path);
 }
 
 void __wrap_xmlFreeDoc(xmlDocPtr doc) {
     const char* url = doc == nullptr ? "null" : reinterpret_cast<const char*>(doc->URL);
-    State().documentCalls.push_back("free " + NameOf(url == nullptr ? "unnamed" : url));
+    GetSpyState().documentCalls.push_back("free " + NameOf(url == nullptr ? "unnamed" : url));
     __real_xmlFreeDoc(doc);
 }
 
 xmlNodePtr __wrap_xmlDocGetRootElement(const xmlDoc* doc) {
-    return State().rootHidden ? nullptr : __real_xmlDocGetRootElement(doc);
+    return GetSpyState().rootHidden ? nullptr : __real_xmlDocGetRootElement(doc);
 }
 
 xmlChar* __wrap_xmlNodeListGetString(xmlDocPtr doc, const xmlNode* list, int inLine) {
     if (list != nullptr) {
-        State().readElements.push_back(PathOf(list->parent));
+        GetSpyState().readElements.push_back(PathOf(list->parent));
     }
     return __real_xmlNodeListGetString(doc, list, inLine);
 }

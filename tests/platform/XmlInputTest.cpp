@@ -99,7 +99,7 @@ private:
 };
 
 // A file whose root holds one element with this value. The declaration defines the entities.
-std::string File(const std::string& declaration, const std::string& value) {
+std::string ComposeFile(const std::string& declaration, const std::string& value) {
     return "<!DOCTYPE r [" + declaration + "]><r><v>" + value + "</v></r>";
 }
 
@@ -112,7 +112,7 @@ TEST_F(XmlInputTest, ReturnsTheValuesThatTheLibraryReturns) {
          {"", "text", " text ", "<![CDATA[]]>", "<![CDATA[a<b]]>", "a<![CDATA[b]]>c", "&a;", "&b;",
           "x&b;y&a;z", "&none;", "&none;a", "&child;", "a&child;b", "<c>only a child</c>",
           "a<c>child</c>b", "<!-- comment -->", "a<!-- comment -->b", "&lt;&amp;&#65;&#x20AC;"}) {
-        Write(File(entities, value));
+        Write(ComposeFile(entities, value));
         const Document document = Parse();
         ASSERT_NE(document, nullptr) << value;
         EXPECT_EQ(ValueIn(*document, xmlNodeListGetString), ValueIn(*document, original)) << value;
@@ -124,7 +124,7 @@ TEST_F(XmlInputTest, JoinsManyPiecesInLinearTime) {
     const std::size_t count = 200'000;
     const auto start = std::chrono::steady_clock::now();
     const std::optional<std::string> value =
-        ValueIn(File("", Repeat("abcd<![CDATA[efgh]]>", count)));
+        ValueIn(ComposeFile("", Repeat("abcd<![CDATA[efgh]]>", count)));
     EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(5));
     ASSERT_TRUE(value.has_value());
     EXPECT_EQ(value->size(), 8 * count);
@@ -133,7 +133,7 @@ TEST_F(XmlInputTest, JoinsManyPiecesInLinearTime) {
 TEST_F(XmlInputTest, RejectsAValueWhoseEntitiesExpandTooFar) {
     const std::string big = Repeat("x", 100'000);
     const auto start = std::chrono::steady_clock::now();
-    EXPECT_EQ(ValueIn(File("<!ENTITY a '" + big + "'>", Repeat("&a;", 2000))), std::nullopt);
+    EXPECT_EQ(ValueIn(ComposeFile("<!ENTITY a '" + big + "'>", Repeat("&a;", 2000))), std::nullopt);
     EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(500));
     EXPECT_THAT(Reported(), ElementsAre(EndsWith("expand to more than 10,000,000 bytes")));
 }
@@ -142,7 +142,7 @@ TEST_F(XmlInputTest, RejectsEntitiesOfTwoLevels) {
     const std::string declaration =
         "<!ENTITY a '" + Repeat("x", 1000) + "'><!ENTITY b '" + Repeat("&a;", 1000) + "'>";
     const auto start = std::chrono::steady_clock::now();
-    EXPECT_EQ(ValueIn(File(declaration, Repeat("&b;", 1000))), std::nullopt);
+    EXPECT_EQ(ValueIn(ComposeFile(declaration, Repeat("&b;", 1000))), std::nullopt);
     EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(500));
 }
 
@@ -159,15 +159,15 @@ TEST_F(XmlInputTest, LimitsTheEntitiesOfAllValuesOfAFileTogether) {
 }
 
 TEST_F(XmlInputTest, StartsTheLimitAgainWithTheNextFile) {
-    ValueIn(File("<!ENTITY a '" + Repeat("x", 100'000) + "'>", Repeat("&a;", 2000)));
-    EXPECT_EQ(ValueIn(File("<!ENTITY a 'x'>", "&a;")), "x");
+    ValueIn(ComposeFile("<!ENTITY a '" + Repeat("x", 100'000) + "'>", Repeat("&a;", 2000)));
+    EXPECT_EQ(ValueIn(ComposeFile("<!ENTITY a 'x'>", "&a;")), "x");
 }
 
 TEST_F(XmlInputTest, IgnoresExternalEntities) {
     const std::string secret = Path() + ".secret";
     std::ofstream(secret) << "secret";
     const std::optional<std::string> value =
-        ValueIn(File("<!ENTITY e SYSTEM '" + secret + "'>", "a&e;b"));
+        ValueIn(ComposeFile("<!ENTITY e SYSTEM '" + secret + "'>", "a&e;b"));
     EXPECT_EQ(value, "ab");
 }
 

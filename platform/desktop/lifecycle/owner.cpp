@@ -51,7 +51,7 @@ public:
         if (recv(m_Socket, &answer, 1, 0) != 1) {
             return Reply::kNoOwner;
         }
-        return answer == kAccepted ? Reply::kAccepted : Reply::kRejected;
+        return answer == kAcceptedAnswer ? Reply::kAccepted : Reply::kRejected;
     }
 
     // The process that listens; 0 when no process does.

@@ -24,8 +24,8 @@ constexpr std::size_t kMaxRequestBytes = 65536;
 constexpr std::size_t kMaxMessageBytes = kMessageWord.size() + kMaxRequestBytes;
 
 // The answer: the application has received the request, or the message was rejected.
-constexpr char kAccepted = '\x06';
-constexpr char kRejected = '\x15';
+constexpr char kAcceptedAnswer = '\x06';
+constexpr char kRejectedAnswer = '\x15';
 
 // Returns the message for a request: kMessageWord and each "KEY=VALUE" with a zero byte at its end.
 // Returns an empty string when the message would exceed kMaxMessageBytes.

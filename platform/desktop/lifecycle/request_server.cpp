@@ -125,7 +125,7 @@ bool RequestServer::Listen() {
 void RequestServer::Accept(Sender sender) {
     const auto found = m_Connections.find(sender);
     if (found != m_Connections.end()) {
-        found->second->Answer(kAccepted);
+        found->second->Answer(kAcceptedAnswer);
         m_Connections.erase(found);
     }
 }
@@ -160,7 +160,7 @@ Eina_Bool RequestServer::OnConnect(void* data, Ecore_Fd_Handler*) {
 
 void RequestServer::m_Reject(Sender sender, const std::string& reason) {
     LogError("launch request rejected: " + reason);
-    m_Connections[sender]->Answer(kRejected);
+    m_Connections[sender]->Answer(kRejectedAnswer);
     m_Connections.erase(sender);
 }
 

@@ -18,11 +18,11 @@
 
 using quorvel::desktop::EncodeRequest;
 using quorvel::desktop::Instance;
-using quorvel::desktop::kAccepted;
+using quorvel::desktop::kAcceptedAnswer;
 using quorvel::desktop::KeyValues;
 using quorvel::desktop::kMaxMessageBytes;
 using quorvel::desktop::kMaxRequestBytes;
-using quorvel::desktop::kRejected;
+using quorvel::desktop::kRejectedAnswer;
 using quorvel::desktop::SocketPath;
 using testing::ElementsAre;
 using testing::EndsWith;
@@ -75,7 +75,7 @@ TEST_F(InstanceTest, HandsRequestToOwner) {
     owner.ClaimOrHandOver({}, kShortTimeout);
     const Socket server = Socket::ListenAsOwner(SocketPath(m_Folder));
     std::string received;
-    std::thread answering([&] { received = Answer(server, kAccepted); });
+    std::thread answering([&] { received = Answer(server, kAcceptedAnswer); });
     EXPECT_EQ(Claim(kLongTimeout), Instance::Claim::kHandedOver);
     answering.join();
     EXPECT_EQ(received, EncodeRequest(m_Request));
@@ -97,7 +97,7 @@ TEST_F(InstanceTest, HandsEmptyRequestToOwnerOfSameFiles) {
     owner.ClaimOrHandOver({}, kShortTimeout);
     const Socket server = Socket::ListenAsOwner(SocketPath(m_Folder));
     m_Request.clear();
-    std::thread answering([&] { Answer(server, kAccepted); });
+    std::thread answering([&] { Answer(server, kAcceptedAnswer); });
     EXPECT_EQ(Claim(kLongTimeout), Instance::Claim::kHandedOver);
     answering.join();
 }
@@ -106,7 +106,7 @@ TEST_F(InstanceTest, HandsRequestToOwnerOfOtherFiles) {
     Instance owner(m_Folder, "other files");
     owner.ClaimOrHandOver({}, kShortTimeout);
     const Socket server = Socket::ListenAsOwner(SocketPath(m_Folder));
-    std::thread answering([&] { Answer(server, kAccepted); });
+    std::thread answering([&] { Answer(server, kAcceptedAnswer); });
     EXPECT_EQ(Claim(kLongTimeout), Instance::Claim::kHandedOver);
     answering.join();
 }
@@ -123,7 +123,7 @@ TEST_F(InstanceTest, IgnoresResultFilesOfEndedOwner) {
     std::ofstream(m_Folder + "/lock") << dead << " other files";
     const Socket server = Socket::ListenAsOwner(SocketPath(m_Folder));
     m_Request.clear();
-    std::thread answering([&] { Answer(server, kAccepted); });
+    std::thread answering([&] { Answer(server, kAcceptedAnswer); });
     EXPECT_EQ(Claim(kLongTimeout), Instance::Claim::kHandedOver);
     answering.join();
 }
@@ -132,7 +132,7 @@ TEST_F(InstanceTest, ReportsRejection) {
     Instance owner(m_Folder, "files");
     owner.ClaimOrHandOver({}, kShortTimeout);
     const Socket server = Socket::ListenAsOwner(SocketPath(m_Folder));
-    std::thread answering([&] { Answer(server, kRejected); });
+    std::thread answering([&] { Answer(server, kRejectedAnswer); });
     EXPECT_EQ(Claim(kLongTimeout), Instance::Claim::kFailed);
     answering.join();
     EXPECT_THAT(m_Log.Messages(), ElementsAre(EndsWith("rejects the launch request; see its log")));
@@ -156,7 +156,7 @@ TEST_F(InstanceTest, WaitsUntilOwnerListens) {
     Instance::Claim claim = Instance::Claim::kFailed;
     std::thread second([&] { claim = Claim(kLongTimeout); });
     const Socket server = Socket::ListenAsOwner(SocketPath(m_Folder));
-    Answer(server, kAccepted);
+    Answer(server, kAcceptedAnswer);
     second.join();
     EXPECT_EQ(claim, Instance::Claim::kHandedOver);
 }
@@ -180,7 +180,7 @@ TEST_F(InstanceTest, HandsOverLongestRequest) {
     const Socket server = Socket::ListenAsOwner(SocketPath(m_Folder));
     m_Request["A"] = std::string(kMaxRequestBytes - 3, 'x');
     std::string received;
-    std::thread answering([&] { received = Answer(server, kAccepted); });
+    std::thread answering([&] { received = Answer(server, kAcceptedAnswer); });
     EXPECT_EQ(Claim(kLongTimeout), Instance::Claim::kHandedOver);
     answering.join();
     EXPECT_EQ(received, EncodeRequest(m_Request));

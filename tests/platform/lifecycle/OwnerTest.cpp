@@ -54,7 +54,7 @@ TEST_F(OwnerTest, ReturnsTheAnswerAndTheProcess) {
     std::thread answering([&server] {
         const Socket client = server.Accept();
         client.Receive(kMaxMessageBytes);
-        client.Send(std::string(1, kAccepted));
+        client.Send(std::string(1, kAcceptedAnswer));
     });
     pid_t process = 0;
     EXPECT_EQ(SendToOwner(m_Folder, {{"A", "1"}}, kLongTimeout, &process), Reply::kAccepted);

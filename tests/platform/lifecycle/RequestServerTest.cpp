@@ -20,11 +20,11 @@
 #include "platform/fixtures/Socket.h"
 
 using quorvel::desktop::EncodeRequest;
-using quorvel::desktop::kAccepted;
+using quorvel::desktop::kAcceptedAnswer;
 using quorvel::desktop::KeyValues;
 using quorvel::desktop::kMaxMessageBytes;
 using quorvel::desktop::kMaxRequestBytes;
-using quorvel::desktop::kRejected;
+using quorvel::desktop::kRejectedAnswer;
 using quorvel::desktop::RequestServer;
 using testing::ElementsAre;
 using testing::IsEmpty;
@@ -33,8 +33,6 @@ using testing::SizeIs;
 namespace fs = std::filesystem;
 
 namespace {
-
-constexpr uid_t kOtherUser = 12345;
 
 class RequestServerTest : public testing::Test {
 protected:
@@ -68,7 +66,7 @@ protected:
         sender.Send(EncodeRequest({{"VALID", "1"}}));
         ASSERT_TRUE(RunLoopUntil([&] { return m_Requests.size() > before; }));
         m_Server->Accept(m_Senders.back());
-        EXPECT_EQ(sender.Receive(), std::string(1, kAccepted));
+        EXPECT_EQ(sender.Receive(), std::string(1, kAcceptedAnswer));
     }
 
     static std::ptrdiff_t OpenFiles() {
@@ -111,7 +109,7 @@ TEST_F(RequestServerTest, RejectsSenderOfOtherUser) {
     const Socket sender = Socket::Connect(m_Path);
     ASSERT_EQ(seteuid(0), 0);
     ASSERT_TRUE(RunLoopUntilLogged(1));
-    EXPECT_EQ(sender.Receive(), std::string(1, kRejected));
+    EXPECT_EQ(sender.Receive(), std::string(1, kRejectedAnswer));
     EXPECT_THAT(m_Log.Messages(),
                 ElementsAre("launch request rejected: the sender is another user"));
     ExpectDelivery();
@@ -153,7 +151,7 @@ TEST_F(RequestServerTest, RejectsInvalidMessage) {
     const Socket sender = Socket::Connect(m_Path);
     sender.Send("GET / HTTP/1.1\r\n\r\n");
     EXPECT_TRUE(RunLoopUntilLogged(1));
-    EXPECT_EQ(sender.Receive(), std::string(1, kRejected));
+    EXPECT_EQ(sender.Receive(), std::string(1, kRejectedAnswer));
     ExpectDelivery();
     EXPECT_THAT(m_Log.Messages(), ElementsAre("launch request rejected: invalid message"));
 }
@@ -169,7 +167,7 @@ TEST_F(RequestServerTest, RejectsTooLongMessage) {
     }
     sender.Send(message);
     EXPECT_TRUE(RunLoopUntilLogged(1));
-    EXPECT_EQ(sender.Receive(), std::string(1, kRejected));
+    EXPECT_EQ(sender.Receive(), std::string(1, kRejectedAnswer));
     ExpectDelivery();
     EXPECT_THAT(m_Log.Messages(), ElementsAre("launch request rejected: invalid message"));
 }
@@ -197,7 +195,7 @@ TEST_F(RequestServerTest, RejectsSenderAfterTimeout) {
     Listen(0.1);
     const Socket sender = Socket::Connect(m_Path);
     EXPECT_TRUE(RunLoopUntilLogged(1));
-    EXPECT_EQ(sender.Receive(), std::string(1, kRejected));
+    EXPECT_EQ(sender.Receive(), std::string(1, kRejectedAnswer));
     ExpectDelivery();
     EXPECT_THAT(m_Log.Messages(), ElementsAre("launch request rejected: no message in time"));
 }

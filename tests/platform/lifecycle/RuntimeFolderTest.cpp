@@ -17,8 +17,6 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr uid_t kOtherUser = 12345;
-
 class RuntimeFolderTest : public testing::Test {
 protected:
     void SetMode(const fs::path& folder, mode_t mode) const {

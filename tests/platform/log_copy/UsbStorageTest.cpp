@@ -21,6 +21,7 @@
 #include "platform/fakes/FailingCalls.h"
 #include "platform/fixtures/CopyFixture.h"
 #include "platform/fixtures/LoopImage.h"
+#include "platform/fixtures/PrivateFolders.h"
 #include "platform/fixtures/ScopedVariable.h"
 #include "platform/fixtures/UsbStick.h"
 
@@ -34,7 +35,6 @@ using quorvel::desktop::UsbStorage;
 
 namespace {
 
-constexpr uid_t kOtherUser = 12345;
 constexpr const char* kNotMounted = "no USB storage is mounted (No medium found)";
 
 const dev_t kSda1 = makedev(8, 1);

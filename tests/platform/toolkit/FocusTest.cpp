@@ -21,10 +21,6 @@ using testing::IsEmpty;
 // In pixels. The button has the smallest frame.
 constexpr int kLeastOfAFrame = 500;
 
-std::string StateOf(const Evas_Object* widget, const char* part) {
-    return edje_object_part_state_get(elm_layout_edje_get(widget), part, nullptr);
-}
-
 TEST(FocusTest, EmitsFocusedAndUnfocusedOnLabel) {
     Stage stage;
     EXPECT_THAT(stage.LabelEvents(), IsEmpty());

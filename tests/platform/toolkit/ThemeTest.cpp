@@ -27,10 +27,6 @@ int Brightness(const Colour& colour) {
     return (2 * colour.red + 7 * colour.green + colour.blue) / 10;
 }
 
-std::string StateOf(const Evas_Object* widget, const char* part) {
-    return edje_object_part_state_get(elm_layout_edje_get(widget), part, nullptr);
-}
-
 Area PartOf(const Evas_Object* widget, const char* part) {
     const Evas_Object* panel = elm_layout_edje_get(widget);
     const Area outside = Screen::AreaOf(panel);

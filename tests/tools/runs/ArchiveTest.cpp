@@ -24,8 +24,6 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::SizeIs;
 
-const std::string kDataFolder = "/opt/usr/home/owner/apps_rw/org.tizen.quorvel/data";
-
 std::string ReadText(const std::string& path) {
     std::ifstream in(path, std::ios::binary);
     return {std::istreambuf_iterator<char>(in), {}};

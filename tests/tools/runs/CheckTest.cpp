@@ -21,8 +21,6 @@ using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
 
-const std::string kDataFolder = "/opt/usr/home/owner/apps_rw/org.tizen.quorvel/data";
-
 class CheckTest : public testing::Test {
 protected:
     runs::Run Check(const std::string& place = "stick") const {
