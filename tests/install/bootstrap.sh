@@ -59,13 +59,14 @@ for state in '' config-files half-installed not-installed; do
     expect 'cmake xvfb' "$state" 'cmake xvfb'
 done
 
-one_of_each='clang-tidy cmake libgtest-dev libclang-rt-14-dev xvfb'
+one_of_each='chromium clang-tidy cmake libgtest-dev libclang-rt-14-dev xvfb'
 expect cmake '' "$one_of_each" build
 expect xvfb '' "$one_of_each" display
 expect libgtest-dev '' "$one_of_each" test
 expect clang-tidy '' "$one_of_each" lint
 expect gcovr '' "$one_of_each gcovr" coverage
 expect libclang-rt-14-dev '' "$one_of_each" fuzz
+expect chromium '' "$one_of_each" browser
 expect 'cmake libgtest-dev' '' "$one_of_each" test build
 # Two groups contain this package.
 expect python3 '' python3 display test

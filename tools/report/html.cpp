@@ -7,6 +7,7 @@
 #include <iterator>
 #include <map>
 #include <nlohmann/json.hpp>
+#include <optional>
 #include <ostream>
 #include <sstream>
 #include <string>
@@ -24,6 +25,7 @@ namespace {
 constexpr int kLaneHeight = 20;
 constexpr int kBarHeight = 14;
 constexpr std::int64_t kWidth = 10000;  // of a timeline, in its own units
+constexpr std::int64_t kMinWidth = 20;  // of a bar
 constexpr std::uintmax_t kMaxPhotoBytes = std::uintmax_t{16} << 20;
 
 // Returns the text for an element or a quoted attribute.
@@ -100,26 +102,34 @@ std::string EncodeBase64(const std::string& bytes) {
     return text;
 }
 
-// The page of one run.
+// The page of one run. Items have numbers from 1, in the order of all items.
 class RunPage {
 public:
     RunPage(std::ostream& out, LoadedRun& run, unsigned int number)
-        : m_Out(out), m_Run(run), m_Number(number), m_Failed(run.FindFailedPositions()) {}
+        : m_Out(out), m_Run(run), m_Number(number), m_Failed(run.FindFailedPositions()) {
+        for (unsigned int i = 0; i < run.Store().GetNumOfResultAll(); ++i) {
+            m_Slots.push_back(run.FindSlot(i));
+        }
+    }
 
     void Write() {
         const runs::Run& source = m_Run.Source();
         m_Out << "<details class=\"run\" id=\"" << m_Number << "\""
               << (m_Number == 1 ? " open" : "") << "><summary>" << Escape(source.serialNumber)
               << " " << Escape(source.model) << " " << Escape(source.startTime) << ": "
-              << m_Run.Store().GetNumOfResult() << " of " << m_Run.Store().GetNumOfResultAll()
+              << m_Run.Store().GetNumOfResult() << " of " << m_Slots.size()
               << " items failed</summary>\n";
         m_WriteHeading();
         m_WriteTimeline();
-        m_Out << "<ol class=\"items\">\n";
-        for (unsigned int id = 0; id < m_Run.Store().GetNumOfResult(); ++id) {
-            m_WriteItem(id);
+        if (!m_Failed.empty()) {
+            m_Out << "<div class=\"items\">\n";
+            for (unsigned int id = 0; id < m_Failed.size(); ++id) {
+                m_WriteItem(id);
+            }
+            m_Out << "</div>\n";
         }
-        m_Out << "</ol>\n</details>\n";
+        m_WriteAllItems();
+        m_Out << "</details>\n";
     }
 
 private:
@@ -140,8 +150,8 @@ private:
         std::map<int, int> lanes;
         std::int64_t first = INT64_MAX;
         std::int64_t last = INT64_MIN;
-        for (unsigned int i = 0; i < m_Run.Store().GetNumOfResultAll(); ++i) {
-            if (const auto slot = m_Run.FindSlot(i)) {
+        for (const std::optional<Slot>& slot : m_Slots) {
+            if (slot) {
                 lanes[slot->thread] = 0;
                 first = std::min<std::int64_t>(first, slot->start);
                 last = std::max(last, m_EndOf(*slot));
@@ -155,9 +165,9 @@ private:
         m_Out << "<svg role=\"img\" aria-label=\"time windows of the items\" height=\"" << height
               << "\" viewBox=\"0 0 " << kWidth << " " << height
               << "\" preserveAspectRatio=\"none\">\n";
-        for (unsigned int i = 0; i < m_Run.Store().GetNumOfResultAll(); ++i) {
-            if (const auto slot = m_Run.FindSlot(i)) {
-                m_WriteBar(i, *slot, lanes[slot->thread], first,
+        for (unsigned int i = 0; i < m_Slots.size(); ++i) {
+            if (m_Slots[i]) {
+                m_WriteBar(i, *m_Slots[i], lanes[m_Slots[i]->thread], first,
                            std::max<std::int64_t>(last - first, 1));
             }
         }
@@ -178,35 +188,31 @@ private:
         return std::int64_t{slot.start} + std::max(slot.duration, 0);
     }
 
+    // A bar is at least kMinWidth wide, so that it is visible.
     void m_WriteBar(unsigned int i, const Slot& slot, int lane, std::int64_t first,
                     std::int64_t span) {
-        const std::int64_t x = (slot.start - first) * kWidth / span;
+        const std::int64_t start = (slot.start - first) * kWidth / span;
         const std::int64_t end = (m_EndOf(slot) - first) * kWidth / span;
-        const bool isFailed = std::binary_search(m_Failed.begin(), m_Failed.end(), i);
-        // At least as wide as can be seen.
-        m_Out << "<rect" << (isFailed ? " class=\"f\"" : "") << " data-i=\"" << i << "\" x=\"" << x
-              << "\" y=\"" << lane * kLaneHeight + (kLaneHeight - kBarHeight) / 2 << "\" width=\""
-              << std::max<std::int64_t>(end - x, kWidth / 500) << "\" height=\"" << kBarHeight
+        const std::int64_t x = std::min(start, kWidth - kMinWidth);
+        m_Out << "<rect" << (m_IsFailed(i) ? " class=\"f\"" : "") << " data-i=\"" << i + 1
+              << "\" x=\"" << x << "\" y=\"" << lane * kLaneHeight + (kLaneHeight - kBarHeight) / 2
+              << "\" width=\"" << std::max(end - x, kMinWidth) << "\" height=\"" << kBarHeight
               << "\"><title>" << Escape(ValueOf(m_Run.Store().GetAllItems()[i], "name"))
               << "</title></rect>\n";
     }
 
+    bool m_IsFailed(unsigned int i) const {
+        return std::binary_search(m_Failed.begin(), m_Failed.end(), i);
+    }
+
     void m_WriteItem(unsigned int id) {
-        const ResultItem& item = m_Run.Store().GetFailedItems()[id];
-        const Analysis analysis = m_Run.Analyse(id);
         const std::string name = std::to_string(m_Number) + "-" + std::to_string(id + 1);
-        m_Out << "<li><details class=\"item\" id=\"" << name << "\" data-i=\"" << m_Failed[id]
-              << "\" data-c=\"";
-        for (std::size_t i = 1; i < analysis.lines.size(); ++i) {
-            m_Out << (i == 1 ? "" : " ") << analysis.lines[i].item;
-        }
-        m_Out << "\" data-k=\"" << Escape(ValueOf(item, "name")) << " "
-              << Escape(ValueOf(item, "opcode")) << "," << Escape(ValueOf(item, "msgcode"))
+        m_Out << "<details class=\"item\" id=\"" << name << "\" data-i=\"" << m_Failed[id] + 1
               << "\"><summary>" << Escape(DescribeRow(m_Run, id)) << "<a href=\"#" << name
               << "\">link</a></summary>\n";
-        m_WriteDetail(id, item);
-        m_WriteAnalysis(analysis);
-        m_Out << "</details></li>\n";
+        m_WriteDetail(id);
+        m_WriteAnalysis(m_Run.Analyse(id));
+        m_Out << "</details>\n";
     }
 
     void m_WriteText(const char* start, const std::string& text) {
@@ -215,8 +221,9 @@ private:
         }
     }
 
-    void m_WriteDetail(unsigned int id, const ResultItem& item) {
+    void m_WriteDetail(unsigned int id) {
         const QELXmlParser& store = m_Run.Store();
+        const ResultItem& item = store.GetFailedItems()[id];
         m_WriteText("<pre>", QELItemText::ComposeResult(store, id));
         const app_result_type_e type = store.GetResultType(id);
         if (type == RESULT_TYPE_IMAGE) {
@@ -248,28 +255,55 @@ private:
         }
     }
 
+    // The window of the item and the numbers of its conflicts. The names and windows of the
+    // conflicts are in the table of all items only; the script writes them on demand.
     void m_WriteAnalysis(const Analysis& analysis) {
         if (analysis.lines.empty()) {
             m_Out << "<p class=\"warning\">" << Escape(analysis.reason) << "</p>\n";
             return;
         }
-        m_Out << "<div "
-                 "class=\"table\"><table><tr><th>start<th>end<th>overlap<th>thread<th>name</tr>\n";
-        for (const QELConflictLine_s& line : analysis.lines) {
-            const bool isOwn = &line == &analysis.lines.front();
-            m_Out << "<tr><td>" << line.window.start << "<td>" << line.window.end << "<td>";
-            if (!isOwn) {
-                m_Out << OverlapOf(analysis.lines.front().window, line.window);
-            }
-            m_Out << "<td>" << Escape(line.thread) << "<td>" << Escape(line.name) << "</tr>\n";
+        const QELConflictLine_s& own = analysis.lines.front();
+        m_Out << "<p class=\"own\"><b>" << own.window.start << "</b> to <b>" << own.window.end
+              << "</b> on thread <b>" << Escape(own.thread) << "</b>, ";
+        for (std::size_t i = 1; i < analysis.lines.size(); ++i) {
+            m_Out << (i == 1 ? "conflicts with the items <i>" : " ") << analysis.lines[i].item + 1;
         }
-        m_Out << "</table></div>\n";
+        m_Out << (analysis.lines.size() == 1 ? "no conflicts</p>\n" : "</i></p>\n");
+    }
+
+    void m_WriteAllItems() {
+        if (m_Slots.empty()) {
+            return;
+        }
+        m_Out << "<details class=\"all\"><summary>All items</summary>\n<div "
+                 "class=\"table\"><table><tr><th>number<th>start<th>end<th>thread<th>codes"
+                 "<th>result<th>name</tr>\n";
+        for (unsigned int i = 0; i < m_Slots.size(); ++i) {
+            m_WriteRow(i);
+        }
+        m_Out << "</table></div></details>\n";
+    }
+
+    // The times as the analysis reads them; unreadable ones as in the files.
+    void m_WriteRow(unsigned int i) {
+        const ResultItem& item = m_Run.Store().GetAllItems()[i];
+        m_Out << "<tr><td>" << i + 1;
+        if (m_Slots[i]) {
+            m_Out << "<td>" << m_Slots[i]->window.start << "<td>" << m_Slots[i]->window.end;
+        } else {
+            m_Out << "<td>" << Escape(ValueOf(item, "timeAckAbsolute")) << "<td>";
+        }
+        m_Out << "<td>" << Escape(ValueOf(item, "threadID")) << "<td>"
+              << Escape(ValueOf(item, "opcode")) << "," << Escape(ValueOf(item, "msgcode")) << "<td"
+              << (m_IsFailed(i) ? " class=\"red\">" : ">") << Escape(ValueOf(item, "result"))
+              << "<td>" << Escape(ValueOf(item, "name")) << "</tr>\n";
     }
 
     std::ostream& m_Out;
     LoadedRun& m_Run;
     unsigned int m_Number;
-    std::vector<unsigned int> m_Failed;
+    std::vector<unsigned int> m_Failed;        // the positions of the failed items
+    std::vector<std::optional<Slot>> m_Slots;  // of all items
 };
 
 class HtmlFormat : public Format {
@@ -279,7 +313,7 @@ public:
         RunPage(out, run, number + 1).Write();
     }
     void End(std::ostream& out, const Totals& totals) const override {
-        out << "<p>" << totals.runs << " runs, " << totals.runsWithFailures
+        out << "<p id=\"totals\">" << totals.runs << " runs, " << totals.runsWithFailures
             << " with failed items; " << totals.items << " items, " << totals.failedItems
             << " failed</p>\n"
             << kHtmlEnd;

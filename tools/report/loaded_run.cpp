@@ -112,7 +112,7 @@ std::optional<Slot> LoadedRun::FindSlot(unsigned int i) const {
     try {
         const QELTimeWindow_s window = QELConflicts::ReadWindow(m_Store, i);
         return Slot{QELConflicts::ReadThread(m_Store, i), static_cast<int>(window.start),
-                    static_cast<int>(window.end - window.start)};
+                    static_cast<int>(window.end - window.start), window};
     } catch (const std::invalid_argument&) {
         return std::nullopt;
     } catch (const std::out_of_range&) {

@@ -27,11 +27,12 @@ struct Analysis {
     std::vector<QELConflictLine_s> lines;
 };
 
-// The thread and the times of an item as signed numbers of the files.
+// The thread and the times of an item.
 struct Slot {
     int thread = 0;
     int start = 0;
     int duration = 0;
+    QELTimeWindow_s window{};  // as the analysis compares it
 };
 
 // One run in the result store of this process. Only one object may exist at a time. One thread.
