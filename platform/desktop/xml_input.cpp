@@ -27,6 +27,7 @@ struct ParsedFile {
 };
 thread_local ParsedFile g_ParsedFile;
 thread_local XmlInputReport g_Report;
+thread_local ResultFileLinks g_Links = ResultFileLinks::kFollow;
 
 // One open result file. Owned by libxml2 through its callbacks.
 class XmlInput {
@@ -74,7 +75,8 @@ int OnMatch(const char*) {
 void* OnOpen(const char* path) {
     g_ParsedFile = {path, kMaxEntityBytes};
     // A FIFO would block without O_NONBLOCK; a regular file ignores the flag.
-    const int descriptor = open(path, O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
+    const int linkFlag = g_Links == ResultFileLinks::kReject ? O_NOFOLLOW : 0;
+    const int descriptor = open(path, O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC | linkFlag);
     if (descriptor < 0) {
         g_Report(g_ParsedFile.path + ": " + std::strerror(errno));
         return nullptr;
@@ -166,8 +168,9 @@ xmlChar* ReadValue(xmlDocPtr doc, const xmlNode* list) {
 
 }  // namespace
 
-void LimitXmlInput(XmlInputReport report) {
+void LimitXmlInput(XmlInputReport report, ResultFileLinks links) {
     g_Report = std::move(report);
+    g_Links = links;
     xmlSetGenericErrorFunc(nullptr, OnError);
     // A catalog could lead to files other than the result files.
     xmlCatalogSetDefaults(XML_CATA_ALLOW_NONE);

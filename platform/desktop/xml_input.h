@@ -21,10 +21,13 @@ constexpr std::int64_t kMaxEntityBytes = 10'000'000;
 // too long: the file and the reason.
 using XmlInputReport = std::function<void(const std::string& line)>;
 
+// Whether a result file may be a symbolic link.
+enum class ResultFileLinks { kFollow, kReject };
+
 // From now on libxml2 opens regular files only, without blocking, unpacks none of them, loads no
 // catalog, and prints nothing to the terminal. Once for each thread that parses, before its first
 // parse.
-void LimitXmlInput(XmlInputReport report);
+void LimitXmlInput(XmlInputReport report, ResultFileLinks links = ResultFileLinks::kFollow);
 
 }  // namespace quorvel::desktop
 

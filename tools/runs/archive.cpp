@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <cctype>
 #include <cerrno>
+#include <climits>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
@@ -50,9 +51,10 @@ struct EntryName {
     std::string Path() const { return folder.empty() ? name : folder + "/" + name; }
 };
 
-// Returns no value for a name that leads out of the archive, and for a name below too many folders.
+// Returns no value for a name that leads out of the archive, is too long or is below too many
+// folders.
 std::optional<EntryName> SplitEntryName(const char* text) {
-    if (text == nullptr || text[0] == '/') {
+    if (text == nullptr || text[0] == '/' || std::strlen(text) >= PATH_MAX) {
         return std::nullopt;
     }
     std::vector<std::string> parts;
@@ -133,8 +135,9 @@ public:
                                     static_cast<std::streamsize>(size));
         }
         if (!out.flush()) {
+            const int reason = errno == 0 ? EIO : errno;
             throw fs::filesystem_error("cannot unpack", path,
-                                       std::error_code(errno, std::generic_category()));
+                                       std::error_code(reason, std::generic_category()));
         }
         if (result != ARCHIVE_EOF) {
             m_Check(result);
@@ -248,6 +251,8 @@ private:
         Run& run = m_RunIn(name.folder);
         ResultFile& file = name.name == run.files[0].name ? run.files[0] : run.files[1];
         file = ResultFile{name.name};
+        // A later entry of the same name replaces an earlier one.
+        fs::remove(run.folder + "/" + name.name);
         if (!m_IsRegular(entry)) {
             file.state = FileState::kUnreadable;
             file.problem = "not a regular file";
@@ -257,7 +262,8 @@ private:
         m_UnpackOrRemove(reader, run.folder + "/" + name.name, file);
     }
 
-    // Leaves no part of a file that cannot be unpacked completely.
+    // Leaves no part of a file that cannot be unpacked completely. When the rest of the archive
+    // cannot be read either, the next entry ends the pass.
     static void m_UnpackOrRemove(Reader& reader, const std::string& path, ResultFile& file) {
         try {
             reader.Unpack(path, desktop::kMaxResultFileBytes);
@@ -266,7 +272,25 @@ private:
             fs::remove(path, ignored);
             file.state = FileState::kUnreadable;
             file.problem = error.what();
-            throw;
+        }
+    }
+
+    // Leaves out a photo that cannot be unpacked completely, and adds the reason to problem.
+    static void m_UnpackPhoto(Reader& reader, const std::string& path, const EntryName& name,
+                              std::string& problem) {
+        std::string reason;
+        try {
+            reader.Unpack(path, kMaxPhotoBytes);
+            return;
+        } catch (const ArchiveError& error) {
+            reason = error.what();
+        } catch (const fs::filesystem_error& error) {
+            reason = error.code().message();
+        }
+        std::error_code ignored;
+        fs::remove(path, ignored);
+        if (problem.empty()) {
+            problem = MakePrintable(name.Path()) + ": " + reason;
         }
     }
 
@@ -293,11 +317,12 @@ private:
                 }
             }
         }
-        std::string problem =
-            m_Pass([&targets](Reader& reader, archive_entry* entry, const EntryName& name) {
+        std::string problem;
+        const std::string end =
+            m_Pass([&](Reader& reader, archive_entry* entry, const EntryName& name) {
                 const auto target = targets.find(name.Path());
                 if (target != targets.end() && m_IsRegular(entry)) {
-                    reader.Unpack(target->second, kMaxPhotoBytes);
+                    m_UnpackPhoto(reader, target->second, name, problem);
                 }
             });
         for (auto& [folder, run] : m_Runs) {
@@ -305,7 +330,7 @@ private:
                 photo.file = desktop::FindPhoto(run.folder, photo.name);
             }
         }
-        return problem;
+        return end.empty() ? problem : end;
     }
 
     std::string m_Path;

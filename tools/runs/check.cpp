@@ -19,6 +19,9 @@ namespace quorvel::runs {
 
 namespace {
 
+// A message of libxml2 can quote names of any length.
+constexpr std::size_t kMaxProblemBytes = 200;
+
 void Reject(ResultFile& file, FileState state, const std::string& problem, int line = 0) {
     file.state = state;
     file.problem = problem;
@@ -63,7 +66,8 @@ public:
     // folder: the folder as the parser gets it.
     XmlProblems(std::array<ResultFile, 2>& files, std::string folder)
         : m_Files(files), m_Folder(std::move(folder)) {
-        desktop::LimitXmlInput([this](const std::string& line) { m_OnLimit(line); });
+        desktop::LimitXmlInput([this](const std::string& line) { m_OnLimit(line); },
+                               desktop::ResultFileLinks::kReject);
         xmlSetStructuredErrorFunc(this, OnError);
     }
     ~XmlProblems() {
@@ -78,7 +82,7 @@ private:
     static void m_Set(ResultFile& file, FileState state, std::string problem, int line) {
         if (file.state == FileState::kRead) {
             problem.erase(std::min(problem.find('\n'), problem.size()));
-            Reject(file, state, MakePrintable(problem), line);
+            Reject(file, state, Shorten(MakePrintable(problem), kMaxProblemBytes), line);
         }
     }
 

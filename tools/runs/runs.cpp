@@ -102,9 +102,45 @@ private:
     bool m_HasDeeper = false;
 };
 
+// Returns the path of the archive that the path leads through; an empty path without such an
+// archive.
+fs::path FindArchiveAbove(const fs::path& path) {
+    fs::path archive;
+    for (const fs::path& part : path) {
+        archive /= part;
+        std::error_code error;
+        if (IsArchive(archive.filename()) && fs::is_regular_file(archive, error)) {
+            return archive;
+        }
+    }
+    return {};
+}
+
+// Keeps the runs in a folder of the archive, or in the folder of a result file.
+SearchResult FindInsideArchive(const fs::path& archive, const fs::path& path,
+                               const Limits& limits) {
+    fs::path inner = path.lexically_normal().lexically_relative(archive.lexically_normal());
+    if (IsResultFile(inner.filename()) || inner.filename().empty()) {
+        inner = inner.parent_path();
+    }
+    SearchResult result = Search(limits, Reading::kNow).InArchive(archive);
+    const std::string folder = (archive / inner).string();
+    const auto isOutside = [&](const Run& run) {
+        return !inner.empty() && inner != "." && run.path != folder &&
+               run.path.rfind(folder + "/", 0) != 0;
+    };
+    result.runs.erase(std::remove_if(result.runs.begin(), result.runs.end(), isOutside),
+                      result.runs.end());
+    return result;
+}
+
 SearchResult Find(const std::string& path, const Limits& limits, Reading reading) {
     std::error_code error;
     const fs::path target = fs::canonical(path, error);
+    const fs::path archive = error ? FindArchiveAbove(path) : fs::path();
+    if (!archive.empty()) {
+        return FindInsideArchive(archive, path, limits);
+    }
     const fs::file_status status = error ? fs::file_status() : fs::status(target, error);
     SearchResult result;
     if (error) {
@@ -131,7 +167,7 @@ bool IsC1Control(const std::string& text, std::size_t i) {
 
 std::time_t Run::Time() const {
     std::tm parts{};
-    const char* rest = strptime(startTime.c_str(), "%Y-%m-%d %H:%M", &parts);
+    const char* rest = strptime(startTime.c_str(), " %Y-%m-%d %H:%M", &parts);
     if (rest == nullptr) {
         return fileTime;
     }
@@ -146,6 +182,17 @@ SearchResult FindRuns(const std::string& path, const Limits& limits, Reading rea
         return std::make_pair(other.Time(), one.path) < std::make_pair(one.Time(), other.path);
     });
     return result;
+}
+
+std::string Shorten(const std::string& text, std::size_t maxBytes) {
+    if (text.size() <= maxBytes) {
+        return text;
+    }
+    std::size_t end = maxBytes - 3;
+    while (end > 0 && (static_cast<unsigned char>(text[end]) & 0xC0) == 0x80) {
+        --end;
+    }
+    return text.substr(0, end) + "...";
 }
 
 std::string MakePrintable(const std::string& text) {

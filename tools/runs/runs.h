@@ -2,6 +2,7 @@
 #define QUORVEL_TOOLS_RUNS_RUNS_H_
 
 #include <array>
+#include <cstddef>
 #include <ctime>
 #include <memory>
 #include <string>
@@ -76,14 +77,18 @@ struct Limits {
 enum class Reading { kNow, kLater };
 
 // Finds all runs at the path: a folder and the folders and archives below it, the folder of a
-// result file, or an archive (.tar, .tar.gz, .tgz, .tar.xz, .zip). Links below the path are not
-// followed. Throws std::filesystem::filesystem_error when an archive cannot be unpacked because the
-// temporary folder cannot be written.
+// result file, an archive (.tar, .tar.gz, .tgz, .tar.xz, .zip), or a folder or a result file in an
+// archive, as Run::path names it. Links below the path are not followed. Throws
+// std::filesystem::filesystem_error when an archive cannot be unpacked because the temporary folder
+// cannot be written.
 //
 // reading: with kLater, the files of a run in a folder are not read. Such a run has only a path and
 // a folder until CheckRun reads the files.
 SearchResult FindRuns(const std::string& path, const Limits& limits = {},
                       Reading reading = Reading::kNow);
+
+// Returns the text, or its beginning and "..." in at most maxBytes bytes. Cuts no UTF-8 character.
+std::string Shorten(const std::string& text, std::size_t maxBytes);
 
 // Returns the text with each control character replaced by '?', for output on a terminal.
 std::string MakePrintable(const std::string& text);

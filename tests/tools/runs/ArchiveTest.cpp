@@ -135,6 +135,59 @@ TEST_F(ArchiveTest, ReportsResultFileThatIsNotRegular) {
     }
 }
 
+TEST_F(ArchiveTest, ReadsTheLastOfSeveralEntriesWithOneName) {
+    {
+        ArchiveFile file(Path("a.tar"));
+        file.Add("a/qelXml.xml", ComposeMainFile("SN1", ""));
+        file.Add("a/qelXml.xml", ComposeMainFile("SN2", ""));
+        file.Add("b/qelXml.xml", ComposeMainFile("SN3", ""));
+        file.AddSymbolicLink("b/qelXml.xml", "/etc/passwd");
+    }
+    const std::vector<runs::Run> runs = Read("a.tar");
+    ASSERT_THAT(runs, SizeIs(2));
+    EXPECT_EQ(runs[0].serialNumber, "SN2");
+    EXPECT_EQ(runs[1].files[0].state, FileState::kUnreadable);
+    EXPECT_EQ(runs[1].serialNumber, "");
+}
+
+TEST_F(ArchiveTest, IgnoresNamesLongerThanAPath) {
+    ArchiveFile(Path("a.tar")).Add(std::string(5000, 'a') + "/qelXml.xml", "<a/>");
+    EXPECT_THAT(Read("a.tar"), IsEmpty());
+    EXPECT_THAT(m_Problems, IsEmpty());
+}
+
+// A photo is a folder of another photo, and a photo is too large.
+TEST_F(ArchiveTest, LeavesOutPhotosThatCannotBeUnpacked) {
+    {
+        ArchiveFile file(Path("a.tar"));
+        file.Add("qelXml.xml",
+                 ComposeMainFile("SN1", "", {"/p/1.jpg", "/p/1.jpg/2.jpg", "/p/3", "/p/4.jpg"}));
+        file.Add("p/1.jpg", "first");
+        file.Add("p/1.jpg/2.jpg", "second");
+        file.AddZeros("p/3", kMaxPhotoBytes + 1);
+        file.Add("p/4.jpg", "fourth");
+    }
+    const std::vector<runs::Run> runs = Read("a.tar");
+    ASSERT_THAT(runs, SizeIs(1));
+    EXPECT_THAT(m_Problems, ElementsAre(HasSubstr("p/1.jpg/2.jpg: ")));
+    EXPECT_EQ(ReadText(runs[0].photos.at(0).file), "first");
+    EXPECT_EQ(runs[0].photos.at(1).file, "");
+    EXPECT_EQ(runs[0].photos.at(2).file, "");
+    EXPECT_EQ(ReadText(runs[0].photos.at(3).file), "fourth");
+}
+
+TEST_F(ArchiveTest, ReadsTheRunAfterATooLargeResultFile) {
+    {
+        ArchiveFile file(Path("a.zip"));
+        file.AddZeros("a/qelXml.xml", (256LL << 20) + 1);
+        file.Add("b/qelXml.xml", ComposeMainFile("SN1", ""));
+    }
+    const std::vector<runs::Run> runs = Read("a.zip");
+    ASSERT_THAT(runs, SizeIs(2));
+    EXPECT_EQ(runs[0].files[0].state, FileState::kUnreadable);
+    EXPECT_EQ(runs[1].serialNumber, "SN1");
+}
+
 TEST_F(ArchiveTest, ReportsArchiveThatIsCutOff) {
     {
         ArchiveFile file(Path("a.tar"));

@@ -91,6 +91,16 @@ TEST_F(CheckTest, KeepsControlCharactersOutOfTheProblem) {
     EXPECT_EQ(problem, MakePrintable(problem));
 }
 
+TEST_F(CheckTest, ShortensLongProblems) {
+    const std::string name(1000, 'n');
+    EXPECT_LE(CheckMainFile("<a><" + name + "></b></a>").problem.size(), 200U);
+}
+
+TEST_F(CheckTest, IgnoresWhiteSpaceBeforeTheStartTime) {
+    m_Folder.WriteRun("stick", "SN1", "\n  2024-11-18 09:40:42\n");
+    EXPECT_EQ(Check().Time(), 1731922842);
+}
+
 TEST_F(CheckTest, ReportsFileThatIsNotRegular) {
     m_Folder.WriteRun("stick", "SN1");
     ASSERT_EQ(mkfifo(m_Folder.Path("stick/qelRnscXml.xml").c_str(), 0600), 0);

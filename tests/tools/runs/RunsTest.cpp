@@ -7,6 +7,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <string>
 #include <vector>
@@ -135,6 +136,52 @@ TEST_F(RunsTest, StopsAtTheLimitOfEntries) {
     EXPECT_THAT(result.problems, ElementsAre(HasSubstr("too many entries")));
 }
 
+TEST_F(RunsTest, ReadsNothingOfALink) {
+    m_Folder.WriteRun("elsewhere", "secret");
+    fs::create_symlink(m_Folder.Path("elsewhere/qelXml.xml"), m_Folder.Path("stick/qelXml.xml"));
+    const runs::Run run = Find().runs.at(0);
+    EXPECT_EQ(run.serialNumber, "");
+    EXPECT_EQ(run.items, 0U);
+    m_Folder.Write("stick/qelRnscXml.xml", "<a/>");
+    EXPECT_EQ(Find().runs.at(0).serialNumber, "");
+}
+
+class RunsInsideArchiveTest : public RunsTest {
+protected:
+    RunsInsideArchiveTest() {
+        ArchiveFile file(m_Folder.Path("stick/log.tar.gz"));
+        file.Add("a/qelXml.xml", ComposeMainFile("SN1", ""));
+        file.Add("a/b/qelXml.xml", ComposeMainFile("SN2", ""));
+        file.Add("ab/qelXml.xml", ComposeMainFile("SN3", ""));
+    }
+};
+
+TEST_F(RunsInsideArchiveTest, ReturnsTheRunsOfAFolder) {
+    for (const std::string place : {"a", "a/", "./a", "a/qelXml.xml", "ab/../a"}) {
+        EXPECT_THAT(SerialNumbers("stick/log.tar.gz/" + place), UnorderedElementsAre("SN1", "SN2"))
+            << place;
+    }
+    EXPECT_THAT(SerialNumbers("stick/log.tar.gz/ab"), ElementsAre("SN3"));
+    EXPECT_THAT(SerialNumbers("stick/log.tar.gz/"), SizeIs(3));
+}
+
+TEST_F(RunsInsideArchiveTest, FindsEachRunAtItsPath) {
+    for (const runs::Run& run : Find().runs) {
+        const SearchResult result = FindRuns(run.path);
+        ASSERT_THAT(result.runs, testing::Not(IsEmpty())) << run.path;
+        const auto found = [&run](const runs::Run& other) {
+            return other.path == run.path && other.serialNumber == run.serialNumber;
+        };
+        EXPECT_TRUE(std::any_of(result.runs.begin(), result.runs.end(), found)) << run.path;
+    }
+}
+
+TEST_F(RunsInsideArchiveTest, ReturnsNoRunForAnotherPlace) {
+    for (const std::string place : {"c", "..", "../stick", "a/c", "qelXml.xml/x"}) {
+        EXPECT_THAT(SerialNumbers("stick/log.tar.gz/" + place), IsEmpty()) << place;
+    }
+}
+
 TEST_F(RunsTest, ReportsMissingPath) {
     const SearchResult result = Find("nothing");
     EXPECT_EQ(result.failure, m_Folder.Path("nothing") + ": No such file or directory");
@@ -161,6 +208,12 @@ TEST_F(RunsTest, ReturnsNoRunForAFolderWithoutResultFiles) {
     const SearchResult result = Find();
     EXPECT_THAT(result.runs, IsEmpty());
     EXPECT_EQ(result.failure, "");
+}
+
+TEST_F(RunsTest, ShortensTextsBetweenCharacters) {
+    EXPECT_EQ(Shorten("12345678", 8), "12345678");
+    EXPECT_EQ(Shorten("123456789", 8), "12345...");
+    EXPECT_EQ(Shorten("1234\xC3\xA4xyz", 8), "1234...");
 }
 
 TEST_F(RunsTest, ReplacesControlCharactersForTheTerminal) {
