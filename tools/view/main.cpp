@@ -2,6 +2,7 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <chrono>
 #include <cstdlib>
 #include <exception>
@@ -55,6 +56,22 @@ std::optional<runs::Run> ChooseRun(const Options& options, int& status) {
     return std::nullopt;
 }
 
+bool CanBeOpened(const runs::ResultFile& file) {
+    return file.state == runs::FileState::kRead || file.state == runs::FileState::kDamaged;
+}
+
+// The screen of such a run would be the screen of a set without failures.
+void WarnOfMissingItems(const runs::Run& run, bool damaged) {
+    if (run.items == 0) {
+        Report(run.path + (damaged ? ": warning: no item can be read; an empty list does not mean "
+                                     "that the set is good"
+                                   : ": warning: the run has no item; nothing was tested"));
+    } else if (run.files[0].state == runs::FileState::kMissing) {
+        Report(run.path + ": warning: no " + run.files[0].name + " found; only " +
+               run.files[1].name + " is shown");
+    }
+}
+
 // Reports what is wrong with the run. Returns whether it is to be opened.
 bool IsAcceptable(const runs::Run& run, bool force) {
     const bool damaged = ReportDamage(run);
@@ -62,9 +79,11 @@ bool IsAcceptable(const runs::Run& run, bool force) {
         Report("nothing is shown; --force opens what can be read");
         return false;
     }
-    if (run.items == 0) {
-        Report(run.path + ": warning: the run has no item; nothing was tested");
+    if (std::none_of(run.files.begin(), run.files.end(), CanBeOpened)) {
+        Report(run.path + ": no result file can be read; nothing is shown");
+        return false;
     }
+    WarnOfMissingItems(run, damaged);
     return true;
 }
 
@@ -115,6 +134,8 @@ std::optional<int> AskOwner(const runs::Run& run, const Options& options) {
 int Show(const runs::Run& run, const Options& options) {
     const runs::TemporaryFolder folder;
     CopyRun(run, folder.Path());
+    const std::string exceptionFile = folder.Path() + "/exception";
+    setenv("QUORVEL_EXCEPTION_FILE", exceptionFile.c_str(), 1);
     setenv("QUORVEL_RUN_IDENTITY", run.identity.c_str(), 1);
     setenv("QUORVEL_RUN_PATH", runs::MakePrintable(fs::absolute(run.path)).c_str(), 1);
     std::vector<std::string> words = {FindProgram("lay-data"), folder.Path(),
@@ -130,7 +151,7 @@ int Show(const runs::Run& run, const Options& options) {
     }
     const int status = RunProgram(std::move(words));
     if (status > kSignal) {
-        ReportSignal(status - kSignal, folder.Path());
+        ReportSignal(status - kSignal, folder.Path(), exceptionFile);
     }
     return status;
 }

@@ -1,11 +1,14 @@
 #include "view/report.h"
 
 #include <array>
+#include <charconv>
 #include <csignal>
 #include <cstdio>
 #include <cstring>
 #include <ctime>
 #include <exception>
+#include <fstream>
+#include <optional>
 #include <utility>
 
 #include "QELAnalysisData.h"
@@ -24,6 +27,9 @@ void WriteLine(const std::string& text) {
     std::fputs(line.c_str(), stderr);
     g_Reports += line;
 }
+
+// Values of a result file can have any length.
+constexpr std::size_t kMaxValueBytes = 80;
 
 std::string FormatTime(const runs::Run& run) {
     const std::time_t time = run.Time();
@@ -47,26 +53,61 @@ std::string DescribeMalformedCode(const QELXmlParser& store, QELAnalysisData& an
             unsigned char code = 0;
             analysis.GetCode(id, key, &code);
         } catch (const std::exception&) {
-            return "item " + std::to_string(id + 1) + " (" + store.GetResult(id, "name") +
-                   "): " + key + " \"" + store.GetResult(id, key) +
+            return "item " + std::to_string(id + 1) + " (" +
+                   runs::Shorten(store.GetResult(id, "name"), kMaxValueBytes) + "): " + key +
+                   " \"" + runs::Shorten(store.GetResult(id, key), kMaxValueBytes) +
                    "\" is not a hexadecimal number";
         }
     }
     return {};
 }
 
+// Returns the item in the last log line before the exception: "...: GetCode(N) > id=ID, strCode=".
+std::optional<unsigned int> ReadPressedItem(const std::string& exceptionFile) {
+    std::string line;
+    std::getline(std::ifstream(exceptionFile), line);
+    const std::string key = "> id=";
+    const std::size_t place = line.find(key, line.find("GetCode("));
+    if (place == std::string::npos) {
+        return std::nullopt;
+    }
+    unsigned int id = 0;
+    const char* first = line.c_str() + place + key.size();
+    if (std::from_chars(first, line.c_str() + line.size(), id).ptr == first) {
+        return std::nullopt;
+    }
+    return id;
+}
+
 // The application's own check decides which items end the program.
-void ReportMalformedCodes(const std::string& folder) {
+std::vector<std::string> ListMalformedCodes(const QELXmlParser& store, QELAnalysisData& analysis) {
+    std::vector<std::string> items;
+    for (unsigned int id = 0; id < store.GetNumOfResult(); ++id) {
+        try {
+            analysis.IsValid(id);
+        } catch (const std::exception&) {
+            items.push_back(DescribeMalformedCode(store, analysis, id));
+        }
+    }
+    return items;
+}
+
+// Reports the item that was pressed. Reports all items with a malformed code when the program has
+// not named the item.
+void ReportMalformedCodes(const std::string& folder, const std::string& exceptionFile) {
     desktop::LimitXmlInput([](const std::string&) {});
     QELXmlParser* store = QELXmlParser::GetInstance();
     store->ParseFolder(folder);
     QELAnalysisData analysis;
-    for (unsigned int id = 0; id < store->GetNumOfResult(); ++id) {
-        try {
-            analysis.IsValid(id);
-        } catch (const std::exception&) {
-            Report("OK ends quorvel on " + DescribeMalformedCode(*store, analysis, id));
+    if (const std::optional<unsigned int> id = ReadPressedItem(exceptionFile)) {
+        const std::string item = DescribeMalformedCode(*store, analysis, *id);
+        if (!item.empty()) {
+            Report("OK ended quorvel on " + item);
+            return;
         }
+    }
+    for (const std::string& item : ListMalformedCodes(*store, analysis)) {
+        Report("OK ends quorvel on " + item);
     }
 }
 
@@ -85,7 +126,8 @@ void ReportSeveral(const std::string& path, const std::vector<runs::Run>& runs) 
            " runs found; choose one, or add --latest for the first of them");
     for (const runs::Run& run : runs) {
         const bool damaged = IsDamaged(run.files[0]) || IsDamaged(run.files[1]);
-        const std::string serialNumber = run.serialNumber.empty() ? "-" : run.serialNumber;
+        const std::string serialNumber =
+            run.serialNumber.empty() ? "-" : runs::Shorten(run.serialNumber, kMaxValueBytes);
         const std::string line = serialNumber + "  " + FormatTime(run) + "  " + run.path +
                                  (damaged ? "  (damaged)" : "");
         WriteLine(line);
@@ -104,10 +146,10 @@ bool ReportDamage(const runs::Run& run) {
     return damaged;
 }
 
-void ReportSignal(int number, const std::string& folder) {
+void ReportSignal(int number, const std::string& folder, const std::string& exceptionFile) {
     Report("quorvel ended by signal " + std::to_string(number) + " (" + strsignal(number) + ")");
     if (number == SIGABRT) {
-        ReportMalformedCodes(folder);
+        ReportMalformedCodes(folder, exceptionFile);
     }
 }
 

@@ -76,6 +76,20 @@ std::terminate_handler g_NextTerminateHandler = nullptr;
 // Trivially destructible, since threads log until they end.
 thread_local std::array<char, 512> g_LastMessage{};
 
+// quorvel-view sets the variable, and reads in the file which item ended the program.
+void SaveLastMessage(const std::string& message) {
+    const char* path = std::getenv("QUORVEL_EXCEPTION_FILE");
+    if (path == nullptr) {
+        return;
+    }
+    constexpr mode_t kOwnerOnly = 0600;
+    const int file = open(path, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, kOwnerOnly);
+    if (file >= 0) {
+        (void)!write(file, message.data(), message.size());
+        close(file);
+    }
+}
+
 // Returns the text of the exception that ends the program; an empty string without an exception.
 std::string UncaughtException() {
     const std::exception_ptr current = std::current_exception();
@@ -97,6 +111,7 @@ void LogUncaughtException() {
     std::string last = g_LastMessage.data();
     last.erase(last.find_last_not_of('\n') + 1);
     if (!text.empty()) {
+        SaveLastMessage(last);
         LogError("uncaught exception: " + text +
                  (last.empty() ? last : "; last line of its thread: " + last));
     }

@@ -252,6 +252,20 @@ TEST_F(LogTest, NamesLastLineOfThreadThatThrows) {
                             "uncaught exception: stoi; last line of its thread: id=3, strCode=zz"));
 }
 
+TEST_F(LogTest, NamesLastLineOfThreadAtEveryLevel) {
+    ChildProgram program = Start("throw-in-thread", {{"QUORVEL_LOG_LEVEL", "off"}});
+    EXPECT_EQ(program.Exit(), -SIGABRT);
+    EXPECT_THAT(FileMessages(), ElementsAre("uncaught exception: stoi; last line of its thread: "
+                                            "id=3, strCode=zz"));
+}
+
+TEST_F(LogTest, SavesLastLineOfThreadThatThrows) {
+    const std::string file = m_Folders.Root() / "exception";
+    ChildProgram program = Start("throw-in-thread", {{"QUORVEL_EXCEPTION_FILE", file}});
+    EXPECT_EQ(program.Exit(), -SIGABRT);
+    EXPECT_EQ(ReadFile(file), "id=3, strCode=zz");
+}
+
 TEST_F(LogTest, ReportsExceptionOfUnknownType) {
     ChildProgram program = Start("throw-number");
     EXPECT_EQ(program.Exit(), -SIGABRT);
