@@ -10,6 +10,10 @@ namespace quorvel::desktop {
 // Returns the data folder, which is the same on every machine.
 std::string DataFolder();
 
+// The result files in the data folder.
+constexpr const char* kMainResultFile = "qelXml.xml";
+constexpr const char* kRnscResultFile = "qelRnscXml.xml";
+
 // Returns the identity of the folder at path: its device and inode number. Folders at the same path
 // in different mount namespaces have different identities. Returns "none" if the path does not
 // exist.

@@ -17,7 +17,7 @@ namespace fs = std::filesystem;
 constexpr std::size_t kMaxShortenedParts = 8;
 
 bool IsResultFile(const std::string& name) {
-    return name == "qelXml.xml" || name == "qelRnscXml.xml";
+    return name == kMainResultFile || name == kRnscResultFile;
 }
 
 // Returns the components of the name without the data folder; empty for a name without a place.

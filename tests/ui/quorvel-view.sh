@@ -95,6 +95,11 @@ write_run() {
         "$(basename "$1")" "$2" >"$1/qelXml.xml"
 }
 
+# Expects that the error output is only this line.
+expect_only_error() {
+    [ "$(cat "$work/err")" = "$1" ] || fail "not only \"$1\" but: $(cat "$work/err")"
+}
+
 rejects_unusable_paths() {
     make_stand_in 'echo opened'
     mkdir "$work/nothing"
@@ -122,9 +127,57 @@ rejects_wrong_arguments() {
 prints_help_and_version() {
     expect_status 0 --help
     grep -q -- '--latest' "$work/out" || fail "--help: $(cat "$work/out")"
-    [ ! -s "$work/err" ] || fail "$(cat "$work/err")"
+    expect_only_error ''
     expect_status 0 --version
     grep -q '^quorvel-view [0-9.]*$' "$work/out" || fail "--version: $(cat "$work/out")"
+    expect_only_error ''
+}
+
+# Runs quorvel with a new home folder, without a display, and expects no log: STATUS ARG…
+expect_quorvel_status() {
+    expected_status=$1
+    shift
+    status=0
+    env -u DISPLAY HOME="$work/home-without-log" "$build/quorvel" "$@" >"$work/out" 2>"$work/err" ||
+        status=$?
+    [ "$status" -eq "$expected_status" ] ||
+        fail "quorvel $*: status $status instead of $expected_status: $(cat "$work/err")"
+    [ ! -e "$work/home-without-log" ] || fail "quorvel $*: writes a log"
+}
+
+quorvel_has_options() {
+    expect_quorvel_status 0 --version
+    expect_only_error ''
+    [ "$(cat "$work/out")" = "quorvel $("$build/quorvel-view" --version | sed 's/.* //')" ] ||
+        fail "quorvel --version: $(cat "$work/out")"
+    expect_quorvel_status 0 --help
+    expect_only_error ''
+    grep -q 'EXEPARAM=CLOSE' "$work/out" || fail "quorvel --help: $(cat "$work/out")"
+    for argument in --unknown -x EXEPARAM '=value'; do
+        expect_quorvel_status 2 A=B "$argument"
+        expect_error "Try 'quorvel --help'."
+        [ "$(wc -l <"$work/err")" -eq 2 ] || fail "quorvel $argument: $(cat "$work/err")"
+        expect_output ''
+    done
+}
+
+# Prints the long options in a manual page.
+options_of_page() {
+    sed -n 's/^\.It.* Fl -\([a-z-]*\).*/--\1/p' "$1" | sort
+}
+
+# Prints the long options in the help of a program, without the one that the parser adds.
+options_of_help() {
+    "$1" --help | sed -n 's/^ .* \(--[a-z-]*\).*/\1/p' | grep -v -x -e --usage | sort
+}
+
+documents_options() {
+    for program_file in quorvel quorvel-view tools/report/quorvel-report; do
+        name=$(basename "$program_file")
+        options_of_help "$build/$program_file" >"$work/options"
+        options_of_page "$root/docs/$name.1" | diff "$work/options" - >"$work/difference" ||
+            fail "$name: help and manual page have different options: $(cat "$work/difference")"
+    done
 }
 
 lists_several_runs() {
@@ -139,9 +192,32 @@ SN of old  2024-11-18 09:40:42  $work/several/old" ] || fail "wrong list: $(cat 
     expect_output 'SN of new'
     expect_status 0 "$work/several/old/qelXml.xml"
     expect_output 'SN of old'
-    (cd "$work/several" && tar -czf "$work/new.tgz" new)
-    expect_status 0 "$work/new.tgz"
+    (cd "$work/several" && tar -czf "$work/several.tgz" new old)
+    expect_status 2 "$work/several.tgz"
+    expect_error "$work/several.tgz/new"
+    expect_error "$work/several.tgz/old"
+    for name in old new; do
+        for path in "$name" "$name/qelXml.xml"; do
+            expect_status 0 "$work/several.tgz/$path"
+            expect_output "SN of $name"
+        done
+    done
+    expect_status 0 --latest "$work/several.tgz"
     expect_output 'SN of new'
+    expect_status 1 "$work/several.tgz/other"
+    expect_error "$work/several.tgz/other: no qelXml.xml or qelRnscXml.xml found"
+}
+
+# A serial number may have any length and any bytes.
+shortens_long_values() {
+    for name in one two; do
+        mkdir -p "$work/long/$name"
+        printf '<r><Information><sn>%s&#10;</sn></Information></r>' "$(seq 5000 | tr '\n' x)" \
+            >"$work/long/$name/qelXml.xml"
+    done
+    expect_status 2 "$work/long"
+    [ "$(wc -l <"$work/err")" -eq 3 ] || fail "not one line for each run"
+    [ "$(wc -c <"$work/err")" -lt 1000 ] || fail "a long value is not shortened"
 }
 
 opens_damaged_files_only_with_force() {
@@ -155,8 +231,51 @@ opens_damaged_files_only_with_force() {
 qelXml.xml'
     mkdir "$work/blank"
     : >"$work/blank/qelXml.xml"
+    printf '<a>\n<b></a>' >"$work/blank/qelRnscXml.xml"
     expect_status 1 "$work/blank"
-    expect_error 'is empty'
+    expect_error "$work/blank/qelXml.xml: is empty"
+    expect_error "$work/blank/qelRnscXml.xml:2: "
+    expect_output ''
+    expect_status 0 --force "$work/blank"
+    expect_error 'no item can be read'
+}
+
+# Runs quorvel-view as a user who is not root, see expect_status.
+expect_status_of_user() {
+    if [ "$(id -u)" -eq 0 ]; then
+        chmod 711 "$work"
+        printf '#!/bin/sh\nexec setpriv --reuid 65534 --regid 65534 --clear-groups %s "$@"\n' \
+            "$build/quorvel-view" >"$work/bin/quorvel-view"
+    fi
+    expect_status "$@"
+    cp "$build/quorvel-view" "$work/bin/quorvel-view"
+}
+
+# A file without read permission, links, and other files that are not regular.
+opens_no_unreadable_files() {
+    make_stand_in 'ls'
+    write_run "$work/forbidden" ''
+    chmod 755 "$work/forbidden"
+    chmod 000 "$work/forbidden/qelXml.xml"
+    for option in '' --force; do
+        # shellcheck disable=SC2086 # no argument for no option
+        expect_status_of_user 1 $option "$work/forbidden"
+        expect_error "$work/forbidden/qelXml.xml: Permission denied"
+        expect_output ''
+    done
+    mkdir "$work/linked" "$work/pipe"
+    ln -s ../several/new/qelXml.xml "$work/linked/qelXml.xml"
+    expect_status 1 "$work/linked"
+    expect_error "$work/linked/qelXml.xml: is a symbolic link"
+    expect_status 1 --force "$work/linked"
+    expect_error 'no result file can be read'
+    expect_output ''
+    mkfifo "$work/pipe/qelXml.xml"
+    cp "$work/several/new/qelXml.xml" "$work/pipe/qelRnscXml.xml"
+    expect_status 1 "$work/pipe"
+    expect_error "$work/pipe/qelXml.xml: not a regular file"
+    expect_status 0 --force "$work/pipe"
+    expect_output 'qelRnscXml.xml'
 }
 
 warns_of_run_without_items() {
@@ -164,6 +283,19 @@ warns_of_run_without_items() {
     echo '<r/>' >"$work/untested/qelXml.xml"
     expect_status 0 "$work/untested"
     expect_error 'nothing was tested'
+    mkdir "$work/half"
+    cp "$work/several/new/qelXml.xml" "$work/half/qelRnscXml.xml"
+    expect_status 0 "$work/half"
+    expect_error 'no qelXml.xml found; only qelRnscXml.xml is shown'
+}
+
+prints_how_to_close_on_terminal() {
+    expect_status 0 "$work/several/new"
+    expect_only_error ''
+    script -qec "'$work/bin/quorvel-view' '$work/several/new'" /dev/null </dev/null >"$work/out"
+    for way in Alt+F4 Ctrl+C "'quorvel EXEPARAM=CLOSE'"; do
+        grep -q -F -- "$way" "$work/out" || fail "no hint \"$way\" on a terminal: $(cat "$work/out")"
+    done
 }
 
 # Two photos have equal base names.
@@ -213,6 +345,35 @@ shows_photo_by_its_base_name() {
     program_stop
 }
 
+# Two items have a malformed code. The second one is pressed.
+names_pressed_item() {
+    mkdir "$work/two"
+    item='<test><type>app</type><result>fail</result><opcode>10</opcode>'
+    printf '<r><FAnetTest>%s<name>%s</name><msgcode>%s</msgcode></test>%s<name>%s</name>
+<msgcode>%s</msgcode></test></FAnetTest></r>' "$item" Audio xyz "$item" Video '?' \
+        >"$work/two/qelXml.xml"
+    QUORVEL_LOG_LEVEL=$1 program_launch "$build/quorvel-view" "$work/two"
+    expect "the window is visible" shows_title
+    expect "the window has the keyboard" has_keyboard
+    expect_focus row
+    press Down
+    screen_wait_change
+    press Return
+    program_wait
+    [ "$program_status" -eq 134 ] || fail "malformed code: status $program_status"
+    grep -q -F 'OK ended quorvel on item 2 (Video): msgcode "?" is not a hexadecimal number' \
+        "$desktop/log" || fail "the item is not named: $(tail -n 5 "$desktop/log")"
+    ! grep -q 'on item 1' "$desktop/log" || fail "another item is named"
+    rm -r "$work/two"
+}
+
+reports_missing_result_files() {
+    mkdir "$work/no-files"
+    program_start "$build/lay-data" --private-tmp "$work/no-files" "$build/quorvel"
+    has_lines 1 "$DATA: no qelXml.xml or qelRnscXml.xml found" || fail "the missing files are not logged"
+    close_by_request
+}
+
 second_view() {
     program_start "$build/quorvel-view" "$folder"
     make_stand_in 'echo opened'
@@ -238,9 +399,14 @@ mkdir "$TMPDIR"
 rejects_unusable_paths
 rejects_wrong_arguments
 prints_help_and_version
+quorvel_has_options
+documents_options
 lists_several_runs
+shortens_long_values
 opens_damaged_files_only_with_force
+opens_no_unreadable_files
 warns_of_run_without_items
+prints_how_to_close_on_terminal
 copies_only_named_files
 reports_signal
 installed_view
@@ -249,6 +415,9 @@ tour_without_analysis "$root/samples/no-failures"
 tour_without_analysis "$root/samples/damaged" --force
 tour_with_one_item
 shows_photo_by_its_base_name
+names_pressed_item info
+names_pressed_item off
+reports_missing_result_files
 second_view
 has_no_copy || fail "a copy of the folder remains"
 [ "$(checksums "$folder")" = "$before" ] || fail "$folder: changed"

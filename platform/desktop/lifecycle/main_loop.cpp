@@ -12,7 +12,6 @@
 #include <csignal>
 #include <cstdlib>
 #include <deque>
-#include <iostream>
 #include <string>
 #include <utility>
 #include <vector>
@@ -109,6 +108,15 @@ bool IsMinimised() {
     return any;
 }
 
+// Without result files the screen is that of a set without failures.
+void ReportMissingResultFiles() {
+    const std::string folder = DataFolder() + "/";
+    if (access((folder + kMainResultFile).c_str(), F_OK) != 0 &&
+        access((folder + kRnscResultFile).c_str(), F_OK) != 0) {
+        LogError(DataFolder() + ": no " + kMainResultFile + " or " + kRnscResultFile + " found");
+    }
+}
+
 // Calls the callbacks of the application in the order of the platform and delivers launch requests.
 // Owned by ui_app_main; main-loop thread only.
 class Application {
@@ -199,6 +207,7 @@ int Application::m_RunLoop(KeyValues first) {
         LogError("no window was opened; check DISPLAY and WAYLAND_DISPLAY");
         return APP_ERROR_INVALID_CONTEXT;
     }
+    ReportMissingResultFiles();
     FinishUi();
     Efl_Object* loop = efl_main_loop_get();
     efl_event_callback_add(loop, EFL_APP_EVENT_PAUSE, OnPause, this);
@@ -312,10 +321,6 @@ int ui_app_main(int argc, char** argv, ui_app_lifecycle_callback_s* callback, vo
     using namespace quorvel::desktop;  // NOLINT(google-build-using-namespace): C function
     if (argc < 1 || argv == nullptr || callback == nullptr) {
         return APP_ERROR_INVALID_PARAMETER;
-    }
-    if (argc == 2 && std::string(argv[1]) == "--version") {
-        std::cout << "quorvel " QUORVEL_VERSION << std::endl;
-        return APP_ERROR_NONE;
     }
     KeyValues request;
     if (const char* invalid = ReadArguments(argc, argv, request)) {

@@ -16,7 +16,6 @@ namespace {
 
 // More than a rotation renames or removes: the log has three rotated files.
 constexpr std::size_t kMaxOpenLogs = 8;
-constexpr const char* kResultFiles[] = {"qelXml.xml", "qelRnscXml.xml"};
 
 // Returns the age in the name of a rotated log, 0 for the log itself, no value for other names.
 std::optional<unsigned> LogAge(const std::string& name) {
@@ -143,7 +142,7 @@ std::vector<LogSource> OpenLogSources(FileIo& io, const std::string& stateFolder
     if (!stateFolder.empty()) {
         list.AddLogs(stateFolder);
     }
-    for (const char* name : kResultFiles) {
+    for (const char* name : {kMainResultFile, kRnscResultFile}) {
         list.AddIfFile(dataFolder, name);
     }
     std::vector<LogSource> sources = list.Take();

@@ -36,6 +36,12 @@ TEST_F(MainLoopTest, CallsCreateThenControlInsideLoop) {
     EXPECT_THAT(Errors(*app), IsEmpty());
 }
 
+TEST_F(MainLoopTest, ReportsMissingResultFilesOnce) {
+    const auto app = Start();
+    ASSERT_TRUE(AwaitEvent("control "));
+    EXPECT_THAT(AllErrors(*app), ElementsAre(kNoResultFiles));
+}
+
 TEST_F(MainLoopTest, TerminatesOnceOnCloseRequest) {
     EXPECT_EQ(Run({"EXEPARAM=CLOSE"}), 0);
     EXPECT_THAT(Events(), ElementsAre("create", "control CLOSE", "terminate", "exit"));
@@ -175,13 +181,6 @@ TEST_F(MainLoopTest, RejectsInvalidThemeFile) {
     EXPECT_EQ(app->Exit(), 1);
     EXPECT_THAT(Events(), ElementsAre("exit with an error"));
     EXPECT_THAT(Errors(*app), ElementsAre(HasSubstr(file)));
-}
-
-TEST_F(MainLoopTest, PrintsVersionWithoutCallback) {
-    const auto app = Start({"--version"});
-    EXPECT_EQ(app->Exit(), 0);
-    EXPECT_THAT(app->Output(), HasSubstr("quorvel " QUORVEL_VERSION "\n"));
-    EXPECT_THAT(Events(), ElementsAre("exit"));
 }
 
 // Subtracts the time of a start that fails at once. A sanitizer makes every start slow.
