@@ -9,7 +9,7 @@
 
 namespace {
 
-const char* const kLabelStyle = "slide_short";
+const char* const kDetailLabelStyle = "slide_short";
 const char* const kScrollerStyle = "c_scrollbar_list";
 const int kScrollStep = 100;  // pixels
 
@@ -91,7 +91,7 @@ void QELItemDetailView::m_SetText(_appdata* ad, Evas_Object* /*obj*/) {
         return;
     }
     const char* hint = parser->GetNumOfResult() == 0 ? kNoHistoryMarkup : kChooseItemMarkup;
-    elm_object_style_set(ad->detailLabel, kLabelStyle);
+    elm_object_style_set(ad->detailLabel, kDetailLabelStyle);
     elm_object_text_set(ad->detailLabel, hint);
 }
 

@@ -12,7 +12,7 @@
 
 namespace {
 
-const char* const kLabelStyle = "slide_short";
+const char* const kItemLabelStyle = "slide_short";
 
 // Intentional: the bold tag stays open, and the closing tags have this order.
 const char* const kNoPhotoMarkup =
@@ -62,7 +62,7 @@ void QELItemView::m_CreateCommonInfoView(_appdata* ad) {
 Evas_Object* QELItemView::m_CreateInfoLabel(_appdata* ad) {
     Evas_Object* label = elm_label_add(ad->table);
     elm_label_ellipsis_set(label, EINA_TRUE);
-    elm_object_style_set(label, kLabelStyle);
+    elm_object_style_set(label, kItemLabelStyle);
     return label;
 }
 
@@ -110,7 +110,7 @@ void QELItemView::m_SetText(_appdata* ad, Evas_Object* /*obj*/, const std::strin
         return;
     }
     const bool missing = !path.empty() && access(path.c_str(), F_OK) != 0;
-    elm_object_style_set(ad->itemLabel, kLabelStyle);
+    elm_object_style_set(ad->itemLabel, kItemLabelStyle);
     elm_object_text_set(ad->itemLabel, missing ? kNoPhotoMarkup : "");
 }
 

@@ -10,9 +10,9 @@
 namespace {
 
 const char* const kPopupStyle = "C_PopupBasic_WhiteBottom";
-const char* const kLabelStyle = "popup/C_PopupBasic_WhiteBottom";
+const char* const kPopupLabelStyle = "popup/C_PopupBasic_WhiteBottom";
 const char* const kProgressStyle = "C_Loading_WhiteSmall";
-const char* const kButtonStyle = "C_ButtonBasic_WhiteText";
+const char* const kPopupButtonStyle = "C_ButtonBasic_WhiteText";
 const char* const kContentPrefix = "<align=left left_margin=30 wrap=char>";
 const double kPollSeconds = 0.1;
 
@@ -58,7 +58,7 @@ void QELPopupLoading::Create(_appdata* ad) {
     elm_table_homogeneous_set(m_PopupTable, EINA_TRUE);
     elm_object_content_set(m_Popup, m_PopupTable);
     m_PopupLabel = elm_label_add(m_PopupTable);
-    elm_object_style_set(m_PopupLabel, kLabelStyle);
+    elm_object_style_set(m_PopupLabel, kPopupLabelStyle);
     QEL_LOGI("Progress bar added");
     m_PopupProgress = elm_progressbar_add(m_PopupTable);
     elm_object_style_set(m_PopupProgress, kProgressStyle);
@@ -66,7 +66,7 @@ void QELPopupLoading::Create(_appdata* ad) {
     // Intentional call without effect: the content is set a second time.
     elm_object_content_set(m_Popup, m_PopupTable);
     m_Button = elm_button_add(m_PopupTable);
-    elm_object_style_set(m_Button, kButtonStyle);
+    elm_object_style_set(m_Button, kPopupButtonStyle);
     elm_object_text_set(m_Button, "OK");
 
     // The priorities call OnOkPress, which hides the popup, before SetDisable. The spelling of the

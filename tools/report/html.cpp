@@ -24,8 +24,8 @@ namespace {
 
 constexpr int kLaneHeight = 20;
 constexpr int kBarHeight = 14;
-constexpr std::int64_t kWidth = 10000;  // of a timeline, in its own units
-constexpr std::int64_t kMinWidth = 20;  // of a bar
+constexpr std::int64_t kTimelineWidth = 10000;  // of a timeline, in its own units
+constexpr std::int64_t kMinWidth = 20;          // of a bar
 constexpr std::uintmax_t kMaxPhotoBytes = std::uintmax_t{16} << 20;
 
 // Returns the text for an element or a quoted attribute.
@@ -163,7 +163,7 @@ private:
         m_WriteLaneNames(lanes);
         const std::size_t height = lanes.size() * kLaneHeight;
         m_Out << "<svg role=\"img\" aria-label=\"time windows of the items\" height=\"" << height
-              << "\" viewBox=\"0 0 " << kWidth << " " << height
+              << "\" viewBox=\"0 0 " << kTimelineWidth << " " << height
               << "\" preserveAspectRatio=\"none\">\n";
         for (unsigned int i = 0; i < m_Slots.size(); ++i) {
             if (m_Slots[i]) {
@@ -191,9 +191,9 @@ private:
     // A bar is at least kMinWidth wide, so that it is visible.
     void m_WriteBar(unsigned int i, const Slot& slot, int lane, std::int64_t first,
                     std::int64_t span) {
-        const std::int64_t start = (slot.start - first) * kWidth / span;
-        const std::int64_t end = (m_EndOf(slot) - first) * kWidth / span;
-        const std::int64_t x = std::min(start, kWidth - kMinWidth);
+        const std::int64_t start = (slot.start - first) * kTimelineWidth / span;
+        const std::int64_t end = (m_EndOf(slot) - first) * kTimelineWidth / span;
+        const std::int64_t x = std::min(start, kTimelineWidth - kMinWidth);
         m_Out << "<rect" << (m_IsFailed(i) ? " class=\"f\"" : "") << " data-i=\"" << i + 1
               << "\" x=\"" << x << "\" y=\"" << lane * kLaneHeight + (kLaneHeight - kBarHeight) / 2
               << "\" width=\"" << std::max(end - x, kMinWidth) << "\" height=\"" << kBarHeight

@@ -1,24 +1,17 @@
 // JSON Lines: one object for each run, after docs/report.schema.json.
 
-#include <nlohmann/json.hpp>
 #include <ostream>
 #include <string>
 
 #include "report/format.h"
+#include "report/json_text.h"
 
 namespace quorvel::report {
 
 namespace {
 
-using Json = nlohmann::ordered_json;
-
-// A path may contain bytes that are not UTF-8; they are replaced.
-std::string Dump(const Json& json) {
-    return json.dump(-1, ' ', false, Json::error_handler_t::replace);
-}
-
-Json DescribeFile(const runs::ResultFile& file) {
-    Json json = {{"name", file.name}, {"state", NameOf(file.state)}};
+OrderedJson DescribeFile(const runs::ResultFile& file) {
+    OrderedJson json = {{"name", file.name}, {"state", NameOf(file.state)}};
     if (!file.problem.empty()) {
         json["problem"] = file.problem;
     }
@@ -28,22 +21,22 @@ Json DescribeFile(const runs::ResultFile& file) {
     return json;
 }
 
-Json DescribeSection(const SectionValues& values) {
-    Json json = Json::object();
+OrderedJson DescribeSection(const SectionValues& values) {
+    OrderedJson json = OrderedJson::object();
     for (const auto& [name, value] : values) {
         json[name] = value;
     }
     return json;
 }
 
-Json DescribeLine(const QELConflictLine_s& line) {
+OrderedJson DescribeLine(const QELConflictLine_s& line) {
     return {{"start", line.window.start},
             {"end", line.window.end},
             {"name", line.name},
             {"thread", line.thread}};
 }
 
-Json DescribeAnalysis(const Analysis& analysis) {
+OrderedJson DescribeAnalysis(const Analysis& analysis) {
     switch (analysis.state) {
         case AnalysisState::kRefused:
             return {{"state", "refused"}, {"reason", analysis.reason}};
@@ -52,8 +45,8 @@ Json DescribeAnalysis(const Analysis& analysis) {
         case AnalysisState::kDone:
             break;
     }
-    Json json = {{"state", "done"}};
-    Json conflicts = Json::array();
+    OrderedJson json = {{"state", "done"}};
+    OrderedJson conflicts = OrderedJson::array();
     for (const QELConflictLine_s& line : analysis.lines) {
         if (&line == &analysis.lines.front()) {
             json["own"] = DescribeLine(line);
@@ -65,8 +58,8 @@ Json DescribeAnalysis(const Analysis& analysis) {
     return json;
 }
 
-Json DescribeItem(LoadedRun& run, unsigned int id) {
-    Json json = {{"index", id}};
+OrderedJson DescribeItem(LoadedRun& run, unsigned int id) {
+    OrderedJson json = {{"index", id}};
     const ResultItem& item = run.Store().GetFailedItems()[id];
     for (const char* key : {"type", "name", "opcode", "msgcode"}) {
         if (item.count(key) != 0) {
@@ -86,7 +79,8 @@ class JsonFormat : public Format {
 public:
     void WriteRun(std::ostream& out, LoadedRun& run, unsigned int /*number*/) const override {
         const QELXmlParser& store = run.Store();
-        Json head = {{"schema", 1}, {"path", run.Source().path}, {"files", Json::array()}};
+        OrderedJson head = {
+            {"schema", 1}, {"path", run.Source().path}, {"files", OrderedJson::array()}};
         for (const char* name : {"qelRnscXml.xml", "qelXml.xml"}) {
             for (const runs::ResultFile& file : run.Source().files) {
                 if (file.name == name) {

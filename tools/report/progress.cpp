@@ -8,7 +8,7 @@ namespace quorvel::report {
 
 namespace {
 
-constexpr std::size_t kWidth = 40;
+constexpr std::size_t kBarWidth = 40;
 constexpr std::chrono::seconds kDelay{1};
 constexpr std::chrono::milliseconds kInterval{100};
 
@@ -31,9 +31,9 @@ void Progress::Advance() {
     }
     m_NextDrawing = now + kInterval;
     m_IsShown = true;
-    const std::size_t filled = kWidth * m_Done / m_Total;
+    const std::size_t filled = kBarWidth * m_Done / m_Total;
     std::fprintf(stderr, "\r[%s%s] %zu of %zu runs", std::string(filled, '#').c_str(),
-                 std::string(kWidth - filled, ' ').c_str(), m_Done, m_Total);
+                 std::string(kBarWidth - filled, ' ').c_str(), m_Done, m_Total);
     std::fflush(stderr);
 }
 

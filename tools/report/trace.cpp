@@ -4,21 +4,15 @@
 #include <algorithm>
 #include <cstdint>
 #include <map>
-#include <nlohmann/json.hpp>
 #include <ostream>
 #include <string>
 
 #include "report/format.h"
+#include "report/json_text.h"
 
 namespace quorvel::report {
 
 namespace {
-
-using Json = nlohmann::ordered_json;
-
-std::string Dump(const Json& json) {
-    return json.dump(-1, ' ', false, Json::error_handler_t::replace);
-}
 
 // The format counts in microseconds.
 std::int64_t MicrosecondsOf(TimeUnit unit) {
@@ -75,13 +69,13 @@ private:
 
     void m_WriteItem(unsigned int i, const Slot& slot, bool isFailed) {
         const ResultItem& item = m_Run.Store().GetAllItems()[i];
-        Json event = {{"ph", "X"},
-                      {"name", ValueOf(item, "name")},
-                      {"cat", isFailed ? "failed" : "passed"},
-                      {"ts", m_Unit * slot.start},
-                      {"dur", m_Unit * std::max(slot.duration, 0)},
-                      {"pid", m_Process},
-                      {"tid", m_Threads[slot.thread]}};
+        OrderedJson event = {{"ph", "X"},
+                             {"name", ValueOf(item, "name")},
+                             {"cat", isFailed ? "failed" : "passed"},
+                             {"ts", m_Unit * slot.start},
+                             {"dur", m_Unit * std::max(slot.duration, 0)},
+                             {"pid", m_Process},
+                             {"tid", m_Threads[slot.thread]}};
         if (isFailed) {
             event["cname"] = "terrible";
         }
@@ -90,11 +84,11 @@ private:
     }
 
     void m_WriteName(const char* kind, unsigned int thread, const std::string& name) {
-        const Json event = {{"ph", "M"},
-                            {"name", kind},
-                            {"pid", m_Process},
-                            {"tid", thread},
-                            {"args", {{"name", name}}}};
+        const OrderedJson event = {{"ph", "M"},
+                                   {"name", kind},
+                                   {"pid", m_Process},
+                                   {"tid", thread},
+                                   {"args", {{"name", name}}}};
         m_Out << (m_Process == 1 && thread == 0 ? "" : ",\n") << Dump(event);
     }
 
