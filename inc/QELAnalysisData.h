@@ -68,6 +68,8 @@ public:
     bool GetCode(unsigned int id, const std::string& key, unsigned char* code);
     // Does the same for the item id of the list of all items.
     bool GetCodeFromAll(unsigned int id, const std::string& key, unsigned char* code);
+    // Does the same for a value that the caller has read. The log lines name this function.
+    static bool GetCodeFromAll(unsigned int id, const std::string* value, unsigned char* code);
 
     // Returns whether the failed item id may be analysed, and logs the reason of a rejection.
     // Throws as GetCode does. Main-loop thread.

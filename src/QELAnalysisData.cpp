@@ -1,5 +1,6 @@
 #include "QELAnalysisData.h"
 
+#include <charconv>
 #include <new>
 
 #include "QELXmlParser.h"
@@ -26,10 +27,15 @@ const CodeBytes_s kBlockList[] = {
 };
 
 // Returns the low byte of a hexadecimal number. Intentional: larger and negative numbers are
-// truncated to the low byte. Throws as std::stoi does.
+// truncated to the low byte. Throws as std::stoi does, which is slower for a few digits.
 unsigned char ParseCode(const std::string& text) {
-    return static_cast<unsigned char>(static_cast<unsigned int>(std::stoi(text, nullptr, 16)) &
-                                      0xFFU);
+    unsigned int number = 0;
+    const char* end = text.data() + text.size();
+    const bool isShort = text.size() < 2 * sizeof(int);
+    if (!isShort || text.empty() || std::from_chars(text.data(), end, number, 16).ptr != end) {
+        number = static_cast<unsigned int>(std::stoi(text, nullptr, 16));
+    }
+    return static_cast<unsigned char>(number & 0xFFU);
 }
 
 }  // namespace
@@ -113,11 +119,16 @@ bool QELAnalysisData::GetCodeFromAll(unsigned int id, const std::string& key, un
         return false;
     }
     const std::string value = parser->GetResultFromAll(id, key);
-    QEL_LOGI("id=%d, strCode=%s", id, value.c_str());
-    if (value.empty()) {
+    return GetCodeFromAll(id, &value, code);
+}
+
+bool QELAnalysisData::GetCodeFromAll(unsigned int id, const std::string* value,
+                                     unsigned char* code) {
+    QEL_LOGI("id=%d, strCode=%s", id, value->c_str());
+    if (value->empty()) {
         return false;
     }
-    *code = ParseCode(value);
+    *code = ParseCode(*value);
     QEL_LOGI("id=%d, retCode=%x", id, *code);
     return true;
 }

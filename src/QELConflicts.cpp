@@ -9,8 +9,20 @@
 
 namespace {
 
+// Returns what std::stoi returns, and throws as it does. Faster for up to nine digits.
+int ParseNumber(const std::string& text) {
+    int number = 0;
+    for (const char letter : text) {
+        if (letter < '0' || letter > '9' || text.size() > std::numeric_limits<int>::digits10) {
+            return std::stoi(text);
+        }
+        number = number * 10 + (letter - '0');
+    }
+    return text.empty() ? std::stoi(text) : number;
+}
+
 std::uint32_t ParseTime(const std::string& text) {
-    return static_cast<std::uint32_t>(std::stoi(text));
+    return static_cast<std::uint32_t>(ParseNumber(text));
 }
 
 // The conflict rule.
@@ -21,15 +33,79 @@ bool Conflicts(const QELTimeWindow_s& own, const QELTimeWindow_s& other) {
     return startsInside || endsInside || encloses;
 }
 
-// Returns whether the item i of all items takes part in the comparison: it has a code pair, and the
-// pair is not block-listed.
-bool IsCandidate(QELAnalysisData& analysisData, unsigned int i) {
-    unsigned char opcode = 0;
-    unsigned char msgcode = 0;
-    return analysisData.GetCodeFromAll(i, "opcode", &opcode) &&
-           analysisData.GetCodeFromAll(i, "msgcode", &msgcode) &&
-           !analysisData.IsItInBlockList(opcode, msgcode);
+const std::string kOpcode = "opcode";
+const std::string kMsgcode = "msgcode";
+const std::string kThread = "threadID";
+const std::string kStart = "timeAckAbsolute";
+const std::string kDuration = "duration";
+
+// Returns the position of key in the item. Tries from and the two positions after it before it
+// searches from the root of the map, which takes longer.
+ResultItem::const_iterator FindNear(const ResultItem& item, ResultItem::const_iterator from,
+                                    const std::string& key) {
+    for (int i = 0; i < 3 && from != item.end(); ++i, ++from) {
+        if (from->first == key) {
+            return from;
+        }
+    }
+    return item.find(key);
 }
+
+// Reads the values of an item of all items that the comparison needs. A missing value is empty, and
+// logged as an error when it is used. Refers to the parser.
+class ComparedItem {
+public:
+    ComparedItem(const QELXmlParser& parser, unsigned int i)
+        : m_Parser(parser),
+          m_Item(parser.GetAllItems()[i]),
+          m_Index(i),
+          m_MsgcodeAt(m_Item.find(kMsgcode)),
+          m_ThreadAt(m_Item.end()) {}
+
+    // Returns whether the item takes part in the comparison: it has a code pair, and the pair is
+    // not block-listed. Throws as QELAnalysisData::GetCodeFromAll does.
+    bool IsCandidate(QELAnalysisData& analysisData) const {
+        unsigned char opcode = 0;
+        unsigned char msgcode = 0;
+        return m_ReadCode(FindNear(m_Item, m_MsgcodeAt, kOpcode), kOpcode, opcode) &&
+               m_ReadCode(m_MsgcodeAt, kMsgcode, msgcode) &&
+               !analysisData.IsItInBlockList(opcode, msgcode);
+    }
+
+    // Throw as std::stoi does.
+    int ReadThread() {
+        m_ThreadAt = m_Item.find(kThread);
+        return ParseNumber(m_ValueAt(m_ThreadAt, kThread));
+    }
+    QELTimeWindow_s ReadWindow() const {
+        const auto startAt = FindNear(m_Item, m_ThreadAt, kStart);
+        const std::uint32_t start = ParseTime(m_ValueAt(startAt, kStart));
+        const auto durationAt = FindNear(m_Item, m_Item.begin(), kDuration);
+        return {start, start + ParseTime(m_ValueAt(durationAt, kDuration))};
+    }
+
+private:
+    bool m_ReadCode(ResultItem::const_iterator at, const std::string& key,
+                    unsigned char& code) const {
+        return QELAnalysisData::GetCodeFromAll(m_Index, &m_ValueAt(at, key), &code);
+    }
+
+    const std::string& m_ValueAt(ResultItem::const_iterator at, const std::string& key) const {
+        static const std::string empty;
+        if (at == m_Item.end()) {
+            m_Parser.GetResultFromAll(m_Index, key);  // logs the error
+            return empty;
+        }
+        return at->second;
+    }
+
+    const QELXmlParser& m_Parser;
+    const ResultItem& m_Item;
+    unsigned int m_Index;
+    // Near the positions of other keys.
+    ResultItem::const_iterator m_MsgcodeAt;
+    ResultItem::const_iterator m_ThreadAt;
+};
 
 QELConflictLine_s MakeLine(const QELXmlParser& parser, const QELTimeWindow_s& window,
                            unsigned int i) {
@@ -77,13 +153,11 @@ QELConflictList_s FindLines(const QELXmlParser& parser, QELAnalysisData& analysi
 }  // namespace
 
 int QELConflicts::ReadThread(const QELXmlParser& parser, unsigned int i) {
-    return std::stoi(parser.GetResultFromAll(i, "threadID"));
+    return ComparedItem(parser, i).ReadThread();
 }
 
 QELTimeWindow_s QELConflicts::ReadWindow(const QELXmlParser& parser, unsigned int i) {
-    QELTimeWindow_s window = {ParseTime(parser.GetResultFromAll(i, "timeAckAbsolute")), 0};
-    window.end = window.start + ParseTime(parser.GetResultFromAll(i, "duration"));
-    return window;
+    return ComparedItem(parser, i).ReadWindow();
 }
 
 QELConflictList_s QELConflicts::Find(const QELXmlParser& parser, QELAnalysisData& analysisData,
@@ -92,10 +166,11 @@ QELConflictList_s QELConflicts::Find(const QELXmlParser& parser, QELAnalysisData
                      [&](const QELTimeWindow_s& own, int thread, auto& lines) {
                          const unsigned int count = parser.GetNumOfResultAll();
                          for (unsigned int i = 0; i < count; ++i) {
-                             if (!IsCandidate(analysisData, i) || ReadThread(parser, i) == thread) {
+                             ComparedItem item(parser, i);
+                             if (!item.IsCandidate(analysisData) || item.ReadThread() == thread) {
                                  continue;
                              }
-                             const QELTimeWindow_s other = ReadWindow(parser, i);
+                             const QELTimeWindow_s other = item.ReadWindow();
                              if (Conflicts(own, other)) {
                                  lines.push_back(MakeLine(parser, other, i));
                              }
@@ -114,18 +189,19 @@ QELConflictIndex::QELConflictIndex(const QELXmlParser& parser, QELAnalysisData& 
 }
 
 bool QELConflictIndex::m_ReadCandidate(unsigned int i) {
+    ComparedItem item(m_Parser, i);
     int thread = 0;
     try {
-        if (!IsCandidate(m_AnalysisData, i)) {
+        if (!item.IsCandidate(m_AnalysisData)) {
             return true;
         }
-        thread = QELConflicts::ReadThread(m_Parser, i);
+        thread = item.ReadThread();
     } catch (const std::logic_error&) {
         m_Problems.push_back({std::nullopt, std::current_exception()});
         return false;
     }
     try {
-        m_Candidates.push_back({QELConflicts::ReadWindow(m_Parser, i), thread, i});
+        m_Candidates.push_back({item.ReadWindow(), thread, i});
     } catch (const std::logic_error&) {
         m_AddWindowProblem(thread);
     }
