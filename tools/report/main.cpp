@@ -1,12 +1,33 @@
 // quorvel-report: reports and analyses the failed items of many runs.
 
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <clocale>
 #include <csignal>
 
 #include "report/options.h"
 #include "report/report.h"
 #include "xml_input.h"
 
+namespace {
+
+// A file that is opened later must not become a standard stream.
+void OpenClosedStreams() {
+    int descriptor = 0;
+    do {
+        // Writing fails, as to a closed stream.
+        descriptor = open("/dev/null", O_RDONLY | O_CLOEXEC);
+    } while (descriptor >= 0 && descriptor <= STDERR_FILENO);
+    close(descriptor);
+}
+
+}  // namespace
+
 int main(int argc, char** argv) {
+    OpenClosedStreams();
+    // The widths of characters. The report does not depend on the user's locale.
+    std::setlocale(LC_CTYPE, "C.UTF-8");
     // A reader that closes the pipe is a failed write.
     std::signal(SIGPIPE, SIG_IGN);
     // What is wrong with a file is a value of its run.

@@ -69,6 +69,9 @@ error_t OnArgument(int key, char* argument, argp_state* state) {
             options.format = argument;
             return 0;
         case 'o':
+            if (argument[0] == '\0') {
+                argp_error(state, "the name of the output is empty");
+            }
             options.output = argument;
             return 0;
         case 'j':

@@ -4,11 +4,15 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <array>
 #include <cerrno>
+#include <climits>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <system_error>
+#include <utility>
 
 namespace quorvel::report {
 
@@ -39,8 +43,7 @@ int WriteAll(int descriptor, const char* bytes, std::size_t size) {
                             path.empty() ? "standard output" : path);
 }
 
-// mkstemp creates a file for the user alone. The report gets the usual mode, or that of the file
-// that it replaces.
+// The report gets the mode of the file that it replaces, or the usual mode.
 void SetMode(int descriptor, const std::string& path) {
     struct stat status {};
     if (stat(path.c_str(), &status) == 0) {
@@ -50,6 +53,53 @@ void SetMode(int descriptor, const std::string& path) {
     const mode_t mask = umask(0);
     umask(mask);
     fchmod(descriptor, 0666U & ~mask);
+}
+
+// The temporary file that a signal removes; empty without one. The handler reads it.
+std::array<char, PATH_MAX> g_RemovedFile{};
+
+void OnSignal(int number) {
+    unlink(g_RemovedFile.data());
+    // The default action was restored when the handler was called.
+    raise(number);
+}
+
+// Blocks the signals that end the process.
+class SignalBlock {
+public:
+    SignalBlock() {
+        sigset_t signals;
+        sigemptyset(&signals);
+        for (const int number : kSignals) {
+            sigaddset(&signals, number);
+        }
+        pthread_sigmask(SIG_BLOCK, &signals, &m_Before);
+    }
+    ~SignalBlock() { pthread_sigmask(SIG_SETMASK, &m_Before, nullptr); }
+    SignalBlock(const SignalBlock&) = delete;
+    SignalBlock& operator=(const SignalBlock&) = delete;
+
+    static constexpr int kSignals[] = {SIGINT, SIGTERM, SIGHUP};
+
+private:
+    sigset_t m_Before{};
+};
+
+// Removes the file when a signal ends the process. An ignored signal stays ignored.
+void RemoveOnSignal(const std::string& path) {
+    if (path.size() >= g_RemovedFile.size()) {
+        return;
+    }
+    path.copy(g_RemovedFile.data(), path.size());
+    for (const int number : SignalBlock::kSignals) {
+        struct sigaction action {};
+        sigaction(number, nullptr, &action);
+        if (action.sa_handler == SIG_DFL) {
+            action.sa_handler = OnSignal;
+            action.sa_flags = static_cast<int>(SA_RESETHAND);
+            sigaction(number, &action, nullptr);
+        }
+    }
 }
 
 }  // namespace
@@ -82,7 +132,7 @@ int DescriptorBuffer::sync() {
 
 Output::Output(const std::string& path)
     : m_Path(path),
-      m_Descriptor(m_Open(m_Path, m_Temporary)),
+      m_Descriptor(path.empty() ? STDOUT_FILENO : m_Open()),
       m_Buffer(m_Descriptor),
       m_Stream(&m_Buffer) {}
 
@@ -93,33 +143,59 @@ Output::~Output() {
     if (!m_Temporary.empty()) {
         unlink(m_Temporary.c_str());
     }
+    g_RemovedFile[0] = '\0';
 }
 
-int Output::m_Open(std::string& path, std::string& temporary) {
-    if (path.empty()) {
-        return STDOUT_FILENO;
-    }
+int Output::m_Open() {
     std::error_code error;
-    const fs::path target = fs::weakly_canonical(path, error);
+    const fs::path target = fs::weakly_canonical(m_Path, error);
     if (!error) {
-        path = target;
+        m_Path = target;
     }
-    int descriptor = -1;
-    if (fs::exists(path, error) && !fs::is_regular_file(path, error)) {
-        descriptor = open(path.c_str(), O_WRONLY | O_CLOEXEC);
-    } else {
-        temporary = path + ".XXXXXX";
-        descriptor = mkostemp(temporary.data(), O_CLOEXEC);
-        if (descriptor < 0) {
-            temporary.clear();
-        } else {
-            SetMode(descriptor, path);
+    if (fs::exists(m_Path, error) && !fs::is_regular_file(m_Path, error)) {
+        const int device = open(m_Path.c_str(), O_WRONLY | O_CLOEXEC);
+        if (device < 0) {
+            Throw(errno, m_Path);
         }
+        return device;
+    }
+    const fs::path folder = fs::absolute(m_Path, error).parent_path();
+    int descriptor = open(folder.c_str(), O_TMPFILE | O_WRONLY | O_CLOEXEC, 0600);
+    m_IsUnnamed = descriptor >= 0;
+    if (descriptor < 0) {
+        descriptor = m_OpenNamed();
     }
     if (descriptor < 0) {
-        Throw(errno, path);
+        Throw(errno, m_Path);
+    }
+    SetMode(descriptor, m_Path);
+    return descriptor;
+}
+
+int Output::m_OpenNamed() {
+    const SignalBlock block;
+    m_Temporary = m_Path + ".XXXXXX";
+    const int descriptor = mkostemp(m_Temporary.data(), O_CLOEXEC);
+    if (descriptor < 0) {
+        m_Temporary.clear();
+    } else {
+        RemoveOnSignal(m_Temporary);
     }
     return descriptor;
+}
+
+bool Output::m_Name() {
+    const std::string file = "/proc/self/fd/" + std::to_string(m_Descriptor);
+    for (int number = 0;; ++number) {
+        std::string name = m_Path + "." + std::to_string(getpid()) + "." + std::to_string(number);
+        if (linkat(AT_FDCWD, file.c_str(), AT_FDCWD, name.c_str(), AT_SYMLINK_FOLLOW) == 0) {
+            m_Temporary = std::move(name);
+            return true;
+        }
+        if (errno != EEXIST) {
+            return false;
+        }
+    }
 }
 
 void Output::Finish() {
@@ -129,6 +205,11 @@ void Output::Finish() {
     }
     if (m_Path.empty()) {
         return;
+    }
+    // Between the two names of the file, no signal ends the process.
+    const SignalBlock block;
+    if (m_IsUnnamed && !m_Name()) {
+        Throw(errno, m_Path);
     }
     const int descriptor = m_Descriptor;
     m_Descriptor = -1;

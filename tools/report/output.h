@@ -1,6 +1,8 @@
 #ifndef QUORVEL_TOOLS_REPORT_OUTPUT_H_
 #define QUORVEL_TOOLS_REPORT_OUTPUT_H_
 
+#include <unistd.h>
+
 #include <ostream>
 #include <streambuf>
 #include <string>
@@ -30,7 +32,8 @@ private:
 };
 
 // The report's destination: standard output, or a file that appears under its name only when it is
-// complete. One thread.
+// complete. Until then it has no name, or on a file system without unnamed files a temporary one,
+// which a signal that ends the process removes. One object at a time, one thread.
 class Output {
 public:
     // path: empty for standard output. A device or FIFO is written directly. Throws
@@ -48,11 +51,17 @@ public:
     void Finish();
 
 private:
-    static int m_Open(std::string& path, std::string& temporary);
+    // Opens a new file for m_Path. Throws std::system_error.
+    int m_Open();
+    // Opens a file with a temporary name. Returns -1 and sets errno on an error.
+    int m_OpenNamed();
+    // Gives an unnamed file a temporary name. Returns whether that succeeded.
+    bool m_Name();
 
     std::string m_Path;       // links resolved; empty for standard output
-    std::string m_Temporary;  // empty when the report is written directly
-    int m_Descriptor;
+    std::string m_Temporary;  // empty when the file has no temporary name
+    bool m_IsUnnamed = false;
+    int m_Descriptor = STDOUT_FILENO;
     DescriptorBuffer m_Buffer;
     std::ostream m_Stream;
 };

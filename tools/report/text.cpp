@@ -1,6 +1,7 @@
 // Text for people: each run with its failed items, their details and their conflicts.
 
 #include <algorithm>
+#include <cwchar>
 #include <ostream>
 #include <sstream>
 #include <string>
@@ -17,6 +18,26 @@ namespace {
 
 using Row = std::vector<std::string>;
 
+// Returns the number of terminal columns of the text.
+std::size_t WidthOf(const std::string& text) {
+    std::size_t width = 0;
+    std::mbstate_t state{};
+    for (std::size_t i = 0; i < text.size();) {
+        wchar_t character = 0;
+        const std::size_t size = std::mbrtowc(&character, &text[i], text.size() - i, &state);
+        if (size == 0 || size > text.size() - i) {
+            // Not UTF-8.
+            state = {};
+            ++width;
+            ++i;
+            continue;
+        }
+        width += static_cast<std::size_t>(std::max(wcwidth(character), 0));
+        i += size;
+    }
+    return width;
+}
+
 // Writes rows in columns that line up. Numbers are aligned to the right. The last column is not
 // padded.
 void WriteColumns(std::ostream& out, const std::string& indent, const std::vector<Row>& rows,
@@ -25,13 +46,13 @@ void WriteColumns(std::ostream& out, const std::string& indent, const std::vecto
     for (const Row& row : rows) {
         widths.resize(std::max(widths.size(), row.size()));
         for (std::size_t i = 0; i < row.size(); ++i) {
-            widths[i] = std::max(widths[i], row[i].size());
+            widths[i] = std::max(widths[i], WidthOf(row[i]));
         }
     }
     for (const Row& row : rows) {
         std::string line = indent;
         for (std::size_t i = 0; i < row.size(); ++i) {
-            const std::string padding(widths[i] - row[i].size(), ' ');
+            const std::string padding(widths[i] - WidthOf(row[i]), ' ');
             line += i < firstTextColumn ? padding + row[i] : row[i] + padding;
             line += i + 1 < row.size() ? "  " : "";
         }
@@ -78,8 +99,12 @@ Row DescribeLine(const QELConflictLine_s& line, const std::string& overlap) {
 }
 
 void WriteAnalysis(std::ostream& out, const Analysis& analysis) {
-    if (analysis.state != AnalysisState::kDone) {
+    if (analysis.state == AnalysisState::kRefused) {
         out << "     not analysed: " << analysis.reason << "\n";
+        return;
+    }
+    if (analysis.state == AnalysisState::kMalformed) {
+        out << "     warning: " << analysis.reason << ", so not analysed\n";
         return;
     }
     if (analysis.lines.empty()) {

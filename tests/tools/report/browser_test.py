@@ -170,4 +170,4 @@ if __name__ == "__main__":
     if browser.PROGRAM is None:
         print("browser_test.py: chromium is not installed", file=sys.stderr)
         sys.exit(77)
-    unittest.main(argv=sys.argv[:1])
+    unittest.main(argv=sys.argv[:1] + sys.argv[4:])

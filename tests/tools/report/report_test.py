@@ -12,9 +12,11 @@ import os
 import random
 import re
 import shutil
+import signal
 import subprocess
 import sys
 import tempfile
+import time
 import unittest
 from html.parser import HTMLParser
 from pathlib import Path
@@ -305,6 +307,67 @@ class OutputTest(ReportTest):
         self.assertEqual(result.returncode, 2)
         self.assertIn(b"No such file", result.stderr)
 
+    def test_returns_2_for_output_that_cannot_be_created(self):
+        for output, reason in (("", b"the name of the output is empty"), (self.folder, b"Is a directory"),
+                               (self.folder / "no/report", b"No such file"), ("/proc/report", b"/proc/report: ")):
+            result = report("--output", output, "samples/typical")
+            self.assertEqual((result.returncode, result.stdout), (2, b""))
+            self.assertIn(reason, result.stderr)
+
+    def test_keeps_messages_out_of_report(self):
+        output = self.folder / "report"
+        for redirection in ("2>&-", "<&- >&- 2>&-"):
+            command = f'exec "$@" {redirection}'
+            result = subprocess.run(["sh", "-c", command, "sh", PROGRAM, "--format=json", "--output", output,
+                                     "samples/damaged"], cwd=ROOT, check=False)
+            self.assertEqual(result.returncode, 2)
+            json.loads(output.read_bytes())
+
+    def interrupt_report(self, number, folder):
+        """Sends a signal to a report that writes to a file in the folder."""
+        process = subprocess.Popen([PROGRAM, "--format=html", "--output", folder / "report",
+                                    *["samples/typical"] * 1500], cwd=ROOT, stderr=subprocess.DEVNULL)
+        links = Path(f"/proc/{process.pid}/fd")
+        is_open = False
+        while not is_open:
+            self.assertIsNone(process.poll())
+            try:
+                is_open = any(os.readlink(link).startswith(f"{folder}/") for link in links.iterdir())
+            except OSError:
+                pass  # closed meanwhile
+        process.send_signal(number)
+        self.assertEqual(process.wait(10), -number)
+
+    def test_leaves_no_file_when_killed(self):
+        for number in (signal.SIGINT, signal.SIGTERM, signal.SIGHUP, signal.SIGKILL):
+            with self.subTest(number):
+                self.interrupt_report(number, self.folder)
+                self.assertEqual(os.listdir(self.folder), [])
+
+    def test_leaves_no_file_on_stick_when_killed(self):
+        image, stick = self.folder / "image", self.folder / "stick"
+        image.write_bytes(bytes(2 << 20))
+        stick.mkdir()
+        # A file system without unnamed files.
+        mount = f"/sbin/mkfs.ntfs -F -Q '{image}' && /sbin/mount.ntfs-3g '{image}' '{stick}'"
+        if os.getuid() != 0 or subprocess.run(mount, shell=True, stdout=subprocess.DEVNULL,
+                                              stderr=subprocess.DEVNULL, check=False).returncode != 0:
+            self.skipTest("cannot mount an image")
+        self.addCleanup(subprocess.run, ["umount", stick], check=True)
+        for number in (signal.SIGINT, signal.SIGTERM, signal.SIGHUP):
+            with self.subTest(number):
+                self.interrupt_report(number, stick)
+                self.assertEqual(os.listdir(stick), [])
+        self.assertEqual(report("--output", stick / "report", "samples/typical").returncode, 1)
+        self.assertEqual(os.listdir(stick), ["report"])
+
+    def test_follows_order_of_paths(self):
+        paths = [str(self.write_run(name, make_item(name))) for name in "abc"]
+        for order in ([2, 0, 1], [1, 1, 0]):
+            for jobs in (1, 2):
+                runs = report_json(f"--jobs={jobs}", *[paths[i] for i in order])
+                self.assertEqual([run["path"] for run in runs], [paths[i] for i in order])
+
     def test_keeps_order_with_jobs(self):
         for number in range(9):
             self.write_run(f"run{number}", *[make_item(f"{number}-{i}", thread=str(i))
@@ -316,6 +379,34 @@ class OutputTest(ReportTest):
                 self.assertEqual(result.stdout, alone.stdout)
                 self.assertEqual(result.stderr, alone.stderr)
                 self.assertEqual(result.returncode, alone.returncode)
+
+
+class ProgressTest(ReportTest):
+    def run_on_terminal(self, seconds):
+        """Returns standard error of a report whose output is read after some seconds."""
+        for number in range(3):
+            self.write_run(f"run{number}", *[make_item("x" * 99, thread=str(i)) for i in range(60)])
+        leader, terminal = os.openpty()
+        with subprocess.Popen([PROGRAM, self.folder], stdout=subprocess.PIPE, stderr=terminal) as process:
+            time.sleep(seconds)
+            process.stdout.read()
+        os.close(terminal)
+        text = b""
+        try:
+            while piece := os.read(leader, 4096):
+                text += piece
+        except OSError:
+            pass
+        os.close(leader)
+        return text.decode()
+
+    def test_shows_progress_after_one_second(self):
+        text = self.run_on_terminal(1.1)
+        self.assertRegex(text, r"\r\[#+ *\] \d of 3 runs")
+        self.assertTrue(text.endswith("\r\033[K"))
+
+    def test_shows_no_progress_before(self):
+        self.assertEqual(self.run_on_terminal(0), "")
 
 
 class TextTest(ReportTest):
@@ -339,6 +430,22 @@ class TextTest(ReportTest):
         text = report(self.write_run("run", make_item("a\u009bb\nc"))).stdout.decode()
         self.assertIn("a?b?c(11,22)", text)
 
+    def test_aligns_wide_characters(self):
+        self.write_run("a", make_item("1", type="日本語"), make_item("2", type="app"))
+        self.write_run("b", make_item("3", type="größe"))
+        table = report(self.folder).stdout.decode().split("most frequent first\n")[1].splitlines()
+        rows = {line[-1]: line for line in table[1:]}
+        self.assertIn("  app     11,22  2", rows["2"])
+        self.assertIn("  日本語  11,22  1", rows["1"])
+        self.assertIn("  größe   11,22  3", rows["3"])
+
+    def test_warns_of_malformed_code_and_missing_times(self):
+        folder = self.write_run("run", make_item("code", opcode="xy"), make_item("start", start="", opcode="11"))
+        text = report(folder).stdout.decode()
+        self.assertIn("warning: a code is not a hexadecimal number, so not analysed\n", text)
+        folder = self.write_run("other", make_item("start", start=""))
+        self.assertIn("warning: a time, a thread or a code is missing", report(folder).stdout.decode())
+
     def test_writes_overlap(self):
         folder = self.write_run("run", make_item("own", start="1000", duration="500"),
                                 make_item("other", thread="2", start="1400", duration="900",
@@ -358,6 +465,36 @@ class CsvTest(ReportTest):
         self.assertEqual(rows[0]["detailed"], "x;y")
         self.assertEqual(rows[0]["conflicts"], "0")
         self.assertEqual(rows[0]["sn"], "SN1")
+
+
+# The colours that the format reserves.
+COLOURS = {"good", "bad", "terrible", "black", "grey", "white", "yellow", "olive", "thread_state_running"}
+
+
+def parse_trace(text):
+    """Reads Trace Event JSON after the rules of its format. Returns the processes and the slices."""
+    trace = json.loads(text, parse_constant=lambda name: 1 / 0)
+    assert set(trace) <= {"traceEvents", "displayTimeUnit", "otherData", "systemTraceEvents", "samples"}
+    assert trace.get("displayTimeUnit", "ms") in ("ms", "ns")
+    processes, threads, slices = {}, {}, []
+    for event in trace["traceEvents"]:
+        assert isinstance(event["name"], str) and isinstance(event.get("args", {}), dict)
+        place = event["pid"], event["tid"]
+        assert all(type(number) is int and 0 <= number < 2**32 for number in place)
+        if event["ph"] == "M":
+            names = {"process_name": processes, "thread_name": threads}[event["name"]]
+            key = event["pid"] if event["name"] == "process_name" else place
+            assert key not in names and isinstance(event["args"]["name"], str)
+            names[key] = event["args"]["name"]
+        else:
+            assert event["ph"] == "X" and isinstance(event["cat"], str)
+            assert event.get("cname", "good") in COLOURS
+            # A double holds whole microseconds up to 2**53.
+            assert all(type(event[key]) is int and abs(event[key]) < 2**53 for key in ("ts", "dur"))
+            assert event["dur"] >= 0
+            assert all(isinstance(value, str) for value in event["args"].values())
+            slices.append((processes[event["pid"]], threads[place], event))
+    return processes, slices
 
 
 class TraceTest(ReportTest):
@@ -380,12 +517,11 @@ class TraceTest(ReportTest):
         self.assertEqual(items["A"]["args"]["threadID"], "7")
 
     def test_follows_event_format(self):
-        for event in self.events("samples/typical", "samples/damaged", "samples/no-failures"):
-            self.assertIn(event["ph"], "MX")
-            self.assertIsInstance(event["name"], str)
-            for key in ("pid", "tid") + (("ts", "dur") if event["ph"] == "X" else ()):
-                self.assertIsInstance(event[key], int)
-            self.assertIsInstance(event["args"], dict)
+        for arguments in (["samples/typical", "samples/damaged", "samples/no-failures"], ["samples/network-failure"],
+                          [self.write_run("run", make_item("A", thread="-1", start="-2147483648"))], ["/dev/null"]):
+            text = report("--format=trace", *arguments).stdout.decode()
+            processes, slices = parse_trace(text)
+            self.assertEqual(len(processes), len(arguments) if slices else 0)
 
     def test_uses_time_unit(self):
         folder = self.write_run("run", make_item("A"))
@@ -521,4 +657,4 @@ class HtmlTest(ReportTest):
 
 
 if __name__ == "__main__":
-    unittest.main(argv=sys.argv[:1])
+    unittest.main(argv=sys.argv[:1] + sys.argv[4:])
