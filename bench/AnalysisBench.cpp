@@ -41,11 +41,13 @@ void LogLinesWithItems(benchmark::State& state) {
     const char* const file = "QELAnalysisData.cpp";
     for (auto _ : state) {
         for (int i = 0; i < state.range(0); ++i) {
-            __dlog_print(LOG_ID_MAIN, DLOG_INFO, "QEL", format, file, "GetCodeFromAll", 1, i, "11");
-            __dlog_print(LOG_ID_MAIN, DLOG_INFO, "QEL", codeFormat, file, "GetCodeFromAll", 1, i,
+            __dlog_print(LOG_ID_MAIN, DLOG_INFO, "QEL", format, file, "GetCodeFromAll", 117, i,
+                         "11");
+            __dlog_print(LOG_ID_MAIN, DLOG_INFO, "QEL", codeFormat, file, "GetCodeFromAll", 122, i,
                          0x11);
-            __dlog_print(LOG_ID_MAIN, DLOG_INFO, "QEL", format, file, "GetCodeFromAll", 1, i, "2A");
-            __dlog_print(LOG_ID_MAIN, DLOG_INFO, "QEL", codeFormat, file, "GetCodeFromAll", 1, i,
+            __dlog_print(LOG_ID_MAIN, DLOG_INFO, "QEL", format, file, "GetCodeFromAll", 117, i,
+                         "2A");
+            __dlog_print(LOG_ID_MAIN, DLOG_INFO, "QEL", codeFormat, file, "GetCodeFromAll", 122, i,
                          0x2A);
         }
     }

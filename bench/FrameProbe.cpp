@@ -1,0 +1,160 @@
+// A library that a program with one window of the toolkit loads first (LD_PRELOAD). It measures the
+// frames of the window, prints one line and ends the program. QUORVEL_BENCH_PROBE selects the
+// measure:
+//   frame   CPU seconds of the process until its first frame (default)
+//   memory  peak resident memory in MiB, one second after the first frame
+//   key     CPU seconds from a key press to the next frame: the median of several Down keys
+//   text    the same for an Up key to the first row, after the analysis of that row
+// Main-loop thread.
+
+#include <Ecore_Evas.h>
+#include <Elementary.h>
+#include <dlfcn.h>
+#include <sys/resource.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <ctime>
+#include <string>
+#include <vector>
+
+namespace {
+
+constexpr double kTick = 0.1;            // seconds between two steps
+constexpr int kTicksBeforeFirstKey = 5;  // the first frame starts transitions
+constexpr int kTicksForAnalysis = 40;
+constexpr int kTicksForFrame = 30;  // without a frame, nothing can be measured
+constexpr std::size_t kSamples = 9;
+
+struct Step {
+    const char* key;
+    int ticksAfter;
+    bool isMeasured;
+};
+
+double CpuSeconds() {
+    timespec time{};
+    clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &time);
+    return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) * 1e-9;
+}
+
+double PeakMebibytes() {
+    rusage usage{};
+    getrusage(RUSAGE_SELF, &usage);
+    return static_cast<double>(usage.ru_maxrss) / 1024;
+}
+
+// Skips the shutdown, which would write more lines.
+[[noreturn]] void Finish(double result) {
+    std::printf("%.6f\n", result);
+    std::fflush(stdout);
+    _exit(EXIT_SUCCESS);
+}
+
+std::string Measure() {
+    const char* measure = std::getenv("QUORVEL_BENCH_PROBE");
+    return measure == nullptr ? "frame" : measure;
+}
+
+std::vector<Step> StepsOf(const std::string& measure) {
+    std::vector<Step> steps;
+    if (measure == "key") {
+        steps.assign(kSamples, {"Down", 1, true});
+    } else {
+        // OK starts the analysis. The second OK closes the popup.
+        steps = {{"Return", kTicksForAnalysis, false}, {"Return", kTicksBeforeFirstKey, false}};
+        for (std::size_t i = 0; i < kSamples; ++i) {
+            steps.push_back({"Down", 2, false});
+            steps.push_back({"Up", 2, true});
+        }
+    }
+    return steps;
+}
+
+class Probe {
+public:
+    explicit Probe(Evas_Object* window)
+        : m_Canvas(evas_object_evas_get(window)),
+          m_Measure(Measure()),
+          m_Steps(StepsOf(m_Measure)) {
+        evas_event_callback_add(m_Canvas, EVAS_CALLBACK_RENDER_POST, OnFrame, this);
+    }
+
+private:
+    static void OnFrame(void* data, Evas*, void*) { static_cast<Probe*>(data)->m_OnFrame(); }
+    static Eina_Bool OnTick(void* data) {
+        static_cast<Probe*>(data)->m_OnTick();
+        return ECORE_CALLBACK_RENEW;
+    }
+    static Eina_Bool OnMemory(void*) { Finish(PeakMebibytes()); }
+
+    void m_OnFrame() {
+        if (!m_HasFrame && m_Measure == "frame") {
+            Finish(CpuSeconds());
+        }
+        if (!m_HasFrame) {
+            ecore_timer_add(m_Measure == "memory" ? 1 : kTick,
+                            m_Measure == "memory" ? OnMemory : OnTick, this);
+        }
+        m_HasFrame = true;
+        if (m_IsPressed) {
+            m_Samples.push_back(CpuSeconds() - m_Start);
+            m_IsPressed = false;
+        }
+    }
+
+    void m_OnTick() {
+        if (m_Wait-- > 0) {
+            return;
+        }
+        if (m_IsPressed && m_Wait > -kTicksForFrame) {
+            return;
+        }
+        if (m_IsPressed) {
+            std::fputs("no frame after a key\n", stderr);
+            _exit(EXIT_FAILURE);
+        }
+        if (m_Next == m_Steps.size()) {
+            std::sort(m_Samples.begin(), m_Samples.end());
+            Finish(m_Samples[m_Samples.size() / 2]);
+        }
+        m_Press(m_Steps[m_Next++]);
+    }
+
+    void m_Press(const Step& step) {
+        if (m_Next == 1) {
+            // A canvas in memory takes keys only after its focus has changed.
+            Ecore_Evas* window = ecore_evas_ecore_evas_get(m_Canvas);
+            ecore_evas_focus_set(window, EINA_FALSE);
+            ecore_evas_focus_set(window, EINA_TRUE);
+        }
+        m_Wait = step.ticksAfter;
+        m_IsPressed = step.isMeasured;
+        m_Start = CpuSeconds();
+        evas_event_feed_key_down(m_Canvas, step.key, step.key, nullptr, nullptr, 0, nullptr);
+        evas_event_feed_key_up(m_Canvas, step.key, step.key, nullptr, nullptr, 0, nullptr);
+    }
+
+    Evas* m_Canvas;
+    std::string m_Measure;
+    std::vector<Step> m_Steps;
+    std::size_t m_Next = 0;
+    int m_Wait = kTicksBeforeFirstKey;
+    bool m_HasFrame = false;
+    bool m_IsPressed = false;  // whether a measured key waits for its frame
+    double m_Start = 0;
+    std::vector<double> m_Samples;
+};
+
+}  // namespace
+
+// Called in place of the toolkit's function.
+extern "C" EAPI Evas_Object* elm_win_util_standard_add(const char* name, const char* title) {
+    const auto create = reinterpret_cast<Evas_Object* (*)(const char*, const char*)>(
+        dlsym(RTLD_NEXT, "elm_win_util_standard_add"));
+    Evas_Object* window = create(name, title);
+    static Probe probe(window);
+    return window;
+}
