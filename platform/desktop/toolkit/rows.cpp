@@ -91,8 +91,9 @@ char* Rows::m_TextOf(void* data, Evas_Object* list, const char* part) {
     return strdup(literal.c_str());
 }
 
-void ShowAnalysed(void* row) {
-    elm_object_item_signal_emit(static_cast<Elm_Object_Item*>(row), "quorvel,row,analysed",
+void ShowMark(void* row, bool isAnalysed) {
+    elm_object_item_signal_emit(static_cast<Elm_Object_Item*>(row),
+                                isAnalysed ? "quorvel,row,analysed" : "quorvel,row,plain",
                                 "quorvel");
 }
 
@@ -102,15 +103,13 @@ void Rows::m_OnPressed(void* data, Evas_Object*, void* row) {
     auto* self = static_cast<Rows*>(data);
     if (ShownPopup(self->m_Window) != nullptr) {
         self->m_Analysed.insert(row);
-        ShowAnalysed(row);
+        ShowMark(row, true);
     }
 }
 
-// A row that scrolls into view is created again without its mark.
+// A row that scrolls into view gets the drawing of another row, with the mark of that row.
 void Rows::m_OnRealized(void* data, Evas_Object*, void* row) {
-    if (static_cast<Rows*>(data)->m_Analysed.count(row) > 0) {
-        ShowAnalysed(row);
-    }
+    ShowMark(row, static_cast<Rows*>(data)->m_Analysed.count(row) > 0);
 }
 
 void Rows::m_OnDeleted(void* data, Evas*, Evas_Object*, void*) {

@@ -69,6 +69,23 @@ TEST(RowsTest, KeepsMarkOfRowThatScrollsAway) {
     EXPECT_EQ(MarkOf(stage, 1), "default");
 }
 
+TEST(RowsTest, ShowsNoMarkOnOtherRowsAfterScrolling) {
+    StagePlan plan;
+    plan.canAnalyse = true;
+    plan.rows = 200;
+    Stage stage(plan);
+    stage.Press("Return");
+    evas_object_hide(stage.popup);
+    for (int last = 20; last < plan.rows; last += 10) {
+        elm_genlist_item_show(stage.Row(last), ELM_GENLIST_ITEM_SCROLLTO_IN);
+        ASSERT_TRUE(Screen::PumpUntil([&] { return stage.RowView(last) != nullptr; }));
+        Screen::ProcessEvents(stage.window);
+        for (int row = last - 5; row <= last; ++row) {
+            ASSERT_EQ(MarkOf(stage, row), "default") << row;
+        }
+    }
+}
+
 // Returns whether a part of the row is inside the list.
 bool IsInSight(const Stage& stage, int row) {
     const Area list = Screen::AreaOf(stage.list);
