@@ -27,16 +27,6 @@ int Brightness(const Colour& colour) {
     return (2 * colour.red + 7 * colour.green + colour.blue) / 10;
 }
 
-Area PartOf(const Evas_Object* widget, const char* part) {
-    const Evas_Object* panel = elm_layout_edje_get(widget);
-    const Area outside = Screen::AreaOf(panel);
-    Area area{};
-    edje_object_part_geometry_get(panel, part, &area.x, &area.y, &area.width, &area.height);
-    area.x += outside.x;
-    area.y += outside.y;
-    return area;
-}
-
 class ThemeStyleTest : public testing::TestWithParam<const char*> {};
 
 TEST_P(ThemeStyleTest, IsInTheme) {
@@ -194,10 +184,10 @@ TEST(ThemeTest, HidesPopupImmediately) {
 TEST(ThemeTest, TurnsLoaderWhileWorkerRuns) {
     Stage stage;
     stage.ShowPopup(true);
-    const Area loader = Screen::AreaOf(stage.loader);
+    const Area loader = Stage::PartOf(stage.loader, "loader");
     const auto isDot = [](const Colour& colour) { return Brightness(colour) > 200; };
     const auto rightHalf = [&] {
-        const Area half{loader.x + loader.width - 54, loader.y, 54, loader.height};
+        const Area half{loader.x + loader.width / 2, loader.y, loader.width / 2, loader.height};
         return Screen::Render(stage.window).Count(half, isDot);
     };
     const int first = rightHalf();
@@ -212,7 +202,7 @@ TEST(ThemeTest, ShowsScrollbarForLongText) {
     EXPECT_EQ(StateOf(stage.scroller, "track"), "default");
     stage.ShowResult(60);
     EXPECT_EQ(StateOf(stage.scroller, "track"), "shown");
-    const Area track = PartOf(stage.scroller, "track");
+    const Area track = Stage::PartOf(stage.scroller, "track");
     EXPECT_TRUE(Screen::AreaOf(stage.scroller).Holds(track));
 }
 
