@@ -9,7 +9,7 @@ root=$(cd -- "$(dirname -- "$0")/../.." && pwd)
 . "$root/script/lib/desktop.sh"
 
 # The theme's colour of the outline around the focused widget.
-FOCUS='#7AC1FF'
+FOCUS='#C8E7FF'
 # Parts of the screen: the rows of the list, the detail panel, and the row of the button, into which the
 # popup's OK button reaches.
 LIST=640x945+0+135
@@ -75,8 +75,8 @@ outlined() {
     outlined_width=${2%%x*}
     outlined_height=${2#*x}
     outlined_height=${outlined_height%%+*}
-    for place in "row LIST 600 90" "panel PANEL 1282 543" "button BUTTONS 456 88" \
-        "ok BUTTONS 596 88"; do
+    for place in "row LIST 560 86" "panel PANEL 1228 540" "button BUTTONS 460 88" \
+        "ok BUTTONS 600 88"; do
         # shellcheck disable=SC2086 # a list of words
         set -- "$1" $place
         if [ "$1" = "$3" ] && near "$outlined_width" "$4" && near "$outlined_height" "$5"; then

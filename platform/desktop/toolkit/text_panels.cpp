@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -13,77 +14,79 @@ namespace quorvel::desktop {
 
 namespace {
 
-// In percent of the application's text size.
-constexpr int kLargest = 250;
-constexpr int kSmallest = 50;
-// Shorter texts get the text size of a text with this many lines.
-constexpr int kFewestLines = 10;
-// In units of the toolkit's scale. The toolkit adds this width to the text before the tab, so
-// columns do not align.
-constexpr double kTabWidth = 80;
-// In bytes of markup. An information panel shows less at any text size, and a layout takes a second
-// for each megabyte.
+// In units of the toolkit's scale.
+constexpr int kTabWidth = 30;
+// The size of the text in both information panels: 24 pixels on a 1920x1080 screen. The application
+// sets another size for each number of lines.
+constexpr char kInfoFontSize[] = "12";
+// The lines that an information panel has room for: a run has at most this number of values in a
+// panel.
+constexpr int kInfoLines = 11;
+constexpr char kNormalLines[] = "linegap=0";
+// Removes the space for the descenders, which then reach into the next line. The toolkit removes no
+// more than this space.
+constexpr char kDenseLines[] = "linegap=-1000";
+// In bytes of markup. A layout takes a second for each megabyte.
 constexpr std::size_t kMaxInfoMarkup = 32768;
 
-// Heights of a text in pixels.
-struct Lines {
-    // The height available to the text.
-    int room = 0;
-    // The highest line.
-    int lineHeight = 0;
-    // All lines without empty lines after the text. If the text is higher than the room, only the
-    // lines up to the first line outside the room.
+// Sets a property of all text of the panel. It replaces the property of the last call.
+void SetStyle(Evas_Object* panel, const std::string& property) {
+    edje_object_part_text_style_user_pop(panel, "shown");
+    edje_object_part_text_style_user_push(panel, "shown", ("DEFAULT='" + property + "'").c_str());
+}
+
+struct Line {
+    int y = 0;
     int height = 0;
 };
 
-// Measures the text at the size of the last SetTextSize.
-Lines Measure(Evas_Object* panel) {
-    const Evas_Object* text = edje_object_part_object_get(panel, "shown");
-    Lines lines;
-    edje_object_part_geometry_get(panel, "shown", nullptr, nullptr, nullptr, &lines.room);
-    int y = 0;
-    int width = 0;
-    int height = 0;
-    for (int i = 0;
-         evas_object_textblock_line_number_geometry_get(text, i, nullptr, &y, &width, &height);
-         ++i) {
-        lines.lineHeight = std::max(lines.lineHeight, height);
-        if (width > 0) {
-            lines.height = y + height;
-        }
-        // Each call counts the lines from the first line, so stop early.
-        if (lines.height > lines.room) {
-            break;
+// Returns a line of the panel's text; no value if the text has fewer lines.
+std::optional<Line> LineOf(Evas_Object* panel, int number) {
+    Line line;
+    const Eina_Bool exists = evas_object_textblock_line_number_geometry_get(
+        edje_object_part_object_get(panel, "shown"), number, nullptr, &line.y, nullptr,
+        &line.height);
+    return exists == EINA_FALSE ? std::nullopt : std::optional(line);
+}
+
+// Each call of LineOf counts the lines from the first line, so the loop ends at the first line
+// outside the height.
+bool IsHigherThan(Evas_Object* panel, int height) {
+    const int top = LineOf(panel, 0).value_or(Line()).y;
+    for (int number = 0; const auto line = LineOf(panel, number); ++number) {
+        if (line->y - top + line->height > height) {
+            return true;
         }
     }
-    return lines;
+    return false;
 }
 
-void SetTextSize(Evas_Object* panel, int percent) {
-    edje_object_scale_set(panel, elm_config_scale_get() * percent / 100);
-    edje_object_calc_force(panel);
+bool IsAtRightEdge(const Evas_Object* label) {
+    int x = 0;
+    int width = 0;
+    int screenWidth = 0;
+    evas_object_geometry_get(label, &x, nullptr, &width, nullptr);
+    evas_output_size_get(evas_object_evas_get(label), &screenWidth, nullptr);
+    return x + width >= screenWidth;
 }
 
-bool Fits(Evas_Object* panel) {
-    const Lines lines = Measure(panel);
-    return lines.height <= lines.room && lines.lineHeight <= lines.room / kFewestLines;
-}
-
-// Sets the largest text size that fits, or the smallest size if no size fits. Binary search.
+// Gives both information panels the same distance between lines. A text that is higher than the
+// panel slides.
 void Fit(Evas_Object* label) {
     Evas_Object* panel = elm_layout_edje_get(label);
-    int fitting = kSmallest;
-    int tooLarge = kLargest + 1;
-    while (tooLarge - fitting > 1) {
-        const int percent = (fitting + tooLarge) / 2;
-        SetTextSize(panel, percent);
-        if (Fits(panel)) {
-            fitting = percent;
-        } else {
-            tooLarge = percent;
-        }
+    int room = 0;
+    evas_object_geometry_get(label, nullptr, nullptr, nullptr, &room);
+    if (IsAtRightEdge(label)) {
+        edje_object_signal_emit(panel, "quorvel,text,edge", "quorvel");
+        edje_object_message_signal_process(panel);
     }
-    SetTextSize(panel, fitting);
+    SetStyle(panel, kNormalLines);
+    edje_object_calc_force(panel);
+    const bool isDense = LineOf(panel, 0).value_or(Line()).height * kInfoLines > room;
+    SetStyle(panel, isDense ? kDenseLines : kNormalLines);
+    edje_object_calc_force(panel);
+    const bool slides = IsHigherThan(panel, room);
+    edje_object_signal_emit(panel, slides ? "quorvel,text,long" : "quorvel,text,short", "quorvel");
 }
 
 void OnResized(void*, Evas*, Evas_Object* label, void*) {
@@ -92,10 +95,7 @@ void OnResized(void*, Evas*, Evas_Object* label, void*) {
 
 // The toolkit does not scale the width of a tab.
 void SetTabWidth(Evas_Object* panel) {
-    const std::string style =
-        "DEFAULT='tabstops=" + std::to_string(std::lround(kTabWidth * elm_config_scale_get())) +
-        "'";
-    edje_object_part_text_style_user_push(panel, "shown", style.c_str());
+    SetStyle(panel, "tabstops=" + std::to_string(std::lround(kTabWidth * elm_config_scale_get())));
 }
 
 void OnShown(void* data, Evas*, Evas_Object*, void*) {
@@ -124,25 +124,47 @@ bool IsInsideCharacter(char byte) {
     return (static_cast<unsigned char>(byte) & 0xC0U) == 0x80U;
 }
 
-// Removes the end of a text that is too long for an information panel.
-void ShortenMarkup(Evas_Object* label) {
-    const char* text = elm_object_text_get(label);
-    const std::string_view whole = text == nullptr ? "" : text;
-    if (whole.size() <= kMaxInfoMarkup) {
-        return;
+// Returns the beginning of a text that is too long for an information panel.
+std::string_view Shortened(std::string_view markup) {
+    if (markup.size() <= kMaxInfoMarkup) {
+        return markup;
     }
     std::size_t size = kMaxInfoMarkup;
-    while (size > 0 && IsInsideCharacter(whole[size])) {
+    while (size > 0 && IsInsideCharacter(markup[size])) {
         --size;
     }
-    std::string_view kept = whole.substr(0, size);
+    std::string_view kept = markup.substr(0, size);
     TrimIncomplete(kept, '<', '>');
     TrimIncomplete(kept, '&', ';');
-    elm_object_text_set(label, std::string(kept).c_str());
+    return kept;
+}
+
+// Returns the text without the line break after the last line.
+std::string_view WithoutLastBreak(std::string_view markup) {
+    constexpr std::string_view kLineBreak = "<br/>";
+    const std::size_t end = std::max(markup.size(), kLineBreak.size()) - kLineBreak.size();
+    return markup.substr(end) == kLineBreak ? markup.substr(0, end) : markup;
+}
+
+// Replaces the size that the application sets at the beginning of the text.
+void SetFontSize(std::string& markup) {
+    constexpr std::string_view kTag = "font_size=";
+    const std::size_t tag = markup.find(kTag);
+    if (tag != std::string::npos) {
+        const std::size_t size = tag + kTag.size();
+        markup.replace(size, markup.find_first_of(" >", size) - size, kInfoFontSize);
+    }
+}
+
+void SetInfoText(Evas_Object* label) {
+    const char* text = elm_object_text_get(label);
+    std::string markup(WithoutLastBreak(Shortened(text == nullptr ? "" : text)));
+    SetFontSize(markup);
+    elm_object_text_set(label, markup.c_str());
 }
 
 void SetUpInfoPanel(Evas_Object* label) {
-    ShortenMarkup(label);
+    SetInfoText(label);
     elm_layout_signal_emit(label, "quorvel,text,cell", "quorvel");
     // Process the signal before the layout reads the height of the text.
     edje_object_message_signal_process(elm_layout_edje_get(label));

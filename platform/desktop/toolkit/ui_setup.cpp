@@ -4,6 +4,7 @@
 
 #include <cstdlib>
 
+#include "toolkit/button.h"
 #include "toolkit/focus.h"
 #include "toolkit/input.h"
 #include "toolkit/rows.h"
@@ -55,6 +56,7 @@ void FinishUi() {
         WatchFocus(window);
         SetUpRows(window);
         SetUpTextPanels(window);
+        PlaceButton(window);
     }
 }
 
