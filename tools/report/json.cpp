@@ -2,6 +2,7 @@
 
 #include <ostream>
 #include <string>
+#include <vector>
 
 #include "report/format.h"
 #include "report/json_text.h"
@@ -29,51 +30,80 @@ OrderedJson DescribeSection(const SectionValues& values) {
     return json;
 }
 
-OrderedJson DescribeLine(const QELConflictLine_s& line) {
-    return {{"start", line.window.start},
-            {"end", line.window.end},
-            {"name", line.name},
-            {"thread", line.thread}};
-}
+// The failed items of one run. Conflicts are written as text: an item of a large run is a conflict
+// of many others.
+class FailedItems {
+public:
+    FailedItems(std::ostream& out, LoadedRun& run)
+        : m_Out(out), m_Run(run), m_Ends(run.Store().GetNumOfResultAll()) {}
 
-OrderedJson DescribeAnalysis(const Analysis& analysis) {
-    switch (analysis.state) {
-        case AnalysisState::kRefused:
-            return {{"state", "refused"}, {"reason", analysis.reason}};
-        case AnalysisState::kMalformed:
-            return {{"state", "malformed"}, {"reason", analysis.reason}};
-        case AnalysisState::kDone:
-            break;
-    }
-    OrderedJson json = {{"state", "done"}};
-    OrderedJson conflicts = OrderedJson::array();
-    for (const QELConflictLine_s& line : analysis.lines) {
-        if (&line == &analysis.lines.front()) {
-            json["own"] = DescribeLine(line);
-        } else {
-            conflicts.push_back(DescribeLine(line));
+    void Write() {
+        m_Out << "\"failed\":[";
+        for (unsigned int id = 0; id < m_Run.Store().GetNumOfResult(); ++id) {
+            m_Out << (id == 0 ? "" : ",");
+            m_WriteItem(id);
         }
+        m_Out << "]";
     }
-    json["conflicts"] = std::move(conflicts);
-    return json;
-}
 
-OrderedJson DescribeItem(LoadedRun& run, unsigned int id) {
-    OrderedJson json = {{"index", id}};
-    const ResultItem& item = run.Store().GetFailedItems()[id];
-    for (const char* key : {"type", "name", "opcode", "msgcode"}) {
-        if (item.count(key) != 0) {
-            json[key] = ValueOf(item, key);
+private:
+    void m_WriteItem(unsigned int id) {
+        OrderedJson json = {{"index", id}};
+        const ResultItem& item = m_Run.Store().GetFailedItems()[id];
+        for (const char* key : {"type", "name", "opcode", "msgcode"}) {
+            if (item.count(key) != 0) {
+                json[key] = ValueOf(item, key);
+            }
         }
+        for (const auto& [key, value] : item) {
+            // The value of "detailed" as the screen shows it.
+            json[key] = key == "detailed" ? m_Run.Store().GetResult(id, key) : value;
+        }
+        std::string text = Dump(json);
+        text.pop_back();
+        m_Out << text << ",\"analysis\":";
+        m_WriteAnalysis(m_Run.Analyse(id));
+        m_Out << "}";
     }
-    for (const auto& field : item) {
-        // The value of "detailed" as the screen shows it.
-        json[field.first] =
-            field.first == "detailed" ? run.Store().GetResult(id, "detailed") : field.second;
+
+    void m_WriteAnalysis(const Analysis& analysis) {
+        if (analysis.state != AnalysisState::kDone) {
+            const bool isRefused = analysis.state == AnalysisState::kRefused;
+            m_Out << Dump(
+                {{"state", isRefused ? "refused" : "malformed"}, {"reason", analysis.reason}});
+            return;
+        }
+        m_Out << R"({"state":"done")";
+        if (!analysis.lines.empty()) {
+            const QELConflictLine_s& own = analysis.lines.front();
+            m_Out << ",\"own\":";
+            m_WriteLine(own, ComposeEnd(own));
+        }
+        m_Out << ",\"conflicts\":[";
+        for (std::size_t i = 1; i < analysis.lines.size(); ++i) {
+            const QELConflictLine_s& line = analysis.lines[i];
+            std::string& end = m_Ends[line.item];
+            if (end.empty()) {
+                end = ComposeEnd(line);
+            }
+            m_Out << (i == 1 ? "" : ",");
+            m_WriteLine(line, end);
+        }
+        m_Out << "]}";
     }
-    json["analysis"] = DescribeAnalysis(run.Analyse(id));
-    return json;
-}
+
+    void m_WriteLine(const QELConflictLine_s& line, const std::string& end) {
+        m_Out << "{\"start\":" << line.window.start << ",\"end\":" << line.window.end << end;
+    }
+
+    static std::string ComposeEnd(const QELConflictLine_s& line) {
+        return Dump({{"name", line.name}, {"thread", line.thread}}).replace(0, 1, ",");
+    }
+
+    std::ostream& m_Out;
+    LoadedRun& m_Run;
+    std::vector<std::string> m_Ends;  // of the lines of all items; empty until they are needed
+};
 
 class JsonFormat : public Format {
 public:
@@ -95,11 +125,9 @@ public:
         // Written item by item: a large run has no second copy in memory.
         std::string text = Dump(head);
         text.back() = ',';
-        out << text << "\"failed\":[";
-        for (unsigned int id = 0; id < store.GetNumOfResult(); ++id) {
-            out << (id == 0 ? "" : ",") << Dump(DescribeItem(run, id));
-        }
-        out << "]}\n";
+        out << text;
+        FailedItems(out, run).Write();
+        out << "}\n";
     }
 };
 

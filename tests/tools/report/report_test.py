@@ -409,6 +409,35 @@ class ProgressTest(ReportTest):
         self.assertEqual(self.run_on_terminal(0), "")
 
 
+class ScaleTest(ReportTest):
+    def write_large_run(self, name, count):
+        """Every tenth item failed, and each overlaps about seven others."""
+        items = "".join(
+            f"<test><type>app</type><name>{i}</name><opcode>11</opcode><msgcode>22</msgcode><duration>700</duration>"
+            f"<result>{'pass' if i % 10 else 'fail'}</result><timeAckAbsolute>{i * 100}</timeAckAbsolute>"
+            f"<threadID>{i % 8}</threadID></test>" for i in range(count))
+        folder = self.folder / name
+        folder.mkdir()
+        (folder / "qelXml.xml").write_text(f"<R><FAnetTest>{items}</FAnetTest></R>", encoding="utf-8")
+        return folder
+
+    def processor_time(self, folder):
+        with open(self.folder / "report", "wb") as output:
+            process = subprocess.Popen([PROGRAM, "--format=json", folder], stdout=output)
+            usage = os.wait4(process.pid, 0)[2]
+        return usage.ru_utime + usage.ru_stime
+
+    def test_takes_linear_time(self):
+        small = self.processor_time(self.write_large_run("small", 4_000))
+        large = self.processor_time(self.write_large_run("large", 40_000))
+        # Comparing pair by pair takes a hundred times as long.
+        self.assertLess(large, 30 * small + 0.2)
+        run = json.loads((self.folder / "report").read_bytes())
+        self.assertEqual(len(run["failed"]), 4_000)
+        self.assertEqual([line["name"] for line in run["failed"][100]["analysis"]["conflicts"]],
+                         [str(1000 + i) for i in range(-6, 7) if i != 0])
+
+
 class TextTest(ReportTest):
     def test_lists_most_frequent_items_of_several_runs(self):
         self.write_run("a", make_item("often"), make_item("once", opcode="12"))
