@@ -58,17 +58,6 @@ protected:
         return QELAnalysis::m_AnalyzeResourceConflictList(0);
     }
 
-    // Returns only the error lines of the analysis. The result store also logs missing keys.
-    static std::vector<LogLine> GetAnalysisErrors() {
-        std::vector<LogLine> errors;
-        for (const LogLine& line : FakeLog::Errors()) {
-            if (line.file == kAnalysisSource) {
-                errors.push_back(line);
-            }
-        }
-        return errors;
-    }
-
     // Analyses the item alone and as another item. Expects that the missing key ends both analyses.
     static void ExpectStopAt(const std::string& key, const xml::Fields& item) {
         SCOPED_TRACE(key);
@@ -258,7 +247,7 @@ TEST_F(QELAnalysisConflictTest, SkipsItemsWithoutCodes) {
                                  ReplaceField(MakeItem("C", "x", "x", "x"), key, ""),
                                  MakeItem("D", "2", "1000", "1")}),
                   kOwnLine + "1000\t1001\tD(2)\n");
-        EXPECT_THAT(GetAnalysisErrors(), IsEmpty());
+        EXPECT_THAT(FakeLog::ErrorsOf(kAnalysisSource), IsEmpty());
     }
 }
 
@@ -275,12 +264,12 @@ TEST_F(QELAnalysisConflictTest, ReadsOpcodeBeforeMsgcodeOfEveryItem) {
 
 TEST_F(QELAnalysisConflictTest, LogsMissingOwnCodes) {
     EXPECT_EQ(ListConflicts({RemoveField(kOwnItem, "opcode")}), "");
-    EXPECT_THAT(GetAnalysisErrors(),
+    EXPECT_THAT(FakeLog::ErrorsOf(kAnalysisSource),
                 ElementsAre(ErrorLine("indexOfAnalysisItem=0, opcode=0, msgcode=0", kAnalysisSource,
                                       kFunction)));
     FakeLog::Clear();
     EXPECT_EQ(ListConflicts({ReplaceCodes(kOwnItem, "A1", "")}), "");
-    EXPECT_THAT(GetAnalysisErrors(),
+    EXPECT_THAT(FakeLog::ErrorsOf(kAnalysisSource),
                 ElementsAre(ErrorLine("indexOfAnalysisItem=0, opcode=a1, msgcode=0",
                                       kAnalysisSource, kFunction)));
 }
@@ -288,7 +277,7 @@ TEST_F(QELAnalysisConflictTest, LogsMissingOwnCodes) {
 TEST_F(QELAnalysisConflictTest, LogsMissingCodesOfUnknownItem) {
     LoadItems({kOwnItem});
     EXPECT_EQ(QELAnalysis::m_AnalyzeResourceConflictList(1), "");
-    EXPECT_THAT(GetAnalysisErrors(),
+    EXPECT_THAT(FakeLog::ErrorsOf(kAnalysisSource),
                 ElementsAre(ErrorLine("indexOfAnalysisItem=1, opcode=0, msgcode=0", kAnalysisSource,
                                       kFunction)));
 }
@@ -298,7 +287,7 @@ TEST_F(QELAnalysisConflictTest, LogsMissingCodesOfUnknownItem) {
 TEST_F(QELAnalysisConflictTest, ThrowsForInvalidOwnCodes) {
     EXPECT_THROW(ListConflicts({ReplaceField(kOwnItem, "opcode", "xyz")}), std::invalid_argument);
     EXPECT_THROW(ListConflicts({ReplaceField(kOwnItem, "msgcode", "80000000")}), std::out_of_range);
-    EXPECT_THAT(GetAnalysisErrors(), IsEmpty());
+    EXPECT_THAT(FakeLog::ErrorsOf(kAnalysisSource), IsEmpty());
 }
 
 struct InvalidNumber {
@@ -320,8 +309,9 @@ protected:
     }
 
     static void ExpectExceptionLine() {
-        EXPECT_THAT(GetAnalysisErrors(), ElementsAre(ErrorLine(std::get<1>(GetParam()).message,
-                                                               kAnalysisSource, kFunction)));
+        EXPECT_THAT(
+            FakeLog::ErrorsOf(kAnalysisSource),
+            ElementsAre(ErrorLine(std::get<1>(GetParam()).message, kAnalysisSource, kFunction)));
     }
 };
 
@@ -353,7 +343,7 @@ TEST_F(QELAnalysisConflictTest, ReturnsEmptyTextForMissingNumbers) {
     for (const char* key : {"threadID", "timeAckAbsolute", "duration"}) {
         SCOPED_TRACE(key);
         EXPECT_EQ(ListConflicts({kOwnItem, RemoveField(MakeItem("B", "2", "1000", "1"), key)}), "");
-        EXPECT_THAT(GetAnalysisErrors(),
+        EXPECT_THAT(FakeLog::ErrorsOf(kAnalysisSource),
                     ElementsAre(ErrorLine(kInvalidArgument, kAnalysisSource, kFunction)));
         EXPECT_EQ(FakeLog::Count("Invalid KEY[" + std::string(key) + "]!!\n"), 1);
         EXPECT_EQ(ListConflicts({RemoveField(kOwnItem, key), MakeItem("B", "2", "1000", "1")}), "");
@@ -389,12 +379,12 @@ TEST_F(QELAnalysisConflictTest, ReturnsEmptyTextForInvalidCodeOfOtherItem) {
         EXPECT_EQ(ListConflicts({kOwnItem, MakeItem("B", "2", "1000", "1"),
                                  ReplaceField(MakeItem("C", "2", "9000", "1"), key, "xyz")}),
                   "");
-        EXPECT_THAT(GetAnalysisErrors(),
+        EXPECT_THAT(FakeLog::ErrorsOf(kAnalysisSource),
                     ElementsAre(ErrorLine(kInvalidArgument, kAnalysisSource, kFunction)));
         EXPECT_EQ(ListConflicts(
                       {kOwnItem, ReplaceField(MakeItem("C", "2", "9000", "1"), key, "80000000")}),
                   "");
-        EXPECT_THAT(GetAnalysisErrors(),
+        EXPECT_THAT(FakeLog::ErrorsOf(kAnalysisSource),
                     ElementsAre(ErrorLine(kOutOfRange, kAnalysisSource, kFunction)));
     }
 }
@@ -404,7 +394,7 @@ TEST_F(QELAnalysisConflictTest, IgnoresTimesOfItemsOnSameThread) {
     EXPECT_EQ(ListConflicts({kOwnItem, MakeItem("B", "1", "x", "x"),
                              RemoveField(MakeItem("C", "1", "", ""), "duration")}),
               kOwnLine);
-    EXPECT_THAT(GetAnalysisErrors(), IsEmpty());
+    EXPECT_THAT(FakeLog::ErrorsOf(kAnalysisSource), IsEmpty());
 }
 
 TEST_F(QELAnalysisConflictTest, AcceptsLimitsOfIntRange) {

@@ -8,6 +8,7 @@
 #include <type_traits>
 
 #include "fakes/FailingNew.h"
+#include "fixtures/Singletons.h"
 #include "fixtures/StoreTest.h"
 
 namespace {
@@ -25,11 +26,6 @@ protected:
     static QELAnalysisData& LoadTwoFailedItems() {
         LoadItems({{{"name", "a"}}, {{"name", "b"}, {"result", "pass"}}, {{"name", "c"}}});
         return Data();
-    }
-
-    static void DeleteResultStore() {
-        delete QELXmlParser::m_qelXmlParser;
-        QELXmlParser::m_qelXmlParser = nullptr;
     }
 };
 
@@ -315,7 +311,7 @@ TEST_P(QELAnalysisDataCodeTest, ThrowsForNumberOutsideIntRange) {
 
 TEST_P(QELAnalysisDataCodeTest, LogsMissingResultStore) {
     LoadSecondItem({{"opcode", "52"}});
-    DeleteResultStore();
+    singletons::ResetResultStore();
     unsigned char code = 0;
     {
         const FailingNew failing;

@@ -7,6 +7,7 @@
 
 #include "QELAnalysisData.h"
 #include "fakes/FailingNew.h"
+#include "fixtures/Singletons.h"
 #include "fixtures/StoreTest.h"
 
 namespace {
@@ -27,22 +28,6 @@ protected:
     static bool IsValid(const xml::Fields& fields) {
         LoadItems({fields});
         return Data().IsValid(0);
-    }
-
-    // Returns only the error lines of the analysis store. The result store also logs missing keys.
-    static std::vector<LogLine> GetStoreErrors() {
-        std::vector<LogLine> errors;
-        for (const LogLine& line : FakeLog::Errors()) {
-            if (line.file == kAnalysisDataSource) {
-                errors.push_back(line);
-            }
-        }
-        return errors;
-    }
-
-    static void DeleteResultStore() {
-        delete QELXmlParser::m_qelXmlParser;
-        QELXmlParser::m_qelXmlParser = nullptr;
     }
 };
 
@@ -69,7 +54,7 @@ TEST_F(QELAnalysisDataValidityTest, RejectsAnalysedItem) {
 TEST_F(QELAnalysisDataValidityTest, RejectsItemWithoutResultStore) {
     LoadItems({{{"detailed", "d"}}});
     Data();
-    DeleteResultStore();
+    singletons::ResetResultStore();
     {
         const FailingNew failing;
         EXPECT_FALSE(Data().IsValid(0));
@@ -84,7 +69,7 @@ TEST_F(QELAnalysisDataValidityTest, RejectsItemWithoutResultStore) {
 TEST_F(QELAnalysisDataValidityTest, ChecksFlagBeforeResultStore) {
     LoadItems({{{"detailed", "d"}}});
     Data().SetAnalysisData(0, "");
-    DeleteResultStore();
+    singletons::ResetResultStore();
     FakeLog::Clear();
     const FailingNew failing;
     EXPECT_FALSE(Data().IsValid(0));
@@ -97,7 +82,7 @@ TEST_F(QELAnalysisDataValidityTest, TreatsEmptyTextsAsMissing) {
     Store().m_resultFailData[0]["detailed"] = "";
     Store().m_resultFailData[0]["reason"] = "";
     EXPECT_FALSE(Data().IsValid(0));
-    EXPECT_THAT(GetStoreErrors(),
+    EXPECT_THAT(FakeLog::ErrorsOf(kAnalysisDataSource),
                 ElementsAre(ErrorLine("id=0, opcode=5f, msgcode=0", kAnalysisDataSource)));
 }
 
@@ -151,8 +136,9 @@ TEST_F(QELAnalysisDataValidityTest, ChecksTypeBeforeReason) {
 
 TEST_F(QELAnalysisDataValidityTest, RejectsItemWithoutFields) {
     EXPECT_FALSE(IsValid({}));
-    EXPECT_THAT(GetStoreErrors(), ElementsAre(ErrorLine("id=0, opcode=0, msgcode=0",
-                                                        kAnalysisDataSource, "IsValid")));
+    EXPECT_THAT(
+        FakeLog::ErrorsOf(kAnalysisDataSource),
+        ElementsAre(ErrorLine("id=0, opcode=0, msgcode=0", kAnalysisDataSource, "IsValid")));
 }
 
 TEST_F(QELAnalysisDataValidityTest, RejectsMissingOpcodeWithoutReadingMsgcode) {
@@ -167,16 +153,16 @@ TEST_F(QELAnalysisDataValidityTest, RejectsMissingOpcodeWithoutReadingMsgcode) {
 
 TEST_F(QELAnalysisDataValidityTest, RejectsMissingMsgcodeAndLogsOpcode) {
     EXPECT_FALSE(IsValid({{"type", "app"}, {"opcode", "5F"}}));
-    EXPECT_THAT(GetStoreErrors(),
+    EXPECT_THAT(FakeLog::ErrorsOf(kAnalysisDataSource),
                 ElementsAre(ErrorLine("id=0, opcode=5f, msgcode=0", kAnalysisDataSource)));
 }
 
 TEST_F(QELAnalysisDataValidityTest, TreatsEmptyCodesAsMissing) {
     EXPECT_FALSE(IsValid({{"opcode", ""}, {"msgcode", "10"}}));
-    EXPECT_THAT(GetStoreErrors(),
+    EXPECT_THAT(FakeLog::ErrorsOf(kAnalysisDataSource),
                 ElementsAre(ErrorLine("id=0, opcode=0, msgcode=0", kAnalysisDataSource)));
     EXPECT_FALSE(IsValid({{"opcode", "50"}, {"msgcode", ""}}));
-    EXPECT_THAT(GetStoreErrors(),
+    EXPECT_THAT(FakeLog::ErrorsOf(kAnalysisDataSource),
                 ElementsAre(ErrorLine("id=0, opcode=50, msgcode=0", kAnalysisDataSource)));
 }
 
@@ -184,7 +170,7 @@ TEST_F(QELAnalysisDataValidityTest, LogsIndexOfRejectedItem) {
     LoadItems({{{"detailed", "d"}}, {{"name", "a"}}, {{"opcode", "50"}, {"msgcode", "10"}}});
     EXPECT_FALSE(Data().IsValid(1));
     EXPECT_FALSE(Data().IsValid(2));
-    EXPECT_THAT(GetStoreErrors(),
+    EXPECT_THAT(FakeLog::ErrorsOf(kAnalysisDataSource),
                 ElementsAre(ErrorLine("id=1, opcode=0, msgcode=0", kAnalysisDataSource),
                             ErrorLine("not able to find checkTable from list. id=2, opcode=50, "
                                       "msgcode=10",
@@ -193,7 +179,7 @@ TEST_F(QELAnalysisDataValidityTest, LogsIndexOfRejectedItem) {
 
 TEST_F(QELAnalysisDataValidityTest, AcceptsPairOutsideBlockList) {
     EXPECT_TRUE(IsValid({{"type", "app"}, {"opcode", "52"}, {"msgcode", "14"}}));
-    EXPECT_THAT(GetStoreErrors(), IsEmpty());
+    EXPECT_THAT(FakeLog::ErrorsOf(kAnalysisDataSource), IsEmpty());
     EXPECT_THAT(FakeLog::Infos(),
                 ElementsAre(InfoLine("id=0, strCode=52", kAnalysisDataSource, "GetCode"),
                             InfoLine("id=0, retCode=52", kAnalysisDataSource, "GetCode"),
@@ -203,7 +189,7 @@ TEST_F(QELAnalysisDataValidityTest, AcceptsPairOutsideBlockList) {
 
 TEST_F(QELAnalysisDataValidityTest, RejectsBlockListedPairWithoutCheckTable) {
     EXPECT_FALSE(IsValid({{"type", "wifi"}, {"opcode", "50"}, {"msgcode", "1A"}}));
-    EXPECT_THAT(GetStoreErrors(),
+    EXPECT_THAT(FakeLog::ErrorsOf(kAnalysisDataSource),
                 ElementsAre(ErrorLine("not able to find checkTable from list. id=0, opcode=50, "
                                       "msgcode=1a",
                                       kAnalysisDataSource, "IsValid")));
@@ -219,21 +205,21 @@ TEST_F(QELAnalysisDataValidityTest, RejectsBlockListedPairWithEmptyCheckTableSil
     LoadItems({{{"opcode", "50"}, {"msgcode", "1A"}}});
     Data().m_CheckTableList[{0x50, 0x1A}] = {};
     EXPECT_FALSE(Data().IsValid(0));
-    EXPECT_THAT(GetStoreErrors(), IsEmpty());
+    EXPECT_THAT(FakeLog::ErrorsOf(kAnalysisDataSource), IsEmpty());
 }
 
 TEST_F(QELAnalysisDataValidityTest, AcceptsBlockListedPairWithCheckTable) {
     LoadItems({{{"opcode", "50"}, {"msgcode", "1A"}}});
     Data().m_CheckTableList[{0x50, 0x1A}].emplace_back();
     EXPECT_TRUE(Data().IsValid(0));
-    EXPECT_THAT(GetStoreErrors(), IsEmpty());
+    EXPECT_THAT(FakeLog::ErrorsOf(kAnalysisDataSource), IsEmpty());
 }
 
 TEST_F(QELAnalysisDataValidityTest, ThrowsForInvalidCodes) {
     EXPECT_THROW(IsValid({{"opcode", "xyz"}, {"msgcode", "10"}}), std::invalid_argument);
     EXPECT_THROW(IsValid({{"opcode", "50"}, {"msgcode", "xyz"}}), std::invalid_argument);
     EXPECT_THROW(IsValid({{"opcode", "80000000"}, {"msgcode", "10"}}), std::out_of_range);
-    EXPECT_THAT(GetStoreErrors(), IsEmpty());
+    EXPECT_THAT(FakeLog::ErrorsOf(kAnalysisDataSource), IsEmpty());
 }
 
 TEST_F(QELAnalysisDataValidityTest, LeavesStoreUnchanged) {

@@ -65,17 +65,6 @@ protected:
         QELPopupLoading::SetRunningFlag(true);
         FakeLog::Clear();
     }
-
-    // Returns only the error lines of the analysis. The result store also logs missing keys.
-    static std::vector<LogLine> GetAnalysisErrors() {
-        std::vector<LogLine> errors;
-        for (const LogLine& line : FakeLog::Errors()) {
-            if (line.file == kAnalysisSource) {
-                errors.push_back(line);
-            }
-        }
-        return errors;
-    }
 };
 
 // Worker
@@ -142,7 +131,7 @@ TEST_F(QELAnalysisTest, ReportsCompletionForUnknownItem) {
     LoadItems({MakeItemA()});
     CreateRunningPopup();
     QELAnalysis::StartAnalyze(7);
-    EXPECT_THAT(GetAnalysisErrors(),
+    EXPECT_THAT(FakeLog::ErrorsOf(kAnalysisSource),
                 ElementsAre(ErrorLine("indexOfAnalysisItem=7, opcode=0, msgcode=0", kAnalysisSource,
                                       "m_Analyze")));
     EXPECT_FALSE(Data().GetExcutedByUser(0));
@@ -179,7 +168,7 @@ TEST_F(QELAnalysisTest, StoresEmptyTextForMissingOrEmptyOpcode) {
         EXPECT_TRUE(Data().GetExcutedByUser(0));
         EXPECT_EQ(QELPopupLoading::m_ResultText, kCompleted);
         EXPECT_FALSE(QELPopupLoading::GetRunningFlag());
-        EXPECT_THAT(GetAnalysisErrors(),
+        EXPECT_THAT(FakeLog::ErrorsOf(kAnalysisSource),
                     ElementsAre(ErrorLine("indexOfAnalysisItem=0, opcode=0, msgcode=0",
                                           kAnalysisSource, "m_Analyze")));
     }
@@ -189,7 +178,7 @@ TEST_F(QELAnalysisTest, LogsOpcodeWhenMsgcodeIsMissing) {
     LoadItems({{{"opcode", "5F"}}});
     EXPECT_EQ(QELAnalysis::m_Analyze(0), "");
     EXPECT_THAT(
-        GetAnalysisErrors(),
+        FakeLog::ErrorsOf(kAnalysisSource),
         ElementsAre(ErrorLine("indexOfAnalysisItem=0, opcode=5f, msgcode=0", kAnalysisSource)));
 }
 
@@ -210,7 +199,7 @@ TEST_F(QELAnalysisTest, StoresEmptyTextForNetworkFailure) {
     EXPECT_EQ(Data().GetAnalysisData(0), "");
     EXPECT_TRUE(Data().GetExcutedByUser(0));
     EXPECT_THAT(
-        GetAnalysisErrors(),
+        FakeLog::ErrorsOf(kAnalysisSource),
         ElementsAre(ErrorLine("indexOfAnalysisItem=0, opcode=0, msgcode=0", kAnalysisSource)));
 }
 
@@ -269,7 +258,7 @@ TEST_F(QELAnalysisTest, AddsOneLinePerSettingConfigRecord) {
         {CHECK_TYPE_SETTING_CONFIG, 9, {1}, {}, {}, {}, "two"}};
     // Each of the two setting records adds an empty line.
     EXPECT_EQ(QELAnalysis::m_Analyze(0), std::string("\n\n") + kAnalysisText);
-    EXPECT_THAT(GetAnalysisErrors(), IsEmpty());
+    EXPECT_THAT(FakeLog::ErrorsOf(kAnalysisSource), IsEmpty());
 }
 
 TEST_F(QELAnalysisTest, IgnoresCheckTablesOfOtherPairs) {
@@ -289,7 +278,7 @@ TEST_F(QELAnalysisTest, ThrowsForInvalidCode) {
     LoadItems({MakeItemAWith("opcode", "xyz"), MakeItemAWith("msgcode", "80000000")});
     EXPECT_THROW(QELAnalysis::m_Analyze(0), std::invalid_argument);
     EXPECT_THROW(QELAnalysis::m_Analyze(1), std::out_of_range);
-    EXPECT_THAT(GetAnalysisErrors(), IsEmpty());
+    EXPECT_THAT(FakeLog::ErrorsOf(kAnalysisSource), IsEmpty());
 }
 
 TEST_F(QELAnalysisTest, StoresNothingWhenCodeIsInvalid) {

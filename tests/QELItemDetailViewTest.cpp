@@ -40,10 +40,7 @@ class QELItemDetailViewTest : public ScreenTest {
 protected:
     void SetUp() override {
         ScreenTest::SetUp();
-        OpenWindow();
-        QELXmlParser::GetInstance();
-        ToolkitCalls::Start();
-        FakeLog::Clear();
+        OpenRecordedWindow();
     }
 
     void Create() {

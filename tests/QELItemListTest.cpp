@@ -44,10 +44,7 @@ class QELItemListTest : public ScreenTest {
 protected:
     void SetUp() override {
         ScreenTest::SetUp();
-        OpenWindow();
-        QELXmlParser::GetInstance();
-        ToolkitCalls::Start();
-        FakeLog::Clear();
+        OpenRecordedWindow();
     }
 
     void Create() {

@@ -28,12 +28,9 @@ class QELItemViewTest : public ScreenTest {
 protected:
     void SetUp() override {
         ScreenTest::SetUp();
-        OpenWindow();
         m_PhotoPath = PrivateData::Path("photo.png");
         Screen::WriteImage(m_PhotoPath, {250, 10, 10});
-        QELXmlParser::GetInstance();
-        ToolkitCalls::Start();
-        FakeLog::Clear();
+        OpenRecordedWindow();
     }
 
     void TearDown() override {

@@ -170,6 +170,14 @@ std::vector<LogLine> FakeLog::Errors() {
     return LinesAt(DLOG_ERROR);
 }
 
+std::vector<LogLine> FakeLog::ErrorsOf(const std::string& file) {
+    std::vector<LogLine> errors = Errors();
+    errors.erase(std::remove_if(errors.begin(), errors.end(),
+                                [&](const LogLine& line) { return line.file != file; }),
+                 errors.end());
+    return errors;
+}
+
 std::vector<LogLine> FakeLog::Infos() {
     return LinesAt(DLOG_INFO);
 }

@@ -36,6 +36,8 @@ public:
     static std::vector<LogLine> Lines();
     // Return only the error lines, or only the information lines.
     static std::vector<LogLine> Errors();
+    // Returns the error lines of one source file.
+    static std::vector<LogLine> ErrorsOf(const std::string& file);
     static std::vector<LogLine> Infos();
     // Return the messages of all lines, or of the error lines.
     static std::vector<std::string> Messages();
