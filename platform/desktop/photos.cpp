@@ -3,6 +3,9 @@
 #include <algorithm>
 #include <climits>
 #include <filesystem>
+#include <map>
+#include <set>
+#include <string_view>
 #include <system_error>
 
 #include "paths.h"
@@ -48,6 +51,44 @@ std::string Join(const std::vector<std::string>& parts, std::size_t first) {
     return path;
 }
 
+// Every file system accepts names up to this length.
+constexpr std::size_t kMaxFileName = 255;
+
+bool IsRejectedByFat(char letter) {
+    const auto byte = static_cast<unsigned char>(letter);
+    return byte < 0x20 || byte == 0x7F ||
+           std::string_view("\\:*?\"<>|").find(letter) != std::string_view::npos;
+}
+
+// Returns the file name for the end of a path. FAT drops a dot or a blank at the end of a name.
+std::string ToFileName(std::string end) {
+    std::replace(end.begin(), end.end(), '/', '+');
+    std::replace_if(end.begin(), end.end(), IsRejectedByFat, '_');
+    if (end.back() == '.' || end.back() == ' ') {
+        end.back() = '_';
+    }
+    return end;
+}
+
+// Returns the text in small letters, since FAT and Windows ignore the case of letters.
+std::string FoldCase(std::string text) {
+    std::transform(text.begin(), text.end(), text.begin(), [](char letter) {
+        return letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter - 'A' + 'a') : letter;
+    });
+    return text;
+}
+
+// Returns the places that are names of files without a folder, shortest first.
+std::vector<std::string> ListFileNames(const std::string& photo) {
+    std::vector<std::string> names = ListPhotoPlaces(photo);
+    names.erase(std::remove_if(
+                    names.begin(), names.end(),
+                    [](const std::string& place) { return place.find('/') != std::string::npos; }),
+                names.end());
+    std::reverse(names.begin(), names.end());
+    return names;
+}
+
 bool IsRegularFile(const std::string& folder, const std::string& place) {
     fs::path path = folder;
     std::error_code error;
@@ -73,8 +114,39 @@ std::vector<std::string> ListPhotoPlaces(const std::string& name) {
         const std::string end = Join(parts, first);
         places.push_back(end);
         places.push_back("capture/" + end);
+        if (const std::string fileName = ToFileName(end); fileName != end) {
+            places.push_back(fileName);
+        }
     }
     return places;
+}
+
+std::vector<std::string> ChoosePhotoFiles(const std::vector<std::string>& photos,
+                                          const std::vector<std::string>& taken) {
+    std::map<std::string, int> uses;
+    for (const std::string& name : taken) {
+        uses[FoldCase(name)] = 2;
+    }
+    for (const std::string& photo : std::set<std::string>(photos.begin(), photos.end())) {
+        std::set<std::string> names;
+        for (const std::string& name : ListFileNames(photo)) {
+            names.insert(FoldCase(name));
+        }
+        for (const std::string& name : names) {
+            ++uses[name];
+        }
+    }
+    std::vector<std::string> chosen;
+    for (const std::string& photo : photos) {
+        const std::vector<std::string> names = ListFileNames(photo);
+        const auto isFree = [&uses](const std::string& name) {
+            return name.size() <= kMaxFileName && uses[FoldCase(name)] == 1 &&
+                   ToFileName(name) == name;
+        };
+        const auto found = std::find_if(names.begin(), names.end(), isFree);
+        chosen.push_back(found == names.end() ? std::string() : *found);
+    }
+    return chosen;
 }
 
 std::string FindPhoto(const std::string& folder, const std::string& name) {

@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <libxml/catalog.h>
 #include <libxml/entities.h>
+#include <libxml/parser.h>
 #include <libxml/tree.h>
 #include <libxml/xmlIO.h>
 #include <libxml/xmlerror.h>
@@ -26,7 +27,7 @@ struct ParsedFile {
     std::int64_t entityBytesLeft = kMaxEntityBytes;
 };
 thread_local ParsedFile g_ParsedFile;
-thread_local XmlInputReport g_Report;
+thread_local XmlInputReport g_Report = [](const std::string&) {};
 thread_local ResultFileLinks g_Links = ResultFileLinks::kFollow;
 
 // One open result file. Owned by libxml2 through its callbacks.
@@ -166,7 +167,23 @@ xmlChar* ReadValue(xmlDocPtr doc, const xmlNode* list) {
                             : nullptr;
 }
 
+int OnReadContent(void* read, char* buffer, int size) {
+    const auto& function = *static_cast<const XmlRead*>(read);
+    return static_cast<int>(function(buffer, static_cast<std::size_t>(size)));
+}
+
 }  // namespace
+
+void XmlDocumentDeleter::operator()(xmlDoc* document) const {
+    xmlFreeDoc(document);
+}
+
+XmlDocument ParseXml(const XmlRead& read) {
+    g_ParsedFile = {};
+    XmlRead copy = read;
+    return XmlDocument(xmlReadIO(OnReadContent, nullptr, &copy, nullptr, nullptr,
+                                 XML_PARSE_NOERROR | XML_PARSE_NOWARNING | XML_PARSE_NONET));
+}
 
 void LimitXmlInput(XmlInputReport report, ResultFileLinks links) {
     g_Report = std::move(report);

@@ -1,8 +1,13 @@
 #ifndef QUORVEL_PLATFORM_DESKTOP_XML_INPUT_H_
 #define QUORVEL_PLATFORM_DESKTOP_XML_INPUT_H_
 
+#include <libxml/tree.h>
+#include <sys/types.h>
+
+#include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <string>
 
 // What libxml2 may read and expand, so that no result file can hang or exhaust the program. The
@@ -28,6 +33,20 @@ enum class ResultFileLinks { kFollow, kReject };
 // catalog, and prints nothing to the terminal. Once for each thread that parses, before its first
 // parse.
 void LimitXmlInput(XmlInputReport report, ResultFileLinks links = ResultFileLinks::kFollow);
+
+struct XmlDocumentDeleter {
+    void operator()(xmlDoc* document) const;
+};
+using XmlDocument = std::unique_ptr<xmlDoc, XmlDocumentDeleter>;
+
+// Reads up to size bytes. Returns the number of bytes, 0 at the end, -1 on an error. Throws
+// nothing.
+using XmlRead = std::function<ssize_t(char* buffer, std::size_t size)>;
+
+// Parses the content that read returns. Opens no file and prints nothing. Returns null when the
+// content is not well-formed or cannot be read. The values of a document have the same limit as the
+// values of a file. Any thread.
+XmlDocument ParseXml(const XmlRead& read);
 
 }  // namespace quorvel::desktop
 

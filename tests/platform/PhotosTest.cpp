@@ -34,8 +34,24 @@ protected:
 
 TEST_F(PhotosTest, ListsLongerPlacesFirst) {
     EXPECT_THAT(ListPhotoPlaces("/mnt/a/1.jpg"),
-                ElementsAre("mnt/a/1.jpg", "capture/mnt/a/1.jpg", "a/1.jpg", "capture/a/1.jpg",
-                            "1.jpg", "capture/1.jpg"));
+                ElementsAre("mnt/a/1.jpg", "capture/mnt/a/1.jpg", "mnt+a+1.jpg", "a/1.jpg",
+                            "capture/a/1.jpg", "a+1.jpg", "1.jpg", "capture/1.jpg"));
+}
+
+TEST_F(PhotosTest, ListsFileNamesThatFatAccepts) {
+    EXPECT_THAT(ListPhotoPlaces("/a:\\b*\n?. "),
+                ElementsAre("a:\\b*\n?. ", "capture/a:\\b*\n?. ", "a__b___._"));
+}
+
+TEST_F(PhotosTest, ChoosesTheShortestFileNameOfItsOwn) {
+    EXPECT_THAT(ChoosePhotoFiles({"/a/x/1.jpg", "/b/x/1.jpg", "/c/2.jpg"}, {}),
+                ElementsAre("a+x+1.jpg", "b+x+1.jpg", "2.jpg"));
+    EXPECT_THAT(ChoosePhotoFiles({"/a/1.jpg", "/1.jpg", "/b/1.JPG"}, {}),
+                ElementsAre("a+1.jpg", "", "b+1.JPG"));
+    EXPECT_THAT(ChoosePhotoFiles({"/a/log", "/log"}, {"LOG"}), ElementsAre("a+log", ""));
+    EXPECT_THAT(ChoosePhotoFiles({"/a/" + std::string(256, 'x'), "/../1.jpg", "2.jpg"}, {}),
+                ElementsAre("", "", ""));
+    EXPECT_THAT(ChoosePhotoFiles({"/a/1.jpg", "/a/1.jpg"}, {}), ElementsAre("1.jpg", "1.jpg"));
 }
 
 TEST_F(PhotosTest, KeepsThePlaceBelowTheDataFolder) {
@@ -56,7 +72,7 @@ TEST_F(PhotosTest, LimitsThePlacesOfALongName) {
     for (int i = 0; i < 2000; ++i) {
         name += "/a";
     }
-    EXPECT_EQ(ListPhotoPlaces(name).size(), 18U);
+    EXPECT_EQ(ListPhotoPlaces(name).size(), 26U);
 }
 
 TEST_F(PhotosTest, FindsPhotoByItsBaseName) {

@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "photos.h"
 #include "runs/temporary_folder.h"
 
 // Finds the runs below a path and checks their result files. Needs no toolkit, no display and no
@@ -66,7 +67,7 @@ struct SearchResult {
 };
 
 constexpr int kMaxDepth = 6;  // levels of folders below the path, or in an archive
-constexpr long long kMaxPhotoBytes = 64LL << 20;  // bytes of a photo in an archive
+constexpr long long kMaxPhotoBytes = desktop::kMaxPhotoBytes;
 
 // What a search may take in all.
 struct Limits {

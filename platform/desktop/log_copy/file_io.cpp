@@ -135,7 +135,7 @@ void FailStorage(const std::string& name, int error) {
 }
 
 void FailSource(const std::string& name, int error) {
-    throw LogCopyError("a file to copy cannot be read", Reason(name, error));
+    throw SourceError("a file to copy cannot be read", Reason(name, error));
 }
 
 File::File(FileIo& io, int folder, const std::string& name, int flags, mode_t mode) : m_Io(io) {
@@ -202,6 +202,12 @@ ssize_t File::Read(void* buffer, std::size_t size) const {
 ssize_t File::Write(const void* buffer, std::size_t size) const {
     return m_Repeat({FileCall::kWrite, m_Descriptor, "", "", size}, [&](const auto& operation) {
         return write(operation.descriptor, buffer, operation.size);
+    });
+}
+
+bool File::Rewind() const {
+    return m_Perform({FileCall::kSeek, m_Descriptor}, [](const auto& operation) {
+        return lseek(operation.descriptor, 0, SEEK_SET) == 0 ? 0 : -1;
     });
 }
 

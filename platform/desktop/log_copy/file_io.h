@@ -21,9 +21,15 @@ public:
     LogCopyError(const std::string& problem, const std::string& detail);
 };
 
+// Ends the copy of one file. The storage works, so that other files can be copied.
+class SourceError : public LogCopyError {
+public:
+    using LogCopyError::LogCopyError;
+};
+
 // Throw LogCopyError because no storage is mounted, an operation on the storage failed, or an
-// operation on a file to copy failed. name: of the file or folder; empty when it has no name.
-// error: value of errno.
+// operation on a file to copy failed, which throws SourceError. name: of the file or folder; empty
+// when it has no name. error: value of errno.
 [[noreturn]] void FailNoStorage(const std::string& name, int error);
 [[noreturn]] void FailStorage(const std::string& name, int error);
 [[noreturn]] void FailSource(const std::string& name, int error);
@@ -36,6 +42,7 @@ enum class FileCall {
     kPath,
     kMountId,
     kRead,
+    kSeek,
     kWrite,
     kSync,
     kSyncFileSystem,
@@ -98,6 +105,8 @@ public:
     // Read and write up to size bytes. Return the number of bytes, or -1 and set errno.
     ssize_t Read(void* buffer, std::size_t size) const;
     ssize_t Write(const void* buffer, std::size_t size) const;
+    // Moves to the start of the file.
+    bool Rewind() const;
     bool Sync() const;
     // Syncs the whole file system that contains the file.
     bool SyncFileSystem() const;

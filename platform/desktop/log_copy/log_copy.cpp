@@ -12,17 +12,21 @@
 #include <cstdint>
 #include <exception>
 #include <mutex>
+#include <optional>
 #include <shared_mutex>
 #include <vector>
 
+#include "log_copy/run_values.h"
 #include "log_copy/unfinished_folder.h"
 #include "paths.h"
+#include "photos.h"
 
 namespace quorvel::desktop {
 
 namespace {
 
 constexpr std::size_t kMaxHost = 63;
+constexpr std::size_t kMaxSerialNumber = 32;
 
 // Each running copy holds it shared. Never destroyed, since a copy may outlive main.
 std::shared_timed_mutex& RunningCopies() {
@@ -76,12 +80,29 @@ bool IsPlain(char letter) {
            (letter >= 'a' && letter <= 'z') || letter == '-' || letter == '.';
 }
 
+// Returns the beginning of the text with '_' for each other letter.
+std::string Plain(const std::string& text, std::size_t maxSize) {
+    std::string plain = text.substr(0, maxSize);
+    std::replace_if(
+        plain.begin(), plain.end(), [](char letter) { return !IsPlain(letter); }, '_');
+    return plain;
+}
+
 std::string PlainHost(const std::string& host) {
-    std::string plain = host.substr(0, kMaxHost);
-    for (char& letter : plain) {
-        letter = IsPlain(letter) ? letter : '_';
+    return host.empty() ? "unnamed" : Plain(host, kMaxHost);
+}
+
+// Returns the part of the name for the serial number, with the separator; empty without a letter
+// or a digit.
+std::string PlainSerialNumber(const std::string& serialNumber) {
+    constexpr const char* kSpaces = " \t\r\n";
+    const std::size_t first = serialNumber.find_first_not_of(kSpaces);
+    if (first == std::string::npos) {
+        return {};
     }
-    return plain.empty() ? "unnamed" : plain;
+    const std::size_t last = serialNumber.find_last_not_of(kSpaces);
+    const std::string plain = Plain(serialNumber.substr(first, last + 1 - first), kMaxSerialNumber);
+    return plain.find_first_not_of("_-.") == std::string::npos ? std::string() : plain + "-";
 }
 
 std::string PlainTime(std::time_t time) {
@@ -138,23 +159,6 @@ void Lock(const File& folder, const std::string& name) {
     FailStorage(name, errno);
 }
 
-// Returns the path of the new folder. Throws LogCopyError.
-std::string Copy(FileIo& io, const LogCopyJob& job, const UsbStorage& storage) {
-    std::vector<LogSource> sources =
-        OpenLogSources(io, job.stateFolder, job.dataFolder, job.outsideLinks);
-    const File root = OpenStorage(io, storage);
-    Lock(root, storage.folder);
-    UnfinishedFolder::RemoveLeftOvers(root);
-    UnfinishedFolder folder(root, LogCopyName(job.host, job.time));
-    folder.Make();
-    for (LogSource& source : sources) {
-        OpenOldLog(io, source);
-        folder.Add(source);
-        source.file.reset();
-    }
-    return storage.folder + "/" + folder.Finish();
-}
-
 // Mount points and file names may contain control characters; a log line must not.
 std::string OneLine(std::string text) {
     std::replace_if(
@@ -162,6 +166,56 @@ std::string OneLine(std::string text) {
         [](char letter) { return static_cast<unsigned char>(letter) < ' ' || letter == '\x7f'; },
         '?');
     return text;
+}
+
+void CopyPhoto(FileIo& io, const LogCopyJob& job, const std::string& name,
+               const std::string& fileName, UnfinishedFolder& folder) {
+    const std::optional<LogSource> photo =
+        OpenPhoto(io, job.dataFolder, name, fileName, job.outsideLinks);
+    if (photo && fileName.empty()) {
+        throw SourceError("no file name is left for it", name);
+    }
+    if (photo) {
+        folder.Add(*photo);
+    }
+}
+
+// Copies the photos that exist. Logs the reason for each photo that cannot be copied.
+void CopyPhotos(const LogCopyParts& parts, const LogCopyJob& job,
+                const std::vector<std::string>& names, const std::vector<LogSource>& sources,
+                UnfinishedFolder& folder) {
+    std::vector<std::string> taken;
+    taken.reserve(sources.size());
+    for (const LogSource& source : sources) {
+        taken.push_back(source.name);
+    }
+    const std::vector<std::string> fileNames = ChoosePhotoFiles(names, taken);
+    for (std::size_t i = 0; i < names.size(); ++i) {
+        try {
+            CopyPhoto(parts.io, job, names[i], fileNames[i], folder);
+        } catch (const SourceError& error) {
+            parts.log(true, OneLine(std::string("log copy: a photo is left out: ") + error.what()));
+        }
+    }
+}
+
+// Returns the path of the new folder. Throws LogCopyError.
+std::string Copy(const LogCopyParts& parts, const LogCopyJob& job, const UsbStorage& storage) {
+    std::vector<LogSource> sources =
+        OpenLogSources(parts.io, job.stateFolder, job.dataFolder, job.outsideLinks);
+    const RunValues run = ReadRunValues(sources);
+    const File root = OpenStorage(parts.io, storage);
+    Lock(root, storage.folder);
+    UnfinishedFolder::RemoveLeftOvers(root);
+    UnfinishedFolder folder(root, LogCopyName(job.host, job.time, run.serialNumber));
+    folder.Make();
+    for (LogSource& source : sources) {
+        OpenOldLog(parts.io, source);
+        folder.Add(source);
+        source.file.reset();
+    }
+    CopyPhotos(parts, job, run.photos, sources, folder);
+    return storage.folder + "/" + folder.Finish();
 }
 
 void WriteToLog(bool isError, const std::string& line) {
@@ -178,8 +232,9 @@ std::string HostName() {
 
 }  // namespace
 
-std::string LogCopyName(const std::string& host, std::time_t time) {
-    return "quorvel-" + PlainHost(host) + "-" + PlainTime(time);
+std::string LogCopyName(const std::string& host, std::time_t time,
+                        const std::string& serialNumber) {
+    return "quorvel-" + PlainHost(host) + "-" + PlainSerialNumber(serialNumber) + PlainTime(time);
 }
 
 int RunLogCopy(const LogCopyParts& parts, const LogCopyJob& job) noexcept {
@@ -188,7 +243,7 @@ int RunLogCopy(const LogCopyParts& parts, const LogCopyJob& job) noexcept {
     bool isError = true;
     std::string line;
     try {
-        const std::string folder = Copy(parts.io, job, parts.findStorage());
+        const std::string folder = Copy(parts, job, parts.findStorage());
         line = "the logs are stored in (" + folder + ")";
         isError = false;
     } catch (const LogCopyError& error) {

@@ -10,11 +10,11 @@
 #include "log_copy/log_sources.h"
 #include "log_copy/usb_storage.h"
 
-// The log copy behind a capture: copies the logs and the result files to USB storage.
+// The log copy behind a capture: copies the logs, the result files and the photos to USB storage.
 namespace quorvel::desktop {
 
 struct LogCopyJob {
-    std::string dataFolder;   // contains the result files
+    std::string dataFolder;   // contains the result files and their photos
     std::string stateFolder;  // contains the logs; empty for no logs
     std::string host;         // part of the name of the new folder
     std::time_t time;         // part of the name of the new folder
@@ -30,12 +30,16 @@ struct LogCopyParts {
     std::function<void(bool isError, const std::string& line)> log;
 };
 
-// Returns the name of the new folder: application, host and local time, in characters that every
-// file system accepts.
-std::string LogCopyName(const std::string& host, std::time_t time);
+// Returns the name of the new folder: application, host, serial number of the set and local time,
+// in characters that every file system accepts. The serial number is left out when it has no letter
+// and no digit.
+std::string LogCopyName(const std::string& host, std::time_t time,
+                        const std::string& serialNumber = "");
 
-// Copies the logs and the result files, as far as they exist, into a new folder on the storage, and
-// logs one line with the folder or the reason of the failure. Returns 0 when the data is on the
+// Copies the logs, the result files and the photos of the "image" items, as far as they exist, into
+// a new folder on the storage, and logs one line with the folder or the reason of the failure. The
+// photos have the names that ChoosePhotoFiles returns. A photo that cannot be copied is left out,
+// and its reason is logged; it does not make the copy fail. Returns 0 when the data is on the
 // device. Otherwise returns -1, and the storage is as before; a storage that fails permanently may
 // keep a folder with a temporary name, which the next copy removes. A log that grows during the
 // copy is copied as it was at the start. Blocks as long as the storage does. Any thread; a copy to

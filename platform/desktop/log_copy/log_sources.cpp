@@ -5,10 +5,14 @@
 #include <algorithm>
 #include <cerrno>
 #include <charconv>
+#include <filesystem>
+#include <iterator>
 #include <optional>
+#include <string_view>
 #include <utility>
 
 #include "paths.h"
+#include "photos.h"
 
 namespace quorvel::desktop {
 
@@ -67,18 +71,60 @@ File OpenFile(FileIo& io, const std::string& path) {
     return {io, path, O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC};
 }
 
-// Only a link leads to a file outside the folder.
-void CheckIsInside(FileIo& io, const File& file, const std::string& path,
-                   const std::string& folder) {
+[[noreturn]] void RejectLink(const std::string& path) {
+    throw SourceError("root does not copy a link to a file outside its folder", path);
+}
+
+// Returns whether the open file is in the folder. Only a link leads to a file outside it.
+bool IsInside(FileIo& io, const File& file, const std::string& path, const std::string& folder) {
     const File opened(io, folder, O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     std::string realPath;
     std::string realFolder;
     if (!opened.IsOpen() || !opened.Path(realFolder) || !file.Path(realPath)) {
         FailSource(path, errno);
     }
-    if (realPath.rfind(realFolder + "/", 0) != 0) {
-        throw LogCopyError("root does not copy a link to a file outside its folder", path);
+    return realPath.rfind(realFolder + "/", 0) == 0;
+}
+
+// Returns whether the absolute path leads to the open file without a link.
+bool HasNoLink(const File& file, const std::string& path) {
+    std::string realPath;
+    if (!file.Path(realPath)) {
+        FailSource(path, errno);
     }
+    return realPath == std::filesystem::path(path).lexically_normal();
+}
+
+bool BeginsWith(const std::string& text, std::string_view start) {
+    return text.compare(0, start.size(), start) == 0;
+}
+
+// Returns whether the first bytes are the bytes of a JPEG, PNG, GIF, TIFF or WebP file.
+bool IsPicture(const std::string& bytes) {
+    using namespace std::string_view_literals;  // NOLINT(google-build-using-namespace)
+    constexpr std::string_view kStarts[] = {"\xFF\xD8\xFF"sv, "\x89PNG\r\n\x1A\n"sv, "GIF8"sv,
+                                            "II*\0"sv, "MM\0*"sv};
+    constexpr std::size_t kWebpPlace = 8;
+    return std::any_of(std::begin(kStarts), std::end(kStarts),
+                       [&bytes](std::string_view start) { return BeginsWith(bytes, start); }) ||
+           (BeginsWith(bytes, "RIFF") && bytes.find("WEBP", kWebpPlace) == kWebpPlace);
+}
+
+void CheckIsPicture(const File& file, const std::string& path) {
+    constexpr std::size_t kLongestStart = 12;
+    std::string bytes(kLongestStart, '\0');
+    const ssize_t count = file.Read(bytes.data(), bytes.size());
+    if (count < 0 || !file.Rewind()) {
+        FailSource(path, errno);
+    }
+    bytes.resize(static_cast<std::size_t>(count));
+    if (!IsPicture(bytes)) {
+        throw SourceError("a file outside the data folder is not a picture", path);
+    }
+}
+
+bool IsAbsent(int error) {
+    return IsMissing(error) || error == ENXIO || error == ENAMETOOLONG || error == ELOOP;
 }
 
 // Finds the files to copy in one folder after the other.
@@ -101,8 +147,8 @@ public:
         if (!S_ISREG(status.st_mode) || Contains(m_Sources, status)) {
             return;
         }
-        if (m_OutsideLinks == OutsideLinks::kReject) {
-            CheckIsInside(m_Io, file, path, folder);
+        if (m_OutsideLinks == OutsideLinks::kReject && !IsInside(m_Io, file, path, folder)) {
+            RejectLink(path);
         }
         m_Sources.push_back({name, path, status, std::move(file)});
     }
@@ -150,6 +196,37 @@ std::vector<LogSource> OpenLogSources(FileIo& io, const std::string& stateFolder
         throw LogCopyError("there is nothing to copy", stateFolder + ", " + dataFolder);
     }
     return sources;
+}
+
+std::optional<LogSource> OpenPhoto(FileIo& io, const std::string& dataFolder,
+                                   const std::string& name, const std::string& fileName,
+                                   OutsideLinks outsideLinks) {
+    const std::string found = FindPhoto(dataFolder, name);
+    const std::string path = found.empty() ? name : found;
+    if (!BeginsWith(path, "/")) {
+        return std::nullopt;
+    }
+    File file = OpenFile(io, path);
+    struct stat status {};
+    if (!file.IsOpen() && IsAbsent(errno)) {
+        return std::nullopt;
+    }
+    if (!file.IsOpen() || !file.Status(status)) {
+        FailSource(path, errno);
+    }
+    if (!S_ISREG(status.st_mode)) {
+        return std::nullopt;
+    }
+    if (status.st_size > kMaxPhotoBytes) {
+        FailSource(path, EFBIG);
+    }
+    if (!IsInside(io, file, path, dataFolder)) {
+        if (outsideLinks == OutsideLinks::kReject && !HasNoLink(file, path)) {
+            RejectLink(path);
+        }
+        CheckIsPicture(file, path);
+    }
+    return LogSource{fileName, path, status, std::move(file)};
 }
 
 void OpenOldLog(FileIo& io, LogSource& source) {

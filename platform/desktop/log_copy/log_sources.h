@@ -31,6 +31,15 @@ enum class OutsideLinks { kFollow, kReject };
 std::vector<LogSource> OpenLogSources(FileIo& io, const std::string& stateFolder,
                                       const std::string& dataFolder, OutsideLinks outsideLinks);
 
+// Opens the photo that the application shows for the name: the photo in dataFolder, see FindPhoto,
+// or the file at the path that the name is. fileName: the name of the copy. Returns no value
+// without such a regular file. Throws SourceError when the file cannot be read or is too large,
+// when a link is rejected, and when a file outside dataFolder is not a picture: a result file from
+// elsewhere must not be able to name a private file. io must outlive the result. Any thread.
+std::optional<LogSource> OpenPhoto(FileIo& io, const std::string& dataFolder,
+                                   const std::string& name, const std::string& fileName,
+                                   OutsideLinks outsideLinks);
+
 // Opens the file unless it is open. Throws LogCopyError when the path has another file now.
 void OpenOldLog(FileIo& io, LogSource& source);
 

@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <cstddef>
 #include <new>
+#include <system_error>
 #include <utility>
 #include <vector>
 
@@ -155,14 +156,30 @@ void UnfinishedFolder::Make() {
     }
 }
 
+// The name of a log is accepted by every file system. The name of a photo can be any.
+void UnfinishedFolder::m_FailToCreate(const std::string& name, int error) {
+    if (error == EINVAL || error == EILSEQ || error == ENAMETOOLONG || error == EEXIST) {
+        throw SourceError("the USB storage rejects the name of a file",
+                          name + ": " + std::generic_category().message(error));
+    }
+    FailStorage(name, error);
+}
+
 void UnfinishedFolder::Add(const LogSource& source) {
     // Other users must not read a copy of a private file.
     const mode_t mode = kFileMode & (source.status.st_mode | S_IRUSR | S_IWUSR);
     File file(*m_Folder, source.name, kCreateFile, mode);
     if (!file.IsOpen()) {
-        FailStorage(source.name, errno);
+        m_FailToCreate(source.name, errno);
     }
-    CopyContent(source, file);
+    try {
+        CopyContent(source, file);
+    } catch (const SourceError&) {
+        if (!m_Folder->RemoveFile(source.name)) {
+            FailStorage(source.name, errno);
+        }
+        throw;
+    }
     if (!file.Sync() || !file.Close()) {
         FailStorage(source.name, errno);
     }

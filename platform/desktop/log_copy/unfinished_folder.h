@@ -22,7 +22,8 @@ public:
 
     // Creates the folder. Call it first.
     void Make();
-    // Copies the file into the folder and syncs it to the device.
+    // Copies the file into the folder and syncs it to the device. Throws SourceError when the file
+    // cannot be read, or when the storage rejects its name; the folder then has no part of it.
     void Add(const LogSource& source);
     // Gives the folder its final name and syncs it to the device. Returns the name; it ends in a
     // number when finalName is taken. Call it last.
@@ -33,6 +34,7 @@ public:
     static void RemoveLeftOvers(const File& parent);
 
 private:
+    [[noreturn]] static void m_FailToCreate(const std::string& name, int error);
     void m_Discard();
     void m_RestoreTemporaryName();
 

@@ -13,10 +13,10 @@ using quorvel::desktop::FileOperation;
 namespace {
 
 const char* NameOf(FileCall call) {
-    static const char* const kNames[] = {"open",        "create",   "close",       "status",
-                                         "path",        "mount id", "read",        "write",
-                                         "sync",        "sync all", "lock",        "list",
-                                         "make folder", "rename",   "remove file", "remove folder"};
+    static const char* const kNames[] = {
+        "open", "create",      "close",  "status",      "path",         "mount id",
+        "read", "seek",        "write",  "sync",        "sync all",     "lock",
+        "list", "make folder", "rename", "remove file", "remove folder"};
     return kNames[static_cast<std::size_t>(call)];
 }
 
@@ -49,6 +49,7 @@ bool FaultyFileIo::IsRejected(FileCall call, int error) {
         case FileCall::kStatus:
         case FileCall::kPath:
         case FileCall::kMountId:
+        case FileCall::kSeek:
             return false;
         case FileCall::kOpen:
         case FileCall::kRead:

@@ -146,8 +146,9 @@ TEST_F(LogCopyTest, CopiesStartOfRun) {
 }
 
 TEST_F(LogCopyTest, IgnoresOtherFilesInStateFolder) {
-    for (const char* name : {"quorvel.log.swp", "quorvel.start.log.new", "quorvel.01.log", "quorvel.0.log", "quorvel.x.log",
-                             "quorvel.-1.log", "quorvel.99999999999.log", "other.log", "quorvel"}) {
+    for (const char* name :
+         {"quorvel.log.swp", "quorvel.start.log.new", "quorvel.01.log", "quorvel.0.log",
+          "quorvel.x.log", "quorvel.-1.log", "quorvel.99999999999.log", "other.log", "quorvel"}) {
         Write(m_State / name, "not ours");
     }
     Write(m_State / "quorvel.12.log", "very old\n");

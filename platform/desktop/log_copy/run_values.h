@@ -1,0 +1,25 @@
+#ifndef QUORVEL_PLATFORM_DESKTOP_LOG_COPY_RUN_VALUES_H_
+#define QUORVEL_PLATFORM_DESKTOP_LOG_COPY_RUN_VALUES_H_
+
+#include <string>
+#include <vector>
+
+#include "log_copy/log_sources.h"
+
+namespace quorvel::desktop {
+
+// The values of the result files that a log copy uses.
+struct RunValues {
+    std::string serialNumber;         // empty when the run has none
+    std::vector<std::string> photos;  // the first 10,000 values of "image" items, none twice
+};
+
+// Reads the values from the result files among the sources, which are open and at their start, and
+// leaves the files at their start. Reads the values as the application does: a file that is not
+// well-formed has no values, and a serial number of qelXml.xml counts before one of the other file.
+// Throws LogCopyError when a file cannot be read. Any thread.
+RunValues ReadRunValues(const std::vector<LogSource>& sources);
+
+}  // namespace quorvel::desktop
+
+#endif  // QUORVEL_PLATFORM_DESKTOP_LOG_COPY_RUN_VALUES_H_
