@@ -1,0 +1,122 @@
+#!/bin/sh
+# quorvel-view in a real window: when installed, in the tour that script/run makes without a display, and
+# at the same time as a running quorvel.
+set -eu
+# shellcheck source=tests/ui/ui.sh
+. "$(dirname -- "$0")/ui.sh"
+# shellcheck source=tests/ui/view.sh
+. "$(dirname -- "$0")/view.sh"
+
+# quorvel-view uses the real /tmp, where the flag file may belong to another user.
+expect_foreign_flag() {
+    if [ -e /tmp/qel_first_execute ] && [ ! -O /tmp/qel_first_execute ]; then
+        also_expected='failed to create flag file'
+    fi
+}
+
+installed_view() {
+    cmake --install "$build" --prefix "$work/installed" >"$work/install.log" 2>&1 ||
+        fail "installation: $(cat "$work/install.log")"
+    program_start "$work/installed/bin/quorvel-view" "$folder"
+    expect_focus row
+    program_stop
+    expect_foreign_flag
+    expect_clean_log
+}
+
+tour() {
+    "$root/script/lib/tour" "$build" "$folder" "$work/pictures" >"$work/printed"
+    [ "$(tail -n 1 "$work/printed")" = "$work/pictures/analysed.png" ] ||
+        fail "the last printed path is not the picture of the analysed item"
+    while read -r file; do
+        identify "$file" | grep -q ' PNG 1920x1080 ' || fail "$file: not a picture of the screen"
+    done <"$work/printed"
+    [ "$(wc -l <"$work/printed")" -eq 3 ] || fail "the tour does not print three paths"
+}
+
+# Without an item to analyse, the tour prints only the picture of the start.
+tour_without_analysis() {
+    "$root/script/lib/tour" "$build" "$1" "$work/pictures" ${2:+"$2"} \
+        >"$work/printed" 2>"$work/error" ||
+        fail "$1: the tour fails: $(cat "$work/error")"
+    [ "$(cat "$work/printed")" = "$work/pictures/start.png" ] ||
+        fail "$1: wrong pictures: $(cat "$work/printed")"
+    grep -q 'no item can be analysed' "$work/error" || fail "$1: no reason is printed"
+}
+
+# The only row loses the focus to the detail panel and gets it back.
+tour_with_one_item() {
+    "$root/samples/make-large" "$work/one" --items 1 --failed 1 --seed 1
+    "$root/script/lib/tour" "$build" "$work/one" "$work/pictures" >"$work/printed"
+    [ "$(tail -n 1 "$work/printed")" = "$work/pictures/analysed.png" ] ||
+        fail "the only item is not analysed"
+}
+
+# The white photo covers most of the screen. Its name is a path that does not exist here.
+shows_photo_by_its_base_name() {
+    mkdir -p "$work/captured/capture"
+    convert -size 1280x720 xc:white "png:$work/captured/capture/1.png"
+    item='<test><type>image</type><name>HDMI</name><result>fail</result>
+<detailed>/nowhere/run/1.png</detailed></test>'
+    printf '<r><RNSCImage>%s%s</RNSCImage></r>' "$item" "$item" >"$work/captured/qelRnscXml.xml"
+    program_start "$build/quorvel-view" "$work/captured"
+    press Down
+    wait_until shows '#FFFFFF' "$SCREEN" 100000 || fail "the photo is not shown"
+    program_stop
+}
+
+# Two items have a malformed code. The second one is pressed. The log level hides the lines before the
+# exception.
+names_pressed_item() {
+    mkdir "$work/two"
+    item='<test><type>app</type><result>fail</result><opcode>10</opcode>'
+    printf '<r><FAnetTest>%s<name>%s</name><msgcode>%s</msgcode></test>%s<name>%s</name>
+<msgcode>%s</msgcode></test></FAnetTest></r>' "$item" Audio xyz "$item" Video '?' \
+        >"$work/two/qelXml.xml"
+    QUORVEL_LOG_LEVEL=off program_launch "$build/quorvel-view" "$work/two"
+    expect "the window is visible" shows_title
+    expect "the window has the keyboard" has_keyboard
+    expect_focus row
+    press Down
+    screen_wait_change
+    press Return
+    program_wait
+    [ "$program_status" -eq 134 ] || fail "malformed code: status $program_status"
+    grep -q -F 'OK ended quorvel on item 2 (Video): msgcode "?" is not a hexadecimal number' \
+        "$desktop/log" || fail "the item is not named: $(tail -n 5 "$desktop/log")"
+    ! grep -q 'on item 1' "$desktop/log" || fail "another item is named"
+}
+
+reports_missing_result_files() {
+    mkdir "$work/no-files"
+    program_start "$build/lay-data" --private-tmp "$work/no-files" "$build/quorvel"
+    has_lines 1 "$DATA: no qelXml.xml or qelRnscXml.xml found" || fail "the missing files are not logged"
+    close_by_request
+}
+
+second_view() {
+    program_start "$build/quorvel-view" "$folder"
+    make_stand_in 'echo opened'
+    expect_status 0 "$folder"
+    expect_output ''
+    log_wait 's_Control is called'
+    write_run "$work/other" '2024-11-18 09:40:42'
+    expect_status 3 "$work/other"
+    expect_error "shows $folder; close it or add --replace"
+    expect_status 0 --replace "$work/other"
+    expect_output opened
+    program_wait
+    [ "$program_status" -eq 0 ] || fail "the replaced program exited with status $program_status"
+}
+
+prepare_run
+installed_view
+tour
+tour_without_analysis "$root/samples/no-failures"
+tour_without_analysis "$root/samples/damaged" --force
+tour_with_one_item
+shows_photo_by_its_base_name
+names_pressed_item
+reports_missing_result_files
+second_view
+expect_nothing_left
