@@ -141,9 +141,9 @@ std::string_view Shortened(std::string_view markup) {
 
 // Returns the text without the line break after the last line.
 std::string_view WithoutLastBreak(std::string_view markup) {
-    constexpr std::string_view kLineBreak = "<br/>";
-    const std::size_t end = std::max(markup.size(), kLineBreak.size()) - kLineBreak.size();
-    return markup.substr(end) == kLineBreak ? markup.substr(0, end) : markup;
+    constexpr std::string_view kBreak = "<br/>";
+    const std::size_t end = std::max(markup.size(), kBreak.size()) - kBreak.size();
+    return markup.substr(end) == kBreak ? markup.substr(0, end) : markup;
 }
 
 // Replaces the size that the application sets at the beginning of the text.
