@@ -159,7 +159,7 @@ void UnfinishedFolder::Make() {
 // The name of a log is accepted by every file system. The name of a photo can be any.
 void UnfinishedFolder::m_FailToCreate(const std::string& name, int error) {
     if (error == EINVAL || error == EILSEQ || error == ENAMETOOLONG || error == EEXIST) {
-        throw SourceError("the USB storage rejects the name of a file",
+        throw SourceError("cannot write to the USB storage",
                           name + ": " + std::generic_category().message(error));
     }
     FailStorage(name, error);

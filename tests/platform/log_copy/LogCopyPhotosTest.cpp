@@ -213,7 +213,7 @@ TEST_F(LogCopyPhotosTest, LeavesOutPhotoWhoseNameTheStorageRejects) {
     });
     EXPECT_EQ(Run(io), 0);
     EXPECT_EQ(OnStorage(), After());
-    ExpectLeftOut("the USB storage rejects the name of a file (1.jpg");
+    ExpectLeftOut("cannot write to the USB storage (1.jpg: Invalid argument");
 }
 
 TEST_F(LogCopyPhotosTest, FailsWhenStorageIsFull) {
