@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
+#include <string_view>
 #include <system_error>
 #include <vector>
 
@@ -12,8 +13,15 @@ namespace quorvel::desktop {
 
 namespace {
 
-// The folders of resources in the order of the search, each with a slash at the end.
-std::vector<std::string> Folders() {
+constexpr std::string_view kHighContrast = "high-contrast";
+
+std::string ChosenTheme() {
+    const char* theme = std::getenv("QUORVEL_THEME");
+    return theme == nullptr ? "" : theme;
+}
+
+// The folders of resources of all themes in the order of the search, each with a slash at the end.
+std::vector<std::string> CommonFolders() {
     std::vector<std::string> folders;
     const char* chosen = std::getenv("QUORVEL_RESOURCES");
     if (chosen != nullptr && chosen[0] != '\0') {
@@ -28,7 +36,23 @@ std::vector<std::string> Folders() {
     return folders;
 }
 
+std::vector<std::string> Folders() {
+    std::vector<std::string> folders;
+    for (const std::string& folder : CommonFolders()) {
+        if (ChosenTheme() == kHighContrast) {
+            folders.push_back(folder + std::string(kHighContrast) + "/");
+        }
+        folders.push_back(folder);
+    }
+    return folders;
+}
+
 }  // namespace
+
+std::string UnknownTheme() {
+    const std::string theme = ChosenTheme();
+    return theme == kHighContrast ? "" : theme;
+}
 
 std::string FindResource(const std::string& relativePath) {
     std::error_code error;

@@ -85,7 +85,7 @@ done
 diff "$work/built" "$work/installed" >&2 || fail "$share: differs from the resources of the build"
 
 unset XDG_CACHE_HOME XDG_CONFIG_HOME XDG_DATA_HOME XDG_STATE_HOME
-unset QUORVEL_LOG_LEVEL QUORVEL_RESOURCES QUORVEL_USB_DIR ELM_ENGINE ELM_SCALE ELM_THEME
+unset QUORVEL_LOG_LEVEL QUORVEL_RESOURCES QUORVEL_THEME QUORVEL_USB_DIR ELM_ENGINE ELM_SCALE ELM_THEME
 export HOME="$work/home" XDG_RUNTIME_DIR="$work/run" ELM_DISPLAY=buffer
 setsid "$prefix/bin/quorvel-view" "$root/samples/typical" >"$work/log" 2>&1 &
 view=$!

@@ -22,10 +22,12 @@ constexpr const char* kPicture = "Settings/setting_bg_base.webp";
 
 class ResourcesTest : public testing::Test {
 protected:
-    // Returns the path that the program finds. chosen: the value of QUORVEL_RESOURCES.
+    // Returns the path that the program finds. chosen, theme: the values of QUORVEL_RESOURCES and
+    // QUORVEL_THEME.
     std::string Find(const fs::path& program, const std::string& resource,
-                     const std::string& chosen = {}) const {
-        ChildProgram finder(m_Folders, program, {resource}, {{"QUORVEL_RESOURCES", chosen}});
+                     const std::string& chosen = {}, const std::string& theme = {}) const {
+        ChildProgram finder(m_Folders, program, {resource},
+                            {{"QUORVEL_RESOURCES", chosen}, {"QUORVEL_THEME", theme}});
         EXPECT_EQ(finder.Exit(), 0);
         return finder.Output();
     }
@@ -73,6 +75,20 @@ TEST_F(ResourcesTest, PrefersChosenFolder) {
     Make("build/resources", kPicture);
     const fs::path expected = Make("chosen", kPicture);
     EXPECT_EQ(Find(Copy("build/finder"), kPicture, m_Folders.Root() / "chosen"), expected);
+}
+
+TEST_F(ResourcesTest, PrefersFileOfHighContrastTheme) {
+    const fs::path normal = Make("build/resources", kPicture);
+    const fs::path expected = Make("build/resources/high-contrast", kPicture);
+    const fs::path finder = Copy("build/finder");
+    EXPECT_EQ(Find(finder, kPicture, "", "high-contrast"), expected);
+    EXPECT_EQ(Find(finder, kPicture, "", "other"), normal);
+    EXPECT_EQ(Find(finder, kPicture), normal);
+}
+
+TEST_F(ResourcesTest, FindsFileThatAllThemesShare) {
+    const fs::path expected = Make("build/resources", kPicture);
+    EXPECT_EQ(Find(Copy("build/finder"), kPicture, "", "high-contrast"), expected);
 }
 
 TEST_F(ResourcesTest, ReturnsInstalledPathForMissingFile) {

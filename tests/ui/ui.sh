@@ -153,6 +153,7 @@ close_by_request() {
 work=$(mktemp -d "${TMPDIR:-/tmp}/quorvel-ui.XXXXXX")
 trap finish EXIT
 trap 'exit 1' HUP INT TERM
+unset QUORVEL_THEME
 desktop_start "$work"
 # The folder that replaces a USB storage. Storage is missing until the folder exists.
 export QUORVEL_USB_DIR="$work/usb"

@@ -38,6 +38,10 @@ bool AddOverlay(const Overlay& overlay) {
 }  // namespace
 
 bool AddTheme() {
+    const std::string unknown = UnknownTheme();
+    if (!unknown.empty()) {
+        LogError("QUORVEL_THEME=" + unknown + ": unknown theme; use high-contrast or no value");
+    }
     for (const Overlay& overlay : kOverlays) {
         if (!AddOverlay(overlay)) {
             return false;

@@ -7,11 +7,15 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
-#include <functional>
+#include <filesystem>
+#include <optional>
 #include <string>
 
 #include "fixtures/Screen.h"
+#include "platform/fixtures/ScopedVariable.h"
 #include "platform/fixtures/Stage.h"
+#include "resources.h"
+#include "toolkit/theme.h"
 
 namespace quorvel::desktop {
 namespace {
@@ -55,19 +59,44 @@ int FrameWidth(const Picture& focused, const Picture& other, const Area& frame) 
                      FrameWidth(focused, other, frame.Right() - 1, y, -1, 0)});
 }
 
-// The darkest and the brightest colour of the application's background behind the list, and the
-// brightest colour behind the panel.
-const Colour kDarkest{19, 28, 39};
-const Colour kBrightest{45, 66, 88};
+// Uses a theme for new widgets. The destructor restores the normal theme.
+class ScopedTheme {
+public:
+    explicit ScopedTheme(const std::string& name) {
+        Stage::StartToolkit();
+        RemoveTheme();
+        m_Name.emplace("QUORVEL_THEME", name);
+        EXPECT_TRUE(AddTheme());
+    }
+    ~ScopedTheme() {
+        RemoveTheme();
+        m_Name.reset();
+        EXPECT_TRUE(AddTheme());
+    }
+    ScopedTheme(const ScopedTheme&) = delete;
+    ScopedTheme& operator=(const ScopedTheme&) = delete;
 
-class ThemeContrastTest : public testing::TestWithParam<Colour> {
+private:
+    std::optional<ScopedVariable> m_Name;
+};
+
+// A theme and a colour of its background.
+struct Appearance {
+    const char* theme;
+    Colour background;
+    // The least contrast of text on a focused widget.
+    double textContrast;
+};
+
+class ThemeContrastTest : public testing::TestWithParam<Appearance> {
 protected:
-    ThemeContrastTest() {
-        const Colour& colour = GetParam();
+    ThemeContrastTest() : m_Theme(GetParam().theme) {
+        const Colour& colour = GetParam().background;
         evas_object_color_set(m_Stage.background, colour.red, colour.green, colour.blue, 255);
     }
     Picture m_Take() { return Screen::Render(m_Stage.window); }
 
+    ScopedTheme m_Theme;
     Stage m_Stage;
 };
 
@@ -154,9 +183,9 @@ TEST_P(ThemeContrastTest, ShowsTextOnFocusedWidgets) {
     const Area row = Stage::PartOf(m_Stage.RowView(0), "text.clip");
     const Colour ground = list.At(row.Right() - 10, row.y + row.height / 2);
     const Area text{row.x, row.y + 20, row.width, row.height - 40};
-    EXPECT_GE(Contrast(MostVisible(list, text, ground), ground), 4.5);
+    EXPECT_GE(Contrast(MostVisible(list, text, ground), ground), GetParam().textContrast);
     m_Stage.ShowPopup(false);
-    EXPECT_GE(LabelContrast(m_Take(), m_Stage.ok), 4.5);
+    EXPECT_GE(LabelContrast(m_Take(), m_Stage.ok), GetParam().textContrast);
 }
 
 TEST_P(ThemeContrastTest, ShowsLineBetweenRows) {
@@ -167,7 +196,30 @@ TEST_P(ThemeContrastTest, ShowsLineBetweenRows) {
     EXPECT_GE(line.height, 2);
 }
 
-INSTANTIATE_TEST_SUITE_P(Backgrounds, ThemeContrastTest, testing::Values(kDarkest, kBrightest));
+// The darkest and the brightest colour of the normal background, and the other background.
+INSTANTIATE_TEST_SUITE_P(Appearances, ThemeContrastTest,
+                         testing::Values(Appearance{"", {19, 28, 39}, 4.5},
+                                         Appearance{"", {45, 66, 88}, 4.5},
+                                         Appearance{"high-contrast", {0, 0, 0}, 7.0}));
+
+TEST(ThemeHighContrastTest, ShowsWhiteOnBlack) {
+    const ScopedTheme theme("high-contrast");
+    Stage stage;
+    evas_object_color_set(stage.background, 0, 0, 0, 255);
+    const Picture picture = Screen::Render(stage.window);
+    for (const Evas_Object* widget : {stage.infoLeft, stage.RowView(1)}) {
+        const Area area = Screen::AreaOf(widget);
+        EXPECT_GE(Contrast(MostVisible(picture, area, {0, 0, 0}), {0, 0, 0}), 20.0);
+        EXPECT_EQ(picture.At(area.Right() - 15, area.y + 5), (Colour{0, 0, 0}));
+    }
+}
+
+TEST(ThemeHighContrastTest, HasBlackBackground) {
+    const ScopedTheme theme("high-contrast");
+    const std::string file = FindResource("org.tizen.menu/Settings/setting_bg_base.webp");
+    EXPECT_THAT(file, testing::HasSubstr("/high-contrast/"));
+    EXPECT_TRUE(std::filesystem::exists(file));
+}
 
 }  // namespace
 }  // namespace quorvel::desktop

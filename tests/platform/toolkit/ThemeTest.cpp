@@ -81,6 +81,22 @@ TEST(ThemeTest, RejectsInvalidThemeFile) {
     EXPECT_TRUE(AddTheme());
 }
 
+TEST(ThemeTest, LogsUnknownThemeAndUsesNormalTheme) {
+    Stage::StartToolkit();
+    RemoveTheme();
+    const LoggedLines log;
+    {
+        const ScopedVariable theme("QUORVEL_THEME", "pink");
+        EXPECT_TRUE(AddTheme());
+        const char* file = elm_theme_group_path_find(nullptr, "elm/label/base/slide_short");
+        EXPECT_EQ(file, FindResource("theme/quorvel-text.edj"));
+        RemoveTheme();
+    }
+    EXPECT_THAT(log.Messages(), ElementsAre("QUORVEL_THEME=pink: unknown theme; use high-contrast "
+                                            "or no value"));
+    EXPECT_TRUE(AddTheme());
+}
+
 class ThemeProportionTest : public testing::TestWithParam<std::pair<int, int>> {
 protected:
     ThemeProportionTest() {
