@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
 """Reports what the documents below ROOT name and the repository does not have: links, paths,
-`path`: `name` pairs, commands, and lines of the tree in README.md.
+`path`: `name` pairs, commands, and lines of a tree of folders.
 
 usage: check_documents.py ROOT
 """

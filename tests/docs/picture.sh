@@ -19,12 +19,13 @@ expect() {
 }
 
 cd -- "$root"
-cp -R --parents docs/pictures platform/desktop samples/typical script src "$work"
+cp -R --parents docs/pictures platform/desktop samples/typical script src tools/report "$work"
 # The copy starts with a digest of its own, so that an outdated picture fails only its own test.
 cp docs/pictures/analysed-item.webp "$work/made.webp"
 printf '#!/bin/sh\necho %s/made.webp\n' "$work" >"$work/script/run"
-"$work/script/docs-picture"
+"$work/script/docs-picture" screen
 expect pass src/QELItemList.cpp '1i // A comment.'
 expect fail src/QELItemList.cpp 's/70/71/'
 expect fail platform/desktop/theme/palette.edc 's/COLOR_TEXT 232/COLOR_TEXT 231/'
+expect fail tools/report/html_page.h 's/c62828/c62829/'
 expect fail samples/typical/qelXml.xml '2s/$/ /'

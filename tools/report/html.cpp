@@ -313,9 +313,9 @@ public:
         RunPage(out, run, number + 1).Write();
     }
     void End(std::ostream& out, const Totals& totals) const override {
-        out << "<p id=\"totals\">" << totals.runs << " runs, " << totals.runsWithFailures
-            << " with failed items; " << totals.items << " items, " << totals.failedItems
-            << " failed</p>\n"
+        out << "<p id=\"totals\">runs: " << totals.runs << " (" << totals.runsWithFailures
+            << " with failed items), items: " << totals.items << " (" << totals.failedItems
+            << " failed)</p>\n"
             << kHtmlEnd;
     }
 };

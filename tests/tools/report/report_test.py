@@ -203,6 +203,12 @@ class GoldenFilesTest(ReportTest):
         self.check_format("report.trace.json", "--format=trace")
 
 
+    def test_readme_shows_item(self):
+        readme = (ROOT / "README.md").read_text(encoding="utf-8")
+        item = readme.split("```text\n")[1].split("```")[0]
+        self.assertIn("\n" + item + "\n", report("samples/typical").stdout.decode())
+
+
 class StatusTest(ReportTest):
     def expect(self, status, *arguments, errors=()):
         result = report(*arguments)
