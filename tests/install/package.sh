@@ -30,4 +30,8 @@ for file in bin/quorvel bin/quorvel-view bin/quorvel-report libexec/quorvel/lay-
     share/quorvel/resources/theme/quorvel.edj; do
     [ -f "$work/files/usr/$file" ] || fail "$package: does not contain $file"
 done
+for font in cjk color-emoji core; do
+    dpkg-deb -f "$package" Recommends | grep -q "fonts-noto-$font" ||
+        fail "$package: does not recommend fonts-noto-$font"
+done
 dpkg-deb -f "$package" Depends | grep -q libelementary || fail "$package: does not depend on the toolkit"

@@ -69,9 +69,18 @@ void ForEachLine(std::string_view markup, Function function) {
     function(markup);
 }
 
-bool IsAscii(std::string_view text) {
-    return std::all_of(text.begin(), text.end(),
-                       [](char byte) { return static_cast<unsigned char>(byte) < 0x80U; });
+// Returns whether a character of two or three bytes begins with these bytes and belongs to a block
+// of right-to-left letters: U+0580 to U+07FF, U+0800 to U+08FF, U+FB00 to U+FEFF.
+bool IsRightToLeft(unsigned char first, unsigned char second) {
+    return (first >= 0xD6 && first <= 0xDF) || (first == 0xE0 && second < 0xA4) ||
+           (first == 0xEF && second >= 0xAC && second <= 0xBB);
+}
+
+bool HasRightToLeftLetter(std::string_view text) {
+    return std::adjacent_find(text.begin(), text.end(), [](char first, char second) {
+               return IsRightToLeft(static_cast<unsigned char>(first),
+                                    static_cast<unsigned char>(second));
+           }) != text.end();
 }
 
 void AppendNumber(std::string& text, std::string_view number, std::size_t width) {
@@ -86,13 +95,13 @@ void AppendNumber(std::string& text, std::string_view number, std::size_t width)
 void AppendName(std::string& text, std::string_view name) {
     const std::size_t bracket = std::min(name.rfind('('), name.size());
     text.append(name.substr(0, bracket));
-    text.append(IsAscii(name) ? "" : kLeftToRightMark);
+    text.append(HasRightToLeftLetter(name) ? kLeftToRightMark : "");
     text.append(name.substr(bracket));
 }
 
 void AppendLine(std::string& text, const TableLine& line, const Widths& widths) {
     // The first letter decides about the direction of a line.
-    text.append(IsAscii(line.name) ? "" : kLeftToRightMark);
+    text.append(HasRightToLeftLetter(line.name) ? kLeftToRightMark : "");
     for (std::size_t column = 0; column < widths.size(); ++column) {
         AppendNumber(text, line.numbers[column], widths[column]);
     }

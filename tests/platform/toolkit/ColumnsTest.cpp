@@ -40,9 +40,20 @@ TEST(ColumnsTest, GivesMinusSignWidthOfDigit) {
               "\u20125<tab/>7<tab/>a<br/>10<tab/>7<tab/>b");
 }
 
-TEST(ColumnsTest, KeepsDirectionOfLineWithForeignName) {
-    EXPECT_EQ(AlignColumns("1<tab/>2<tab/>\u05D0\u05D1(5)"),
-              kMark + "1<tab/>2<tab/>\u05D0\u05D1" + kMark + "(5)");
+TEST(ColumnsTest, KeepsDirectionOfLineWithRightToLeftName) {
+    for (const std::string name : {"\u05D0\u05D1", "x\u0627", "\u0840", "\uFB2A", "\uFEFC"}) {
+        EXPECT_EQ(AlignColumns("1<tab/>2<tab/>" + name + "(5)"),
+                  kMark + "1<tab/>2<tab/>" + name + kMark + "(5)");
+    }
+}
+
+// A mark between characters that no font has would widen the line.
+TEST(ColumnsTest, AddsNoMarkToOtherNames) {
+    for (const std::string name :
+         {"x", "\u00E4", "\u041F", "\u0E17", "\u0939", "\u753B", "\uFF21", "\U0001F50A"}) {
+        const std::string line = "1<tab/>2<tab/>" + name + "(5)";
+        EXPECT_EQ(AlignColumns(line), line);
+    }
 }
 
 TEST(ColumnsTest, DoesNotPadToNumberLongerThanAnalysisWrites) {

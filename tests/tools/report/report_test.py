@@ -26,7 +26,7 @@ import fastjsonschema
 
 PROGRAM, SHOWN, ROOT = sys.argv[1], sys.argv[2], Path(sys.argv[3])
 GOLDEN = ROOT / "tests/tools/report/golden"
-SAMPLES = ["typical", "network-failure", "no-failures", "damaged"]
+SAMPLES = ["typical", "network-failure", "no-failures", "damaged", "writing-systems"]
 CASES = sorted(path.name for path in (ROOT / "tests/golden").iterdir() if (path / "qelXml.xml").exists())
 RANDOM_RUNS = 300
 SCRIPTS = ["Größe", "Ελληνικά", "Кириллица", "עברית", "العربية", "ไทย", "हिन्दी", "中文", "日本語", "한국어"]
