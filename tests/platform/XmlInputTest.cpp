@@ -217,6 +217,27 @@ TEST_F(XmlInputTest, RejectsAFileAboveTheLimit) {
     EXPECT_THAT(Reported(), ElementsAre(Path() + ": larger than 256 MiB"));
 }
 
+// The file has no data on the disk, and no parser keeps what it reads.
+TEST_F(XmlInputTest, StopsAtLimitOfGrowingFile) {
+    Write("");
+    std::filesystem::resize_file(Path(), kMaxResultFileBytes);
+    xmlParserInputBuffer* input =
+        xmlParserInputBufferCreateFilename(Path().c_str(), XML_CHAR_ENCODING_NONE);
+    ASSERT_NE(input, nullptr);
+    std::filesystem::resize_file(Path(), 2 * kMaxResultFileBytes);
+    std::vector<char> part(std::size_t{4} << 20);
+    std::int64_t total = 0;
+    int size = 0;
+    do {
+        total += size;
+        size = input->readcallback(input->context, part.data(), static_cast<int>(part.size()));
+    } while (size > 0);
+    xmlFreeParserInputBuffer(input);
+    EXPECT_EQ(size, -1);
+    EXPECT_EQ(total, kMaxResultFileBytes);
+    EXPECT_THAT(Reported(), ElementsAre(HasSubstr("grows while it is read")));
+}
+
 TEST_F(XmlInputTest, PrintsNothingOfABrokenFile) {
     Write("<r>\x1b[31m<v></r>");
     testing::internal::CaptureStderr();
