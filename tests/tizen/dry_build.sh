@@ -1,10 +1,10 @@
 #!/bin/sh
 # Builds the application for a set, against stand-ins for the headers and libraries of the set:
 #
-#     dry_build.sh configure|build
+#     dry_build.sh configure|build|tpk
 #
-# configure tests the checks at configure time; build compiles and links the program. The toolkit and
-# libxml2 are the ones of Debian. The test proves the build files. It does not prove the set.
+# configure tests the checks at configure time; build compiles and links the program; tpk makes the project
+# for the SDK, and compiles and links what the project lists. The toolkit and libxml2 are the ones of Debian. The test proves the build files. It does not prove the set.
 set -eu
 unset CDPATH
 
@@ -66,7 +66,17 @@ test_configure() {
     for part in 'api-version="9.0"' '<privilege>http://example/b</privilege>' 'exec="quorvel"'; do
         grep -q -F -e "$part" "$work/manifest/tizen-manifest.xml" || fail "no $part in the manifest"
     done
-    xmllint --noout "$work/manifest/tizen-manifest.xml"
+    validate_manifest "$work/manifest/tizen-manifest.xml"
+    # The schema rejects an attribute and an element that the documentation does not have.
+    for change in 's/type="capp"/& kind="x"/' 's|<label>.*|&<name/>|' 's/api-version="[^"]*"//'; do
+        sed "$change" "$work/manifest/tizen-manifest.xml" >"$work/wrong.xml"
+        ! (validate_manifest "$work/wrong.xml") 2>/dev/null || fail "a wrong manifest is valid: $change"
+    done
+}
+
+validate_manifest() {
+    xmllint --noout --relaxng "$root/tests/tizen/manifest.rng" "$1" >"$work/log" 2>&1 ||
+        fail "the manifest is not valid: $1"
 }
 
 # NAME: the program in the folder NAME needs the libraries of the set.
@@ -114,6 +124,48 @@ test_build() {
     done
 }
 
+# NAME: prints the value of a property of the project.
+property() {
+    sed -n "s/^$1 = //p" "$work/tpk/project_def.prop"
+}
+
+# Makes the project with the variables $@.
+make_project() {
+    rm -rf "$work/tpk"
+    cmake -D FOLDER="$work/tpk" -D SERVICES=services "$@" -P "$root/platform/tizen/tpk.cmake" \
+        >"$work/log" 2>&1
+}
+
+# The SDK's own folders and libraries come after those of the project.
+builds_project() {
+    includes=
+    for folder in $(property USER_INC_DIRS); do
+        includes="$includes -I$folder"
+    done
+    # shellcheck disable=SC2046,SC2086 # lists of words
+    (cd -- "$work/tpk" &&
+        g++ $(property USER_CPPFLAGS_MISC) $(property USER_CPP_DEFS | sed 's/[^ ]\+/-D&/g') $includes \
+            -I"$work/set-public/include/appfw" -I"$work/set-public/include/dlog" \
+            $(pkg-config --cflags elementary libxml-2.0) $(property USER_SRCS) -o quorvel \
+            -L"$work/set-public/lib" -lcapi-appfw-application -lcapi-appfw-app-control -lbundle -ldlog \
+            $(property USER_LIBS | sed 's/[^ ]\+/-l&/g') $(pkg-config --libs elementary libxml-2.0)) \
+        >"$work/log" 2>&1
+}
+
+test_tpk() {
+    make_project -D API_VERSION=6.0 -D "PRIVILEGES=http://example/a" || fail "the project is not made"
+    builds_project || fail "the project is not built"
+    validate_manifest "$work/tpk/tizen-manifest.xml"
+    for part in 'api-version="6.0"' 'exec="quorvel"' '<privilege>http://example/a</privilege>'; do
+        grep -q -F -e "$part" "$work/tpk/tizen-manifest.xml" || fail "no $part in the manifest"
+    done
+    [ "$(property profile)" = tizen-6.0 ] || fail "another profile: $(property profile)"
+    icon=$(sed -n 's|.*<icon>\(.*\)</icon>.*|\1|p' "$work/tpk/tizen-manifest.xml")
+    [ -f "$work/tpk/shared/res/$icon" ] || fail "the project lacks the icon $icon"
+    make_project -D SERVICES_LINKAGE=CXX || fail "the project is not made"
+    [ "$(property USER_CPP_DEFS)" = QUORVEL_TV_SERVICES_CXX ] || fail "the linkage is not in the project"
+}
+
 make_set platform
 case "${1:-}" in
     configure) test_configure ;;
@@ -121,5 +173,9 @@ case "${1:-}" in
         make_set public
         test_build
         ;;
-    *) fail "usage: dry_build.sh configure|build" ;;
+    tpk)
+        make_set public
+        test_tpk
+        ;;
+    *) fail "usage: dry_build.sh configure|build|tpk" ;;
 esac
