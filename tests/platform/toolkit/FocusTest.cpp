@@ -55,19 +55,15 @@ TEST(FocusTest, AcceptsDeletionOfLabelBeforeReport) {
     EXPECT_THAT(stage.LabelEvents(), IsEmpty());
 }
 
-// The frame around the focused widget.
-bool IsFrameColour(const Colour& colour) {
-    constexpr Colour kFrame{COLOR_FOCUS_LINE};
-    return std::abs(colour.red - kFrame.red) < 4 && std::abs(colour.green - kFrame.green) < 4 &&
-           std::abs(colour.blue - kFrame.blue) < 4;
-}
+constexpr Colour kFrameColour{COLOR_FOCUS_LINE};
+constexpr Colour kFocusColour{COLOR_FOCUS};
 
 // Returns the widgets of the window that show a frame, read from the pixels.
 std::string FocusedPlaces(const Stage& stage) {
     const Picture picture = Screen::Render(stage.window);
     std::string places;
     const auto add = [&](const char* name, const Evas_Object* widget) {
-        if (picture.Count(Screen::AreaOf(widget), IsFrameColour) > kLeastOfAFrame) {
+        if (picture.CountNear(Screen::AreaOf(widget), kFrameColour) > kLeastOfAFrame) {
             places += std::string(places.empty() ? "" : " ") + name;
         }
     };
@@ -91,18 +87,12 @@ bool MovesText(const Stage& stage) {
                              std::chrono::milliseconds(200));
 }
 
-bool IsFocusColour(const Colour& colour) {
-    constexpr Colour kFocus{COLOR_FOCUS};
-    return std::abs(colour.red - kFocus.red) < 4 && std::abs(colour.green - kFocus.green) < 4 &&
-           std::abs(colour.blue - kFocus.blue) < 4;
-}
-
 // The number of pixels in the colour of the focus.
 int FocusInList(const Stage& stage) {
-    return Screen::Render(stage.window).Count(Screen::AreaOf(stage.list), IsFocusColour);
+    return Screen::Render(stage.window).CountNear(Screen::AreaOf(stage.list), kFocusColour);
 }
 int FocusOnScreen(const Stage& stage) {
-    return Screen::Render(stage.window).Count(Screen::AreaOf(stage.window), IsFocusColour);
+    return Screen::Render(stage.window).CountNear(Screen::AreaOf(stage.window), kFocusColour);
 }
 
 // In pixels.
