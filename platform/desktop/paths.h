@@ -14,6 +14,9 @@ std::string DataFolder();
 constexpr const char* kMainResultFile = "qelXml.xml";
 constexpr const char* kRnscResultFile = "qelRnscXml.xml";
 
+// The name of the folder of a log copy begins so until the log copy is complete.
+constexpr const char* kUnfinishedPrefix = ".quorvel-unfinished-";
+
 // Returns the identity of the folder at path: its device and inode number. Folders at the same path
 // in different mount namespaces have different identities. Returns "none" if the path does not
 // exist.

@@ -1,6 +1,7 @@
 #ifndef QUORVEL_PLATFORM_DESKTOP_PHOTOS_H_
 #define QUORVEL_PLATFORM_DESKTOP_PHOTOS_H_
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -11,6 +12,9 @@ namespace quorvel::desktop {
 
 // The largest photo that is copied, in bytes.
 constexpr std::int64_t kMaxPhotoBytes = std::int64_t{64} << 20;
+
+// How many photos of a run are found or copied, more than a run has.
+constexpr std::size_t kMaxPhotos = 10'000;
 
 // Returns the places of a photo below the folder of its result files, as relative paths in the
 // order of search. The first place is the path below the data folder, or the whole path for a photo

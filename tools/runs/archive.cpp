@@ -51,15 +51,15 @@ struct EntryName {
     std::string Path() const { return folder.empty() ? name : folder + "/" + name; }
 };
 
-// Returns no value for a name that leads out of the archive, is too long or is below too many
-// folders.
+// Returns no value for a name that leads out of the archive, is too long, is below too many folders
+// or is in an unfinished capture.
 std::optional<EntryName> SplitEntryName(const char* text) {
     if (text == nullptr || text[0] == '/' || std::strlen(text) >= PATH_MAX) {
         return std::nullopt;
     }
     std::vector<std::string> parts;
     for (const fs::path& part : fs::path(text)) {
-        if (part == "..") {
+        if (part == ".." || IsUnfinished(part)) {
             return std::nullopt;
         }
         if (!part.empty() && part != ".") {

@@ -11,6 +11,7 @@
 #include <set>
 
 #include "QELXmlParser.h"
+#include "paths.h"
 #include "photos.h"
 #include "runs/descriptor.h"
 #include "xml_input.h"
@@ -134,7 +135,8 @@ void FindPhotos(Run& run, const QELXmlParser& store) {
     std::set<std::string> names;
     run.photos.clear();
     for (unsigned int i = 0; i < store.GetNumOfResult(); ++i) {
-        if (store.GetResultType(i) != RESULT_TYPE_IMAGE) {
+        if (store.GetResultType(i) != RESULT_TYPE_IMAGE ||
+            run.photos.size() == desktop::kMaxPhotos) {
             continue;
         }
         const std::string name = store.GetResult(i, "detailed");
@@ -176,6 +178,10 @@ std::string Identify(const struct stat& status) {
 bool IsResultFile(const std::string& name) {
     const Run run;
     return name == run.files[0].name || name == run.files[1].name;
+}
+
+bool IsUnfinished(const std::string& name) {
+    return name.rfind(desktop::kUnfinishedPrefix, 0) == 0;
 }
 
 void CheckRun(Run& run) {

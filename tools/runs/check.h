@@ -13,6 +13,10 @@ namespace quorvel::runs {
 // Returns whether a file of this name is one of the two result files.
 bool IsResultFile(const std::string& name);
 
+// Returns whether a folder of this name is a capture that is not complete. It may have only one of
+// the two result files.
+bool IsUnfinished(const std::string& name);
+
 // Returns a text that differs for every other file and for every other state of this file.
 std::string Identify(const struct stat& status);
 

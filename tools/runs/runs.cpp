@@ -17,6 +17,15 @@ namespace {
 
 namespace fs = std::filesystem;
 
+bool HasResultFiles(const std::string& folder) {
+    const Run run;
+    return std::any_of(run.files.begin(), run.files.end(), [&folder](const ResultFile& file) {
+        std::error_code error;
+        const fs::file_type type = fs::symlink_status(folder + "/" + file.name, error).type();
+        return type != fs::file_type::not_found && type != fs::file_type::none;
+    });
+}
+
 // Searches folders level by level, so that a limit cuts off the deepest folders. Lives in FindRuns.
 class Search {
 public:
@@ -51,12 +60,14 @@ private:
 
     void m_Visit(const Folder& folder) {
         std::error_code error;
-        bool hasResultFiles = false;
+        // Found even when they are not among the entries that the limit permits.
+        bool hasResultFiles = HasResultFiles(folder.path);
         fs::directory_iterator entry(folder.path, error);
         for (; !error && entry != fs::directory_iterator(); entry.increment(error)) {
             if (--m_Left.entries < 0) {
                 break;
             }
+            // A folder may be readable although its files cannot be looked up.
             hasResultFiles = IsResultFile(entry->path().filename()) || hasResultFiles;
             m_Consider(*entry, folder.depth);
         }
@@ -72,7 +83,9 @@ private:
     void m_Consider(const fs::directory_entry& entry, int depth) {
         std::error_code error;
         const fs::file_type type = entry.symlink_status(error).type();
-        if (type == fs::file_type::directory) {
+        if (type == fs::file_type::directory && IsUnfinished(entry.path().filename())) {
+            m_Result.problems.push_back(entry.path().string() + ": unfinished capture, left out");
+        } else if (type == fs::file_type::directory) {
             m_HasDeeper = m_HasDeeper || depth == kMaxDepth;
             if (depth < kMaxDepth) {
                 m_Folders.push_back({entry.path(), depth + 1});

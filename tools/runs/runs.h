@@ -51,7 +51,8 @@ struct Run {
     std::time_t fileTime = 0;  // the modification time of the newer result file
     unsigned int items = 0;    // all items
     unsigned int failedItems = 0;
-    std::vector<Photo> photos;  // of the failed items of type "image", without repetitions
+    // The first kMaxPhotos photos of the failed items of type "image", without repetitions.
+    std::vector<Photo> photos;
 
     // Returns the start time when it has the form YYYY-MM-DD HH:MM[:SS], else the time of the file.
     // Both are local times.
@@ -79,7 +80,8 @@ enum class Reading { kNow, kLater };
 
 // Finds all runs at the path: a folder and the folders and archives below it, the folder of a
 // result file, an archive (.tar, .tar.gz, .tgz, .tar.xz, .zip), or a folder or a result file in an
-// archive, as Run::path names it. Links below the path are not followed. Throws
+// archive, as Run::path names it. Links below the path are not followed, and unfinished captures
+// are left out. Throws
 // std::filesystem::filesystem_error when an archive cannot be unpacked because the temporary folder
 // cannot be written.
 //

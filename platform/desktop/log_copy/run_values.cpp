@@ -9,14 +9,12 @@
 #include <string_view>
 
 #include "paths.h"
+#include "photos.h"
 #include "xml_input.h"
 
 namespace quorvel::desktop {
 
 namespace {
-
-// More than a run has.
-constexpr std::size_t kMaxPhotos = 10'000;
 
 constexpr const char* kItemLists[] = {"RNSCImage", "RNSCTest", "FAnetTest"};
 

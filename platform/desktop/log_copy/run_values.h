@@ -11,7 +11,7 @@ namespace quorvel::desktop {
 // The values of the result files that a log copy uses.
 struct RunValues {
     std::string serialNumber;         // empty when the run has none
-    std::vector<std::string> photos;  // the first 10,000 values of "image" items, none twice
+    std::vector<std::string> photos;  // the first kMaxPhotos values of "image" items, none twice
 };
 
 // Reads the values from the result files among the sources, which are open and at their start, and

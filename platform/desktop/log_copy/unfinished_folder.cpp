@@ -10,11 +10,12 @@
 #include <utility>
 #include <vector>
 
+#include "paths.h"
+
 namespace quorvel::desktop {
 
 namespace {
 
-constexpr const char* kPrefix = ".quorvel-unfinished-";
 constexpr std::size_t kChunk = std::size_t{128} * 1024;
 constexpr int kMaxNames = 100;
 constexpr int kOpenFolder = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
@@ -138,16 +139,16 @@ void UnfinishedFolder::m_Discard() {
 // the final name. If the storage has no room for the temporary name, removing still works. After
 // any other error removing may fail too, so the complete folder stays.
 void UnfinishedFolder::m_RestoreTemporaryName() {
-    m_UnfinishedName = RenameToFree(m_Parent, m_UnsyncedName, kPrefix + m_FinalName);
+    m_UnfinishedName = RenameToFree(m_Parent, m_UnsyncedName, kUnfinishedPrefix + m_FinalName);
     if (m_UnfinishedName.empty() && (errno == ENOSPC || errno == EDQUOT)) {
         m_UnfinishedName = m_UnsyncedName;
     }
 }
 
 void UnfinishedFolder::Make() {
-    m_UnfinishedName = WithFreeName(kPrefix + m_FinalName, [this](const std::string& tried) {
-        return m_Parent.MakeFolder(tried, kFolderMode);
-    });
+    m_UnfinishedName = WithFreeName(
+        kUnfinishedPrefix + m_FinalName,
+        [this](const std::string& tried) { return m_Parent.MakeFolder(tried, kFolderMode); });
     if (!m_UnfinishedName.empty()) {
         m_Folder.emplace(m_Parent, m_UnfinishedName, kOpenFolder);
     }
@@ -200,7 +201,7 @@ void UnfinishedFolder::RemoveLeftOvers(const File& parent) {
     std::vector<std::string> names;
     parent.List(names);
     for (const std::string& name : names) {
-        if (name.rfind(kPrefix, 0) == 0) {
+        if (name.rfind(kUnfinishedPrefix, 0) == 0) {
             RemoveWithFiles(parent, name);
         }
     }

@@ -182,6 +182,27 @@ TEST_F(RunsInsideArchiveTest, ReturnsNoRunForAnotherPlace) {
     }
 }
 
+TEST_F(RunsTest, LeavesOutUnfinishedCaptures) {
+    m_Folder.WriteRun("stick/a", "SN1");
+    m_Folder.WriteRun("stick/.quorvel-unfinished-x", "SN2");
+    const SearchResult result = Find();
+    ASSERT_THAT(result.runs, SizeIs(1));
+    EXPECT_EQ(result.runs[0].serialNumber, "SN1");
+    EXPECT_THAT(result.problems, ElementsAre(m_Folder.Path("stick/.quorvel-unfinished-x") +
+                                             ": unfinished capture, left out"));
+    EXPECT_THAT(SerialNumbers("stick/.quorvel-unfinished-x"), ElementsAre("SN2"));
+    ArchiveFile(m_Folder.Path("log.zip"))
+        .Add(".quorvel-unfinished-x/qelXml.xml", ComposeMainFile("SN3", ""));
+    EXPECT_THAT(SerialNumbers("log.zip"), IsEmpty());
+}
+
+TEST_F(RunsTest, FindsResultFilesBeyondTheLimitOfEntries) {
+    m_Folder.WriteRun("stick", "SN1");
+    Limits limits;
+    limits.entries = 0;
+    EXPECT_THAT(FindRuns(m_Folder.Path("stick"), limits).runs, SizeIs(1));
+}
+
 TEST_F(RunsTest, ReportsMissingPath) {
     const SearchResult result = Find("nothing");
     EXPECT_EQ(result.failure, m_Folder.Path("nothing") + ": No such file or directory");
