@@ -97,9 +97,15 @@ reports_missing_result_files() {
 second_view() {
     program_start "$build/quorvel-view" "$folder"
     make_stand_in 'echo opened'
+    log_mark
+    xdotool windowminimize "$(xdotool getwindowfocus)"
+    log_wait 's_Pause is called'
+    log_mark
     expect_status 0 "$folder"
     expect_output ''
     log_wait 's_Control is called'
+    expect "the window is in front again" has_keyboard
+    log_wait 's_Resume is called'
     write_run "$work/other" '2024-11-18 09:40:42'
     expect_status 3 "$work/other"
     expect_error "shows $folder; close it or add --replace"

@@ -48,10 +48,8 @@ void RemoveLeftOvers(const fs::path& parent) {
 
 TemporaryFolder::TemporaryFolder() {
     std::error_code error;
-    fs::path parent = fs::absolute(fs::temp_directory_path(error));
-    if (error) {
-        parent = "/tmp";
-    }
+    const fs::path named = fs::temp_directory_path(error);
+    const fs::path parent = error ? fs::path("/tmp") : fs::absolute(named);
     RemoveLeftOvers(parent);
     do {
         m_Path = parent / (std::string(kPrefix) + "XXXXXX");

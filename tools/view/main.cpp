@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <csignal>
 #include <cstdlib>
 #include <exception>
 #include <filesystem>
@@ -150,7 +151,7 @@ int Show(const runs::Run& run, const Options& options) {
             "'quorvel EXEPARAM=CLOSE'");
     }
     const int status = RunProgram(std::move(words));
-    if (status > kSignal) {
+    if (status > kSignal && status <= kSignal + SIGRTMAX) {
         ReportSignal(status - kSignal, folder.Path(), exceptionFile);
     }
     return status;

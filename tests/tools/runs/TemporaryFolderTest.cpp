@@ -54,6 +54,11 @@ TEST_F(TemporaryFolderTest, CreatesPrivateFolderAndRemovesIt) {
     EXPECT_EQ(CountFolders(), 0);
 }
 
+TEST_F(TemporaryFolderTest, ReplacesMissingFolderForTemporaryFiles) {
+    setenv("TMPDIR", m_Runs.Path("missing").c_str(), 1);
+    EXPECT_EQ(fs::path(TemporaryFolder().Path()).parent_path(), "/tmp");
+}
+
 TEST_F(TemporaryFolderTest, RemovesFolderOfKilledProcess) {
     LeaveFolder();
     ASSERT_EQ(CountFolders(), 1);
