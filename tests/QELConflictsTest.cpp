@@ -57,6 +57,55 @@ TEST_F(QELConflictsTest, ReturnsOwnLineThenConflictsInOrderOfItems) {
     EXPECT_THAT(Describe(FindIndexed(1).lines), lines);
 }
 
+TEST_F(QELConflictsTest, ReadsThreadAndWindowOfItem) {
+    LoadItems({MakeItem("own", " 007", "+1000", "500"), MakeItem("long", "2", "4294967", "-1")});
+    EXPECT_EQ(QELConflicts::ReadThread(Store(), 0), 7);
+    EXPECT_EQ(QELConflicts::ReadWindow(Store(), 0).start, 1000U);
+    EXPECT_EQ(QELConflicts::ReadWindow(Store(), 0).end, 1500U);
+    EXPECT_EQ(QELConflicts::ReadThread(Store(), 1), 2);
+    EXPECT_EQ(QELConflicts::ReadWindow(Store(), 1).end, 4294966U);
+}
+
+struct NumberCase {
+    const char* text;
+    bool isOutOfRange;
+};
+
+class QELConflictsNumberTest : public QELConflictsTest,
+                               public testing::WithParamInterface<NumberCase> {};
+
+TEST_P(QELConflictsNumberTest, ThrowsForInvalidNumber) {
+    LoadItems({MakeItem("own", GetParam().text, GetParam().text, "0")});
+    if (GetParam().isOutOfRange) {
+        EXPECT_THROW(QELConflicts::ReadThread(Store(), 0), std::out_of_range);
+        EXPECT_THROW(QELConflicts::ReadWindow(Store(), 0), std::out_of_range);
+    } else {
+        EXPECT_THROW(QELConflicts::ReadThread(Store(), 0), std::invalid_argument);
+        EXPECT_THROW(QELConflicts::ReadWindow(Store(), 0), std::invalid_argument);
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Texts, QELConflictsNumberTest,
+                         testing::Values(NumberCase{"2147483648", true},
+                                         NumberCase{"99999999999", true}, NumberCase{"x", false},
+                                         NumberCase{" ", false}, NumberCase{"-", false}));
+
+class QELConflictsTextTest : public QELConflictsTest,
+                             public testing::WithParamInterface<const char*> {};
+
+// The digits of a short number are converted without std::stoi.
+TEST_P(QELConflictsTextTest, ReadsNumberAsStandardLibrary) {
+    LoadItems({MakeItem("own", GetParam(), GetParam(), "0")});
+    EXPECT_EQ(QELConflicts::ReadThread(Store(), 0), std::stoi(GetParam()));
+    EXPECT_EQ(QELConflicts::ReadWindow(Store(), 0).start,
+              static_cast<std::uint32_t>(std::stoi(GetParam())));
+}
+
+INSTANTIATE_TEST_SUITE_P(Texts, QELConflictsTextTest,
+                         testing::Values("0", "9", "000000012", "999999999", "1000000000",
+                                         "2147483647", "-2147483648", "12x", "1 2", " 5",
+                                         "00000000000000000003"));
+
 TEST_F(QELConflictsTest, ReportsMissingCode) {
     LoadItems({MakeItem("own", "1", "1000", "500", "")});
     ExpectState(QELConflictState_e::kNoCode);

@@ -3,9 +3,11 @@
 #include "QELUtil.h"
 
 #include <gmock/gmock.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 
 #include <atomic>
+#include <csignal>
 #include <filesystem>
 #include <fstream>
 #include <string>
@@ -146,6 +148,19 @@ TEST_F(QELUtilTest, NeverLeavesEmptyFile) {
     isDone = true;
     watcher.join();
     EXPECT_EQ(emptyReads, 0);
+}
+
+// A limit on the size of files stands in for a full disk.
+TEST_F(QELUtilTest, LeavesNoFileWhenNewCounterCannotBeWritten) {
+    const auto handler = std::signal(SIGXFSZ, SIG_IGN);
+    rlimit before{};
+    ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &before), 0);
+    const rlimit none{0, before.rlim_max};
+    ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &none), 0);
+    EXPECT_TRUE(QELUtil::IncreaseCount(PrivateData::Path(kCounter)));
+    setrlimit(RLIMIT_FSIZE, &before);
+    (void)std::signal(SIGXFSZ, handler);
+    EXPECT_TRUE(fs::is_empty(fs::path(PrivateData::Path(kCounter)).parent_path()));
 }
 
 // /proc/self/stat begins with a number, and not even root can write it.

@@ -123,6 +123,23 @@ TEST_F(QELXmlParserSectionsTest, KeepsEmptyValuesForMissingElements) {
               "sn=\nmodel=M1\noption=O2\nmm=\nsm=\nss=\nmt=\nbt=\nld1=\nld2=\ndnso=\n");
 }
 
+TEST_F(QELXmlParserSectionsTest, ReturnsNonEmptyValuesByTag) {
+    const QELXmlParser& store =
+        Load(xml::Document(xml::Section("Information", {{"sn", "1"}, {"dnso", " a;b "}}) +
+                           xml::Section("Network", {{"type", "wifi"}}) +
+                           xml::Section("Summary", {{"result", "fail"}, {"duration", "2"}})));
+    EXPECT_THAT(store.GetInformationValues(), ElementsAre(Pair("sn", "1"), Pair("dnso", " a;b ")));
+    EXPECT_THAT(store.GetNetworkValues(), ElementsAre(Pair("type", "wifi")));
+    EXPECT_THAT(store.GetSummaryValues(),
+                testing::UnorderedElementsAre(Pair("duration", "2"), Pair("result", "fail")));
+}
+
+TEST_F(QELXmlParserSectionsTest, ReturnsReasonOfNetworkFailureAsLastValue) {
+    const QELXmlParser& store = Load(MakeNetworkFailureFile(kFullFailedInfo));
+    ASSERT_FALSE(store.GetNetworkValues().empty());
+    EXPECT_THAT(store.GetNetworkValues().back(), Pair("reason", "no AP"));
+}
+
 TEST_F(QELXmlParserSectionsTest, StoresValuesUnchanged) {
     const QELXmlParser& store =
         Load(xml::Document(xml::Section("Summary", {{"starttime", " \n<1> & 2;3^4 "}})));
