@@ -8,7 +8,7 @@
 // m_CaptureLog runs on the main-loop thread.
 class QELButtonLogCapture {
 public:
-    QELButtonLogCapture();
+    QELButtonLogCapture() noexcept;
 
     // Creates the button. Focuses the button when the list of failed items is empty.
     void Create(_appdata* ad);

@@ -9,7 +9,7 @@
 // analysis text in orange. Owned by QELItemView. Everything runs on the main-loop thread.
 class QELItemDetailView {
 public:
-    QELItemDetailView();
+    QELItemDetailView() noexcept;
 
     // Creates the panel. It shows a hint until a row gets the focus.
     void Create(_appdata* ad);

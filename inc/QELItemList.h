@@ -11,7 +11,7 @@
 // itself compute the index as the row's position minus one.
 class QELItemList {
 public:
-    QELItemList();
+    QELItemList() noexcept;
 
     // Creates the list from the failed items of the result store and focuses the first row. The
     // list does not follow later changes of the store.

@@ -11,7 +11,7 @@ class QELItemDetailView;
 // Owned by QELWindow. Owns the detail view. Main-loop thread only.
 class QELItemView {
 public:
-    QELItemView();
+    QELItemView() noexcept;
 
     // Creates the widgets and the detail view, and fills the two information panels from the result
     // store. The panels do not follow later changes of the store.

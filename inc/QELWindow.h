@@ -10,7 +10,7 @@ class QELItemView;
 // and the connections of their events. Owned by QELApp. Owns the views. Main-loop thread only.
 class QELWindow {
 public:
-    QELWindow();
+    QELWindow() noexcept;
 
     // Parses the result files, then creates the window and the views and stores their widgets in
     // ad. A failure is logged; the window stays with the widgets created so far.

@@ -22,7 +22,7 @@ const int kCaptureFailed = -1;  // any other result is a success
 
 bool QELButtonLogCapture::doCaptureLog = false;
 
-QELButtonLogCapture::QELButtonLogCapture() : m_Box(nullptr) {}
+QELButtonLogCapture::QELButtonLogCapture() noexcept : m_Box(nullptr) {}
 
 void QELButtonLogCapture::Create(_appdata* ad) {
     if (ad == nullptr) {

@@ -49,7 +49,7 @@ std::string RedMarkup(const std::string& text, QELAnalysisData& analysisData, un
 
 Evas_Object* QELItemDetailView::m_bgItemDetailView = nullptr;
 
-QELItemDetailView::QELItemDetailView() : m_scrollerItemDetailView(nullptr) {
+QELItemDetailView::QELItemDetailView() noexcept : m_scrollerItemDetailView(nullptr) {
     m_bgItemDetailView = nullptr;
 }
 

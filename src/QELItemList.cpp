@@ -67,7 +67,7 @@ int IconSize() {
 
 }  // namespace
 
-QELItemList::QELItemList() : m_bgItemList(nullptr) {}
+QELItemList::QELItemList() noexcept : m_bgItemList(nullptr) {}
 
 void QELItemList::Create(_appdata* ad) {
     if (ad == nullptr) {

@@ -22,7 +22,7 @@ const char* const kNoPhotoMarkup =
 
 }  // namespace
 
-QELItemView::QELItemView()
+QELItemView::QELItemView() noexcept
     : m_itemDetailView(nullptr), m_bgInfoViewLeft(nullptr), m_bgInfoViewRight(nullptr) {}
 
 void QELItemView::Create(_appdata* ad) {

@@ -42,7 +42,7 @@ void DestroyView(View*& view, _appdata* ad) {
 
 }  // namespace
 
-QELWindow::QELWindow()
+QELWindow::QELWindow() noexcept
     : m_ItemList(nullptr),
       m_ItemView(nullptr),
       m_ButtonLogCapture(nullptr),
