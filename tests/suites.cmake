@@ -41,7 +41,7 @@ foreach(suite IN LISTS suites)
   string(REGEX REPLACE "\\.$" "" name "${PREFIX}${suite}")
   # The main function of the tests returns 77 if it skipped a case and none failed.
   string(APPEND tests "add_test([[${name}]] [[${PROGRAM}]] [[--gtest_filter=${suite}*]])
-set_tests_properties([[${name}]] PROPERTIES TIMEOUT 180 SKIP_RETURN_CODE 77)
+set_tests_properties([[${name}]] PROPERTIES TIMEOUT 600 SKIP_RETURN_CODE 77)
 ")
 endforeach()
 file(WRITE ${LIST} "${tests}")

@@ -301,6 +301,7 @@ TEST(FocusTest, KeepsPlaceInTextWhenFocusLeavesAndReturns) {
     stage.Press("Left");
     stage.Press("Right");
     EXPECT_EQ(FocusedPlaces(stage), "panel");
+    EXPECT_TRUE(Screen::PumpUntil([&] { return TextPosition(stage) == place; }));
     EXPECT_FALSE(MovesText(stage));
     EXPECT_EQ(TextPosition(stage), place);
 }
