@@ -1,7 +1,6 @@
 // quorvel-report: reports and analyses the failed items of many runs.
 
 #include <fcntl.h>
-#include <malloc.h>
 #include <unistd.h>
 
 #include <clocale>
@@ -9,6 +8,7 @@
 
 #include "report/options.h"
 #include "report/report.h"
+#include "report/xml_memory.h"
 #include "xml_input.h"
 
 namespace {
@@ -27,9 +27,8 @@ void OpenClosedStreams() {
 
 int main(int argc, char** argv) {
     OpenClosedStreams();
-    // Without fast lists, which glibc merges whenever a large block is freed. Each document frees
     // one.
-    mallopt(M_MXFAST, 0);
+    quorvel::report::UseXmlMemory();
     // The widths of characters. The report does not depend on the user's locale.
     std::setlocale(LC_CTYPE, "C.UTF-8");
     // A reader that closes the pipe is a failed write.
