@@ -10,8 +10,9 @@ namespace quorvel::desktop {
 
 // The values of the result files that a log copy uses.
 struct RunValues {
-    std::string serialNumber;         // empty when the run has none
-    std::vector<std::string> photos;  // the first kMaxPhotos values of "image" items, none twice
+    std::string serialNumber;  // empty when the run has no serial number
+    // The first kMaxPhotos values of "image" items, without repetitions.
+    std::vector<std::string> photos;
 };
 
 // Reads the values from the result files among the sources, which are open and at their start, and
