@@ -5,6 +5,8 @@ set -eu
 # shellcheck source=tests/ui/ui.sh
 . "$(dirname -- "$0")/ui.sh"
 
+# The colour of the button of a message.
+BUTTON='#606060'
 portal=
 bus=
 
@@ -35,16 +37,29 @@ start_bus() {
     export DBUS_SESSION_BUS_ADDRESS
 }
 
+# The display and the window manager must agree on the focus.
 message_has_keyboard() {
-    [ "$(xdotool getactivewindow getwindowname 2>/dev/null)" = Quorvel ]
+    [ "$(xdotool getwindowfocus getwindowname 2>/dev/null)" = Quorvel ] &&
+        [ "$(xdotool getactivewindow getwindowname 2>/dev/null)" = Quorvel ]
 }
 
-# Closes the message with the text $1 by a key. The program then exits with status 1.
-expect_message() {
-    expect "a message is shown: $1" message_has_keyboard
-    grep -q -F -- "$1" "$desktop/log" || fail "another message: $(cat "$desktop/log")"
+# The window is empty before its first picture.
+message_shows_button() {
+    shows "$BUTTON" "$SCREEN" 10000
+}
+
+# Waits for a message and closes it by a key.
+close_message() {
+    expect 'a message has the keyboard' message_has_keyboard
+    expect 'the message shows a button' message_shows_button
     screen_wait
     xdotool key Return
+}
+
+# Closes the message with the text $1. The program then exits with status 1.
+expect_message() {
+    close_message
+    grep -q -F -- "$1" "$desktop/log" || fail "another message: $(cat "$desktop/log")"
     expect_exit 1
 }
 
@@ -107,11 +122,10 @@ shows_warning_before_a_run_without_items() {
     mkdir "$work/untested"
     echo '<r/>' >"$work/untested/qelXml.xml"
     program_launch env DESKTOP_STARTUP_ID=launcher "$build/quorvel-view" "$work/untested"
-    expect 'a warning is shown' message_has_keyboard
-    log_wait 'nothing was tested'
+    expect 'a warning is shown' message_shows_button
     ! grep -q app_create "$desktop/log" || fail "the run is opened before the warning is read"
-    screen_wait
-    xdotool key Return
+    close_message
+    log_wait 'nothing was tested'
     log_wait 's_Control is called'
     program_stop
 }
