@@ -30,11 +30,19 @@ class Browser:
         os.close(answers)
         self.buffer, self.number, self.session = b"", 0, None
         self.requests, self.console = [], []
-        pages = self.call("Target.getTargets")["targetInfos"]
-        page = next(page["targetId"] for page in pages if page["type"] == "page")
+        page = self.find_page()
         self.session = self.call("Target.attachToTarget", targetId=page, flatten=True)["sessionId"]
         for domain in ("Page", "Runtime", "Log", "Network"):
             self.call(f"{domain}.enable")
+
+    def find_page(self):
+        """Waits for the page and returns its number."""
+        end = time.monotonic() + TIMEOUT
+        while time.monotonic() < end:
+            for target in self.call("Target.getTargets")["targetInfos"]:
+                if target["type"] == "page":
+                    return target["targetId"]
+        raise RuntimeError("the browser opens no page")
 
     def close(self):
         os.close(self.commands)

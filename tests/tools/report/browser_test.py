@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """Tests of the HTML report in a browser. Arguments: as for report_test.py.
 
-Returns 77 without Chromium. With QUORVEL_MEASURE=1 in the environment, the time until a page of many
+Returns 77 when Chromium is not installed or does not start. With QUORVEL_MEASURE=1 in the environment, the time until a page of many
 runs is usable is printed and checked."""
 
 import os
@@ -169,5 +169,10 @@ class BrowserTest(ReportTest):
 if __name__ == "__main__":
     if browser.PROGRAM is None:
         print("browser_test.py: chromium is not installed", file=sys.stderr)
+        sys.exit(77)
+    try:
+        browser.Browser().close()
+    except (OSError, RuntimeError) as error:
+        print(f"browser_test.py: chromium does not start: {error}", file=sys.stderr)
         sys.exit(77)
     unittest.main(argv=sys.argv[:1] + sys.argv[4:])
