@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
 """Tests of the HTML report in a browser. Arguments: as for report_test.py.
 
-Returns 77 when Chromium is not installed or does not start. With QUORVEL_MEASURE=1 in the environment, the time until a page of many
-runs is usable is printed and checked."""
+Returns 77 when Chromium is not installed or does not start. With QUORVEL_MEASURE=1 in the environment,
+the time until a page of many runs is usable is printed and checked."""
 
 import os
 import sys
