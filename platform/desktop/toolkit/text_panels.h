@@ -7,8 +7,7 @@ namespace quorvel::desktop {
 
 // Sets up the text panels of the window: the labels of the style "slide_short".
 // - Both information panels have the same text size and the same distance between lines. A text
-// that
-//   is higher than its panel slides. The text never changes the size of the cell.
+//   that is higher than its panel slides. The text never changes the size of the cell.
 // - The detail panel keeps the application's text size. The scroller around the label gets a signal
 //   when the label is shown or hidden.
 // Call once for each window, after the window has all its widgets. Main-loop thread.
