@@ -1,9 +1,11 @@
 #include "xml_input.h"
 
 #include <fcntl.h>
+#include <libxml/SAX2.h>
 #include <libxml/catalog.h>
 #include <libxml/entities.h>
 #include <libxml/parser.h>
+#include <libxml/parserInternals.h>
 #include <libxml/tree.h>
 #include <libxml/xmlIO.h>
 #include <libxml/xmlerror.h>
@@ -25,6 +27,7 @@ namespace {
 struct ParsedFile {
     std::string path;
     std::int64_t entityBytesLeft = kMaxEntityBytes;
+    int parameterEntitiesLeft = kMaxParameterEntities;
 };
 thread_local ParsedFile g_ParsedFile;
 thread_local XmlInputReport g_Report = [](const std::string&) {};
@@ -74,7 +77,8 @@ int OnMatch(const char*) {
 }
 
 void* OnOpen(const char* path) {
-    g_ParsedFile = {path, kMaxEntityBytes};
+    g_ParsedFile = {};
+    g_ParsedFile.path = path;
     // A FIFO would block without O_NONBLOCK; a regular file ignores the flag.
     const int linkFlag = g_Links == ResultFileLinks::kReject ? O_NOFOLLOW : 0;
     const int descriptor = open(path, O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC | linkFlag);
@@ -167,6 +171,37 @@ xmlChar* ReadValue(xmlDocPtr doc, const xmlNode* list) {
                             : nullptr;
 }
 
+// Ends the parse at the limit. libxml2 limits the size of parameter entities, but not their number.
+xmlEntityPtr OnParameterEntity(void* parser, const xmlChar* name) {
+    if (--g_ParsedFile.parameterEntitiesLeft >= 0) {
+        return xmlSAX2GetParameterEntity(parser, name);
+    }
+    if (g_ParsedFile.parameterEntitiesLeft == -1) {
+        g_Report(g_ParsedFile.path + ": uses more than 1,000 parameter entities");
+    }
+    auto* context = static_cast<xmlParserCtxtPtr>(parser);
+    context->wellFormed = 0;
+    xmlStopParser(context);
+    return nullptr;
+}
+
+struct ParserDeleter {
+    void operator()(xmlParserCtxt* parser) const { xmlFreeParserCtxt(parser); }
+};
+using Parser = std::unique_ptr<xmlParserCtxt, ParserDeleter>;
+
+// Does what xmlParseFile does, with the limit of the parameter entities.
+xmlDocPtr ParseFile(const char* path) {
+    const Parser parser(xmlCreateFileParserCtxt(path));
+    if (parser == nullptr) {
+        return nullptr;
+    }
+    parser->sax->getParameterEntity = OnParameterEntity;
+    xmlParseDocument(parser.get());
+    XmlDocument document(std::exchange(parser->myDoc, nullptr));
+    return parser->wellFormed != 0 ? document.release() : nullptr;
+}
+
 int OnReadContent(void* read, char* buffer, int size) {
     const auto& function = *static_cast<const XmlRead*>(read);
     return static_cast<int>(function(buffer, static_cast<std::size_t>(size)));
@@ -180,9 +215,14 @@ void XmlDocumentDeleter::operator()(xmlDoc* document) const {
 
 XmlDocument ParseXml(const XmlRead& read) {
     g_ParsedFile = {};
+    const Parser parser(xmlNewParserCtxt());
+    if (parser == nullptr) {
+        return nullptr;
+    }
+    parser->sax->getParameterEntity = OnParameterEntity;
     XmlRead copy = read;
-    return XmlDocument(xmlReadIO(OnReadContent, nullptr, &copy, nullptr, nullptr,
-                                 XML_PARSE_NOERROR | XML_PARSE_NOWARNING | XML_PARSE_NONET));
+    return XmlDocument(xmlCtxtReadIO(parser.get(), OnReadContent, nullptr, &copy, nullptr, nullptr,
+                                     XML_PARSE_NOERROR | XML_PARSE_NOWARNING | XML_PARSE_NONET));
 }
 
 void LimitXmlInput(XmlInputReport report, ResultFileLinks links) {
@@ -197,7 +237,7 @@ void LimitXmlInput(XmlInputReport report, ResultFileLinks links) {
 
 }  // namespace quorvel::desktop
 
-// The linker's names for the call as the application makes it, and as libxml2 has it.
+// The linker's names for the calls as the application makes them, and as libxml2 has them.
 // NOLINTBEGIN(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp)
 extern "C" xmlChar* __real_xmlNodeListGetString(xmlDocPtr doc, const xmlNode* list, int inLine);
 extern "C" xmlChar* __wrap_xmlNodeListGetString(xmlDocPtr doc, const xmlNode* list, int inLine);
@@ -207,5 +247,11 @@ xmlChar* __wrap_xmlNodeListGetString(xmlDocPtr doc, const xmlNode* list, int inL
         return __real_xmlNodeListGetString(doc, list, inLine);
     }
     return quorvel::desktop::ReadValue(doc, list);
+}
+
+extern "C" xmlDocPtr __wrap_xmlParseFile(const char* path);
+
+xmlDocPtr __wrap_xmlParseFile(const char* path) {
+    return quorvel::desktop::ParseFile(path);
 }
 // NOLINTEND(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp)

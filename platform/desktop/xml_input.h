@@ -22,6 +22,9 @@ constexpr std::int64_t kMaxResultFileBytes = std::int64_t{256} << 20;
 // as a value without content.
 constexpr std::int64_t kMaxEntityBytes = 10'000'000;
 
+// How often one result file may use parameter entities. A file that uses more is not read.
+constexpr int kMaxParameterEntities = 1'000;
+
 // Receives one line for each file that libxml2 may not read to its end, and for each value that is
 // too long: the file and the reason.
 using XmlInputReport = std::function<void(const std::string& line)>;

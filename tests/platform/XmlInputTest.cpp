@@ -24,6 +24,7 @@
 using quorvel::desktop::kMaxEntityBytes;
 using quorvel::desktop::kMaxResultFileBytes;
 using quorvel::desktop::LimitXmlInput;
+using quorvel::desktop::ParseXml;
 using testing::ElementsAre;
 using testing::EndsWith;
 using testing::HasSubstr;
@@ -161,6 +162,41 @@ TEST_F(XmlInputTest, LimitsTheEntitiesOfAllValuesOfAFileTogether) {
 TEST_F(XmlInputTest, StartsTheLimitAgainWithTheNextFile) {
     ValueIn(ComposeFile("<!ENTITY a '" + Repeat("x", 100'000) + "'>", Repeat("&a;", 2000)));
     EXPECT_EQ(ValueIn(ComposeFile("<!ENTITY a 'x'>", "&a;")), "x");
+}
+
+// Parameter entities that expand to each other ten times on each of seven levels.
+std::string ComposeNestedParameterEntities() {
+    std::string text = "<!DOCTYPE r [<!ENTITY % p0 'AAAA'>";
+    for (int level = 1; level <= 7; ++level) {
+        const std::string reference = "&#37;p" + std::to_string(level - 1) + ";";
+        text += "<!ENTITY % p" + std::to_string(level) + " '" + Repeat(reference, 10) + "'>";
+    }
+    return text + "%p7;]><r/>";
+}
+
+TEST_F(XmlInputTest, RejectsNestedParameterEntities) {
+    Write(ComposeNestedParameterEntities());
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_EQ(Parse(), nullptr);
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(500));
+    EXPECT_THAT(Reported(), ElementsAre(EndsWith("uses more than 1,000 parameter entities")));
+}
+
+TEST_F(XmlInputTest, RejectsNestedParameterEntitiesOfContent) {
+    const std::string content = ComposeNestedParameterEntities();
+    std::size_t offset = 0;
+    const auto read = [&content, &offset](char* buffer, std::size_t size) {
+        const std::size_t count = content.copy(buffer, size, offset);
+        offset += count;
+        return static_cast<ssize_t>(count);
+    };
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_EQ(ParseXml(read), nullptr);
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(500));
+}
+
+TEST_F(XmlInputTest, ExpandsParameterEntities) {
+    EXPECT_EQ(ValueIn(ComposeFile("<!ENTITY % p \"<!ENTITY a 'text'>\">%p;", "&a;")), "text");
 }
 
 TEST_F(XmlInputTest, IgnoresExternalEntities) {
