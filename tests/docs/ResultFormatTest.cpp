@@ -36,7 +36,7 @@ std::map<std::string, std::string> ReadBlocks() {
     return blocks;
 }
 
-std::string RowText(unsigned int index) {
+std::string ShownRow(unsigned int index) {
     // NOLINTNEXTLINE(performance-no-int-to-ptr): a row carries an index in the pointer's value
     void* row = reinterpret_cast<void*>(static_cast<std::uintptr_t>(index));
     const std::unique_ptr<char, decltype(&std::free)> text(
@@ -86,7 +86,7 @@ protected:
 TEST_F(ResultFormatTest, ListsRowsOfTheExample) {
     std::string rows;
     for (unsigned int i = 0; i < Store().GetNumOfResult(); ++i) {
-        rows += RowText(i) + "\n";
+        rows += ShownRow(i) + "\n";
     }
     EXPECT_EQ(rows, m_Blocks.at("text rows"));
 }

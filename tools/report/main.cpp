@@ -27,7 +27,6 @@ void OpenClosedStreams() {
 
 int main(int argc, char** argv) {
     OpenClosedStreams();
-    // one.
     quorvel::report::UseXmlMemory();
     // The widths of characters. The report does not depend on the user's locale.
     std::setlocale(LC_CTYPE, "C.UTF-8");

@@ -107,6 +107,9 @@ Options ParseOptions(int argc, char** argv) {
         nullptr,
         nullptr};
     argp_err_exit_status = kTrouble;
+    // A message begins with the name of the program, not with its path.
+    static std::string name = "quorvel-report";
+    argv[0] = name.data();
     Options options;
     argp_parse(&parser, argc, argv, 0, nullptr, &options);
     return options;
