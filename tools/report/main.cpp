@@ -5,6 +5,8 @@
 
 #include <clocale>
 #include <csignal>
+#include <cstdio>
+#include <cstdlib>
 
 #include "report/options.h"
 #include "report/report.h"
@@ -23,10 +25,18 @@ void OpenClosedStreams() {
     close(descriptor);
 }
 
+// Called at exit, also after --help and --version: a failed write is an error.
+void CheckOutput() {
+    if (std::fflush(stdout) != 0) {
+        _exit(quorvel::report::kTrouble);
+    }
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
     OpenClosedStreams();
+    (void)std::atexit(CheckOutput);
     quorvel::report::UseXmlMemory();
     // The widths of characters. The report does not depend on the user's locale.
     std::setlocale(LC_CTYPE, "C.UTF-8");

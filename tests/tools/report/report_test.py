@@ -287,6 +287,9 @@ class StatusTest(ReportTest):
             result = report(option)
             self.assertEqual((result.returncode, result.stderr), (0, b""))
             self.assertIn(b"quorvel-report", result.stdout)
+            with open("/dev/full", "wb") as full:
+                process = subprocess.run([PROGRAM, option], stdout=full, timeout=60, check=False)
+            self.assertEqual(process.returncode, 2)
 
 
 class OutputTest(ReportTest):
