@@ -34,8 +34,11 @@ pictures_of() {
         screen_wait_change
         screen_sum
     done
-    press Up Up Up
-    screen_wait_change
+    # Wait after each key: between two keys the screen can rest too.
+    for _ in 1 2 3; do
+        press Up
+        screen_wait_change
+    done
     screen_sum
 }
 
