@@ -185,16 +185,27 @@ screen_differs() {
     [ "$(screen_sum)" != "$screen_marked" ]
 }
 
-# Returns whether three pictures in a row are equal.
+# Returns whether a thread of a process runs or waits for a processor or a disk: PID.
+is_busy() {
+    cat "/proc/$1/task/"*/status 2>/dev/null | grep -q '^State:.[RD]'
+}
+
+screen_is_idle() {
+    ! is_busy "$screen_owner" && ! is_busy "$display_pid" && [ "$(screen_sum)" = "$screen_first" ]
+}
+
+# Returns whether three pictures in a row are equal. A program that waits for a processor does not rest:
+# a photo is loaded after the rest of the picture.
 screen_rests() {
     screen_first=$(screen_sum)
     sleep 0.05
-    [ "$(screen_sum)" = "$screen_first" ] || return
+    screen_is_idle || return
     sleep 0.05
-    [ "$(screen_sum)" = "$screen_first" ]
+    screen_is_idle
 }
 
 screen_wait() {
+    screen_owner=$(xdotool getwindowfocus getwindowpid 2>/dev/null) || screen_owner=$program
     wait_until screen_rests || complain "the screen does not stop changing"
 }
 
