@@ -83,6 +83,7 @@ struct Places {
     Evas_Object* text = nullptr;
     // The button outside the popup.
     Evas_Object* button = nullptr;
+    Evas_Object* popupButton = nullptr;
 };
 
 Places::Places(Evas_Object* window) {
@@ -97,9 +98,9 @@ Places::Places(Evas_Object* window) {
         }
     }
     for (Evas_Object* found : WidgetsOf(window, "elm_button")) {
-        if (ParentOfType(found, "elm_popup") == nullptr) {
-            button = found;
-        }
+        const bool isInPopup = ParentOfType(found, "elm_popup") != nullptr;
+        Evas_Object*& place = isInPopup ? popupButton : button;
+        place = found;
     }
 }
 
@@ -175,6 +176,11 @@ private:
     void m_Report(bool focused) override {
         Elm_Object_Item* row = elm_object_focused_item_get(m_Widget);
         if (row == nullptr) {
+            return;
+        }
+        // A list that creates its focused row takes the focus, even from a popup.
+        if (focused && ShownPopup(m_Window) != nullptr) {
+            FocusFirst({Places(m_Window).popupButton});
             return;
         }
         elm_object_item_signal_emit(

@@ -211,6 +211,24 @@ TEST_P(FocusRowsTest, EmitsItemFocusedOnceWhenPopupCloses) {
     EXPECT_EQ(stage.FocusedRows(), std::vector<int>(2, 0));
 }
 
+// Down and OK can follow each other so fast that the list has not created the row yet. The toolkit
+// gives the focus to the row when the list creates it.
+TEST(FocusTest, KeepsFocusInPopupWhenListCreatesFocusedRow) {
+    constexpr int kRowOutsideTheList = 40;
+    StagePlan plan;
+    plan.rows = 60;
+    Stage stage(plan);
+    elm_object_item_focus_set(stage.Row(kRowOutsideTheList), EINA_TRUE);
+    stage.ShowPopup(false);
+    ASSERT_TRUE(Screen::PumpUntil([&] { return stage.RowView(kRowOutsideTheList) != nullptr; }));
+    EXPECT_EQ(Screen::FocusedWidget(stage.window), stage.ok);
+    stage.Press("Return");
+    EXPECT_EQ(stage.OkPresses(), 1);
+    EXPECT_EQ(FocusedPlaces(stage), "list");
+    EXPECT_EQ(elm_object_focused_item_get(stage.list), stage.Row(kRowOutsideTheList));
+    EXPECT_THAT(stage.FocusedRows(), ElementsAre(kRowOutsideTheList, kRowOutsideTheList));
+}
+
 INSTANTIATE_TEST_SUITE_P(Rows, FocusRowsTest, testing::Values(1, 2, 4, 9, 10, 11, 25));
 
 // The application hides the detail label of an "image" item.
