@@ -61,7 +61,7 @@ trap finish EXIT
 trap 'exit 1' HUP INT TERM
 mkdir -p "$work/home" "$work/run"
 chmod 700 "$work/run"
-cmake --install "$build" --prefix "$prefix" >"$work/log"
+cmake --install "$build" --prefix "$prefix" --strip >"$work/log"
 
 share=$prefix/share/quorvel/resources
 for file in "$prefix/bin/quorvel" "$prefix/bin/quorvel-view" "$prefix/bin/quorvel-report" \
@@ -73,10 +73,9 @@ for page in quorvel quorvel-view quorvel-report; do
 done
 [ -r "$share/theme/quorvel.edj" ] || fail "$share/theme/quorvel.edj: not installed"
 
-# The program does not depend on the build. Only its debug information may name the build.
-strip -o "$work/stripped" "$prefix/bin/quorvel"
+# The installed files do not depend on the build.
 for folder in "$build" "$root"; do
-    ! grep -q -a -F -- "$folder" "$work/stripped" || fail "the program contains the path $folder"
+    ! grep -r -l -a -F -- "$folder" "$prefix" >&2 || fail "an installed file contains the path $folder"
 done
 
 # The installed resources are the resources of the build.

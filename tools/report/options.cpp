@@ -102,7 +102,7 @@ Options ParseOptions(int argc, char** argv) {
         "\vPATH is a folder, a result file (its folder is read) or an archive. Folders are "
         "searched "
         "for runs.\n\nExit status: 0 no item failed, 1 an item failed, 2 an option, a path, a file "
-        "or the output was not right.",
+        "or the output is invalid.",
         nullptr,
         nullptr,
         nullptr};
