@@ -35,7 +35,7 @@ enum class QELConflictState_e {
     kFound,            // the list has at least the line of the analysed item
     kNoCode,           // the item has no opcode or no msgcode
     kBlocked,          // the code pair of the item is block-listed
-    kInvalidArgument,  // a number that the comparison needs is no number
+    kInvalidArgument,  // a value that the comparison needs is not a number
     kOutOfRange,       // a number that the comparison needs does not fit an int
 };
 
@@ -87,11 +87,11 @@ private:
     struct Order_s {
         std::vector<std::uint32_t> times;
         std::vector<std::uint32_t> candidates;
-        // For each position, the next one whose candidate ran on another thread.
+        // For each position, the next position whose candidate ran on another thread.
         std::vector<std::uint32_t> nextThread;
     };
-    // The latest end of some candidates, the thread of that candidate, and the latest end on any
-    // other thread; kNoEnd without a candidate.
+    // The latest end of some candidates, the thread of the candidate with this end, and the latest
+    // end on any other thread; kNoEnd without a candidate.
     struct LatestEnd_s {
         std::int64_t end;
         int thread;
@@ -105,7 +105,7 @@ private:
 
     static constexpr std::int64_t kNoEnd = -1;
 
-    // Returns false when no comparison gets past the item i.
+    // Returns false when the item i ends every comparison.
     bool m_ReadCandidate(unsigned int i);
     void m_AddWindowProblem(int thread);
     template <typename TimeOf>

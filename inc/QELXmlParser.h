@@ -21,10 +21,10 @@ using SectionValues = std::vector<std::pair<std::string, std::string>>;
 //
 // A singleton that lives until the process ends. The main-loop thread fills it once, before any
 // view exists; afterwards it is only read. The queries therefore need no lock and may be called
-// from any thread. Every query returns copies.
+// from any thread. A query returns a copy, except GetFailedItems and GetAllItems.
 //
-// An item is identified by its index in the list of failed items, or, in an operation with All in
-// its name, by its index in the list of all items. The same item has different indexes in the two
+// An item is identified by its index in the list of failed items. Operations with All in their
+// names take the index in the list of all items. The same item has different indexes in the two
 // lists.
 class QELXmlParser {
 public:
@@ -73,8 +73,8 @@ public:
     std::string GetNetworkInfo() const;
     std::string GetSummary() const;
 
-    // Return the values of a section that are not empty, those without a panel included: the names
-    // of their elements and the unchanged values. The network values end with the reason of a
+    // Return the values of a section that are not empty, also the values that no panel shows: the
+    // names of the elements and the unchanged values. The network values end with the reason of a
     // network failure.
     SectionValues GetInformationValues() const;
     SectionValues GetNetworkValues() const;

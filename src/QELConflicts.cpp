@@ -39,8 +39,8 @@ const std::string kThread = "threadID";
 const std::string kStart = "timeAckAbsolute";
 const std::string kDuration = "duration";
 
-// Returns the position of key in the item. Tries from and the two positions after it before it
-// searches from the root of the map, which takes longer.
+// Returns the position of key in the item. Tries from and the next two positions first, because a
+// search from the root of the map takes longer.
 ResultItem::const_iterator FindNear(const ResultItem& item, ResultItem::const_iterator from,
                                     const std::string& key) {
     for (int i = 0; i < 3 && from != item.end(); ++i, ++from) {
@@ -51,8 +51,8 @@ ResultItem::const_iterator FindNear(const ResultItem& item, ResultItem::const_it
     return item.find(key);
 }
 
-// Reads the values of an item of all items that the comparison needs. A missing value is empty, and
-// logged as an error when it is used. Refers to the parser.
+// Reads the values of one item that the comparison needs. A missing value is empty; its use is
+// logged as an error. The parser must outlive the object. i: index in the list of all items.
 class ComparedItem {
 public:
     ComparedItem(const QELXmlParser& parser, unsigned int i)
@@ -91,10 +91,10 @@ private:
     }
 
     const std::string& m_ValueAt(ResultItem::const_iterator at, const std::string& key) const {
-        static const std::string empty;
+        static const std::string kEmpty;
         if (at == m_Item.end()) {
             m_Parser.GetResultFromAll(m_Index, key);  // logs the error
-            return empty;
+            return kEmpty;
         }
         return at->second;
     }
@@ -102,7 +102,7 @@ private:
     const QELXmlParser& m_Parser;
     const ResultItem& m_Item;
     unsigned int m_Index;
-    // Near the positions of other keys.
+    // Where FindNear starts to search for other keys.
     ResultItem::const_iterator m_MsgcodeAt;
     ResultItem::const_iterator m_ThreadAt;
 };
@@ -112,8 +112,8 @@ QELConflictLine_s MakeLine(const QELXmlParser& parser, const QELTimeWindow_s& wi
     return {window, parser.GetResultFromAll(i, "name"), parser.GetResultFromAll(i, "threadID"), i};
 }
 
-// Reads the failed item id, and lets collect(own, thread, lines) append its conflicts. An exception
-// of a number drops all lines.
+// Reads the failed item id, and lets collect(own, thread, lines) append its conflicts. An invalid
+// number removes all lines.
 template <typename Collect>
 void CollectLines(const QELXmlParser& parser, unsigned int id, QELConflictList_s& list,
                   const Collect& collect) {
@@ -208,7 +208,8 @@ bool QELConflictIndex::m_ReadCandidate(unsigned int i) {
     return true;
 }
 
-// Keeps the first problem and the first one on another thread: one of them ends every analysis.
+// Keeps the first problem, and the first problem on another thread. One of the two ends every
+// analysis.
 void QELConflictIndex::m_AddWindowProblem(int thread) {
     if (m_Problems.empty() || (m_Problems.size() == 1 && m_Problems[0].thread != thread)) {
         m_Problems.push_back({thread, std::current_exception()});
@@ -279,7 +280,8 @@ void QELConflictIndex::m_ThrowProblem(int thread) const {
     }
 }
 
-// The ranges below only select. The conflict rule decides.
+// The ranges select at least every conflict; Conflicts decides. A conflict rule that finds more
+// items needs wider ranges.
 std::vector<std::uint32_t> QELConflictIndex::m_FindCandidates(const QELTimeWindow_s& own,
                                                               int thread) const {
     std::vector<std::uint32_t> found;

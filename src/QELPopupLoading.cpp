@@ -208,7 +208,7 @@ void QELPopupLoading::Start() {
     SetRunningFlag(true);
     elm_progressbar_pulse(m_PopupProgress, EINA_TRUE);
     if (m_Timer != nullptr) {
-        // The wording is intentional.
+        // Intentional: the wording of the text.
         QEL_LOGE("timer is in used");
         return;
     }
