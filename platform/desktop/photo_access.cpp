@@ -1,7 +1,7 @@
-// Leads the application to the photo in the data folder when the photo's name is a path elsewhere.
-// The data folder of quorvel-view and a restored capture contain such photos. A mount at the path
-// of each photo would need a mount point there, which a user cannot create, and which would be
-// visible to all processes where namespaces are not permitted.
+// Makes the application find a photo in the data folder when the photo's name is a path elsewhere.
+// The data folder of quorvel-view and a restored capture contain such photos. The photos are not
+// mounted at their paths, because a user cannot create the mount points. Without namespaces, all
+// processes would also see the mounts.
 
 #include <unistd.h>
 

@@ -159,7 +159,7 @@ private:
     bool m_HasText = false;
 };
 
-// Null for no text, for too much, and without memory.
+// Returns null for no text, for too much text, and without memory.
 xmlChar* ReadValue(xmlDocPtr doc, const xmlNode* list) {
     ValueReader reader(doc);
     std::string text;

@@ -14,8 +14,8 @@
 // application parses its result files with libxml2 directly; the limits apply to these calls.
 namespace quorvel::desktop {
 
-// The largest result file, in bytes. A larger one is not opened. One that grows while it is read is
-// read up to this limit.
+// The largest result file, in bytes. A larger file is not opened. A file that grows while it is
+// read is read up to this limit.
 constexpr std::int64_t kMaxResultFileBytes = std::int64_t{256} << 20;
 
 // How much the entities of one result file may expand to, in bytes. A value that needs more counts
@@ -32,9 +32,9 @@ using XmlInputReport = std::function<void(const std::string& line)>;
 // Whether a result file may be a symbolic link.
 enum class ResultFileLinks { kFollow, kReject };
 
-// From now on libxml2 opens regular files only, without blocking, unpacks none of them, loads no
-// catalog, and prints nothing to the terminal. Once for each thread that parses, before its first
-// parse.
+// Makes libxml2 open regular files only, without blocking and without unpacking. Afterwards libxml2
+// loads no catalog and prints nothing to the terminal. Call once for each thread that parses,
+// before its first parse.
 void LimitXmlInput(XmlInputReport report, ResultFileLinks links = ResultFileLinks::kFollow);
 
 struct XmlDocumentDeleter {

@@ -31,7 +31,7 @@ using Arguments = std::vector<char*>;
 
 int Parse(int key, char* argument, argp_state* state) {
     if (key == ARGP_KEY_INIT) {
-        // Without this, argp would write a hint of its own form after an unknown option.
+        // argp would otherwise write its own hint after an unknown option.
         state->err_stream = nullptr;
         return 0;
     }

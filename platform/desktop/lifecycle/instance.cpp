@@ -28,8 +28,8 @@ std::string NameOf(pid_t owner) {
     return "the running quorvel" + (owner > 0 ? " (process " + std::to_string(owner) + ")" : "");
 }
 
-// Sends the request to the owner once. Returns nothing when no owner answers yet and the deadline
-// has not passed.
+// Sends the request to the owner once. Returns no value when no owner answers yet and the
+// deadline has not passed.
 std::optional<Instance::Claim> HandOver(const std::string& folder, const KeyValues& request,
                                         Clock::time_point deadline) {
     pid_t owner = 0;

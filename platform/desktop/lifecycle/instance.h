@@ -35,7 +35,7 @@ public:
 private:
     enum class Lock { kTaken, kHeldByOther, kFailed };
     Lock m_TryLock();
-    // Returns whether the owner shows other result files, and logs that in this case.
+    // Returns whether the owner shows other result files. Logs an error if so.
     bool m_OwnerShowsOtherFiles() const;
 
     std::string m_Folder;

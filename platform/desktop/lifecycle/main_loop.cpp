@@ -54,7 +54,7 @@ void RaiseFileLimit() {
     }
 }
 
-// Tries it, since the files that are open already count too.
+// Opens the files, since the files that are already open count too.
 bool CanOpenNeededFiles() {
     std::vector<int> files;
     while (files.size() < kNeededFiles) {
@@ -108,7 +108,7 @@ bool IsMinimised() {
     return any;
 }
 
-// Without result files the screen is that of a set without failures.
+// Without result files, the screen looks like the screen of a run without failures.
 void ReportMissingResultFiles() {
     const std::string folder = DataFolder() + "/";
     if (access((folder + kMainResultFile).c_str(), F_OK) != 0 &&
@@ -158,7 +158,7 @@ private:
     std::deque<Request> m_Requests;
     Ecore_Job* m_Delivery = nullptr;
     bool m_IsPaused = false;
-    double m_FrameTime = 0;  // of the animator in seconds, kept while the application is paused
+    double m_FrameTime = 0;  // of the animator, in seconds; kept while the application is paused
 };
 
 int Application::Run(int argc, char** argv, KeyValues first) {

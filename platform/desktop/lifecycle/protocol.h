@@ -31,7 +31,7 @@ constexpr char kRejectedAnswer = '\x15';
 // Returns an empty string when the message would exceed kMaxMessageBytes.
 std::string EncodeRequest(const KeyValues& request);
 
-// Returns the request in a message, or nothing when the message is invalid.
+// Returns the request in a message; no value when the message is invalid.
 std::optional<KeyValues> DecodeRequest(std::string_view message);
 
 // Returns a new non-blocking socket, which the caller closes. Returns -1 and sets errno on failure.

@@ -23,7 +23,8 @@ constexpr std::chrono::milliseconds kCheckInterval{500};
 
 constexpr mode_t kPrivateMode = S_IRUSR | S_IWUSR;
 
-// Returns the time since the start of the machine, to some milliseconds. Faster than steady_clock.
+// Returns the time since the start of the machine, with an error of some milliseconds. Faster than
+// steady_clock.
 std::chrono::milliseconds CoarseTime() {
     timespec now{};
     clock_gettime(CLOCK_MONOTONIC_COARSE, &now);
@@ -113,7 +114,7 @@ void FolderWatch::Start(const std::string& folder) {
         IN_CREATE | IN_MOVED_FROM | IN_MOVED_TO | IN_DELETE | IN_MOVE_SELF | IN_DELETE_SELF);
 }
 
-// Events that do not fit make the next call return true too.
+// If the buffer is too small for all events, the next call returns true too.
 bool FolderWatch::HasChanged() {
     alignas(inotify_event) std::array<char, 4096> events;  // NOLINT(*-member-init): read fills it
     return m_Watch < 0 || read(m_Events, events.data(), events.size()) > 0;

@@ -25,7 +25,7 @@ constexpr std::size_t kMaxQueuedBytes = std::size_t{1} << 20;
 // How long the thread collects lines before it writes them. Otherwise each line would wake it.
 constexpr std::chrono::milliseconds kCollectTime{1};
 
-// A pipe takes so many bytes as one piece.
+// A pipe accepts this many bytes as one piece.
 constexpr std::size_t kMaxBlockBytes = PIPE_BUF;
 
 constexpr const char* kColourEnd = "\x1b[m";

@@ -27,9 +27,9 @@ public:
     using LogCopyError::LogCopyError;
 };
 
-// Throw LogCopyError because no storage is mounted, an operation on the storage failed, or an
-// operation on a file to copy failed, which throws SourceError. name: of the file or folder; empty
-// when it has no name. error: value of errno.
+// Throw LogCopyError because no storage is mounted or an operation on the storage failed.
+// FailSource throws SourceError because a file to copy cannot be read. name: of the file or folder;
+// empty when it has no name. error: value of errno.
 [[noreturn]] void FailNoStorage(const std::string& name, int error);
 [[noreturn]] void FailStorage(const std::string& name, int error);
 [[noreturn]] void FailSource(const std::string& name, int error);

@@ -24,18 +24,18 @@ enum class OutsideLinks { kFollow, kReject };
 
 // Finds the log, the rotated logs and the start of a run in stateFolder, and the result files in
 // dataFolder, as far as they exist. stateFolder may be empty for no logs. All files that a rotation
-// can change are opened before the first one is copied, so that a rotation during the copy changes
-// nothing. Old logs are not kept open, since a folder may contain more of them than this process
-// may open. Throws LogCopyError when an existing file cannot be read, when a link is rejected and
-// when no file exists. io must outlive the result. Any thread.
+// can change are opened before the first copy, so that a rotation during the copy changes nothing.
+// Old logs are not kept open, since a folder may contain more of them than this process may open.
+// Throws LogCopyError when an existing file cannot be read, when a link is rejected and when no
+// file exists. io must outlive the result. Any thread.
 std::vector<LogSource> OpenLogSources(FileIo& io, const std::string& stateFolder,
                                       const std::string& dataFolder, OutsideLinks outsideLinks);
 
 // Opens the photo that the application shows for the name: the photo in dataFolder, see FindPhoto,
 // or the file at the path that the name is. fileName: the name of the copy. Returns no value
 // without such a regular file. Throws SourceError when the file cannot be read or is too large,
-// when a link is rejected, and when a file outside dataFolder is not a picture: a result file from
-// elsewhere must not be able to name a private file. io must outlive the result. Any thread.
+// when a link is rejected, and when a file outside dataFolder is not a picture. A result file could
+// otherwise name a private file. io must outlive the result. Any thread.
 std::optional<LogSource> OpenPhoto(FileIo& io, const std::string& dataFolder,
                                    const std::string& name, const std::string& fileName,
                                    OutsideLinks outsideLinks);

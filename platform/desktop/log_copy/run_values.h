@@ -17,7 +17,7 @@ struct RunValues {
 
 // Reads the values from the result files among the sources, which are open and at their start, and
 // leaves the files at their start. Reads the values as the application does: a file that is not
-// well-formed has no values, and a serial number of qelXml.xml counts before one of the other file.
+// well-formed has no values, and a serial number of qelXml.xml takes precedence.
 // Throws LogCopyError when a file cannot be read. Any thread.
 RunValues ReadRunValues(const std::vector<LogSource>& sources);
 

@@ -38,9 +38,9 @@ struct UsbStorage {
 using WriteProbe = std::function<int(const std::string& folder)>;
 
 // Returns the first mount, in the order of the table, of a USB device that can be written to.
-// Ignores a mount that a later one hides, and a USB device that carries a part of the system (the
-// root, /boot, /boot/efi, /usr, /var or /home). Throws LogCopyError with the reason why the first
-// mounted USB device cannot be written to, or because no USB device is mounted.
+// Ignores a mount that a later mount hides. Ignores a USB device that carries a part of the system:
+// the root, /boot, /boot/efi, /usr, /var or /home. Throws LogCopyError with the reason why the
+// first mounted USB device cannot be written to, or because no USB device is mounted.
 UsbStorage ChooseUsbStorage(const std::vector<BlockDevice>& devices,
                             const std::vector<Mount>& mounts, const WriteProbe& probe);
 

@@ -9,8 +9,8 @@ namespace quorvel::desktop {
 namespace {
 
 // The part of the free space of the cell that is at the left of the button and above the button.
-// At the left: the distance between the cell and the frame of the panel. The toolkit would move the
-// focus from the list to the button, and not to the panel, if the button was at the edge.
+// At the left: the distance between the cell and the frame of the panel. If the button were at the
+// edge, the toolkit would move the focus from the list to the button instead of the panel.
 constexpr double kHorizontalAlign = 0.0225;
 constexpr double kVerticalAlign = 0.3;
 

@@ -149,7 +149,7 @@ extern "C" void __wrap_elm_object_part_text_set(Evas_Object* object, const char*
                                                 const char* text);
 
 void __wrap_elm_object_part_text_set(Evas_Object* object, const char* part, const char* text) {
-    using namespace quorvel::desktop;  // NOLINT(google-build-using-namespace): the C border
+    using namespace quorvel::desktop;  // NOLINT(google-build-using-namespace): C function
     if (text == nullptr || !IsWidget(object, "elm_label")) {
         __real_elm_object_part_text_set(object, part, text);
         return;

@@ -7,8 +7,8 @@
 namespace quorvel::desktop {
 
 // Returns the markup of a text with aligned columns. A line "number, tab, number, tab, name"
-// belongs to the columns; other lines stay as they are. A tab of the toolkit is a width and not a
-// stop, so spaces of the width of a digit make the numbers of a column equally long. Takes linear
+// belongs to the columns; other lines stay as they are. Spaces of the width of a digit make the
+// numbers of a column equally long, because a tab of the toolkit has a fixed width. Takes linear
 // time.
 //
 // A name in a right-to-left script stays in its column: the numbers stay at the left of the name,

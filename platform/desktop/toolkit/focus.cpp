@@ -12,9 +12,9 @@ namespace quorvel::desktop {
 
 namespace {
 
-// Reports the focus of one widget to the subclass. The focus can change several times on its way
-// from one widget to another, so reports wait for the end of a turn of the main loop.
-// Allocated with new; deletes itself with the widget. Main-loop thread.
+// Reports the focus of one widget to the subclass. Reports wait for the end of a turn of the main
+// loop, because the focus can change several times between two widgets. Allocated with new; deletes
+// itself with the widget. Main-loop thread.
 class FocusWatch {
 public:
     explicit FocusWatch(Evas_Object* widget);
@@ -121,7 +121,7 @@ void FocusFirst(std::initializer_list<Evas_Object*> widgets) {
 }
 
 // The toolkit scrolls to the upper end of a label that gets the focus. Ends this movement before
-// its first step, so that the user continues where he stopped reading.
+// its first step, so that the text keeps its place.
 void StopScrolling(Evas_Object* scroller) {
     int x = 0;
     int y = 0;
@@ -252,8 +252,8 @@ void RestoreFocusedElement(Evas_Object* list) {
     eina_iterator_free(rows);
 }
 
-// Moves by rows. The toolkit moves the focus only to rows that it has created, so it would stop at
-// the last visible row if the next row begins exactly at the list's edge.
+// Moves by rows. The toolkit moves the focus only to rows that it has created. It would stop at the
+// last visible row if the next row begins exactly at the list's edge.
 void MoveToRow(Elm_Object_Item* row) {
     if (row != nullptr) {
         elm_object_item_focus_set(row, EINA_TRUE);

@@ -39,7 +39,7 @@ extern "C" Eina_Bool __real_elm_image_file_set(Evas_Object* image, const char* f
 extern "C" Eina_Bool __wrap_elm_image_file_set(Evas_Object* image, const char* file,
                                                const char* group);
 
-// Returns EINA_FALSE and keeps the picture if the file is no absolute path of a regular file. Null
+// Returns EINA_FALSE and keeps the picture if file is not an absolute path of a regular file. Null
 // removes the picture.
 Eina_Bool __wrap_elm_image_file_set(Evas_Object* image, const char* file, const char* group) {
     if (file == nullptr) {

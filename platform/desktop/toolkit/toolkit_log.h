@@ -4,11 +4,11 @@
 // The messages of the toolkit. Main-loop thread.
 namespace quorvel::desktop {
 
-// From now on the toolkit's messages are error lines of the port, without the messages about calls
-// of the application that are known to have no effect. Call after the toolkit's initialisation.
+// Logs the toolkit's messages as error lines of the port. Leaves out the messages about calls of
+// the application that are known to have no effect. Call after the toolkit's initialisation.
 void StartToolkitLog();
 
-// The toolkit prints its messages to the terminal again. Call before the toolkit's shutdown.
+// Makes the toolkit print its messages to the terminal again. Call before the toolkit's shutdown.
 void StopToolkitLog();
 
 }  // namespace quorvel::desktop
