@@ -53,7 +53,7 @@ void OnResponse(void* data, const Eldbus_Message* message) {
     ecore_main_loop_quit();
 }
 
-// The portal has opened the dialog, or has none.
+// The portal has opened the dialog, or reports an error.
 void OnOpened(void* /*data*/, const Eldbus_Message* message, Eldbus_Pending* /*call*/) {
     if (eldbus_message_error_get(message, nullptr, nullptr)) {
         ecore_main_loop_quit();

@@ -8,7 +8,7 @@
 
 namespace quorvel::report {
 
-// Returns the row of the failed item id as the screen shows it. A row that omits the name gets it.
+// Returns the row of the failed item id as the screen shows it, and the name if the row omits it.
 std::string DescribeRow(const LoadedRun& run, unsigned int id);
 
 // Returns the smaller end minus the larger start; negative for windows that wrap around.

@@ -12,10 +12,10 @@
 
 namespace quorvel::report {
 
-// What tells one failed item of many runs from another: type, name, opcode and msgcode.
+// Identifies a failed item in several runs: type, name, opcode and msgcode.
 using ItemKey = std::vector<std::string>;
 
-// What all runs have in common. Filled run by run.
+// The sums over all runs. Filled run by run.
 struct Totals {
     unsigned int runs = 0;
     unsigned int runsWithFailures = 0;

@@ -86,7 +86,8 @@ std::string FindMediaType(const std::string& bytes) {
 }
 
 std::string EncodeBase64(const std::string& bytes) {
-    static const char digits[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+    static const char kDigits[] =
+        "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
     std::string text;
     for (std::size_t i = 0; i < bytes.size(); i += 3) {
         std::uint32_t group = 0;
@@ -96,7 +97,7 @@ std::string EncodeBase64(const std::string& bytes) {
         }
         for (unsigned int k = 0; k < 4; ++k) {
             const bool isPadding = i + k > bytes.size();
-            text += isPadding ? '=' : digits[group >> (18U - 6U * k) & 0x3FU];
+            text += isPadding ? '=' : kDigits[group >> (18U - 6U * k) & 0x3FU];
         }
     }
     return text;
@@ -248,7 +249,7 @@ private:
                                 std::istreambuf_iterator<char>()};
         const std::string type = FindMediaType(bytes);
         if (type.empty()) {
-            m_Out << "<p class=\"warning\">the photo is no JPEG, PNG, WebP or GIF file</p>\n";
+            m_Out << "<p class=\"warning\">the photo is not a JPEG, PNG, WebP or GIF file</p>\n";
         } else {
             m_Out << "<img alt=\"photo of the item\" loading=\"lazy\" src=\"data:" << type
                   << ";base64," << EncodeBase64(bytes) << "\">\n";

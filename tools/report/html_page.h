@@ -94,7 +94,7 @@ function choose(item) {
   for (const i of conflictsOf(item)) mark(i, 'c');
   writeTable(item);
 }
-// Replaces the numbers of the conflicts by their rows.
+// Replaces the numbers of the conflicts by a table.
 function writeTable(item) {
   const own = item.querySelector('.own');
   if (!own || own.hidden) return;

@@ -118,7 +118,8 @@ private:
     std::array<char, kChunkBytes> m_Bytes{};
 };
 
-// A child process that writes every jobs-th run. The destructor ends and collects it.
+// A child process that writes every step-th run, beginning with the run first. The destructor kills
+// the process and waits for its end.
 class Worker {
 public:
     Worker(const Format& format, const std::vector<runs::Run>& runs, std::size_t first,

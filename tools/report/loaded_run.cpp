@@ -137,9 +137,9 @@ std::string LoadedRun::FindPhoto(unsigned int id) const {
 }
 
 const std::string& ValueOf(const ResultItem& item, const char* key) {
-    static const std::string empty;
+    static const std::string kEmpty;
     const auto value = item.find(key);
-    return value == item.end() ? empty : value->second;
+    return value == item.end() ? kEmpty : value->second;
 }
 
 const char* NameOf(runs::FileState state) {
@@ -165,7 +165,7 @@ std::vector<std::string> ListProblems(const LoadedRun& run) {
         }
     }
     if (run.Store().GetNumOfResultAll() == 0) {
-        problems.push_back(run.Source().path + ": no test item, so nothing was tested");
+        problems.push_back(run.Source().path + ": no item, so nothing was tested");
     }
     return problems;
 }

@@ -14,14 +14,14 @@ namespace quorvel::report {
 
 enum class AnalysisState {
     kDone,
-    kRefused,    // OK would not analyse the item
-    kMalformed,  // a code of the item is no hexadecimal number, or does not fit an int
+    kRefused,    // OK does not analyse the item
+    kMalformed,  // a code of the item is not a hexadecimal number, or does not fit an int
 };
 
-// What OK on a failed item gives.
+// The result of OK on a failed item.
 struct Analysis {
     AnalysisState state = AnalysisState::kDone;
-    // Why there is no line of the item; empty when there is one.
+    // The reason why lines is empty; an empty text otherwise.
     std::string reason;
     // The item, then its conflicts in the order of all items. Empty without a comparison.
     std::vector<QELConflictLine_s> lines;
@@ -50,9 +50,10 @@ public:
     // Analyses the failed item id.
     Analysis Analyse(unsigned int id);
 
-    // Returns the index in the list of all items of every failed item.
+    // Returns for each failed item its index in the list of all items.
     std::vector<unsigned int> FindFailedPositions() const;
-    // Returns no value for an item of all items that lacks a time or the thread.
+    // i: the index in the list of all items. Returns no value when the item lacks a time or the
+    // thread.
     std::optional<Slot> FindSlot(unsigned int i) const;
 
     // Returns the size of a result file in bytes; no value when it cannot be read.

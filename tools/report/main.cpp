@@ -19,7 +19,7 @@ namespace {
 void OpenClosedStreams() {
     int descriptor = 0;
     do {
-        // Writing fails, as to a closed stream.
+        // Opened for reading, so that writing fails as on a closed stream.
         descriptor = open("/dev/null", O_RDONLY | O_CLOEXEC);
     } while (descriptor >= 0 && descriptor <= STDERR_FILENO);
     close(descriptor);
@@ -38,11 +38,11 @@ int main(int argc, char** argv) {
     OpenClosedStreams();
     (void)std::atexit(CheckOutput);
     quorvel::report::UseXmlMemory();
-    // The widths of characters. The report does not depend on the user's locale.
+    // For the widths of characters. The report does not depend on the user's locale.
     std::setlocale(LC_CTYPE, "C.UTF-8");
-    // A reader that closes the pipe is a failed write.
+    // When the reader closes the pipe, the write fails.
     std::signal(SIGPIPE, SIG_IGN);
-    // What is wrong with a file is a value of its run.
+    // The problems of a file are reported with its run.
     quorvel::desktop::LimitXmlInput([](const std::string&) {});
     return quorvel::report::WriteReport(quorvel::report::ParseOptions(argc, argv));
 }

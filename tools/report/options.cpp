@@ -48,11 +48,11 @@ unsigned int ParseJobs(const char* text, argp_state* state) {
 }
 
 TimeUnit ParseTimeUnit(const char* text, argp_state* state) {
-    static const std::map<std::string, TimeUnit> units = {{"us", TimeUnit::kMicroseconds},
-                                                          {"ms", TimeUnit::kMilliseconds},
-                                                          {"s", TimeUnit::kSeconds}};
-    const auto unit = units.find(text);
-    if (unit == units.end()) {
+    static const std::map<std::string, TimeUnit> kUnits = {{"us", TimeUnit::kMicroseconds},
+                                                           {"ms", TimeUnit::kMilliseconds},
+                                                           {"s", TimeUnit::kSeconds}};
+    const auto unit = kUnits.find(text);
+    if (unit == kUnits.end()) {
         argp_error(state, "%s: unknown time unit", text);
         return TimeUnit::kMilliseconds;
     }

@@ -206,7 +206,7 @@ void Output::Finish() {
     if (m_Path.empty()) {
         return;
     }
-    // Between the two names of the file, no signal ends the process.
+    // No signal ends the process between the temporary and the final name.
     const SignalBlock block;
     if (m_IsUnnamed && !m_Name()) {
         Throw(errno, m_Path);

@@ -32,8 +32,9 @@ private:
 };
 
 // The report's destination: standard output, or a file that appears under its name only when it is
-// complete. Until then it has no name, or on a file system without unnamed files a temporary one,
-// which a signal that ends the process removes. One object at a time, one thread.
+// complete. Until then the file has no name. On a file system without unnamed files it has a
+// temporary name, and a signal that ends the process removes the file. One object at a time, one
+// thread.
 class Output {
 public:
     // path: empty for standard output. A device or FIFO is written directly. Throws

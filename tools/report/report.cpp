@@ -20,7 +20,7 @@ std::string ComposeMessage(const std::string& text) {
     return "quorvel-report: " + runs::MakePrintable(text);
 }
 
-// The runs of all paths in order, and what went wrong.
+// The runs of all paths in order, and the problems.
 struct Found {
     std::vector<runs::Run> runs;
     std::vector<std::string> problems;

@@ -16,7 +16,7 @@ constexpr std::size_t kUnit = 16;
 constexpr std::size_t kSmallUnits = 32;  // larger blocks are from malloc
 constexpr std::size_t kChunkBytes = std::size_t{1} << 18;
 
-// Precedes what libxml2 gets. libxml2 stores nothing that needs a larger alignment.
+// Precedes each block. libxml2 stores nothing that needs a larger alignment.
 struct Head {
     std::size_t units;
 };

@@ -51,8 +51,8 @@ struct EntryName {
     std::string Path() const { return folder.empty() ? name : folder + "/" + name; }
 };
 
-// Returns no value for a name that leads out of the archive, is too long, is below too many folders
-// or is in an unfinished capture.
+// Returns no value for a name that leads out of the archive, is too long or is in an unfinished
+// capture, and for a name below too many folders.
 std::optional<EntryName> SplitEntryName(const char* text) {
     if (text == nullptr || text[0] == '/' || std::strlen(text) >= PATH_MAX) {
         return std::nullopt;
@@ -207,8 +207,8 @@ public:
 private:
     using Visitor = std::function<void(Reader&, archive_entry*, const EntryName&)>;
 
-    // Visits each entry that has a place in the archive. Returns the reason of an early end, or an
-    // empty text.
+    // Visits each entry that has a place in the archive. Returns the reason why the archive is not
+    // read to its end, or an empty text.
     std::string m_Pass(const Visitor& visit) {
         try {
             Reader reader(m_File, m_Left);

@@ -60,14 +60,14 @@ private:
 
     void m_Visit(const Folder& folder) {
         std::error_code error;
-        // Found even when they are not among the entries that the limit permits.
+        // The limit can stop the listing below before it reaches the result files.
         bool hasResultFiles = HasResultFiles(folder.path);
         fs::directory_iterator entry(folder.path, error);
         for (; !error && entry != fs::directory_iterator(); entry.increment(error)) {
             if (--m_Left.entries < 0) {
                 break;
             }
-            // A folder may be readable although its files cannot be looked up.
+            // The names of a folder may be readable although its files are not.
             hasResultFiles = IsResultFile(entry->path().filename()) || hasResultFiles;
             m_Consider(*entry, folder.depth);
         }

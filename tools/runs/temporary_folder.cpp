@@ -21,7 +21,7 @@ int OpenFolder(const fs::path& folder) {
     return open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
 }
 
-// The lock of a folder ends with its owner, even when the owner is killed.
+// The kernel releases the lock of a folder when the process that uses the folder ends.
 bool IsLeftOver(const Descriptor& folder) {
     struct stat status {};
     return folder.Number() >= 0 && fstat(folder.Number(), &status) == 0 &&
@@ -60,7 +60,7 @@ TemporaryFolder::TemporaryFolder() {
     } while (!m_Keep());
 }
 
-// Returns false when another process has taken the folder for a left-over before it was locked.
+// Locks the folder. Returns false when another process has removed the folder before.
 bool TemporaryFolder::m_Keep() {
     m_Lock.emplace(OpenFolder(m_Path));
     std::error_code error;

@@ -61,7 +61,7 @@ bool CanBeOpened(const runs::ResultFile& file) {
     return file.state == runs::FileState::kRead || file.state == runs::FileState::kDamaged;
 }
 
-// The screen of such a run would be the screen of a set without failures.
+// The screen of such a run would look like the screen of a run without failures.
 void WarnOfMissingItems(const runs::Run& run, bool damaged) {
     if (run.items == 0) {
         Report(run.path + (damaged ? ": warning: no item can be read; an empty list does not mean "
@@ -73,7 +73,7 @@ void WarnOfMissingItems(const runs::Run& run, bool damaged) {
     }
 }
 
-// Reports what is wrong with the run. Returns whether it is to be opened.
+// Reports the problems of the run. Returns whether the run can be opened.
 bool IsAcceptable(const runs::Run& run, bool force) {
     const bool damaged = ReportDamage(run);
     if (damaged && !force) {
@@ -175,7 +175,7 @@ int Open(const Options& options, bool fromDesktop) {
     return Show(*run, options);
 }
 
-// Asks for the folder when the options have none. Reports exceptions.
+// Asks for the folder when the options have no path. Reports exceptions.
 int AskAndOpen(Options& options, bool fromDesktop) {
     try {
         if (options.path.empty()) {

@@ -51,7 +51,7 @@ int Parse(int key, char* argument, argp_state* state) {
     auto& options = *static_cast<Options*>(state->input);
     switch (key) {
         case ARGP_KEY_INIT:
-            // Without this, argp would write a hint of its own form after an unknown option.
+            // argp would otherwise write its own hint after an unknown option.
             state->err_stream = nullptr;
             return 0;
         case kLatest:

@@ -10,16 +10,15 @@ namespace quorvel::view {
 
 // The command line of quorvel-view.
 struct Options {
-    std::string path;            // empty when a dialog is to ask for it
+    std::string path;            // empty when a dialog asks for the path
     desktop::KeyValues request;  // for the application
     bool latest = false;
     bool force = false;
     bool replace = false;
 };
 
-// Reads the command line. Prints help or version on standard output and ends the process with
-// status 0 when an option asks for that. Returns no value after an error, which is described on
-// standard error.
+// Reads the command line. With --help or --version, prints the text on standard output and ends the
+// process with status 0. Returns no value after an error, which is described on standard error.
 std::optional<Options> ParseOptions(int argc, char** argv);
 
 }  // namespace quorvel::view

@@ -24,8 +24,8 @@ void ReportSeveral(const std::string& path, const std::vector<runs::Run>& runs);
 bool ReportDamage(const runs::Run& run);
 
 // Writes that the program ended by a signal, and the item with a malformed code that ended it.
-// folder: contains the result files. exceptionFile: the program has written to it the last log line
-// before an exception, unless it ended for another reason.
+// folder: contains the result files. exceptionFile: contains the last log line before an exception;
+// missing when the program ended for another reason.
 void ReportSignal(int number, const std::string& folder, const std::string& exceptionFile);
 
 }  // namespace quorvel::view
