@@ -153,7 +153,7 @@ def main():
     row("peak memory, 10 failed items", "52 MiB", "83 MiB",
         lambda: f"{quorvel('memory', folder / 'failed-10'):.0f} MiB")
     row("key to frame, 100,000 rows / 10 rows", "1.1", "0.94", key_ratio)
-    # A profile of the whole measurement shows why the goal is missed: the toolkit lays out all lines.
+    # A profile of the whole measurement shows why the goal is missed: the toolkit formats all lines.
     # libevas takes 29 % of the samples, memory management 24 %, libharfbuzz 13 %, the kernel 12 %,
     # libeina 9 %, libfreetype 4 %, the program 1 %.
     row("key to frame, analysis text of 10,000 lines", "60 ms", "110 ms",

@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Compares the failed items of runs pair by pair: what quorvel-report is measured against.
+"""Compares the failed items of runs pair by pair, as a reference for the speed of quorvel-report.
 
 Usage: report_pairwise.py FOLDER. Reads every run below FOLDER with ElementTree and writes one JSON
 line for each run, with the rules of the conflict analysis."""
@@ -31,7 +31,7 @@ def number(item, key):
 
 
 def codes(item):
-    """The code pair; None without a code."""
+    """Returns the code pair, or None without a code."""
     if not item.get("opcode") or not item.get("msgcode"):
         return None
     return tuple(int(HEXADECIMAL.match(item[key]).group(), 16) & 0xFF for key in ("opcode", "msgcode"))

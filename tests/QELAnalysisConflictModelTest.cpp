@@ -379,7 +379,7 @@ TEST_P(QELAnalysisConflictModelTest, MatchesModelOnRandomRuns) {
     EXPECT_GT(conflicts, kMinConflicts) << "the random runs have too few conflicts";
 }
 
-TEST_P(QELAnalysisConflictModelTest, IndexReturnsSameRecordsOnRandomRuns) {
+TEST_P(QELAnalysisConflictModelTest, ReturnsSameRecordsFromIndexOnRandomRuns) {
     for (unsigned int i = 0; i < kRunsPerSeed && !HasFailure(); ++i) {
         const unsigned int seed = GetParam() * 1000 + i;
         SCOPED_TRACE("seed " + std::to_string(seed));

@@ -336,7 +336,7 @@ TEST_F(QELItemViewTest, CountsOnlyLineFeedsAsLineBreaks) {
 }
 
 TEST_F(QELItemViewTest, ShrinksFontForLineFeedsInData) {
-    // The panel text has nine line feeds without the ones in the data.
+    // The panel text has nine line feeds of its own.
     const struct {
         int lineFeeds;
         const char* size;

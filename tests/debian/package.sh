@@ -99,7 +99,7 @@ check_content() {
     ! grep -r -l -a -F -e "$work" -e "$root" "$work/content" || fail "a file names the build folder"
 }
 
-# A change of the sources meanwhile is no difference of the builds.
+# Both copies precede the builds, so that both builds have the same sources.
 copy_sources "$work/first/quorvel"
 copy_sources "$work/second/other-folder/quorvel"
 build_as_usual

@@ -44,7 +44,7 @@ std::string ShownRow(unsigned int index) {
     return text ? text.get() : "(null)";
 }
 
-// The text of the markup, which has one leading tag and line breaks.
+// Returns the text of a markup that has one leading tag and line breaks.
 std::string PlainText(std::string markup) {
     markup.erase(0, markup.find('>') + 1);
     const std::map<std::string, std::string> entities = {{"<br/>", "\n"}, {"&gt;", ">"}};
@@ -56,7 +56,7 @@ std::string PlainText(std::string markup) {
     return markup;
 }
 
-// Without the empty lines that separate the parts of the detail text.
+// Returns the text without the empty lines that separate the parts of the detail text.
 std::string Trimmed(const std::string& text) {
     const auto first = text.find_first_not_of('\n');
     const auto last = text.find_last_not_of('\n');

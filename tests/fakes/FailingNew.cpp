@@ -9,7 +9,7 @@ namespace {
 // when no allocation is to fail.
 thread_local int g_AllocationsLeft = 0;
 
-// Counts one allocation. Returns whether it is the one that fails.
+// Counts one allocation. Returns whether this allocation fails.
 bool IsAllocationToFail() {
     if (g_AllocationsLeft == 0) {
         return false;

@@ -90,7 +90,7 @@ void Record(const char* function, Arguments... arguments) {
     }
 }
 
-// Counts one query of the allocation error. Returns whether it is the one that reports a failure.
+// Counts one query of the allocation error. Returns whether this query reports a failure.
 bool IsRegistrationToFail() {
     int& left = Recorder().registrationsLeft;
     if (left == 0) {

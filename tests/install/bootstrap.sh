@@ -72,6 +72,6 @@ expect 'cmake libgtest-dev' '' "$one_of_each" test build
 expect python3 '' python3 display test
 
 if MISSING='' STATE='' PATH=$work:$PATH "$root/script/bootstrap" bild 2>"$work/log"; then
-    fail "an unknown group is no error"
+    fail "an unknown group is not an error"
 fi
 grep -q '^bootstrap: bild: unknown group$' "$work/log" || fail "unknown group: $(cat "$work/log")"

@@ -46,7 +46,7 @@ done
 wrong=$(wrong_packages "$root")
 [ -z "$wrong" ] || fail "not the version $version or its date: $wrong"
 
-# A file with another version is found.
+# Checks that a file with another version is found.
 for file in debian/changelog packaging/org.tizen.quorvel.spec "$metainfo"; do
     mkdir -p "$work/changed"
     (cd -- "$root" && tar -cf - debian packaging "$metainfo") | tar -xf - -C "$work/changed"

@@ -43,7 +43,7 @@ TEST_F(PhotosTest, ListsFileNamesThatFatAccepts) {
                 ElementsAre("a:\\b*\n?. ", "capture/a:\\b*\n?. ", "a__b___._"));
 }
 
-TEST_F(PhotosTest, ChoosesTheShortestFileNameOfItsOwn) {
+TEST_F(PhotosTest, ChoosesTheShortestUniqueFileName) {
     EXPECT_THAT(ChoosePhotoFiles({"/a/x/1.jpg", "/b/x/1.jpg", "/c/2.jpg"}, {}),
                 ElementsAre("a+x+1.jpg", "b+x+1.jpg", "2.jpg"));
     EXPECT_THAT(ChoosePhotoFiles({"/a/1.jpg", "/1.jpg", "/b/1.JPG"}, {}),

@@ -1,4 +1,5 @@
-// Entry of the port's test programs. Prepares the environment that all tests of the process share.
+// Entry point of the port's test programs. Prepares the environment that all tests of the process
+// share.
 
 #include <gmock/gmock.h>
 

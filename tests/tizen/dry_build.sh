@@ -136,7 +136,7 @@ make_project() {
         >"$work/log" 2>&1
 }
 
-# The SDK's own folders and libraries come after those of the project.
+# The SDK's own folders and libraries come after the project's folders and libraries.
 builds_project() {
     includes=
     for folder in $(property USER_INC_DIRS); do

@@ -61,7 +61,7 @@ END
 query -l | grep -v build-id | LC_ALL=C sort >"$work/files"
 same expected-files files "the package has other files"
 
-# The libraries of the toolkit, libxml2 and the set that the program calls, without those of the compiler.
+# The libraries of the toolkit, libxml2 and the set that the program calls, without the compiler's libraries.
 cat >"$work/expected-libraries" <<'END'
 libbundle.so.1
 libcapi-appfw-app-control.so.1

@@ -1,4 +1,5 @@
-// Entry of the tests of the tools. Prepares the environment that all tests of the process share.
+// Entry point of the tests of the tools. Prepares the environment that all tests of the process
+// share.
 
 #include <gmock/gmock.h>
 

@@ -1,6 +1,6 @@
 #!/bin/sh
-# A start of quorvel-view from a desktop: without PATH, a folder chooser asks for a folder, and what
-# goes wrong is shown on the display.
+# A start of quorvel-view from a desktop: without PATH, a folder chooser asks for a folder, and errors
+# are shown on the display.
 set -eu
 # shellcheck source=tests/ui/ui.sh
 . "$(dirname -- "$0")/ui.sh"

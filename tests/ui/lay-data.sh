@@ -202,7 +202,7 @@ runs_without_input() {
 returns_exit_status() {
     [ "$(status_of run_lay_data "$work/data" sh -c 'exit 7')" -eq 7 ] || fail "not the exit status of the command"
     [ "$(status_of run_lay_data "$work/data" sh -c 'kill -TERM $$')" -eq 143 ] || fail "not the status of a signal"
-    [ "$(status_of run_lay_data "$work/nothing" true 2>/dev/null)" -eq 1 ] || fail "a missing folder is no error"
+    [ "$(status_of run_lay_data "$work/nothing" true 2>/dev/null)" -eq 1 ] || fail "a missing folder is not an error"
 }
 
 # --- Signals ----------------------------------------------------------------------------------

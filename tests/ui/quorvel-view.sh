@@ -77,7 +77,7 @@ options_of_page() {
     sed -n 's/^\.It.* Fl -\([a-z-]*\).*/--\1/p' "$1" | sort
 }
 
-# Prints the long options in the help of a program, without the one that the parser adds.
+# Prints the long options in the help of a program, without --usage, which the parser adds.
 options_of_help() {
     "$1" --help | sed -n 's/^ .* \(--[a-z-]*\).*/\1/p' | grep -v -x -e --usage | sort
 }

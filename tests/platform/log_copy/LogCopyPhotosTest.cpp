@@ -90,7 +90,7 @@ TEST_F(LogCopyPhotosTest, KeepsPhotosWithEqualBaseNamesDistinct) {
     EXPECT_EQ(FindPhoto(copy, names[2]), "");
 }
 
-TEST_F(LogCopyPhotosTest, ReplacesNoOtherFile) {
+TEST_F(LogCopyPhotosTest, KeepsLogsAndResultFilesOfTheSameName) {
     WriteRun({"/mnt/quorvel.log", "/mnt/QELXML.XML", "/mnt/qelXml.xml"});
     AddPhoto("quorvel.log", "mnt+quorvel.log", "photo");
     AddPhoto("QELXML.XML", "mnt+QELXML.XML", "photo");
@@ -145,7 +145,7 @@ TEST_F(LogCopyPhotosTest, FollowsNoLinkOutOfTheDataFolderAsRoot) {
     }
 }
 
-TEST_F(LogCopyPhotosTest, IgnoresPhotosThatAreNoFiles) {
+TEST_F(LogCopyPhotosTest, IgnoresPhotosThatAreNotFiles) {
     ASSERT_EQ(mkfifo((m_Data / "pipe.jpg").c_str(), 0600), 0);
     fs::create_directory(m_Data / "folder.jpg");
     fs::create_symlink("loop.jpg", m_Data / "loop.jpg");

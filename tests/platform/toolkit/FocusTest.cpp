@@ -254,7 +254,7 @@ TEST(FocusTest, StaysOnRowWithoutTextAndButton) {
     EXPECT_THAT(stage.LabelEvents(), IsEmpty());
 }
 
-TEST(FocusTest, ReturnsToRowWhenPopupClosesOverHiddenTextAndSpentButton) {
+TEST(FocusTest, ReturnsToRowWhenPopupClosesOverHiddenTextAndDisabledButton) {
     Stage stage;
     stage.HideText();
     stage.Press("Right");
@@ -412,7 +412,7 @@ TEST_P(FocusWalkTest, ShowsExactlyOneFocusAfterEachKey) {
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(SpentButton, FocusWalkTest, testing::Bool());
+INSTANTIATE_TEST_SUITE_P(DisabledButton, FocusWalkTest, testing::Bool());
 
 TEST(FocusTest, EmitsNothingWhenFocusReturnsToOneOfManyRows) {
     Stage stage;

@@ -150,7 +150,7 @@ TEST(TextPanelsTest, KeepsRightMarginInRightPanelOnly) {
               Screen::AreaOf(stage.infoLeft).Right() - 20);
 }
 
-TEST(TextPanelsTest, MeasuresAValueOfAMegabyteInTime) {
+TEST(TextPanelsTest, ShowsValueOfAMegabyteWithinTenSeconds) {
     StagePlan plan;
     plan.infoLines = 11;
     plan.infoWordBytes = 1'000'000;

@@ -66,7 +66,7 @@ class Browser:
         method = message.get("method")
         if method == "Network.requestWillBeSent":
             url = message["params"]["request"]["url"]
-            # An embedded picture is no request of the network.
+            # An embedded picture needs no network.
             self.requests += [] if url.startswith("data:") else [url]
         elif method in ("Runtime.consoleAPICalled", "Runtime.exceptionThrown", "Log.entryAdded"):
             self.console.append(message["params"])

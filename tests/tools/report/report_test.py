@@ -247,7 +247,7 @@ class StatusTest(ReportTest):
         text = self.expect(2, "--format=json", self.folder / "no", "samples/typical", errors=["no"])
         self.assertEqual(len(text.splitlines()), 1)
 
-    def test_rejects_files_that_are_no_result(self):
+    def test_rejects_invalid_result_files(self):
         folder = self.write_run("run", make_item("A"))
         other = folder / "qelRnscXml.xml"
         writers = {"empty": lambda: other.write_bytes(b""),

@@ -130,7 +130,7 @@ TEST_F(CheckTest, ReportsFileWhoseEntitiesExpandTooFar) {
     EXPECT_THAT(file.problem, HasSubstr("10,000,000 bytes"));
 }
 
-TEST_F(CheckTest, ReadsTheSoundFileWhenTheOtherIsDamaged) {
+TEST_F(CheckTest, ReadsTheValidFileWhenTheOtherIsDamaged) {
     m_Folder.WriteRun("stick", "SN1");
     m_Folder.Write("stick/qelRnscXml.xml", "<a>");
     const runs::Run run = Check();
