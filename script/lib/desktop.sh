@@ -8,6 +8,7 @@
 #     log_wait PATTERN               waits for a new line of the log
 #     screen_wait                    waits until the screen stops changing
 #     shows COLOUR PART NUMBER       returns whether the part has at least NUMBER pixels of the colour
+#     theme_colour NAME [PALETTE]    prints a colour of the theme
 #     picture FILE                   saves a picture of the screen
 #     desktop_stop                   stops the program and the display
 #
@@ -217,6 +218,13 @@ screen_wait_change() {
 
 picture() {
     convert "xwd:$desktop/screen/Xvfb_screen0" -define png:compression-level=4 "png:$1"
+}
+
+# Prints a colour of the theme as #RRGGBB: NAME [PALETTE]
+theme_colour() {
+    # shellcheck disable=SC2046 # a list of numbers
+    printf '#%02X%02X%02X\n' $(sed -n "s/^#define $1 \([0-9]* [0-9]* [0-9]*\) .*/\1/p" \
+        "${root:?}/platform/desktop/theme/${2:-palette}.edc")
 }
 
 # Returns whether a part of the screen has at least NUMBER pixels of a colour: COLOUR PART NUMBER.

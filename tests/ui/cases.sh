@@ -4,7 +4,7 @@
 # The detail panel within its outline, and the colours of its text.
 TEXT=1240x500+650+410
 HINT='#CBCBCB'
-RESULT='#E8EDF2'
+RESULT=$(theme_colour COLOR_TEXT)
 DETAILED='#FF0000'
 CONFLICTS='#FF8000'
 

@@ -9,7 +9,7 @@ root=$(cd -- "$(dirname -- "$0")/../.." && pwd)
 . "$root/script/lib/desktop.sh"
 
 # The theme's colour of the outline around the focused widget.
-FOCUS='#C8E7FF'
+FOCUS=$(theme_colour COLOR_FOCUS_LINE)
 # Parts of the screen: the rows of the list, the detail panel, and the row of the button, into which the
 # popup's OK button reaches.
 LIST=640x945+0+135
