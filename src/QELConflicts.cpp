@@ -181,7 +181,10 @@ QELConflictList_s QELConflicts::Find(const QELXmlParser& parser, QELAnalysisData
 QELConflictIndex::QELConflictIndex(const QELXmlParser& parser, QELAnalysisData& analysisData)
     : m_Parser(parser), m_AnalysisData(analysisData) {
     const unsigned int count = parser.GetNumOfResultAll();
-    for (unsigned int i = 0; i < count && m_ReadCandidate(i); ++i) {
+    for (unsigned int i = 0; i < count; ++i) {
+        if (!m_ReadCandidate(i)) {
+            break;
+        }
     }
     m_ByStart = m_Sort([](const Candidate_s& candidate) { return candidate.window.start; });
     m_ByEnd = m_Sort([](const Candidate_s& candidate) { return candidate.window.end; });

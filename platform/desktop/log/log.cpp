@@ -85,7 +85,8 @@ void SaveLastMessage(const std::string& message) {
     constexpr mode_t kOwnerOnly = 0600;
     const int file = open(path, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, kOwnerOnly);
     if (file >= 0) {
-        (void)!write(file, message.data(), message.size());
+        // After a failed write, quorvel-view finds no item in the file.
+        [[maybe_unused]] const ssize_t written = write(file, message.data(), message.size());
         close(file);
     }
 }
