@@ -21,7 +21,6 @@
 
 #include "platform/fixtures/PrivateFolders.h"
 
-using quorvel::desktop::kMaxEntityBytes;
 using quorvel::desktop::kMaxResultFileBytes;
 using quorvel::desktop::LimitXmlInput;
 using quorvel::desktop::ParseXml;

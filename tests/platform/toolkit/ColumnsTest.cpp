@@ -16,7 +16,6 @@ namespace quorvel::desktop {
 namespace {
 
 using testing::Each;
-using testing::ElementsAre;
 
 const std::string kFigureSpace = "\u2007";
 const std::string kMark = "\u200E";

@@ -18,7 +18,6 @@ namespace quorvel::runs {
 namespace {
 
 namespace fs = std::filesystem;
-using testing::Each;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;

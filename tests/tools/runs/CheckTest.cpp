@@ -17,9 +17,7 @@ namespace quorvel::runs {
 namespace {
 
 namespace fs = std::filesystem;
-using testing::ElementsAre;
 using testing::HasSubstr;
-using testing::IsEmpty;
 
 class CheckTest : public testing::Test {
 protected:
