@@ -35,7 +35,7 @@ std::string LogFilePath();
 // rotated log), quorvel.2.log for 2.
 std::string RotatedLogName(unsigned age);
 
-// Returns the file name of the log that keeps the first lines of a run apart from the rotation.
+// Returns the file name of the log that keeps the first lines of a process apart from the rotation.
 std::string LogStartName();
 
 }  // namespace quorvel::desktop

@@ -167,9 +167,9 @@ removes_copy_of_killed_run() {
     kill -KILL $!
     wait $! || true
     kill "$(cat "$work/cp")"
-    [ -n "$(ls -A "$work/tmp")" ] || fail "the killed run has no copy"
+    [ -n "$(ls -A "$work/tmp")" ] || fail "the killed script has no copy"
     TMPDIR="$work/tmp" run_lay_data --copy "$work/data" sh -c \
-        "[ \$(ls '$work/tmp' | wc -l) -eq 1 ]" || fail "the copy of the killed run remains"
+        "[ \$(ls '$work/tmp' | wc -l) -eq 1 ]" || fail "the copy of the killed script remains"
     [ -z "$(ls -A "$work/tmp")" ] || fail "a copy remains"
     rm -r "$work/tmp" "$work/slow"
 }
@@ -253,17 +253,17 @@ dies_with_script() {
 
 # --- Without namespaces -----------------------------------------------------------------------
 
-# A second run waits for the first run until LAY_DATA_WAIT.
+# A second script waits for the first script until LAY_DATA_WAIT.
 waits_for_other_run() {
     rm -f "$work/up"
     run_lay_data "$work/data" sh -c "touch $work/up; while [ -e $work/up ]; do sleep 0.05; done" &
     wait_for_file "$work/up"
     if LAY_DATA_WAIT=0 run_lay_data "$work/data" true 2>"$work/error"; then
-        fail "two runs at the same time"
+        fail "two scripts run at the same time"
     fi
-    grep -q 'in use by another run' "$work/error" || fail "no message about the other run"
+    grep -q 'in use by another process' "$work/error" || fail "no message about the other process"
     rm "$work/up"
-    wait $! || fail "the first run fails"
+    wait $! || fail "the first script fails"
     run_lay_data "$work/data" true || fail "the path remains in use"
 }
 

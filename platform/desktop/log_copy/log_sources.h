@@ -22,7 +22,7 @@ struct LogSource {
 // Whether a link to a file outside its folder is followed or makes the copy fail.
 enum class OutsideLinks { kFollow, kReject };
 
-// Finds the log, the rotated logs and the start of a run in stateFolder, and the result files in
+// Finds the log, the rotated logs and quorvel.start.log in stateFolder, and the result files in
 // dataFolder, as far as they exist. stateFolder may be empty for no logs. All files that a rotation
 // can change are opened before the first copy, so that a rotation during the copy changes nothing.
 // Old logs are not kept open, since a folder may contain more of them than this process may open.

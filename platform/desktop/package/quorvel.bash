@@ -17,7 +17,7 @@ _quorvel_options() {
     _quorvel_words "$("$1" --help 2>/dev/null | grep -o -E -e '--[a-z-]+')" "$2"
 }
 
-# The arguments are those of a completion function: the program, the word, the word before it.
+# Arguments, as for every completion function: the program, the word, the word before it.
 _quorvel() {
     case $2 in
         -*) _quorvel_options "$1" "$2" ;;

@@ -46,7 +46,7 @@ protected:
     const std::size_t m_ThreeLetters = std::string("I/QEL     (12345): one\n").size();
 };
 
-TEST_F(LogFileTest, KeepsLinesOfEarlierRuns) {
+TEST_F(LogFileTest, KeepsLinesOfEarlierProcesses) {
     for (const char* text : {"one", "two"}) {
         LogFile file = Open(1000, 2);
         Write(file, text);
@@ -135,7 +135,7 @@ TEST_F(LogFileTest, FollowsRemovalWithoutWatch) {
     EXPECT_THAT(Messages("a.log"), ElementsAre("two"));
 }
 
-TEST_F(LogFileTest, KeepsStartOfRunApartFromRotation) {
+TEST_F(LogFileTest, KeepsFirstLinesApartFromRotation) {
     LogFile file = Open(2 * m_ThreeLetters, 1, 3 * m_ThreeLetters);
     for (const char* text : {"one", "two", "ten", "six", "ten", "six", "ten"}) {
         Write(file, text);
@@ -144,7 +144,7 @@ TEST_F(LogFileTest, KeepsStartOfRunApartFromRotation) {
     EXPECT_EQ(ModeOf("a.start.log"), static_cast<fs::perms>(0600));
 }
 
-TEST_F(LogFileTest, KeepsStartOfLastRunOnly) {
+TEST_F(LogFileTest, KeepsFirstLinesOfLastProcessOnly) {
     for (const char* text : {"one", "two"}) {
         LogFile file = Open(1000, 1, m_ThreeLetters);
         Write(file, text);
@@ -153,7 +153,7 @@ TEST_F(LogFileTest, KeepsStartOfLastRunOnly) {
     EXPECT_THAT(Messages("a.start.log"), ElementsAre("two"));
 }
 
-TEST_F(LogFileTest, CreatesNoStartFileForShortRun) {
+TEST_F(LogFileTest, CreatesNoStartFileForFewLines) {
     LogFile file = Open(1000, 1, 2 * m_ThreeLetters);
     Write(file, "one");
     Write(file, "two");

@@ -383,7 +383,7 @@ TEST_F(LogTest, RotatesAtFourMebibytesAndKeepsThreeOldFiles) {
     EXPECT_FALSE(fs::exists(folder / "quorvel.4.log"));
 }
 
-TEST_F(LogTest, CopiesStartOfRunThatRotationDropped) {
+TEST_F(LogTest, CopiesFirstLinesThatRotationDropped) {
     const fs::path storage = m_Folders.Root() / "storage";
     fs::create_directory(storage);
     Run("fill-and-copy", {{"QUORVEL_USB_DIR", storage}});

@@ -138,7 +138,7 @@ TEST_F(LogCopyTest, CopiesLogsWithoutResultFiles) {
     EXPECT_EQ(OnStorage(), After());
 }
 
-TEST_F(LogCopyTest, CopiesStartOfRun) {
+TEST_F(LogCopyTest, CopiesStartLog) {
     Write(m_State / "quorvel.start.log", "first lines\n");
     m_Sources["quorvel.start.log"] = "first lines\n";
     EXPECT_EQ(Run(m_Io), 0);
