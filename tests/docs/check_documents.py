@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
-"""Reports what the documents below ROOT name and the repository does not have: links, paths,
-`path`: `name` pairs, commands, and lines of a tree of folders.
+"""Reports what the documents below ROOT name and the repository does not have: links, paths, names of the
+sources, `path`: `name` pairs, commands, and lines of a tree of folders.
 
 usage: check_documents.py ROOT
 """
@@ -21,6 +21,9 @@ class Checker:
         self.folders = {path.name for path in root.iterdir() if path.is_dir()} - {".git", "build"}
         presets = json.loads((root / "CMakePresets.json").read_text())
         self.presets = {preset["name"] for preset in presets["configurePresets"]}
+        sources = [path for folder in self.folders for path in (root / folder).rglob("*.[ch]*")]
+        self.names = {name for path in sources if path.is_file()
+                      for name in re.findall(r"\w+", path.read_text(errors="ignore"))}
 
     def in_prose(self, page, line):
         for target in re.findall(r"\]\(([^)\s]+)\)", re.sub(r"`[^`]*`", "", line)):
@@ -30,6 +33,8 @@ class Checker:
                 yield from self.in_command(span)
             elif "/" in span and not span.startswith("/"):
                 yield from self.in_path(page, span)
+            elif re.match(r"(k[A-Z]|m_|QEL[A-Z])\w+(::\w+)?$", span) and span not in ("kName", "m_Name"):
+                yield from (f"no {name} in the sources" for name in span.split("::") if name not in self.names)
         for path, spans in re.findall(r"`([\w./-]+\.\w+)`: ([^|;.]*)", line):
             for name in re.findall(r"`(\w+)`", spans):
                 if not self.has_word(path, name):
