@@ -46,27 +46,21 @@ const char* StorageProblem(int error) {
 }
 
 std::string Reason(const std::string& name, int error) {
-    const std::string message = std::generic_category().message(error);
-    return name.empty() ? message : name + ": " + message;
+    std::string reason = std::generic_category().message(error);
+    if (!name.empty()) {
+        reason.insert(0, name + ": ");
+    }
+    return reason;
 }
 
-// A stream with its own descriptor: reading it keeps the position of the folder's descriptor.
-FolderStream OpenStream(int folder) {
-    const int own = openat(folder, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    if (own < 0) {
-        return nullptr;
-    }
-    FolderStream stream(fdopendir(own));
-    if (stream == nullptr) {
-        const int error = errno;
-        close(own);
-        errno = error;
-    }
-    return stream;
+// Returns the path of the kernel's link to the open file or folder.
+std::string LinkTo(int descriptor) {
+    return "/proc/self/fd/" + std::to_string(descriptor);
 }
 
+// The stream has its own descriptor: reading it keeps the position of the folder's descriptor.
 int ListFolder(int folder, std::vector<std::string>& names) {
-    const FolderStream stream = OpenStream(folder);
+    const FolderStream stream(opendir(LinkTo(folder).c_str()));
     if (stream == nullptr) {
         return -1;
     }
@@ -97,15 +91,18 @@ int ReadMountId(int descriptor, std::uint64_t& id) {
 
 int ReadPath(int descriptor, std::string& path) {
     std::array<char, PATH_MAX> target{};
-    const std::string link = "/proc/self/fd/" + std::to_string(descriptor);
-    const ssize_t size = readlink(link.c_str(), target.data(), target.size());
+    const ssize_t size = readlink(LinkTo(descriptor).c_str(), target.data(), target.size());
     path.assign(target.data(), static_cast<std::size_t>(std::max<ssize_t>(size, 0)));
     return size < 0 ? -1 : 0;
 }
 
-// Some file systems in user space cannot rename without replacing. If another program takes the
-// name after the check, renameat replaces only an empty folder.
-int RenameUnlessTaken(int folder, const char* from, const char* to) {
+// Some file systems in user space cannot rename without replacing: EINVAL. If another program takes
+// the name after the check, renameat replaces only an empty folder.
+int RenameWithoutReplacing(int folder, const char* from, const char* to) {
+    const int result = renameat2(folder, from, folder, to, RENAME_NOREPLACE);
+    if (result == 0 || errno != EINVAL) {
+        return result;
+    }
     if (faccessat(folder, to, F_OK, AT_SYMLINK_NOFOLLOW) == 0) {
         errno = EEXIST;
         return -1;
@@ -113,18 +110,10 @@ int RenameUnlessTaken(int folder, const char* from, const char* to) {
     return errno == ENOENT ? renameat(folder, from, folder, to) : -1;
 }
 
-int RenameWithoutReplacing(int folder, const char* from, const char* to) {
-    const int result = renameat2(folder, from, folder, to, RENAME_NOREPLACE);
-    if (result == 0 || (errno != EINVAL && errno != ENOSYS)) {
-        return result;
-    }
-    return RenameUnlessTaken(folder, from, to);
-}
-
 }  // namespace
 
 LogCopyError::LogCopyError(const std::string& problem, const std::string& detail)
-    : std::runtime_error(detail.empty() ? problem : problem + " (" + detail + ")") {}
+    : std::runtime_error(problem + " (" + detail + ")") {}
 
 void FailNoStorage(const std::string& name, int error) {
     throw LogCopyError("no USB storage is mounted", Reason(name, error));
@@ -207,7 +196,7 @@ ssize_t File::Write(const void* buffer, std::size_t size) const {
 
 bool File::Rewind() const {
     return m_Perform({FileCall::kSeek, m_Descriptor}, [](const auto& operation) {
-        return lseek(operation.descriptor, 0, SEEK_SET) == 0 ? 0 : -1;
+        return lseek(operation.descriptor, 0, SEEK_SET);
     });
 }
 

@@ -17,7 +17,7 @@ namespace quorvel::desktop {
 // copy.
 class LogCopyError : public std::runtime_error {
 public:
-    // detail: name of the file or folder and the system's reason; empty for no detail.
+    // detail: name of the file or folder, or the system's reason, or both.
     LogCopyError(const std::string& problem, const std::string& detail);
 };
 

@@ -89,7 +89,10 @@ std::string Plain(const std::string& text, std::size_t maxSize) {
 }
 
 std::string PlainHost(const std::string& host) {
-    return host.empty() ? "unnamed" : Plain(host, kMaxHost);
+    if (host.empty()) {
+        return "unnamed";
+    }
+    return Plain(host, kMaxHost);
 }
 
 // Returns the part of the name for the serial number, with the separator; empty without a letter
@@ -107,12 +110,11 @@ std::string PlainSerialNumber(const std::string& serialNumber) {
 
 std::string PlainTime(std::time_t time) {
     std::tm local{};
-    char text[sizeof("YYYYYYYYYYYmmdd-HHMMSS")] = "";
-    if (localtime_r(&time, &local) == nullptr ||
-        std::strftime(text, sizeof(text), "%Y%m%d-%H%M%S", &local) == 0) {
+    if (localtime_r(&time, &local) == nullptr) {
         return std::to_string(time);
     }
-    return text;
+    char text[sizeof("YYYYYYYYYYYmmdd-HHMMSS")];
+    return {text, std::strftime(text, sizeof(text), "%Y%m%d-%H%M%S", &local)};
 }
 
 // Another mount at the folder means that the storage was unmounted since it was found. The folder
@@ -226,8 +228,9 @@ void WriteToLog(bool isError, const std::string& line) {
 // Returns an empty string when the machine has no name.
 std::string HostName() {
     std::array<char, 256> name{};
-    // gethostname does not terminate a name that it cuts.
-    return gethostname(name.data(), name.size() - 1) == 0 ? name.data() : "";
+    // gethostname does not terminate a name that it cuts, and leaves the array empty on failure.
+    gethostname(name.data(), name.size() - 1);
+    return name.data();
 }
 
 }  // namespace

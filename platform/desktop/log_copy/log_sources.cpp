@@ -29,7 +29,10 @@ std::optional<unsigned> LogAge(const std::string& name) {
     const std::size_t start = name.find('.') + 1;
     unsigned age = 0;
     std::from_chars(name.data() + start, name.data() + name.size(), age);
-    return age > 0 && name == RotatedLogName(age) ? std::optional<unsigned>(age) : std::nullopt;
+    if (age == 0 || name != RotatedLogName(age)) {
+        return std::nullopt;
+    }
+    return age;
 }
 
 bool IsMissing(int error) {

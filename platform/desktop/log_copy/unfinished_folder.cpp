@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstddef>
-#include <new>
 #include <system_error>
 #include <utility>
 #include <vector>
@@ -29,7 +28,10 @@ constexpr mode_t kFileMode = 0644;
 template <typename Operation>
 std::string WithFreeName(const std::string& name, Operation operation) {
     for (int number = 1; number <= kMaxNames; ++number) {
-        std::string tried = number == 1 ? name : name + "-" + std::to_string(number);
+        std::string tried = name;
+        if (number > 1) {
+            tried += "-" + std::to_string(number);
+        }
         if (operation(tried)) {
             return tried;
         }
@@ -118,8 +120,8 @@ UnfinishedFolder::UnfinishedFolder(const File& parent, const std::string& finalN
 UnfinishedFolder::~UnfinishedFolder() {
     try {
         m_Discard();
-    } catch (const std::bad_alloc&) {
-        // The next copy removes the folder, since it has a temporary name.
+    } catch (...) {
+        // Out of memory. The next copy removes the folder, since it has a temporary name.
         return;
     }
 }

@@ -45,7 +45,10 @@ using MountPtr = std::unique_ptr<T, MountRelease>;
 }
 
 std::string Text(const char* text) {
-    return text == nullptr ? std::string() : text;
+    if (text == nullptr) {
+        return {};
+    }
+    return text;
 }
 
 const BlockDevice* DeviceOf(const Mount& mount, const std::vector<BlockDevice>& devices) {
@@ -102,13 +105,9 @@ int ProbeFolder(const std::string& folder) {
     return faccessat(AT_FDCWD, folder.c_str(), W_OK | X_OK, AT_EACCESS) == 0 ? 0 : errno;
 }
 
-bool HasReadOnlyOption(const char* options) {
-    return options != nullptr && mnt_optstr_get_option(options, "ro", nullptr, nullptr) == 0;
-}
-
 Mount ToMount(libmnt_fs* row) {
-    const bool readOnly = HasReadOnlyOption(mnt_fs_get_vfs_options(row)) ||
-                          HasReadOnlyOption(mnt_fs_get_fs_options(row));
+    // The options of the mount and of the file system.
+    const bool readOnly = mnt_fs_match_options(row, "ro") != 0;
     return {static_cast<std::uint64_t>(mnt_fs_get_id(row)), mnt_fs_get_devno(row),
             Text(mnt_fs_get_source(row)), Text(mnt_fs_get_target(row)), readOnly};
 }
@@ -117,7 +116,7 @@ BlockDevice ToBlockDevice(udev_device* device) {
     // The device owns its parent.
     udev_device* usb = udev_device_get_parent_with_subsystem_devtype(device, "usb", "usb_device");
     return {udev_device_get_devnum(device), Text(udev_device_get_devnode(device)),
-            usb == nullptr ? std::string() : Text(udev_device_get_syspath(usb))};
+            Text(usb == nullptr ? nullptr : udev_device_get_syspath(usb))};
 }
 
 UdevPtr<udev_enumerate> ListBlockSubsystem(udev* context) {
@@ -125,10 +124,8 @@ UdevPtr<udev_enumerate> ListBlockSubsystem(udev* context) {
     if (list == nullptr) {
         Fail(errno, "udev_enumerate_new");
     }
-    int result = udev_enumerate_add_match_subsystem(list.get(), "block");
-    if (result >= 0) {
-        result = udev_enumerate_scan_devices(list.get());
-    }
+    const int added = udev_enumerate_add_match_subsystem(list.get(), "block");
+    const int result = std::min(added, udev_enumerate_scan_devices(list.get()));
     if (result < 0) {
         Fail(-result, "block devices");
     }
@@ -182,8 +179,8 @@ std::vector<Mount> ReadMounts() {
         Fail(ENOMEM, "mount table");
     }
     const int result = mnt_table_parse_mtab(table.get(), nullptr);
-    if (result != 0) {
-        Fail(result < 0 ? -result : EIO, "mount table");
+    if (result < 0) {
+        Fail(-result, "mount table");
     }
     std::vector<Mount> mounts;
     libmnt_fs* row = nullptr;
