@@ -185,6 +185,13 @@ TEST_F(QELAppTest, RejectsFifoAsFlagFileWithoutBlocking) {
     EXPECT_TRUE(LoggedError("failed to create flag file", kAppSource));
 }
 
+TEST_F(QELAppTest, RejectsDeviceAsFlagFile) {
+    fs::create_symlink("/dev/null", kFlagFile);
+    Request("x");
+    EXPECT_EQ(LaunchCount(), "1\n");
+    EXPECT_TRUE(LoggedError("failed to create flag file", kAppSource));
+}
+
 // The flag file is a link to the counter. The counter is therefore empty when the flag file is
 // created last.
 TEST_F(QELAppTest, CreatesFlagFileAfterCounting) {

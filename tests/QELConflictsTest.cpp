@@ -140,6 +140,13 @@ TEST_F(QELConflictsTest, ReportsFirstOfSeveralInvalidNumbers) {
     EXPECT_EQ(FindIndexed(2).state, QELConflictState_e::kOutOfRange);
 }
 
+TEST_F(QELConflictsTest, ReportsInvalidNumberOfOtherThreadAfterTwoOfOwnThread) {
+    LoadItems({MakeItem("on 1", "1", "x", "500"), MakeItem("on 1", "1", "x", "500"),
+               MakeItem("on 2", "2", "99999999999", "500"), MakeItem("own", "1", "1000", "500")});
+    EXPECT_EQ(Find(3).state, QELConflictState_e::kOutOfRange);
+    EXPECT_EQ(FindIndexed(3).state, QELConflictState_e::kOutOfRange);
+}
+
 TEST_F(QELConflictsTest, ThrowsForInvalidOwnCode) {
     LoadItems({MakeItem("own", "1", "1000", "500", "xyz")});
     EXPECT_THROW(Find(0), std::invalid_argument);

@@ -1,4 +1,4 @@
-// Tests of the file counters of QELUtil.
+// Tests of the file counters and of the cells of QELUtil.
 
 #include "QELUtil.h"
 
@@ -163,10 +163,24 @@ TEST_F(QELUtilTest, LeavesNoFileWhenNewCounterCannotBeWritten) {
     EXPECT_TRUE(fs::is_empty(fs::path(PrivateData::Path(kCounter)).parent_path()));
 }
 
+// rename rejects an empty path. The temporary file is ".new" in the working folder.
+TEST_F(QELUtilTest, LeavesNoFileWhenNewCounterCannotBeRenamed) {
+    const fs::path before = fs::current_path();
+    fs::current_path(fs::path(PrivateData::Path(kCounter)).parent_path());
+    EXPECT_TRUE(QELUtil::IncreaseCount(""));
+    fs::current_path(before);
+    EXPECT_TRUE(PrivateData::Names().empty());
+}
+
 // /proc/self/stat begins with a number, and not even root can write it.
 TEST_F(QELUtilTest, IgnoresFailedWrite) {
     EXPECT_TRUE(QELUtil::IncreaseCount("/proc/self/stat"));
     EXPECT_TRUE(FakeLog::Lines().empty());
+}
+
+TEST_F(QELUtilTest, RejectsLocationWithoutCell) {
+    const auto location = static_cast<app_table_location_e>(8);
+    EXPECT_FALSE(QELUtil::PackAt(nullptr, nullptr, location, {location}));
 }
 
 TEST_F(QELUtilTest, CountsInTwoFilesOnTwoThreads) {

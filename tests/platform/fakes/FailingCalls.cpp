@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <string>
 
+#include <dirent.h>
 #include <libmount/libmount.h>
 #include <libudev.h>
 #include <sys/socket.h>
@@ -45,6 +46,20 @@ int __wrap_statx(int folder, const char* path, int flags, unsigned int mask, str
     return result;
 }
 
+int __real_renameat2(int oldFolder, const char* from, int newFolder, const char* to,
+                     unsigned int flags);
+int __wrap_renameat2(int oldFolder, const char* from, int newFolder, const char* to,
+                     unsigned int flags) {
+    return Fails(FailingCall::kRename, EINVAL)
+               ? -1
+               : __real_renameat2(oldFolder, from, newFolder, to, flags);
+}
+
+dirent* __real_readdir(DIR* stream);
+dirent* __wrap_readdir(DIR* stream) {
+    return Fails(FailingCall::kFolderRead, EIO) ? nullptr : __real_readdir(stream);
+}
+
 int __real_listen(int socket, int backlog);
 int __wrap_listen(int socket, int backlog) {
     return Fails(FailingCall::kListen, EADDRINUSE) ? -1 : __real_listen(socket, backlog);
@@ -65,9 +80,21 @@ int __wrap_udev_enumerate_scan_devices(udev_enumerate* list) {
     return Fails(FailingCall::kUdevScan, 0) ? -EIO : __real_udev_enumerate_scan_devices(list);
 }
 
+udev_device* __real_udev_device_new_from_syspath(udev* context, const char* path);
+udev_device* __wrap_udev_device_new_from_syspath(udev* context, const char* path) {
+    return Fails(FailingCall::kUdevDevice, ENODEV)
+               ? nullptr
+               : __real_udev_device_new_from_syspath(context, path);
+}
+
 libmnt_table* __real_mnt_new_table();
 libmnt_table* __wrap_mnt_new_table() {
     return Fails(FailingCall::kMountList, 0) ? nullptr : __real_mnt_new_table();
+}
+
+libmnt_iter* __real_mnt_new_iter(int direction);
+libmnt_iter* __wrap_mnt_new_iter(int direction) {
+    return Fails(FailingCall::kMountIterate, 0) ? nullptr : __real_mnt_new_iter(direction);
 }
 
 int __real_mnt_table_parse_mtab(libmnt_table* table, const char* file);

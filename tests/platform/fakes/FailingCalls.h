@@ -4,14 +4,18 @@
 // Calls of the port to the system and to libraries that fail on demand.
 enum class FailingCall {
     kNothing,
-    kMountId,    // statx succeeds without a mount id
-    kListen,     // EADDRINUSE
-    kUdev,       // ENOMEM
-    kUdevList,   // ENOMEM
-    kUdevScan,   // EIO
-    kMountList,  // no memory
-    kMountRead,  // EIO
-    kWatch,      // inotify_init1 fails with EMFILE
+    kMountId,       // statx succeeds without a mount id
+    kRename,        // renameat2 fails with EINVAL, as for an unknown flag
+    kFolderRead,    // readdir fails with EIO
+    kListen,        // EADDRINUSE
+    kUdev,          // ENOMEM
+    kUdevList,      // ENOMEM
+    kUdevScan,      // EIO
+    kUdevDevice,    // the device does not exist
+    kMountList,     // no memory
+    kMountIterate,  // no memory
+    kMountRead,     // EIO
+    kWatch,         // inotify_init1 fails with EMFILE
 };
 
 // Makes one call fail until the object is destroyed. One object at a time. Main thread.

@@ -44,6 +44,7 @@ bool FaultyFileIo::IsOnStorage(const std::string& path) const {
 }
 
 bool FaultyFileIo::IsRejected(FileCall call, int error) {
+    const bool isFull = error == ENOSPC || error == EDQUOT;
     switch (call) {
         case FileCall::kClose:
         case FileCall::kStatus:
@@ -57,7 +58,7 @@ bool FaultyFileIo::IsRejected(FileCall call, int error) {
         case FileCall::kList:
         case FileCall::kRemoveFile:
         case FileCall::kRemoveFolder:
-            return error != ENOSPC;
+            return !isFull;
         default:
             return true;
     }

@@ -39,15 +39,46 @@ TEST_F(FileIoTest, ListsFolderRepeatedly) {
     }
 }
 
+TEST_F(FileIoTest, ReportsFolderThatCannotBeListed) {
+    const File folder(m_Io, m_Scratch.Path(), O_RDONLY | O_DIRECTORY);
+    const File file(folder, "file", O_WRONLY | O_CREAT, 0600);
+    std::vector<std::string> names;
+    EXPECT_FALSE(file.List(names));
+    EXPECT_EQ(errno, ENOTDIR);
+    const FailingCallScope scope(FailingCall::kFolderRead);
+    EXPECT_FALSE(folder.List(names));
+    EXPECT_EQ(errno, EIO);
+}
+
+// The second round is on a file system that cannot rename without replacing.
 TEST_F(FileIoTest, RenamesWithoutReplacing) {
     fs::create_directory(m_Scratch.Path() / "from");
     fs::create_directory(m_Scratch.Path() / "to");
+    fs::create_symlink("nowhere", m_Scratch.Path() / "link");
     const File folder(m_Io, m_Scratch.Path(), O_RDONLY | O_DIRECTORY);
-    EXPECT_FALSE(folder.Rename("from", "to"));
-    EXPECT_EQ(errno, EEXIST);
-    EXPECT_TRUE(fs::exists(m_Scratch.Path() / "from"));
-    EXPECT_TRUE(folder.Rename("from", "elsewhere"));
-    EXPECT_FALSE(fs::exists(m_Scratch.Path() / "from"));
+    for (const FailingCall call : {FailingCall::kNothing, FailingCall::kRename}) {
+        const FailingCallScope scope(call);
+        for (const char* taken : {"to", "link"}) {
+            EXPECT_FALSE(folder.Rename("from", taken));
+            EXPECT_EQ(errno, EEXIST);
+            EXPECT_TRUE(fs::exists(m_Scratch.Path() / "from"));
+        }
+        EXPECT_FALSE(folder.Rename("from", std::string(300, 'n')));
+        EXPECT_EQ(errno, ENAMETOOLONG);
+        EXPECT_TRUE(folder.Rename("from", "elsewhere"));
+        EXPECT_FALSE(fs::exists(m_Scratch.Path() / "from"));
+        fs::rename(m_Scratch.Path() / "elsewhere", m_Scratch.Path() / "from");
+    }
+}
+
+TEST_F(FileIoTest, ReportsClosedFile) {
+    File folder(m_Io, m_Scratch.Path(), O_RDONLY | O_DIRECTORY);
+    EXPECT_TRUE(folder.Close());
+    std::uint64_t id = 0;
+    EXPECT_FALSE(folder.MountId(id));
+    EXPECT_EQ(errno, EBADF);
+    std::string path;
+    EXPECT_FALSE(folder.Path(path));
 }
 
 TEST_F(FileIoTest, ReportsFileSystemWithoutMountIds) {

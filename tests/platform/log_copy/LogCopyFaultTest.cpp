@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <filesystem>
+#include <new>
 #include <string>
 #include <system_error>
 #include <tuple>
@@ -18,6 +19,7 @@
 
 using quorvel::desktop::FileCall;
 using quorvel::desktop::FileIo;
+using quorvel::desktop::OutsideLinks;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::StartsWith;
@@ -38,6 +40,14 @@ std::string LineOf(int error) {
         default:
             return "log copy: the USB storage was unplugged or is broken (";
     }
+}
+
+// Returns the index of the last sync of a file system.
+std::size_t LastSync(const std::vector<PerformedCall>& all) {
+    const auto found = std::find_if(all.rbegin(), all.rend(), [](const PerformedCall& one) {
+        return one.call == FileCall::kSyncFileSystem;
+    });
+    return static_cast<std::size_t>(all.rend() - found) - 1;
 }
 
 // Parameters: error number, and whether the failure is permanent.
@@ -110,9 +120,10 @@ protected:
 };
 
 TEST_P(LogCopyFaultTest, ReportsFailureOfEveryCall) {
+    m_Job.outsideLinks = OutsideLinks::kReject;
     const std::vector<PerformedCall> good = GoodRun();
-    // Four files, each opened twice, read, written, synced and closed.
-    ASSERT_GT(good.size(), 30U);
+    // Four files, each opened twice, located, read, written, synced and closed.
+    ASSERT_GT(good.size(), 45U);
     for (std::size_t at = 0; at < good.size(); ++at) {
         SCOPED_TRACE(testing::Message() << "call " << at << ": " << good[at]);
         FaultyFileIo io(m_Storage);
@@ -169,6 +180,43 @@ INSTANTIATE_TEST_SUITE_P(Errors, LogCopyFaultTest,
                          testing::Combine(testing::Values(ENOSPC, EIO, ENODEV, EROFS, EACCES),
                                           testing::Bool()),
                          NameOfParam);
+
+class LogCopyCleanupTest : public CopyFixture {};
+
+// The failing call is the last one, so that the folder has its final name. A storage without space
+// for the new name can still remove the folder.
+TEST_F(LogCopyCleanupTest, RemovesCopyWhenStorageIsFull) {
+    FaultyFileIo good(m_Storage);
+    ASSERT_EQ(Run(good), 0);
+    const std::size_t last = LastSync(good.Performed());
+    for (const int error : {ENOSPC, EDQUOT}) {
+        ResetStorage();
+        FaultyFileIo io(m_Storage);
+        io.FailPermanently(last, error);
+        EXPECT_EQ(Run(io), -1);
+        EXPECT_THAT(m_Errors, ElementsAre(StartsWith("log copy: the USB storage is full (")));
+        EXPECT_EQ(OnStorage(), Before());
+    }
+}
+
+TEST_F(LogCopyCleanupTest, KeepsTemporaryNameWhenMemoryRunsOut) {
+    FaultyFileIo io(m_Storage);
+    io.SetHook([&](std::size_t index) {
+        const FileCall call = io.Performed()[index].call;
+        if (call == FileCall::kWrite) {
+            io.FailOnce(index, ENOSPC);
+        } else if (call == FileCall::kRemoveFile) {
+            throw std::bad_alloc();
+        }
+    });
+    EXPECT_EQ(Run(io), -1);
+    EXPECT_THAT(m_Errors, ElementsAre(StartsWith("log copy: the USB storage is full (")));
+    EXPECT_NE(OnStorage(), Before());
+    EXPECT_EQ(WithoutUnfinished(OnStorage()), Before());
+    FileIo next;
+    EXPECT_EQ(Run(next), 0);
+    EXPECT_EQ(OnStorage(), After());
+}
 
 class LogCopyCrashTest : public CopyFixture {};
 

@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <filesystem>
 #include <string>
+#include <system_error>
 #include <vector>
 
 #include "paths.h"
@@ -107,12 +108,25 @@ TEST_F(LogCopyPhotosTest, ReplacesCharactersThatFatRejects) {
 
 TEST_F(LogCopyPhotosTest, CopiesPictureOutsideTheDataFolder) {
     WriteRun({OutsidePath("1.jpg")});
-    Write(OutsidePath("1.jpg"), kPicture);
-    m_Sources["1.jpg"] = kPicture;
+    for (const std::string& picture :
+         {kPicture, std::string("\x89PNG\r\n\x1A\n"), std::string("GIF89a"),
+          std::string("II*\0", 4), std::string("MM\0*", 4), std::string("RIFF1234WEBP")}) {
+        for (const OutsideLinks links : {OutsideLinks::kFollow, OutsideLinks::kReject}) {
+            m_Job.outsideLinks = links;
+            Write(OutsidePath("1.jpg"), picture);
+            m_Sources["1.jpg"] = picture;
+            ResetStorage();
+            ExpectCopy();
+        }
+    }
+}
+
+TEST_F(LogCopyPhotosTest, LeavesOutPhotoWithoutFreeFileName) {
+    WriteRun({"/mnt/1.jpg", "/1.jpg"});
+    AddPhoto("mnt/1.jpg", "mnt+1.jpg");
+    Write(m_Data / "1.jpg", kPicture);
     ExpectCopy();
-    m_Job.outsideLinks = OutsideLinks::kReject;
-    ResetStorage();
-    ExpectCopy();
+    ExpectLeftOut("no file name is left for it (/1.jpg)");
 }
 
 TEST_F(LogCopyPhotosTest, LeavesOutOtherFilesOutsideTheDataFolder) {
@@ -147,11 +161,12 @@ TEST_F(LogCopyPhotosTest, FollowsNoLinkOutOfTheDataFolderAsRoot) {
 
 TEST_F(LogCopyPhotosTest, IgnoresPhotosThatAreNotFiles) {
     ASSERT_EQ(mkfifo((m_Data / "pipe.jpg").c_str(), 0600), 0);
+    ASSERT_EQ(mknod(OutsidePath("socket.jpg").c_str(), S_IFSOCK | 0600, 0), 0);
     fs::create_directory(m_Data / "folder.jpg");
     fs::create_symlink("loop.jpg", m_Data / "loop.jpg");
     WriteRun({m_Data.string() + "/pipe.jpg", m_Data.string() + "/folder.jpg",
-              m_Data.string() + "/loop.jpg", "/dev/null", "1.jpg", "http://a/1.jpg", "/",
-              "/" + std::string(5000, 'a')});
+              m_Data.string() + "/loop.jpg", OutsidePath("socket.jpg"), "/dev/null", "1.jpg",
+              "http://a/1.jpg", "/", "/" + std::string(5000, 'a')});
     ExpectCopy();
     EXPECT_THAT(m_Errors, IsEmpty());
 }
@@ -164,19 +179,32 @@ TEST_F(LogCopyPhotosTest, LeavesOutTooLargePhoto) {
     ExpectLeftOut("File too large");
 }
 
+// Makes each call on the photo fail, except the last one, which closes it.
 TEST_F(LogCopyPhotosTest, LeavesOutUnreadablePhoto) {
-    WriteRun({"/mnt/1.jpg", "/mnt/2.jpg"});
-    Write(m_Data / "1.jpg", kPicture);
+    const std::string photo = OutsidePath("1.jpg");
+    m_Job.outsideLinks = OutsideLinks::kReject;
+    WriteRun({photo, "/mnt/2.jpg"});
+    Write(photo, kPicture);
     AddPhoto("2.jpg", "2.jpg");
-    FaultyFileIo io(m_Storage);
-    io.SetHook([&](std::size_t index) {
-        if (io.Performed()[index].path == m_Data / "1.jpg") {
-            io.FailOnce(index, EACCES);
+    FaultyFileIo good(m_Storage);
+    ASSERT_EQ(Run(good), 0);
+    std::vector<std::size_t> calls;
+    for (std::size_t at = 0; at < good.Performed().size(); ++at) {
+        if (good.Performed()[at].path == photo) {
+            calls.push_back(at);
         }
-    });
-    EXPECT_EQ(Run(io), 0);
-    EXPECT_EQ(OnStorage(), After());
-    ExpectLeftOut("1.jpg: Permission denied");
+    }
+    calls.pop_back();
+    EXPECT_THAT(calls, SizeIs(7));
+    for (const std::size_t at : calls) {
+        SCOPED_TRACE(testing::Message() << good.Performed()[at]);
+        FaultyFileIo io(m_Storage);
+        io.FailOnce(at, EACCES);
+        ResetStorage();
+        EXPECT_EQ(Run(io), 0);
+        EXPECT_EQ(OnStorage(), After());
+        ExpectLeftOut("1.jpg: Permission denied");
+    }
 }
 
 // The copy has no part of such a photo.
@@ -204,16 +232,20 @@ TEST_F(LogCopyPhotosTest, LeavesOutPhotoThatFailsWhileItIsRead) {
 TEST_F(LogCopyPhotosTest, LeavesOutPhotoWhoseNameTheStorageRejects) {
     WriteRun({"/mnt/1.jpg"});
     Write(m_Data / "1.jpg", kPicture);
-    FaultyFileIo io(m_Storage);
-    io.SetHook([&](std::size_t index) {
-        const PerformedCall& now = io.Performed()[index];
-        if (now.call == FileCall::kCreate && fs::path(now.path).filename() == "1.jpg") {
-            io.FailOnce(index, EINVAL);
-        }
-    });
-    EXPECT_EQ(Run(io), 0);
-    EXPECT_EQ(OnStorage(), After());
-    ExpectLeftOut("cannot write to the USB storage (1.jpg: Invalid argument");
+    for (const int error : {EINVAL, EILSEQ, ENAMETOOLONG, EEXIST}) {
+        FaultyFileIo io(m_Storage);
+        io.SetHook([&](std::size_t index) {
+            const PerformedCall& now = io.Performed()[index];
+            if (now.call == FileCall::kCreate && fs::path(now.path).filename() == "1.jpg") {
+                io.FailOnce(index, error);
+            }
+        });
+        ResetStorage();
+        EXPECT_EQ(Run(io), 0);
+        EXPECT_EQ(OnStorage(), After());
+        ExpectLeftOut("cannot write to the USB storage (1.jpg: " +
+                      std::generic_category().message(error));
+    }
 }
 
 TEST_F(LogCopyPhotosTest, FailsWhenStorageIsFull) {

@@ -18,6 +18,7 @@
 #include <functional>
 #include <future>
 #include <iterator>
+#include <limits>
 #include <string>
 #include <system_error>
 #include <thread>
@@ -89,6 +90,11 @@ TEST_F(LogCopyTest, NamesFolderByApplicationHostAndLocalTime) {
               "quorvel-line-7.factory-20240203-040506");
 }
 
+TEST_F(LogCopyTest, NamesFolderByNumberWhenTimeHasNoDate) {
+    EXPECT_EQ(LogCopyName("h", std::numeric_limits<std::time_t>::max()),
+              "quorvel-h-" + std::to_string(std::numeric_limits<std::time_t>::max()));
+}
+
 TEST_F(LogCopyTest, ReplacesSpecialCharactersInFolderName) {
     EXPECT_THAT(LogCopyName("a:b/c\\d*e?\"<>|\n", 0), StartsWith("quorvel-a_b_c_d_e______-"));
     EXPECT_THAT(LogCopyName("\xc3\xa4", 0), StartsWith("quorvel-__-"));
@@ -122,10 +128,43 @@ TEST_F(LogCopyTest, KeepsFilesAndLinksWithNameOfCopy) {
     EXPECT_TRUE(fs::is_regular_file(m_Storage / (m_CopyName + "-3") / "qelXml.xml"));
 }
 
+TEST_F(LogCopyTest, FailsWhenAllNamesAreTaken) {
+    Write(m_Storage / m_CopyName, "other");
+    for (int number = 2; number <= 100; ++number) {
+        Write(m_Storage / (m_CopyName + "-" + std::to_string(number)), "other");
+    }
+    const Tree before = OnStorage();
+    EXPECT_EQ(Run(m_Io), -1);
+    EXPECT_THAT(m_Errors, ElementsAre("log copy: cannot write to the USB storage (" + m_CopyName +
+                                      ": File exists)"));
+    EXPECT_EQ(OnStorage(), before);
+}
+
+// Another program can take the name during the copy.
+TEST_F(LogCopyTest, UsesNextNameWhenStorageRejectsName) {
+    const std::size_t rename = IndexOf(FileCall::kRename);
+    for (const int error : {EEXIST, ENOTEMPTY}) {
+        FaultyFileIo io(m_Storage);
+        io.FailOnce(rename, error);
+        EXPECT_EQ(Run(io), 0);
+        EXPECT_EQ(OnStorage(), After(m_CopyName + "-2"));
+        ResetStorage();
+    }
+}
+
 TEST_F(LogCopyTest, CopiesOnlyExistingFiles) {
     fs::remove(m_Data / "qelRnscXml.xml");
     fs::remove_all(m_State);
     m_Sources = {{"qelXml.xml", m_Sources["qelXml.xml"]}};
+    EXPECT_EQ(Run(m_Io), 0);
+    EXPECT_EQ(OnStorage(), After());
+}
+
+TEST_F(LogCopyTest, IgnoresFileInPlaceOfStateFolder) {
+    fs::remove_all(m_State);
+    Write(m_State, "a file");
+    m_Sources.erase("quorvel.log");
+    m_Sources.erase("quorvel.1.log");
     EXPECT_EQ(Run(m_Io), 0);
     EXPECT_EQ(OnStorage(), After());
 }
@@ -157,11 +196,15 @@ TEST_F(LogCopyTest, IgnoresOtherFilesInStateFolder) {
     EXPECT_EQ(OnStorage(), After());
 }
 
-TEST_F(LogCopyTest, FollowsLinksAndSkipsPipesAndFolders) {
+TEST_F(LogCopyTest, FollowsLinksAndSkipsSpecialFiles) {
     fs::rename(m_Data / "qelXml.xml", m_Scratch.Path() / "elsewhere");
     fs::create_symlink(m_Scratch.Path() / "elsewhere", m_Data / "qelXml.xml");
     fs::create_symlink("nowhere", m_State / "quorvel.2.log");
     fs::create_directory(m_State / "quorvel.3.log");
+    // A file on another file system. Its size is 0.
+    fs::create_symlink("/proc/version", m_State / "quorvel.5.log");
+    m_Sources["quorvel.5.log"] = "";
+    ASSERT_EQ(mknod((m_State / "quorvel.6.log").c_str(), S_IFSOCK | 0600, 0), 0);
     // A pipe without a writer blocks open(2) unless O_NONBLOCK is set.
     ASSERT_EQ(mkfifo((m_State / "quorvel.4.log").c_str(), 0600), 0);
     EXPECT_EQ(Run(m_Io), 0);
@@ -224,19 +267,24 @@ TEST_F(LogCopyTest, CopiesMoreLogsThanDescriptors) {
     EXPECT_EQ(OnStorage(), After());
 }
 
-TEST_F(LogCopyTest, FailsWhenOldLogIsReplacedOrRemoved) {
+TEST_F(LogCopyTest, FailsWhenOldLogIsUnreadableReplacedOrRemoved) {
     for (int age = 2; age < 20; ++age) {
         Write(m_State / ("quorvel." + std::to_string(age) + ".log"), std::to_string(age));
     }
     const std::string old = m_State / "quorvel.15.log";
     Write(m_Scratch.Path() / "other", "other");
     const std::size_t at = IndexOf(FileCall::kMakeFolder);
-    for (const char* reason : {"Stale file handle", "No such file or directory"}) {
+    for (const std::string reason :
+         {"Input/output error", "Stale file handle", "No such file or directory"}) {
         FaultyFileIo io(m_Storage);
         io.SetHook([&](std::size_t index) {
-            if (index == at && fs::exists(m_Scratch.Path() / "other")) {
+            const PerformedCall& now = io.Performed()[index];
+            if (index > at && reason[0] == 'I' && now.path == old &&
+                now.call == FileCall::kStatus) {
+                io.FailOnce(index, EIO);
+            } else if (index == at && reason[0] == 'S') {
                 fs::rename(m_Scratch.Path() / "other", old);
-            } else if (index == at) {
+            } else if (index == at && reason[0] == 'N') {
                 fs::remove(old);
             }
         });
@@ -476,6 +524,19 @@ TEST_F(LogCopyTest, CopiesToFileSystemWithoutLocks) {
     }
 }
 
+// Such a file system syncs the folder with all other data.
+TEST_F(LogCopyTest, CopiesToFileSystemThatCannotSyncFolders) {
+    FaultyFileIo io(m_Storage);
+    io.SetHook([&](std::size_t index) {
+        const PerformedCall& now = io.Performed()[index];
+        if (now.call == FileCall::kSync && fs::is_directory(now.path)) {
+            io.FailOnce(index, EINVAL);
+        }
+    });
+    EXPECT_EQ(Run(io), 0);
+    EXPECT_EQ(OnStorage(), After());
+}
+
 // Another program places a file or a link at the path that the copy is about to open.
 class LogCopyPlantTest : public LogCopyTest {
 protected:
@@ -574,12 +635,21 @@ TEST_F(LogCopyTest, WaitsForThreadOfCopyAtShutdown) {
 TEST_F(LogCopyTest, DoesNotWaitForThreadThatWaits) {
     EXPECT_EQ(Run(m_Io), 0);
     EXPECT_TRUE(AwaitLogCopyThreads(std::chrono::milliseconds(0)));
+    // Another thread waits for this thread.
+    EXPECT_FALSE(
+        std::async(std::launch::async, AwaitLogCopyThreads, std::chrono::milliseconds(0)).get());
 }
 
 // Calls the C function with real system calls and the real log.
 class LogCopyCallTest : public CopyFixture {
 protected:
     void SetUp() override { fs::rename(m_State, m_Scratch.Path() / "quorvel"); }
+
+    // Adds a log that is a link to a file outside the state folder.
+    void AddOutsideLink() {
+        Write(m_Scratch.Path() / "secret", "private");
+        fs::create_symlink(m_Scratch.Path() / "secret", m_Scratch.Path() / "quorvel/quorvel.2.log");
+    }
 
     // Returns the possible names of a copy from this machine.
     static std::vector<std::string> NamesBetween(std::time_t first, std::time_t last) {
@@ -615,10 +685,26 @@ TEST_F(LogCopyCallTest, RejectsLinkOutOfFolderAsRoot) {
     if (geteuid() != 0) {
         GTEST_SKIP() << "only root rejects such a link";
     }
-    Write(m_Scratch.Path() / "secret", "private");
-    fs::create_symlink(m_Scratch.Path() / "secret", m_Scratch.Path() / "quorvel/quorvel.2.log");
+    AddOutsideLink();
     EXPECT_EQ(automation_copy_log_to_usb(), -1);
     EXPECT_EQ(OnStorage(), Before());
+}
+
+TEST_F(LogCopyCallTest, FollowsLinkOutOfFolderAsUser) {
+    AddOutsideLink();
+    const uid_t user = geteuid();
+    if (user == 0) {
+        ASSERT_EQ(chown(m_Storage.c_str(), kOtherUser, kOtherUser), 0);
+        fs::permissions(m_Scratch.Path(), static_cast<fs::perms>(0711));
+        ASSERT_EQ(seteuid(kOtherUser), 0);
+    }
+    EXPECT_EQ(automation_copy_log_to_usb(), 0);
+    ASSERT_EQ(seteuid(user), 0);
+    int links = 0;
+    for (const auto& [name, bytes] : OnStorage()) {
+        links += fs::path(name).filename() == "quorvel.2.log" && bytes == "private" ? 1 : 0;
+    }
+    EXPECT_EQ(links, 1);
 }
 
 TEST_F(LogCopyCallTest, FailsWhenFolderFromEnvironmentIsMissing) {

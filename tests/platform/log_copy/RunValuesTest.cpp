@@ -3,17 +3,24 @@
 #include <fcntl.h>
 #include <gmock/gmock.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <filesystem>
 #include <string>
 #include <vector>
 
+#include "paths.h"
+#include "photos.h"
 #include "platform/fakes/FaultyFileIo.h"
 #include "platform/fixtures/CopyFixture.h"
+#include "xml_input.h"
 
 namespace {
 
 using quorvel::desktop::FileCall;
 using quorvel::desktop::FileIo;
+using quorvel::desktop::kMaxPhotos;
+using quorvel::desktop::kMaxResultFileBytes;
 using quorvel::desktop::LogSource;
 using quorvel::desktop::OpenLogSources;
 using quorvel::desktop::OutsideLinks;
@@ -22,6 +29,7 @@ using quorvel::desktop::RunValues;
 using quorvel::desktop::SourceError;
 using testing::ElementsAre;
 using testing::IsEmpty;
+using testing::SizeIs;
 
 std::string TestElement(const std::string& fields) {
     return "<test>" + fields + "</test>";
@@ -83,6 +91,28 @@ TEST_F(RunValuesTest, RecognisesImageItemsAsTheApplicationDoes) {
 TEST_F(RunValuesTest, ReturnsEachPhotoOnce) {
     const std::string item = TestElement("<type>image</type><detailed>/1</detailed>");
     EXPECT_THAT(PhotosOf(item + item), ElementsAre("/1"));
+}
+
+TEST_F(RunValuesTest, LimitsNumberOfPhotos) {
+    std::string items;
+    for (std::size_t i = 0; i <= kMaxPhotos; ++i) {
+        items += TestElement("<type>image</type><detailed>/" + std::to_string(i) + "</detailed>");
+    }
+    const std::vector<std::string> photos = PhotosOf(items);
+    ASSERT_THAT(photos, SizeIs(kMaxPhotos));
+    EXPECT_EQ(photos.back(), "/" + std::to_string(kMaxPhotos - 1));
+}
+
+TEST_F(RunValuesTest, IgnoresTooLargeFile) {
+    const std::string rnsc = "<r><Information><sn>rnsc</sn></Information></r>";
+    WriteFiles("<r><Information><sn>main</sn></Information></r>", rnsc);
+    std::filesystem::resize_file(m_Data / "qelXml.xml", kMaxResultFileBytes + 1);
+    FaultyFileIo io(m_Storage);
+    EXPECT_EQ(ReadRunValues(Open(io)).serialNumber, "rnsc");
+    const auto isReadOfMainFile = [this](const PerformedCall& performed) {
+        return performed.call == FileCall::kRead && performed.path == m_Data / "qelXml.xml";
+    };
+    EXPECT_EQ(std::count_if(io.Performed().begin(), io.Performed().end(), isReadOfMainFile), 0);
 }
 
 TEST_F(RunValuesTest, ReplacesEntities) {

@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <gmock/gmock.h>
+#include <sys/mount.h>
 #include <sys/stat.h>
 #include <sys/sysmacros.h>
 #include <tv_services.h>
@@ -10,6 +11,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <filesystem>
+#include <fstream>
 #include <functional>
 #include <map>
 #include <memory>
@@ -211,7 +213,8 @@ TEST(UsbStorageReadTest, ReportsMissingUdev) {
 }
 
 TEST(UsbStorageReadTest, ReportsUnreadableMountTable) {
-    for (const FailingCall call : {FailingCall::kMountList, FailingCall::kMountRead}) {
+    for (const FailingCall call :
+         {FailingCall::kMountList, FailingCall::kMountIterate, FailingCall::kMountRead}) {
         const FailingCallScope scope(call);
         EXPECT_THROW(ReadMounts(), std::system_error);
     }
@@ -280,11 +283,34 @@ TEST_F(UsbStorageStickTest, ReturnsMountPoint) {
     EXPECT_EQ(storage.folder, m_Image->Folder());
 }
 
+TEST_F(UsbStorageStickTest, ReturnsDeviceWithoutNode) {
+    PlugIn();
+    std::ofstream("/sys/class/block/sdq/uevent") << "MAJOR=65\nMINOR=0\nDEVTYPE=disk\n";
+    const std::vector<BlockDevice> devices = ReadBlockDevices();
+    const auto isNameless = [](const BlockDevice& device) {
+        return device.number == makedev(65, 0) && device.node.empty();
+    };
+    EXPECT_EQ(std::count_if(devices.begin(), devices.end(), isNameless), 1);
+}
+
+TEST_F(UsbStorageStickTest, IgnoresStickThatIsUnpluggedDuringSearch) {
+    PlugIn();
+    const FailingCallScope scope(FailingCall::kUdevDevice);
+    EXPECT_EQ(FailureOf(FindUsbStorage), kNotMounted);
+}
+
+// Linux makes a broken file system read-only and leaves the mount writable.
 TEST_F(UsbStorageStickTest, ReportsReadOnlyStick) {
     m_Image->Unmount();
     m_Image->Mount("ro");
     PlugIn();
-    EXPECT_THAT(FailureOf(FindUsbStorage), testing::StartsWith("the USB storage is read-only ("));
+    for (const auto flags : std::vector<unsigned long>{MS_RDONLY, 0}) {
+        ASSERT_EQ(mount(nullptr, m_Image->Folder().c_str(), nullptr, MS_REMOUNT | MS_BIND | flags,
+                        nullptr),
+                  0);
+        EXPECT_THAT(FailureOf(FindUsbStorage),
+                    testing::StartsWith("the USB storage is read-only ("));
+    }
 }
 
 TEST_F(UsbStorageStickTest, ReportsMissingPermission) {
