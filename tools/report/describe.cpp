@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "QELItemText.h"
+#include "runs/printable.h"
 
 namespace quorvel::report {
 

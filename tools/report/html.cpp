@@ -17,6 +17,7 @@
 #include "report/describe.h"
 #include "report/format.h"
 #include "report/html_page.h"
+#include "runs/printable.h"
 
 namespace quorvel::report {
 

@@ -10,6 +10,7 @@
 #include "report/jobs.h"
 #include "report/output.h"
 #include "report/progress.h"
+#include "runs/printable.h"
 #include "runs/runs.h"
 
 namespace quorvel::report {

@@ -11,6 +11,7 @@
 #include "QELItemText.h"
 #include "report/describe.h"
 #include "report/format.h"
+#include "runs/printable.h"
 
 namespace quorvel::report {
 

@@ -23,6 +23,7 @@
 #include "photos.h"
 #include "runs/check.h"
 #include "runs/descriptor.h"
+#include "runs/printable.h"
 #include "xml_input.h"
 
 namespace quorvel::runs {

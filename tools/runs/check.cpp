@@ -14,6 +14,7 @@
 #include "paths.h"
 #include "photos.h"
 #include "runs/descriptor.h"
+#include "runs/printable.h"
 #include "xml_input.h"
 
 namespace quorvel::runs {

@@ -89,12 +89,6 @@ enum class Reading { kNow, kLater };
 SearchResult FindRuns(const std::string& path, const Limits& limits = {},
                       Reading reading = Reading::kNow);
 
-// Returns the text, or its beginning and "..." in at most maxBytes bytes. Cuts no UTF-8 character.
-std::string Shorten(const std::string& text, std::size_t maxBytes);
-
-// Returns the text with each control character replaced by '?', for output on a terminal.
-std::string MakePrintable(const std::string& text);
-
 }  // namespace quorvel::runs
 
 #endif  // QUORVEL_TOOLS_RUNS_RUNS_H_

@@ -16,6 +16,7 @@
 
 #include "lifecycle/owner.h"
 #include "lifecycle/runtime_folder.h"
+#include "runs/printable.h"
 #include "runs/runs.h"
 #include "view/child.h"
 #include "view/copy.h"

@@ -13,6 +13,7 @@
 
 #include "QELAnalysisData.h"
 #include "QELXmlParser.h"
+#include "runs/printable.h"
 #include "xml_input.h"
 
 namespace quorvel::view {

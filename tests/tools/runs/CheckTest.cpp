@@ -10,6 +10,7 @@
 #include <string>
 
 #include "fixtures/ResultFiles.h"
+#include "runs/printable.h"
 #include "tools/fixtures/RunFolder.h"
 
 namespace quorvel::runs {

@@ -1,0 +1,18 @@
+#ifndef QUORVEL_TOOLS_RUNS_PRINTABLE_H_
+#define QUORVEL_TOOLS_RUNS_PRINTABLE_H_
+
+#include <cstddef>
+#include <string>
+
+// Prepares texts of files for output. Any thread.
+namespace quorvel::runs {
+
+// Returns the text, or its beginning and "..." in at most maxBytes bytes. Cuts no UTF-8 character.
+std::string Shorten(const std::string& text, std::size_t maxBytes);
+
+// Returns the text with each control character replaced by '?', for output on a terminal.
+std::string MakePrintable(const std::string& text);
+
+}  // namespace quorvel::runs
+
+#endif  // QUORVEL_TOOLS_RUNS_PRINTABLE_H_
