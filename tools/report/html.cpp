@@ -6,7 +6,6 @@
 #include <fstream>
 #include <iterator>
 #include <map>
-#include <nlohmann/json.hpp>
 #include <optional>
 #include <ostream>
 #include <sstream>
@@ -60,13 +59,6 @@ std::string EscapeLines(const std::string& text) {
         escaped += Escape(line) + "\n";
     }
     return escaped;
-}
-
-// A path may contain bytes that are not UTF-8; they are replaced.
-std::string EscapePath(const std::string& path) {
-    using nlohmann::json;
-    const std::string text = json(path).dump(-1, ' ', false, json::error_handler_t::replace);
-    return Escape(json::parse(text).get<std::string>());
 }
 
 // Returns the media type of a picture; empty for other files.
@@ -136,14 +128,14 @@ public:
 
 private:
     void m_WriteHeading() {
-        m_Out << "<dl><dt>path</dt><dd>" << EscapePath(m_Run.Source().path) << "</dd>\n";
+        m_Out << "<dl><dt>path</dt><dd>" << Escape(m_Run.Source().path) << "</dd>\n";
         const auto& files = m_Run.Source().files;
         for (auto file = files.rbegin(); file != files.rend(); ++file) {
             m_Out << "<dt>" << file->name << "</dt><dd>" << NameOf(file->state) << "</dd>\n";
         }
         m_Out << "</dl>\n";
         for (const std::string& problem : ListProblems(m_Run)) {
-            m_Out << "<p class=\"warning\">" << EscapePath(problem) << "</p>\n";
+            m_Out << "<p class=\"warning\">" << Escape(problem) << "</p>\n";
         }
     }
 

@@ -45,7 +45,6 @@ RunResult WriteRun(const Format& format, const runs::Run& run, unsigned int numb
 
 std::string Pack(const RunResult& result) {
     const Json json = {result.problems, result.items, result.failedItems, result.failedKeys};
-    // A path may contain bytes that are not UTF-8; they are replaced in a problem.
     return json.dump(-1, ' ', false, Json::error_handler_t::replace);
 }
 

@@ -9,7 +9,7 @@ namespace quorvel::report {
 // Keeps the order of the keys.
 using OrderedJson = nlohmann::ordered_json;
 
-// Returns the value on one line. Replaces bytes that are not UTF-8, which a path may contain.
+// Returns the value on one line. Replaces bytes that are not UTF-8.
 inline std::string Dump(const OrderedJson& json) {
     return json.dump(-1, ' ', false, OrderedJson::error_handler_t::replace);
 }

@@ -7,6 +7,8 @@
 #include <map>
 #include <string>
 
+#include "runs/printable.h"
+
 // The names are fixed by argp.
 const char* argp_program_version = "quorvel-report " QUORVEL_VERSION;
 const char* argp_program_bug_address = nullptr;
@@ -36,13 +38,18 @@ bool IsFormat(const std::string& name) {
     return false;
 }
 
+// Reports a wrong argument and ends the program.
+void Reject(argp_state* state, const char* argument, const std::string& problem) {
+    argp_error(state, "%s: %s", runs::MakePrintable(argument).c_str(), problem.c_str());
+}
+
 unsigned int ParseJobs(const char* text, argp_state* state) {
     char* end = nullptr;
     errno = 0;
     const unsigned long jobs = std::strtoul(text, &end, 10);
     if (text[0] < '0' || text[0] > '9' || *end != '\0' || errno != 0 || jobs < 1 ||
         jobs > kMaxJobs) {
-        argp_error(state, "%s: the number of jobs must be from 1 to %u", text, kMaxJobs);
+        Reject(state, text, "the number of jobs must be from 1 to " + std::to_string(kMaxJobs));
     }
     return static_cast<unsigned int>(jobs);
 }
@@ -53,7 +60,7 @@ TimeUnit ParseTimeUnit(const char* text, argp_state* state) {
                                                            {"s", TimeUnit::kSeconds}};
     const auto unit = kUnits.find(text);
     if (unit == kUnits.end()) {
-        argp_error(state, "%s: unknown time unit", text);
+        Reject(state, text, "unknown time unit");
         return TimeUnit::kMilliseconds;
     }
     return unit->second;
@@ -64,7 +71,7 @@ error_t OnArgument(int key, char* argument, argp_state* state) {
     switch (key) {
         case 'f':
             if (!IsFormat(argument)) {
-                argp_error(state, "%s: unknown format", argument);
+                Reject(state, argument, "unknown format");
             }
             options.format = argument;
             return 0;

@@ -193,7 +193,8 @@ public:
         std::vector<Run> runs;
         bool hasPhotos = false;
         for (auto& [folder, run] : m_Runs) {
-            m_Check(run, identity + " " + MakePrintable(folder), problem);
+            m_Check(run, identity + " " + std::to_string(std::hash<std::string>()(folder)),
+                    problem);
             hasPhotos = hasPhotos || !run.photos.empty();
         }
         if (hasPhotos && problem.empty()) {

@@ -1,13 +1,87 @@
 #include "runs/printable.h"
 
+#include <algorithm>
+#include <array>
+#include <string_view>
+
 namespace quorvel::runs {
 
 namespace {
 
-bool IsC1Control(const std::string& text, std::size_t i) {
-    return i + 1 < text.size() && text[i] == '\xC2' &&
-           static_cast<unsigned char>(text[i + 1]) >= 0x80 &&
-           static_cast<unsigned char>(text[i + 1]) < 0xA0;
+constexpr const char* kReplacement = "\xEF\xBF\xBD";  // U+FFFD
+
+struct Character {
+    char32_t code = 0;
+    std::size_t size = 0;  // in bytes; 0 for a byte that is not UTF-8
+};
+
+// Returns the number of bytes of a character by its first byte; 0 when the byte begins no
+// character.
+std::size_t SizeOf(unsigned char first) {
+    if (first < 0x80) {
+        return 1;
+    }
+    if (first < 0xC0 || first >= 0xF8) {
+        return 0;
+    }
+    if (first < 0xE0) {
+        return 2;
+    }
+    return first < 0xF0 ? 3 : 4;
+}
+
+// Returns whether a character of this size may have the code. A longer form than necessary is not
+// UTF-8.
+bool IsCode(char32_t code, std::size_t size) {
+    constexpr std::array<char32_t, 5> kLeast = {0, 0, 0x80, 0x800, 0x10000};
+    const bool isSurrogate = code >= 0xD800 && code <= 0xDFFF;
+    return code >= kLeast[size] && code <= 0x10FFFF && !isSurrogate;
+}
+
+// Returns the first character of a text that is not empty.
+Character Decode(std::string_view text) {
+    const auto first = static_cast<unsigned char>(text[0]);
+    const std::size_t size = SizeOf(first);
+    if (size == 0 || size > text.size()) {
+        return {};
+    }
+    char32_t code = size == 1 ? first : first & (0x7FU >> size);
+    for (const char next : text.substr(1, size - 1)) {
+        const auto byte = static_cast<unsigned char>(next);
+        if ((byte & 0xC0U) != 0x80) {
+            return {};
+        }
+        code = code << 6U | (byte & 0x3FU);
+    }
+    return IsCode(code, size) ? Character{code, size} : Character{};
+}
+
+// False for control characters, line and paragraph separators, and characters that embed, override
+// or isolate a direction of text.
+bool IsPrintable(char32_t code) {
+    const bool isControl = code < 0x20 || (code >= 0x7F && code < 0xA0);
+    const bool isDirection =
+        (code >= 0x2028 && code <= 0x202E) || (code >= 0x2066 && code <= 0x2069);
+    return !isControl && !isDirection;
+}
+
+template <typename IsAccepted>
+std::string Convert(std::string_view text, const IsAccepted& isAccepted) {
+    std::string result;
+    result.reserve(text.size());
+    while (!text.empty()) {
+        const Character character = Decode(text);
+        const std::size_t size = std::max<std::size_t>(character.size, 1);
+        if (character.size == 0) {
+            result += kReplacement;
+        } else if (isAccepted(character.code)) {
+            result += text.substr(0, size);
+        } else {
+            result += '?';
+        }
+        text.remove_prefix(size);
+    }
+    return result;
 }
 
 }  // namespace
@@ -23,15 +97,12 @@ std::string Shorten(const std::string& text, std::size_t maxBytes) {
     return text.substr(0, end) + "...";
 }
 
+std::string MakeUtf8(const std::string& text) {
+    return Convert(text, [](char32_t) { return true; });
+}
+
 std::string MakePrintable(const std::string& text) {
-    std::string result;
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        const auto byte = static_cast<unsigned char>(text[i]);
-        const bool isC1 = IsC1Control(text, i);
-        result += isC1 || byte < 0x20 || byte == 0x7F ? '?' : text[i];
-        i += isC1 ? 1 : 0;
-    }
-    return result;
+    return Convert(text, IsPrintable);
 }
 
 }  // namespace quorvel::runs

@@ -10,7 +10,11 @@ namespace quorvel::runs {
 // Returns the text, or its beginning and "..." in at most maxBytes bytes. Cuts no UTF-8 character.
 std::string Shorten(const std::string& text, std::size_t maxBytes);
 
-// Returns the text with each control character replaced by '?', for output on a terminal.
+// Returns the text with each byte that is not UTF-8 replaced by U+FFFD.
+std::string MakeUtf8(const std::string& text);
+
+// Does what MakeUtf8 does, for a text that a person reads: replaces also each control character and
+// each character that changes the direction of text or separates lines by '?'.
 std::string MakePrintable(const std::string& text);
 
 }  // namespace quorvel::runs

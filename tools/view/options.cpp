@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <string>
 
+#include "runs/printable.h"
 #include "view/desktop_start.h"
 
 namespace quorvel::view {
@@ -33,7 +34,7 @@ const argp_option kOptions[] = {
 };
 
 int RejectArgument(const char* argument, const char* reason) {
-    std::fprintf(stderr, "quorvel-view: %s: %s\n", argument, reason);
+    std::fprintf(stderr, "quorvel-view: %s: %s\n", runs::MakePrintable(argument).c_str(), reason);
     return EINVAL;
 }
 

@@ -80,6 +80,18 @@ TEST_P(ArchiveFormatTest, ReturnsTheRunsWithTheirPhotos) {
 INSTANTIATE_TEST_SUITE_P(AllFormats, ArchiveFormatTest,
                          testing::Values(".tar", ".tar.gz", ".tgz", ".tar.xz", ".zip"));
 
+TEST_F(ArchiveTest, DistinguishesFoldersWithSimilarNames) {
+    {
+        ArchiveFile file(Path("a.tar"));
+        file.Add("r\x01/qelXml.xml", ComposeMainFile("SN1", "", {}));
+        file.Add("r\x02/qelXml.xml", ComposeMainFile("SN1", "", {}));
+    }
+    const std::vector<runs::Run> runs = Read("a.tar");
+    ASSERT_THAT(runs, SizeIs(2));
+    EXPECT_NE(runs[0].identity, runs[1].identity);
+    EXPECT_EQ(runs[0].identity, Read("a.tar")[0].identity);
+}
+
 TEST_F(ArchiveTest, RecognisesArchivesByName) {
     for (const std::string name : {"a.tar", "a.tar.gz", "a.tgz", "a.tar.xz", "a.zip", "A.TGZ"}) {
         EXPECT_TRUE(IsArchive(name)) << name;

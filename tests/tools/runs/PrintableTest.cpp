@@ -12,9 +12,40 @@ TEST(PrintableTest, ShortensTextsBetweenCharacters) {
     EXPECT_EQ(Shorten("1234\xC3\xA4xyz", 8), "1234...");
 }
 
-TEST(PrintableTest, ReplacesControlCharactersForTheTerminal) {
+TEST(PrintableTest, ReplacesControlCharacters) {
     EXPECT_EQ(MakePrintable("a\x1B[31m\nb\x7F"), "a?[31m?b?");
-    EXPECT_EQ(MakePrintable("\xC3\xA4\xC2\x9B\xE5\x80\x8B"), "\xC3\xA4?\xE5\x80\x8B");
+    EXPECT_EQ(MakePrintable("\xC3\xA4\xC2\x9B\xE5\x80\x8B\xC2\x9F\xC2\xA0"),
+              "\xC3\xA4?\xE5\x80\x8B?\xC2\xA0");
+}
+
+TEST(PrintableTest, ReplacesCharactersThatChangeTheDirection) {
+    EXPECT_EQ(
+        MakePrintable(u8"a\u2028\u2029\u202A\u202B\u202C\u202D\u202E\u2066\u2067\u2068\u2069z"),
+        "a???????????z");
+    for (const char* kept :
+         {u8"\u2027", u8"\u202F", u8"\u2065", u8"\u206A", u8"\u200E", u8"שלום عربي"}) {
+        EXPECT_EQ(MakePrintable(kept), kept);
+    }
+}
+
+TEST(PrintableTest, ReplacesBytesThatAreNotUtf8) {
+    const std::string replacement = u8"\uFFFD";
+    for (const char* byte : {"\x80", "\x9B", "\xC3", "\xFF", "\xF8"}) {
+        EXPECT_EQ(MakePrintable(byte), replacement);
+        EXPECT_EQ(MakeUtf8(byte), replacement);
+    }
+    // Cut off, longer than necessary, a surrogate, beyond the last character.
+    EXPECT_EQ(MakeUtf8("\xE5\x80!"), replacement + replacement + "!");
+    EXPECT_EQ(MakeUtf8("\xC1\x9B"), replacement + replacement);
+    EXPECT_EQ(MakeUtf8("\xE0\x82\x9B"), replacement + replacement + replacement);
+    EXPECT_EQ(MakeUtf8("\xED\xA0\x80"), replacement + replacement + replacement);
+    EXPECT_EQ(MakeUtf8("\xF4\x90\x80\x80"), replacement + replacement + replacement + replacement);
+}
+
+TEST(PrintableTest, KeepsEveryUtf8Character) {
+    const std::string text =
+        u8"a\n\u001B\u0080\u07FF\u0800\u202E\uD7FF\uE000\uFFFF\U00010000\U0010FFFF";
+    EXPECT_EQ(MakeUtf8(text), text);
 }
 
 }  // namespace
