@@ -27,6 +27,20 @@ struct Found {
     std::vector<std::string> problems;
 };
 
+// Returns one message for a path without a run. Removes the problems of the path itself from the
+// problems.
+std::string DescribeMissingRun(const std::string& path, std::vector<std::string>& problems) {
+    std::string message = path + ": no qelXml.xml or qelRnscXml.xml found";
+    const std::string prefix = path + ": ";
+    const auto isOther = [&](const std::string& problem) { return problem.rfind(prefix, 0) != 0; };
+    const auto first = std::stable_partition(problems.begin(), problems.end(), isOther);
+    std::for_each(first, problems.end(), [&](const std::string& problem) {
+        message += "; " + problem.substr(prefix.size());
+    });
+    problems.erase(first, problems.end());
+    return message;
+}
+
 void FindRunsAt(const std::string& path, Found& found) {
     runs::SearchResult result = runs::FindRuns(path, {}, runs::Reading::kLater);
     // The order of the entries of a folder is arbitrary.
@@ -35,9 +49,13 @@ void FindRunsAt(const std::string& path, Found& found) {
     if (!result.failure.empty()) {
         found.problems.push_back(result.failure);
     } else if (result.runs.empty()) {
-        found.problems.push_back(path + ": no qelXml.xml or qelRnscXml.xml found");
+        found.problems.push_back(DescribeMissingRun(path, result.problems));
     }
     std::move(result.problems.begin(), result.problems.end(), std::back_inserter(found.problems));
+    for (runs::Run& run : result.runs) {
+        // Every format is UTF-8. The folder of the run keeps its bytes.
+        run.path = runs::MakeUtf8(run.path);
+    }
     std::move(result.runs.begin(), result.runs.end(), std::back_inserter(found.runs));
 }
 
