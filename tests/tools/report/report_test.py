@@ -239,28 +239,9 @@ class StatusTest(ReportTest):
         folder = self.write_run("run")
         self.expect(2, "samples/no-failures", folder, errors=["nothing was tested"])
 
-    def test_reports_path_without_run(self):
-        for path in (self.folder, self.folder / "missing", "/dev/null"):
-            self.assertEqual(self.expect(2, "--format=json", path, errors=[str(path)]), "")
-
     def test_reports_other_paths_after_wrong_path(self):
         text = self.expect(2, "--format=json", self.folder / "no", "samples/typical", errors=["no"])
         self.assertEqual(len(text.splitlines()), 1)
-
-    def test_rejects_invalid_result_files(self):
-        folder = self.write_run("run", make_item("A"))
-        other = folder / "qelRnscXml.xml"
-        writers = {"empty": lambda: other.write_bytes(b""),
-                   "FIFO": lambda: os.mkfifo(other),
-                   "folder": other.mkdir,
-                   "encoding": lambda: other.write_bytes(b"<R>\xff\xfe</R>"),
-                   "unknown encoding": lambda: other.write_bytes(b'<?xml version="1.0" encoding="no"?><R>'),
-                   "text": lambda: other.write_bytes(b"no XML at all")}
-        for name, write in writers.items():
-            with self.subTest(name):
-                write()
-                self.assertIn("A(11,22)", self.expect(2, folder, errors=["qelRnscXml.xml"]))
-                os.rmdir(other) if other.is_dir() else other.unlink()
 
     def test_reads_folder_of_result_file(self):
         text = self.expect(1, "--format=json", "samples/typical/qelXml.xml")
@@ -290,6 +271,14 @@ class StatusTest(ReportTest):
             with open("/dev/full", "wb") as full:
                 process = subprocess.run([PROGRAM, option], stdout=full, timeout=60, check=False)
             self.assertEqual(process.returncode, 2)
+
+    def test_manual_page_names_options_of_help(self):
+        text = report("--help").stdout.decode()
+        manual = (ROOT / "docs/quorvel-report.1").read_text("utf-8")
+        options = set(re.findall("--([a-z-]+)", text)) - {"usage"}
+        self.assertEqual(options, set(re.findall(r"^\.It Fl (?:. Ar \w+ , Fl )?-([a-z-]+)", manual, re.M)))
+        formats, = re.findall("FORMAT +(.*) \\(default", text)
+        self.assertEqual(re.findall(r"\w+", formats.replace(" or", "")), re.findall(r"^\.It Cm (\w+)$", manual, re.M))
 
 
 class OutputTest(ReportTest):

@@ -1,0 +1,113 @@
+#!/usr/bin/env python3
+"""Tests of every format of quorvel-report with one run of a million items. Arguments: as for report_test.py.
+
+Every tenth item has the values that the analysis reads, and every hundredth item failed. The other items
+have a result only: a million complete items take four times the memory."""
+
+import json
+import os
+import re
+import subprocess
+import sys
+import tempfile
+import unittest
+from pathlib import Path
+
+from input_test import READERS
+from report_test import PROGRAM, parse_trace
+
+ITEMS = 1_000_000
+COMPLETE = ITEMS // 10
+FAILED = ITEMS // 100
+MAX_MEMORY = 1_200_000  # KiB
+MAX_OUTPUT = 100_000_000  # bytes
+THREADS = 16
+# An item starts 1,000 after the item before it. It overlaps six items before it and six after it.
+DURATION = 6_500
+
+
+def write_run(path):
+    with open(path, "w", encoding="utf-8") as out:
+        out.write("<R><FAnetTest>")
+        for number in range(COMPLETE):
+            out.write(f"<test><type>app</type><name>{number}</name><opcode>11</opcode><msgcode>22</msgcode>"
+                      f"<result>{'pass' if number % 10 else 'fail'}</result><duration>{DURATION}</duration>"
+                      f"<timeAckAbsolute>{number * 1000}</timeAckAbsolute><threadID>{number % THREADS}</threadID></test>")
+            out.write("<test><result>pass</result></test>" * 9)
+        out.write("</FAnetTest></R>")
+
+
+def conflicts_of(number):
+    """Returns the numbers of the conflicts of a complete item."""
+    return [i for i in range(max(number - 6, 0), min(number + 7, COMPLETE)) if i != number]
+
+
+FAILED_NUMBERS = range(0, COMPLETE, 10)
+NAMES = [str(number) for number in FAILED_NUMBERS]
+
+
+class LargeRunTest(unittest.TestCase):
+    @classmethod
+    def setUpClass(cls):
+        temporary = tempfile.TemporaryDirectory(prefix="quorvel-report-test.")
+        cls.addClassCleanup(temporary.cleanup)
+        cls.folder = Path(temporary.name)
+        write_run(cls.folder / "qelXml.xml")
+
+    def report(self, output):
+        """Returns the report as bytes."""
+        path = self.folder / "report"
+        process = subprocess.Popen([PROGRAM, "--format", output, "--output", path, self.folder],
+                                   stderr=subprocess.PIPE)
+        self.assertEqual(process.stderr.read(), b"")
+        process.stderr.close()
+        _, status, usage = os.wait4(process.pid, 0)
+        process.returncode = os.waitstatus_to_exitcode(status)
+        self.assertEqual(process.returncode, 1)
+        self.assertLess(usage.ru_maxrss, MAX_MEMORY)
+        self.assertLess(path.stat().st_size, MAX_OUTPUT)
+        return path.read_bytes()
+
+    def test_writes_text(self):
+        text = self.report("text").decode()
+        self.assertEqual(READERS["text"](text), NAMES)
+        self.assertIn(f"\n  items          {ITEMS}, {FAILED} failed\n", text)
+        self.assertEqual(list(map(int, re.findall("^     conflicts: (.*)$", text, re.M))),
+                         [len(conflicts_of(number)) for number in FAILED_NUMBERS])
+        self.assertEqual(text.splitlines()[-1].split(), ["99996000", "100002500", "500", "12", "99996"])
+
+    def test_writes_json(self):
+        text = self.report("json").decode()
+        self.assertEqual(READERS["json"](text), NAMES)
+        run = json.loads(text)
+        self.assertEqual(run["items"], ITEMS)
+        for number, item in zip(FAILED_NUMBERS, run["failed"]):
+            self.assertEqual([line["name"] for line in item["analysis"]["conflicts"]],
+                             list(map(str, conflicts_of(number))))
+
+    def test_writes_csv(self):
+        text = self.report("csv").decode()
+        self.assertEqual(READERS["csv"](text), NAMES)
+        self.assertEqual([int(line.split(",")[-2]) for line in text.splitlines()[1:]],
+                         [len(conflicts_of(number)) for number in FAILED_NUMBERS])
+
+    def test_writes_trace(self):
+        processes, slices = parse_trace(self.report("trace").decode())
+        self.assertEqual(len(processes), 1)
+        self.assertEqual([event["name"] for _, _, event in slices], list(map(str, range(COMPLETE))))
+        self.assertEqual([event["name"] for _, _, event in slices if event["cat"] == "failed"], NAMES)
+        self.assertEqual({thread for _, thread, _ in slices}, {f"thread {i}" for i in range(THREADS)})
+
+    def test_writes_html(self):
+        page = self.report("html")
+        self.assertTrue(page.endswith(b"</html>\n"))
+        self.assertEqual(page.count(b"<rect"), COMPLETE)
+        self.assertEqual(page.count(b'<rect class="f"'), FAILED)
+        self.assertEqual(page.count(b"<tr><td>"), ITEMS)
+        # Positions of items begin with 1.
+        self.assertEqual([list(map(int, items.split())) for items in re.findall(b"<i>([^<]*)</i>", page)],
+                         [[10 * i + 1 for i in conflicts_of(number)] for number in FAILED_NUMBERS])
+
+
+if __name__ == "__main__":
+    unittest.main(argv=sys.argv[:1] + sys.argv[4:])
