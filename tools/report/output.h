@@ -46,8 +46,7 @@ public:
     Output& operator=(const Output&) = delete;
 
     std::ostream& Stream() { return m_Stream; }
-    // Whether a write failed.
-    bool HasFailed() const { return !m_Stream; }
+    bool IsTerminal() const { return isatty(m_Descriptor) == 1; }
     // Completes the report. Throws std::system_error when anything was not written.
     void Finish();
 

@@ -16,7 +16,7 @@ constexpr std::chrono::milliseconds kInterval{100};
 
 Progress::Progress(std::size_t total)
     : m_Total(total),
-      m_IsTerminal(isatty(STDERR_FILENO) == 1),
+      m_IsTerminal(total > 0 && isatty(STDERR_FILENO) == 1),
       m_NextDrawing(Clock::now() + kDelay) {}
 
 Progress::~Progress() {

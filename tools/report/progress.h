@@ -8,6 +8,7 @@
 namespace quorvel::report {
 
 // A progress bar on standard error, shown after one second and only on a terminal. One thread.
+// Shows no bar for a total of 0.
 class Progress {
 public:
     explicit Progress(std::size_t total);

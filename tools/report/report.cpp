@@ -72,7 +72,8 @@ void Add(const RunResult& result, Totals& totals) {
 int WriteFound(const Options& options, const Found& found) {
     const std::unique_ptr<Format> format = MakeFormat(options);
     Output output(options.output);
-    Progress progress(found.runs.size());
+    // On one terminal, the bar would be written into the lines of the report.
+    Progress progress(output.IsTerminal() ? 0 : found.runs.size());
     Totals totals;
     bool hasProblem = !found.problems.empty();
     for (const std::string& problem : found.problems) {
@@ -81,6 +82,10 @@ int WriteFound(const Options& options, const Found& found) {
     format->Begin(output.Stream());
     WriteRuns(*format, found.runs, options.jobs, output.Stream(), [&](const RunResult& result) {
         Add(result, totals);
+        if (!result.problems.empty()) {
+            // On one terminal, the messages follow their run.
+            output.Stream().flush();
+        }
         for (const std::string& problem : result.problems) {
             progress.WriteLine(ComposeMessage(problem));
             hasProblem = true;

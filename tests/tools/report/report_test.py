@@ -321,6 +321,15 @@ class OutputTest(ReportTest):
             self.assertEqual(result.returncode, 2)
             json.loads(output.read_bytes())
 
+    def test_writes_message_after_its_run(self):
+        paths = ["samples/damaged", "samples/typical"]
+        result = subprocess.run([PROGRAM, *paths], stdout=subprocess.PIPE, stderr=subprocess.STDOUT, cwd=ROOT,
+                                check=False).stdout.decode()
+        start, message, end = re.split("^(quorvel-report: .*\n)", result, flags=re.M)
+        self.assertIn("samples/damaged/qelXml.xml:", message)
+        self.assertEqual(start + end, report(*paths).stdout.decode())
+        self.assertTrue(end.startswith("\nRun samples/typical\n"))
+
     def interrupt_report(self, number, folder):
         """Sends a signal to a report that writes to a file in the folder."""
         process = subprocess.Popen([PROGRAM, "--format=html", "--output", folder / "report",
@@ -380,21 +389,22 @@ class OutputTest(ReportTest):
 
 
 class ProgressTest(ReportTest):
-    def run_on_terminal(self, seconds):
-        """Returns standard error of a report whose output is read after some seconds."""
+    def run_on_terminal(self, seconds, items=60, output=subprocess.PIPE):
+        """Returns what a report writes to a terminal. Its output is read after some seconds."""
         for number in range(3):
-            self.write_run(f"run{number}", *[make_item("x" * 99, thread=str(i)) for i in range(60)])
+            self.write_run(f"run{number}", *[make_item("x" * 99, thread=str(i)) for i in range(items)])
         leader, terminal = os.openpty()
-        with subprocess.Popen([PROGRAM, self.folder], stdout=subprocess.PIPE, stderr=terminal) as process:
+        with subprocess.Popen([PROGRAM, self.folder], stdout=output or terminal, stderr=terminal) as process:
+            os.close(terminal)
             time.sleep(seconds)
-            process.stdout.read()
-        os.close(terminal)
-        text = b""
-        try:
-            while piece := os.read(leader, 4096):
-                text += piece
-        except OSError:
-            pass
+            if output:
+                process.stdout.read()
+            text = b""
+            try:
+                while piece := os.read(leader, 4096):
+                    text += piece
+            except OSError:
+                pass  # closed by the report
         os.close(leader)
         return text.decode()
 
@@ -404,7 +414,11 @@ class ProgressTest(ReportTest):
         self.assertTrue(text.endswith("\r\033[K"))
 
     def test_shows_no_progress_before(self):
-        self.assertEqual(self.run_on_terminal(0), "")
+        self.assertEqual(self.run_on_terminal(0, items=1), "")
+
+    def test_writes_no_progress_into_report(self):
+        text = self.run_on_terminal(1.1, output=None)
+        self.assertEqual(text.replace("\r\n", "\n"), report(self.folder).stdout.decode())
 
 
 class ScaleTest(ReportTest):
