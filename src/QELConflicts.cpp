@@ -112,8 +112,8 @@ QELConflictLine_s MakeLine(const QELXmlParser& parser, const QELTimeWindow_s& wi
     return {window, parser.GetResultFromAll(i, "name"), parser.GetResultFromAll(i, "threadID"), i};
 }
 
-// Reads the failed item id, and lets collect(own, thread, lines) append its conflicts. An invalid
-// number removes all lines.
+// Reads the failed item id, and lets collect(own, thread, lines) append its conflicts. Intentional:
+// one invalid number removes all lines.
 template <typename Collect>
 void CollectLines(const QELXmlParser& parser, unsigned int id, QELConflictList_s& list,
                   const Collect& collect) {
