@@ -100,16 +100,14 @@ std::vector<Mount> UsbMounts(const std::vector<BlockDevice>& devices,
     return usbMounts;
 }
 
-// Checks the permissions of the effective user, who writes.
+// Checks the mount, the file system and the permissions of the effective user, who writes.
 int ProbeFolder(const std::string& folder) {
     return faccessat(AT_FDCWD, folder.c_str(), W_OK | X_OK, AT_EACCESS) == 0 ? 0 : errno;
 }
 
 Mount ToMount(libmnt_fs* row) {
-    // The options of the mount and of the file system.
-    const bool readOnly = mnt_fs_match_options(row, "ro") != 0;
     return {static_cast<std::uint64_t>(mnt_fs_get_id(row)), mnt_fs_get_devno(row),
-            Text(mnt_fs_get_source(row)), Text(mnt_fs_get_target(row)), readOnly};
+            Text(mnt_fs_get_source(row)), Text(mnt_fs_get_target(row))};
 }
 
 BlockDevice ToBlockDevice(udev_device* device) {
@@ -139,7 +137,7 @@ UsbStorage ChooseUsbStorage(const std::vector<BlockDevice>& devices,
     const std::vector<Mount> candidates = UsbMounts(devices, mounts);
     int firstError = 0;
     for (const Mount& mount : candidates) {
-        const int error = mount.readOnly ? EROFS : probe(mount.folder);
+        const int error = probe(mount.folder);
         if (error == 0) {
             return {mount.folder, mount.id};
         }

@@ -24,7 +24,6 @@ struct Mount {
     dev_t number;        // 0:n for a file system that spans devices
     std::string source;  // the mounted node, such as "/dev/sdb1"
     std::string folder;
-    bool readOnly;
 };
 
 // The storage to copy to.

@@ -17,6 +17,7 @@
 #include <memory>
 #include <string>
 #include <system_error>
+#include <utility>
 #include <vector>
 
 #include "log_copy/file_io.h"
@@ -58,13 +59,12 @@ std::string FailureOf(const std::function<UsbStorage()>& search) {
 class UsbStorageChoiceTest : public testing::Test {
 protected:
     UsbStorageChoiceTest() {
-        m_Mounts.push_back({1, kSda1, "/dev/sda1", "/", false});
-        m_Mounts.push_back({2, makedev(0, 5), "tmpfs", "/run", false});
+        m_Mounts.push_back({1, kSda1, "/dev/sda1", "/"});
+        m_Mounts.push_back({2, makedev(0, 5), "tmpfs", "/run"});
     }
 
-    void MountAt(const std::string& folder, dev_t number, const std::string& source,
-                 bool readOnly = false) {
-        m_Mounts.push_back({m_Mounts.size() + 1, number, source, folder, readOnly});
+    void MountAt(const std::string& folder, dev_t number, const std::string& source) {
+        m_Mounts.push_back({m_Mounts.size() + 1, number, source, folder});
     }
 
     UsbStorage Choose() {
@@ -107,17 +107,19 @@ TEST_F(UsbStorageChoiceTest, SelectsFirstMount) {
 }
 
 TEST_F(UsbStorageChoiceTest, SelectsFirstWritableMount) {
-    MountAt("/media/ro", kSdb1, "/dev/sdb1", true);
+    MountAt("/media/ro", kSdb1, "/dev/sdb1");
     MountAt("/media/not permitted", kSdb2, "/dev/sdb2");
     MountAt("/media/rw", kSdc1, "/dev/sdc1");
+    m_Errors["/media/ro"] = EROFS;
     m_Errors["/media/not permitted"] = EACCES;
     EXPECT_EQ(Choose().folder, "/media/rw");
-    EXPECT_THAT(m_Probed, testing::ElementsAre("/media/not permitted", "/media/rw"));
+    EXPECT_THAT(m_Probed, testing::ElementsAre("/media/ro", "/media/not permitted", "/media/rw"));
 }
 
 TEST_F(UsbStorageChoiceTest, ReportsReasonOfFirstMount) {
-    MountAt("/media/ro", kSdb1, "/dev/sdb1", true);
+    MountAt("/media/ro", kSdb1, "/dev/sdb1");
     MountAt("/media/not permitted", kSdc1, "/dev/sdc1");
+    m_Errors["/media/ro"] = EROFS;
     m_Errors["/media/not permitted"] = EACCES;
     EXPECT_EQ(ChoiceFailure(), "the USB storage is read-only (/media/ro: Read-only file system)");
     m_Mounts.erase(m_Mounts.end() - 2);
@@ -299,14 +301,16 @@ TEST_F(UsbStorageStickTest, IgnoresStickThatIsUnpluggedDuringSearch) {
     EXPECT_EQ(FailureOf(FindUsbStorage), kNotMounted);
 }
 
-// Linux makes a broken file system read-only and leaves the mount writable.
+// The mount or only the file system is read-only. Linux makes a broken file system read-only.
 TEST_F(UsbStorageStickTest, ReportsReadOnlyStick) {
-    m_Image->Unmount();
-    m_Image->Mount("ro");
-    PlugIn();
-    for (const auto flags : std::vector<unsigned long>{MS_RDONLY, 0}) {
-        ASSERT_EQ(mount(nullptr, m_Image->Folder().c_str(), nullptr, MS_REMOUNT | MS_BIND | flags,
-                        nullptr),
+    const std::pair<const char*, unsigned long> kinds[] = {{"rw", MS_RDONLY}, {"ro", 0}};
+    for (const auto& [options, flags] : kinds) {
+        m_Stick.reset();
+        m_Image->Unmount();
+        m_Image->Mount(options);
+        PlugIn();
+        const std::string folder = m_Image->Folder();
+        ASSERT_EQ(mount(nullptr, folder.c_str(), nullptr, MS_REMOUNT | MS_BIND | flags, nullptr),
                   0);
         EXPECT_THAT(FailureOf(FindUsbStorage),
                     testing::StartsWith("the USB storage is read-only ("));
