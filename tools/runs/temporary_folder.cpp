@@ -17,6 +17,11 @@ namespace {
 
 constexpr const char* kPrefix = "quorvel-data.";
 
+[[noreturn]] void Fail(const std::string& path, int error) {
+    throw fs::filesystem_error("cannot create a temporary folder", path,
+                               std::error_code(error, std::generic_category()));
+}
+
 int OpenFolder(const fs::path& folder) {
     return open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
 }
@@ -54,17 +59,24 @@ TemporaryFolder::TemporaryFolder() {
     do {
         m_Path = parent / (std::string(kPrefix) + "XXXXXX");
         if (mkdtemp(m_Path.data()) == nullptr) {
-            throw fs::filesystem_error("cannot create a temporary folder", m_Path,
-                                       std::error_code(errno, std::generic_category()));
+            Fail(m_Path, errno);
         }
     } while (!m_Keep());
 }
 
-// Locks the folder. Returns false when another process has removed the folder before.
+// Locks the folder. Returns false when another process has removed the folder before. On a file
+// system without locks, no process removes the folder.
 bool TemporaryFolder::m_Keep() {
     m_Lock.emplace(OpenFolder(m_Path));
     std::error_code error;
-    return flock(m_Lock->Number(), LOCK_EX) == 0 && fs::exists(m_Path, error);
+    if (m_Lock->Number() < 0 && errno != ENOENT) {
+        const int reason = errno;
+        fs::remove(m_Path, error);
+        Fail(m_Path, reason);
+    }
+    while (flock(m_Lock->Number(), LOCK_EX) != 0 && errno == EINTR) {
+    }
+    return fs::exists(m_Path, error);
 }
 
 TemporaryFolder::~TemporaryFolder() {

@@ -1,10 +1,13 @@
 #include "runs/temporary_folder.h"
 
+#include <fcntl.h>
 #include <gmock/gmock.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
@@ -17,6 +20,21 @@
 using quorvel::runs::TemporaryFolder;
 
 namespace fs = std::filesystem;
+
+// The call of the class, which fails on a file system without locks.
+// NOLINTBEGIN(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp)
+static bool g_HasLocks = true;
+extern "C" int __real_flock(int file, int operation);
+extern "C" int __wrap_flock(int file, int operation);
+
+int __wrap_flock(int file, int operation) {
+    if (g_HasLocks) {
+        return __real_flock(file, operation);
+    }
+    errno = EOPNOTSUPP;
+    return -1;
+}
+// NOLINTEND(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp)
 
 namespace {
 
@@ -95,6 +113,40 @@ TEST_F(TemporaryFolderTest, KeepsFolderOfOtherUser) {
     ASSERT_EQ(chown(other.c_str(), 12345, 12345), 0);
     const TemporaryFolder folder;
     EXPECT_TRUE(fs::exists(other));
+}
+
+TEST_F(TemporaryFolderTest, FailsWhenFolderCannotBeOpened) {
+    const pid_t child = fork();
+    if (child == 0) {
+        alarm(2);
+        const int free = open("/dev/null", O_RDONLY | O_CLOEXEC);
+        close(free);
+        const rlimit limit{static_cast<rlim_t>(free), static_cast<rlim_t>(free)};
+        setrlimit(RLIMIT_NOFILE, &limit);
+        try {
+            const TemporaryFolder folder;
+        } catch (const fs::filesystem_error& error) {
+            _exit(error.code().value());
+        }
+        _exit(0);
+    }
+    int status = 0;
+    ASSERT_EQ(waitpid(child, &status, 0), child);
+    EXPECT_TRUE(WIFEXITED(status));
+    EXPECT_EQ(WEXITSTATUS(status), EMFILE);
+    EXPECT_EQ(CountFolders(), 0);
+}
+
+TEST_F(TemporaryFolderTest, CreatesFolderOnFileSystemWithoutLocks) {
+    g_HasLocks = false;
+    {
+        const TemporaryFolder folder;
+        EXPECT_TRUE(fs::exists(folder.Path()));
+        const TemporaryFolder other;
+        EXPECT_EQ(CountFolders(), 2);
+    }
+    g_HasLocks = true;
+    EXPECT_EQ(CountFolders(), 0);
 }
 
 TEST_F(TemporaryFolderTest, AcceptsRelativeTmpdir) {
