@@ -244,6 +244,14 @@ reports_signal() {
     done
 }
 
+# A process inherits ignored signals from the program that starts it.
+returns_status_when_the_parent_ignores_children() {
+    make_stand_in 'exit 5'
+    status=0
+    timeout -s KILL 20 env --ignore-signal=CHLD "$work/bin/quorvel-view" "$folder" 2>"$work/err" || status=$?
+    [ "$status" -eq 5 ] || fail "ignored children: status $status: $(cat "$work/err")"
+}
+
 prepare_run
 rejects_unusable_paths
 rejects_wrong_arguments
@@ -258,4 +266,5 @@ warns_of_run_without_items
 prints_how_to_close_on_terminal
 copies_only_named_files
 reports_signal
+returns_status_when_the_parent_ignores_children
 expect_nothing_left

@@ -19,6 +19,8 @@ constexpr int kNotStarted = 127;
 class BlockedSignals {
 public:
     BlockedSignals() {
+        // A parent that ignores the signal passes that on. waitpid would then find no child.
+        (void)std::signal(SIGCHLD, SIG_DFL);
         sigemptyset(&m_Signals);
         sigaddset(&m_Signals, SIGCHLD);
         for (const int number : {SIGHUP, SIGINT, SIGQUIT, SIGTERM}) {
