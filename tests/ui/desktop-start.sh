@@ -103,6 +103,13 @@ shows_message_for_folder_without_run() {
     expect_message "$work/nothing: no qelXml.xml or qelRnscXml.xml found"
 }
 
+# A control character is no digit of an encoded byte.
+shows_message_for_malformed_uri() {
+    start_portal 0 "$(printf 'file://%s/%%\027\023' "$work")"
+    program_launch "$build/quorvel-view"
+    expect_message 'no folder chooser'
+}
+
 exits_when_the_user_cancels() {
     start_portal 1
     program_launch "$build/quorvel-view"
@@ -138,6 +145,7 @@ shows_message_without_chooser_of_the_portal
 shows_message_when_the_portal_ends
 opens_chosen_folder
 shows_message_for_folder_without_run
+shows_message_for_malformed_uri
 exits_when_the_user_cancels
 shows_message_when_a_launcher_opens_a_folder
 shows_warning_before_a_run_without_items

@@ -4,6 +4,8 @@
 #include <Eldbus.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <charconv>
 #include <cstdint>
 #include <cstdlib>
 
@@ -19,6 +21,33 @@ constexpr const char* kRequest = "org.freedesktop.portal.Request";
 // The response codes of a request.
 constexpr std::uint32_t kAnswered = 0;
 constexpr std::uint32_t kCancelledByUser = 1;
+
+// Returns the path of a file: URI, or an empty text for another text. efreet_uri_decode would read
+// beyond a text that ends with "%".
+std::string PathOfUri(const std::string& uri) {
+    const std::string scheme = "file://";
+    const auto start = uri.find('/', scheme.size());
+    if (uri.compare(0, scheme.size(), scheme) != 0 || start == std::string::npos) {
+        return {};
+    }
+    std::string path;
+    for (auto i = start; i < uri.size(); ++i) {
+        auto byte = static_cast<unsigned char>(uri[i]);
+        if (uri[i] == '%') {
+            const char* digits = uri.c_str() + i + 1;
+            const char* end = uri.c_str() + std::min(i + 3, uri.size());
+            if (end - digits != 2 || std::from_chars(digits, end, byte, 16).ptr != end) {
+                return {};
+            }
+            i += 2;
+        }
+        if (byte == 0) {
+            return {};
+        }
+        path += static_cast<char>(byte);
+    }
+    return path;
+}
 
 // What the callbacks below get as data. Lives until the main loop ends.
 struct Answer {
@@ -109,36 +138,7 @@ bool HasSessionBus() {
            (folder != nullptr && access((std::string(folder) + "/bus").c_str(), F_OK) == 0);
 }
 
-int HexValue(char digit) {
-    const std::string digits = "0123456789abcdef";
-    const auto place = digits.find(static_cast<char>(digit | 0x20));
-    return place == std::string::npos ? -1 : static_cast<int>(place);
-}
-
 }  // namespace
-
-std::string PathOfUri(const std::string& uri) {
-    const std::string scheme = "file://";
-    const auto start = uri.find('/', scheme.size());
-    if (uri.compare(0, scheme.size(), scheme) != 0 || start == std::string::npos) {
-        return {};
-    }
-    std::string path;
-    for (auto i = start; i < uri.size(); ++i) {
-        if (uri[i] != '%') {
-            path += uri[i];
-            continue;
-        }
-        const int high = i + 2 < uri.size() ? HexValue(uri[i + 1]) : -1;
-        const int low = i + 2 < uri.size() ? HexValue(uri[i + 2]) : -1;
-        if (high < 0 || low < 0 || high + low == 0) {
-            return {};
-        }
-        path += static_cast<char>(high * 16 + low);
-        i += 2;
-    }
-    return path;
-}
 
 Choice ChooseFolder(const char* title, std::string& path) {
     if (!HasSessionBus() || eldbus_init() == 0) {

@@ -17,9 +17,6 @@ enum class Choice {
 // A portal older than version 3 of the interface lets the user choose a file instead.
 Choice ChooseFolder(const char* title, std::string& path);
 
-// Returns the path of a file: URI, or an empty text for another text.
-std::string PathOfUri(const std::string& uri);
-
 }  // namespace quorvel::dialog
 
 #endif  // QUORVEL_TOOLS_DIALOG_FOLDER_CHOOSER_H_
