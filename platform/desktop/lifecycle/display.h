@@ -5,7 +5,7 @@
 
 namespace quorvel::desktop {
 
-// Finds a display for the toolkit: a Wayland or X display that answers within 0.4 seconds, or an
+// Finds a display for the toolkit: a Wayland or X display that answers within a second, or an
 // engine in ELM_DISPLAY or ELM_ENGINE that draws into memory or into a file.
 // Removes WAYLAND_DISPLAY or DISPLAY from the environment when its display does not answer. The
 // toolkit would wait for that display although the other display answers.
