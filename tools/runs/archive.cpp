@@ -366,7 +366,11 @@ std::vector<Run> ReadArchive(const std::string& path, Limits& left,
     } else if (!S_ISREG(status.st_mode)) {
         problem = "not a regular file";
     } else {
-        runs = Unpacker(path, file.Number(), left).Unpack(Identify(status), problem);
+        try {
+            runs = Unpacker(path, file.Number(), left).Unpack(Identify(status), problem);
+        } catch (const fs::filesystem_error& error) {
+            problem = DescribeUnwritten(error);
+        }
     }
     if (!problem.empty()) {
         problems.push_back(path + ": " + problem);

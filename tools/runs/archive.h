@@ -16,7 +16,8 @@ bool IsArchive(const std::string& name);
 // ("..", absolute names), links and devices are never unpacked.
 // Subtracts what it takes from left.
 // Adds a line to problems when the archive cannot be read to its end; a result file that is not
-// found in such an archive is unreadable, not missing.
+// found in such an archive is unreadable, not missing. Adds a line and returns no run when the
+// temporary folder cannot be written.
 std::vector<Run> ReadArchive(const std::string& path, Limits& left,
                              std::vector<std::string>& problems);
 

@@ -81,8 +81,7 @@ enum class Reading { kNow, kLater };
 // Finds all runs at the path. The path is a folder, a result file, an archive (.tar, .tar.gz, .tgz,
 // .tar.xz, .zip), or a folder or a result file in an archive, as Run::path names it. A folder is
 // searched with the folders and archives below it. A result file stands for its folder. Links below
-// the path are not followed, and unfinished captures are left out. Throws
-// std::filesystem::filesystem_error when the temporary folder for an archive cannot be written.
+// the path are not followed, and unfinished captures are left out.
 //
 // reading: with kLater, the files of a run in a folder are not read. Such a run has only a path and
 // a folder until CheckRun reads the files.

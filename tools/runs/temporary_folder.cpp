@@ -84,4 +84,9 @@ TemporaryFolder::~TemporaryFolder() {
     fs::remove_all(m_Path, error);
 }
 
+std::string DescribeUnwritten(const fs::filesystem_error& error) {
+    return error.path1().string() + ": " + error.code().message() +
+           "; if the disk is full, TMPDIR can name another folder";
+}
+
 }  // namespace quorvel::runs

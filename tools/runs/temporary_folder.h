@@ -1,6 +1,7 @@
 #ifndef QUORVEL_TOOLS_RUNS_TEMPORARY_FOLDER_H_
 #define QUORVEL_TOOLS_RUNS_TEMPORARY_FOLDER_H_
 
+#include <filesystem>
 #include <optional>
 #include <string>
 
@@ -28,6 +29,10 @@ private:
     std::string m_Path;
     std::optional<Descriptor> m_Lock;
 };
+
+// Returns one line for a temporary file that cannot be written: the path, the reason and the
+// remedy.
+std::string DescribeUnwritten(const std::filesystem::filesystem_error& error);
 
 }  // namespace quorvel::runs
 

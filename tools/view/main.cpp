@@ -184,8 +184,7 @@ int AskAndOpen(Options& options, bool fromDesktop) {
         }
         return options.path.empty() ? kNoRun : Open(options, fromDesktop);
     } catch (const fs::filesystem_error& error) {
-        Report(error.path1().string() + ": " + error.code().message() +
-               "; if the disk is full, TMPDIR can name another folder");
+        Report(runs::DescribeUnwritten(error));
     } catch (const std::exception& error) {
         Report(error.what());
     }

@@ -243,6 +243,15 @@ class StatusTest(ReportTest):
         text = self.expect(2, "--format=json", self.folder / "no", "samples/typical", errors=["no"])
         self.assertEqual(len(text.splitlines()), 1)
 
+    def test_reports_other_runs_when_archive_cannot_be_unpacked(self):
+        self.write_run("run", make_item("A"))
+        subprocess.run(["tar", "-C", self.folder, "-cf", self.folder / "a.tar", "run"], check=True)
+        result = report("--format=json", self.folder, "samples/typical", env={"TMPDIR": "/proc"})
+        self.assertEqual(result.returncode, 2)
+        self.assertRegex(result.stderr.decode(), "^quorvel-report: .*/a.tar: /proc/.*TMPDIR.*\n$")
+        self.assertEqual([json.loads(line)["path"] for line in result.stdout.splitlines()],
+                         [str(self.folder / "run"), "samples/typical"])
+
     def test_reads_folder_of_result_file(self):
         text = self.expect(1, "--format=json", "samples/typical/qelXml.xml")
         self.assertEqual(json.loads(text)["items"], 59)

@@ -4,6 +4,7 @@
 
 #include <gmock/gmock.h>
 
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -79,6 +80,16 @@ TEST_P(ArchiveFormatTest, ReturnsTheRunsWithTheirPhotos) {
 
 INSTANTIATE_TEST_SUITE_P(AllFormats, ArchiveFormatTest,
                          testing::Values(".tar", ".tar.gz", ".tgz", ".tar.xz", ".zip"));
+
+TEST_F(ArchiveTest, ReportsTemporaryFolderThatCannotBeWritten) {
+    ArchiveFile(Path("a.tar")).Add("qelXml.xml", ComposeMainFile("SN1", "", {}));
+    setenv("TMPDIR", "/proc", 1);
+    EXPECT_THAT(Read("a.tar"), IsEmpty());
+    EXPECT_THAT(m_Problems,
+                ElementsAre(testing::AllOf(
+                    HasSubstr("/a.tar: /proc/"),
+                    HasSubstr("; if the disk is full, TMPDIR can name another folder"))));
+}
 
 TEST_F(ArchiveTest, DistinguishesFoldersWithSimilarNames) {
     {
