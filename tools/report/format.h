@@ -4,7 +4,6 @@
 #include <map>
 #include <memory>
 #include <ostream>
-#include <set>
 #include <string>
 #include <vector>
 
@@ -33,6 +32,8 @@ public:
     Format(const Format&) = delete;
     Format& operator=(const Format&) = delete;
 
+    // Whether End needs Totals::runsOfItem, which grows with the number of different items.
+    virtual bool ListsFrequentItems() const { return false; }
     virtual void Begin(std::ostream& /*out*/) const {}
     // number: the position of the run, from 0.
     virtual void WriteRun(std::ostream& out, LoadedRun& run, unsigned int number) const = 0;

@@ -26,6 +26,15 @@ using Json = nlohmann::json;
 constexpr std::size_t kChunkBytes = std::size_t{1} << 16;
 constexpr int kPipeBytes = 1 << 20;
 
+std::vector<ItemKey> ListFailedKeys(const LoadedRun& run) {
+    std::set<ItemKey> keys;
+    for (const ResultItem& item : run.Store().GetFailedItems()) {
+        keys.insert({ValueOf(item, "type"), ValueOf(item, "name"), ValueOf(item, "opcode"),
+                     ValueOf(item, "msgcode")});
+    }
+    return {keys.begin(), keys.end()};
+}
+
 RunResult WriteRun(const Format& format, const runs::Run& run, unsigned int number,
                    std::ostream& out) {
     LoadedRun loaded(run);
@@ -34,12 +43,9 @@ RunResult WriteRun(const Format& format, const runs::Run& run, unsigned int numb
     result.problems = ListProblems(loaded);
     result.items = loaded.Store().GetNumOfResultAll();
     result.failedItems = loaded.Store().GetNumOfResult();
-    std::set<ItemKey> keys;
-    for (const ResultItem& item : loaded.Store().GetFailedItems()) {
-        keys.insert({ValueOf(item, "type"), ValueOf(item, "name"), ValueOf(item, "opcode"),
-                     ValueOf(item, "msgcode")});
+    if (format.ListsFrequentItems()) {
+        result.failedKeys = ListFailedKeys(loaded);
     }
-    result.failedKeys.assign(keys.begin(), keys.end());
     return result;
 }
 

@@ -15,7 +15,7 @@ struct RunResult {
     std::vector<std::string> problems;  // one line each
     unsigned int items = 0;
     unsigned int failedItems = 0;
-    std::vector<ItemKey> failedKeys;  // without repetitions
+    std::vector<ItemKey> failedKeys;  // without repetitions; empty when the format omits them
 };
 
 // Writes the runs in their order, jobs of them at the same time. With one job, everything happens

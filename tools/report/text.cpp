@@ -179,6 +179,8 @@ void WriteMostFrequent(std::ostream& out, const Totals& totals) {
 
 class TextFormat : public Format {
 public:
+    bool ListsFrequentItems() const override { return true; }
+
     void WriteRun(std::ostream& out, LoadedRun& run, unsigned int number) const override {
         out << (number == 0 ? "" : "\n");
         WriteHeading(out, run);

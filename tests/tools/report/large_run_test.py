@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Tests of every format of quorvel-report with one run of a million items. Arguments: as for report_test.py.
+"""Tests of every format of quorvel-report with a million items, and with many runs. Arguments: as for report_test.py.
 
 Every tenth item has the values that the analysis reads, and every hundredth item failed. The other items
 have a result only: a million complete items take four times the memory."""
@@ -14,7 +14,7 @@ import unittest
 from pathlib import Path
 
 from input_test import READERS
-from report_test import PROGRAM, parse_trace
+from report_test import PROGRAM, ReportTest, make_item, parse_trace
 
 ITEMS = 1_000_000
 COMPLETE = ITEMS // 10
@@ -46,6 +46,16 @@ FAILED_NUMBERS = range(0, COMPLETE, 10)
 NAMES = [str(number) for number in FAILED_NUMBERS]
 
 
+def run_program(*arguments):
+    """Returns the status, the messages and the peak memory in KiB."""
+    process = subprocess.Popen([PROGRAM, *arguments], stderr=subprocess.PIPE)
+    messages = process.stderr.read()
+    process.stderr.close()
+    _, status, usage = os.wait4(process.pid, 0)
+    process.returncode = os.waitstatus_to_exitcode(status)
+    return process.returncode, messages, usage.ru_maxrss
+
+
 class LargeRunTest(unittest.TestCase):
     @classmethod
     def setUpClass(cls):
@@ -57,14 +67,9 @@ class LargeRunTest(unittest.TestCase):
     def report(self, output):
         """Returns the report as bytes."""
         path = self.folder / "report"
-        process = subprocess.Popen([PROGRAM, "--format", output, "--output", path, self.folder],
-                                   stderr=subprocess.PIPE)
-        self.assertEqual(process.stderr.read(), b"")
-        process.stderr.close()
-        _, status, usage = os.wait4(process.pid, 0)
-        process.returncode = os.waitstatus_to_exitcode(status)
-        self.assertEqual(process.returncode, 1)
-        self.assertLess(usage.ru_maxrss, MAX_MEMORY)
+        status, messages, memory = run_program("--format", output, "--output", path, self.folder)
+        self.assertEqual((status, messages), (1, b""))
+        self.assertLess(memory, MAX_MEMORY)
         self.assertLess(path.stat().st_size, MAX_OUTPUT)
         return path.read_bytes()
 
@@ -107,6 +112,18 @@ class LargeRunTest(unittest.TestCase):
         # Positions of items begin with 1.
         self.assertEqual([list(map(int, items.split())) for items in re.findall(b"<i>([^<]*)</i>", page)],
                          [[10 * i + 1 for i in conflicts_of(number)] for number in FAILED_NUMBERS])
+
+
+class ManyRunsTest(ReportTest):
+    def test_needs_memory_of_one_run(self):
+        folders = [self.write_run(f"run{number}", *[make_item(f"{number}-{i} " + "x" * 4000, start="")
+                                                    for i in range(1000)]) for number in range(15)]
+        for output in ("json", "html", "csv", "trace"):
+            with self.subTest(output):
+                # The memory includes this script's before the program starts, about 30 MB.
+                one, all_runs = (run_program("--format", output, "--output", "/dev/null", *paths)[2]
+                                 for paths in (folders[:1], folders))
+                self.assertLess(all_runs, one + 10_000)
 
 
 if __name__ == "__main__":
