@@ -23,15 +23,121 @@ namespace quorvel::desktop {
 
 namespace {
 
-// The file that this thread parses. Each opened file starts a new one.
+// What parsing an entity again costs besides its length, in bytes.
+constexpr std::int64_t kEntityParseCost = 100;
+
+// libxml2 compares each default attribute of an element with the others. This many comparisons take
+// about 0.1 s.
+constexpr std::int64_t kMaxDefaultComparisons = 100'000'000;
+
+// The file that this thread parses, and what is left of its limits. Each opened file starts a new
+// one.
 struct ParsedFile {
     std::string path;
+    xmlParserCtxt* parser = nullptr;  // null when no parser runs
+    bool isRejected = false;
     std::int64_t entityBytesLeft = kMaxEntityBytes;
+    std::int64_t declarationBytesLeft = kMaxDeclarationBytes;
     int parameterEntitiesLeft = kMaxParameterEntities;
+    int attributeDeclarationsLeft = kMaxAttributes;
+    std::int64_t defaultComparisonsLeft = kMaxDefaultComparisons;
 };
 thread_local ParsedFile g_ParsedFile;
 thread_local XmlInputReport g_Report = [](const std::string&) {};
 thread_local ResultFileLinks g_Links = ResultFileLinks::kFollow;
+
+constexpr const char* kTooManyAttributes =
+    "an element has more than 1,000 attributes and namespaces";
+constexpr const char* kTooManyDeclarations =
+    "its document type has more than 32 KiB of declarations";
+constexpr const char* kTooManyEntityBytes = "its entities expand to more than 10,000,000 bytes";
+
+// Counts declarations of this size in bytes. Returns false when they exceed the limit.
+bool CountDeclarations(std::int64_t size) {
+    g_ParsedFile.declarationBytesLeft -= size;
+    return g_ParsedFile.declarationBytesLeft >= 0;
+}
+
+// Counts the default attributes of an element. Returns false when they exceed the limit.
+bool CountDefaults(int attributes) {
+    g_ParsedFile.defaultComparisonsLeft -= std::int64_t{attributes} * attributes;
+    return g_ParsedFile.defaultComparisonsLeft >= 0;
+}
+
+// Content that is not in a file has no path, and its caller knows what it has parsed.
+void Report(const std::string& reason) {
+    if (!g_ParsedFile.path.empty()) {
+        g_Report(g_ParsedFile.path + ": " + reason);
+    }
+}
+
+// Makes the parser return no document. Reports the first reason of a file.
+void Reject(xmlParserCtxt* parser, const char* reason) {
+    if (!std::exchange(g_ParsedFile.isRejected, true)) {
+        Report(reason);
+    }
+    parser->wellFormed = 0;
+    parser->disableSAX = 1;
+}
+
+// Ends the parse within a callback of the parser.
+void Stop(xmlParserCtxt* parser, const char* reason) {
+    Reject(parser, reason);
+    xmlStopParser(parser);
+}
+
+// The callbacks do what libxml2 does, and end the parse at a limit. The content of an entity has
+// its own parser, which reads no part of the file and has the same callbacks.
+
+void OnStartElement(void* context, const xmlChar* name, const xmlChar* prefix, const xmlChar* uri,
+                    int namespaces, const xmlChar** namespaceList, int attributes, int defaulted,
+                    const xmlChar** attributeList) {
+    auto* parser = static_cast<xmlParserCtxt*>(context);
+    if (attributes + parser->nsNr / 2 > kMaxAttributes) {
+        Stop(parser, kTooManyAttributes);
+    } else if (defaulted > 0 && !CountDefaults(defaulted)) {
+        Stop(parser, "its elements have too many default attributes");
+    } else {
+        xmlSAX2StartElementNs(context, name, prefix, uri, namespaces, namespaceList, attributes,
+                              defaulted, attributeList);
+    }
+}
+
+// Applies the limits of elements from now on. Files without attributes do not need them, and a
+// callback for each element would make reading slower.
+void LimitElements(xmlParserCtxt* parser) {
+    parser->sax->startElementNs = OnStartElement;
+}
+
+// Whether libxml2 may get the next part of the file. libxml2 parses a start tag and a declaration
+// without an event in between, and needs quadratic time for them. Only its requests for the next
+// part, of 4,000 bytes, show that one of them is too long.
+bool MayContinue(std::int64_t nextPart) {
+    xmlParserCtxt* parser = g_ParsedFile.parser;
+    if (parser == nullptr) {
+        return true;
+    }
+    // The tables have five entries for each attribute and two for each namespace. The table of
+    // attributes grows to twice the needed size.
+    const int attributes = parser->maxatts / 5;
+    const int namespaces = parser->nsNr / 2;
+    if (attributes > 2 * kMaxAttributes || namespaces > kMaxAttributes) {
+        Reject(parser, kTooManyAttributes);
+        return false;
+    }
+    // An element above the limit has at least one more part after this size.
+    if (attributes + namespaces > kMaxAttributes / 4) {
+        LimitElements(parser);
+    }
+    // Comments, values of entities and other texts have states of their own.
+    if (parser->instate == XML_PARSER_DTD && !CountDeclarations(nextPart)) {
+        Reject(parser, kTooManyDeclarations);
+        return false;
+    }
+    // After an error libxml2 reports no declarations any more, but still uses them.
+    const bool hasDeclarations = parser->inSubset != 0 || parser->attsDefault != nullptr;
+    return parser->disableSAX == 0 || !hasDeclarations;
+}
 
 // One open result file. Owned by libxml2 through its callbacks.
 class XmlInput {
@@ -41,7 +147,7 @@ public:
     XmlInput(const XmlInput&) = delete;
     XmlInput& operator=(const XmlInput&) = delete;
 
-    // Returns the number of bytes read, 0 at the end of the file, -1 on an error.
+    // Returns the number of bytes read, 0 at the end of the file, -1 on an error or at a limit.
     int Read(char* buffer, int size) {
         ssize_t count = 0;
         do {
@@ -49,10 +155,10 @@ public:
         } while (count < 0 && errno == EINTR);
         m_BytesLeft -= std::max<ssize_t>(count, 0);
         if (m_BytesLeft < 0) {
-            g_Report(g_ParsedFile.path + ": grows while it is read; only its first 256 MiB count");
+            Report("grows while it is read; only its first 256 MiB count");
             return -1;
         }
-        return static_cast<int>(count);
+        return MayContinue(count) ? static_cast<int>(count) : -1;
     }
 
 private:
@@ -83,12 +189,12 @@ void* OnOpen(const char* path) {
     const int linkFlag = g_Links == ResultFileLinks::kReject ? O_NOFOLLOW : 0;
     const int descriptor = open(path, O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC | linkFlag);
     if (descriptor < 0) {
-        g_Report(g_ParsedFile.path + ": " + std::strerror(errno));
+        Report(std::strerror(errno));
         return nullptr;
     }
     const std::string objection = Objection(descriptor);
     if (!objection.empty()) {
-        g_Report(g_ParsedFile.path + ": " + objection);
+        Report(objection);
         close(descriptor);
         return nullptr;
     }
@@ -164,39 +270,97 @@ xmlChar* ReadValue(xmlDocPtr doc, const xmlNode* list) {
     ValueReader reader(doc);
     std::string text;
     if (!reader.Append(list, text)) {
-        g_Report(g_ParsedFile.path + ": its entities expand to more than 10,000,000 bytes");
+        Report(kTooManyEntityBytes);
         return nullptr;
     }
     return reader.HasText() ? xmlStrndup(BAD_CAST text.data(), static_cast<int>(text.size()))
                             : nullptr;
 }
 
-// Ends the parse at the limit. libxml2 limits the size of parameter entities, but not their number.
-xmlEntityPtr OnParameterEntity(void* parser, const xmlChar* name) {
-    if (--g_ParsedFile.parameterEntitiesLeft >= 0) {
-        return xmlSAX2GetParameterEntity(parser, name);
+// libxml2 limits the size of parameter entities, but not their number.
+xmlEntityPtr OnParameterEntity(void* context, const xmlChar* name) {
+    auto* parser = static_cast<xmlParserCtxt*>(context);
+    if (--g_ParsedFile.parameterEntitiesLeft < 0) {
+        Stop(parser, "uses more than 1,000 parameter entities");
+        return nullptr;
     }
-    if (g_ParsedFile.parameterEntitiesLeft == -1) {
-        g_Report(g_ParsedFile.path + ": uses more than 1,000 parameter entities");
+    xmlEntityPtr entity = xmlSAX2GetParameterEntity(context, name);
+    if (entity != nullptr && !CountDeclarations(entity->length)) {
+        Stop(parser, kTooManyDeclarations);
+        return nullptr;
     }
-    auto* context = static_cast<xmlParserCtxtPtr>(parser);
-    context->wellFormed = 0;
-    xmlStopParser(context);
-    return nullptr;
+    // After an error libxml2 reports no declaration of the entity.
+    if (parser->disableSAX != 0) {
+        xmlStopParser(parser);
+        return nullptr;
+    }
+    return entity;
+}
+
+// libxml2 parses an entity again at each reference if an attribute declaration has used it first.
+xmlEntityPtr OnEntity(void* context, const xmlChar* name) {
+    xmlEntityPtr entity = xmlSAX2GetEntity(context, name);
+    if (entity != nullptr && entity->checked != 0 && entity->children == nullptr &&
+        entity->length > 0) {
+        g_ParsedFile.entityBytesLeft -= entity->length + kEntityParseCost;
+        if (g_ParsedFile.entityBytesLeft < 0) {
+            Stop(static_cast<xmlParserCtxt*>(context), kTooManyEntityBytes);
+            return nullptr;
+        }
+    }
+    return entity;
+}
+
+void OnEntityDeclaration(void* context, const xmlChar* name, int type, const xmlChar* publicId,
+                         const xmlChar* systemId, xmlChar* content) {
+    auto* parser = static_cast<xmlParserCtxt*>(context);
+    if (type == XML_INTERNAL_GENERAL_ENTITY && xmlStrchr(content, '<') != nullptr) {
+        LimitElements(parser);
+        if (!CountDeclarations(xmlStrlen(content))) {
+            Stop(parser, kTooManyDeclarations);
+            return;
+        }
+    }
+    xmlSAX2EntityDecl(context, name, type, publicId, systemId, content);
+}
+
+void OnAttributeDeclaration(void* context, const xmlChar* element, const xmlChar* name, int type,
+                            int defaultType, const xmlChar* defaultValue, xmlEnumerationPtr tree) {
+    auto* parser = static_cast<xmlParserCtxt*>(context);
+    LimitElements(parser);
+    if (--g_ParsedFile.attributeDeclarationsLeft < 0) {
+        xmlFreeEnumeration(tree);
+        Stop(parser, "its document type declares more than 1,000 attributes");
+        return;
+    }
+    xmlSAX2AttributeDecl(context, element, name, type, defaultType, defaultValue, tree);
 }
 
 struct ParserDeleter {
-    void operator()(xmlParserCtxt* parser) const { xmlFreeParserCtxt(parser); }
+    void operator()(xmlParserCtxt* parser) const {
+        g_ParsedFile.parser = nullptr;
+        xmlFreeParserCtxt(parser);
+    }
 };
 using Parser = std::unique_ptr<xmlParserCtxt, ParserDeleter>;
 
-// Does what xmlParseFile does, with the limit of the parameter entities.
+// From now on the parser keeps the limits of the file.
+void Limit(xmlParserCtxt* parser) {
+    xmlSAXHandler& callbacks = *parser->sax;
+    callbacks.getParameterEntity = OnParameterEntity;
+    callbacks.getEntity = OnEntity;
+    callbacks.entityDecl = OnEntityDeclaration;
+    callbacks.attributeDecl = OnAttributeDeclaration;
+    g_ParsedFile.parser = parser;
+}
+
+// Does what xmlParseFile does, with the limits.
 xmlDocPtr ParseFile(const char* path) {
     const Parser parser(xmlCreateFileParserCtxt(path));
     if (parser == nullptr) {
         return nullptr;
     }
-    parser->sax->getParameterEntity = OnParameterEntity;
+    Limit(parser.get());
     xmlParseDocument(parser.get());
     XmlDocument document(std::exchange(parser->myDoc, nullptr));
     return parser->wellFormed != 0 ? document.release() : nullptr;
@@ -204,7 +368,8 @@ xmlDocPtr ParseFile(const char* path) {
 
 int OnReadContent(void* read, char* buffer, int size) {
     const auto& function = *static_cast<const XmlRead*>(read);
-    return static_cast<int>(function(buffer, static_cast<std::size_t>(size)));
+    const ssize_t count = function(buffer, static_cast<std::size_t>(size));
+    return MayContinue(count) ? static_cast<int>(count) : -1;
 }
 
 }  // namespace
@@ -219,7 +384,7 @@ XmlDocument ParseXml(const XmlRead& read) {
     if (parser == nullptr) {
         return nullptr;
     }
-    parser->sax->getParameterEntity = OnParameterEntity;
+    Limit(parser.get());
     XmlRead copy = read;
     return XmlDocument(xmlCtxtReadIO(parser.get(), OnReadContent, nullptr, &copy, nullptr, nullptr,
                                      XML_PARSE_NOERROR | XML_PARSE_NOWARNING | XML_PARSE_NONET));

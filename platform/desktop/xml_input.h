@@ -25,6 +25,15 @@ constexpr std::int64_t kMaxEntityBytes = 10'000'000;
 // How often one result file may use parameter entities. A file that uses more is not read.
 constexpr int kMaxParameterEntities = 1'000;
 
+// How many attributes an element may have, including the namespaces in its scope, and how many
+// attributes a document type may declare. A file with more is not read.
+constexpr int kMaxAttributes = 1'000;
+
+// How large the declarations in the document type may be, in bytes. A parameter entity counts at
+// its declaration and at each use. Comments and entities without markup do not count. A file with
+// more is not read.
+constexpr std::int64_t kMaxDeclarationBytes = std::int64_t{32} << 10;
+
 // Receives one line for each file that libxml2 may not read to its end, and for each value that is
 // too long: the file and the reason.
 using XmlInputReport = std::function<void(const std::string& line)>;
@@ -46,9 +55,8 @@ using XmlDocument = std::unique_ptr<xmlDoc, XmlDocumentDeleter>;
 // nothing.
 using XmlRead = std::function<ssize_t(char* buffer, std::size_t size)>;
 
-// Parses the content that read returns. Opens no file and prints nothing. Returns null when the
-// content is not well-formed or cannot be read. The values of a document have the same limit as the
-// values of a file. Any thread.
+// Parses the content that read returns. Opens no file and reports nothing. Returns null when the
+// content is not well-formed, cannot be read or exceeds a limit of a file. Any thread.
 XmlDocument ParseXml(const XmlRead& read);
 
 }  // namespace quorvel::desktop

@@ -12,6 +12,7 @@
 
 #include <chrono>
 #include <cstdlib>
+#include <ctime>
 #include <filesystem>
 #include <fstream>
 #include <memory>
@@ -163,12 +164,12 @@ TEST_F(XmlInputTest, StartsTheLimitAgainWithTheNextFile) {
     EXPECT_EQ(ValueIn(ComposeFile("<!ENTITY a 'x'>", "&a;")), "x");
 }
 
-// Parameter entities that expand to each other ten times on each of seven levels.
+// Parameter entities that expand to each other five times on each of seven levels.
 std::string ComposeNestedParameterEntities() {
-    std::string text = "<!DOCTYPE r [<!ENTITY % p0 'AAAA'>";
+    std::string text = "<!DOCTYPE r [<!ENTITY % p0 ' '>";
     for (int level = 1; level <= 7; ++level) {
         const std::string reference = "&#37;p" + std::to_string(level - 1) + ";";
-        text += "<!ENTITY % p" + std::to_string(level) + " '" + Repeat(reference, 10) + "'>";
+        text += "<!ENTITY % p" + std::to_string(level) + " '" + Repeat(reference, 5) + "'>";
     }
     return text + "%p7;]><r/>";
 }
@@ -181,21 +182,193 @@ TEST_F(XmlInputTest, RejectsNestedParameterEntities) {
     EXPECT_THAT(Reported(), ElementsAre(EndsWith("uses more than 1,000 parameter entities")));
 }
 
-TEST_F(XmlInputTest, RejectsNestedParameterEntitiesOfContent) {
-    const std::string content = ComposeNestedParameterEntities();
-    std::size_t offset = 0;
-    const auto read = [&content, &offset](char* buffer, std::size_t size) {
+// Returns the content in parts, as a file does.
+quorvel::desktop::XmlRead ReadFrom(const std::string& content) {
+    return [&content, offset = std::size_t{0}](char* buffer, std::size_t size) mutable {
         const std::size_t count = content.copy(buffer, size, offset);
         offset += count;
         return static_cast<ssize_t>(count);
     };
+}
+
+TEST_F(XmlInputTest, RejectsNestedParameterEntitiesOfContent) {
+    const std::string content = ComposeNestedParameterEntities();
     const auto start = std::chrono::steady_clock::now();
-    EXPECT_EQ(ParseXml(read), nullptr);
+    EXPECT_EQ(ParseXml(ReadFrom(content)), nullptr);
     EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(500));
 }
 
 TEST_F(XmlInputTest, ExpandsParameterEntities) {
     EXPECT_EQ(ValueIn(ComposeFile("<!ENTITY % p \"<!ENTITY a 'text'>\">%p;", "&a;")), "text");
+}
+
+// The CPU time of this thread. Other programs do not change it.
+std::chrono::nanoseconds UsedTime() {
+    timespec time{};
+    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
+    return std::chrono::seconds(time.tv_sec) + std::chrono::nanoseconds(time.tv_nsec);
+}
+
+// Returns this many different texts, each with a name between the two parts.
+std::string RepeatNames(const std::string& before, const std::string& after, int count) {
+    constexpr const char* kLetters = "abcdefghijklmnopqrstuvwxyz";
+    std::string all;
+    for (int i = 0; i < count; ++i) {
+        std::string name;
+        for (int rest = i; name.empty() || rest > 0; rest /= 26) {
+            name += kLetters[rest % 26];
+        }
+        all += before + name + after;
+    }
+    return all;
+}
+
+class XmlInputLimitTest : public XmlInputTest {
+protected:
+    // The content takes little time as a file and as content of ParseXml, and has this reason.
+    void ExpectRejection(const std::string& content, const std::string& reason) {
+        Write(content);
+        const auto start = UsedTime();
+        EXPECT_EQ(Parse(), nullptr);
+        const auto middle = UsedTime();
+        EXPECT_LT(middle - start, std::chrono::milliseconds(500));
+        EXPECT_THAT(Reported(), ElementsAre(Path() + ": " + reason));
+        EXPECT_EQ(ParseXml(ReadFrom(content)), nullptr);
+        EXPECT_LT(UsedTime() - middle, std::chrono::milliseconds(500));
+    }
+
+    // The file has an error that libxml2 reports.
+    void ExpectError(const std::string& content) {
+        Write(content);
+        const auto start = UsedTime();
+        EXPECT_EQ(Parse(), nullptr);
+        EXPECT_LT(UsedTime() - start, std::chrono::milliseconds(500));
+        EXPECT_NE(xmlGetLastError(), nullptr);
+        EXPECT_THAT(Reported(), IsEmpty());
+    }
+
+    void ExpectDocument(const std::string& content) {
+        Write(content);
+        EXPECT_NE(Parse(), nullptr);
+        EXPECT_NE(ParseXml(ReadFrom(content)), nullptr);
+        EXPECT_THAT(Reported(), IsEmpty());
+    }
+
+    static constexpr const char* kAttributes =
+        "an element has more than 1,000 attributes and namespaces";
+    static constexpr const char* kDeclarations =
+        "its document type has more than 32 KiB of declarations";
+    static constexpr const char* kEntityBytes = "its entities expand to more than 10,000,000 bytes";
+};
+
+// An element with attributes of different names.
+std::string ComposeElement(int attributes) {
+    return "<v" + RepeatNames(" ", "=''", attributes) + "/>";
+}
+
+// libxml2 gets the element in different parts.
+TEST_F(XmlInputLimitTest, ReadsThousandAttributes) {
+    for (std::size_t i = 0; i < 4'000; i += 200) {
+        ExpectDocument("<r>" + Repeat(" ", i) + ComposeElement(1'000) + "</r>");
+    }
+}
+
+TEST_F(XmlInputLimitTest, RejectsMoreThanThousandAttributes) {
+    for (std::size_t i = 0; i < 4'000; i += 200) {
+        const std::string content = "<r>" + Repeat(" ", i) + ComposeElement(1'001) + "</r>";
+        EXPECT_EQ(ParseXml(ReadFrom(content)), nullptr) << i;
+    }
+    ExpectRejection("<r>" + ComposeElement(1'001) + "</r>", kAttributes);
+}
+
+TEST_F(XmlInputLimitTest, RejectsHundredThousandAttributes) {
+    ExpectRejection("<r>" + ComposeElement(100'000) + "</r>", kAttributes);
+}
+
+TEST_F(XmlInputLimitTest, RejectsManyNamespacesOfElement) {
+    ExpectRejection("<r><v" + RepeatNames(" xmlns:", "='u'", 30'000) + "/></r>", kAttributes);
+}
+
+TEST_F(XmlInputLimitTest, RejectsManyNamespacesInScope) {
+    const std::string element = "<v" + RepeatNames(" xmlns:", "='u'", 100) + ">";
+    ExpectRejection("<r>" + Repeat(element, 200) + Repeat("<unknown:a/>", 100'000), kAttributes);
+}
+
+TEST_F(XmlInputLimitTest, RejectsManyAttributesInEntity) {
+    ExpectRejection("<!DOCTYPE r [<!ENTITY e \"" + ComposeElement(100'000) + "\">]><r>&e;</r>",
+                    kDeclarations);
+}
+
+// The declaration of default attributes, and elements that have them.
+std::string ComposeDefaults(int attributes) {
+    return "<!ATTLIST v" + RepeatNames(" ", " CDATA ''", attributes) + ">";
+}
+std::string ComposeElements() {
+    return "<r>" + Repeat("<v/>", 25'000) + "</r>";
+}
+
+TEST_F(XmlInputLimitTest, RejectsManyAttributeDeclarations) {
+    ExpectRejection("<!DOCTYPE r [" + ComposeDefaults(2'000) + "]>" + ComposeElements(),
+                    "its document type declares more than 1,000 attributes");
+}
+
+TEST_F(XmlInputLimitTest, RejectsManyDefaultAttributes) {
+    ExpectRejection("<!DOCTYPE r [" + ComposeDefaults(500) + "]>" + ComposeElements(),
+                    "its elements have too many default attributes");
+}
+
+TEST_F(XmlInputLimitTest, ReadsSomeDefaultAttributes) {
+    ExpectDocument("<!DOCTYPE r [" + ComposeDefaults(50) + "]>" + ComposeElements());
+}
+
+// libxml2 reports declarations only before the error.
+TEST_F(XmlInputLimitTest, StopsDocumentTypeAfterError) {
+    const std::string error = "<!ENTITY e '&;'>";
+    ExpectError("<!DOCTYPE r [" + error + ComposeDefaults(2'000) + "]>" + ComposeElements());
+    ExpectError("<!DOCTYPE r [<!ENTITY % p \"" + ComposeDefaults(1'000) + "\">" + error + "%p;]>" +
+                ComposeElements());
+}
+
+// A declaration of an attribute whose value is one of many names.
+std::string ComposeEnumeration(int names) {
+    return "<!ATTLIST v a (x" + RepeatNames("|", "", names) + ") #IMPLIED>";
+}
+
+TEST_F(XmlInputLimitTest, RejectsLargeEnumeration) {
+    ExpectRejection("<!DOCTYPE r [" + ComposeEnumeration(50'000) + "]><r/>", kDeclarations);
+}
+
+TEST_F(XmlInputLimitTest, RejectsLargeEnumerationOfNotations) {
+    ExpectRejection("<!DOCTYPE r [<!ATTLIST v a NOTATION (x" + RepeatNames("|", "", 50'000) +
+                        ") #IMPLIED>]><r/>",
+                    kDeclarations);
+}
+
+TEST_F(XmlInputLimitTest, RejectsRepeatedEnumerationOfParameterEntity) {
+    ExpectRejection("<!DOCTYPE r [<!ENTITY % p '" + ComposeEnumeration(6'000) + "'>" +
+                        Repeat("%p;", 30) + "]><r/>",
+                    kDeclarations);
+}
+
+TEST_F(XmlInputLimitTest, RejectsEntityThatIsParsedAgain) {
+    ExpectRejection("<!DOCTYPE r [<!ENTITY e '" + Repeat("x", 100'000) +
+                        "'><!ATTLIST r a CDATA '&e;'>]><r>" + Repeat("&e;", 30'000) + "</r>",
+                    kEntityBytes);
+}
+
+// Each text is longer than all limits of declarations, and libxml2 reads it in linear time.
+TEST_F(XmlInputLimitTest, ReadsLongTexts) {
+    const std::string text = Repeat("0123456789", 100'000);
+    for (const std::string& content : {
+             "<r><v>" + text + "</v></r>",
+             "<r><v><![CDATA[" + text + "]]></v></r>",
+             "<r><v a='" + text + "' b='" + text + "'/></r>",
+             "<r><!--" + text + "--><?p " + text + "?></r>",
+             "<!DOCTYPE r [<!--" + text + "--><?p " + text + "?><!ENTITY e '" + text + "'>]><r/>",
+             "<!DOCTYPE r [<!ATTLIST r a CDATA '" + text + "'>]><r/>",
+         }) {
+        ExpectDocument(content);
+    }
 }
 
 TEST_F(XmlInputTest, IgnoresExternalEntities) {
