@@ -15,7 +15,6 @@
 #include <vector>
 
 #include "lifecycle/owner.h"
-#include "lifecycle/runtime_folder.h"
 #include "runs/printable.h"
 #include "runs/runs.h"
 #include "view/child.h"
@@ -92,11 +91,11 @@ bool IsAcceptable(const runs::Run& run, bool force) {
 // Sends the launch request. Waits for an owner that still starts. Returns whether the application
 // has received the request.
 bool HandOver(const std::string& folder, const desktop::KeyValues& request) {
-    const auto deadline = std::chrono::steady_clock::now() + kOwnerTimeout;
-    auto reply = desktop::SendToOwner(folder, request, kOwnerTimeout);
-    while (reply == desktop::Reply::kNoOwner && std::chrono::steady_clock::now() < deadline) {
+    const auto deadline = desktop::Clock::now() + kOwnerTimeout;
+    auto reply = desktop::SendToOwner(folder, request, deadline);
+    while (reply == desktop::Reply::kNoOwner && desktop::Clock::now() < deadline) {
         std::this_thread::sleep_for(kRetryInterval);
-        reply = desktop::SendToOwner(folder, request, kOwnerTimeout);
+        reply = desktop::SendToOwner(folder, request, deadline);
     }
     return reply == desktop::Reply::kAccepted;
 }

@@ -1,26 +1,23 @@
 #include "lifecycle/display.h"
 
 #include <fcntl.h>
-#include <poll.h>
 #include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 #include <wayland-client-core.h>
 #include <xcb/xcb.h>
 
-#include <algorithm>
 #include <array>
 #include <chrono>
 #include <csignal>
 #include <cstdlib>
-#include <ctime>
 #include <string_view>
+
+#include "lifecycle/owner.h"
 
 namespace quorvel::desktop {
 
 namespace {
-
-using Clock = std::chrono::steady_clock;
 
 // How long the displays may take to answer.
 constexpr std::chrono::milliseconds kTimeout{1000};
@@ -66,17 +63,10 @@ bool ConnectToX() {
     _exit(success ? 0 : 1);
 }
 
-// Returns whether a byte arrives before the deadline. Signals wait until then.
+// Returns whether a byte arrives before the deadline.
 bool ReceivesByte(int pipe, Clock::time_point deadline) {
-    sigset_t all;
-    sigfillset(&all);
-    const std::chrono::nanoseconds left =
-        std::max(deadline - Clock::now(), Clock::duration::zero());
-    const timespec timeout{left / std::chrono::seconds(1),
-                           (left % std::chrono::seconds(1)).count()};
-    pollfd waiting{pipe, POLLIN, 0};
     char byte = 0;
-    return ppoll(&waiting, 1, &timeout, &all) == 1 && read(pipe, &byte, 1) == 1;
+    return AwaitInput(pipe, deadline) && read(pipe, &byte, 1) == 1;
 }
 
 // One attempt to connect to a display. A display that does not answer blocks connect for minutes,

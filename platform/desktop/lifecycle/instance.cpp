@@ -6,19 +6,16 @@
 
 #include <cerrno>
 #include <cstring>
-#include <optional>
 #include <thread>
 #include <utility>
 
 #include "lifecycle/owner.h"
-#include "lifecycle/protocol.h"
 #include "log/log.h"
 
 namespace quorvel::desktop {
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
 using std::chrono::milliseconds;
 
 // Time between two attempts while the owner starts or shuts down.
@@ -33,8 +30,7 @@ std::string NameOf(pid_t owner) {
 std::optional<Instance::Claim> HandOver(const std::string& folder, const KeyValues& request,
                                         Clock::time_point deadline) {
     pid_t owner = 0;
-    const auto left = std::chrono::ceil<milliseconds>(deadline - Clock::now());
-    const Reply reply = SendToOwner(folder, request, left, &owner);
+    const Reply reply = SendToOwner(folder, request, deadline, &owner);
     if (reply == Reply::kAccepted) {
         return Instance::Claim::kHandedOver;
     }
@@ -58,23 +54,23 @@ Instance::~Instance() {
     }
 }
 
-Instance::Lock Instance::m_TryLock() {
+std::optional<Instance::Claim> Instance::m_TryLock() {
     const std::string path = LockPath(m_Folder);
     const int file = open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600);
     if (file >= 0 && flock(file, LOCK_EX | LOCK_NB) == 0) {
         m_LockFile = file;
         WriteOwner(m_Folder, {getpid(), m_Files, m_Path});
-        return Lock::kTaken;
+        return Claim::kOwner;
     }
     const int error = errno;
     if (file >= 0) {
         close(file);
     }
     if (error == EWOULDBLOCK || error == EINTR) {
-        return Lock::kHeldByOther;
+        return std::nullopt;
     }
     LogError("cannot lock " + path + ": " + std::strerror(error));
-    return Lock::kFailed;
+    return Claim::kFailed;
 }
 
 bool Instance::m_OwnerShowsOtherFiles() const {
@@ -95,9 +91,8 @@ Instance::Claim Instance::ClaimOrHandOver(const KeyValues& request, milliseconds
     }
     const Clock::time_point deadline = Clock::now() + timeout;
     for (;; std::this_thread::sleep_for(kRetryInterval)) {
-        const Lock lock = m_TryLock();
-        if (lock != Lock::kHeldByOther) {
-            return lock == Lock::kTaken ? Claim::kOwner : Claim::kFailed;
+        if (const auto claim = m_TryLock()) {
+            return *claim;
         }
         if (request.empty() && m_OwnerShowsOtherFiles()) {
             return Claim::kFailed;

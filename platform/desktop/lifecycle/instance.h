@@ -2,6 +2,7 @@
 #define QUORVEL_PLATFORM_DESKTOP_LIFECYCLE_INSTANCE_H_
 
 #include <chrono>
+#include <optional>
 #include <string>
 
 #include "lifecycle/launch_request.h"
@@ -33,8 +34,8 @@ public:
     Claim ClaimOrHandOver(const KeyValues& request, std::chrono::milliseconds timeout);
 
 private:
-    enum class Lock { kTaken, kHeldByOther, kFailed };
-    Lock m_TryLock();
+    // Returns no value when another process holds the lock.
+    std::optional<Claim> m_TryLock();
     // Returns whether the owner shows other result files. Logs an error if so.
     bool m_OwnerShowsOtherFiles() const;
 

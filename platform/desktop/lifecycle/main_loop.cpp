@@ -21,7 +21,6 @@
 #include "lifecycle/launch_request.h"
 #include "lifecycle/owner.h"
 #include "lifecycle/request_server.h"
-#include "lifecycle/runtime_folder.h"
 #include "log/log.h"
 #include "log_copy/log_copy.h"
 #include "paths.h"

@@ -3,21 +3,21 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <sys/file.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
 #include <csignal>
+#include <cstdlib>
+#include <cstring>
 #include <fstream>
 #include <thread>
-
-#include "lifecycle/protocol.h"
 
 namespace quorvel::desktop {
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
 using std::chrono::milliseconds;
 
 // Time between two attempts to take the lock of an owner that shuts down.
@@ -44,7 +44,7 @@ public:
         if (!m_IsConnected || send(m_Socket, message.data(), message.size(), MSG_NOSIGNAL) < 0) {
             return Reply::kNoOwner;
         }
-        if (!m_AwaitAnswer(deadline)) {
+        if (!AwaitInput(m_Socket, deadline)) {
             return Reply::kTimeout;
         }
         char answer = 0;
@@ -58,16 +58,6 @@ public:
     pid_t Process() const { return m_IsConnected ? PeerCredentials(m_Socket).pid : 0; }
 
 private:
-    bool m_AwaitAnswer(Clock::time_point deadline) const {
-        pollfd waiting{m_Socket, POLLIN, 0};
-        int ready = 0;
-        do {
-            const auto left = std::chrono::ceil<milliseconds>(deadline - Clock::now());
-            ready = poll(&waiting, 1, std::max(0, static_cast<int>(left.count())));
-        } while (ready < 0 && errno == EINTR);
-        return ready > 0;
-    }
-
     int m_Socket;
     bool m_IsConnected;
 };
@@ -84,7 +74,62 @@ bool TryLock(const std::string& folder) {
     return isFree;
 }
 
+// Bytes for the longest file name in the folder, with its slash and zero byte.
+constexpr std::size_t kNameBytes = 16;
+
+// Returns an absolute path from the environment, or an empty string.
+std::string PathFromEnvironment(const char* variable) {
+    const char* value = std::getenv(variable);
+    return value != nullptr && value[0] == '/' ? value : "";
+}
+
+// lstat does not follow a symbolic link that another user has created.
+bool IsPrivate(const std::string& folder) {
+    struct stat status {};
+    return lstat(folder.c_str(), &status) == 0 && S_ISDIR(status.st_mode) &&
+           status.st_uid == geteuid() && (status.st_mode & (S_IRWXG | S_IRWXO)) == 0;
+}
+
+bool CreatePrivate(const std::string& folder, std::string& why) {
+    if (folder.size() + kNameBytes > sizeof(sockaddr_un::sun_path)) {
+        why = folder + ": path too long for a socket; set TMPDIR to a shorter path";
+        return false;
+    }
+    if (mkdir(folder.c_str(), S_IRWXU) != 0 && errno != EEXIST) {
+        why = "cannot create " + folder + ": " + std::strerror(errno);
+        return false;
+    }
+    if (!IsPrivate(folder)) {
+        why = folder + ": not a private folder of this user; remove it or set XDG_RUNTIME_DIR";
+        return false;
+    }
+    return true;
+}
+
+std::string TemporaryFolder() {
+    const std::string chosen = PathFromEnvironment("TMPDIR");
+    return chosen.empty() ? "/tmp" : chosen;
+}
+
+// cron and ssh may not set the variable, although the folder exists while the user has a session.
+std::string SessionFolder(const std::string& sessions) {
+    const char* chosen = std::getenv("XDG_RUNTIME_DIR");
+    if (chosen == nullptr || chosen[0] == '\0') {
+        return sessions + "/" + std::to_string(geteuid());
+    }
+    return PathFromEnvironment("XDG_RUNTIME_DIR");
+}
+
 }  // namespace
+
+std::string RuntimeFolder(std::string& why, const std::string& sessions) {
+    const std::string session = SessionFolder(sessions);
+    if (IsPrivate(session) && CreatePrivate(session + "/quorvel", why)) {
+        return session + "/quorvel";
+    }
+    const std::string fallback = TemporaryFolder() + "/quorvel-" + std::to_string(geteuid());
+    return CreatePrivate(fallback, why) ? fallback : std::string();
+}
 
 std::string LockPath(const std::string& folder) {
     return folder + "/lock";
@@ -115,9 +160,8 @@ std::optional<Owner> FindOwner(const std::string& folder) {
     return isHeld ? ReadOwner(folder) : std::nullopt;
 }
 
-Reply SendToOwner(const std::string& folder, const KeyValues& request, milliseconds timeout,
+Reply SendToOwner(const std::string& folder, const KeyValues& request, Clock::time_point deadline,
                   pid_t* process) {
-    const Clock::time_point deadline = Clock::now() + timeout;
     const Connection connection(folder);
     if (process != nullptr) {
         *process = connection.Process();
@@ -135,6 +179,32 @@ bool AwaitNoOwner(const std::string& folder, milliseconds timeout) {
         std::this_thread::sleep_for(kRetryInterval);
     }
     return true;
+}
+
+bool AwaitInput(int descriptor, Clock::time_point deadline) {
+    pollfd waiting{descriptor, POLLIN, 0};
+    const auto left = [deadline] {
+        return std::max<milliseconds>(std::chrono::ceil<milliseconds>(deadline - Clock::now()), {});
+    };
+    return TEMP_FAILURE_RETRY(poll(&waiting, 1, static_cast<int>(left().count()))) > 0;
+}
+
+int OpenSocket() {
+    return socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
+}
+
+sockaddr_un SocketAddress(const std::string& path) {
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    path.copy(static_cast<char*>(address.sun_path), sizeof(address.sun_path) - 1);
+    return address;
+}
+
+ucred PeerCredentials(int socket) {
+    ucred peer{0, static_cast<uid_t>(-1), static_cast<gid_t>(-1)};
+    socklen_t size = sizeof(peer);
+    getsockopt(socket, SOL_SOCKET, SO_PEERCRED, &peer, &size);
+    return peer;
 }
 
 }  // namespace quorvel::desktop

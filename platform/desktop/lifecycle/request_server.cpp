@@ -8,7 +8,7 @@
 #include <optional>
 #include <utility>
 
-#include "lifecycle/protocol.h"
+#include "lifecycle/owner.h"
 #include "log/log.h"
 
 namespace quorvel::desktop {

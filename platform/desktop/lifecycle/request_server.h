@@ -12,7 +12,7 @@
 
 namespace quorvel::desktop {
 
-// Receives the launch requests of second programs on the owner's socket, see protocol.h. Rejects an
+// Receives the launch requests of second programs on the owner's socket, see owner.h. Rejects an
 // unexpected sender or message and logs one line.
 // Ecore_Con is not used for three reasons: it logs an error for each socket that it opens, it lets
 // other users write to the socket, and it loses the message of a sender that exits at once.

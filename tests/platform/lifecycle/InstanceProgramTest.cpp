@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "lifecycle/protocol.h"
+#include "lifecycle/owner.h"
 #include "platform/fixtures/RecordedApp.h"
 #include "platform/fixtures/Socket.h"
 

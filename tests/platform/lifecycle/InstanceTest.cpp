@@ -11,7 +11,6 @@
 #include <thread>
 
 #include "lifecycle/owner.h"
-#include "lifecycle/protocol.h"
 #include "platform/fixtures/LoggedLines.h"
 #include "platform/fixtures/PrivateFolders.h"
 #include "platform/fixtures/Socket.h"

@@ -9,7 +9,6 @@
 #include <thread>
 
 #include "lifecycle/instance.h"
-#include "lifecycle/protocol.h"
 #include "platform/fixtures/PrivateFolders.h"
 #include "platform/fixtures/Socket.h"
 
@@ -45,7 +44,7 @@ TEST_F(OwnerTest, ReturnsTheOwnerWhileItHoldsTheLock) {
 
 TEST_F(OwnerTest, ReportsMissingOwner) {
     pid_t process = -1;
-    EXPECT_EQ(SendToOwner(m_Folder, {}, kLongTimeout, &process), Reply::kNoOwner);
+    EXPECT_EQ(SendToOwner(m_Folder, {}, Clock::now() + kLongTimeout, &process), Reply::kNoOwner);
     EXPECT_EQ(process, 0);
 }
 
@@ -57,7 +56,8 @@ TEST_F(OwnerTest, ReturnsTheAnswerAndTheProcess) {
         client.Send(std::string(1, kAcceptedAnswer));
     });
     pid_t process = 0;
-    EXPECT_EQ(SendToOwner(m_Folder, {{"A", "1"}}, kLongTimeout, &process), Reply::kAccepted);
+    EXPECT_EQ(SendToOwner(m_Folder, {{"A", "1"}}, Clock::now() + kLongTimeout, &process),
+              Reply::kAccepted);
     answering.join();
     EXPECT_EQ(process, getpid());
 }
@@ -68,6 +68,27 @@ TEST_F(OwnerTest, WaitsUntilTheLockIsReleased) {
     std::thread ending([&instance] { instance.reset(); });
     EXPECT_TRUE(AwaitNoOwner(m_Folder, kLongTimeout));
     ending.join();
+}
+
+TEST(OwnerSocketTest, KeepsZeroByteAfterLongPath) {
+    const sockaddr_un address = SocketAddress(std::string(200, 'x'));
+    EXPECT_EQ(address.sun_family, AF_UNIX);
+    EXPECT_EQ(address.sun_path, std::string(sizeof(address.sun_path) - 1, 'x'));
+}
+
+TEST(OwnerSocketTest, ReturnsPeerOfConnection) {
+    int ends[2] = {-1, -1};
+    ASSERT_EQ(socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends), 0);
+    const ucred peer = PeerCredentials(ends[0]);
+    EXPECT_EQ(peer.pid, getpid());
+    EXPECT_EQ(peer.uid, geteuid());
+    close(ends[0]);
+    close(ends[1]);
+}
+
+TEST(OwnerSocketTest, ReturnsNoPeerWithoutConnection) {
+    EXPECT_EQ(PeerCredentials(-1).pid, 0);
+    EXPECT_EQ(PeerCredentials(-1).uid, static_cast<uid_t>(-1));
 }
 
 }  // namespace

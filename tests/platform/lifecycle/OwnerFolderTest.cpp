@@ -1,4 +1,4 @@
-#include "lifecycle/runtime_folder.h"
+#include "lifecycle/owner.h"
 
 #include <gmock/gmock.h>
 #include <sys/stat.h>
@@ -17,7 +17,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-class RuntimeFolderTest : public testing::Test {
+class OwnerFolderTest : public testing::Test {
 protected:
     void SetMode(const fs::path& folder, mode_t mode) const {
         ASSERT_EQ(chmod(folder.c_str(), mode), 0);
@@ -47,20 +47,20 @@ protected:
     std::string m_Why;
 };
 
-TEST_F(RuntimeFolderTest, UsesSessionFolder) {
+TEST_F(OwnerFolderTest, UsesSessionFolder) {
     EXPECT_EQ(Folder(), m_Session / "quorvel");
     EXPECT_EQ(ModeOf(m_Session / "quorvel"), 0700);
     EXPECT_EQ(Folder(), m_Session / "quorvel") << "existing folder";
 }
 
-TEST_F(RuntimeFolderTest, UsesTemporaryFolderWithoutSession) {
+TEST_F(OwnerFolderTest, UsesTemporaryFolderWithoutSession) {
     const ScopedVariable unset("XDG_RUNTIME_DIR", {});
     EXPECT_EQ(Folder(), m_Fallback);
     EXPECT_EQ(ModeOf(m_Fallback), 0700);
 }
 
 // A program that cron or ssh starts must find the owner on the user's screen.
-TEST_F(RuntimeFolderTest, FindsSessionFolderWithoutVariable) {
+TEST_F(OwnerFolderTest, FindsSessionFolderWithoutVariable) {
     const fs::path session = CreateSystemFolder();
     const ScopedVariable unset("XDG_RUNTIME_DIR", {});
     EXPECT_EQ(Folder(), session / "quorvel");
@@ -69,14 +69,14 @@ TEST_F(RuntimeFolderTest, FindsSessionFolderWithoutVariable) {
     EXPECT_EQ(Folder(), m_Fallback);
 }
 
-TEST_F(RuntimeFolderTest, PrefersVariableToSystemFolder) {
+TEST_F(OwnerFolderTest, PrefersVariableToSystemFolder) {
     CreateSystemFolder();
     EXPECT_EQ(Folder(), m_Session / "quorvel");
     SetMode(m_Session, 0770);
     EXPECT_EQ(Folder(), m_Fallback);
 }
 
-TEST_F(RuntimeFolderTest, IgnoresSystemFolderOfOtherUser) {
+TEST_F(OwnerFolderTest, IgnoresSystemFolderOfOtherUser) {
     const fs::path session = CreateSystemFolder();
     if (chown(session.c_str(), kOtherUser, kOtherUser) != 0) {
         GTEST_SKIP() << "only root can change the owner of a folder";
@@ -85,26 +85,26 @@ TEST_F(RuntimeFolderTest, IgnoresSystemFolderOfOtherUser) {
     EXPECT_EQ(Folder(), m_Fallback);
 }
 
-TEST_F(RuntimeFolderTest, IgnoresRelativeOrMissingSessionFolder) {
+TEST_F(OwnerFolderTest, IgnoresRelativeOrMissingSessionFolder) {
     const ScopedVariable relative("XDG_RUNTIME_DIR", "run");
     EXPECT_EQ(Folder(), m_Fallback);
     const ScopedVariable missing("XDG_RUNTIME_DIR", m_Folders.Root() / "missing");
     EXPECT_EQ(Folder(), m_Fallback);
 }
 
-TEST_F(RuntimeFolderTest, IgnoresSessionFolderOpenToOthers) {
+TEST_F(OwnerFolderTest, IgnoresSessionFolderOpenToOthers) {
     SetMode(m_Session, 0770);
     EXPECT_EQ(Folder(), m_Fallback);
 }
 
-TEST_F(RuntimeFolderTest, IgnoresSessionFolderOfOtherUser) {
+TEST_F(OwnerFolderTest, IgnoresSessionFolderOfOtherUser) {
     if (chown(m_Session.c_str(), kOtherUser, kOtherUser) != 0) {
         GTEST_SKIP() << "only root can change the owner of a folder";
     }
     EXPECT_EQ(Folder(), m_Fallback);
 }
 
-TEST_F(RuntimeFolderTest, IgnoresPathTooLongForSocket) {
+TEST_F(OwnerFolderTest, IgnoresPathTooLongForSocket) {
     const fs::path session = m_Session / std::string(80, 'x');
     fs::create_directory(session);
     SetMode(session, 0700);
@@ -112,7 +112,7 @@ TEST_F(RuntimeFolderTest, IgnoresPathTooLongForSocket) {
     EXPECT_EQ(Folder(), m_Fallback);
 }
 
-TEST_F(RuntimeFolderTest, RejectsTemporaryFolderOpenToOthers) {
+TEST_F(OwnerFolderTest, RejectsTemporaryFolderOpenToOthers) {
     const ScopedVariable unset("XDG_RUNTIME_DIR", {});
     fs::create_directory(m_Fallback);
     SetMode(m_Fallback, 0777);
@@ -120,13 +120,13 @@ TEST_F(RuntimeFolderTest, RejectsTemporaryFolderOpenToOthers) {
     EXPECT_THAT(m_Why, HasSubstr(m_Fallback.string()));
 }
 
-TEST_F(RuntimeFolderTest, RejectsSymbolicLinkAsTemporaryFolder) {
+TEST_F(OwnerFolderTest, RejectsSymbolicLinkAsTemporaryFolder) {
     const ScopedVariable unset("XDG_RUNTIME_DIR", {});
     fs::create_directory_symlink(m_Session, m_Fallback);
     EXPECT_THAT(Folder(), IsEmpty());
 }
 
-TEST_F(RuntimeFolderTest, RejectsTemporaryFolderOfOtherUser) {
+TEST_F(OwnerFolderTest, RejectsTemporaryFolderOfOtherUser) {
     const ScopedVariable unset("XDG_RUNTIME_DIR", {});
     fs::create_directory(m_Fallback);
     SetMode(m_Fallback, 0700);
