@@ -5,7 +5,6 @@
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
-#include <string_view>
 #include <system_error>
 #include <vector>
 
@@ -13,36 +12,31 @@ namespace quorvel::desktop {
 
 namespace {
 
-constexpr std::string_view kHighContrast = "high-contrast";
+constexpr const char* kHighContrast = "high-contrast";
 
 std::string ChosenTheme() {
     const char* theme = std::getenv("QUORVEL_THEME");
     return theme == nullptr ? "" : theme;
 }
 
-// The folders of resources of all themes in the order of the search, each with a slash at the end.
-std::vector<std::string> CommonFolders() {
+// The folders of resources in the order of the search, each with a slash at the end.
+std::vector<std::string> Folders() {
     std::vector<std::string> folders;
+    const auto add = [&folders](const std::string& folder) {
+        if (ChosenTheme() == kHighContrast) {
+            folders.push_back(folder + kHighContrast + "/");
+        }
+        folders.push_back(folder);
+    };
     const char* chosen = std::getenv("QUORVEL_RESOURCES");
     if (chosen != nullptr && chosen[0] != '\0') {
-        folders.push_back(std::string(chosen) + "/");
+        add(std::string(chosen) + "/");
     }
     std::error_code error;
     const auto program = std::filesystem::read_symlink("/proc/self/exe", error).parent_path();
     if (!error) {
-        folders.push_back(program / "resources/");
-        folders.push_back(program.parent_path() / "share/quorvel/resources/");
-    }
-    return folders;
-}
-
-std::vector<std::string> Folders() {
-    std::vector<std::string> folders;
-    for (const std::string& folder : CommonFolders()) {
-        if (ChosenTheme() == kHighContrast) {
-            folders.push_back(folder + std::string(kHighContrast) + "/");
-        }
-        folders.push_back(folder);
+        add(program / "resources/");
+        add(program.parent_path() / "share/quorvel/resources/");
     }
     return folders;
 }
@@ -59,7 +53,7 @@ std::string FindResource(const std::string& relativePath) {
     std::string path;
     for (const std::string& folder : Folders()) {
         path = folder + relativePath;
-        // access() would also find photos, see photo_access.cpp.
+        // access() would also find photos, see toolkit/image_file.cpp.
         if (std::filesystem::exists(path, error)) {
             break;
         }

@@ -1,11 +1,17 @@
-// Limits the files that the toolkit opens as the picture of an image widget. The path of a photo
-// comes from a result file and can be any text. The link option --wrap leads the application's
-// calls of elm_image_file_set to this file. Main-loop thread.
+// The files of the pictures that the application shows. The path of a photo comes from a result
+// file and can be any text. The photo in the data folder replaces a photo whose path leads
+// elsewhere: the data folder of quorvel-view and a restored capture contain such photos. A mount at
+// the path of each photo would need a mount point there, which a user cannot create, and which
+// would be visible to all processes where namespaces are not permitted. The link option --wrap
+// leads the application's calls of elm_image_file_set and access to this file. elm_image_file_set:
+// main-loop thread; access: any thread.
 
 #include <Elementary.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <string>
+#include <string_view>
 
 #include "paths.h"
 #include "photos.h"
@@ -21,8 +27,8 @@ bool IsAbsolutePathOfRegularFile(const char* path) {
     return path[0] == '/' && stat(path, &status) == 0 && S_ISREG(status.st_mode);
 }
 
-// Returns the photo in the data folder for a path outside the folder, see photo_access.cpp; else
-// the path itself. A resource has its own path.
+// Returns the photo in the data folder if the path names one, else the path itself. A resource has
+// its own path.
 std::string FindPicture(const std::string& path) {
     const std::string photo = IsResource(path) ? "" : FindPhoto(DataFolder(), path);
     return photo.empty() ? path : photo;
@@ -32,7 +38,7 @@ std::string FindPicture(const std::string& path) {
 
 }  // namespace quorvel::desktop
 
-// The linker's names: __wrap_ replaces the application's call, __real_ is the toolkit's function.
+// The linker's names: __wrap_ replaces the application's call, __real_ is the original function.
 // NOLINTBEGIN(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp)
 extern "C" Eina_Bool __real_elm_image_file_set(Evas_Object* image, const char* file,
                                                const char* group);
@@ -49,5 +55,18 @@ Eina_Bool __wrap_elm_image_file_set(Evas_Object* image, const char* file, const 
     return quorvel::desktop::IsAbsolutePathOfRegularFile(picture.c_str())
                ? __real_elm_image_file_set(image, picture.c_str(), group)
                : EINA_FALSE;
+}
+
+extern "C" int __real_access(const char* path, int mode);
+extern "C" int __wrap_access(const char* path, int mode);
+
+// Also succeeds for a photo that is found in the data folder. The application's other files are in
+// the data folder and are checked as they are.
+int __wrap_access(const char* path, int mode) {
+    using namespace quorvel::desktop;  // NOLINT(google-build-using-namespace): C function
+    const std::string data = DataFolder() + "/";
+    const bool isPhoto = mode == F_OK && std::string_view(path).substr(0, data.size()) != data &&
+                         !FindPhoto(DataFolder(), path).empty();
+    return isPhoto ? 0 : __real_access(path, mode);
 }
 // NOLINTEND(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp)
