@@ -48,6 +48,10 @@ std::string DataFolder() {
     return "/opt/usr/home/owner/apps_rw/org.tizen.quorvel/data";
 }
 
+bool IsResultFile(const std::string& name) {
+    return name == kMainResultFile || name == kRnscResultFile;
+}
+
 std::string FolderIdentity(const std::string& path) {
     struct stat status {};
     if (stat(path.c_str(), &status) != 0) {

@@ -14,6 +14,9 @@ std::string DataFolder();
 constexpr const char* kMainResultFile = "qelXml.xml";
 constexpr const char* kRnscResultFile = "qelRnscXml.xml";
 
+// Returns whether a file of this name is one of the two result files.
+bool IsResultFile(const std::string& name);
+
 // The name of the folder of a log copy begins so until the log copy is complete.
 constexpr const char* kUnfinishedPrefix = ".quorvel-unfinished-";
 

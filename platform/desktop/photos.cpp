@@ -19,10 +19,6 @@ namespace fs = std::filesystem;
 // How many folders of a shortened path are tried. The whole path is tried in any case.
 constexpr std::size_t kMaxShortenedParts = 8;
 
-bool IsResultFile(const std::string& name) {
-    return name == kMainResultFile || name == kRnscResultFile;
-}
-
 // Returns the components of the name without the data folder; empty for a name without a place.
 std::vector<std::string> SplitName(const std::string& name) {
     if (name.empty() || name[0] != '/' || name.size() >= PATH_MAX ||

@@ -247,7 +247,7 @@ private:
     }
 
     void m_TakeResultFile(Reader& reader, archive_entry* entry, const EntryName& name) {
-        if (!IsResultFile(name.name) || archive_entry_filetype(entry) == AE_IFDIR) {
+        if (!desktop::IsResultFile(name.name) || archive_entry_filetype(entry) == AE_IFDIR) {
             return;
         }
         Run& run = m_RunIn(name.folder);

@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <functional>
 #include <set>
 
 #include "QELXmlParser.h"
@@ -153,10 +154,8 @@ void Parse(Run& run, const std::string& folder, QELXmlParser& store) {
         const XmlProblems problems(run.files, folder);
         parsed = store.ParseFolder(folder);
     }
-    const auto isDamaged = [](const ResultFile& file) {
-        return file.state == FileState::kDamaged || file.state == FileState::kUnreadable;
-    };
-    if (!parsed && std::none_of(run.files.begin(), run.files.end(), isDamaged)) {
+    if (!parsed &&
+        std::none_of(run.files.begin(), run.files.end(), std::mem_fn(&ResultFile::HasProblem))) {
         // libxml2 has named no file.
         for (ResultFile& file : run.files) {
             if (file.state == FileState::kRead) {
@@ -174,11 +173,6 @@ std::string Identify(const struct stat& status) {
     return std::to_string(status.st_dev) + "." + std::to_string(status.st_ino) + "." +
            std::to_string(status.st_size) + "." + std::to_string(status.st_mtim.tv_sec) + "." +
            std::to_string(status.st_mtim.tv_nsec);
-}
-
-bool IsResultFile(const std::string& name) {
-    const Run run;
-    return name == run.files[0].name || name == run.files[1].name;
 }
 
 bool IsUnfinished(const std::string& name) {

@@ -10,9 +10,6 @@
 
 namespace quorvel::runs {
 
-// Returns whether a file of this name is one of the two result files.
-bool IsResultFile(const std::string& name);
-
 // Returns whether a folder of this name is a capture that is not complete. It may have only one of
 // the two result files.
 bool IsUnfinished(const std::string& name);

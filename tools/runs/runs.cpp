@@ -26,6 +26,16 @@ bool HasResultFiles(const std::string& folder) {
     });
 }
 
+Run ReadFolder(const std::string& path, Reading reading) {
+    Run run;
+    run.path = path;
+    run.folder = fs::absolute(path).lexically_normal();
+    if (reading == Reading::kNow) {
+        CheckRun(run);
+    }
+    return run;
+}
+
 // Searches folders level by level, so that a limit cuts off the deepest folders. Lives in FindRuns.
 class Search {
 public:
@@ -68,7 +78,7 @@ private:
                 break;
             }
             // The names of a folder may be readable although its files are not.
-            hasResultFiles = IsResultFile(entry->path().filename()) || hasResultFiles;
+            hasResultFiles = desktop::IsResultFile(entry->path().filename()) || hasResultFiles;
             m_Consider(*entry, folder.depth);
         }
         if (error) {
@@ -96,18 +106,6 @@ private:
         }
     }
 
-public:
-    static Run ReadFolder(const std::string& path, Reading reading) {
-        Run run;
-        run.path = path;
-        run.folder = fs::absolute(path).lexically_normal();
-        if (reading == Reading::kNow) {
-            CheckRun(run);
-        }
-        return run;
-    }
-
-private:
     Reading m_Reading;
     SearchResult m_Result;
     std::deque<Folder> m_Folders;
@@ -133,7 +131,7 @@ fs::path FindArchiveAbove(const fs::path& path) {
 SearchResult FindInsideArchive(const fs::path& archive, const fs::path& path,
                                const Limits& limits) {
     fs::path inner = path.lexically_normal().lexically_relative(archive.lexically_normal());
-    if (IsResultFile(inner.filename()) || inner.filename().empty()) {
+    if (desktop::IsResultFile(inner.filename()) || inner.filename().empty()) {
         inner = inner.parent_path();
     }
     SearchResult result = Search(limits, Reading::kNow).InArchive(archive);
@@ -160,8 +158,8 @@ SearchResult Find(const std::string& path, const Limits& limits, Reading reading
         result.failure = path + ": " + error.message();
     } else if (fs::is_directory(status)) {
         return Search(limits, reading).InFolder(path);
-    } else if (fs::is_regular_file(status) && IsResultFile(target.filename())) {
-        result.runs.push_back(Search::ReadFolder(target.parent_path(), reading));
+    } else if (fs::is_regular_file(status) && desktop::IsResultFile(target.filename())) {
+        result.runs.push_back(ReadFolder(target.parent_path(), reading));
     } else if (fs::is_regular_file(status) && IsArchive(target.filename())) {
         return Search(limits, reading).InArchive(path);
     } else {

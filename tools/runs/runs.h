@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "paths.h"
 #include "photos.h"
 #include "runs/temporary_folder.h"
 
@@ -28,6 +29,12 @@ struct ResultFile {
     FileState state = FileState::kMissing;
     std::string problem = {};  // the reason of kUnreadable and kDamaged, in one line
     int line = 0;              // the line of the problem in the file, or 0
+
+    bool HasProblem() const {
+        return state == FileState::kDamaged || state == FileState::kUnreadable;
+    }
+    // Returns whether the application can show a part of the file.
+    bool CanBeOpened() const { return state == FileState::kRead || state == FileState::kDamaged; }
 };
 
 // The photo that an "image" item names.
@@ -44,7 +51,8 @@ struct Run {
     std::shared_ptr<const TemporaryFolder> unpacked;
     // Changes when a result file or the archive changes or is replaced. One line.
     std::string identity;
-    std::array<ResultFile, 2> files = {ResultFile{"qelXml.xml"}, ResultFile{"qelRnscXml.xml"}};
+    std::array<ResultFile, 2> files = {ResultFile{desktop::kMainResultFile},
+                                       ResultFile{desktop::kRnscResultFile}};
     std::string serialNumber;
     std::string model;
     std::string startTime;     // the value of Summary, as the file has it; may be empty

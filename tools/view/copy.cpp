@@ -29,7 +29,7 @@ void CopyPhoto(const runs::Photo& photo, const fs::path& folder) {
 
 void CopyRun(const runs::Run& run, const std::string& folder) {
     for (const runs::ResultFile& file : run.files) {
-        if (file.state == runs::FileState::kRead || file.state == runs::FileState::kDamaged) {
+        if (file.CanBeOpened()) {
             fs::copy_file(run.folder + "/" + file.name, folder + "/" + file.name);
         }
     }

@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <exception>
 #include <filesystem>
+#include <functional>
 #include <optional>
 #include <string>
 #include <thread>
@@ -57,10 +58,6 @@ std::optional<runs::Run> ChooseRun(const Options& options, int& status) {
     return std::nullopt;
 }
 
-bool CanBeOpened(const runs::ResultFile& file) {
-    return file.state == runs::FileState::kRead || file.state == runs::FileState::kDamaged;
-}
-
 // The screen of such a run would look like the screen of a run without failures.
 void WarnOfMissingItems(const runs::Run& run, bool damaged) {
     if (run.items == 0) {
@@ -80,7 +77,8 @@ bool IsAcceptable(const runs::Run& run, bool force) {
         Report("nothing is shown; --force opens what can be read");
         return false;
     }
-    if (std::none_of(run.files.begin(), run.files.end(), CanBeOpened)) {
+    if (std::none_of(run.files.begin(), run.files.end(),
+                     std::mem_fn(&runs::ResultFile::CanBeOpened))) {
         Report(run.path + ": no result file can be read; nothing is shown");
         return false;
     }

@@ -41,10 +41,6 @@ std::string FormatTime(const runs::Run& run) {
     return text.data();
 }
 
-bool IsDamaged(const runs::ResultFile& file) {
-    return file.state == runs::FileState::kDamaged || file.state == runs::FileState::kUnreadable;
-}
-
 // Returns the number in the list on the screen, the name and the code of an item that cannot be
 // pressed; an empty text for another item.
 std::string DescribeMalformedCode(const QELXmlParser& store, QELAnalysisData& analysis,
@@ -126,7 +122,7 @@ void ReportSeveral(const std::string& path, const std::vector<runs::Run>& runs) 
     Report(path + ": " + std::to_string(runs.size()) +
            " runs found; choose one, or add --latest for the first of them");
     for (const runs::Run& run : runs) {
-        const bool damaged = IsDamaged(run.files[0]) || IsDamaged(run.files[1]);
+        const bool damaged = run.files[0].HasProblem() || run.files[1].HasProblem();
         const std::string serialNumber =
             run.serialNumber.empty() ? "-" : runs::Shorten(run.serialNumber, kMaxValueBytes);
         const std::string line = serialNumber + "  " + FormatTime(run) + "  " + run.path +
@@ -138,7 +134,7 @@ void ReportSeveral(const std::string& path, const std::vector<runs::Run>& runs) 
 bool ReportDamage(const runs::Run& run) {
     bool damaged = false;
     for (const runs::ResultFile& file : run.files) {
-        if (IsDamaged(file)) {
+        if (file.HasProblem()) {
             damaged = true;
             const std::string line = file.line > 0 ? ":" + std::to_string(file.line) : "";
             Report(run.path + "/" + file.name + line + ": " + file.problem);
