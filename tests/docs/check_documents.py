@@ -113,6 +113,4 @@ def check(root):
 
 
 if __name__ == "__main__":
-    found = list(check(Path(sys.argv[1])))
-    print("\n".join(found))
-    sys.exit(1 if found else 0)
+    sys.exit("\n".join(check(Path(sys.argv[1]))) or None)
