@@ -2,14 +2,15 @@
 
 #include <poll.h>
 #include <spdlog/details/os.h>
+#include <spdlog/fmt/fmt.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <array>
 #include <cerrno>
 #include <climits>
 #include <csignal>
 #include <cstdio>
+#include <iterator>
 #include <string>
 #include <string_view>
 #include <system_error>
@@ -67,12 +68,6 @@ std::size_t ControlBytesAt(std::string_view text, std::size_t index, bool contin
     return byte == 0xc2 && IsC1(ByteAt(text, index + 1)) ? 2 : 0;
 }
 
-std::string CodeOf(unsigned char byte) {
-    std::array<char, sizeof("\\xNN")> code{};
-    std::snprintf(code.data(), code.size(), "\\x%02x", byte);
-    return code.data();
-}
-
 // Replaces each byte of a control character by \xNN, since texts of a file must not control the
 // terminal.
 std::string EscapeControls(std::string_view text) {
@@ -84,7 +79,7 @@ std::string EscapeControls(std::string_view text) {
         const bool isControl = i < controlEnd;
         continues = !isControl && ByteAt(text, i) >= 0x80;
         if (isControl) {
-            escaped += CodeOf(ByteAt(text, i));
+            fmt::format_to(std::back_inserter(escaped), "\\x{:02x}", ByteAt(text, i));
         } else {
             escaped += text[i];
         }
@@ -116,12 +111,13 @@ LogTerminal::LogTerminal()
 }
 
 std::string LogTerminal::LinePattern() {
-    std::array<char, 64> pattern{};
-    std::snprintf(pattern.data(), pattern.size(), "%%L/%%-8n(%5d): %%v", getpid());
-    return pattern.data();
+    return fmt::format("%L/%-8n({:5}): %v", getpid());
 }
 
 void LogTerminal::Put(std::string_view line) {
+    const bool isPlain =
+        !m_IsColoured && std::none_of(line.begin(), line.end() - 1, MayBelongToControl);
+    const std::string composed = isPlain ? std::string() : m_Compose(line);
     const std::lock_guard<std::mutex> lock(m_Mutex);
     if (!m_HasThread) {
         return;
@@ -131,7 +127,7 @@ void LogTerminal::Put(std::string_view line) {
         return;
     }
     m_EnqueueNotice();
-    m_Enqueue(line);
+    m_Enqueue(isPlain ? line : composed);
     if (std::exchange(m_IsWaiting, false)) {
         m_Changed.notify_all();
     }
@@ -179,42 +175,26 @@ void LogTerminal::m_Run() {
     }
 }
 
-void LogTerminal::m_WriteAll(std::string_view lines) {
-    std::string block;
-    std::size_t queuedBytes = 0;
-    while (!lines.empty()) {
-        const std::size_t size = lines.find('\n') + 1;
-        const std::string_view line = lines.substr(0, size - 1);
-        const bool isPlain =
-            !m_IsColoured && std::none_of(line.begin(), line.end(), MayBelongToControl);
-        const std::string composed = isPlain ? std::string() : m_Compose(line);
-        const std::string_view text = isPlain ? lines.substr(0, size) : composed;
-        if (!block.empty() && block.size() + text.size() > kMaxBlockBytes) {
-            m_WriteBlock(block, std::exchange(queuedBytes, 0));
-            block.clear();
-        }
-        block += text;
-        queuedBytes += size;
-        lines.remove_prefix(size);
-    }
-    m_WriteBlock(block, queuedBytes);
-}
-
 // Writes whole lines with one call, so that other programs cannot write into a line.
-void LogTerminal::m_WriteBlock(const std::string& block, std::size_t queuedBytes) {
-    WriteToTerminal(block);
-    const std::lock_guard<std::mutex> lock(m_Mutex);
-    m_QueuedBytes -= queuedBytes;
-    m_Changed.notify_all();
+void LogTerminal::m_WriteAll(std::string_view lines) {
+    while (!lines.empty()) {
+        std::size_t end = lines.rfind('\n', kMaxBlockBytes - 1);
+        if (end == std::string_view::npos) {
+            end = lines.find('\n');
+        }
+        const std::size_t size = end + 1;
+        WriteToTerminal(lines.substr(0, size));
+        lines.remove_prefix(size);
+        const std::lock_guard<std::mutex> lock(m_Mutex);
+        m_QueuedBytes -= size;
+        m_Changed.notify_all();
+    }
 }
 
 std::string LogTerminal::m_Compose(std::string_view line) const {
-    std::string text = EscapeControls(line);
-    if (m_IsColoured) {
-        text.insert(0, ColourOf(line.front()));
-        text.append(kColourEnd);
-    }
-    return text.append(1, '\n');
+    line.remove_suffix(1);
+    const std::string text = EscapeControls(line);
+    return m_IsColoured ? ColourOf(line.front()) + text + kColourEnd + "\n" : text + "\n";
 }
 
 void LogTerminal::m_Enqueue(std::string_view line) {
@@ -227,7 +207,7 @@ void LogTerminal::m_EnqueueNotice() {
         const std::string text = std::to_string(std::exchange(m_Omitted, 0)) + " lines omitted";
         spdlog::memory_buf_t notice;
         m_Formatter.format({"quorvel", spdlog::level::warn, text}, notice);
-        m_Enqueue({notice.data(), notice.size()});
+        m_Enqueue(m_Compose({notice.data(), notice.size()}));
     }
 }
 

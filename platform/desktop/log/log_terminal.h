@@ -37,7 +37,6 @@ private:
     void m_Start();
     void m_Run();
     void m_WriteAll(std::string_view lines);
-    void m_WriteBlock(const std::string& block, std::size_t queuedBytes);
     std::string m_Compose(std::string_view line) const;
     // Call both with the mutex locked.
     void m_Enqueue(std::string_view line);
