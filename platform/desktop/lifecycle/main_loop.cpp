@@ -79,32 +79,19 @@ void SetSignalMask(int how) {
     pthread_sigmask(how, &signals, nullptr);
 }
 
-bool HasWindow() {
-    Eina_List* windows = ecore_evas_ecore_evas_list_get();
-    const bool any = windows != nullptr;
-    eina_list_free(windows);
-    return any;
-}
-
-// Shows the windows in front of all others.
-void RaiseWindows() {
-    Eina_List* windows = ecore_evas_ecore_evas_list_get();
-    for (const Eina_List* left = windows; left != nullptr; left = eina_list_next(left)) {
-        auto* window = static_cast<Ecore_Evas*>(eina_list_data_get(left));
-        ecore_evas_raise(window);
-        ecore_evas_activate(window);
+std::vector<Ecore_Evas*> Windows() {
+    std::vector<Ecore_Evas*> windows;
+    Eina_List* list = ecore_evas_ecore_evas_list_get();
+    void* window = nullptr;
+    EINA_LIST_FREE(list, window) {
+        windows.push_back(static_cast<Ecore_Evas*>(window));
     }
-    eina_list_free(windows);
+    return windows;
 }
 
 bool IsMinimised() {
-    Eina_List* windows = ecore_evas_ecore_evas_list_get();
-    bool any = false;
-    for (const Eina_List* left = windows; left != nullptr; left = eina_list_next(left)) {
-        any = any || ecore_evas_iconified_get(static_cast<Ecore_Evas*>(eina_list_data_get(left)));
-    }
-    eina_list_free(windows);
-    return any;
+    const std::vector<Ecore_Evas*> windows = Windows();
+    return std::any_of(windows.begin(), windows.end(), ecore_evas_iconified_get);
 }
 
 // Without result files, the screen looks like the screen of a run without failures.
@@ -202,7 +189,7 @@ int Application::m_RunUi(KeyValues first) {
 }
 
 int Application::m_RunLoop(KeyValues first) {
-    if (!HasWindow()) {
+    if (Windows().empty()) {
         LogError("no window was opened; check DISPLAY and WAYLAND_DISPLAY");
         return APP_ERROR_INVALID_CONTEXT;
     }
@@ -233,7 +220,10 @@ void Application::m_Deliver() {
     Request& request = m_Requests.front();
     if (request.sender != 0 && request.control.request.values.empty()) {
         // A second start on the same files.
-        RaiseWindows();
+        for (Ecore_Evas* window : Windows()) {
+            ecore_evas_raise(window);
+            ecore_evas_activate(window);
+        }
     }
     if (m_Callbacks.app_control != nullptr) {
         m_Callbacks.app_control(&request.control, m_UserData);
