@@ -6,6 +6,8 @@
 #include <array>
 #include <cstdarg>
 #include <cstdio>
+#include <cstdlib>
+#include <memory>
 #include <string>
 #include <string_view>
 
@@ -32,12 +34,11 @@ constexpr std::array<KnownMessage, 3> kKnownMessages{{
 }};
 
 [[gnu::format(printf, 1, 0)]] std::string Format(const char* format, va_list arguments) {
-    va_list copy;
-    va_copy(copy, arguments);
-    const int length = std::vsnprintf(nullptr, 0, format, copy);
-    va_end(copy);
-    std::string text(static_cast<std::size_t>(std::max(length, 0)), '\0');
-    std::vsnprintf(text.data(), text.size() + 1, format, arguments);
+    char* text = nullptr;
+    if (vasprintf(&text, format, arguments) < 0) {
+        return {};
+    }
+    const std::unique_ptr<char, decltype(&std::free)> owner(text, std::free);
     return text;
 }
 
