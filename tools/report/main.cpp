@@ -42,6 +42,8 @@ int main(int argc, char** argv) {
     std::setlocale(LC_CTYPE, "C.UTF-8");
     // When the reader closes the pipe, the write fails.
     std::signal(SIGPIPE, SIG_IGN);
+    // So is a limit on the size of files.
+    std::signal(SIGXFSZ, SIG_IGN);
     // The problems of a file are reported with its run.
     quorvel::desktop::LimitXmlInput([](const std::string&) {});
     return quorvel::report::WriteReport(quorvel::report::ParseOptions(argc, argv));

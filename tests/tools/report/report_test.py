@@ -11,6 +11,7 @@ import json
 import os
 import random
 import re
+import resource
 import shutil
 import signal
 import subprocess
@@ -310,9 +311,15 @@ class OutputTest(ReportTest):
         self.assertIn(b"No space left", result.stderr)
 
     def test_keeps_old_file_when_output_fails(self):
-        result = report("--output", self.folder / "no" / "report.txt", "samples/typical")
+        def limit():
+            resource.setrlimit(resource.RLIMIT_FSIZE, (4096, 4096))
+        output = self.folder / "report"
+        output.write_text("old")
+        result = report("--output", output, "samples/typical", preexec_fn=limit)
         self.assertEqual(result.returncode, 2)
-        self.assertIn(b"No such file", result.stderr)
+        self.assertEqual(result.stderr.decode(), f"quorvel-report: {output}: File too large\n")
+        self.assertEqual(output.read_text(), "old")
+        self.assertEqual(os.listdir(self.folder), ["report"])
 
     def test_returns_2_for_output_that_cannot_be_created(self):
         for output, reason in (("", b"the name of the output is empty"), (self.folder, b"Is a directory"),
@@ -636,6 +643,15 @@ class HtmlTest(ReportTest):
         self.assertEqual(len(page.all("rect", "f")), len(run["failed"]))
         self.assertEqual({bar["data-i"] for bar in page.all("rect", "f")},
                          {item["data-i"] for item in page.all("details", "item")})
+
+    def test_writes_lane_for_each_thread(self):
+        page = self.page(self.write_run("run", make_item("A", thread="7"), make_item("B", thread="007"),
+                                        make_item("C", thread="-1", start="-2147483648", duration="-5"),
+                                        make_item("D", thread="x"), make_item("E", start="2147483647")))
+        self.assertEqual([text for text in page.texts if text.startswith("thread ")],
+                         ["thread -1", "thread 1", "thread 7"])
+        self.assertEqual([(bar["data-i"], bar["y"]) for bar in page.all("rect")],
+                         [("1", "43"), ("2", "43"), ("3", "3"), ("5", "23")])
 
     def test_names_conflicts_of_each_item_by_number(self):
         page = self.page("samples/typical")
