@@ -33,6 +33,13 @@ rejects_wrong_arguments() {
     expect_error 'missing argument'
     expect_status 2 "$folder" value
     expect_error 'value: not of the form KEY=VALUE'
+    control=$(printf '\033[31m')
+    for argument in "-$control" "--$control"; do
+        expect_status 2 "$argument"
+        expect_error "quorvel-view: ${argument%"$control"}?[31m: unknown option"
+    done
+    expect_status 2 "$folder" "$control"
+    expect_error 'quorvel-view: ?[31m: not of the form KEY=VALUE'
 }
 
 prints_help_and_version() {

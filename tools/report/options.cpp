@@ -69,6 +69,11 @@ TimeUnit ParseTimeUnit(const char* text, argp_state* state) {
 error_t OnArgument(int key, char* argument, argp_state* state) {
     auto& options = *static_cast<Options*>(state->input);
     switch (key) {
+        case ARGP_KEY_INIT:
+            if (const char* option = runs::FindUnprintableOption(state->argv)) {
+                Reject(state, option, "unknown option");
+            }
+            return 0;
         case 'f':
             if (!IsFormat(argument)) {
                 Reject(state, argument, "unknown format");

@@ -105,4 +105,20 @@ std::string MakePrintable(const std::string& text) {
     return Convert(text, IsPrintable);
 }
 
+const char* FindUnprintableOption(char** arguments) {
+    const auto isUnprintable = [](char letter) { return letter < 0x20 || letter > 0x7E; };
+    for (char** argument = arguments + 1; *argument != nullptr; ++argument) {
+        const std::string_view text = *argument;
+        if (text == "--") {
+            break;
+        }
+        const bool isLong = text.substr(0, 2) == "--";
+        const std::string_view name = text.substr(0, isLong ? text.find('=') : 2);
+        if (text.substr(0, 1) == "-" && std::any_of(name.begin(), name.end(), isUnprintable)) {
+            return *argument;
+        }
+    }
+    return nullptr;
+}
+
 }  // namespace quorvel::runs

@@ -17,6 +17,11 @@ std::string MakeUtf8(const std::string& text);
 // each character that changes the direction of text or separates lines by '?'.
 std::string MakePrintable(const std::string& text);
 
+// Returns the first option whose name has other characters than printable ASCII; null without such
+// an option. getopt would write the name unchanged to the terminal. arguments: as main receives
+// them.
+const char* FindUnprintableOption(char** arguments);
+
 }  // namespace quorvel::runs
 
 #endif  // QUORVEL_TOOLS_RUNS_PRINTABLE_H_

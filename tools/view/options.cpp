@@ -54,6 +54,9 @@ int Parse(int key, char* argument, argp_state* state) {
         case ARGP_KEY_INIT:
             // argp would otherwise write its own hint after an unknown option.
             state->err_stream = nullptr;
+            if (const char* option = runs::FindUnprintableOption(state->argv)) {
+                return RejectArgument(option, "unknown option");
+            }
             return 0;
         case kLatest:
             options.latest = true;

@@ -156,7 +156,7 @@ class InputTest(ReportTest):
         path = self.folder / "a\x1b[31m\u009bb\u202e\nc"
         path.mkdir()
         for arguments in ([path], [path / "x"], ["--format", path, "x"], ["--jobs", path, "x"],
-                          ["--time-unit", path, "x"], ["--output", path, "samples/typical"]):
+                          ["--time-unit", path, "x"], ["--output", path, "samples/typical"], [f"--{path}"]):
             with self.subTest(arguments):
                 result = report(*arguments)
                 self.assertEqual(set(CONTROLS.findall(result.stderr.decode())), {"\n"})

@@ -2,6 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <string>
+#include <vector>
+
 namespace quorvel::runs {
 
 namespace {
@@ -46,6 +49,28 @@ TEST(PrintableTest, KeepsEveryUtf8Character) {
     const std::string text =
         u8"a\n\u001B\u0080\u07FF\u0800\u202E\uD7FF\uE000\uFFFF\U00010000\U0010FFFF";
     EXPECT_EQ(MakeUtf8(text), text);
+}
+
+// Returns the option that is found among the arguments, or an empty text.
+std::string FindOption(std::vector<std::string> arguments) {
+    std::vector<char*> pointers = {nullptr};
+    for (std::string& argument : arguments) {
+        pointers.push_back(argument.data());
+    }
+    pointers.push_back(nullptr);
+    const char* option = FindUnprintableOption(pointers.data());
+    return option == nullptr ? "" : option;
+}
+
+TEST(PrintableTest, FindsOptionsWithOtherCharactersInTheirNames) {
+    EXPECT_EQ(FindOption({"a", "--\x1B[31m", "-\n"}), "--\x1B[31m");
+    EXPECT_EQ(FindOption({"-\n"}), "-\n");
+    EXPECT_EQ(FindOption({"--\xC2\x9B=x"}), "--\xC2\x9B=x");
+}
+
+TEST(PrintableTest, IgnoresOtherArguments) {
+    EXPECT_EQ(FindOption({}), "");
+    EXPECT_EQ(FindOption({"", "-", "\n", "a\n", "-o\n", "--output=\n", "--", "--\n"}), "");
 }
 
 }  // namespace
