@@ -45,6 +45,7 @@ struct ParsedFile {
 thread_local ParsedFile g_ParsedFile;
 thread_local XmlInputReport g_Report = [](const std::string&) {};
 thread_local ResultFileLinks g_Links = ResultFileLinks::kFollow;
+thread_local XmlInputStop g_MustStop = [] { return false; };
 
 constexpr const char* kTooManyAttributes =
     "an element has more than 1,000 attributes and namespaces";
@@ -149,6 +150,10 @@ public:
 
     // Returns the number of bytes read, 0 at the end of the file, -1 on an error or at a limit.
     int Read(char* buffer, int size) {
+        if (g_MustStop()) {
+            Report("reading stops because the program ends");
+            return -1;
+        }
         ssize_t count = 0;
         do {
             count = read(m_Descriptor, buffer, static_cast<std::size_t>(size));
@@ -390,9 +395,10 @@ XmlDocument ParseXml(const XmlRead& read) {
                                      XML_PARSE_NOERROR | XML_PARSE_NOWARNING | XML_PARSE_NONET));
 }
 
-void LimitXmlInput(XmlInputReport report, ResultFileLinks links) {
+void LimitXmlInput(XmlInputReport report, ResultFileLinks links, XmlInputStop mustStop) {
     g_Report = std::move(report);
     g_Links = links;
+    g_MustStop = std::move(mustStop);
     xmlSetGenericErrorFunc(nullptr, OnError);
     // A catalog could lead to files other than the result files.
     xmlCatalogSetDefaults(XML_CATA_ALLOW_NONE);

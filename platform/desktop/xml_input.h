@@ -38,13 +38,18 @@ constexpr std::int64_t kMaxDeclarationBytes = std::int64_t{32} << 10;
 // too long: the file and the reason.
 using XmlInputReport = std::function<void(const std::string& line)>;
 
+// Returns whether to stop reading a file. Called for each part of the file.
+using XmlInputStop = std::function<bool()>;
+
 // Whether a result file may be a symbolic link.
 enum class ResultFileLinks { kFollow, kReject };
 
 // Makes libxml2 open regular files only, without blocking and without unpacking. Afterwards libxml2
 // loads no catalog and prints nothing to the terminal. Call once for each thread that parses,
 // before its first parse.
-void LimitXmlInput(XmlInputReport report, ResultFileLinks links = ResultFileLinks::kFollow);
+void LimitXmlInput(
+    XmlInputReport report, ResultFileLinks links = ResultFileLinks::kFollow,
+    XmlInputStop mustStop = [] { return false; });
 
 struct XmlDocumentDeleter {
     void operator()(xmlDoc* document) const;

@@ -70,13 +70,42 @@ bool CanOpenNeededFiles() {
 // Seconds between two frames of a minimised window. The toolkit would draw 60 frames a second.
 constexpr double kPausedFrameTime = 3600;
 
+// The signals that end the program. Ecore handles them in the main loop and also replaces the
+// SIG_IGN of nohup, so the first call must come before Ecore starts.
+const std::vector<int>& EndingSignals() {
+    static const std::vector<int> signals = [] {
+        struct sigaction hangup {};
+        sigaction(SIGHUP, nullptr, &hangup);
+        return hangup.sa_handler == SIG_IGN ? std::vector<int>{SIGTERM, SIGINT}
+                                            : std::vector<int>{SIGTERM, SIGINT, SIGHUP};
+    }();
+    return signals;
+}
+
 // how: SIG_BLOCK or SIG_UNBLOCK.
 void SetSignalMask(int how) {
     sigset_t signals;
     sigemptyset(&signals);
-    sigaddset(&signals, SIGTERM);
-    sigaddset(&signals, SIGINT);
+    for (const int signal : EndingSignals()) {
+        sigaddset(&signals, signal);
+    }
     pthread_sigmask(how, &signals, nullptr);
+}
+
+// Whether one of the blocked signals has arrived.
+bool IsEndPending() {
+    sigset_t pending;
+    sigpending(&pending);
+    return std::any_of(EndingSignals().begin(), EndingSignals().end(),
+                       [&](int signal) { return sigismember(&pending, signal) == 1; });
+}
+
+// Upstream EFL ends its main loop at SIGTERM and SIGINT only.
+void OnHangup(void*, const Efl_Event*) {
+    const std::vector<int>& signals = EndingSignals();
+    if (std::find(signals.begin(), signals.end(), SIGHUP) != signals.end()) {
+        elm_exit();
+    }
 }
 
 std::vector<Ecore_Evas*> Windows() {
@@ -148,8 +177,9 @@ private:
 };
 
 int Application::Run(int argc, char** argv, KeyValues first) {
-    // m_Server has initialised Ecore, which handles SIGTERM and SIGINT in the main loop. Until then
-    // both stay pending: a signal while a window opens can break the connection to the X server.
+    // m_Server has initialised Ecore, which unblocks the signals and handles them in the main loop.
+    // Until then they stay pending: a signal while a window opens can break the connection to the X
+    // server. Reading the result files stops when a signal is pending.
     SetSignalMask(SIG_BLOCK);
     std::string why;
     if (!FindDisplay(why)) {
@@ -198,12 +228,14 @@ int Application::m_RunLoop(KeyValues first) {
     Efl_Object* loop = efl_main_loop_get();
     efl_event_callback_add(loop, EFL_APP_EVENT_PAUSE, OnPause, this);
     efl_event_callback_add(loop, EFL_APP_EVENT_RESUME, OnResume, this);
+    efl_event_callback_add(loop, EFL_APP_EVENT_SIGNAL_HUP, OnHangup, nullptr);
     m_Enqueue({{{std::move(first)}}, 0});
     SetSignalMask(SIG_UNBLOCK);
     elm_run();
     m_Drop();
     efl_event_callback_del(loop, EFL_APP_EVENT_PAUSE, OnPause, this);
     efl_event_callback_del(loop, EFL_APP_EVENT_RESUME, OnResume, this);
+    efl_event_callback_del(loop, EFL_APP_EVENT_SIGNAL_HUP, OnHangup, nullptr);
     return APP_ERROR_NONE;
 }
 
@@ -284,7 +316,9 @@ std::string Environment(const char* variable, const std::string& other) {
 
 int RunAsOwner(int argc, char** argv, const ui_app_lifecycle_callback_s& callbacks, void* userData,
                const std::string& socketPath, KeyValues first) {
-    LimitXmlInput([](const std::string& line) { LogError(line); });
+    EndingSignals();
+    LimitXmlInput([](const std::string& line) { LogError(line); }, ResultFileLinks::kFollow,
+                  IsEndPending);
     RaiseFileLimit();
     if (!CanOpenNeededFiles()) {
         LogError("cannot open " + std::to_string(kNeededFiles) +

@@ -64,6 +64,25 @@ TEST_F(MainLoopTest, TerminatesOnceOnSigint) {
     EXPECT_EQ(Events(), kTerminatedRun);
 }
 
+TEST_F(MainLoopTest, TerminatesOnceOnSighup) {
+    const auto app = Start();
+    ASSERT_TRUE(AwaitEvent("control "));
+    app->Signal(SIGHUP);
+    EXPECT_EQ(app->Exit(), 0);
+    EXPECT_EQ(Events(), kTerminatedRun);
+}
+
+TEST_F(MainLoopTest, IgnoresSighupUnderNohup) {
+    ChildProgram program(m_Folders, "nohup", {QUORVEL_RECORDING_APP}, {{"RECORD", m_Record}});
+    ASSERT_TRUE(AwaitEvent("control "));
+    program.Signal(SIGHUP);
+    ASSERT_EQ(Run({"NAME=second"}), 0);
+    program.Signal(SIGTERM);
+    EXPECT_EQ(program.Exit(), 0);
+    EXPECT_EQ(Count("control second"), 1);
+    EXPECT_EQ(Count("terminate"), 1);
+}
+
 TEST_F(MainLoopTest, WaitsForLogCopyAtShutdown) {
     const auto app = Start({"EXEPARAM=COPY_AND_CLOSE"});
     ASSERT_TRUE(AwaitEvent("copy"));
@@ -237,6 +256,31 @@ TEST_F(MainLoopTest, TerminatesAfterSignalDuringStart) {
     app->Signal(SIGTERM);
     EXPECT_EQ(app->Exit(), 0);
     EXPECT_EQ(Count("terminate"), 1);
+}
+
+TEST_F(MainLoopTest, StopsParseAfterSignalDuringStart) {
+    const std::string file = m_Folders.Root() / "result.xml";
+    std::ofstream(file) << "<r/>";
+    for (const int signal : {SIGTERM, SIGINT, SIGHUP}) {
+        const auto app = Start({}, {{"PARSE", file}});
+        ASSERT_TRUE(Await([&] { return !Events(*app).empty(); }));
+        app->Signal(signal);
+        app->Proceed();
+        EXPECT_EQ(app->Exit(), 0) << signal;
+        const std::vector<Event> events = Events(*app);
+        EXPECT_THAT(events, testing::IsSupersetOf({"not parsed", "terminate", "exit"})) << signal;
+        EXPECT_THAT(Errors(*app), ElementsAre(file + ": reading stops because the program ends"));
+    }
+}
+
+TEST_F(MainLoopTest, ParsesFileDuringStart) {
+    const std::string file = m_Folders.Root() / "result.xml";
+    std::ofstream(file) << "<r/>";
+    const auto app = Start({"EXEPARAM=CLOSE"}, {{"PARSE", file}});
+    app->Proceed();
+    EXPECT_EQ(app->Exit(), 0);
+    EXPECT_EQ(Count("parsed"), 1);
+    EXPECT_THAT(Errors(*app), IsEmpty());
 }
 
 // The Wayland socket does not answer, so the search is running when the signal arrives.

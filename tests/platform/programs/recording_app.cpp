@@ -3,7 +3,7 @@
 // the program as the application does. MINIMISE, RESTORE and QUIT act on the window as a user does.
 // THROW throws an exception. WAIT waits for a line of input. COPY_AND_CLOSE ends the program while
 // a log copy waits for a line of input. After COPY_COUNT_AND_CLOSE, the thread of the copy waits
-// for another line and counts the copy.
+// for another line and counts the copy. With $PARSE, create waits for a line and parses this file.
 
 #include <Ecore_X.h>
 #include <Elementary.h>
@@ -11,6 +11,7 @@
 #include <app_control_internal.h>
 #include <bundle.h>
 #include <fcntl.h>
+#include <libxml/parser.h>
 #include <unistd.h>
 
 #include <cstdlib>
@@ -49,8 +50,20 @@ Eina_Bool OnFocus(void*, int, void*) {
     return ECORE_CALLBACK_PASS_ON;
 }
 
+// Parses the file after a line of input, as the application parses its result files.
+void Parse(const char* path) {
+    std::string line;
+    std::getline(std::cin, line);
+    xmlDoc* document = xmlParseFile(path);
+    Record(document == nullptr ? "not parsed" : "parsed");
+    xmlFreeDoc(document);
+}
+
 bool Create(void* data) {
     Record("create", data);
+    if (IsSet("PARSE")) {
+        Parse(std::getenv("PARSE"));
+    }
     if (IsSet("FAIL_CREATE")) {
         return false;
     }
