@@ -5,11 +5,9 @@
 #include <sys/file.h>
 #include <unistd.h>
 
-#include <algorithm>
-#include <array>
 #include <cerrno>
-#include <climits>
 #include <cstdio>
+#include <filesystem>
 #include <memory>
 #include <system_error>
 #include <utility>
@@ -90,10 +88,10 @@ int ReadMountId(int descriptor, std::uint64_t& id) {
 }
 
 int ReadPath(int descriptor, std::string& path) {
-    std::array<char, PATH_MAX> target{};
-    const ssize_t size = readlink(LinkTo(descriptor).c_str(), target.data(), target.size());
-    path.assign(target.data(), static_cast<std::size_t>(std::max<ssize_t>(size, 0)));
-    return size < 0 ? -1 : 0;
+    std::error_code error;
+    path = std::filesystem::read_symlink(LinkTo(descriptor), error);
+    errno = error.value();
+    return error ? -1 : 0;
 }
 
 // Some file systems in user space cannot rename without replacing: EINVAL. If another program takes

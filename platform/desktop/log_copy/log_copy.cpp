@@ -8,7 +8,6 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
-#include <condition_variable>
 #include <cstdint>
 #include <exception>
 #include <mutex>
@@ -34,46 +33,13 @@ std::shared_timed_mutex& RunningCopies() {
     return copies;
 }
 
-// Whether CopyThreads counts this thread.
-thread_local bool g_IsCounted = false;
+// Each thread that has run a copy holds it shared until the thread ends.
+std::shared_timed_mutex& CopyThreads() {
+    static auto& threads = *new std::shared_timed_mutex;
+    return threads;
+}
 
-// Counts the threads that have run a log copy and have not ended. Never destroyed, since a thread
-// may outlive main. Any thread.
-class CopyThreads {
-public:
-    static CopyThreads& GetInstance() {
-        static auto& threads = *new CopyThreads;
-        return threads;
-    }
-
-    void CountThisThread() { thread_local const Mark mark; }
-
-    bool AwaitOthers(std::chrono::milliseconds timeout) {
-        std::unique_lock<std::mutex> lock(m_Mutex);
-        return m_Changed.wait_for(lock, timeout,
-                                  [this] { return m_Count <= (g_IsCounted ? 1 : 0); });
-    }
-
-private:
-    // The destructor runs when its thread ends.
-    struct Mark {
-        Mark() { GetInstance().m_Add(1); }
-        ~Mark() { GetInstance().m_Add(-1); }
-        Mark(const Mark&) = delete;
-        Mark& operator=(const Mark&) = delete;
-    };
-
-    void m_Add(int threads) {
-        const std::lock_guard<std::mutex> lock(m_Mutex);
-        g_IsCounted = threads > 0;
-        m_Count += threads;
-        m_Changed.notify_all();
-    }
-
-    std::mutex m_Mutex;
-    std::condition_variable m_Changed;
-    int m_Count = 0;
-};
+thread_local std::shared_lock<std::shared_timed_mutex> g_CopyThread;
 
 bool IsPlain(char letter) {
     return (letter >= '0' && letter <= '9') || (letter >= 'A' && letter <= 'Z') ||
@@ -241,7 +207,9 @@ std::string LogCopyName(const std::string& host, std::time_t time,
 }
 
 int RunLogCopy(const LogCopyParts& parts, const LogCopyJob& job) noexcept {
-    CopyThreads::GetInstance().CountThisThread();
+    if (!g_CopyThread.owns_lock()) {
+        g_CopyThread = std::shared_lock<std::shared_timed_mutex>(CopyThreads());
+    }
     const std::shared_lock<std::shared_timed_mutex> running(RunningCopies());
     bool isError = true;
     std::string line;
@@ -263,7 +231,17 @@ bool AwaitLogCopies(std::chrono::milliseconds timeout) {
 }
 
 bool AwaitLogCopyThreads(std::chrono::milliseconds timeout) {
-    return CopyThreads::GetInstance().AwaitOthers(timeout);
+    // The thread that waits does not wait for itself.
+    const bool isCopyThread = g_CopyThread.owns_lock();
+    if (isCopyThread) {
+        g_CopyThread.unlock();
+    }
+    const bool haveEnded =
+        std::unique_lock<std::shared_timed_mutex>(CopyThreads(), timeout).owns_lock();
+    if (isCopyThread) {
+        g_CopyThread.lock();
+    }
+    return haveEnded;
 }
 
 }  // namespace quorvel::desktop
