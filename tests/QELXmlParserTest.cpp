@@ -16,6 +16,7 @@
 #include "fakes/FailingNew.h"
 #include "fakes/XmlSpy.h"
 #include "fixtures/StoreTest.h"
+#include "fixtures/UsedTime.h"
 
 namespace fs = std::filesystem;
 
@@ -483,9 +484,8 @@ TEST_P(QELXmlParserReplaceTest, ReplacesEveryMatchInOriginalText) {
 
 TEST_F(QELXmlParserTest, ReplacesAMillionMarksInLinearTime) {
     std::string text(1'000'000, '^');
-    const auto start = std::chrono::steady_clock::now();
-    QELXmlParser::m_ReplaceString(text, "^", "\n\n");
-    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(2));
+    EXPECT_LT(UsedTime([&] { QELXmlParser::m_ReplaceString(text, "^", "\n\n"); }),
+              std::chrono::seconds(2));
     EXPECT_EQ(text, std::string(2'000'000, '\n'));
 }
 
