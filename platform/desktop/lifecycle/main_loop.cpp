@@ -232,6 +232,9 @@ int Application::m_RunLoop(KeyValues first) {
     m_Enqueue({{{std::move(first)}}, 0});
     SetSignalMask(SIG_UNBLOCK);
     elm_run();
+    // The program already ends. Another signal could break the connection to the X server, or
+    // arrive after Ecore has closed its pipe.
+    SetSignalMask(SIG_BLOCK);
     m_Drop();
     efl_event_callback_del(loop, EFL_APP_EVENT_PAUSE, OnPause, this);
     efl_event_callback_del(loop, EFL_APP_EVENT_RESUME, OnResume, this);

@@ -14,6 +14,7 @@
 #include <libxml/parser.h>
 #include <unistd.h>
 
+#include <csignal>
 #include <cstdlib>
 #include <iostream>
 #include <stdexcept>
@@ -80,8 +81,16 @@ bool Create(void* data) {
     return true;
 }
 
+// A signal during shutdown could break the connection to the X server.
+bool IsTerminationBlocked() {
+    sigset_t blocked;
+    sigemptyset(&blocked);
+    pthread_sigmask(SIG_BLOCK, nullptr, &blocked);
+    return sigismember(&blocked, SIGTERM) == 1;
+}
+
 void Terminate(void* data) {
-    Record("terminate", data);
+    Record(IsTerminationBlocked() ? "terminate" : "terminate with unblocked signals", data);
     evas_object_del(g_Window);
 }
 
