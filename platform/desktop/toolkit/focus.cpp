@@ -30,6 +30,8 @@ private:
     // from or inside the widget. focused: whether the widget or a part of it has the focus. The
     // value can be the same as in the last call.
     virtual void m_Report(bool focused) = 0;
+    // Called at the first such movement of a turn.
+    virtual void m_OnFirstMovement() {}
 
     static void m_OnFocusChanged(void* data, const Efl_Event*);
     static void m_OnTurnEnded(void* data);
@@ -60,6 +62,7 @@ void FocusWatch::m_OnFocusChanged(void* data, const Efl_Event*) {
     auto* self = static_cast<FocusWatch*>(data);
     if (self->m_Job == nullptr) {
         self->m_Job = ecore_job_add(m_OnTurnEnded, self);
+        self->m_OnFirstMovement();
     }
 }
 
@@ -120,15 +123,20 @@ void FocusFirst(std::initializer_list<Evas_Object*> widgets) {
     }
 }
 
-// The toolkit scrolls to the upper end of a label that gets the focus. Ends this movement before
-// its first step, so that the text keeps its place.
-void StopScrolling(Evas_Object* scroller) {
-    int x = 0;
+// Returns the height of the text above the visible part, in pixels.
+int ScrollPosition(const Evas_Object* scroller) {
     int y = 0;
+    elm_scroller_region_get(scroller, nullptr, &y, nullptr, nullptr);
+    return y;
+}
+
+// Ends the movement of a text at a position.
+void StopScrolling(Evas_Object* scroller, int position) {
+    int x = 0;
     int width = 0;
     int height = 0;
-    elm_scroller_region_get(scroller, &x, &y, &width, &height);
-    elm_scroller_region_show(scroller, x, y, width, height);
+    elm_scroller_region_get(scroller, &x, nullptr, &width, &height);
+    elm_scroller_region_show(scroller, x, position, width, height);
 }
 
 // Emits the label's signals, and the signals that the theme of the scroller expects. A hidden label
@@ -148,17 +156,32 @@ private:
             return;
         }
         m_IsFocused = focused;
-        Evas_Object* parent = elm_object_parent_widget_get(m_Widget);
-        if (IsWidget(parent, "elm_scroller")) {
-            StopScrolling(parent);
+        Evas_Object* scroller = m_Scroller();
+        if (scroller != nullptr) {
+            // The toolkit scrolls to the upper end of a label that gets the focus.
+            StopScrolling(scroller, focused ? m_Position : ScrollPosition(scroller));
             elm_layout_signal_emit(
-                parent, focused ? "quorvel,text,focused" : "quorvel,text,unfocused", "quorvel");
+                scroller, focused ? "quorvel,text,focused" : "quorvel,text,unfocused", "quorvel");
         }
         evas_object_smart_callback_call(m_Widget, focused ? "focused" : "unfocused", nullptr);
     }
 
+    // On a slow machine, the toolkit can scroll a first step before the end of the turn.
+    void m_OnFirstMovement() override {
+        const Evas_Object* scroller = m_Scroller();
+        m_Position = scroller == nullptr ? 0 : ScrollPosition(scroller);
+    }
+
+    // Returns null for a label without a scroller.
+    Evas_Object* m_Scroller() const {
+        Evas_Object* parent = elm_object_parent_widget_get(m_Widget);
+        return IsWidget(parent, "elm_scroller") ? parent : nullptr;
+    }
+
     Evas_Object* const m_Window;
     bool m_IsFocused = false;
+    // The position of the text before the focus moved.
+    int m_Position = 0;
 };
 
 // Emits the signals that the theme of the focused row expects. Emits "item,focused" when the focus
@@ -223,9 +246,7 @@ void ScrollTextToEnd(const Places& places) {
 }
 
 bool IsAtTop(const Places& places) {
-    int y = 0;
-    elm_scroller_region_get(places.scroller, nullptr, &y, nullptr, nullptr);
-    return y <= 0;
+    return ScrollPosition(places.scroller) <= 0;
 }
 
 bool IsAtEnd(const Places& places) {
@@ -297,8 +318,8 @@ bool MoveFromButton(const Places& places, std::string_view key) {
     if (key == "Left") {
         FocusFirst({places.list});
     } else if (key == "Up") {
-        FocusFirst({places.text, places.list});
         ScrollTextToEnd(places);
+        FocusFirst({places.text, places.list});
     }
     return true;
 }
