@@ -115,6 +115,54 @@ second_view() {
     [ "$program_status" -eq 0 ] || fail "the replaced program exited with status $program_status"
 }
 
+# Starts the window manager again, with keys that change the window.
+start_manager_with_keys() {
+    cat >"$work/manager.xml" <<'END'
+<openbox_config xmlns="http://openbox.org/3.4/rc">
+  <keyboard>
+    <keybind key="F11"><action name="ToggleFullscreen"/></keybind>
+    <keybind key="F5">
+      <action name="MoveResizeTo"><width>960</width><height>540</height></action>
+    </keybind>
+  </keyboard>
+</openbox_config>
+END
+    kill "$manager_pid"
+    wait "$manager_pid" || true
+    xprop -root -remove _NET_SUPPORTING_WM_CHECK
+    setpriv --pdeathsig TERM openbox --sm-disable --config-file "$work/manager.xml" \
+        >"$desktop/manager.log" 2>&1 &
+    manager_pid=$!
+    expect "the window manager starts" is_managed
+}
+
+# Returns whether the only outline on the screen has half the size of the outline of a row.
+shows_small_row() {
+    small_box=$(colours "$FOCUS" "$SCREEN")
+    small_box=${small_box#* }
+    small_size=${small_box%%+*}
+    near "${small_size%x*}" 280 && near "${small_size#*x}" 43
+}
+
+# A window of a quarter of the screen shows the whole content at half the size. The row keeps the focus,
+# and the program does nothing for the row again.
+scales_with_window() {
+    start_manager_with_keys
+    program_start "$build/quorvel-view" "$root/samples/typical"
+    go_to_row Down 1
+    log_mark
+    press F11 F5
+    expect "the outline of the row has half the size" shows_small_row
+    expect "the title is in the middle of the window" shows '#CBCBCB' 400x90+280+0 500
+    ! log_has 'QELItemView.cpp: Update(' || fail "the row is reported again: $(log_new)"
+    press F11
+    expect_focus row
+    go_to_row Down 2
+    program_stop
+    expect_foreign_flag
+    expect_clean_log
+}
+
 prepare_run
 installed_view
 tour
@@ -125,4 +173,5 @@ shows_photo_by_its_base_name
 names_pressed_item
 reports_missing_result_files
 second_view
+scales_with_window
 expect_nothing_left

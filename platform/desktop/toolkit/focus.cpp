@@ -190,6 +190,7 @@ class ListFocus : public FocusWatch {
 public:
     ListFocus(Evas_Object* window, Evas_Object* list) : FocusWatch(list), m_Window(window) {
         evas_object_smart_callback_add(list, "item,focused", m_OnRowFocused, this);
+        evas_object_smart_callback_add(list, "realized", m_OnRealized, this);
     }
 
 private:
@@ -231,6 +232,15 @@ private:
             elm_scroller_region_show(scroller, 0, 0, 1, 1);
         }
         self->m_LastRow = row;
+    }
+
+    // The toolkit has created the focused row again, which shows the focus of the list.
+    static void m_OnRealized(void* data, Evas_Object* list, void* row) {
+        if (row == elm_object_focused_item_get(list) &&
+            static_cast<ListFocus*>(data)->m_Away != Away::kNo) {
+            elm_object_item_signal_emit(static_cast<Elm_Object_Item*>(row),
+                                        "quorvel,list,unfocused", "quorvel");
+        }
     }
 
     Evas_Object* const m_Window;

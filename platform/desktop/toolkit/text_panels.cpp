@@ -194,4 +194,12 @@ void SetUpTextPanels(Evas_Object* window) {
     }
 }
 
+void ScaleTextPanels(Evas_Object* window) {
+    for (Evas_Object* label : WidgetsOf(window, "elm_label")) {
+        if (IsWidget(elm_object_parent_widget_get(label), "elm_scroller")) {
+            SetTabWidth(elm_layout_edje_get(label));
+        }
+    }
+}
+
 }  // namespace quorvel::desktop

@@ -13,6 +13,9 @@ namespace quorvel::desktop {
 // Call once for each window, after the window has all its widgets. Main-loop thread.
 void SetUpTextPanels(Evas_Object* window);
 
+// Updates the panels after a change of the toolkit's scale.
+void ScaleTextPanels(Evas_Object* window);
+
 }  // namespace quorvel::desktop
 
 #endif  // QUORVEL_PLATFORM_DESKTOP_TOOLKIT_TEXT_PANELS_H_

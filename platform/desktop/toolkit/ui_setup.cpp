@@ -8,6 +8,7 @@
 #include "toolkit/focus.h"
 #include "toolkit/input.h"
 #include "toolkit/rows.h"
+#include "toolkit/scale.h"
 #include "toolkit/text_panels.h"
 #include "toolkit/theme.h"
 #include "toolkit/toolkit_log.h"
@@ -57,6 +58,7 @@ void FinishUi() {
         SetUpRows(window);
         SetUpTextPanels(window);
         PlaceButton(window);
+        ScaleWithWindow(window);
     }
 }
 

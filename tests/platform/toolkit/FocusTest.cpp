@@ -391,7 +391,7 @@ void ShowTextOf(Stage& stage, int row) {
 
 class FocusWalkTest : public testing::TestWithParam<bool> {};
 
-TEST_P(FocusWalkTest, ShowsExactlyOneFocusAfterEachKey) {
+TEST_P(FocusWalkTest, ShowsExactlyOneFocusAfterEachKeyAndResize) {
     StagePlan plan;
     plan.rows = 14;
     Stage stage(plan);
@@ -402,6 +402,10 @@ TEST_P(FocusWalkTest, ShowsExactlyOneFocusAfterEachKey) {
     for (int step = 0; step < WalkLength(); ++step) {
         const std::string& key = keys[random() % keys.size()];
         stage.Press(key);
+        if (step % 6 == 0) {
+            const int part = 2 + step / 6 % 3;
+            stage.Resize(Screen::kWidth * part / 4, Screen::kHeight * part / 4);
+        }
         if (stage.FocusedRows().size() > signals) {
             signals = stage.FocusedRows().size();
             ShowTextOf(stage, stage.FocusedRows().back());
