@@ -216,7 +216,7 @@ prints_how_to_close_on_terminal() {
     done
 }
 
-# Two photos have equal base names.
+# Two photos have equal base names. Two items name the first photo.
 copies_only_named_files() {
     make_stand_in 'find . -type f | LC_ALL=C sort; cat mnt/a/1.jpg mnt/b/1.jpg'
     mkdir -p "$work/photos/mnt/a" "$work/photos/capture/mnt/b"
@@ -224,13 +224,46 @@ copies_only_named_files() {
     printf second >"$work/photos/capture/mnt/b/1.jpg"
     truncate -s 3G "$work/photos/film"
     item='<test><type>image</type><result>fail</result><detailed>'
-    printf '<r><RNSCImage>%s/mnt/a/1.jpg</detailed></test>%s/mnt/b/1.jpg</detailed></test></RNSCImage></r>' \
-        "$item" "$item" >"$work/photos/qelRnscXml.xml"
+    {
+        printf '<r><RNSCImage>'
+        for photo in /mnt/a/1.jpg /mnt/b/1.jpg "$DATA/mnt/a/1.jpg"; do
+            printf '%s%s</detailed></test>' "$item" "$photo"
+        done
+        printf '</RNSCImage></r>'
+    } >"$work/photos/qelRnscXml.xml"
     expect_status 0 "$work/photos"
+    ! grep 'not shown' "$work/err" || fail "a photo is left out"
     expect_output './mnt/a/1.jpg
 ./mnt/b/1.jpg
 ./qelRnscXml.xml
 firstsecond'
+}
+
+# Runs quorvel-view with a limit of a few KiB on the size of files, which stands for a full disk: STATUS
+# ARG…
+expect_status_with_limit() {
+    (ulimit -f 8 && expect_status "$@")
+}
+
+rejects_partial_copy_of_result_file() {
+    write_run "$work/large-file" ''
+    seq -f '<!-- %g -->' 1000 >>"$work/large-file/qelXml.xml"
+    expect_status_with_limit 1 "$work/large-file"
+    expect_error "$work/large-file/qelXml.xml: "
+    expect_error 'TMPDIR can name another folder'
+    has_no_copy || fail "a copy remains after a partial copy"
+}
+
+leaves_out_partial_photo() {
+    make_stand_in 'find . -type f'
+    mkdir "$work/large-photo"
+    printf '<r><RNSCImage>%s/mnt/a/1.jpg</detailed></test></RNSCImage></r>' \
+        '<test><type>image</type><result>fail</result><detailed>' >"$work/large-photo/qelXml.xml"
+    head -c 30000 /dev/zero >"$work/large-photo/1.jpg"
+    expect_status_with_limit 0 "$work/large-photo"
+    expect_error "$work/large-photo/1.jpg: "
+    expect_error 'not shown'
+    expect_output './qelXml.xml'
 }
 
 reports_signal() {
@@ -272,6 +305,8 @@ opens_no_unreadable_files
 warns_of_run_without_items
 prints_how_to_close_on_terminal
 copies_only_named_files
+rejects_partial_copy_of_result_file
+leaves_out_partial_photo
 reports_signal
 returns_status_when_the_parent_ignores_children
 expect_nothing_left

@@ -19,9 +19,14 @@ void CopyPhoto(const runs::Photo& photo, const fs::path& folder) {
         return;
     }
     const fs::path target = folder / desktop::ListPhotoPlaces(photo.name).front();
+    if (fs::exists(target, error)) {
+        return;  // two paths of the same photo
+    }
     fs::create_directories(target.parent_path(), error);
     if (!fs::copy_file(photo.file, target, error)) {
         Report(photo.file + ": " + error.message() + ", not shown");
+        // A failed copy can leave the beginning of the photo.
+        fs::remove(target, error);
     }
 }
 

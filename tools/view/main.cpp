@@ -189,6 +189,8 @@ int AskAndOpen(Options& options, bool fromDesktop) {
 }
 
 int Run(int argc, char** argv) {
+    // At a limit on the size of files, the write fails instead.
+    std::signal(SIGXFSZ, SIG_IGN);
     std::optional<Options> options = ParseOptions(argc, argv);
     if (!options) {
         return kUsage;
