@@ -134,7 +134,8 @@ program_stop() {
     if program_wait; then
         [ "$program_status" -eq 0 ] || complain "the program exited with status $program_status"
     else
-        kill -KILL "$program" && wait "$program"
+        kill -KILL "$program"
+        wait "$program" || true
         program=
         return 1
     fi
