@@ -9,6 +9,7 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdint>
+#include <cstdlib>
 #include <cstring>
 #include <exception>
 #include <memory>
@@ -16,6 +17,8 @@
 #include <set>
 #include <stdexcept>
 #include <streambuf>
+
+#include "report/output.h"
 
 namespace quorvel::report {
 
@@ -71,26 +74,12 @@ struct PieceHead {
     std::uint32_t size;
 };
 
-void WriteAll(int descriptor, const void* data, std::size_t size) {
-    const char* bytes = static_cast<const char*>(data);
-    while (size > 0) {
-        const ssize_t count = write(descriptor, bytes, size);
-        if (count < 0 && errno == EINTR) {
-            continue;
-        }
-        if (count < 0) {
-            // The main process has ended.
-            _exit(EXIT_FAILURE);
-        }
-        bytes += count;
-        size -= static_cast<std::size_t>(count);
-    }
-}
-
 void SendPiece(int descriptor, PieceKind kind, const char* bytes, std::size_t size) {
     const PieceHead head = {kind, static_cast<std::uint32_t>(size)};
-    WriteAll(descriptor, &head, sizeof head);
-    WriteAll(descriptor, bytes, size);
+    if (WriteAll(descriptor, &head, sizeof head) != 0 || WriteAll(descriptor, bytes, size) != 0) {
+        // The main process has ended.
+        _exit(EXIT_FAILURE);
+    }
 }
 
 // Sends the output of a child in pieces.
@@ -125,10 +114,10 @@ private:
 
 // A child process that writes every step-th run, beginning with the run first. The destructor kills
 // the process and waits for its end.
-class Worker {
+class JobProcess {
 public:
-    Worker(const Format& format, const std::vector<runs::Run>& runs, std::size_t first,
-           std::size_t step) {
+    JobProcess(const Format& format, const std::vector<runs::Run>& runs, std::size_t first,
+               std::size_t step) {
         std::array<int, 2> ends{};
         if (pipe2(ends.data(), O_CLOEXEC) != 0) {
             throw std::runtime_error(std::string("cannot create a pipe: ") + std::strerror(errno));
@@ -148,14 +137,14 @@ public:
                                      std::strerror(error));
         }
     }
-    ~Worker() {
+    ~JobProcess() {
         close(m_Input);
         kill(m_Process, SIGKILL);
         while (waitpid(m_Process, nullptr, 0) < 0 && errno == EINTR) {
         }
     }
-    Worker(const Worker&) = delete;
-    Worker& operator=(const Worker&) = delete;
+    JobProcess(const JobProcess&) = delete;
+    JobProcess& operator=(const JobProcess&) = delete;
 
     // Copies the output of the next run to out and returns its result.
     RunResult Receive(std::ostream& out) {
@@ -222,13 +211,13 @@ private:
 void WriteRuns(const Format& format, const std::vector<runs::Run>& runs, unsigned int jobs,
                std::ostream& out, const std::function<void(const RunResult&)>& onResult) {
     const std::size_t count = std::min<std::size_t>(jobs, runs.size());
-    std::vector<std::unique_ptr<Worker>> workers;
+    std::vector<std::unique_ptr<JobProcess>> processes;
     for (std::size_t i = 0; count > 1 && i < count; ++i) {
-        workers.push_back(std::make_unique<Worker>(format, runs, i, count));
+        processes.push_back(std::make_unique<JobProcess>(format, runs, i, count));
     }
     for (std::size_t i = 0; i < runs.size() && out; ++i) {
-        onResult(workers.empty() ? WriteRun(format, runs[i], static_cast<unsigned int>(i), out)
-                                 : workers[i % count]->Receive(out));
+        onResult(processes.empty() ? WriteRun(format, runs[i], static_cast<unsigned int>(i), out)
+                                   : processes[i % count]->Receive(out));
     }
 }
 

@@ -111,12 +111,10 @@ public:
         const QELXmlParser& store = run.Store();
         OrderedJson head = {
             {"schema", 1}, {"path", run.Source().path}, {"files", OrderedJson::array()}};
-        for (const char* name : {"qelRnscXml.xml", "qelXml.xml"}) {
-            for (const runs::ResultFile& file : run.Source().files) {
-                if (file.name == name) {
-                    head["files"].push_back(DescribeFile(file));
-                }
-            }
+        // In the order in which the files are read.
+        const auto& files = run.Source().files;
+        for (auto file = files.rbegin(); file != files.rend(); ++file) {
+            head["files"].push_back(DescribeFile(*file));
         }
         head["information"] = DescribeSection(store.GetInformationValues());
         head["network"] = DescribeSection(store.GetNetworkValues());

@@ -159,9 +159,8 @@ const char* NameOf(runs::FileState state) {
 std::vector<std::string> ListProblems(const LoadedRun& run) {
     std::vector<std::string> problems;
     for (const runs::ResultFile& file : run.Source().files) {
-        if (file.state == runs::FileState::kUnreadable || file.state == runs::FileState::kDamaged) {
-            const std::string line = file.line > 0 ? ":" + std::to_string(file.line) : "";
-            problems.push_back(run.Source().path + "/" + file.name + line + ": " + file.problem);
+        if (file.HasProblem()) {
+            problems.push_back(runs::DescribeProblem(run.Source(), file));
         }
     }
     if (run.Store().GetNumOfResultAll() == 0) {

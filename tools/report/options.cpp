@@ -2,8 +2,10 @@
 
 #include <argp.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
+#include <iterator>
 #include <map>
 #include <string>
 
@@ -19,6 +21,13 @@ namespace {
 
 constexpr unsigned int kMaxJobs = 256;
 
+constexpr const char* kDocumentation =
+    "Report and analyse the failed items of factory test runs."
+    "\vPATH is a folder, a result file (its folder is read) or an archive. Folders are searched "
+    "for "
+    "runs.\n\nExit status: 0 no item failed, 1 an item failed, 2 an option, a path, a file or the "
+    "output is invalid.";
+
 const argp_option kOptions[] = {
     {"format", 'f', "FORMAT", 0, "text, json, html, csv or trace (default: text)", 0},
     {"output", 'o', "FILE", 0, "write to FILE instead of standard output", 0},
@@ -27,15 +36,25 @@ const argp_option kOptions[] = {
      "unit of the times in the result files for the trace: us, ms or s (default: ms)", 0},
     {nullptr, 0, nullptr, 0, nullptr, 0}};
 
-const char* const kFormats[] = {"text", "json", "html", "csv", "trace"};
+struct FormatName {
+    const char* name;
+    std::unique_ptr<Format> (*make)(TimeUnit unit);
+};
 
-bool IsFormat(const std::string& name) {
-    for (const char* format : kFormats) {
-        if (name == format) {
-            return true;
-        }
-    }
-    return false;
+const FormatName kFormats[] = {
+    {"text", [](TimeUnit) { return MakeTextFormat(); }},
+    {"json", [](TimeUnit) { return MakeJsonFormat(); }},
+    {"html", [](TimeUnit) { return MakeHtmlFormat(); }},
+    {"csv", [](TimeUnit) { return MakeCsvFormat(); }},
+    {"trace", MakeTraceFormat},
+};
+
+// Returns null for an unknown name.
+const FormatName* FindFormat(const std::string& name) {
+    const auto* format =
+        std::find_if(std::begin(kFormats), std::end(kFormats),
+                     [&name](const FormatName& known) { return known.name == name; });
+    return format == std::end(kFormats) ? nullptr : format;
 }
 
 // Reports a wrong argument and ends the program.
@@ -75,7 +94,7 @@ error_t OnArgument(int key, char* argument, argp_state* state) {
             }
             return 0;
         case 'f':
-            if (!IsFormat(argument)) {
+            if (FindFormat(argument) == nullptr) {
                 Reject(state, argument, "unknown format");
             }
             options.format = argument;
@@ -106,18 +125,8 @@ error_t OnArgument(int key, char* argument, argp_state* state) {
 }  // namespace
 
 Options ParseOptions(int argc, char** argv) {
-    const argp parser = {
-        kOptions,
-        OnArgument,
-        "PATH...",
-        "Report and analyse the failed items of factory test runs."
-        "\vPATH is a folder, a result file (its folder is read) or an archive. Folders are "
-        "searched "
-        "for runs.\n\nExit status: 0 no item failed, 1 an item failed, 2 an option, a path, a file "
-        "or the output is invalid.",
-        nullptr,
-        nullptr,
-        nullptr};
+    const argp parser = {kOptions, OnArgument, "PATH...", kDocumentation,
+                         nullptr,  nullptr,    nullptr};
     argp_err_exit_status = kTrouble;
     // A message begins with the name of the program, not with its path.
     static std::string name = "quorvel-report";
@@ -128,19 +137,7 @@ Options ParseOptions(int argc, char** argv) {
 }
 
 std::unique_ptr<Format> MakeFormat(const Options& options) {
-    if (options.format == "json") {
-        return MakeJsonFormat();
-    }
-    if (options.format == "html") {
-        return MakeHtmlFormat();
-    }
-    if (options.format == "csv") {
-        return MakeCsvFormat();
-    }
-    if (options.format == "trace") {
-        return MakeTraceFormat(options.timeUnit);
-    }
-    return MakeTextFormat();
+    return FindFormat(options.format)->make(options.timeUnit);
 }
 
 }  // namespace quorvel::report

@@ -1,6 +1,7 @@
 #ifndef QUORVEL_TOOLS_REPORT_OPTIONS_H_
 #define QUORVEL_TOOLS_REPORT_OPTIONS_H_
 
+#include <memory>
 #include <string>
 #include <vector>
 

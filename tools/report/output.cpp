@@ -22,22 +22,6 @@ namespace {
 
 constexpr std::size_t kBufferBytes = std::size_t{1} << 16;
 
-// Returns 0 or an error number.
-int WriteAll(int descriptor, const char* bytes, std::size_t size) {
-    while (size > 0) {
-        const ssize_t count = write(descriptor, bytes, size);
-        if (count < 0 && errno == EINTR) {
-            continue;
-        }
-        if (count < 0) {
-            return errno;
-        }
-        bytes += count;
-        size -= static_cast<std::size_t>(count);
-    }
-    return 0;
-}
-
 [[noreturn]] void Throw(int error, const std::string& path) {
     throw std::system_error(error, std::generic_category(),
                             path.empty() ? "standard output" : path);
@@ -103,6 +87,22 @@ void RemoveOnSignal(const std::string& path) {
 }
 
 }  // namespace
+
+int WriteAll(int descriptor, const void* data, std::size_t size) {
+    const char* bytes = static_cast<const char*>(data);
+    while (size > 0) {
+        const ssize_t count = write(descriptor, bytes, size);
+        if (count < 0 && errno == EINTR) {
+            continue;
+        }
+        if (count < 0) {
+            return errno;
+        }
+        bytes += count;
+        size -= static_cast<std::size_t>(count);
+    }
+    return 0;
+}
 
 DescriptorBuffer::DescriptorBuffer(int descriptor)
     : m_Descriptor(descriptor), m_Buffer(kBufferBytes) {

@@ -3,12 +3,16 @@
 
 #include <unistd.h>
 
+#include <cstddef>
 #include <ostream>
 #include <streambuf>
 #include <string>
 #include <vector>
 
 namespace quorvel::report {
+
+// Writes all bytes, also after an interrupted or a partial write. Returns 0 or an error number.
+int WriteAll(int descriptor, const void* data, std::size_t size);
 
 // Writes to a descriptor that it does not own. The stream fails with the first failed write.
 class DescriptorBuffer : public std::streambuf {

@@ -30,7 +30,7 @@ struct Found {
 // Returns one message for a path without a run. Removes the problems of the path itself from the
 // problems.
 std::string DescribeMissingRun(const std::string& path, std::vector<std::string>& problems) {
-    std::string message = path + ": no qelXml.xml or qelRnscXml.xml found";
+    std::string message = runs::DescribeNoRun(path);
     const std::string prefix = path + ": ";
     const auto isOther = [&](const std::string& problem) { return problem.rfind(prefix, 0) != 0; };
     const auto first = std::stable_partition(problems.begin(), problems.end(), isOther);

@@ -71,7 +71,7 @@ public:
         : m_Files(files), m_Folder(std::move(folder)) {
         desktop::LimitXmlInput([this](const std::string& line) { m_OnLimit(line); },
                                desktop::ResultFileLinks::kReject);
-        xmlSetStructuredErrorFunc(this, OnError);
+        xmlSetStructuredErrorFunc(this, m_OnError);
     }
     ~XmlProblems() {
         xmlSetStructuredErrorFunc(nullptr, nullptr);
@@ -98,7 +98,7 @@ private:
         }
     }
 
-    static void OnError(void* data, xmlErrorPtr error) {
+    static void m_OnError(void* data, xmlErrorPtr error) {
         if (error->level != XML_ERR_FATAL || error->file == nullptr || error->message == nullptr) {
             return;
         }

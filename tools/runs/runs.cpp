@@ -182,6 +182,15 @@ std::time_t Run::Time() const {
 }
 
 SearchResult FindRuns(const std::string& path, const Limits& limits, Reading reading) {
+std::string DescribeProblem(const Run& run, const ResultFile& file) {
+    const std::string line = file.line > 0 ? ":" + std::to_string(file.line) : "";
+    return run.path + "/" + file.name + line + ": " + file.problem;
+}
+
+std::string DescribeNoRun(const std::string& path) {
+    return path + ": no " + desktop::kMainResultFile + " or " + desktop::kRnscResultFile + " found";
+}
+
     SearchResult result = Find(path, limits, reading);
     std::sort(result.runs.begin(), result.runs.end(), [](const Run& one, const Run& other) {
         return std::make_pair(other.Time(), one.path) < std::make_pair(one.Time(), other.path);

@@ -67,6 +67,13 @@ struct Run {
     std::time_t Time() const;
 };
 
+// Returns one line about a file with a problem: its path as the user sees it, the line in the file
+// and the problem.
+std::string DescribeProblem(const Run& run, const ResultFile& file);
+
+// Returns one line about a path without a run.
+std::string DescribeNoRun(const std::string& path);
+
 struct SearchResult {
     std::vector<Run> runs;  // newest first
     // What could not be searched, one line each: the path and the reason.

@@ -48,7 +48,7 @@ std::optional<runs::Run> ChooseRun(const Options& options, int& status) {
     if (!result.failure.empty()) {
         Report(result.failure);
     } else if (result.runs.empty()) {
-        Report(options.path + ": no qelXml.xml or qelRnscXml.xml found");
+        Report(runs::DescribeNoRun(options.path));
     } else if (result.runs.size() > 1 && !options.latest) {
         ReportSeveral(options.path, result.runs);
         status = kUsage;

@@ -136,8 +136,7 @@ bool ReportDamage(const runs::Run& run) {
     for (const runs::ResultFile& file : run.files) {
         if (file.HasProblem()) {
             damaged = true;
-            const std::string line = file.line > 0 ? ":" + std::to_string(file.line) : "";
-            Report(run.path + "/" + file.name + line + ": " + file.problem);
+            Report(runs::DescribeProblem(run, file));
         }
     }
     return damaged;
