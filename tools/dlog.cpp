@@ -1,4 +1,4 @@
-// Drops the log lines of the application's classes: the tools report problems themselves.
+// Drops the log lines of the application's classes. The tools have their own messages.
 
 #include <dlog.h>
 

@@ -22,8 +22,8 @@ constexpr const char* kRequest = "org.freedesktop.portal.Request";
 constexpr std::uint32_t kAnswered = 0;
 constexpr std::uint32_t kCancelledByUser = 1;
 
-// Returns the path of a file: URI, or an empty text for another text. efreet_uri_decode would read
-// beyond a text that ends with "%".
+// Returns the path of a file: URI; an empty text for an invalid or any other URI. efreet_uri_decode
+// would read beyond a text that ends with "%".
 std::string PathOfUri(const std::string& uri) {
     const std::string scheme = "file://";
     const auto start = uri.find('/', scheme.size());
@@ -49,7 +49,7 @@ std::string PathOfUri(const std::string& uri) {
     return path;
 }
 
-// What the callbacks below get as data. Lives until the main loop ends.
+// The data of the callbacks. Ask owns the object.
 struct Answer {
     Choice choice = Choice::kUnavailable;
     std::string path;
@@ -66,7 +66,7 @@ void OnResult(void* data, const void* key, Eldbus_Message_Iter* value) {
     }
 }
 
-// The user has answered.
+// Handles the answer of the user.
 void OnResponse(void* data, const Eldbus_Message* message) {
     auto& answer = *static_cast<Answer*>(data);
     std::uint32_t code = 0;
@@ -82,7 +82,7 @@ void OnResponse(void* data, const Eldbus_Message* message) {
     ecore_main_loop_quit();
 }
 
-// The portal has opened the dialog, or reports an error.
+// Handles the reply of the portal: the dialog is open, or an error.
 void OnOpened(void* /*data*/, const Eldbus_Message* message, Eldbus_Pending* /*call*/) {
     if (eldbus_message_error_get(message, nullptr, nullptr)) {
         ecore_main_loop_quit();
@@ -119,7 +119,8 @@ void SendRequest(Eldbus_Connection* connection, const char* title) {
 
 Choice Ask(Eldbus_Connection* connection, const char* title, std::string& path) {
     Answer answer;
-    // The portal sends the response to the caller only, and the process has one request.
+    // Needs no path of a request: the portal sends the response only to the caller, and this
+    // process has one request.
     Eldbus_Signal_Handler* response = eldbus_signal_handler_add(connection, kBus, nullptr, kRequest,
                                                                 "Response", OnResponse, &answer);
     eldbus_name_owner_changed_callback_add(connection, kBus, OnOwnerChanged, nullptr, EINA_FALSE);
@@ -131,7 +132,7 @@ Choice Ask(Eldbus_Connection* connection, const char* title, std::string& path) 
     return answer.choice;
 }
 
-// Without a bus the library would start one, which no program of the desktop uses.
+// Without a session bus, the library would start a bus that no program of the desktop uses.
 bool HasSessionBus() {
     const char* folder = std::getenv("XDG_RUNTIME_DIR");
     return std::getenv("DBUS_SESSION_BUS_ADDRESS") != nullptr ||

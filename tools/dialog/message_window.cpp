@@ -11,7 +11,7 @@ namespace {
 
 constexpr int kWidth = 720;
 constexpr int kHeight = 360;
-// The texts are larger than the toolkit's.
+// Makes the texts larger than the toolkit's default.
 constexpr double kScale = 1.4;
 
 void OnPressed(void* /*data*/, Evas_Object* /*button*/, void* /*event*/) {
@@ -58,7 +58,7 @@ void FillWindow(Evas_Object* window, const std::string& text) {
 }  // namespace
 
 bool ShowMessage(const std::string& text) {
-    // Without this the toolkit starts a process that reads the applications of the desktop.
+    // The cache would start a process that reads the applications of the desktop.
     efreet_cache_disable();
     if (elm_init(0, nullptr) == 0) {
         return false;

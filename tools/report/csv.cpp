@@ -1,4 +1,4 @@
-// CSV after RFC 4180: a header and one line for each failed item, values unmodified.
+// CSV as in RFC 4180: a header and one line for each failed item, values unmodified.
 
 #include <ostream>
 #include <string>

@@ -8,10 +8,11 @@
 
 namespace quorvel::report {
 
-// Returns the row of the failed item id as the screen shows it, and the name if the row omits it.
+// Returns the row of the failed item id as the list shows it, with the name if the row omits the
+// name.
 std::string DescribeRow(const LoadedRun& run, unsigned int id);
 
-// Returns the smaller end minus the larger start; negative for windows that wrap around.
+// Returns the smaller end minus the larger start; negative for time windows that wrap around.
 std::int64_t OverlapOf(const QELTimeWindow_s& one, const QELTimeWindow_s& other);
 
 }  // namespace quorvel::report

@@ -139,7 +139,7 @@ private:
         }
     }
 
-    // One lane for each test thread, one bar for each item with times.
+    // Writes one lane for each test thread and one bar for each item with times.
     void m_WriteTimeline() {
         std::map<int, int> lanes;
         std::int64_t first = INT64_MAX;
@@ -249,8 +249,8 @@ private:
         }
     }
 
-    // The window of the item and the numbers of its conflicts. The names and windows of the
-    // conflicts are in the table of all items only; the script writes them on demand.
+    // Writes the time window of the item and the numbers of its conflicts. The script takes the
+    // names and time windows of the conflicts from the table of all items.
     void m_WriteAnalysis(const Analysis& analysis) {
         if (analysis.lines.empty()) {
             m_Out << "<p class=\"warning\">" << Escape(analysis.reason) << "</p>\n";
@@ -278,7 +278,7 @@ private:
         m_Out << "</table></div></details>\n";
     }
 
-    // The times as the analysis reads them; unreadable ones as in the files.
+    // Writes the times as the analysis reads them, and unreadable times as in the result files.
     void m_WriteRow(unsigned int i) {
         const ResultItem& item = m_Run.Store().GetAllItems()[i];
         m_Out << "<tr><td>" << i + 1;

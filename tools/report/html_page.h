@@ -1,7 +1,7 @@
 #ifndef QUORVEL_TOOLS_REPORT_HTML_PAGE_H_
 #define QUORVEL_TOOLS_REPORT_HTML_PAGE_H_
 
-// The fixed parts of the HTML report. They contain nothing of a result file.
+// The fixed parts of the HTML report. They contain no value of a result file.
 namespace quorvel::report {
 
 constexpr const char kHtmlStart[] = R"(<!DOCTYPE html>

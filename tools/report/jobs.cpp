@@ -67,7 +67,8 @@ RunResult Unpack(const std::string& text) {
     return result;
 }
 
-// A piece of what a child sends: output, the result that ends a run, or the reason of its end.
+// A part of the data of a child process: output, the result of a run, or the error that ended the
+// child.
 enum class PieceKind : std::uint32_t { kOutput, kResult, kFailure };
 struct PieceHead {
     PieceKind kind;
@@ -82,7 +83,7 @@ void SendPiece(int descriptor, PieceKind kind, const char* bytes, std::size_t si
     }
 }
 
-// Sends the output of a child in pieces.
+// Sends the output of a child process in pieces.
 class PieceBuffer : public std::streambuf {
 public:
     explicit PieceBuffer(int descriptor) : m_Descriptor(descriptor) { m_Reset(); }

@@ -10,7 +10,7 @@
 
 namespace quorvel::report {
 
-// What one run adds to the report apart from its output.
+// The sums and problems of one run.
 struct RunResult {
     std::vector<std::string> problems;  // one line each
     unsigned int items = 0;
@@ -18,12 +18,13 @@ struct RunResult {
     std::vector<ItemKey> failedKeys;  // without repetitions; empty when the format omits them
 };
 
-// Writes the runs in their order, jobs of them at the same time. With one job, everything happens
-// in this process. With more, each job is a child process, because the result store exists once in
-// a process; a child waits while its pipe is full, so that no output is collected in memory.
+// Writes the runs in their order. jobs: how many runs are processed at the same time. With one job,
+// this process does everything. With more jobs, each job is a child process, because a process has
+// only one result store. A child process waits while its pipe is full, so that no output is
+// collected in memory.
 //
-// onResult is called after each run, in order. Throws std::runtime_error when a child process
-// cannot be started or ends early.
+// Calls onResult after each run, in order. Throws std::runtime_error when a child process cannot be
+// started or ends early.
 void WriteRuns(const Format& format, const std::vector<runs::Run>& runs, unsigned int jobs,
                std::ostream& out, const std::function<void(const RunResult&)>& onResult);
 

@@ -1,4 +1,4 @@
-// JSON Lines: one object for each run, after docs/report.schema.json.
+// JSON Lines: one object for each run, as docs/report.schema.json defines it.
 
 #include <ostream>
 #include <string>
@@ -30,8 +30,8 @@ OrderedJson DescribeSection(const SectionValues& values) {
     return json;
 }
 
-// The failed items of one run. Conflicts are written as text: an item of a large run is a conflict
-// of many others.
+// Writes the failed items of one run. The text of a conflict is kept, because one item can be a
+// conflict of many failed items.
 class FailedItems {
 public:
     FailedItems(std::ostream& out, LoadedRun& run)
@@ -102,7 +102,8 @@ private:
 
     std::ostream& m_Out;
     LoadedRun& m_Run;
-    std::vector<std::string> m_Ends;  // of the lines of all items; empty until they are needed
+    // By the index of all items: the end of the line of a conflict; empty until it is needed.
+    std::vector<std::string> m_Ends;
 };
 
 class JsonFormat : public Format {
@@ -120,7 +121,7 @@ public:
         head["network"] = DescribeSection(store.GetNetworkValues());
         head["summary"] = DescribeSection(store.GetSummaryValues());
         head["items"] = store.GetNumOfResultAll();
-        // Written item by item: a large run has no second copy in memory.
+        // Written item by item, so that a large run has no second copy in memory.
         std::string text = Dump(head);
         text.back() = ',';
         out << text;

@@ -45,7 +45,7 @@ const char* DescribeMissingLines(QELConflictState_e state) {
     return "";
 }
 
-// Reads the run into the store. The store of the process is the only one that the analysis reads.
+// Reads the run into the result store of the process, because the analysis reads only this store.
 QELXmlParser& Load(runs::Run& run) {
     QELXmlParser* store = QELXmlParser::GetInstance();
     if (store == nullptr) {
@@ -89,8 +89,8 @@ Analysis LoadedRun::Analyse(unsigned int id) {
     return analysis;
 }
 
-// The failed items are a part of all items in the same order, and equal items fail alike. The first
-// equal item after the last match is therefore the failed one.
+// Both lists have the same order, and of equal items either all or no item failed. The failed item
+// is therefore the first equal item after the last match.
 std::vector<unsigned int> LoadedRun::FindFailedPositions() const {
     const std::vector<ResultItem>& failed = m_Store.GetFailedItems();
     const std::vector<ResultItem>& all = m_Store.GetAllItems();

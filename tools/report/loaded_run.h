@@ -18,7 +18,7 @@ enum class AnalysisState {
     kMalformed,  // a code of the item is not a hexadecimal number, or does not fit an int
 };
 
-// The result of OK on a failed item.
+// The result of the analysis of a failed item.
 struct Analysis {
     AnalysisState state = AnalysisState::kDone;
     // The reason why lines is empty; an empty text otherwise.
@@ -32,10 +32,11 @@ struct Slot {
     int thread = 0;
     int start = 0;
     int duration = 0;
-    QELTimeWindow_s window{};  // as the analysis compares it
+    QELTimeWindow_s window{};  // the time window that the analysis compares
 };
 
-// One run in the result store of this process. Only one object may exist at a time. One thread.
+// One run in the result store of this process, which exists once. Only one object may exist at a
+// time. One thread.
 class LoadedRun {
 public:
     // Reads the files of the run into the store and completes the values of the run.
@@ -68,7 +69,7 @@ private:
     std::optional<QELConflictIndex> m_Index;  // built for the first analysis
 };
 
-// Returns the value of an item, or an empty text.
+// Returns the value of the key; an empty text when the item has no such value.
 const std::string& ValueOf(const ResultItem& item, const char* key);
 
 // Returns the state as the JSON output has it.

@@ -38,13 +38,12 @@ int main(int argc, char** argv) {
     OpenClosedStreams();
     (void)std::atexit(CheckOutput);
     quorvel::report::UseXmlMemory();
-    // For the widths of characters. The report does not depend on the user's locale.
+    // mbrtowc and wcwidth need a UTF-8 locale. The user's locale has no effect on the report.
     std::setlocale(LC_CTYPE, "C.UTF-8");
-    // When the reader closes the pipe, the write fails.
+    // A write to a closed pipe, or beyond a limit on the size of files, fails instead.
     std::signal(SIGPIPE, SIG_IGN);
-    // So is a limit on the size of files.
     std::signal(SIGXFSZ, SIG_IGN);
-    // The problems of a file are reported with its run.
+    // The report lists the problems of a file with its run.
     quorvel::desktop::LimitXmlInput([](const std::string&) {});
     return quorvel::report::WriteReport(quorvel::report::ParseOptions(argc, argv));
 }

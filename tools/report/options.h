@@ -25,6 +25,7 @@ struct Options {
 // Reads the arguments. --help, --version and a wrong argument end the process.
 Options ParseOptions(int argc, char** argv);
 
+// Returns a new object of the format that the options name.
 std::unique_ptr<Format> MakeFormat(const Options& options);
 
 }  // namespace quorvel::report

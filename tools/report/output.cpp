@@ -27,7 +27,7 @@ constexpr std::size_t kBufferBytes = std::size_t{1} << 16;
                             path.empty() ? "standard output" : path);
 }
 
-// The report gets the mode of the file that it replaces, or the usual mode.
+// Sets the mode of the file that the report replaces; without such a file, the usual mode.
 void SetMode(int descriptor, const std::string& path) {
     struct stat status {};
     if (stat(path.c_str(), &status) == 0) {

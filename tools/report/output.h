@@ -36,12 +36,11 @@ private:
 };
 
 // The report's destination: standard output, or a file that appears under its name only when it is
-// complete. Until then the file has no name. On a file system without unnamed files it has a
-// temporary name, and a signal that ends the process removes the file. One object at a time, one
-// thread.
+// complete. An incomplete file has no name. On a file system without unnamed files, it has a
+// temporary name, and a signal that ends the process removes it. One object at a time, one thread.
 class Output {
 public:
-    // path: empty for standard output. A device or FIFO is written directly. Throws
+    // path: empty for standard output. The report is written directly to a device or a FIFO. Throws
     // std::system_error when the file cannot be created.
     explicit Output(const std::string& path);
     // Removes a file that is not complete.
@@ -51,7 +50,7 @@ public:
 
     std::ostream& Stream() { return m_Stream; }
     bool IsTerminal() const { return isatty(m_Descriptor) == 1; }
-    // Completes the report. Throws std::system_error when anything was not written.
+    // Completes the report. Throws std::system_error when a part of the report cannot be written.
     void Finish();
 
 private:

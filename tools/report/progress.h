@@ -7,8 +7,8 @@
 
 namespace quorvel::report {
 
-// A progress bar on standard error, shown after one second and only on a terminal. One thread.
-// Shows no bar for a total of 0.
+// A progress bar on standard error. Appears after one second, only on a terminal, and not for a
+// total of 0. One thread.
 class Progress {
 public:
     explicit Progress(std::size_t total);
@@ -16,9 +16,9 @@ public:
     Progress(const Progress&) = delete;
     Progress& operator=(const Progress&) = delete;
 
-    // One more run is done.
+    // Counts one more finished run.
     void Advance();
-    // Writes the line to standard error, apart from the bar.
+    // Clears the bar and writes the line to standard error.
     void WriteLine(const std::string& line);
 
 private:

@@ -21,14 +21,14 @@ std::string ComposeMessage(const std::string& text) {
     return "quorvel-report: " + runs::MakePrintable(text);
 }
 
-// The runs of all paths in order, and the problems.
+// The runs of all paths in the order of the paths, and the problems.
 struct Found {
     std::vector<runs::Run> runs;
     std::vector<std::string> problems;
 };
 
-// Returns one message for a path without a run. Removes the problems of the path itself from the
-// problems.
+// Returns one message for a path without a run. Moves the problems of the path itself from problems
+// to the message.
 std::string DescribeMissingRun(const std::string& path, std::vector<std::string>& problems) {
     std::string message = runs::DescribeNoRun(path);
     const std::string prefix = path + ": ";
@@ -43,7 +43,7 @@ std::string DescribeMissingRun(const std::string& path, std::vector<std::string>
 
 void FindRunsAt(const std::string& path, Found& found) {
     runs::SearchResult result = runs::FindRuns(path, {}, runs::Reading::kLater);
-    // The order of the entries of a folder is arbitrary.
+    // FindRuns sorts by time, but a run that is read later has no time yet.
     std::stable_sort(result.runs.begin(), result.runs.end(),
                      [](const auto& one, const auto& other) { return one.path < other.path; });
     if (!result.failure.empty()) {
@@ -72,7 +72,7 @@ void Add(const RunResult& result, Totals& totals) {
 int WriteFound(const Options& options, const Found& found) {
     const std::unique_ptr<Format> format = MakeFormat(options);
     Output output(options.output);
-    // On one terminal, the bar would be written into the lines of the report.
+    // On a terminal that shows the report, the bar would be mixed with the lines of the report.
     Progress progress(output.IsTerminal() ? 0 : found.runs.size());
     Totals totals;
     bool hasProblem = !found.problems.empty();
@@ -83,7 +83,7 @@ int WriteFound(const Options& options, const Found& found) {
     WriteRuns(*format, found.runs, options.jobs, output.Stream(), [&](const RunResult& result) {
         Add(result, totals);
         if (!result.problems.empty()) {
-            // On one terminal, the messages follow their run.
+            // A terminal that shows both then shows the problems after their run.
             output.Stream().flush();
         }
         for (const std::string& problem : result.problems) {

@@ -39,8 +39,8 @@ std::size_t WidthOf(const std::string& text) {
     return width;
 }
 
-// Writes rows in columns that line up. Numbers are aligned to the right. The last column is not
-// padded.
+// Writes a table. Columns before firstTextColumn are numbers, aligned to the right. A line has no
+// blanks at its end.
 void WriteColumns(std::ostream& out, const std::string& indent, const std::vector<Row>& rows,
                   std::size_t firstTextColumn) {
     std::vector<std::size_t> widths;

@@ -14,7 +14,7 @@ namespace quorvel::report {
 
 namespace {
 
-// The format counts in microseconds.
+// The unit of time of the format is the microsecond.
 std::int64_t MicrosecondsOf(TimeUnit unit) {
     switch (unit) {
         case TimeUnit::kMicroseconds:
@@ -45,7 +45,7 @@ public:
     }
 
 private:
-    // A negative thread has no place in the format, so the threads are numbered.
+    // The format has no negative threads, so the threads are numbered from 1.
     void m_NumberThreads() {
         for (unsigned int i = 0; i < m_Run.Store().GetNumOfResultAll(); ++i) {
             if (const auto slot = m_Run.FindSlot(i)) {
@@ -96,7 +96,7 @@ private:
     const LoadedRun& m_Run;
     unsigned int m_Process;
     std::int64_t m_Unit;
-    std::map<int, unsigned int> m_Threads;  // by the thread of the files
+    std::map<int, unsigned int> m_Threads;  // the number of each thread of the result files
 };
 
 class TraceFormat : public Format {

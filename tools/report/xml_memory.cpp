@@ -13,10 +13,10 @@ namespace quorvel::report {
 namespace {
 
 constexpr std::size_t kUnit = 16;
-constexpr std::size_t kSmallUnits = 32;  // larger blocks are from malloc
+constexpr std::size_t kSmallUnits = 32;  // larger blocks come from malloc
 constexpr std::size_t kChunkBytes = std::size_t{1} << 18;
 
-// Precedes each block. libxml2 stores nothing that needs a larger alignment.
+// Precedes each block. No data of libxml2 needs a larger alignment.
 struct Head {
     std::size_t units;
 };
@@ -35,7 +35,7 @@ Head* HeadOf(void* data) {
     return static_cast<Head*>(data) - 1;
 }
 
-// Cuts a block off the chunk. The rest of a full chunk is lost.
+// Takes a block from the chunk. The rest of a full chunk stays unused.
 Head* Cut(std::size_t units) {
     if (g_ChunkUnits < units) {
         g_Chunk = static_cast<char*>(std::malloc(kChunkBytes));

@@ -34,7 +34,7 @@ namespace fs = std::filesystem;
 
 constexpr const char* kExtensions[] = {".tar", ".tar.gz", ".tgz", ".tar.xz", ".zip"};
 
-// The reason why an archive is not read to its end.
+// Ends the reading of an archive, or of one entry. what() is the reason.
 class ArchiveError : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;
@@ -79,7 +79,7 @@ std::optional<EntryName> SplitEntryName(const char* text) {
     return result;
 }
 
-// One pass over the entries of an open archive file.
+// Reads the entries of an open archive file once, in their order.
 class Reader {
 public:
     // file: open at its start. Throws ArchiveError for a file that is not an archive.
@@ -166,7 +166,8 @@ private:
         }
     }
 
-    // Moving on from an entry of a packed tar unpacks the entry. Other formats seek.
+    // libarchive unpacks an entry of a compressed tar even when the entry is left unread. In other
+    // formats it seeks.
     void m_LeaveUnread(archive_entry* entry) {
         const bool seeks = archive_filter_count(m_Reader.get()) <= 1;
         if (!seeks && archive_entry_size(entry) > 0) {
@@ -176,10 +177,10 @@ private:
 
     std::unique_ptr<archive, decltype(&archive_read_free)> m_Reader;
     Limits& m_Left;
-    archive_entry* m_Entry = nullptr;  // the current one; owned by m_Reader
+    archive_entry* m_Entry = nullptr;  // the current entry; owned by m_Reader
 };
 
-// Unpacks one archive. Lives in ReadArchive.
+// Unpacks one archive. ReadArchive owns the object.
 class Unpacker {
 public:
     Unpacker(std::string path, int file, Limits& left)
@@ -209,7 +210,7 @@ public:
 private:
     using Visitor = std::function<void(Reader&, archive_entry*, const EntryName&)>;
 
-    // Visits each entry that has a place in the archive. Returns the reason why the archive is not
+    // Calls visit for each entry with an accepted name. Returns the reason why the archive is not
     // read to its end, or an empty text.
     std::string m_Pass(const Visitor& visit) {
         try {
@@ -264,8 +265,8 @@ private:
         m_UnpackOrRemove(reader, run.folder + "/" + name.name, file);
     }
 
-    // Leaves no part of a file that cannot be unpacked completely. When the rest of the archive
-    // cannot be read either, the next entry ends the pass.
+    // Removes a file that cannot be unpacked completely. When the rest of the archive cannot be
+    // read either, reading the next entry reports the reason.
     static void m_UnpackOrRemove(Reader& reader, const std::string& path, ResultFile& file) {
         try {
             reader.Unpack(path, desktop::kMaxResultFileBytes);

@@ -42,7 +42,8 @@ void RejectUnopened(ResultFile& file, int error) {
     }
 }
 
-// Opens the file without reading it. Returns whether it is to be parsed.
+// Checks the file without reading its content, and adds to the identity and the time of the run.
+// Returns whether the file can be parsed.
 bool Inspect(ResultFile& file, int folder, std::string& identity, std::time_t& time) {
     const Descriptor opened(openat(folder, file.name.c_str(),
                                    O_RDONLY | O_NONBLOCK | O_NOFOLLOW | O_NOCTTY | O_CLOEXEC));
@@ -66,7 +67,7 @@ bool Inspect(ResultFile& file, int folder, std::string& identity, std::time_t& t
 // Collects what libxml2 reports while the two files are parsed.
 class XmlProblems {
 public:
-    // folder: the folder as the parser gets it.
+    // folder: the path that the parser gets.
     XmlProblems(std::array<ResultFile, 2>& files, std::string folder)
         : m_Files(files), m_Folder(std::move(folder)) {
         desktop::LimitXmlInput([this](const std::string& line) { m_OnLimit(line); },
@@ -81,7 +82,7 @@ public:
     XmlProblems& operator=(const XmlProblems&) = delete;
 
 private:
-    // The first problem of a file counts. A later one is mostly a consequence.
+    // Keeps the first problem of a file. Later problems are mostly its consequences.
     static void m_Set(ResultFile& file, FileState state, std::string problem, int line) {
         if (file.state == FileState::kRead) {
             problem.erase(std::min(problem.find('\n'), problem.size()));
@@ -156,7 +157,7 @@ void Parse(Run& run, const std::string& folder, QELXmlParser& store) {
     }
     if (!parsed &&
         std::none_of(run.files.begin(), run.files.end(), std::mem_fn(&ResultFile::HasProblem))) {
-        // libxml2 has named no file.
+        // The error of libxml2 names no file.
         for (ResultFile& file : run.files) {
             if (file.state == FileState::kRead) {
                 Reject(file, FileState::kDamaged, "not well-formed");
@@ -191,7 +192,7 @@ void CheckRun(Run& run, QELXmlParser& store) {
         for (ResultFile& file : run.files) {
             Reject(file, FileState::kUnreadable, std::strerror(error));
         }
-        // Clears the store: no file has this path.
+        // Clears the store, because this path has no result file.
         store.ParseFolder("/dev/null");
         return;
     }
@@ -205,7 +206,7 @@ void CheckRun(Run& run, QELXmlParser& store) {
     if (run.identity.empty()) {
         run.identity = identity;
     }
-    // A path that libxml2 takes as it is. A path of the user could look like a URL.
+    // libxml2 would take some paths of a user for URLs.
     Parse(run, "/proc/self/fd/" + std::to_string(folder.Number()), store);
 }
 

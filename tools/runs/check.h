@@ -10,17 +10,17 @@
 
 namespace quorvel::runs {
 
-// Returns whether a folder of this name is a capture that is not complete. It may have only one of
-// the two result files.
+// Returns whether a folder of this name is an unfinished capture, which may lack files.
 bool IsUnfinished(const std::string& name);
 
-// Returns a text that differs for every other file and for every other state of this file.
+// Returns a text that changes when another file takes the place of the file, and when the file is
+// written: the device, the inode, the size and the modification time.
 std::string Identify(const struct stat& status);
 
 // Reads the result files in run.folder and sets the states of the files and the values of the run.
 // Sets run.identity unless it is set. A file that already has the state kUnreadable keeps it.
 void CheckRun(Run& run);
-// Does the same and leaves what was read in the store.
+// Does the same, and keeps the values of the files in the store.
 void CheckRun(Run& run, QELXmlParser& store);
 
 }  // namespace quorvel::runs

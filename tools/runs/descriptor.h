@@ -5,7 +5,8 @@
 
 namespace quorvel::runs {
 
-// Owns the descriptor of an open file or folder, and closes it. A negative number is no file.
+// Owns the descriptor of an open file or folder and closes it. A negative number means that no file
+// is open.
 class Descriptor {
 public:
     explicit Descriptor(int number) : m_Number(number) {}

@@ -4,7 +4,7 @@
 #include <cstddef>
 #include <string>
 
-// Prepares texts of files for output. Any thread.
+// Converts texts of result files and paths for output. Any thread.
 namespace quorvel::runs {
 
 // Returns the text, or its beginning and "..." in at most maxBytes bytes. Cuts no UTF-8 character.
@@ -13,13 +13,13 @@ std::string Shorten(const std::string& text, std::size_t maxBytes);
 // Returns the text with each byte that is not UTF-8 replaced by U+FFFD.
 std::string MakeUtf8(const std::string& text);
 
-// Does what MakeUtf8 does, for a text that a person reads: replaces also each control character and
-// each character that changes the direction of text or separates lines by '?'.
+// Returns the result of MakeUtf8 with '?' for each control character, each line separator and each
+// character that changes the direction of text. For text that a person reads.
 std::string MakePrintable(const std::string& text);
 
-// Returns the first option whose name has other characters than printable ASCII; null without such
-// an option. getopt would write the name unchanged to the terminal. arguments: as main receives
-// them.
+// Returns the first option whose name contains a character other than printable ASCII; null without
+// such an option. getopt would write the name unchanged to the terminal. arguments: the argv of
+// main.
 const char* FindUnprintableOption(char** arguments);
 
 }  // namespace quorvel::runs

@@ -36,7 +36,8 @@ Run ReadFolder(const std::string& path, Reading reading) {
     return run;
 }
 
-// Searches folders level by level, so that a limit cuts off the deepest folders. Lives in FindRuns.
+// Searches folders level by level, so that a limit cuts off the deepest folders. One object for
+// each call of FindRuns.
 class Search {
 public:
     Search(const Limits& limits, Reading reading) : m_Reading(reading), m_Left(limits) {}
@@ -70,14 +71,14 @@ private:
 
     void m_Visit(const Folder& folder) {
         std::error_code error;
-        // The limit can stop the listing below before it reaches the result files.
+        // Checked first: the limit can stop the loop before the loop reaches the result files.
         bool hasResultFiles = HasResultFiles(folder.path);
         fs::directory_iterator entry(folder.path, error);
         for (; !error && entry != fs::directory_iterator(); entry.increment(error)) {
             if (--m_Left.entries < 0) {
                 break;
             }
-            // The names of a folder may be readable although its files are not.
+            // Without permission to enter the folder, only its list of names shows the files.
             hasResultFiles = desktop::IsResultFile(entry->path().filename()) || hasResultFiles;
             m_Consider(*entry, folder.depth);
         }
@@ -127,7 +128,7 @@ fs::path FindArchiveAbove(const fs::path& path) {
     return {};
 }
 
-// Keeps the runs in a folder of the archive, or in the folder of a result file.
+// Returns the runs in a folder of the archive, or in the folder of a result file of the archive.
 SearchResult FindInsideArchive(const fs::path& archive, const fs::path& path,
                                const Limits& limits) {
     fs::path inner = path.lexically_normal().lexically_relative(archive.lexically_normal());
@@ -181,7 +182,6 @@ std::time_t Run::Time() const {
     return std::mktime(&parts);
 }
 
-SearchResult FindRuns(const std::string& path, const Limits& limits, Reading reading) {
 std::string DescribeProblem(const Run& run, const ResultFile& file) {
     const std::string line = file.line > 0 ? ":" + std::to_string(file.line) : "";
     return run.path + "/" + file.name + line + ": " + file.problem;
@@ -191,6 +191,7 @@ std::string DescribeNoRun(const std::string& path) {
     return path + ": no " + desktop::kMainResultFile + " or " + desktop::kRnscResultFile + " found";
 }
 
+SearchResult FindRuns(const std::string& path, const Limits& limits, Reading reading) {
     SearchResult result = Find(path, limits, reading);
     std::sort(result.runs.begin(), result.runs.end(), [](const Run& one, const Run& other) {
         return std::make_pair(other.Time(), one.path) < std::make_pair(one.Time(), other.path);

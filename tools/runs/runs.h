@@ -43,10 +43,10 @@ struct Photo {
     std::string file;  // the path of the file in the folder of the run; empty when it is missing
 };
 
-// One run: what its result files contain, and where they are.
+// One run: the values of its result files, and the places of the files.
 struct Run {
     std::string path;    // as the user sees it: a folder, or an archive and the folder in it
-    std::string folder;  // the folder in which the files can be read
+    std::string folder;  // the folder from which the files are read
     // Contains folder when the run is from an archive. Copies of a Run share it.
     std::shared_ptr<const TemporaryFolder> unpacked;
     // Changes when a result file or the archive changes or is replaced. One line.
@@ -76,16 +76,16 @@ std::string DescribeNoRun(const std::string& path);
 
 struct SearchResult {
     std::vector<Run> runs;  // newest first
-    // What could not be searched, one line each: the path and the reason.
+    // One line for each place that could not be searched: the path and the reason.
     std::vector<std::string> problems;
-    // The path and the reason why the search could not start; empty when it did.
+    // The path and the reason why the search could not start; empty after a start.
     std::string failure;
 };
 
 constexpr int kMaxDepth = 6;  // levels of folders below the path, or in an archive
 constexpr long long kMaxPhotoBytes = desktop::kMaxPhotoBytes;
 
-// What a search may take in all.
+// The limits of one search, over all folders and archives.
 struct Limits {
     long entries = 100'000;               // entries of folders and archives
     long long unpackedBytes = 1LL << 30;  // bytes of archives

@@ -26,7 +26,8 @@ int OpenFolder(const fs::path& folder) {
     return open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
 }
 
-// The kernel releases the lock of a folder when the process that uses the folder ends.
+// Returns whether no process uses the folder. The kernel releases the lock of a folder when the
+// process that uses the folder ends.
 bool IsLeftOver(const Descriptor& folder) {
     struct stat status {};
     return folder.Number() >= 0 && fstat(folder.Number(), &status) == 0 &&
@@ -64,8 +65,8 @@ TemporaryFolder::TemporaryFolder() {
     } while (!m_Keep());
 }
 
-// Locks the folder. Returns false when another process has removed the folder before. On a file
-// system without locks, no process removes the folder.
+// Locks the folder. Returns false when another process has removed the folder before the lock. On a
+// file system without locks, no process removes the folder.
 bool TemporaryFolder::m_Keep() {
     m_Lock.emplace(OpenFolder(m_Path));
     std::error_code error;

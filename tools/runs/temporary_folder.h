@@ -30,7 +30,7 @@ private:
     std::optional<Descriptor> m_Lock;
 };
 
-// Returns one line for a temporary file that cannot be written: the path, the reason and the
+// Returns one line about a file that cannot be written or copied: the path, the reason and the
 // remedy.
 std::string DescribeUnwritten(const std::filesystem::filesystem_error& error);
 

@@ -15,11 +15,11 @@ namespace {
 
 constexpr int kNotStarted = 127;
 
-// Blocks the signals to pass on, and the signal of an ended child, until the object is destroyed.
+// Blocks the signals that RunProgram passes on, and SIGCHLD, until the object is destroyed.
 class BlockedSignals {
 public:
     BlockedSignals() {
-        // A parent that ignores the signal passes that on. waitpid would then find no child.
+        // A process inherits ignored signals. With SIGCHLD ignored, waitpid finds no child.
         (void)std::signal(SIGCHLD, SIG_DFL);
         sigemptyset(&m_Signals);
         sigaddset(&m_Signals, SIGCHLD);
@@ -52,7 +52,7 @@ private:
 
 // Runs in the child process.
 [[noreturn]] void Execute(std::vector<std::string>& words, pid_t parent) {
-    // In a session of its own the program does not get the terminal's signals a second time.
+    // In its own session, the program gets a signal of the terminal only from RunProgram.
     setsid();
     prctl(PR_SET_PDEATHSIG, SIGTERM);
     if (getppid() == parent) {

@@ -7,11 +7,11 @@
 
 namespace quorvel::view {
 
-// Copies the result files that can be opened and the photos that they name to an empty folder, and
-// nothing else. A photo gets the first of its places, see ListPhotoPlaces, so that photos with
-// equal base names stay distinct and FindPhoto finds each. Throws std::filesystem::filesystem_error
-// when a result file cannot be copied completely. Writes a warning to standard error for a photo
-// that is left out.
+// Copies only the result files that can be opened and the photos that they name, to an empty
+// folder. A photo gets the first of its places, see ListPhotoPlaces, so that photos with equal base
+// names stay distinct and FindPhoto finds each. Throws std::filesystem::filesystem_error when a
+// result file cannot be copied completely. Writes a warning to standard error for a photo that is
+// left out.
 void CopyRun(const runs::Run& run, const std::string& folder);
 
 }  // namespace quorvel::view

@@ -10,8 +10,8 @@ namespace quorvel::view {
 // Returns whether the environment names an X or Wayland display.
 bool HasDisplay();
 
-// Returns whether a launcher of the desktop has started this process, as far as the environment
-// shows it: by the variables of the startup notification and of GIO.
+// Returns whether the environment shows that a launcher of the desktop has started this process:
+// it has a variable of the startup notification, or the variable of GIO names this process.
 bool IsDesktopStart();
 
 // Asks the user for a folder. Returns an empty text when the user cancels the dialog. Without a

@@ -1,4 +1,4 @@
-// Shows a run in the application: finds it, checks it, and starts quorvel on a copy of it.
+// quorvel-view: finds a run, checks the run, and starts quorvel on a copy of the run.
 
 #include <unistd.h>
 
@@ -30,10 +30,10 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// Beyond 128, an exit status is 128 plus the number of a signal.
+// The exit statuses. kSignal is added to the number of the signal that ended quorvel.
 enum Status : int { kSuccess, kNoRun, kUsage, kOtherRun, kSignal = 128 };
 
-// How long the owner may take for a launch request, and for its shutdown.
+// The owner's time for a launch request, and for its shutdown.
 constexpr std::chrono::seconds kOwnerTimeout{10};
 // Time between two attempts while the owner starts.
 constexpr std::chrono::milliseconds kRetryInterval{10};
@@ -58,7 +58,7 @@ std::optional<runs::Run> ChooseRun(const Options& options, int& status) {
     return std::nullopt;
 }
 
-// The screen of such a run would look like the screen of a run without failures.
+// Warns of missing items. The screen shows fewer rows and no reason.
 void WarnOfMissingItems(const runs::Run& run, bool damaged) {
     if (run.items == 0) {
         Report(run.path + (damaged ? ": warning: no item can be read; an empty list does not mean "
@@ -86,8 +86,8 @@ bool IsAcceptable(const runs::Run& run, bool force) {
     return true;
 }
 
-// Sends the launch request. Waits for an owner that still starts. Returns whether the application
-// has received the request.
+// Sends the launch request to the owner. Tries again while the owner starts. Returns whether the
+// application has received the request.
 bool HandOver(const std::string& folder, const desktop::KeyValues& request) {
     const auto deadline = desktop::Clock::now() + kOwnerTimeout;
     auto reply = desktop::SendToOwner(folder, request, deadline);
@@ -104,8 +104,8 @@ bool CloseOwner(const std::string& folder) {
     return desktop::AwaitNoOwner(folder, kOwnerTimeout);
 }
 
-// Returns the status when the owner's answer decides it. Returns no value when the run is still to
-// be opened.
+// Returns the exit status when the owner shows a run and decides the outcome. Returns no value when
+// this process must open the run.
 std::optional<int> AskOwner(const runs::Run& run, const Options& options) {
     std::string why;
     const std::string folder = desktop::RuntimeFolder(why);

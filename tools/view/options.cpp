@@ -52,7 +52,7 @@ int Parse(int key, char* argument, argp_state* state) {
     auto& options = *static_cast<Options*>(state->input);
     switch (key) {
         case ARGP_KEY_INIT:
-            // argp would otherwise write its own hint after an unknown option.
+            // Suppresses the hint of argp after an unknown option. ParseOptions writes a hint.
             state->err_stream = nullptr;
             if (const char* option = runs::FindUnprintableOption(state->argv)) {
                 return RejectArgument(option, "unknown option");

@@ -10,7 +10,7 @@ namespace quorvel::view {
 
 // The command line of quorvel-view.
 struct Options {
-    std::string path;            // empty when a dialog asks for the path
+    std::string path;            // empty: a dialog asks for the path
     desktop::KeyValues request;  // for the application
     bool latest = false;
     bool force = false;

@@ -41,8 +41,8 @@ std::string FormatTime(const runs::Run& run) {
     return text.data();
 }
 
-// Returns the number in the list on the screen, the name and the code of an item that cannot be
-// pressed; an empty text for another item.
+// Returns the position in the list, the name and the code of an item with a malformed code; an
+// empty text for any other item.
 std::string DescribeMalformedCode(const QELXmlParser& store, QELAnalysisData& analysis,
                                   unsigned int id) {
     for (const char* key : {"opcode", "msgcode"}) {
@@ -76,7 +76,7 @@ std::optional<unsigned int> ReadPressedItem(const std::string& exceptionFile) {
     return id;
 }
 
-// The application's own check decides which items end the program.
+// Returns a line for each item on which OK ends the program. The application's own check decides.
 std::vector<std::string> ListMalformedCodes(const QELXmlParser& store, QELAnalysisData& analysis) {
     std::vector<std::string> items;
     for (unsigned int id = 0; id < store.GetNumOfResult(); ++id) {
@@ -89,8 +89,8 @@ std::vector<std::string> ListMalformedCodes(const QELXmlParser& store, QELAnalys
     return items;
 }
 
-// Reports the item that was pressed. Reports all items with a malformed code when the program has
-// not named the item.
+// Reports the item that was pressed. Without its number in the exception file, reports all items
+// with a malformed code.
 void ReportMalformedCodes(const std::string& folder, const std::string& exceptionFile) {
     desktop::LimitXmlInput([](const std::string&) {});
     QELXmlParser* store = QELXmlParser::GetInstance();

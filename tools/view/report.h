@@ -7,8 +7,8 @@
 
 namespace quorvel::view {
 
-// What quorvel-view writes to standard error. Control characters are replaced, since paths and
-// values may be from an unknown stick.
+// The messages of quorvel-view on standard error. Control characters are replaced, because paths
+// and values can be from any USB storage.
 
 // Writes one line that begins with the name of the program.
 void Report(const std::string& message);
@@ -23,9 +23,9 @@ void ReportSeveral(const std::string& path, const std::vector<runs::Run>& runs);
 // a file.
 bool ReportDamage(const runs::Run& run);
 
-// Writes that the program ended by a signal, and the item with a malformed code that ended it.
-// folder: contains the result files. exceptionFile: contains the last log line before an exception;
-// missing when the program ended for another reason.
+// Writes that a signal ended quorvel. After SIGABRT, also writes the item whose malformed code is
+// the cause. folder: contains the result files. exceptionFile: contains the last log line before an
+// exception; missing when quorvel ended for another reason.
 void ReportSignal(int number, const std::string& folder, const std::string& exceptionFile);
 
 }  // namespace quorvel::view
