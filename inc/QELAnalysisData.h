@@ -47,7 +47,7 @@ public:
     QELAnalysisData(const QELAnalysisData&) = delete;
     QELAnalysisData& operator=(const QELAnalysisData&) = delete;
 
-    // Returns the store, created by the first call; null when it cannot be allocated. The first
+    // Returns the object, created by the first call; null when it cannot be allocated. The first
     // call comes from the main-loop thread.
     static QELAnalysisData* GetInstance();
 
@@ -68,7 +68,8 @@ public:
     bool GetCode(unsigned int id, const std::string& key, unsigned char* code);
     // Does the same for the item id of the list of all items.
     bool GetCodeFromAll(unsigned int id, const std::string& key, unsigned char* code);
-    // Does the same for a value that the caller has read. The log lines name this function.
+    // Does the same for a value that the caller has read. Both have one name, because their log
+    // lines contain the name.
     static bool GetCodeFromAll(unsigned int id, const std::string* value, unsigned char* code);
 
     // Returns whether the failed item id may be analysed, and logs the reason of a rejection.
@@ -94,8 +95,7 @@ private:
     std::vector<std::string> m_AnalysisData;
     std::vector<bool> m_IsExecutedByUser;
     // Intentionally empty: nothing fills it, and every search finds nothing. IsValid therefore
-    // rejects every block-listed item without a "detailed" and a "reason" text. Kept so that tables
-    // can be added.
+    // rejects every block-listed item without a "detailed" and a "reason" text.
     std::map<CodePair, std::vector<QELAnalysisCheckTable_s>> m_CheckTableList;
     std::set<CodePair> m_BlockList;
 };

@@ -50,8 +50,8 @@ struct QELConflictList_s {
     std::vector<QELConflictLine_s> lines;
 };
 
-// The rules of the conflict analysis. All operations are static, keep no state, only read the two
-// stores and may be called from any thread.
+// The rules of the conflict analysis. All operations are static, keep no state, only read the
+// result store and the analysis data, and may be called from any thread.
 class QELConflicts {
 public:
     QELConflicts() = delete;
@@ -68,7 +68,7 @@ public:
 
 // The conflicts of many failed items of one run: reads every item once, then answers each query in
 // a time that depends on the number of its conflicts and on the logarithm of the number of items.
-// The stores must not change while the index lives. Any thread, one at a time.
+// The result store must not change while the index exists. Any thread, one at a time.
 class QELConflictIndex {
 public:
     QELConflictIndex(const QELXmlParser& parser, QELAnalysisData& analysisData);

@@ -30,7 +30,7 @@ QELAnalysisInfoSetCfg_s SettingConfigOf(const QELAnalysisCheckTable_s& record) {
 
 void QELAnalysis::StartAnalyze(unsigned int id) {
     QELAnalysisData* analysisData = QELAnalysisData::GetInstance();
-    // Intentional: without the store or the popup, the running flag stays set.
+    // Intentional: without the analysis data or the popup, the running flag stays set.
     if (analysisData == nullptr) {
         return;
     }

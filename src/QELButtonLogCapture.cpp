@@ -83,6 +83,7 @@ void QELButtonLogCapture::OnPress(void* /*data*/, Evas_Object* /*obj*/, void* /*
 }
 
 void QELButtonLogCapture::m_CaptureLog() {
+    // Intentional: without the popup, nothing is copied and the running flag stays set.
     if (QELPopupLoading::GetInstance() == nullptr) {
         QEL_LOGE("popupLoading is NULL");
         return;

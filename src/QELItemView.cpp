@@ -31,6 +31,7 @@ void QELItemView::Create(_appdata* ad) {
         return;
     }
     m_CreateCommonInfoView(ad);
+    // Intentional: the image is a child of the label, but packed into the table.
     ad->itemLabel = elm_label_add(ad->table);
     ad->itemImage = elm_image_add(ad->itemLabel);
     m_Show(ad, ad->itemLabel, TABLE_LOCATION_ITEM_VIEW);

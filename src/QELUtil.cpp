@@ -65,7 +65,8 @@ std::string ReadFirstWord(const std::string& path) {
     return word;
 }
 
-// Replaces the content of the file. The file is longer than line for a moment, but never empty.
+// Replaces the content of the file. The file can be longer than line for a moment, but is never
+// empty.
 void Overwrite(const std::string& path, const std::string& line) {
     std::fstream(path, std::ios::in | std::ios::out) << line;
     std::error_code ignored;
