@@ -4,7 +4,7 @@
 #
 #     desktop_start FOLDER [SIZE]    starts an empty display; SIZE is 1920x1080 by default
 #     program_start COMMAND [ARG…]   starts Quorvel and waits until it is visible and gets keys
-#     press KEY…                     sends keys; log_wait reads the log from here
+#     press KEY…                     sends keys; log_wait then searches only later lines
 #     log_wait PATTERN               waits for a new line of the log
 #     screen_wait                    waits until the screen stops changing
 #     shows COLOUR PART NUMBER       returns whether the part has at least NUMBER pixels of the colour
@@ -107,7 +107,7 @@ program_launch() {
     program=$!
 }
 
-# Finds the grey title in the topmost eighth. The window is black before its first picture.
+# Returns whether the topmost eighth has the grey title. The window is black before its first picture.
 shows_title() {
     shows '#CBCBCB' "${desktop_size%x*}x$((${desktop_size#*x} / 8))+0+0" 500
 }
@@ -147,7 +147,7 @@ log_mark() {
     log_marked=$(wc -l <"$desktop/log")
 }
 
-# The lines since the mark.
+# Prints the lines since the mark.
 log_new() {
     tail -n "+$((log_marked + 1))" "$desktop/log"
 }
@@ -196,8 +196,8 @@ screen_is_idle() {
     ! is_busy "$screen_owner" && ! is_busy "$display_pid" && [ "$(screen_sum)" = "$screen_first" ]
 }
 
-# Returns whether three pictures in a row are equal. A program that waits for a processor does not rest:
-# a photo is loaded after the rest of the picture.
+# Returns whether three successive pictures are equal and the program is idle. A busy program may still load
+# a photo, which appears after the other widgets.
 screen_rests() {
     screen_first=$(screen_sum)
     sleep 0.05
