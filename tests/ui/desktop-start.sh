@@ -4,6 +4,8 @@
 set -eu
 # shellcheck source=tests/ui/ui.sh
 . "$(dirname -- "$0")/ui.sh"
+# shellcheck source=tests/ui/view.sh
+. "$(dirname -- "$0")/view.sh"
 
 # The colour of the button of a message.
 BUTTON='#606060'
@@ -56,11 +58,11 @@ close_message() {
     xdotool key Return
 }
 
-# Closes the message with the text $1. The program then exits with status 1.
+# Closes the message with the text $1. The program then exits with status $2, 1 by default.
 expect_message() {
     close_message
     grep -q -F -- "$1" "$desktop/log" || fail "another message: $(cat "$desktop/log")"
-    expect_exit 1
+    expect_exit "${2:-1}"
 }
 
 expect_exit() {
@@ -124,7 +126,15 @@ shows_message_when_a_launcher_opens_a_folder() {
     expect_exit 1
 }
 
-# The screen without items would look like a run without failures.
+# A start from a desktop has no terminal that shows the reason.
+shows_message_when_quorvel_fails() {
+    make_stand_in 'exit 5'
+    cp "$build/quorvel-dialog" "$work/bin"
+    program_launch env DESKTOP_STARTUP_ID=launcher "$work/bin/quorvel-view" "$root/samples/typical"
+    expect_message 'quorvel exited with status 5' 5
+}
+
+# The screen without items does not show that nothing was tested.
 shows_warning_before_a_run_without_items() {
     mkdir "$work/untested"
     echo '<r/>' >"$work/untested/qelXml.xml"
@@ -148,6 +158,7 @@ shows_message_for_folder_without_run
 shows_message_for_malformed_uri
 exits_when_the_user_cancels
 shows_message_when_a_launcher_opens_a_folder
+shows_message_when_quorvel_fails
 shows_warning_before_a_run_without_items
 stop_portal
 kill "$bus"

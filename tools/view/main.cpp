@@ -130,7 +130,7 @@ std::optional<int> AskOwner(const runs::Run& run, const Options& options) {
     return kOtherRun;
 }
 
-int Show(const runs::Run& run, const Options& options) {
+int Show(const runs::Run& run, const Options& options, bool fromDesktop) {
     const runs::TemporaryFolder folder;
     CopyRun(run, folder.Path());
     const std::string exceptionFile = folder.Path() + "/exception";
@@ -151,6 +151,10 @@ int Show(const runs::Run& run, const Options& options) {
     const int status = RunProgram(std::move(words));
     if (status > kSignal && status <= kSignal + SIGRTMAX) {
         ReportSignal(status - kSignal, folder.Path(), exceptionFile);
+    } else if (fromDesktop && status != kSuccess) {
+        // quorvel writes the reason to standard error, which the desktop does not show.
+        Report("quorvel exited with status " + std::to_string(status) +
+               "; to see the reason, run 'quorvel-view PATH' in a terminal");
     }
     return status;
 }
@@ -170,7 +174,7 @@ int Open(const Options& options, bool fromDesktop) {
     if (fromDesktop) {
         ShowReports();
     }
-    return Show(*run, options);
+    return Show(*run, options, fromDesktop);
 }
 
 // Asks for the folder when the options have no path. Reports exceptions.
