@@ -10,6 +10,7 @@
 #include <cctype>
 #include <cerrno>
 #include <climits>
+#include <clocale>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
@@ -78,6 +79,26 @@ std::optional<EntryName> SplitEntryName(const char* text) {
     }
     return result;
 }
+
+// Gives the thread a UTF-8 locale. libarchive converts a name that is marked as UTF-8 to the locale
+// and loses a name with characters that the locale does not have.
+class Utf8Locale {
+public:
+    Utf8Locale()
+        : m_Utf8(newlocale(LC_CTYPE_MASK, "C.UTF-8", nullptr)), m_Former(uselocale(m_Utf8)) {}
+    ~Utf8Locale() {
+        uselocale(m_Former);
+        if (m_Utf8 != nullptr) {
+            freelocale(m_Utf8);
+        }
+    }
+    Utf8Locale(const Utf8Locale&) = delete;
+    Utf8Locale& operator=(const Utf8Locale&) = delete;
+
+private:
+    locale_t m_Utf8;
+    locale_t m_Former;
+};
 
 // Reads the entries of an open archive file once, in their order.
 class Reader {
@@ -175,6 +196,7 @@ private:
         }
     }
 
+    Utf8Locale m_Locale;
     std::unique_ptr<archive, decltype(&archive_read_free)> m_Reader;
     Limits& m_Left;
     archive_entry* m_Entry = nullptr;  // the current entry; owned by m_Reader

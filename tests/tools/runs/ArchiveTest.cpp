@@ -4,6 +4,7 @@
 
 #include <gmock/gmock.h>
 
+#include <clocale>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -101,6 +102,21 @@ TEST_F(ArchiveTest, DistinguishesFoldersWithSimilarNames) {
     ASSERT_THAT(runs, SizeIs(2));
     EXPECT_NE(runs[0].identity, runs[1].identity);
     EXPECT_EQ(runs[0].identity, Read("a.tar")[0].identity);
+}
+
+// libarchive marks the names in a zip as UTF-8 when it writes the zip in a UTF-8 locale.
+TEST_F(ArchiveTest, ReadsUtf8NamesInAnyLocale) {
+    for (const char* end : {".zip", ".tar"}) {
+        const std::string name = std::string("names") + end;
+        ASSERT_NE(std::setlocale(LC_CTYPE, "C.UTF-8"), nullptr);
+        ArchiveFile(Path(name)).Add("L\u00E4ufe/qelXml.xml", ComposeMainFile("SN1", ""));
+        ASSERT_NE(std::setlocale(LC_CTYPE, "C"), nullptr);
+        const std::vector<runs::Run> runs = Read(name);
+        EXPECT_THAT(m_Problems, IsEmpty());
+        ASSERT_THAT(runs, SizeIs(1)) << name;
+        EXPECT_EQ(runs[0].path, Path(name) + "/L\u00E4ufe");
+        EXPECT_EQ(runs[0].serialNumber, "SN1");
+    }
 }
 
 TEST_F(ArchiveTest, RecognisesArchivesByName) {
