@@ -1,8 +1,6 @@
 #ifndef QUORVEL_PLATFORM_DESKTOP_LOG_COPY_USB_STORAGE_H_
 #define QUORVEL_PLATFORM_DESKTOP_LOG_COPY_USB_STORAGE_H_
 
-#include <sys/types.h>
-
 #include <cstdint>
 #include <functional>
 #include <optional>
@@ -11,19 +9,11 @@
 
 namespace quorvel::desktop {
 
-// A disk or partition.
-struct BlockDevice {
-    dev_t number;
-    std::string node;       // such as "/dev/sdb1"
-    std::string usbDevice;  // identifies the USB device that contains it; empty for other devices
-};
-
 // A row of the mount table.
 struct Mount {
     std::uint64_t id;
-    dev_t number;        // 0:n for a file system that spans devices
-    std::string source;  // the mounted node, such as "/dev/sdb1"
     std::string folder;
+    std::string usbDevice;  // identifies the USB device that is mounted; empty for other mounts
 };
 
 // The storage to copy to.
@@ -40,15 +30,13 @@ using WriteProbe = std::function<int(const std::string& folder)>;
 // Ignores a mount that a later mount hides. Ignores a USB device that carries a part of the system:
 // the root, /boot, /boot/efi, /usr, /var or /home. Throws LogCopyError with the reason why the
 // first mounted USB device cannot be written to, or because no USB device is mounted.
-UsbStorage ChooseUsbStorage(const std::vector<BlockDevice>& devices,
-                            const std::vector<Mount>& mounts, const WriteProbe& probe);
+UsbStorage ChooseUsbStorage(const std::vector<Mount>& mounts, const WriteProbe& probe);
 
-// Read the system's block devices and mount table. Throw std::system_error. Any thread.
-std::vector<BlockDevice> ReadBlockDevices();
+// Returns the system's mounts, in the order of its table. Throws std::system_error. Any thread.
 std::vector<Mount> ReadMounts();
 
 // Returns the folder in QUORVEL_USB_DIR if the variable is set and not empty, else the choice from
-// the system's devices and mounts. Throws like the functions above. Any thread.
+// the system's mounts. Throws like the functions above. Any thread.
 UsbStorage FindUsbStorage();
 
 }  // namespace quorvel::desktop

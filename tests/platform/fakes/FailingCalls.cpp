@@ -70,21 +70,11 @@ udev* __wrap_udev_new() {
     return Fails(FailingCall::kUdev, ENOMEM) ? nullptr : __real_udev_new();
 }
 
-udev_enumerate* __real_udev_enumerate_new(udev* context);
-udev_enumerate* __wrap_udev_enumerate_new(udev* context) {
-    return Fails(FailingCall::kUdevList, ENOMEM) ? nullptr : __real_udev_enumerate_new(context);
-}
-
-int __real_udev_enumerate_scan_devices(udev_enumerate* list);
-int __wrap_udev_enumerate_scan_devices(udev_enumerate* list) {
-    return Fails(FailingCall::kUdevScan, 0) ? -EIO : __real_udev_enumerate_scan_devices(list);
-}
-
-udev_device* __real_udev_device_new_from_syspath(udev* context, const char* path);
-udev_device* __wrap_udev_device_new_from_syspath(udev* context, const char* path) {
+udev_device* __real_udev_device_new_from_devnum(udev* context, char type, dev_t number);
+udev_device* __wrap_udev_device_new_from_devnum(udev* context, char type, dev_t number) {
     return Fails(FailingCall::kUdevDevice, ENODEV)
                ? nullptr
-               : __real_udev_device_new_from_syspath(context, path);
+               : __real_udev_device_new_from_devnum(context, type, number);
 }
 
 libmnt_table* __real_mnt_new_table();

@@ -9,8 +9,6 @@ enum class FailingCall {
     kFolderRead,    // readdir fails with EIO
     kListen,        // EADDRINUSE
     kUdev,          // ENOMEM
-    kUdevList,      // ENOMEM
-    kUdevScan,      // EIO
     kUdevDevice,    // the device does not exist
     kMountList,     // no memory
     kMountIterate,  // no memory
