@@ -1,6 +1,5 @@
 #include "log_copy/file_io.h"
 
-#include <dirent.h>
 #include <fcntl.h>
 #include <sys/file.h>
 #include <unistd.h>
@@ -8,18 +7,12 @@
 #include <cerrno>
 #include <cstdio>
 #include <filesystem>
-#include <memory>
 #include <system_error>
 #include <utility>
 
 namespace quorvel::desktop {
 
 namespace {
-
-struct StreamCloser {
-    void operator()(DIR* stream) const { closedir(stream); }
-};
-using FolderStream = std::unique_ptr<DIR, StreamCloser>;
 
 const char* StorageProblem(int error) {
     switch (error) {
@@ -56,22 +49,16 @@ std::string LinkTo(int descriptor) {
     return "/proc/self/fd/" + std::to_string(descriptor);
 }
 
-// The stream has its own descriptor: reading it keeps the position of the folder's descriptor.
+// Opens the folder again, since reading it moves the position of the descriptor.
 int ListFolder(int folder, std::vector<std::string>& names) {
-    const FolderStream stream(opendir(LinkTo(folder).c_str()));
-    if (stream == nullptr) {
-        return -1;
-    }
     names.clear();
-    errno = 0;
-    while (const dirent* entry = readdir(stream.get())) {
-        const std::string name = entry->d_name;
-        if (name != "." && name != "..") {
-            names.push_back(name);
-        }
-        errno = 0;
+    std::error_code error;
+    std::filesystem::directory_iterator entry(LinkTo(folder), error);
+    for (; entry != std::filesystem::directory_iterator(); entry.increment(error)) {
+        names.push_back(entry->path().filename());
     }
-    return errno == 0 ? 0 : -1;
+    errno = error.value();
+    return error ? -1 : 0;
 }
 
 int ReadMountId(int descriptor, std::uint64_t& id) {
@@ -127,9 +114,9 @@ void FailSource(const std::string& name, int error) {
 
 File::File(FileIo& io, int folder, const std::string& name, int flags, mode_t mode) : m_Io(io) {
     const FileCall call = (flags & O_CREAT) == 0 ? FileCall::kOpen : FileCall::kCreate;
-    m_Descriptor = static_cast<int>(m_Repeat({call, folder, name}, [&](const auto& operation) {
-        return openat(folder, operation.name.c_str(), flags, mode);
-    }));
+    FileOperation operation{call, folder, name};
+    m_Descriptor = static_cast<int>(
+        m_Repeat(operation, [&] { return openat(folder, name.c_str(), flags, mode); }));
 }
 
 File::File(FileIo& io, const std::string& path, int flags) : File(io, AT_FDCWD, path, flags, 0) {}
@@ -144,7 +131,7 @@ File::~File() {
     Close();
 }
 
-ssize_t File::m_Repeat(const FileOperation& operation, const FileIo::SystemCall& systemCall) const {
+ssize_t File::m_Repeat(FileOperation& operation, const FileIo::SystemCall& systemCall) const {
     ssize_t result = m_Io.Perform(operation, systemCall);
     while (result < 0 && errno == EINTR) {
         result = m_Io.Perform(operation, systemCall);
@@ -152,7 +139,9 @@ ssize_t File::m_Repeat(const FileOperation& operation, const FileIo::SystemCall&
     return result;
 }
 
-bool File::m_Perform(const FileOperation& operation, const FileIo::SystemCall& systemCall) const {
+bool File::m_Perform(FileCall call, const FileIo::SystemCall& systemCall, const std::string& name,
+                     const std::string& newName) const {
+    FileOperation operation{call, m_Descriptor, name, newName};
     return m_Repeat(operation, systemCall) == 0;
 }
 
@@ -161,94 +150,71 @@ bool File::Close() {
     if (!IsOpen()) {
         return true;
     }
-    return m_Io.Perform({FileCall::kClose, std::exchange(m_Descriptor, -1)},
-                        [](const auto& operation) { return close(operation.descriptor); }) == 0;
+    FileOperation operation{FileCall::kClose, std::exchange(m_Descriptor, -1)};
+    return m_Io.Perform(operation, [&] { return close(operation.descriptor); }) == 0;
 }
 
-bool File::Status(struct stat& status) const {
-    return m_Perform({FileCall::kStatus, m_Descriptor},
-                     [&](const auto& operation) { return fstat(operation.descriptor, &status); });
+bool File::Status(struct stat& status, const std::string& name) const {
+    const auto getStatus = [&] {
+        return fstatat(m_Descriptor, name.c_str(), &status, AT_EMPTY_PATH | AT_SYMLINK_NOFOLLOW);
+    };
+    return m_Perform(FileCall::kStatus, getStatus, name);
 }
 
 bool File::Path(std::string& path) const {
-    return m_Perform({FileCall::kPath, m_Descriptor},
-                     [&](const auto& operation) { return ReadPath(operation.descriptor, path); });
+    return m_Perform(FileCall::kPath, [&] { return ReadPath(m_Descriptor, path); });
 }
 
 bool File::MountId(std::uint64_t& id) const {
-    return m_Perform({FileCall::kMountId, m_Descriptor},
-                     [&](const auto& operation) { return ReadMountId(operation.descriptor, id); });
+    return m_Perform(FileCall::kMountId, [&] { return ReadMountId(m_Descriptor, id); });
 }
 
-ssize_t File::Read(void* buffer, std::size_t size) const {
-    return m_Repeat({FileCall::kRead, m_Descriptor, "", "", size}, [&](const auto& operation) {
-        return read(operation.descriptor, buffer, operation.size);
-    });
+ssize_t File::Read(void* buffer, std::size_t size, off_t offset) const {
+    FileOperation operation{FileCall::kRead, m_Descriptor, {}, {}, size};
+    return m_Repeat(operation, [&] { return pread(m_Descriptor, buffer, operation.size, offset); });
 }
 
 ssize_t File::Write(const void* buffer, std::size_t size) const {
-    return m_Repeat({FileCall::kWrite, m_Descriptor, "", "", size}, [&](const auto& operation) {
-        return write(operation.descriptor, buffer, operation.size);
-    });
-}
-
-bool File::Rewind() const {
-    return m_Perform({FileCall::kSeek, m_Descriptor}, [](const auto& operation) {
-        return lseek(operation.descriptor, 0, SEEK_SET);
-    });
+    FileOperation operation{FileCall::kWrite, m_Descriptor, {}, {}, size};
+    return m_Repeat(operation, [&] { return write(m_Descriptor, buffer, operation.size); });
 }
 
 bool File::Sync() const {
-    return m_Perform({FileCall::kSync, m_Descriptor},
-                     [](const auto& operation) { return fsync(operation.descriptor); });
+    return m_Perform(FileCall::kSync, [this] { return fsync(m_Descriptor); });
 }
 
 bool File::SyncFileSystem() const {
-    return m_Perform({FileCall::kSyncFileSystem, m_Descriptor},
-                     [](const auto& operation) { return syncfs(operation.descriptor); });
+    return m_Perform(FileCall::kSyncFileSystem, [this] { return syncfs(m_Descriptor); });
 }
 
 bool File::TryLock() const {
-    return m_Perform({FileCall::kTryLock, m_Descriptor}, [](const auto& operation) {
-        return flock(operation.descriptor, LOCK_EX | LOCK_NB);
-    });
+    return m_Perform(FileCall::kTryLock, [this] { return flock(m_Descriptor, LOCK_EX | LOCK_NB); });
 }
 
 bool File::List(std::vector<std::string>& names) const {
-    return m_Perform({FileCall::kList, m_Descriptor}, [&](const auto& operation) {
-        return ListFolder(operation.descriptor, names);
-    });
-}
-
-bool File::StatusOf(const std::string& name, struct stat& status) const {
-    return m_Perform({FileCall::kStatus, m_Descriptor, name}, [&](const auto& operation) {
-        return fstatat(operation.descriptor, operation.name.c_str(), &status, AT_SYMLINK_NOFOLLOW);
-    });
+    return m_Perform(FileCall::kList, [&] { return ListFolder(m_Descriptor, names); });
 }
 
 bool File::MakeFolder(const std::string& name, mode_t mode) const {
-    return m_Perform({FileCall::kMakeFolder, m_Descriptor, name}, [&](const auto& operation) {
-        return mkdirat(operation.descriptor, operation.name.c_str(), mode);
-    });
+    const auto make = [&] { return mkdirat(m_Descriptor, name.c_str(), mode); };
+    return m_Perform(FileCall::kMakeFolder, make, name);
 }
 
 bool File::Rename(const std::string& from, const std::string& to) const {
-    return m_Perform({FileCall::kRename, m_Descriptor, from, to}, [](const auto& operation) {
-        return RenameWithoutReplacing(operation.descriptor, operation.name.c_str(),
-                                      operation.newName.c_str());
-    });
+    const auto rename = [&] {
+        return RenameWithoutReplacing(m_Descriptor, from.c_str(), to.c_str());
+    };
+    return m_Perform(FileCall::kRename, rename, from, to);
 }
 
 bool File::RemoveFile(const std::string& name) const {
-    return m_Perform({FileCall::kRemoveFile, m_Descriptor, name}, [](const auto& operation) {
-        return unlinkat(operation.descriptor, operation.name.c_str(), 0);
-    });
+    const auto remove = [&] { return unlinkat(m_Descriptor, name.c_str(), 0); };
+    return m_Perform(FileCall::kRemoveFile, remove, name);
 }
 
 bool File::RemoveFolder(const std::string& name) const {
-    return m_Perform({FileCall::kRemoveFolder, m_Descriptor, name}, [](const auto& operation) {
-        return unlinkat(operation.descriptor, operation.name.c_str(), AT_REMOVEDIR);
-    });
+    const auto remove = [&] { return unlinkat(m_Descriptor, name.c_str(), AT_REMOVEDIR); };
+    return m_Perform(FileCall::kRemoveFolder, remove, name);
 }
 
 }  // namespace quorvel::desktop

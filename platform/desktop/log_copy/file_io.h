@@ -42,7 +42,6 @@ enum class FileCall {
     kPath,
     kMountId,
     kRead,
-    kSeek,
     kWrite,
     kSync,
     kSyncFileSystem,
@@ -67,13 +66,14 @@ struct FileOperation {
 // fail. Any thread.
 class FileIo {
 public:
-    using SystemCall = std::function<ssize_t(const FileOperation& operation)>;
+    using SystemCall = std::function<ssize_t()>;
 
     virtual ~FileIo() = default;
 
-    // Calls systemCall once. Returns its result, or -1 and sets errno.
-    virtual ssize_t Perform(const FileOperation& operation, const SystemCall& systemCall) {
-        return systemCall(operation);
+    // Calls systemCall once. Returns its result, or -1 and sets errno. operation describes the
+    // call; a test may reduce its size before the call.
+    virtual ssize_t Perform(FileOperation& /*operation*/, const SystemCall& systemCall) {
+        return systemCall();
     }
 };
 
@@ -97,16 +97,16 @@ public:
     // Returns false when the file system reports a late error. The file is closed in both cases.
     bool Close();
 
-    bool Status(struct stat& status) const;
+    // name: of a file or folder in this folder; empty for this file. Does not follow a link.
+    bool Status(struct stat& status, const std::string& name = {}) const;
     // path: the real path, without links.
     bool Path(std::string& path) const;
     // id: number of the mount that contains the file, as in the kernel's mount table.
     bool MountId(std::uint64_t& id) const;
-    // Read and write up to size bytes. Return the number of bytes, or -1 and set errno.
-    ssize_t Read(void* buffer, std::size_t size) const;
+    // Read from the offset, and append, up to size bytes. Return the number of bytes, or -1 and set
+    // errno.
+    ssize_t Read(void* buffer, std::size_t size, off_t offset) const;
     ssize_t Write(const void* buffer, std::size_t size) const;
-    // Moves to the start of the file.
-    bool Rewind() const;
     bool Sync() const;
     // Syncs the whole file system that contains the file.
     bool SyncFileSystem() const;
@@ -117,8 +117,6 @@ public:
     bool TryLock() const;
     // names: of the files and folders in it without "." and "..", in no order.
     bool List(std::vector<std::string>& names) const;
-    // Returns the status of name itself if it is a link.
-    bool StatusOf(const std::string& name, struct stat& status) const;
     bool MakeFolder(const std::string& name, mode_t mode) const;
     // EEXIST when a file or folder of the new name exists.
     bool Rename(const std::string& from, const std::string& to) const;
@@ -127,8 +125,9 @@ public:
 
 private:
     File(FileIo& io, int folder, const std::string& name, int flags, mode_t mode);
-    ssize_t m_Repeat(const FileOperation& operation, const FileIo::SystemCall& systemCall) const;
-    bool m_Perform(const FileOperation& operation, const FileIo::SystemCall& systemCall) const;
+    ssize_t m_Repeat(FileOperation& operation, const FileIo::SystemCall& systemCall) const;
+    bool m_Perform(FileCall call, const FileIo::SystemCall& systemCall,
+                   const std::string& name = {}, const std::string& newName = {}) const;
 
     FileIo& m_Io;
     int m_Descriptor = -1;

@@ -116,8 +116,8 @@ bool IsPicture(const std::string& bytes) {
 void CheckIsPicture(const File& file, const std::string& path) {
     constexpr std::size_t kLongestStart = 12;
     std::string bytes(kLongestStart, '\0');
-    const ssize_t count = file.Read(bytes.data(), bytes.size());
-    if (count < 0 || !file.Rewind()) {
+    const ssize_t count = file.Read(bytes.data(), bytes.size(), 0);
+    if (count < 0) {
         FailSource(path, errno);
     }
     bytes.resize(static_cast<std::size_t>(count));

@@ -45,16 +45,15 @@ class Collector {
 public:
     void Read(const LogSource& source) {
         int error = 0;
+        off_t offset = 0;
         const XmlDocument document = ParseXml([&](char* buffer, std::size_t size) {
-            const ssize_t count = source.file->Read(buffer, size);
+            const ssize_t count = source.file->Read(buffer, size, offset);
             error = count < 0 ? errno : error;
+            offset += count;
             return count;
         });
         if (error != 0) {
             FailSource(source.path, error);
-        }
-        if (!source.file->Rewind()) {
-            FailSource(source.path, errno);
         }
         if (document != nullptr) {
             m_Take(document.get());

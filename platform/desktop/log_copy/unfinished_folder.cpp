@@ -67,9 +67,11 @@ void WriteAll(const File& file, const char* data, std::size_t size, const std::s
 // Copies as many bytes as the source had when it was opened, or fewer if it was truncated since.
 void CopyContent(const LogSource& source, const File& target) {
     std::vector<char> buffer(kChunk);
-    auto left = static_cast<std::size_t>(source.status.st_size);
-    while (left > 0) {
-        const ssize_t size = source.file->Read(buffer.data(), std::min(left, buffer.size()));
+    off_t offset = 0;
+    while (offset < source.status.st_size) {
+        const auto left = static_cast<std::size_t>(source.status.st_size - offset);
+        const ssize_t size =
+            source.file->Read(buffer.data(), std::min(left, buffer.size()), offset);
         if (size < 0) {
             FailSource(source.name, errno);
         }
@@ -77,13 +79,13 @@ void CopyContent(const LogSource& source, const File& target) {
             return;
         }
         WriteAll(target, buffer.data(), static_cast<std::size_t>(size), source.name);
-        left -= static_cast<std::size_t>(size);
+        offset += size;
     }
 }
 
 bool IsNoFolder(const File& folder, const std::string& name) {
     struct stat status {};
-    return folder.StatusOf(name, status) && !S_ISDIR(status.st_mode);
+    return folder.Status(status, name) && !S_ISDIR(status.st_mode);
 }
 
 // Returns the names in the folder. Returns no value when the folder cannot be read or contains

@@ -5,6 +5,7 @@
 #include <string>
 
 #include <dirent.h>
+#include <dlfcn.h>
 #include <libmount/libmount.h>
 #include <libudev.h>
 #include <sys/socket.h>
@@ -55,9 +56,10 @@ int __wrap_renameat2(int oldFolder, const char* from, int newFolder, const char*
                : __real_renameat2(oldFolder, from, newFolder, to, flags);
 }
 
-dirent* __real_readdir(DIR* stream);
-dirent* __wrap_readdir(DIR* stream) {
-    return Fails(FailingCall::kFolderRead, EIO) ? nullptr : __real_readdir(stream);
+// The C++ library reads folders for the port and gets this function instead of the C library's.
+dirent* readdir(DIR* stream) {
+    static const auto real = reinterpret_cast<dirent* (*)(DIR*)>(dlsym(RTLD_NEXT, "readdir"));
+    return Fails(FailingCall::kFolderRead, EIO) ? nullptr : real(stream);
 }
 
 int __real_listen(int socket, int backlog);

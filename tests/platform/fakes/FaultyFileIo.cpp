@@ -13,10 +13,10 @@ using quorvel::desktop::FileOperation;
 namespace {
 
 const char* NameOf(FileCall call) {
-    static const char* const kNames[] = {
-        "open", "create",      "close",  "status",      "path",         "mount id",
-        "read", "seek",        "write",  "sync",        "sync all",     "lock",
-        "list", "make folder", "rename", "remove file", "remove folder"};
+    static const char* const kNames[] = {"open",        "create",   "close",       "status",
+                                         "path",        "mount id", "read",        "write",
+                                         "sync",        "sync all", "lock",        "list",
+                                         "make folder", "rename",   "remove file", "remove folder"};
     return kNames[static_cast<std::size_t>(call)];
 }
 
@@ -50,7 +50,6 @@ bool FaultyFileIo::IsRejected(FileCall call, int error) {
         case FileCall::kStatus:
         case FileCall::kPath:
         case FileCall::kMountId:
-        case FileCall::kSeek:
             return false;
         case FileCall::kOpen:
         case FileCall::kRead:
@@ -64,7 +63,7 @@ bool FaultyFileIo::IsRejected(FileCall call, int error) {
     }
 }
 
-ssize_t FaultyFileIo::Perform(const FileOperation& operation, const SystemCall& systemCall) {
+ssize_t FaultyFileIo::Perform(FileOperation& operation, const SystemCall& systemCall) {
     m_Record(operation);
     const int error = m_InjectedError();
     // As in the system, a failed close releases the descriptor.
@@ -107,13 +106,13 @@ bool FaultyFileIo::m_IsFaulty(std::size_t index) const {
            IsOnStorage(now.path) == IsOnStorage(m_Performed[m_Fault->index].path);
 }
 
-ssize_t FaultyFileIo::m_PerformForReal(FileOperation operation, const SystemCall& systemCall) {
+ssize_t FaultyFileIo::m_PerformForReal(FileOperation& operation, const SystemCall& systemCall) {
     const FileCall call = operation.call;
     if (!m_Syncs && (call == FileCall::kSync || call == FileCall::kSyncFileSystem)) {
         return 0;
     }
     operation.size = std::min(operation.size, call == FileCall::kRead ? m_MaxRead : m_MaxWrite);
-    const ssize_t result = systemCall(operation);
+    const ssize_t result = systemCall();
     if ((call == FileCall::kOpen || call == FileCall::kCreate) && result >= 0) {
         ++m_OpenDescriptors;
     }

@@ -49,7 +49,7 @@ public:
     // Number of descriptors that were opened and not closed.
     int OpenDescriptors() const { return m_OpenDescriptors; }
 
-    ssize_t Perform(const quorvel::desktop::FileOperation& operation,
+    ssize_t Perform(quorvel::desktop::FileOperation& operation,
                     const SystemCall& systemCall) override;
 
 private:
@@ -63,7 +63,7 @@ private:
     // Returns the error with which the last recorded call fails; 0 when it succeeds.
     int m_InjectedError();
     bool m_IsFaulty(std::size_t index) const;
-    ssize_t m_PerformForReal(quorvel::desktop::FileOperation operation,
+    ssize_t m_PerformForReal(quorvel::desktop::FileOperation& operation,
                              const SystemCall& systemCall);
 
     std::string m_Storage;

@@ -5,6 +5,7 @@
 
 #include <cerrno>
 #include <filesystem>
+#include <fstream>
 #include <string>
 #include <utility>
 #include <vector>
@@ -92,8 +93,28 @@ TEST_F(FileIoTest, ReportsFileSystemWithoutMountIds) {
 TEST_F(FileIoTest, ReportsMissingFileOfStatus) {
     const File folder(m_Io, m_Scratch.Path(), O_RDONLY | O_DIRECTORY);
     struct stat status {};
-    EXPECT_FALSE(folder.StatusOf("missing", status));
+    EXPECT_FALSE(folder.Status(status, "missing"));
     EXPECT_EQ(errno, ENOENT);
+}
+
+TEST_F(FileIoTest, ReturnsStatusOfFolderAndOfLinkInFolder) {
+    fs::create_symlink("nowhere", m_Scratch.Path() / "link");
+    const File folder(m_Io, m_Scratch.Path(), O_RDONLY | O_DIRECTORY);
+    struct stat status {};
+    EXPECT_TRUE(folder.Status(status));
+    EXPECT_TRUE(S_ISDIR(status.st_mode));
+    EXPECT_TRUE(folder.Status(status, "link"));
+    EXPECT_TRUE(S_ISLNK(status.st_mode));
+}
+
+TEST_F(FileIoTest, ReadsFromOffset) {
+    std::ofstream(m_Scratch.Path() / "file") << "abcdef";
+    const File file(m_Io, m_Scratch.Path() / "file", O_RDONLY);
+    std::string bytes(3, ' ');
+    for (const off_t offset : {2, 0}) {
+        EXPECT_EQ(file.Read(bytes.data(), bytes.size(), offset), 3);
+        EXPECT_EQ(bytes, std::string("abcdef").substr(static_cast<std::size_t>(offset), 3));
+    }
 }
 
 TEST_F(FileIoTest, ClosesOnce) {
