@@ -136,18 +136,6 @@ std::string OneLine(std::string text) {
     return text;
 }
 
-void CopyPhoto(FileIo& io, const LogCopyJob& job, const std::string& name,
-               const std::string& fileName, UnfinishedFolder& folder) {
-    const std::optional<LogSource> photo =
-        OpenPhoto(io, job.dataFolder, name, fileName, job.outsideLinks);
-    if (photo && fileName.empty()) {
-        throw SourceError("no file name is left for it", name);
-    }
-    if (photo) {
-        folder.Add(*photo);
-    }
-}
-
 // Copies the photos that exist. Logs the reason for each photo that cannot be copied.
 void CopyPhotos(const LogCopyParts& parts, const LogCopyJob& job,
                 const std::vector<std::string>& names, const std::vector<LogSource>& sources,
@@ -160,7 +148,11 @@ void CopyPhotos(const LogCopyParts& parts, const LogCopyJob& job,
     const std::vector<std::string> fileNames = ChoosePhotoFiles(names, taken);
     for (std::size_t i = 0; i < names.size(); ++i) {
         try {
-            CopyPhoto(parts.io, job, names[i], fileNames[i], folder);
+            const std::optional<LogSource> photo =
+                OpenPhoto(parts.io, job.dataFolder, names[i], fileNames[i], job.outsideLinks);
+            if (photo) {
+                folder.Add(*photo);
+            }
         } catch (const SourceError& error) {
             parts.log(true, OneLine(std::string("log copy: a photo is left out: ") + error.what()));
         }

@@ -21,15 +21,13 @@ namespace {
 // More than a rotation renames or removes: the log has three rotated files.
 constexpr std::size_t kMaxOpenLogs = 8;
 
-// Returns the age in the name of a rotated log, 0 for the log itself, no value for other names.
+// Returns the age in the name of a log, no value for other names. The name without a number has the
+// age 0.
 std::optional<unsigned> LogAge(const std::string& name) {
-    if (name == RotatedLogName(0)) {
-        return 0;
-    }
     const std::size_t start = name.find('.') + 1;
     unsigned age = 0;
     std::from_chars(name.data() + start, name.data() + name.size(), age);
-    if (age == 0 || name != RotatedLogName(age)) {
+    if (name != RotatedLogName(age)) {
         return std::nullopt;
     }
     return age;
@@ -69,37 +67,62 @@ bool Contains(const std::vector<LogSource>& sources, const struct stat& status) 
     });
 }
 
-// Pipes and folders are opened too; O_NONBLOCK keeps a pipe from blocking the copy.
-File OpenFile(FileIo& io, const std::string& path) {
-    return {io, path, O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC};
+bool BeginsWith(const std::string& text, std::string_view start) {
+    return text.compare(0, start.size(), start) == 0;
 }
 
-[[noreturn]] void RejectLink(const std::string& path) {
-    throw SourceError("root does not copy a link to a file outside its folder", path);
+// ENXIO: a socket, or a device without a driver.
+bool IsNoFile(int error) {
+    return IsMissing(error) || error == ENXIO;
+}
+
+// The name of a photo can be any.
+bool IsNoPhoto(int error) {
+    return IsNoFile(error) || error == ENAMETOOLONG || error == ELOOP;
+}
+
+// Opens the file at path, a copy of which gets the name. Returns no value for a pipe or a folder,
+// and when opening fails with an error that isAbsent accepts.
+std::optional<LogSource> OpenSource(FileIo& io, const std::string& name, const std::string& path,
+                                    bool (*isAbsent)(int error)) {
+    // O_NONBLOCK keeps a pipe from blocking the copy.
+    File file(io, path, O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
+    if (!file.IsOpen() && isAbsent(errno)) {
+        return std::nullopt;
+    }
+    struct stat status {};
+    if (!file.IsOpen() || !file.Status(status)) {
+        FailSource(path, errno);
+    }
+    if (!S_ISREG(status.st_mode)) {
+        return std::nullopt;
+    }
+    return LogSource{name, path, status, std::move(file)};
+}
+
+[[noreturn]] void RejectLink(const LogSource& source) {
+    throw SourceError("root does not copy a link to a file outside its folder", source.path);
+}
+
+// Returns the path of the file or folder without links.
+std::string RealPath(const File& opened, const LogSource& source) {
+    std::string path;
+    if (!opened.IsOpen() || !opened.Path(path)) {
+        FailSource(source.path, errno);
+    }
+    return path;
 }
 
 // Returns whether the open file is in the folder. Only a link leads to a file outside it.
-bool IsInside(FileIo& io, const File& file, const std::string& path, const std::string& folder) {
+bool IsInside(FileIo& io, const LogSource& source, const std::string& folder) {
     const File opened(io, folder, O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    std::string realPath;
-    std::string realFolder;
-    if (!opened.IsOpen() || !opened.Path(realFolder) || !file.Path(realPath)) {
-        FailSource(path, errno);
-    }
-    return realPath.rfind(realFolder + "/", 0) == 0;
+    const std::string realFolder = RealPath(opened, source) + "/";
+    return BeginsWith(RealPath(*source.file, source), realFolder);
 }
 
 // Returns whether the absolute path leads to the open file without a link.
-bool HasNoLink(const File& file, const std::string& path) {
-    std::string realPath;
-    if (!file.Path(realPath)) {
-        FailSource(path, errno);
-    }
-    return realPath == std::filesystem::path(path).lexically_normal();
-}
-
-bool BeginsWith(const std::string& text, std::string_view start) {
-    return text.compare(0, start.size(), start) == 0;
+bool HasNoLink(const LogSource& source) {
+    return RealPath(*source.file, source) == std::filesystem::path(source.path).lexically_normal();
 }
 
 // Returns whether the first bytes are the bytes of a JPEG, PNG, GIF, TIFF or WebP file.
@@ -113,21 +136,17 @@ bool IsPicture(const std::string& bytes) {
            (BeginsWith(bytes, "RIFF") && bytes.find("WEBP", kWebpPlace) == kWebpPlace);
 }
 
-void CheckIsPicture(const File& file, const std::string& path) {
+void CheckIsPicture(const LogSource& source) {
     constexpr std::size_t kLongestStart = 12;
     std::string bytes(kLongestStart, '\0');
-    const ssize_t count = file.Read(bytes.data(), bytes.size(), 0);
+    const ssize_t count = source.file->Read(bytes.data(), bytes.size(), 0);
     if (count < 0) {
-        FailSource(path, errno);
+        FailSource(source.path, errno);
     }
     bytes.resize(static_cast<std::size_t>(count));
     if (!IsPicture(bytes)) {
-        throw SourceError("a file outside the data folder is not a picture", path);
+        throw SourceError("a file outside the data folder is not a picture", source.path);
     }
-}
-
-bool IsAbsent(int error) {
-    return IsMissing(error) || error == ENXIO || error == ENAMETOOLONG || error == ELOOP;
 }
 
 // Finds the files to copy in one folder after the other.
@@ -135,25 +154,16 @@ class SourceList {
 public:
     SourceList(FileIo& io, OutsideLinks outsideLinks) : m_Io(io), m_OutsideLinks(outsideLinks) {}
 
-    // Adds the file if it exists. Skips pipes and folders; opening a socket or a device without a
-    // driver reports ENXIO.
+    // Adds the file if it exists.
     void AddIfFile(const std::string& folder, const std::string& name) {
-        const std::string path = folder + "/" + name;
-        File file = OpenFile(m_Io, path);
-        if (!file.IsOpen() && (IsMissing(errno) || errno == ENXIO)) {
+        std::optional<LogSource> source = OpenSource(m_Io, name, folder + "/" + name, IsNoFile);
+        if (!source || Contains(m_Sources, source->status)) {
             return;
         }
-        struct stat status {};
-        if (!file.IsOpen() || !file.Status(status)) {
-            FailSource(path, errno);
+        if (m_OutsideLinks == OutsideLinks::kReject && !IsInside(m_Io, *source, folder)) {
+            RejectLink(*source);
         }
-        if (!S_ISREG(status.st_mode) || Contains(m_Sources, status)) {
-            return;
-        }
-        if (m_OutsideLinks == OutsideLinks::kReject && !IsInside(m_Io, file, path, folder)) {
-            RejectLink(path);
-        }
-        m_Sources.push_back({name, path, status, std::move(file)});
+        m_Sources.push_back(std::move(*source));
     }
 
     void AddLogs(const std::string& folder);
@@ -209,41 +219,35 @@ std::optional<LogSource> OpenPhoto(FileIo& io, const std::string& dataFolder,
     if (!BeginsWith(path, "/")) {
         return std::nullopt;
     }
-    File file = OpenFile(io, path);
-    struct stat status {};
-    if (!file.IsOpen() && IsAbsent(errno)) {
+    std::optional<LogSource> photo = OpenSource(io, fileName, path, IsNoPhoto);
+    if (!photo) {
         return std::nullopt;
     }
-    if (!file.IsOpen() || !file.Status(status)) {
-        FailSource(path, errno);
-    }
-    if (!S_ISREG(status.st_mode)) {
-        return std::nullopt;
-    }
-    if (status.st_size > kMaxPhotoBytes) {
+    if (photo->status.st_size > kMaxPhotoBytes) {
         FailSource(path, EFBIG);
     }
-    if (!IsInside(io, file, path, dataFolder)) {
-        if (outsideLinks == OutsideLinks::kReject && !HasNoLink(file, path)) {
-            RejectLink(path);
+    if (!IsInside(io, *photo, dataFolder)) {
+        if (outsideLinks == OutsideLinks::kReject && !HasNoLink(*photo)) {
+            RejectLink(*photo);
         }
-        CheckIsPicture(file, path);
+        CheckIsPicture(*photo);
     }
-    return LogSource{fileName, path, status, std::move(file)};
+    if (fileName.empty()) {
+        throw SourceError("no file name is left for it", name);
+    }
+    return photo;
 }
 
 void OpenOldLog(FileIo& io, LogSource& source) {
     if (source.file) {
         return;
     }
-    struct stat status {};
-    source.file.emplace(OpenFile(io, source.path));
-    if (!source.file->IsOpen() || !source.file->Status(status)) {
-        FailSource(source.path, errno);
-    }
-    if (!IsSameFile(source.status, status)) {
+    std::optional<LogSource> opened =
+        OpenSource(io, source.name, source.path, [](int) { return false; });
+    if (!opened || !IsSameFile(source.status, opened->status)) {
         FailSource(source.path, ESTALE);
     }
+    source.file.emplace(std::move(*opened->file));
 }
 
 }  // namespace quorvel::desktop

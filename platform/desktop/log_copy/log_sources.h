@@ -34,8 +34,9 @@ std::vector<LogSource> OpenLogSources(FileIo& io, const std::string& stateFolder
 // Opens the photo that the application shows for the name: the photo in dataFolder, see FindPhoto,
 // or the file at the path that the name is. fileName: the name of the copy. Returns no value
 // without such a regular file. Throws SourceError when the file cannot be read or is too large,
-// when a link is rejected, and when a file outside dataFolder is not a picture. A result file could
-// otherwise name a private file. io must outlive the result. Any thread.
+// when a link is rejected, when fileName is empty, and when a file outside dataFolder is not a
+// picture. A result file could otherwise name a private file. io must outlive the result. Any
+// thread.
 std::optional<LogSource> OpenPhoto(FileIo& io, const std::string& dataFolder,
                                    const std::string& name, const std::string& fileName,
                                    OutsideLinks outsideLinks);

@@ -83,32 +83,29 @@ void CopyContent(const LogSource& source, const File& target) {
     }
 }
 
-bool IsNoFolder(const File& folder, const std::string& name) {
-    struct stat status {};
-    return folder.Status(status, name) && !S_ISDIR(status.st_mode);
-}
-
-// Returns the names in the folder. Returns no value when the folder cannot be read or contains
-// another folder, unlike the folder of a log copy.
-std::optional<std::vector<std::string>> ListFiles(const File& folder) {
-    std::vector<std::string> names;
-    if (!folder.IsOpen() || !folder.List(names) ||
-        !std::all_of(names.begin(), names.end(),
-                     [&folder](const std::string& name) { return IsNoFolder(folder, name); })) {
-        return std::nullopt;
+// The name of a log is accepted by every file system. The name of a photo can be any.
+[[noreturn]] void FailToCreate(const std::string& name, int error) {
+    if (error == EINVAL || error == EILSEQ || error == ENAMETOOLONG || error == EEXIST) {
+        throw SourceError("cannot write to the USB storage",
+                          name + ": " + std::generic_category().message(error));
     }
-    return names;
+    FailStorage(name, error);
 }
 
-// Removes the folder of a log copy. Leaves any other folder as it is, with all its files. Does not
-// follow links.
+// Removes the folder of a log copy, which contains no folder. Leaves any other folder as it is,
+// with all its files. Does not follow links.
 void RemoveWithFiles(const File& parent, const std::string& name) {
     const File folder(parent, name, kOpenFolder);
-    const std::optional<std::vector<std::string>> files = ListFiles(folder);
-    if (!files) {
+    const auto isNoFolder = [&folder](const std::string& file) {
+        struct stat status {};
+        return folder.Status(status, file) && !S_ISDIR(status.st_mode);
+    };
+    std::vector<std::string> files;
+    if (!folder.IsOpen() || !folder.List(files) ||
+        !std::all_of(files.begin(), files.end(), isNoFolder)) {
         return;
     }
-    for (const std::string& file : *files) {
+    for (const std::string& file : files) {
         folder.RemoveFile(file);
     }
     parent.RemoveFolder(name);
@@ -120,22 +117,18 @@ UnfinishedFolder::UnfinishedFolder(const File& parent, const std::string& finalN
     : m_Parent(parent), m_FinalName(finalName) {}
 
 UnfinishedFolder::~UnfinishedFolder() {
+    m_Folder.reset();
     try {
-        m_Discard();
+        if (!m_UnsyncedName.empty()) {
+            m_RestoreTemporaryName();
+        }
+        if (!m_UnfinishedName.empty()) {
+            RemoveWithFiles(m_Parent, m_UnfinishedName);
+            m_Parent.Sync();
+        }
     } catch (...) {
         // Out of memory. The next copy removes the folder, since it has a temporary name.
         return;
-    }
-}
-
-void UnfinishedFolder::m_Discard() {
-    m_Folder.reset();
-    if (!m_UnsyncedName.empty()) {
-        m_RestoreTemporaryName();
-    }
-    if (!m_UnfinishedName.empty()) {
-        RemoveWithFiles(m_Parent, m_UnfinishedName);
-        m_Parent.Sync();
     }
 }
 
@@ -161,21 +154,12 @@ void UnfinishedFolder::Make() {
     }
 }
 
-// The name of a log is accepted by every file system. The name of a photo can be any.
-void UnfinishedFolder::m_FailToCreate(const std::string& name, int error) {
-    if (error == EINVAL || error == EILSEQ || error == ENAMETOOLONG || error == EEXIST) {
-        throw SourceError("cannot write to the USB storage",
-                          name + ": " + std::generic_category().message(error));
-    }
-    FailStorage(name, error);
-}
-
 void UnfinishedFolder::Add(const LogSource& source) {
     // Other users must not read a copy of a private file.
     const mode_t mode = kFileMode & (source.status.st_mode | S_IRUSR | S_IWUSR);
     File file(*m_Folder, source.name, kCreateFile, mode);
     if (!file.IsOpen()) {
-        m_FailToCreate(source.name, errno);
+        FailToCreate(source.name, errno);
     }
     try {
         CopyContent(source, file);

@@ -34,8 +34,6 @@ public:
     static void RemoveLeftOvers(const File& parent);
 
 private:
-    [[noreturn]] static void m_FailToCreate(const std::string& name, int error);
-    void m_Discard();
     void m_RestoreTemporaryName();
 
     const File& m_Parent;
