@@ -54,13 +54,6 @@ std::string Plain(const std::string& text, std::size_t maxSize) {
     return plain;
 }
 
-std::string PlainHost(const std::string& host) {
-    if (host.empty()) {
-        return "unnamed";
-    }
-    return Plain(host, kMaxHost);
-}
-
 // Returns the part of the name for the serial number, with the separator; empty without a letter
 // or a digit.
 std::string PlainSerialNumber(const std::string& serialNumber) {
@@ -195,7 +188,8 @@ std::string HostName() {
 
 std::string LogCopyName(const std::string& host, std::time_t time,
                         const std::string& serialNumber) {
-    return "quorvel-" + PlainHost(host) + "-" + PlainSerialNumber(serialNumber) + PlainTime(time);
+    const std::string plainHost = host.empty() ? "unnamed" : Plain(host, kMaxHost);
+    return "quorvel-" + plainHost + "-" + PlainSerialNumber(serialNumber) + PlainTime(time);
 }
 
 int RunLogCopy(const LogCopyParts& parts, const LogCopyJob& job) noexcept {
@@ -224,16 +218,8 @@ bool AwaitLogCopies(std::chrono::milliseconds timeout) {
 
 bool AwaitLogCopyThreads(std::chrono::milliseconds timeout) {
     // The thread that waits does not wait for itself.
-    const bool isCopyThread = g_CopyThread.owns_lock();
-    if (isCopyThread) {
-        g_CopyThread.unlock();
-    }
-    const bool haveEnded =
-        std::unique_lock<std::shared_timed_mutex>(CopyThreads(), timeout).owns_lock();
-    if (isCopyThread) {
-        g_CopyThread.lock();
-    }
-    return haveEnded;
+    g_CopyThread = {};
+    return std::unique_lock<std::shared_timed_mutex>(CopyThreads(), timeout).owns_lock();
 }
 
 }  // namespace quorvel::desktop

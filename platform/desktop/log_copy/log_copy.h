@@ -54,7 +54,8 @@ int RunLogCopy(const LogCopyParts& parts, const LogCopyJob& job) noexcept;
 bool AwaitLogCopies(std::chrono::milliseconds timeout);
 
 // Waits at shutdown until all other threads that have called RunLogCopy have ended, since a thread
-// reports and counts its copy afterwards. Returns false after the timeout. Any thread.
+// reports and counts its copy afterwards. Returns false after the timeout. Any thread; its own
+// earlier copies no longer count.
 bool AwaitLogCopyThreads(std::chrono::milliseconds timeout);
 
 }  // namespace quorvel::desktop

@@ -634,10 +634,10 @@ TEST_F(LogCopyTest, WaitsForThreadOfCopyAtShutdown) {
 
 TEST_F(LogCopyTest, DoesNotWaitForThreadThatWaits) {
     EXPECT_EQ(Run(m_Io), 0);
-    EXPECT_TRUE(AwaitLogCopyThreads(std::chrono::milliseconds(0)));
     // Another thread waits for this thread.
     EXPECT_FALSE(
         std::async(std::launch::async, AwaitLogCopyThreads, std::chrono::milliseconds(0)).get());
+    EXPECT_TRUE(AwaitLogCopyThreads(std::chrono::milliseconds(0)));
 }
 
 // Calls the C function with real system calls and the real log.
