@@ -31,10 +31,6 @@ std::chrono::milliseconds CoarseTime() {
     return std::chrono::milliseconds(now.tv_sec * 1000 + now.tv_nsec / 1000000);
 }
 
-[[noreturn]] void Fail(const std::string& problem, int error) {
-    throw std::system_error(error, std::generic_category(), problem);
-}
-
 // Ignores errors: opening the file reports them.
 void MakeFolders(const std::string& file) {
     for (std::size_t slash = file.find('/', 1); slash != std::string::npos;
@@ -51,7 +47,7 @@ int OpenPrivate(const std::string& file, struct stat& status) {
              kPrivateMode);
     // ENXIO: a socket, a FIFO without a reader, or a device without a driver.
     if (opened < 0 && errno != ENXIO) {
-        Fail("failed to open " + file, errno);
+        throw std::system_error(errno, std::generic_category(), "failed to open " + file);
     }
     if (opened < 0 || fstat(opened, &status) != 0 || !S_ISREG(status.st_mode)) {
         if (opened >= 0) {
@@ -91,7 +87,7 @@ void ReplaceFile(const std::string& path, std::string_view text) {
     if (!WriteNewFile(unfinished, text) || std::rename(unfinished.c_str(), path.c_str()) != 0) {
         const int error = errno;
         unlink(unfinished.c_str());
-        Fail("failed to write " + path, error);
+        throw std::system_error(error, std::generic_category(), "failed to write " + path);
     }
 }
 
@@ -135,7 +131,7 @@ void LogFile::Write(std::string_view line) {
         m_Rotate();
     }
     if (!WriteAll(m_File, line)) {
-        Fail("failed to write " + m_Path, errno);
+        throw std::system_error(errno, std::generic_category(), "failed to write " + m_Path);
     }
     m_Size += line.size();
     if (!m_IsStartComplete) {

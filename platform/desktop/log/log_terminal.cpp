@@ -1,6 +1,7 @@
 #include "log/log_terminal.h"
 
 #include <poll.h>
+#include <spdlog/details/log_msg.h>
 #include <spdlog/details/os.h>
 #include <spdlog/fmt/fmt.h>
 #include <unistd.h>
@@ -126,9 +127,11 @@ void LogTerminal::Put(std::string_view line) {
         ++m_Omitted;
         return;
     }
+    // The thread waits only for an empty queue to change.
+    const bool isFirst = m_Queue.empty();
     m_EnqueueNotice();
     m_Enqueue(isPlain ? line : composed);
-    if (std::exchange(m_IsWaiting, false)) {
+    if (isFirst) {
         m_Changed.notify_all();
     }
 }
@@ -158,9 +161,7 @@ void LogTerminal::m_Run() {
     std::string lines;
     std::unique_lock<std::mutex> lock(m_Mutex);
     for (;;) {
-        m_IsWaiting = m_Queue.empty();
         m_Changed.wait(lock, [this] { return !m_Queue.empty(); });
-        m_IsWaiting = false;
         lock.unlock();
         std::this_thread::sleep_for(kCollectTime);
         lock.lock();

@@ -1,7 +1,6 @@
 #ifndef QUORVEL_PLATFORM_DESKTOP_LOG_LOG_TERMINAL_H_
 #define QUORVEL_PLATFORM_DESKTOP_LOG_LOG_TERMINAL_H_
 
-#include <spdlog/details/log_msg.h>
 #include <spdlog/pattern_formatter.h>
 
 #include <chrono>
@@ -50,7 +49,6 @@ private:
     std::size_t m_QueuedBytes = 0;  // also of lines that the thread has taken and not yet written
     std::size_t m_Omitted = 0;
     bool m_HasThread = true;
-    bool m_IsWaiting = false;  // whether the thread waits for lines
 };
 
 }  // namespace quorvel::desktop
