@@ -139,43 +139,54 @@ private:
         }
     }
 
-    // Writes one lane for each test thread and one bar for each item with times.
-    void m_WriteTimeline() {
+    // The lanes of the test threads, from the top, and the span of all items with times.
+    struct Timeline {
         std::map<int, int> lanes;
         std::int64_t first = INT64_MAX;
         std::int64_t last = INT64_MIN;
+
+        // Returns the place of a time, in the units of the timeline.
+        std::int64_t PlaceOf(std::int64_t time) const {
+            return (time - first) * kTimelineWidth / std::max<std::int64_t>(last - first, 1);
+        }
+    };
+
+    Timeline m_MeasureTimeline() const {
+        Timeline timeline;
         for (const std::optional<Slot>& slot : m_Slots) {
             if (slot) {
-                lanes[slot->thread] = 0;
-                first = std::min<std::int64_t>(first, slot->start);
-                last = std::max(last, m_EndOf(*slot));
+                timeline.lanes[slot->thread] = 0;
+                timeline.first = std::min<std::int64_t>(timeline.first, slot->start);
+                timeline.last = std::max(timeline.last, m_EndOf(*slot));
             }
         }
-        if (lanes.empty()) {
+        int number = 0;
+        for (auto& thread : timeline.lanes) {
+            thread.second = number++;
+        }
+        return timeline;
+    }
+
+    // Writes one lane for each test thread and one bar for each item with times.
+    void m_WriteTimeline() {
+        const Timeline timeline = m_MeasureTimeline();
+        if (timeline.lanes.empty()) {
             return;
         }
-        m_WriteLaneNames(lanes);
-        const std::size_t height = lanes.size() * kLaneHeight;
-        m_Out << "<svg role=\"img\" aria-label=\"time windows of the items\" height=\"" << height
-              << "\" viewBox=\"0 0 " << kTimelineWidth << " " << height
+        m_Out << "<div class=\"lanes\"><ol>";
+        for (const auto& thread : timeline.lanes) {
+            m_Out << "<li>thread " << thread.first << "</li>";
+        }
+        const std::size_t height = timeline.lanes.size() * kLaneHeight;
+        m_Out << "</ol>\n<svg role=\"img\" aria-label=\"time windows of the items\" height=\""
+              << height << "\" viewBox=\"0 0 " << kTimelineWidth << " " << height
               << "\" preserveAspectRatio=\"none\">\n";
         for (unsigned int i = 0; i < m_Slots.size(); ++i) {
             if (m_Slots[i]) {
-                m_WriteBar(i, *m_Slots[i], lanes[m_Slots[i]->thread], first,
-                           std::max<std::int64_t>(last - first, 1));
+                m_WriteBar(i, *m_Slots[i], timeline);
             }
         }
         m_Out << "</svg></div>\n";
-    }
-
-    void m_WriteLaneNames(std::map<int, int>& lanes) {
-        m_Out << "<div class=\"lanes\"><ol>";
-        int number = 0;
-        for (auto& [thread, lane] : lanes) {
-            lane = number++;
-            m_Out << "<li>thread " << thread << "</li>";
-        }
-        m_Out << "</ol>\n";
     }
 
     static std::int64_t m_EndOf(const Slot& slot) {
@@ -183,16 +194,14 @@ private:
     }
 
     // A bar is at least kMinWidth wide, so that it is visible.
-    void m_WriteBar(unsigned int i, const Slot& slot, int lane, std::int64_t first,
-                    std::int64_t span) {
-        const std::int64_t start = (slot.start - first) * kTimelineWidth / span;
-        const std::int64_t end = (m_EndOf(slot) - first) * kTimelineWidth / span;
-        const std::int64_t x = std::min(start, kTimelineWidth - kMinWidth);
+    void m_WriteBar(unsigned int i, const Slot& slot, const Timeline& timeline) {
+        const std::int64_t x = std::min(timeline.PlaceOf(slot.start), kTimelineWidth - kMinWidth);
+        const std::int64_t width = std::max(timeline.PlaceOf(m_EndOf(slot)) - x, kMinWidth);
+        const int y = timeline.lanes.at(slot.thread) * kLaneHeight + (kLaneHeight - kBarHeight) / 2;
         m_Out << "<rect" << (m_IsFailed(i) ? " class=\"f\"" : "") << " data-i=\"" << i + 1
-              << "\" x=\"" << x << "\" y=\"" << lane * kLaneHeight + (kLaneHeight - kBarHeight) / 2
-              << "\" width=\"" << std::max(end - x, kMinWidth) << "\" height=\"" << kBarHeight
-              << "\"><title>" << Escape(ValueOf(m_Run.Store().GetAllItems()[i], "name"))
-              << "</title></rect>\n";
+              << "\" x=\"" << x << "\" y=\"" << y << "\" width=\"" << width << "\" height=\""
+              << kBarHeight << "\"><title>"
+              << Escape(ValueOf(m_Run.Store().GetAllItems()[i], "name")) << "</title></rect>\n";
     }
 
     bool m_IsFailed(unsigned int i) const {

@@ -50,6 +50,7 @@ private:
     void m_WriteItem(unsigned int id) {
         OrderedJson json = {{"index", id}};
         const ResultItem& item = m_Run.Store().GetFailedItems()[id];
+        // These keys come first.
         for (const char* key : {"type", "name", "opcode", "msgcode"}) {
             if (item.count(key) != 0) {
                 json[key] = ValueOf(item, key);
