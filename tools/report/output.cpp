@@ -44,7 +44,7 @@ std::array<char, PATH_MAX> g_RemovedFile{};
 
 void OnSignal(int number) {
     unlink(g_RemovedFile.data());
-    // The default action was restored when the handler was called.
+    // SA_RESETHAND has restored the default action.
     raise(number);
 }
 

@@ -27,7 +27,7 @@ std::size_t WidthOf(const std::string& text) {
         wchar_t character = 0;
         const std::size_t size = std::mbrtowc(&character, &text[i], text.size() - i, &state);
         if (size == 0 || size > text.size() - i) {
-            // Not UTF-8.
+            // The locale does not decode the byte.
             state = {};
             ++width;
             ++i;

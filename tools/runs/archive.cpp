@@ -103,7 +103,8 @@ private:
 // Reads the entries of an open archive file once, in their order.
 class Reader {
 public:
-    // file: open at its start. Throws ArchiveError for a file that is not an archive.
+    // file: an open file, which is read from its start. Throws ArchiveError for a file that is not
+    // an archive.
     Reader(int file, Limits& left)
         : m_Reader(archive_read_new(), &archive_read_free), m_Left(left) {
         archive_read_support_filter_gzip(m_Reader.get());
@@ -300,7 +301,8 @@ private:
         }
     }
 
-    // Leaves out a photo that cannot be unpacked completely, and adds the reason to problem.
+    // Leaves out a photo that cannot be unpacked completely. Sets problem to the reason of the
+    // first such photo.
     static void m_UnpackPhoto(Reader& reader, const std::string& path, const EntryName& name,
                               std::string& problem) {
         std::string reason;

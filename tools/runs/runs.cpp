@@ -90,7 +90,7 @@ private:
         }
     }
 
-    // Queues a folder and reads an archive. Neither a link nor a device is opened.
+    // Queues a folder and reads an archive. Opens no link and no device.
     void m_Consider(const fs::directory_entry& entry, int depth) {
         std::error_code error;
         const fs::file_type type = entry.symlink_status(error).type();
