@@ -150,10 +150,7 @@ extern "C" void __wrap_elm_object_part_text_set(Evas_Object* object, const char*
 
 void __wrap_elm_object_part_text_set(Evas_Object* object, const char* part, const char* text) {
     using namespace quorvel::desktop;  // NOLINT(google-build-using-namespace): C function
-    if (text == nullptr || !IsWidget(object, "elm_label")) {
-        __real_elm_object_part_text_set(object, part, text);
-        return;
-    }
-    __real_elm_object_part_text_set(object, part, AlignColumns(text).c_str());
+    const bool isOfLabel = text != nullptr && IsWidget(object, "elm_label");
+    __real_elm_object_part_text_set(object, part, isOfLabel ? AlignColumns(text).c_str() : text);
 }
 // NOLINTEND(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp)
