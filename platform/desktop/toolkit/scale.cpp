@@ -18,15 +18,13 @@ namespace quorvel::desktop {
 namespace {
 
 constexpr char kDataKey[] = "quorvel-scale";
-// In pixels. A window can be smaller for a moment.
-constexpr int kSmallestSide = 64;
 
 // Returns the scale for the size of the window.
 double ScaleOf(const Evas_Object* window) {
     int width = 0;
     int height = 0;
     evas_object_geometry_get(window, nullptr, nullptr, &width, &height);
-    return ScaleFor(std::max(width, kSmallestSide), std::max(height, kSmallestSide)) * UserScale();
+    return ScaleFor(width, height);
 }
 
 // The scroll position of a list or a scroller.

@@ -14,29 +14,25 @@ namespace {
 constexpr int kSetWidth = 1920;
 constexpr int kSetHeight = 1080;
 constexpr double kSetScale = 2.0;
-// In pixels. A canvas in memory reports its own small first size as the size of the screen.
-constexpr int kSmallestScreen = 64;
+// In pixels. A canvas in memory reports its own small first size as the size of the screen. A
+// window can be smaller for a moment.
+constexpr int kSmallestSide = 64;
 
 constexpr double kSmallestUserScale = 0.5;
 constexpr double kLargestUserScale = 2.0;
 
+// The toolkit sets the pointer to null when it deletes the window.
 Evas_Object* g_MainWindow = nullptr;
-
-void OnWindowDeleted(void*, Evas*, Evas_Object* window, void*) {
-    if (window == g_MainWindow) {
-        g_MainWindow = nullptr;
-    }
-}
 
 void FillScreen(Evas_Object* window) {
     int width = 0;
     int height = 0;
     elm_win_screen_size_get(window, nullptr, nullptr, &width, &height);
-    if (width < kSmallestScreen || height < kSmallestScreen) {
+    if (width < kSmallestSide || height < kSmallestSide) {
         width = kSetWidth;
         height = kSetHeight;
     }
-    elm_config_scale_set(ScaleFor(width, height) * UserScale());
+    elm_config_scale_set(ScaleFor(width, height));
     evas_object_resize(window, width, height);
     elm_win_fullscreen_set(window, EINA_TRUE);
 }
@@ -57,8 +53,7 @@ void HidePointer(Evas_Object* window) {
     ecore_evas_object_cursor_set(ecore_evas_ecore_evas_get(canvas), cursor, EVAS_LAYER_MAX, 0, 0);
 }
 
-}  // namespace
-
+// Returns the user's factor of the scale.
 double UserScale() {
     const char* text = std::getenv("ELM_SCALE");
     char* end = nullptr;
@@ -67,17 +62,22 @@ double UserScale() {
     return isNumber ? std::clamp(scale, kSmallestUserScale, kLargestUserScale) : 1.0;
 }
 
-double ScaleFor(int width, int height) {
-    return kSetScale * std::min(static_cast<double>(width) / kSetWidth,
-                                static_cast<double>(height) / kSetHeight);
-}
-
 void SetUpWindow(Evas_Object* window) {
     g_MainWindow = window;
-    evas_object_event_callback_add(window, EVAS_CALLBACK_DEL, OnWindowDeleted, nullptr);
+    efl_wref_add(window, &g_MainWindow);
     FillScreen(window);
     GiveFocus(window);
     HidePointer(window);
+}
+
+}  // namespace
+
+double ScaleFor(int width, int height) {
+    const int usedWidth = std::max(width, kSmallestSide);
+    const int usedHeight = std::max(height, kSmallestSide);
+    return kSetScale * UserScale() *
+           std::min(static_cast<double>(usedWidth) / kSetWidth,
+                    static_cast<double>(usedHeight) / kSetHeight);
 }
 
 Evas_Object* MainWindow() {

@@ -4,21 +4,16 @@
 #include <Evas.h>
 
 // The application creates its window with elm_win_util_standard_add and fills it at once. The link
-// option --wrap leads that call to window.cpp, which sets the window up before the call returns.
-// Main-loop thread.
+// option --wrap leads that call to window.cpp, which gives the window the properties of a window of
+// the set before the call returns: scale, size of the screen, focus, hidden pointer. A canvas in
+// memory has no screen; the window then gets 1920x1080 pixels. Main-loop thread.
 namespace quorvel::desktop {
 
-// Returns the toolkit's scale for a screen of this size in pixels: 2.0 for the set's 1920x1080, and
-// in proportion for other sizes, so that the whole layout fits.
+// Returns the toolkit's scale for a window of this size in pixels: 2.0 for the set's 1920x1080, and
+// in proportion for other sizes, so that the whole layout fits. A side counts as 64 pixels at least.
+// The environment variable ELM_SCALE multiplies the scale by a number, which is limited to 0.5 to
+// 2.0. Any other value of the variable has no effect.
 double ScaleFor(int width, int height);
-
-// Returns the user's factor of the scale: the value of the environment variable ELM_SCALE, limited
-// to 0.5 to 2.0. Returns 1.0 if the variable is not set or not a number.
-double UserScale();
-
-// Gives a new, empty window the properties of a window of the set: scale, size of the screen,
-// focus, hidden pointer. A canvas in memory has no screen; the window then gets 1920x1080 pixels.
-void SetUpWindow(Evas_Object* window);
 
 // Returns the application's window; null before its creation and after its deletion.
 Evas_Object* MainWindow();

@@ -75,7 +75,7 @@ TEST(WindowTest, LimitsUserScale) {
                                          {"1,5", 1.0},
                                          {"nan", 1.0}}) {
         const ScopedVariable scale("ELM_SCALE", text);
-        EXPECT_DOUBLE_EQ(UserScale(), expected) << text;
+        EXPECT_DOUBLE_EQ(ScaleFor(1920, 1080), 2.0 * expected) << text;
     }
 }
 
