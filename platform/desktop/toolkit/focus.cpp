@@ -6,8 +6,6 @@
 #include <initializer_list>
 #include <string_view>
 
-#include "toolkit/widgets.h"
-
 namespace quorvel::desktop {
 
 namespace {
@@ -76,37 +74,6 @@ void FocusWatch::m_OnDeleted(void* data, Evas*, Evas_Object*, void*) {
     delete static_cast<FocusWatch*>(data);
 }
 
-// The widgets between which the arrow keys move the focus. A window has at most one of each.
-struct Places {
-    explicit Places(Evas_Object* window);
-
-    Evas_Object* list = nullptr;
-    Evas_Object* scroller = nullptr;
-    // The label inside the scroller.
-    Evas_Object* text = nullptr;
-    // The button outside the popup.
-    Evas_Object* button = nullptr;
-    Evas_Object* popupButton = nullptr;
-};
-
-Places::Places(Evas_Object* window) {
-    for (Evas_Object* found : WidgetsOf(window, "elm_genlist")) {
-        list = found;
-    }
-    for (Evas_Object* label : WidgetsOf(window, "elm_label")) {
-        Evas_Object* parent = elm_object_parent_widget_get(label);
-        if (IsWidget(parent, "elm_scroller")) {
-            scroller = parent;
-            text = label;
-        }
-    }
-    for (Evas_Object* found : WidgetsOf(window, "elm_button")) {
-        const bool isInPopup = ParentOfType(found, "elm_popup") != nullptr;
-        Evas_Object*& place = isInPopup ? popupButton : button;
-        place = found;
-    }
-}
-
 bool CanHaveFocus(const Evas_Object* widget) {
     return widget != nullptr && evas_object_visible_get(widget) != EINA_FALSE &&
            elm_object_disabled_get(widget) == EINA_FALSE;
@@ -123,62 +90,35 @@ void FocusFirst(std::initializer_list<Evas_Object*> widgets) {
     }
 }
 
-// Returns the height of the text above the visible part, in pixels.
-int ScrollPosition(const Evas_Object* scroller) {
-    int y = 0;
-    elm_scroller_region_get(scroller, nullptr, &y, nullptr, nullptr);
-    return y;
-}
-
-// Ends the movement of a text at a position.
-void StopScrolling(Evas_Object* scroller, int position) {
-    int x = 0;
-    int width = 0;
-    int height = 0;
-    elm_scroller_region_get(scroller, &x, nullptr, &width, &height);
-    elm_scroller_region_show(scroller, x, position, width, height);
-}
-
-// Emits the label's signals, and the signals that the theme of the scroller expects. A hidden label
-// gives the focus to another widget, because a focus on the label would be invisible.
-class LabelFocus : public FocusWatch {
+// Emits the signals of the detail panel's label, and the signals that the theme of its scroller
+// expects. A hidden label gives the focus to another widget, because a focus on the label would be
+// invisible.
+class TextFocus : public FocusWatch {
 public:
-    LabelFocus(Evas_Object* window, Evas_Object* label) : FocusWatch(label), m_Window(window) {}
+    TextFocus(Evas_Object* text, Evas_Object* scroller) : FocusWatch(text), m_Scroller(scroller) {}
 
 private:
     void m_Report(bool focused) override {
         if (focused && !CanHaveFocus(m_Widget)) {
-            const Places places(m_Window);
-            FocusFirst({places.list, places.button});
+            const Widgets widgets(m_Widget);
+            FocusFirst({widgets.list, widgets.button});
             return;
         }
         if (focused == m_IsFocused) {
             return;
         }
         m_IsFocused = focused;
-        Evas_Object* scroller = m_Scroller();
-        if (scroller != nullptr) {
-            // The toolkit scrolls to the upper end of a label that gets the focus.
-            StopScrolling(scroller, focused ? m_Position : ScrollPosition(scroller));
-            elm_layout_signal_emit(
-                scroller, focused ? "quorvel,text,focused" : "quorvel,text,unfocused", "quorvel");
-        }
+        // The toolkit scrolls to the upper end of a label that gets the focus.
+        ScrollTo(m_Scroller, focused ? m_Position : ScrollPosition(m_Scroller));
+        elm_layout_signal_emit(
+            m_Scroller, focused ? "quorvel,text,focused" : "quorvel,text,unfocused", "quorvel");
         evas_object_smart_callback_call(m_Widget, focused ? "focused" : "unfocused", nullptr);
     }
 
     // On a slow machine, the toolkit can scroll a first step before the end of the turn.
-    void m_OnFirstMovement() override {
-        const Evas_Object* scroller = m_Scroller();
-        m_Position = scroller == nullptr ? 0 : ScrollPosition(scroller);
-    }
+    void m_OnFirstMovement() override { m_Position = ScrollPosition(m_Scroller); }
 
-    // Returns null for a label without a scroller.
-    Evas_Object* m_Scroller() const {
-        Evas_Object* parent = elm_object_parent_widget_get(m_Widget);
-        return IsWidget(parent, "elm_scroller") ? parent : nullptr;
-    }
-
-    Evas_Object* const m_Window;
+    Evas_Object* const m_Scroller;
     bool m_IsFocused = false;
     // The position of the text before the focus moved.
     int m_Position = 0;
@@ -188,7 +128,7 @@ private:
 // returns from the popup, or from another widget to the only row.
 class ListFocus : public FocusWatch {
 public:
-    ListFocus(Evas_Object* window, Evas_Object* list) : FocusWatch(list), m_Window(window) {
+    explicit ListFocus(Evas_Object* list) : FocusWatch(list) {
         evas_object_smart_callback_add(list, "item,focused", m_OnRowFocused, this);
         evas_object_smart_callback_add(list, "realized", m_OnRealized, this);
     }
@@ -202,34 +142,36 @@ private:
         if (row == nullptr) {
             return;
         }
+        const Widgets widgets(m_Widget);
         // A list that creates its focused row takes the focus, even from a popup.
-        if (focused && ShownPopup(m_Window) != nullptr) {
-            FocusFirst({Places(m_Window).popupButton});
+        if (focused && widgets.popup != nullptr) {
+            FocusFirst({widgets.popupButton});
             return;
         }
         elm_object_item_signal_emit(
             row, focused ? "quorvel,list,focused" : "quorvel,list,unfocused", "quorvel");
         const Away away = m_Away;
-        m_Away = focused ? Away::kNo : m_FindAway();
+        m_Away = focused ? Away::kNo : m_FindAway(widgets.popup != nullptr);
         const bool isOnlyRow = elm_genlist_items_count(m_Widget) == 1;
         if (focused && (away == Away::kPopup || (away == Away::kWidget && isOnlyRow))) {
             evas_object_smart_callback_call(m_Widget, "item,focused", row);
         }
     }
 
-    Away m_FindAway() const {
-        if (ShownPopup(m_Window) != nullptr) {
+    Away m_FindAway(bool isPopupShown) const {
+        if (isPopupShown) {
             return Away::kPopup;
         }
-        return elm_object_focused_object_get(m_Window) == nullptr ? m_Away : Away::kWidget;
+        const Evas_Object* window = elm_object_top_widget_get(m_Widget);
+        return elm_object_focused_object_get(window) == nullptr ? m_Away : Away::kWidget;
     }
 
     // Shows the text of another row from its beginning.
-    static void m_OnRowFocused(void* data, Evas_Object*, void* row) {
+    static void m_OnRowFocused(void* data, Evas_Object* list, void* row) {
         auto* self = static_cast<ListFocus*>(data);
-        Evas_Object* scroller = Places(self->m_Window).scroller;
+        Evas_Object* scroller = Widgets(list).scroller;
         if (row != self->m_LastRow && scroller != nullptr) {
-            elm_scroller_region_show(scroller, 0, 0, 1, 1);
+            ScrollTo(scroller, 0);
         }
         self->m_LastRow = row;
     }
@@ -243,44 +185,29 @@ private:
         }
     }
 
-    Evas_Object* const m_Window;
     Away m_Away = Away::kNo;
     // The row of the last "item,focused". Only compared.
     const void* m_LastRow = nullptr;
 };
 
-void ScrollTextToEnd(const Places& places) {
+int HeightOf(const Evas_Object* object) {
     int height = 0;
-    evas_object_geometry_get(places.text, nullptr, nullptr, nullptr, &height);
-    elm_scroller_region_show(places.scroller, 0, height - 1, 1, 1);
+    evas_object_geometry_get(object, nullptr, nullptr, nullptr, &height);
+    return height;
 }
 
-bool IsAtTop(const Places& places) {
-    return ScrollPosition(places.scroller) <= 0;
-}
-
-bool IsAtEnd(const Places& places) {
-    int y = 0;
+bool IsAtEnd(const Widgets& widgets) {
     int height = 0;
-    int textHeight = 0;
-    elm_scroller_region_get(places.scroller, nullptr, &y, nullptr, &height);
-    evas_object_geometry_get(places.text, nullptr, nullptr, nullptr, &textHeight);
-    return y + height >= textHeight;
+    elm_scroller_region_get(widgets.scroller, nullptr, nullptr, nullptr, &height);
+    return ScrollPosition(widgets.scroller) + height >= HeightOf(widgets.text);
 }
 
-// Sets the list's focused element again. A list that focused its only row before the first frame
-// names itself as the focused element. Every arrow key would then lead back into the list.
+// A list that focused its only row before the first frame names itself as the focused element.
+// Every arrow key would then lead back into the list. The row is the previous element.
 void RestoreFocusedElement(Evas_Object* list) {
-    if (efl_ui_focus_manager_focus_get(list) != list) {
-        return;
+    if (efl_ui_focus_manager_focus_get(list) == list) {
+        efl_ui_focus_manager_pop_history_stack(list);
     }
-    Eina_Iterator* rows =
-        efl_ui_focus_manager_viewport_elements_get(list, efl_gfx_entity_geometry_get(list));
-    void* row = nullptr;
-    if (eina_iterator_next(rows, &row) != EINA_FALSE) {
-        efl_ui_focus_manager_focus_set(list, static_cast<Efl_Ui_Focus_Object*>(row));
-    }
-    eina_iterator_free(rows);
 }
 
 // Moves by rows. The toolkit moves the focus only to rows that it has created. It would stop at the
@@ -295,14 +222,14 @@ void MoveToRow(Elm_Object_Item* row) {
 // The toolkit moves the focus between neighbours, and remembers the way if the button gets
 // disabled.
 
-bool MoveInList(const Places& places, std::string_view key) {
-    Elm_Object_Item* row = elm_object_focused_item_get(places.list);
-    if (key == "Right" && CanHaveFocus(places.text)) {
-        RestoreFocusedElement(places.list);
+bool MoveInList(const Widgets& widgets, std::string_view key) {
+    Elm_Object_Item* row = elm_object_focused_item_get(widgets.list);
+    if (key == "Right" && CanHaveFocus(widgets.text)) {
+        RestoreFocusedElement(widgets.list);
         return false;
     }
     if (key == "Right") {
-        FocusFirst({places.button});
+        FocusFirst({widgets.button});
     } else if (row != nullptr && key == "Down") {
         MoveToRow(elm_genlist_item_next_get(row));
     } else if (row != nullptr && key == "Up") {
@@ -311,25 +238,25 @@ bool MoveInList(const Places& places, std::string_view key) {
     return true;
 }
 
-bool MoveInText(const Places& places, std::string_view key) {
+bool MoveInText(const Widgets& widgets, std::string_view key) {
     if (key == "Left") {
-        return !CanHaveFocus(places.list);
+        return !CanHaveFocus(widgets.list);
     }
     if (key == "Up") {
-        return IsAtTop(places);
+        return ScrollPosition(widgets.scroller) <= 0;
     }
     if (key == "Down") {
-        return IsAtEnd(places) && !CanHaveFocus(places.button);
+        return IsAtEnd(widgets) && !CanHaveFocus(widgets.button);
     }
     return true;
 }
 
-bool MoveFromButton(const Places& places, std::string_view key) {
+bool MoveFromButton(const Widgets& widgets, std::string_view key) {
     if (key == "Left") {
-        FocusFirst({places.list});
+        FocusFirst({widgets.list});
     } else if (key == "Up") {
-        ScrollTextToEnd(places);
-        FocusFirst({places.text, places.list});
+        ScrollTo(widgets.scroller, HeightOf(widgets.text));
+        FocusFirst({widgets.text, widgets.list});
     }
     return true;
 }
@@ -338,38 +265,26 @@ bool IsArrow(std::string_view key) {
     return key == "Up" || key == "Down" || key == "Left" || key == "Right";
 }
 
-using Move = bool (*)(const Places&, std::string_view);
-// Handles a key before the toolkit does. data: the window.
+using Move = bool (*)(const Widgets&, std::string_view);
+// Handles a key before the toolkit does.
 template <Move kMove>
-Eina_Bool OnKey(void* data, Evas_Object*, Evas_Object*, Evas_Callback_Type type, void* event) {
+Eina_Bool OnKey(void*, Evas_Object* widget, Evas_Object*, Evas_Callback_Type type, void* event) {
     auto* key = static_cast<Evas_Event_Key_Down*>(event);
-    if (type != EVAS_CALLBACK_KEY_DOWN || !IsArrow(key->key) ||
-        !kMove(Places(static_cast<Evas_Object*>(data)), key->key)) {
+    if (type != EVAS_CALLBACK_KEY_DOWN || !IsArrow(key->key) || !kMove(Widgets(widget), key->key)) {
         return EINA_FALSE;
     }
     key->event_flags = static_cast<Evas_Event_Flags>(key->event_flags | EVAS_EVENT_FLAG_ON_HOLD);
     return EINA_TRUE;
 }
 
-void HandleArrows(Evas_Object* window, Evas_Object* widget, Elm_Event_Cb handler) {
-    if (widget != nullptr) {
-        elm_object_event_callback_add(widget, handler, window);
-    }
-}
-
 }  // namespace
 
-void WatchFocus(Evas_Object* window) {
-    for (Evas_Object* label : WidgetsOf(window, "elm_label")) {
-        new LabelFocus(window, label);
-    }
-    for (Evas_Object* list : WidgetsOf(window, "elm_genlist")) {
-        new ListFocus(window, list);
-    }
-    const Places places(window);
-    HandleArrows(window, places.list, OnKey<MoveInList>);
-    HandleArrows(window, places.text, OnKey<MoveInText>);
-    HandleArrows(window, places.button, OnKey<MoveFromButton>);
+void WatchFocus(const Widgets& widgets) {
+    new TextFocus(widgets.text, widgets.scroller);
+    new ListFocus(widgets.list);
+    elm_object_event_callback_add(widgets.list, OnKey<MoveInList>, nullptr);
+    elm_object_event_callback_add(widgets.text, OnKey<MoveInText>, nullptr);
+    elm_object_event_callback_add(widgets.button, OnKey<MoveFromButton>, nullptr);
 }
 
 }  // namespace quorvel::desktop

@@ -31,19 +31,11 @@ constexpr std::array<Key, 7> kKeys{{
 
 std::vector<Ecore_Event_Handler*> g_Handlers;
 
-bool IsInside(const Evas_Object* widget, const Evas_Object* parent) {
-    while (widget != nullptr && widget != parent) {
-        widget = elm_object_parent_widget_get(widget);
-    }
-    return widget != nullptr;
-}
-
 // A popup gets the focus some time after it is shown, and loses the focus while its button is
 // disabled. Keys must not reach the widgets behind the popup at such times.
 bool IsPopupWithoutFocus() {
     Evas_Object* window = MainWindow();
-    const Evas_Object* popup = ShownPopup(window);
-    return popup != nullptr && !IsInside(elm_object_focused_object_get(window), popup);
+    return Widgets(window).popup != nullptr && !IsInPopup(elm_object_focused_object_get(window));
 }
 
 // Runs before the toolkit's own handlers. The main loop owns the event and frees it as one block,

@@ -4,9 +4,9 @@
 
 #include <cstdlib>
 #include <cstring>
+#include <memory>
 #include <string>
 #include <string_view>
-#include <unordered_set>
 
 #include "toolkit/widgets.h"
 
@@ -14,7 +14,10 @@ namespace quorvel::desktop {
 
 namespace {
 
-constexpr char kDataKey[] = "quorvel-rows";
+// Of a list: the application's function that returns the text of a row.
+constexpr char kTextKey[] = "quorvel-text";
+// Of an analysed row: the row itself.
+constexpr char kAnalysedKey[] = "quorvel-analysed";
 
 // Returns the text for a part that replaces entities.
 std::string Literal(std::string_view text) {
@@ -35,93 +38,49 @@ std::string Literal(std::string_view text) {
     return literal;
 }
 
-// The rows of one list. All rows have the same class. Allocated with new; deletes itself with the
-// list. Main-loop thread.
-class Rows {
-public:
-    Rows(Evas_Object* window, Evas_Object* list);
-    Rows(const Rows&) = delete;
-    Rows& operator=(const Rows&) = delete;
-
-private:
-    ~Rows() = default;
-
-    void m_ReplaceTexts(Evas_Object* list);
-
-    static char* m_TextOf(void* data, Evas_Object* list, const char* part);
-    static void m_OnPressed(void* data, Evas_Object*, void* row);
-    static void m_OnRealized(void* data, Evas_Object*, void* row);
-    static void m_OnDeleted(void* data, Evas*, Evas_Object*, void*);
-
-    Evas_Object* const m_Window;
-    // The application's function. Returns a string from malloc.
-    Elm_Gen_Item_Text_Get_Cb m_Text = nullptr;
-    // The list deletes no row before the list itself.
-    std::unordered_set<const void*> m_Analysed;
-};
-
-Rows::Rows(Evas_Object* window, Evas_Object* list) : m_Window(window) {
-    evas_object_data_set(list, kDataKey, this);
-    evas_object_smart_callback_add(list, "selected", m_OnPressed, this);
-    evas_object_smart_callback_add(list, "realized", m_OnRealized, this);
-    evas_object_event_callback_add(list, EVAS_CALLBACK_FREE, m_OnDeleted, this);
-    m_ReplaceTexts(list);
+// Replaces the application's function. Returns a string from malloc, as that function does.
+char* LiteralTextOf(void* data, Evas_Object* list, const char* part) {
+    const auto textOf =
+        reinterpret_cast<Elm_Gen_Item_Text_Get_Cb>(evas_object_data_get(list, kTextKey));
+    const std::unique_ptr<char, decltype(&std::free)> text(textOf(data, list, part), std::free);
+    return text == nullptr ? nullptr : strdup(Literal(text.get()).c_str());
 }
 
-// The rows share the class and keep it allocated.
-void Rows::m_ReplaceTexts(Evas_Object* list) {
-    const Elm_Object_Item* first = elm_genlist_first_item_get(list);
-    if (first == nullptr) {
-        return;
-    }
-    auto* rowClass = const_cast<Elm_Genlist_Item_Class*>(elm_genlist_item_item_class_get(first));
-    m_Text = rowClass->func.text_get;
-    rowClass->func.text_get = m_TextOf;
-    elm_genlist_realized_items_update(list);
-}
-
-char* Rows::m_TextOf(void* data, Evas_Object* list, const char* part) {
-    const auto* self = static_cast<const Rows*>(evas_object_data_get(list, kDataKey));
-    char* text = self->m_Text == nullptr ? nullptr : self->m_Text(data, list, part);
-    if (text == nullptr) {
-        return nullptr;
-    }
-    const std::string literal = Literal(text);
-    std::free(text);
-    return strdup(literal.c_str());
-}
-
-void ShowMark(void* row, bool isAnalysed) {
-    elm_object_item_signal_emit(static_cast<Elm_Object_Item*>(row),
-                                isAnalysed ? "quorvel,row,analysed" : "quorvel,row,plain",
+void ShowMark(Elm_Object_Item* row) {
+    const bool isAnalysed = efl_key_data_get(row, kAnalysedKey) != nullptr;
+    elm_object_item_signal_emit(row, isAnalysed ? "quorvel,row,analysed" : "quorvel,row,plain",
                                 "quorvel");
 }
 
 // The application has handled the press before this event. The popup is shown if the row can be
 // analysed.
-void Rows::m_OnPressed(void* data, Evas_Object*, void* row) {
-    auto* self = static_cast<Rows*>(data);
-    if (ShownPopup(self->m_Window) != nullptr) {
-        self->m_Analysed.insert(row);
-        ShowMark(row, true);
+void OnRowPressed(void*, Evas_Object* list, void* row) {
+    auto* item = static_cast<Elm_Object_Item*>(row);
+    if (Widgets(list).popup != nullptr) {
+        efl_key_data_set(item, kAnalysedKey, item);
+        ShowMark(item);
     }
 }
 
 // A row that scrolls into view gets the drawing of another row, with the mark of that row.
-void Rows::m_OnRealized(void* data, Evas_Object*, void* row) {
-    ShowMark(row, static_cast<Rows*>(data)->m_Analysed.count(row) > 0);
-}
-
-void Rows::m_OnDeleted(void* data, Evas*, Evas_Object*, void*) {
-    delete static_cast<Rows*>(data);
+void OnRowRealized(void*, Evas_Object*, void* row) {
+    ShowMark(static_cast<Elm_Object_Item*>(row));
 }
 
 }  // namespace
 
-void SetUpRows(Evas_Object* window) {
-    for (Evas_Object* list : WidgetsOf(window, "elm_genlist")) {
-        new Rows(window, list);
+void SetUpRows(Evas_Object* list) {
+    const Elm_Object_Item* first = elm_genlist_first_item_get(list);
+    if (first == nullptr) {
+        return;
     }
+    // The rows share the class and keep it allocated.
+    auto* rowClass = const_cast<Elm_Genlist_Item_Class*>(elm_genlist_item_item_class_get(first));
+    evas_object_data_set(list, kTextKey, reinterpret_cast<void*>(rowClass->func.text_get));
+    rowClass->func.text_get = LiteralTextOf;
+    evas_object_smart_callback_add(list, "selected", OnRowPressed, nullptr);
+    evas_object_smart_callback_add(list, "realized", OnRowRealized, nullptr);
+    elm_genlist_realized_items_update(list);
 }
 
 }  // namespace quorvel::desktop

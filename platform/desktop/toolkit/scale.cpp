@@ -5,11 +5,8 @@
 #include <Efl_Ui.h>
 #include <Elementary.h>
 
-#include <algorithm>
 #include <cmath>
-#include <vector>
 
-#include "toolkit/text_panels.h"
 #include "toolkit/widgets.h"
 #include "toolkit/window.h"
 
@@ -19,37 +16,15 @@ namespace {
 
 constexpr char kDataKey[] = "quorvel-scale";
 
-// Returns the scale for the size of the window.
-double ScaleOf(const Evas_Object* window) {
-    int width = 0;
-    int height = 0;
-    evas_object_geometry_get(window, nullptr, nullptr, &width, &height);
-    return ScaleFor(width, height);
+// Returns the scroll position of a list or scroller in units of the toolkit's scale.
+double PositionOf(const Evas_Object* scrollable) {
+    return ScrollPosition(scrollable) / elm_config_scale_get();
 }
 
-// The scroll position of a list or a scroller.
-struct Position {
-    explicit Position(Evas_Object* scrollable);
-
-    Evas_Object* widget;
-    // The height of the content above the visible part, in units of the toolkit's scale.
-    double y;
-};
-
-Position::Position(Evas_Object* scrollable) : widget(scrollable) {
-    int pixels = 0;
-    elm_scroller_region_get(widget, nullptr, &pixels, nullptr, nullptr);
-    y = pixels / elm_config_scale_get();
-}
-
-void Restore(const Position& position) {
+void Restore(Evas_Object* scrollable, double position) {
     // The toolkit has hidden the scrollbar without a check whether it is needed.
-    elm_layout_signal_emit(position.widget, "reload", "elm");
-    int width = 0;
-    int height = 0;
-    elm_scroller_region_get(position.widget, nullptr, nullptr, &width, &height);
-    const double y = position.y * elm_config_scale_get();
-    elm_scroller_region_show(position.widget, 0, static_cast<int>(std::lround(y)), width, height);
+    elm_layout_signal_emit(scrollable, "reload", "elm");
+    ScrollTo(scrollable, static_cast<int>(std::lround(position * elm_config_scale_get())));
 }
 
 // The focus of the window while the toolkit creates all rows again, which deletes the object that
@@ -57,99 +32,70 @@ void Restore(const Position& position) {
 // gives the focus back in one step, so the watchers of the focus see no change.
 class PausedFocus {
 public:
-    explicit PausedFocus(Evas_Object* window);
+    PausedFocus(Evas_Object* window, const Widgets& widgets);
     ~PausedFocus();
     PausedFocus(const PausedFocus&) = delete;
     PausedFocus& operator=(const PausedFocus&) = delete;
 
 private:
-    // The layer that keeps the focus in the popup; null if no popup is shown.
-    Evas_Object* m_Layer = nullptr;
-    // Null if no row has the focus.
-    Evas_Object* m_List = nullptr;
+    const Widgets& m_Widgets;
+    bool m_IsInList;
 };
 
-// Returns the disabled button of a popup that shows a running worker; null if the button is
-// enabled.
-Evas_Object* DisabledButton(Evas_Object* layer) {
-    for (Evas_Object* button : WidgetsOf(layer, "elm_button")) {
-        if (ParentOfType(button, "elm_notify") == layer && elm_object_disabled_get(button)) {
-            return button;
-        }
+PausedFocus::PausedFocus(Evas_Object* window, const Widgets& widgets) : m_Widgets(widgets) {
+    if (widgets.popup != nullptr) {
+        efl_ui_focus_layer_enable_set(widgets.popup, EINA_FALSE);
     }
-    return nullptr;
-}
-
-// The layer takes the focus only while the layer has a widget that can have the focus.
-void TakeFocus(Evas_Object* layer) {
-    Evas_Object* button = DisabledButton(layer);
-    if (button != nullptr) {
-        elm_object_disabled_set(button, EINA_FALSE);
-    }
-    efl_ui_focus_layer_enable_set(layer, EINA_TRUE);
-    if (button != nullptr) {
-        elm_object_disabled_set(button, EINA_TRUE);
+    // Also true while the window itself has no focus.
+    m_IsInList = efl_ui_focus_manager_redirect_get(window) == widgets.list;
+    if (m_IsInList) {
+        efl_ui_focus_manager_reset_history(widgets.list);
     }
 }
 
-PausedFocus::PausedFocus(Evas_Object* window) {
-    for (Evas_Object* layer : WidgetsOf(window, "elm_notify")) {
-        if (evas_object_visible_get(layer) != EINA_FALSE) {
-            m_Layer = layer;
-            efl_ui_focus_layer_enable_set(layer, EINA_FALSE);
-        }
-    }
-    for (Evas_Object* list : WidgetsOf(window, "elm_genlist")) {
-        // Also true while the window itself has no focus.
-        if (efl_ui_focus_manager_redirect_get(window) == list) {
-            m_List = list;
-            efl_ui_focus_manager_reset_history(list);
-        }
-    }
+// The popup takes the focus only while its button is enabled.
+void TakeFocus(Evas_Object* popup, Evas_Object* button) {
+    const Eina_Bool isDisabled = elm_object_disabled_get(button);
+    elm_object_disabled_set(button, EINA_FALSE);
+    efl_ui_focus_layer_enable_set(popup, EINA_TRUE);
+    elm_object_disabled_set(button, isDisabled);
 }
 
 PausedFocus::~PausedFocus() {
-    Elm_Object_Item* row = m_List == nullptr ? nullptr : elm_object_focused_item_get(m_List);
+    Elm_Object_Item* row = m_IsInList ? elm_object_focused_item_get(m_Widgets.list) : nullptr;
     // The toolkit deletes the object of the last row if the focus is set to the row itself.
     Efl_Ui_Focus_Object* place =
-        row == nullptr ? nullptr : efl_ui_focus_manager_request_subchild(m_List, row);
+        row == nullptr ? nullptr : efl_ui_focus_manager_request_subchild(m_Widgets.list, row);
     if (place != nullptr) {
-        efl_ui_focus_manager_focus_set(m_List, place);
+        efl_ui_focus_manager_focus_set(m_Widgets.list, place);
     }
-    if (m_Layer != nullptr) {
-        TakeFocus(m_Layer);
+    if (m_Widgets.popup != nullptr) {
+        TakeFocus(m_Widgets.popup, m_Widgets.popupButton);
     }
-}
-
-std::vector<Position> PositionsOf(Evas_Object* window) {
-    std::vector<Position> positions;
-    for (const char* type : {"elm_genlist", "elm_scroller"}) {
-        for (Evas_Object* widget : WidgetsOf(window, type)) {
-            positions.emplace_back(widget);
-        }
-    }
-    return positions;
 }
 
 // The focus returns from another widget only to a row that is visible.
-void ShowFocusedRow(Evas_Object* window) {
-    for (Evas_Object* list : WidgetsOf(window, "elm_genlist")) {
-        Elm_Object_Item* row = elm_object_focused_item_get(list);
-        if (row != nullptr) {
-            elm_genlist_item_show(row, ELM_GENLIST_ITEM_SCROLLTO_IN);
-        }
+void ShowFocusedRow(const Evas_Object* list) {
+    Elm_Object_Item* row = elm_object_focused_item_get(list);
+    if (row != nullptr) {
+        elm_genlist_item_show(row, ELM_GENLIST_ITEM_SCROLLTO_IN);
     }
 }
 
 // The toolkit has resized the window and arranges the content next.
 void OnWindowResized(void*, Evas* canvas, Evas_Object* window, void*) {
-    const PausedFocus focus(window);
-    const std::vector<Position> positions = PositionsOf(window);
-    elm_config_scale_set(ScaleOf(window));
-    ScaleTextPanels(window);
+    int width = 0;
+    int height = 0;
+    evas_object_geometry_get(window, nullptr, nullptr, &width, &height);
+    const Widgets widgets(window);
+    const PausedFocus focus(window, widgets);
+    const double listPosition = PositionOf(widgets.list);
+    const double textPosition = PositionOf(widgets.scroller);
+    elm_config_scale_set(ScaleFor(width, height));
     evas_smart_objects_calculate(canvas);
-    std::for_each(positions.begin(), positions.end(), Restore);
-    ShowFocusedRow(window);
+    Restore(widgets.list, listPosition);
+    Restore(widgets.scroller, textPosition);
+    ShowFocusedRow(widgets.list);
     evas_smart_objects_calculate(canvas);
 }
 
@@ -160,22 +106,16 @@ Eina_Bool IsFree(void*, Evas_Object* window, int, int) {
     return evas_object_data_get(window, kDataKey) == nullptr ? EINA_TRUE : EINA_FALSE;
 }
 
-const Elm_Win_Trap* SizeTrap() {
-    static const Elm_Win_Trap trap = [] {
-        Elm_Win_Trap filled{};
-        filled.version = ELM_WIN_TRAP_VERSION;
-        filled.resize = IsFree;
-        filled.size_min_set = IsFree;
-        return filled;
-    }();
-    return &trap;
-}
-
 }  // namespace
 
 void ScaleWithWindow(Evas_Object* window) {
     evas_object_data_set(window, kDataKey, window);
-    elm_win_trap_set(SizeTrap());
+    // The toolkit keeps the pointer.
+    static Elm_Win_Trap trap{};
+    trap.version = ELM_WIN_TRAP_VERSION;
+    trap.resize = IsFree;
+    trap.size_min_set = IsFree;
+    elm_win_trap_set(&trap);
     evas_object_event_callback_add(window, EVAS_CALLBACK_RESIZE, OnWindowResized, nullptr);
 }
 

@@ -7,7 +7,7 @@ namespace quorvel::desktop {
 
 // Scales the window's content to the size of the window, whenever the size changes. The focus, the
 // focused row and the scroll positions stay. Emits no "item,focused". Call once for each window,
-// after the window has all its widgets. Main-loop thread.
+// with complete widgets. Main-loop thread.
 void ScaleWithWindow(Evas_Object* window);
 
 }  // namespace quorvel::desktop

@@ -8,8 +8,6 @@
 #include <string>
 #include <string_view>
 
-#include "toolkit/widgets.h"
-
 namespace quorvel::desktop {
 
 namespace {
@@ -94,22 +92,27 @@ void OnResized(void*, Evas*, Evas_Object* label, void*) {
 }
 
 // The toolkit does not scale the width of a tab.
-void SetTabWidth(Evas_Object* panel) {
-    SetStyle(panel, "tabstops=" + std::to_string(std::lround(kTabWidth * elm_config_scale_get())));
+void SetTabWidth(Evas_Object* label) {
+    SetStyle(elm_layout_edje_get(label),
+             "tabstops=" + std::to_string(std::lround(kTabWidth * elm_config_scale_get())));
 }
 
-void OnShown(void* data, Evas*, Evas_Object*, void*) {
-    elm_layout_signal_emit(static_cast<Evas_Object*>(data), "quorvel,text,shown", "quorvel");
+void OnScaled(void*, Evas_Object* label, void*) {
+    SetTabWidth(label);
 }
 
-void OnHidden(void* data, Evas*, Evas_Object*, void*) {
-    elm_layout_signal_emit(static_cast<Evas_Object*>(data), "quorvel,text,hidden", "quorvel");
+// data: the scroller around the label.
+void OnShownOrHidden(void* data, Evas*, Evas_Object* label, void*) {
+    const bool isShown = evas_object_visible_get(label) != EINA_FALSE;
+    elm_layout_signal_emit(static_cast<Evas_Object*>(data),
+                           isShown ? "quorvel,text,shown" : "quorvel,text,hidden", "quorvel");
 }
 
 void SetUpDetailPanel(Evas_Object* label, Evas_Object* scroller) {
-    SetTabWidth(elm_layout_edje_get(label));
-    evas_object_event_callback_add(label, EVAS_CALLBACK_SHOW, OnShown, scroller);
-    evas_object_event_callback_add(label, EVAS_CALLBACK_HIDE, OnHidden, scroller);
+    SetTabWidth(label);
+    evas_object_smart_callback_add(label, "theme,changed", OnScaled, nullptr);
+    evas_object_event_callback_add(label, EVAS_CALLBACK_SHOW, OnShownOrHidden, scroller);
+    evas_object_event_callback_add(label, EVAS_CALLBACK_HIDE, OnShownOrHidden, scroller);
 }
 
 // Removes an incomplete tag or entity from the end of the markup.
@@ -173,33 +176,11 @@ void SetUpInfoPanel(Evas_Object* label) {
     Fit(label);
 }
 
-bool IsTextPanel(const Evas_Object* label) {
-    const char* style = elm_object_style_get(label);
-    return style != nullptr && std::string_view(style) == "slide_short";
-}
-
 }  // namespace
 
-void SetUpTextPanels(Evas_Object* window) {
-    for (Evas_Object* label : WidgetsOf(window, "elm_label")) {
-        if (!IsTextPanel(label)) {
-            continue;
-        }
-        Evas_Object* parent = elm_object_parent_widget_get(label);
-        if (IsWidget(parent, "elm_scroller")) {
-            SetUpDetailPanel(label, parent);
-        } else {
-            SetUpInfoPanel(label);
-        }
-    }
-}
-
-void ScaleTextPanels(Evas_Object* window) {
-    for (Evas_Object* label : WidgetsOf(window, "elm_label")) {
-        if (IsWidget(elm_object_parent_widget_get(label), "elm_scroller")) {
-            SetTabWidth(elm_layout_edje_get(label));
-        }
-    }
+void SetUpTextPanels(const Widgets& widgets) {
+    SetUpDetailPanel(widgets.text, widgets.scroller);
+    std::for_each(widgets.infoPanels.begin(), widgets.infoPanels.end(), SetUpInfoPanel);
 }
 
 }  // namespace quorvel::desktop

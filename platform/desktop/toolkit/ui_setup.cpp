@@ -4,7 +4,6 @@
 
 #include <cstdlib>
 
-#include "toolkit/button.h"
 #include "toolkit/focus.h"
 #include "toolkit/input.h"
 #include "toolkit/rows.h"
@@ -12,11 +11,18 @@
 #include "toolkit/text_panels.h"
 #include "toolkit/theme.h"
 #include "toolkit/toolkit_log.h"
+#include "toolkit/widgets.h"
 #include "toolkit/window.h"
 
 namespace quorvel::desktop {
 
 namespace {
+
+// The part of the free space of its cell that is at the left of the button and above the button. At
+// the left: the distance between the cell and the frame of the detail panel. If the button were at
+// the edge, the toolkit would move the focus from the list to the button instead of the panel.
+constexpr double kButtonAlignX = 0.0225;
+constexpr double kButtonAlignY = 0.3;
 
 void Configure() {
     // Only OK selects a row; focus alone does not.
@@ -53,11 +59,12 @@ bool StartUi() {
 
 void FinishUi() {
     Evas_Object* window = MainWindow();
-    if (window != nullptr) {
-        WatchFocus(window);
-        SetUpRows(window);
-        SetUpTextPanels(window);
-        PlaceButton(window);
+    const Widgets widgets(window);
+    if (widgets.AreComplete()) {
+        WatchFocus(widgets);
+        SetUpRows(widgets.list);
+        SetUpTextPanels(widgets);
+        evas_object_size_hint_align_set(widgets.button, kButtonAlignX, kButtonAlignY);
         ScaleWithWindow(window);
     }
 }

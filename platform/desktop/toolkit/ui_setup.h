@@ -13,8 +13,8 @@ void PrepareToolkit();
 // the program cannot run.
 bool StartUi();
 
-// Sets up the widgets of the main window. Call after the application's create callback returned
-// true.
+// Sets up the widgets of the main window. No effect on a window without the application's widgets.
+// Call after the application's create callback returned true.
 void FinishUi();
 
 // Undoes StartUi, also after StartUi returned false. Call before the toolkit's shutdown.
