@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <climits>
 #include <filesystem>
+#include <iterator>
 #include <map>
 #include <set>
 #include <string_view>
@@ -76,12 +77,10 @@ std::string FoldCase(std::string text) {
 
 // Returns the places that are names of files without a folder, shortest first.
 std::vector<std::string> ListFileNames(const std::string& photo) {
-    std::vector<std::string> names = ListPhotoPlaces(photo);
-    names.erase(std::remove_if(
-                    names.begin(), names.end(),
-                    [](const std::string& place) { return place.find('/') != std::string::npos; }),
-                names.end());
-    std::reverse(names.begin(), names.end());
+    const std::vector<std::string> places = ListPhotoPlaces(photo);
+    std::vector<std::string> names;
+    std::copy_if(places.rbegin(), places.rend(), std::back_inserter(names),
+                 [](const std::string& place) { return place.find('/') == std::string::npos; });
     return names;
 }
 
@@ -119,24 +118,20 @@ std::vector<std::string> ListPhotoPlaces(const std::string& name) {
 
 std::vector<std::string> ChoosePhotoFiles(const std::vector<std::string>& photos,
                                           const std::vector<std::string>& taken) {
-    std::map<std::string, int> uses;
-    for (const std::string& name : taken) {
-        uses[FoldCase(name)] = 2;
-    }
-    for (const std::string& photo : std::set<std::string>(photos.begin(), photos.end())) {
-        std::set<std::string> names;
+    std::map<std::string, std::set<std::string_view>> users;
+    for (const std::string& photo : photos) {
         for (const std::string& name : ListFileNames(photo)) {
-            names.insert(FoldCase(name));
+            users[FoldCase(name)].insert(photo);
         }
-        for (const std::string& name : names) {
-            ++uses[name];
-        }
+    }
+    for (const std::string& name : taken) {
+        users.erase(FoldCase(name));
     }
     std::vector<std::string> chosen;
     for (const std::string& photo : photos) {
         const std::vector<std::string> names = ListFileNames(photo);
-        const auto isFree = [&uses](const std::string& name) {
-            return name.size() <= kMaxFileName && uses[FoldCase(name)] == 1 &&
+        const auto isFree = [&users](const std::string& name) {
+            return name.size() <= kMaxFileName && users[FoldCase(name)].size() == 1 &&
                    ToFileName(name) == name;
         };
         const auto found = std::find_if(names.begin(), names.end(), isFree);
@@ -148,8 +143,7 @@ std::vector<std::string> ChoosePhotoFiles(const std::vector<std::string>& photos
 std::string FindPhoto(const std::string& folder, const std::string& name) {
     for (const std::string& place : ListPhotoPlaces(name)) {
         if (IsRegularFile(folder, place)) {
-            std::string path = folder;
-            return path.append("/").append(place);
+            return fs::path(folder) / place;
         }
     }
     return {};
