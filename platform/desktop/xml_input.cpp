@@ -14,6 +14,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdio>
 #include <cstring>
 #include <map>
 #include <string>
@@ -36,6 +37,7 @@ struct ParsedFile {
     std::string path;
     xmlParserCtxt* parser = nullptr;  // null when no parser runs
     bool isRejected = false;
+    std::int64_t bytesLeft = kMaxResultFileBytes;
     std::int64_t entityBytesLeft = kMaxEntityBytes;
     std::int64_t declarationBytesLeft = kMaxDeclarationBytes;
     int parameterEntitiesLeft = kMaxParameterEntities;
@@ -57,12 +59,6 @@ constexpr const char* kTooManyEntityBytes = "its entities expand to more than 10
 bool CountDeclarations(std::int64_t size) {
     g_ParsedFile.declarationBytesLeft -= size;
     return g_ParsedFile.declarationBytesLeft >= 0;
-}
-
-// Counts the default attributes of an element. Returns false when they exceed the limit.
-bool CountDefaults(int attributes) {
-    g_ParsedFile.defaultComparisonsLeft -= std::int64_t{attributes} * attributes;
-    return g_ParsedFile.defaultComparisonsLeft >= 0;
 }
 
 // Content that is not in a file has no path, and its caller knows what it has parsed.
@@ -94,20 +90,15 @@ void OnStartElement(void* context, const xmlChar* name, const xmlChar* prefix, c
                     int namespaces, const xmlChar** namespaceList, int attributes, int defaulted,
                     const xmlChar** attributeList) {
     auto* parser = static_cast<xmlParserCtxt*>(context);
+    g_ParsedFile.defaultComparisonsLeft -= std::int64_t{defaulted} * defaulted;
     if (attributes + parser->nsNr / 2 > kMaxAttributes) {
         Stop(parser, kTooManyAttributes);
-    } else if (defaulted > 0 && !CountDefaults(defaulted)) {
+    } else if (g_ParsedFile.defaultComparisonsLeft < 0) {
         Stop(parser, "its elements have too many default attributes");
     } else {
         xmlSAX2StartElementNs(context, name, prefix, uri, namespaces, namespaceList, attributes,
                               defaulted, attributeList);
     }
-}
-
-// Applies the limits of elements from now on. Files without attributes do not need them, and a
-// callback for each element would make reading slower.
-void LimitElements(xmlParserCtxt* parser) {
-    parser->sax->startElementNs = OnStartElement;
 }
 
 // Whether libxml2 may get the next part of the file. libxml2 parses a start tag and a declaration
@@ -120,15 +111,9 @@ bool MayContinue(std::int64_t nextPart) {
     }
     // The tables have five entries for each attribute and two for each namespace. The table of
     // attributes grows to twice the needed size.
-    const int attributes = parser->maxatts / 5;
-    const int namespaces = parser->nsNr / 2;
-    if (attributes > 2 * kMaxAttributes || namespaces > kMaxAttributes) {
+    if (parser->maxatts / 5 > 2 * kMaxAttributes || parser->nsNr / 2 > kMaxAttributes) {
         Reject(parser, kTooManyAttributes);
         return false;
-    }
-    // An element above the limit has at least one more part after this size.
-    if (attributes + namespaces > kMaxAttributes / 4) {
-        LimitElements(parser);
     }
     // Comments, values of entities and other texts have states of their own.
     if (parser->instate == XML_PARSER_DTD && !CountDeclarations(nextPart)) {
@@ -140,41 +125,11 @@ bool MayContinue(std::int64_t nextPart) {
     return parser->disableSAX == 0 || !hasDeclarations;
 }
 
-// One open result file. Owned by libxml2 through its callbacks.
-class XmlInput {
-public:
-    explicit XmlInput(int descriptor) : m_Descriptor(descriptor) {}
-    ~XmlInput() { close(m_Descriptor); }
-    XmlInput(const XmlInput&) = delete;
-    XmlInput& operator=(const XmlInput&) = delete;
-
-    // Returns the number of bytes read, 0 at the end of the file, -1 on an error or at a limit.
-    int Read(char* buffer, int size) {
-        if (g_MustStop()) {
-            Report("reading stops because the program ends");
-            return -1;
-        }
-        ssize_t count = 0;
-        do {
-            count = read(m_Descriptor, buffer, static_cast<std::size_t>(size));
-        } while (count < 0 && errno == EINTR);
-        m_BytesLeft -= std::max<ssize_t>(count, 0);
-        if (m_BytesLeft < 0) {
-            Report("grows while it is read; only its first 256 MiB count");
-            return -1;
-        }
-        return MayContinue(count) ? static_cast<int>(count) : -1;
-    }
-
-private:
-    int m_Descriptor;
-    std::int64_t m_BytesLeft = kMaxResultFileBytes;
-};
-
-// The reason why the open file may not be read; empty when it may.
+// Returns the reason why the file may not be read; empty when it may. descriptor: the result of
+// open.
 std::string Objection(int descriptor) {
     struct stat status {};
-    if (fstat(descriptor, &status) != 0) {
+    if (descriptor < 0 || fstat(descriptor, &status) != 0) {
         return std::strerror(errno);
     }
     if (!S_ISREG(status.st_mode)) {
@@ -183,36 +138,36 @@ std::string Objection(int descriptor) {
     return status.st_size > kMaxResultFileBytes ? "larger than 256 MiB" : "";
 }
 
-int OnMatch(const char*) {
-    return 1;
-}
-
 void* OnOpen(const char* path) {
     g_ParsedFile = {};
     g_ParsedFile.path = path;
     // A FIFO would block without O_NONBLOCK; a regular file ignores the flag.
     const int linkFlag = g_Links == ResultFileLinks::kReject ? O_NOFOLLOW : 0;
     const int descriptor = open(path, O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC | linkFlag);
-    if (descriptor < 0) {
-        Report(std::strerror(errno));
-        return nullptr;
-    }
     const std::string objection = Objection(descriptor);
     if (!objection.empty()) {
         Report(objection);
         close(descriptor);
         return nullptr;
     }
-    return new XmlInput(descriptor);
+    return fdopen(descriptor, "r");
 }
 
-int OnRead(void* input, char* buffer, int size) {
-    return static_cast<XmlInput*>(input)->Read(buffer, size);
-}
-
-int OnClose(void* input) {
-    delete static_cast<XmlInput*>(input);
-    return 0;
+// Returns the number of bytes read, 0 at the end of the file, -1 on an error or at a limit.
+int OnRead(void* context, char* buffer, int size) {
+    if (g_MustStop()) {
+        Report("reading stops because the program ends");
+        return -1;
+    }
+    auto* file = static_cast<std::FILE*>(context);
+    const std::size_t count = std::fread(buffer, 1, static_cast<std::size_t>(size), file);
+    g_ParsedFile.bytesLeft -= static_cast<std::int64_t>(count);
+    if (g_ParsedFile.bytesLeft < 0) {
+        Report("grows while it is read; only its first 256 MiB count");
+        return -1;
+    }
+    const bool isRead = count > 0 || std::ferror(file) == 0;
+    return isRead && MayContinue(static_cast<std::int64_t>(count)) ? static_cast<int>(count) : -1;
 }
 
 // The application logs the error record. libxml2 would print the lines of the file unescaped.
@@ -319,12 +274,10 @@ xmlEntityPtr OnEntity(void* context, const xmlChar* name) {
 void OnEntityDeclaration(void* context, const xmlChar* name, int type, const xmlChar* publicId,
                          const xmlChar* systemId, xmlChar* content) {
     auto* parser = static_cast<xmlParserCtxt*>(context);
-    if (type == XML_INTERNAL_GENERAL_ENTITY && xmlStrchr(content, '<') != nullptr) {
-        LimitElements(parser);
-        if (!CountDeclarations(xmlStrlen(content))) {
-            Stop(parser, kTooManyDeclarations);
-            return;
-        }
+    if (type == XML_INTERNAL_GENERAL_ENTITY && xmlStrchr(content, '<') != nullptr &&
+        !CountDeclarations(xmlStrlen(content))) {
+        Stop(parser, kTooManyDeclarations);
+        return;
     }
     xmlSAX2EntityDecl(context, name, type, publicId, systemId, content);
 }
@@ -332,7 +285,6 @@ void OnEntityDeclaration(void* context, const xmlChar* name, int type, const xml
 void OnAttributeDeclaration(void* context, const xmlChar* element, const xmlChar* name, int type,
                             int defaultType, const xmlChar* defaultValue, xmlEnumerationPtr tree) {
     auto* parser = static_cast<xmlParserCtxt*>(context);
-    LimitElements(parser);
     if (--g_ParsedFile.attributeDeclarationsLeft < 0) {
         xmlFreeEnumeration(tree);
         Stop(parser, "its document type declares more than 1,000 attributes");
@@ -352,6 +304,7 @@ using Parser = std::unique_ptr<xmlParserCtxt, ParserDeleter>;
 // From now on the parser keeps the limits of the file.
 void Limit(xmlParserCtxt* parser) {
     xmlSAXHandler& callbacks = *parser->sax;
+    callbacks.startElementNs = OnStartElement;
     callbacks.getParameterEntity = OnParameterEntity;
     callbacks.getEntity = OnEntity;
     callbacks.entityDecl = OnEntityDeclaration;
@@ -379,10 +332,6 @@ int OnReadContent(void* read, char* buffer, int size) {
 
 }  // namespace
 
-void XmlDocumentDeleter::operator()(xmlDoc* document) const {
-    xmlFreeDoc(document);
-}
-
 XmlDocument ParseXml(const XmlRead& read) {
     g_ParsedFile = {};
     const Parser parser(xmlNewParserCtxt());
@@ -403,7 +352,7 @@ void LimitXmlInput(XmlInputReport report, ResultFileLinks links, XmlInputStop mu
     // A catalog could lead to files other than the result files.
     xmlCatalogSetDefaults(XML_CATA_ALLOW_NONE);
     xmlCleanupInputCallbacks();
-    xmlRegisterInputCallbacks(OnMatch, OnOpen, OnRead, OnClose);
+    xmlRegisterInputCallbacks(xmlFileMatch, OnOpen, OnRead, xmlFileClose);
 }
 
 }  // namespace quorvel::desktop

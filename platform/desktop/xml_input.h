@@ -52,7 +52,7 @@ void LimitXmlInput(
     XmlInputStop mustStop = [] { return false; });
 
 struct XmlDocumentDeleter {
-    void operator()(xmlDoc* document) const;
+    void operator()(xmlDoc* document) const { xmlFreeDoc(document); }
 };
 using XmlDocument = std::unique_ptr<xmlDoc, XmlDocumentDeleter>;
 
