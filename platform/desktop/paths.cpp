@@ -12,13 +12,8 @@ namespace quorvel::desktop {
 
 namespace {
 
-// Returns the absolute path in the variable without trailing slashes; empty for any other value.
-std::string AbsoluteFromEnvironment(const char* variable) {
-    const char* value = std::getenv(variable);
-    if (value == nullptr || value[0] != '/') {
-        return {};
-    }
-    std::string path = value;
+std::string PathWithoutSlash(const char* variable) {
+    std::string path = EnvironmentPath(variable);
     while (path.size() > 1 && path.back() == '/') {
         path.pop_back();
     }
@@ -38,11 +33,21 @@ std::string HomeOfAccount() {
 }
 
 std::string Home() {
-    const std::string home = AbsoluteFromEnvironment("HOME");
+    const std::string home = PathWithoutSlash("HOME");
     return home.empty() ? HomeOfAccount() : home;
 }
 
 }  // namespace
+
+std::string EnvironmentValue(const char* variable) {
+    const char* value = std::getenv(variable);
+    return value == nullptr ? "" : value;
+}
+
+std::string EnvironmentPath(const char* variable) {
+    std::string value = EnvironmentValue(variable);
+    return value[0] == '/' ? value : "";
+}
 
 std::string DataFolder() {
     return "/opt/usr/home/owner/apps_rw/org.tizen.quorvel/data";
@@ -61,7 +66,7 @@ std::string FolderIdentity(const std::string& path) {
 }
 
 std::string StateFolder() {
-    const std::string state = AbsoluteFromEnvironment("XDG_STATE_HOME");
+    const std::string state = PathWithoutSlash("XDG_STATE_HOME");
     if (!state.empty()) {
         return state + "/quorvel";
     }

@@ -7,6 +7,12 @@
 // Any thread, as long as no other thread changes the environment.
 namespace quorvel::desktop {
 
+// Returns the value of the environment variable; empty if the variable is not set.
+std::string EnvironmentValue(const char* variable);
+
+// Returns the absolute path in the environment variable, with its slashes; empty for any other value.
+std::string EnvironmentPath(const char* variable);
+
 // Returns the data folder, which is the same on every machine.
 std::string DataFolder();
 

@@ -2,11 +2,13 @@
 
 #include <tv_services.h>
 
-#include <cstdlib>
+#include <algorithm>
 #include <cstring>
 #include <filesystem>
 #include <system_error>
 #include <vector>
+
+#include "paths.h"
 
 namespace quorvel::desktop {
 
@@ -14,25 +16,23 @@ namespace {
 
 constexpr const char* kHighContrast = "high-contrast";
 
-std::string ChosenTheme() {
-    const char* theme = std::getenv("QUORVEL_THEME");
-    return theme == nullptr ? "" : theme;
-}
-
-// The folders of resources in the order of the search, each with a slash at the end.
+// The absolute paths of the folders of resources, each with a slash at the end, in the order of the
+// search.
 std::vector<std::string> Folders() {
     std::vector<std::string> folders;
-    const auto add = [&folders](const std::string& folder) {
-        if (ChosenTheme() == kHighContrast) {
+    const bool isHighContrast = EnvironmentValue("QUORVEL_THEME") == kHighContrast;
+    const auto add = [&folders, isHighContrast](const std::string& folder) {
+        if (isHighContrast) {
             folders.push_back(folder + kHighContrast + "/");
         }
         folders.push_back(folder);
     };
-    const char* chosen = std::getenv("QUORVEL_RESOURCES");
-    if (chosen != nullptr && chosen[0] != '\0') {
-        add(std::string(chosen) + "/");
-    }
     std::error_code error;
+    const std::string chosen = EnvironmentValue("QUORVEL_RESOURCES");
+    if (!chosen.empty()) {
+        // Image widgets accept absolute paths only.
+        add(std::filesystem::absolute(chosen + "/", error));
+    }
     const auto program = std::filesystem::read_symlink("/proc/self/exe", error).parent_path();
     if (!error) {
         add(program / "resources/");
@@ -44,7 +44,7 @@ std::vector<std::string> Folders() {
 }  // namespace
 
 std::string UnknownTheme() {
-    const std::string theme = ChosenTheme();
+    const std::string theme = EnvironmentValue("QUORVEL_THEME");
     return theme == kHighContrast ? "" : theme;
 }
 
@@ -58,20 +58,14 @@ std::string FindResource(const std::string& relativePath) {
             break;
         }
     }
-    // Image widgets accept absolute paths only.
-    const std::filesystem::path absolute = std::filesystem::absolute(path, error);
-    return error ? path : absolute.string();
+    return path;
 }
 
 bool IsResource(const std::string& path) {
-    std::error_code error;
-    for (const std::string& folder : Folders()) {
-        const std::string prefix = std::filesystem::absolute(folder, error);
-        if (path.compare(0, prefix.size(), prefix) == 0) {
-            return true;
-        }
-    }
-    return false;
+    const std::vector<std::string> folders = Folders();
+    return std::any_of(folders.begin(), folders.end(), [&path](const std::string& folder) {
+        return path.compare(0, folder.size(), folder) == 0;
+    });
 }
 
 }  // namespace quorvel::desktop

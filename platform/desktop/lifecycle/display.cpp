@@ -11,9 +11,9 @@
 #include <chrono>
 #include <csignal>
 #include <cstdlib>
-#include <string_view>
 
 #include "lifecycle/owner.h"
+#include "paths.h"
 
 namespace quorvel::desktop {
 
@@ -22,19 +22,10 @@ namespace {
 // How long the displays may take to answer.
 constexpr std::chrono::milliseconds kTimeout{1000};
 
-std::string_view Environment(const char* variable) {
-    const char* value = std::getenv(variable);
-    return value == nullptr ? std::string_view() : value;
-}
-
-bool StartsWith(std::string_view text, std::string_view beginning) {
-    return text.substr(0, beginning.size()) == beginning;
-}
-
 bool DrawsWithoutDisplay() {
-    const std::string_view engine = Environment("ELM_ENGINE");
-    return Environment("ELM_DISPLAY") == "buffer" || StartsWith(engine, "buffer") ||
-           StartsWith(engine, "shot");
+    const std::string engine = EnvironmentValue("ELM_ENGINE");
+    return EnvironmentValue("ELM_DISPLAY") == "buffer" || engine.rfind("buffer", 0) == 0 ||
+           engine.rfind("shot", 0) == 0;
 }
 
 bool ConnectToWayland() {
@@ -76,7 +67,7 @@ public:
     // Starts to connect if the variable names a display.
     Attempt(const char* variable, bool (*connect)()) : m_Variable(variable) {
         std::array<int, 2> pipe{};
-        if (Environment(variable).empty() || pipe2(pipe.data(), O_CLOEXEC) != 0) {
+        if (EnvironmentValue(variable).empty() || pipe2(pipe.data(), O_CLOEXEC) != 0) {
             return;
         }
         m_Pipe = pipe[0];
@@ -129,8 +120,8 @@ bool FindDisplay(std::string& why) {
     if (DrawsWithoutDisplay()) {
         return true;
     }
-    const std::string wayland(Environment("WAYLAND_DISPLAY"));
-    const std::string x(Environment("DISPLAY"));
+    const std::string wayland = EnvironmentValue("WAYLAND_DISPLAY");
+    const std::string x = EnvironmentValue("DISPLAY");
     const Attempt waylandAttempt("WAYLAND_DISPLAY", ConnectToWayland);
     const Attempt xAttempt("DISPLAY", ConnectToX);
     const Clock::time_point deadline = Clock::now() + kTimeout;

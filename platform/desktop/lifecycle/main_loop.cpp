@@ -10,7 +10,6 @@
 #include <algorithm>
 #include <chrono>
 #include <csignal>
-#include <cstdlib>
 #include <deque>
 #include <string>
 #include <utility>
@@ -312,9 +311,9 @@ void Application::OnResume(void* data, const Efl_Event*) {
 
 // Returns the variable's value, or the other value when the variable is unset or empty.
 // quorvel-view sets the variables, since the data folder is then a private copy.
-std::string Environment(const char* variable, const std::string& other) {
-    const char* value = std::getenv(variable);
-    return value == nullptr || value[0] == '\0' ? other : value;
+std::string ValueOr(const char* variable, const std::string& other) {
+    const std::string value = EnvironmentValue(variable);
+    return value.empty() ? other : value;
 }
 
 int RunAsOwner(int argc, char** argv, const ui_app_lifecycle_callback_s& callbacks, void* userData,
@@ -360,8 +359,8 @@ int ui_app_main(int argc, char** argv, ui_app_lifecycle_callback_s* callback, vo
         LogError(why);
         return APP_ERROR_INVALID_CONTEXT;
     }
-    Instance instance(folder, Environment("QUORVEL_RUN_IDENTITY", FolderIdentity(DataFolder())),
-                      Environment("QUORVEL_RUN_PATH", DataFolder()));
+    Instance instance(folder, ValueOr("QUORVEL_RUN_IDENTITY", FolderIdentity(DataFolder())),
+                      ValueOr("QUORVEL_RUN_PATH", DataFolder()));
     switch (instance.ClaimOrHandOver(request, kOwnerTimeout)) {
         case Instance::Claim::kOwner:
             return RunAsOwner(argc, argv, *callback, user_data, SocketPath(folder),

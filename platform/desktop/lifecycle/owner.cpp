@@ -9,10 +9,11 @@
 #include <algorithm>
 #include <cerrno>
 #include <csignal>
-#include <cstdlib>
 #include <cstring>
 #include <fstream>
 #include <thread>
+
+#include "paths.h"
 
 namespace quorvel::desktop {
 
@@ -77,12 +78,6 @@ bool TryLock(const std::string& folder) {
 // Bytes for the longest file name in the folder, with its slash and zero byte.
 constexpr std::size_t kNameBytes = 16;
 
-// Returns an absolute path from the environment, or an empty string.
-std::string PathFromEnvironment(const char* variable) {
-    const char* value = std::getenv(variable);
-    return value != nullptr && value[0] == '/' ? value : "";
-}
-
 // lstat does not follow a symbolic link that another user has created.
 bool IsPrivate(const std::string& folder) {
     struct stat status {};
@@ -107,17 +102,14 @@ bool CreatePrivate(const std::string& folder, std::string& why) {
 }
 
 std::string TemporaryFolder() {
-    const std::string chosen = PathFromEnvironment("TMPDIR");
+    const std::string chosen = EnvironmentPath("TMPDIR");
     return chosen.empty() ? "/tmp" : chosen;
 }
 
 // cron and ssh may not set the variable, although the folder exists while the user has a session.
 std::string SessionFolder(const std::string& sessions) {
-    const char* chosen = std::getenv("XDG_RUNTIME_DIR");
-    if (chosen == nullptr || chosen[0] == '\0') {
-        return sessions + "/" + std::to_string(geteuid());
-    }
-    return PathFromEnvironment("XDG_RUNTIME_DIR");
+    return EnvironmentValue("XDG_RUNTIME_DIR").empty() ? sessions + "/" + std::to_string(geteuid())
+                                                       : EnvironmentPath("XDG_RUNTIME_DIR");
 }
 
 }  // namespace
