@@ -40,7 +40,6 @@ struct ParsedFile {
     std::int64_t bytesLeft = kMaxResultFileBytes;
     std::int64_t entityBytesLeft = kMaxEntityBytes;
     std::int64_t declarationBytesLeft = kMaxDeclarationBytes;
-    int parameterEntitiesLeft = kMaxParameterEntities;
     int attributeDeclarationsLeft = kMaxAttributes;
     std::int64_t defaultComparisonsLeft = kMaxDefaultComparisons;
 };
@@ -237,13 +236,8 @@ xmlChar* ReadValue(xmlDocPtr doc, const xmlNode* list) {
                             : nullptr;
 }
 
-// libxml2 limits the size of parameter entities, but not their number.
 xmlEntityPtr OnParameterEntity(void* context, const xmlChar* name) {
     auto* parser = static_cast<xmlParserCtxt*>(context);
-    if (--g_ParsedFile.parameterEntitiesLeft < 0) {
-        Stop(parser, "uses more than 1,000 parameter entities");
-        return nullptr;
-    }
     xmlEntityPtr entity = xmlSAX2GetParameterEntity(context, name);
     if (entity != nullptr && !CountDeclarations(entity->length)) {
         Stop(parser, kTooManyDeclarations);

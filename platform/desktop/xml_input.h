@@ -22,9 +22,6 @@ constexpr std::int64_t kMaxResultFileBytes = std::int64_t{256} << 20;
 // as a value without content.
 constexpr std::int64_t kMaxEntityBytes = 10'000'000;
 
-// How often one result file may use parameter entities. A file that uses more is not read.
-constexpr int kMaxParameterEntities = 1'000;
-
 // How many attributes an element may have, including the namespaces in its scope, and how many
 // attributes a document type may declare. A file with more is not read.
 constexpr int kMaxAttributes = 1'000;
