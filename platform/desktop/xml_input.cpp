@@ -89,8 +89,12 @@ void OnStartElement(void* context, const xmlChar* name, const xmlChar* prefix, c
                     int namespaces, const xmlChar** namespaceList, int attributes, int defaulted,
                     const xmlChar** attributeList) {
     auto* parser = static_cast<xmlParserCtxt*>(context);
-    g_ParsedFile.defaultComparisonsLeft -= std::int64_t{defaulted} * defaulted;
-    if (attributes + parser->nsNr / 2 > kMaxAttributes) {
+    const int namespacesInScope = parser->nsNr / 2;
+    // libxml2 also compares each default namespace with the namespaces in scope, and counts none.
+    const std::int64_t compared =
+        parser->attsDefault == nullptr ? 0 : defaulted + namespacesInScope;
+    g_ParsedFile.defaultComparisonsLeft -= compared * compared;
+    if (attributes + namespacesInScope > kMaxAttributes) {
         Stop(parser, kTooManyAttributes);
     } else if (g_ParsedFile.defaultComparisonsLeft < 0) {
         Stop(parser, "its elements have too many default attributes");

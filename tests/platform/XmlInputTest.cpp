@@ -305,6 +305,23 @@ TEST_F(XmlInputLimitTest, RejectsManyDefaultAttributes) {
                     "its elements have too many default attributes");
 }
 
+// The declaration of default namespaces of an element.
+std::string ComposeDefaultNamespaces(const std::string& element, int namespaces) {
+    return "<!ATTLIST " + element + RepeatNames(" xmlns:", " CDATA 'u'", namespaces) + ">";
+}
+
+TEST_F(XmlInputLimitTest, RejectsManyDefaultNamespaces) {
+    ExpectRejection("<!DOCTYPE r [" + ComposeDefaultNamespaces("v", 900) + "]>" + ComposeElements(),
+                    "its elements have too many default attributes");
+}
+
+// libxml2 searches the namespaces in scope, and adds none to the elements.
+TEST_F(XmlInputLimitTest, RejectsRepeatedDefaultNamespaces) {
+    ExpectRejection("<!DOCTYPE r [" + ComposeDefaultNamespaces("r", 480) +
+                        ComposeDefaultNamespaces("v", 480) + "]>" + ComposeElements(),
+                    "its elements have too many default attributes");
+}
+
 TEST_F(XmlInputLimitTest, ReadsSomeDefaultAttributes) {
     ExpectDocument("<!DOCTYPE r [" + ComposeDefaults(50) + "]>" + ComposeElements());
 }
