@@ -83,8 +83,4 @@ std::string RotatedLogName(unsigned age) {
     return age == 0 ? "quorvel.log" : "quorvel." + std::to_string(age) + ".log";
 }
 
-std::string LogStartName() {
-    return "quorvel.start.log";
-}
-
 }  // namespace quorvel::desktop

@@ -10,7 +10,8 @@ namespace quorvel::desktop {
 // Returns the value of the environment variable; empty if the variable is not set.
 std::string EnvironmentValue(const char* variable);
 
-// Returns the absolute path in the environment variable, with its slashes; empty for any other value.
+// Returns the absolute path in the environment variable, with its slashes; empty for any other
+// value.
 std::string EnvironmentPath(const char* variable);
 
 // Returns the data folder, which is the same on every machine.
@@ -44,8 +45,8 @@ std::string LogFilePath();
 // rotated log), quorvel.2.log for 2.
 std::string RotatedLogName(unsigned age);
 
-// Returns the file name of the log that keeps the first lines of a process apart from the rotation.
-std::string LogStartName();
+// The file name of the log that keeps the first lines of a process apart from the rotation.
+constexpr const char* kLogStartName = "quorvel.start.log";
 
 }  // namespace quorvel::desktop
 

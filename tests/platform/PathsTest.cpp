@@ -54,7 +54,7 @@ TEST(PathsTest, NumbersRotatedLogs) {
     EXPECT_EQ(quorvel::desktop::RotatedLogName(0), "quorvel.log");
     EXPECT_EQ(quorvel::desktop::RotatedLogName(1), "quorvel.1.log");
     EXPECT_EQ(quorvel::desktop::RotatedLogName(12), "quorvel.12.log");
-    EXPECT_EQ(quorvel::desktop::LogStartName(), "quorvel.start.log");
+    EXPECT_STREQ(quorvel::desktop::kLogStartName, "quorvel.start.log");
 }
 
 TEST(PathsTest, ReturnsFixedDataFolder) {

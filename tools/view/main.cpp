@@ -35,8 +35,6 @@ enum Status : int { kSuccess, kNoRun, kUsage, kOtherRun, kSignal = 128 };
 
 // The owner's time for a launch request, and for its shutdown.
 constexpr std::chrono::seconds kOwnerTimeout{10};
-// Time between two attempts while the owner starts.
-constexpr std::chrono::milliseconds kRetryInterval{10};
 
 // Returns the run to open. Without such a run: reports the reason and sets status.
 std::optional<runs::Run> ChooseRun(const Options& options, int& status) {
@@ -92,7 +90,7 @@ bool HandOver(const std::string& folder, const desktop::KeyValues& request) {
     const auto deadline = desktop::Clock::now() + kOwnerTimeout;
     auto reply = desktop::SendToOwner(folder, request, deadline);
     while (reply == desktop::Reply::kNoOwner && desktop::Clock::now() < deadline) {
-        std::this_thread::sleep_for(kRetryInterval);
+        std::this_thread::sleep_for(desktop::kRetryInterval);
         reply = desktop::SendToOwner(folder, request, deadline);
     }
     return reply == desktop::Reply::kAccepted;

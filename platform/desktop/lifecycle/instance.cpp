@@ -18,9 +18,6 @@ namespace {
 
 using std::chrono::milliseconds;
 
-// Time between two attempts while the owner starts or shuts down.
-constexpr milliseconds kRetryInterval{10};
-
 std::string NameOf(pid_t owner) {
     return "the running quorvel" + (owner > 0 ? " (process " + std::to_string(owner) + ")" : "");
 }

@@ -2,8 +2,6 @@
 
 #include <app_control_internal.h>
 
-#include <utility>
-
 namespace quorvel::desktop {
 
 bool AddKeyValue(KeyValues& values, std::string_view entry) {
@@ -17,13 +15,11 @@ bool AddKeyValue(KeyValues& values, std::string_view entry) {
 }
 
 const char* ReadArguments(int argc, char** argv, KeyValues& values) {
-    KeyValues read;
     for (int i = 1; i < argc; ++i) {
-        if (!AddKeyValue(read, argv[i])) {
+        if (!AddKeyValue(values, argv[i])) {
             return argv[i];
         }
     }
-    values = std::move(read);
     return nullptr;
 }
 

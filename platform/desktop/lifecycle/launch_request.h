@@ -33,8 +33,8 @@ namespace quorvel::desktop {
 // value of an equal key. Returns false and adds nothing when the entry has another form.
 bool AddKeyValue(KeyValues& values, std::string_view entry);
 
-// Replaces values by the arguments after argv[0], see AddKeyValue. Returns null on success.
-// Otherwise leaves values unchanged and returns the first argument of another form.
+// Adds the arguments after argv[0] to values, see AddKeyValue. Returns null on success, or the
+// first argument of another form.
 const char* ReadArguments(int argc, char** argv, KeyValues& values);
 
 // The first bytes of each message.

@@ -71,38 +71,38 @@ constexpr double kPausedFrameTime = 3600;
 
 // The signals that end the program. Ecore handles them in the main loop and also replaces the
 // SIG_IGN of nohup, so the first call must come before Ecore starts.
-const std::vector<int>& EndingSignals() {
-    static const std::vector<int> signals = [] {
+const sigset_t& EndingSignals() {
+    static const sigset_t signals = [] {
+        sigset_t chosen;
+        sigemptyset(&chosen);
+        sigaddset(&chosen, SIGTERM);
+        sigaddset(&chosen, SIGINT);
         struct sigaction hangup {};
         sigaction(SIGHUP, nullptr, &hangup);
-        return hangup.sa_handler == SIG_IGN ? std::vector<int>{SIGTERM, SIGINT}
-                                            : std::vector<int>{SIGTERM, SIGINT, SIGHUP};
+        if (hangup.sa_handler != SIG_IGN) {
+            sigaddset(&chosen, SIGHUP);
+        }
+        return chosen;
     }();
     return signals;
 }
 
 // how: SIG_BLOCK or SIG_UNBLOCK.
 void SetSignalMask(int how) {
-    sigset_t signals;
-    sigemptyset(&signals);
-    for (const int signal : EndingSignals()) {
-        sigaddset(&signals, signal);
-    }
-    pthread_sigmask(how, &signals, nullptr);
+    pthread_sigmask(how, &EndingSignals(), nullptr);
 }
 
 // Whether one of the blocked signals has arrived.
 bool IsEndPending() {
     sigset_t pending;
     sigpending(&pending);
-    return std::any_of(EndingSignals().begin(), EndingSignals().end(),
-                       [&](int signal) { return sigismember(&pending, signal) == 1; });
+    sigandset(&pending, &pending, &EndingSignals());
+    return sigisemptyset(&pending) == 0;
 }
 
 // Upstream EFL ends its main loop at SIGTERM and SIGINT only.
 void OnHangup(void*, const Efl_Event*) {
-    const std::vector<int>& signals = EndingSignals();
-    if (std::find(signals.begin(), signals.end(), SIGHUP) != signals.end()) {
+    if (sigismember(&EndingSignals(), SIGHUP) == 1) {
         elm_exit();
     }
 }
@@ -160,9 +160,8 @@ private:
     int m_RunLoop(KeyValues first);
     void m_Enqueue(Request request);
     void m_Deliver();
-    void m_Drop();
 
-    static void OnDeliver(void* data);
+    static void OnDeliver(void* data) { static_cast<Application*>(data)->m_Deliver(); }
     static void OnPause(void* data, const Efl_Event* event);
     static void OnResume(void* data, const Efl_Event* event);
 
@@ -170,7 +169,7 @@ private:
     void* m_UserData;
     RequestServer m_Server;
     std::deque<Request> m_Requests;
-    Ecore_Job* m_Delivery = nullptr;
+    Ecore_Job* m_Delivery = nullptr;  // pending while a request waits
     bool m_IsPaused = false;
     double m_FrameTime = 0;  // of the animator, in seconds; kept while the application is paused
 };
@@ -234,7 +233,10 @@ int Application::m_RunLoop(KeyValues first) {
     // The program already ends. Another signal could break the connection to the X server, or
     // arrive after Ecore has closed its pipe.
     SetSignalMask(SIG_BLOCK);
-    m_Drop();
+    if (!m_Requests.empty()) {
+        // EFL would run the job during its shutdown.
+        ecore_job_del(m_Delivery);
+    }
     efl_event_callback_del(loop, EFL_APP_EVENT_PAUSE, OnPause, this);
     efl_event_callback_del(loop, EFL_APP_EVENT_RESUME, OnResume, this);
     efl_event_callback_del(loop, EFL_APP_EVENT_SIGNAL_HUP, OnHangup, nullptr);
@@ -267,20 +269,6 @@ void Application::m_Deliver() {
     if (!m_Requests.empty()) {
         m_Delivery = ecore_job_add(OnDeliver, this);
     }
-}
-
-// Without this, EFL would run the job during its shutdown.
-void Application::m_Drop() {
-    if (m_Delivery != nullptr) {
-        ecore_job_del(std::exchange(m_Delivery, nullptr));
-    }
-    m_Requests.clear();
-}
-
-void Application::OnDeliver(void* data) {
-    auto* self = static_cast<Application*>(data);
-    self->m_Delivery = nullptr;
-    self->m_Deliver();
 }
 
 // EFL also reports a pause when the last window closes, and a resume when the first window opens.

@@ -21,47 +21,32 @@ namespace {
 
 using std::chrono::milliseconds;
 
-// Time between two attempts to take the lock of an owner that shuts down.
-constexpr milliseconds kRetryInterval{10};
+// Returns a socket that is connected to the owner, or not connected when no process listens.
+int Connect(const std::string& folder) {
+    const int socket = OpenSocket();
+    // A message leaves at once only if it fits into the send buffer.
+    const int size = kMaxMessageBytes;
+    setsockopt(socket, SOL_SOCKET, SO_SNDBUF, &size, sizeof(size));
+    const sockaddr_un address = SocketAddress(SocketPath(folder));
+    // Without a connection, send fails.
+    (void)connect(socket, reinterpret_cast<const sockaddr*>(&address), sizeof(address));
+    return socket;
+}
 
-// One connection to the owner.
-class Connection {
-public:
-    explicit Connection(const std::string& folder) : m_Socket(OpenSocket()) {
-        // A message leaves at once only if it fits into the send buffer.
-        const int size = kMaxMessageBytes;
-        setsockopt(m_Socket, SOL_SOCKET, SO_SNDBUF, &size, sizeof(size));
-        const sockaddr_un address = SocketAddress(SocketPath(folder));
-        m_IsConnected =
-            connect(m_Socket, reinterpret_cast<const sockaddr*>(&address), sizeof(address)) == 0;
+// Sends the message and waits for the answer.
+Reply Send(int socket, const std::string& message, Clock::time_point deadline) {
+    if (send(socket, message.data(), message.size(), MSG_NOSIGNAL) < 0) {
+        return Reply::kNoOwner;
     }
-    ~Connection() { close(m_Socket); }
-    Connection(const Connection&) = delete;
-    Connection& operator=(const Connection&) = delete;
-
-    // Sends the message and waits for the answer. kNoOwner: no process listens, or the owner ended
-    // without an answer.
-    Reply Send(const std::string& message, Clock::time_point deadline) const {
-        if (!m_IsConnected || send(m_Socket, message.data(), message.size(), MSG_NOSIGNAL) < 0) {
-            return Reply::kNoOwner;
-        }
-        if (!AwaitInput(m_Socket, deadline)) {
-            return Reply::kTimeout;
-        }
-        char answer = 0;
-        if (recv(m_Socket, &answer, 1, 0) != 1) {
-            return Reply::kNoOwner;
-        }
-        return answer == kAcceptedAnswer ? Reply::kAccepted : Reply::kRejected;
+    if (!AwaitInput(socket, deadline)) {
+        return Reply::kTimeout;
     }
-
-    // The process that listens; 0 when no process does.
-    pid_t Process() const { return m_IsConnected ? PeerCredentials(m_Socket).pid : 0; }
-
-private:
-    int m_Socket;
-    bool m_IsConnected;
-};
+    char answer = 0;
+    if (recv(socket, &answer, 1, 0) != 1) {
+        return Reply::kNoOwner;
+    }
+    return answer == kAcceptedAnswer ? Reply::kAccepted : Reply::kRejected;
+}
 
 // Returns whether the lock was free. Releases the lock at once: a program that starts at the same
 // moment tries again.
@@ -154,12 +139,14 @@ std::optional<Owner> FindOwner(const std::string& folder) {
 
 Reply SendToOwner(const std::string& folder, const KeyValues& request, Clock::time_point deadline,
                   pid_t* process) {
-    const Connection connection(folder);
-    if (process != nullptr) {
-        *process = connection.Process();
-    }
     const std::string message = EncodeRequest(request);
-    return message.empty() ? Reply::kRejected : connection.Send(message, deadline);
+    const int socket = Connect(folder);
+    if (process != nullptr) {
+        *process = PeerCredentials(socket).pid;
+    }
+    const Reply reply = message.empty() ? Reply::kRejected : Send(socket, message, deadline);
+    close(socket);
+    return reply;
 }
 
 bool AwaitNoOwner(const std::string& folder, milliseconds timeout) {

@@ -56,6 +56,9 @@ std::optional<Owner> FindOwner(const std::string& folder);
 
 using Clock = std::chrono::steady_clock;
 
+// Time between two attempts while the owner starts or shuts down.
+constexpr std::chrono::milliseconds kRetryInterval{10};
+
 // Sends the launch request and waits until the deadline for the answer. Sets process, unless null,
 // to the process that listens, or to 0.
 Reply SendToOwner(const std::string& folder, const KeyValues& request, Clock::time_point deadline,

@@ -190,7 +190,7 @@ void SourceList::AddLogs(const std::string& folder) {
             m_Sources.back().file.reset();
         }
     }
-    AddIfFile(folder, LogStartName());
+    AddIfFile(folder, kLogStartName);
 }
 
 }  // namespace
