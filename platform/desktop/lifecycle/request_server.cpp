@@ -17,6 +17,9 @@ namespace {
 
 constexpr std::size_t kMaxSenders = 64;
 
+// Seconds until the next attempt to accept a connection, after an attempt has failed.
+constexpr double kAcceptPause = 0.1;
+
 // Sets the mode before bind creates the file, so that other users can never write to the socket.
 bool BindAndListen(int socket, const std::string& path) {
     const sockaddr_un address = SocketAddress(path);
@@ -117,9 +120,16 @@ bool RequestServer::Listen() {
         LogError("cannot listen on " + m_Path + ": " + std::strerror(errno));
         return false;
     }
-    m_Handler =
-        ecore_main_fd_handler_add(m_Socket, ECORE_FD_READ, OnConnect, this, nullptr, nullptr);
+    AwaitConnection(this);
     return true;
+}
+
+Eina_Bool RequestServer::AwaitConnection(void* data) {
+    auto* self = static_cast<RequestServer*>(data);
+    self->m_Pause = nullptr;
+    self->m_Handler =
+        ecore_main_fd_handler_add(self->m_Socket, ECORE_FD_READ, OnConnect, self, nullptr, nullptr);
+    return ECORE_CALLBACK_CANCEL;
 }
 
 void RequestServer::Accept(Sender sender) {
@@ -132,11 +142,14 @@ void RequestServer::Accept(Sender sender) {
 
 void RequestServer::Close() {
     m_Connections.clear();
+    if (m_Pause != nullptr) {
+        ecore_timer_del(std::exchange(m_Pause, nullptr));
+    }
     if (m_Handler != nullptr) {
         ecore_main_fd_handler_del(std::exchange(m_Handler, nullptr));
-        unlink(m_Path.c_str());
     }
     if (m_Socket >= 0) {
+        unlink(m_Path.c_str());
         close(std::exchange(m_Socket, -1));
     }
 }
@@ -145,7 +158,10 @@ Eina_Bool RequestServer::OnConnect(void* data, Ecore_Fd_Handler*) {
     auto* self = static_cast<RequestServer*>(data);
     const int socket = accept4(self->m_Socket, nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK);
     if (socket < 0) {
-        return ECORE_CALLBACK_RENEW;
+        // Without a free descriptor the connection stays ready. The main loop would not sleep.
+        self->m_Handler = nullptr;
+        self->m_Pause = ecore_timer_add(kAcceptPause, AwaitConnection, self);
+        return ECORE_CALLBACK_CANCEL;
     }
     const Sender sender = ++self->m_LastSender;
     self->m_Connections[sender] = std::make_unique<Connection>(*self, sender, socket);

@@ -13,7 +13,8 @@
 namespace quorvel::desktop {
 
 // Receives the launch requests of second programs on the owner's socket, see owner.h. Rejects an
-// unexpected sender or message and logs one line.
+// unexpected sender or message and logs one line. Senders wait while the process has no free
+// descriptor.
 // Ecore_Con is not used for three reasons: it logs an error for each socket that it opens, it lets
 // other users write to the socket, and it loses the message of a sender that exits at once.
 // Initialises Ecore for its own lifetime. Owned by the main loop; main-loop thread only.
@@ -43,6 +44,7 @@ public:
 private:
     class Connection;
 
+    static Eina_Bool AwaitConnection(void* data);
     static Eina_Bool OnConnect(void* data, Ecore_Fd_Handler* handler);
     void m_Reject(Sender sender, const std::string& reason);
 
@@ -50,7 +52,9 @@ private:
     Receiver m_Receiver;
     double m_TimeoutSeconds;
     int m_Socket = -1;
+    // One of the two exists while the server listens.
     Ecore_Fd_Handler* m_Handler = nullptr;
+    Ecore_Timer* m_Pause = nullptr;
     std::map<Sender, std::unique_ptr<Connection>> m_Connections;
     Sender m_LastSender = 0;
 };

@@ -67,6 +67,11 @@ int __wrap_listen(int socket, int backlog) {
     return Fails(FailingCall::kListen, EADDRINUSE) ? -1 : __real_listen(socket, backlog);
 }
 
+int __real_accept4(int socket, sockaddr* address, socklen_t* size, int flags);
+int __wrap_accept4(int socket, sockaddr* address, socklen_t* size, int flags) {
+    return Fails(FailingCall::kAccept, EMFILE) ? -1 : __real_accept4(socket, address, size, flags);
+}
+
 udev* __real_udev_new();
 udev* __wrap_udev_new() {
     return Fails(FailingCall::kUdev, ENOMEM) ? nullptr : __real_udev_new();

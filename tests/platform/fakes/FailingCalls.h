@@ -8,6 +8,7 @@ enum class FailingCall {
     kRename,        // renameat2 fails with EINVAL, as for an unknown flag
     kFolderRead,    // readdir fails with EIO
     kListen,        // EADDRINUSE
+    kAccept,        // accept4 fails with EMFILE
     kUdev,          // ENOMEM
     kUdevDevice,    // the device does not exist
     kMountList,     // no memory

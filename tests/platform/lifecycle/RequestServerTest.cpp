@@ -59,6 +59,27 @@ protected:
         return RunLoopUntil([&] { return m_Log.Messages().size() >= lines; });
     }
 
+    // Runs the main loop for this time, and returns how often it becomes idle.
+    static int IdleTimes(double seconds) {
+        int times = 0;
+        Ecore_Idle_Enterer* counter = ecore_idle_enterer_add(
+            [](void* count) -> Eina_Bool {
+                ++*static_cast<int*>(count);
+                return ECORE_CALLBACK_RENEW;
+            },
+            &times);
+        ecore_timer_add(
+            seconds,
+            [](void*) -> Eina_Bool {
+                ecore_main_loop_quit();
+                return ECORE_CALLBACK_CANCEL;
+            },
+            nullptr);
+        ecore_main_loop_begin();
+        ecore_idle_enterer_del(counter);
+        return times;
+    }
+
     // Expects that the server receives and answers a valid request.
     void ExpectDelivery() {
         const std::size_t before = m_Requests.size();
@@ -213,6 +234,30 @@ TEST_F(RequestServerTest, RejectsTooManySenders) {
     idle.clear();
     EXPECT_TRUE(RunLoopUntilLogged(65));
     ExpectDelivery();
+}
+
+// A connection that cannot be accepted stays ready.
+TEST_F(RequestServerTest, WaitsForFreeDescriptors) {
+    Listen();
+    const Socket sender = Socket::Connect(m_Path);
+    sender.Send(EncodeRequest({{"A", "1"}}));
+    {
+        const FailingCallScope scope(FailingCall::kAccept);
+        EXPECT_LT(IdleTimes(0.5), 50);
+    }
+    EXPECT_TRUE(RunLoopUntil([&] { return !m_Requests.empty(); }));
+    ExpectDelivery();
+}
+
+TEST_F(RequestServerTest, ClosesWhileItWaitsForDescriptors) {
+    Listen();
+    const Socket sender = Socket::Connect(m_Path);
+    const FailingCallScope scope(FailingCall::kAccept);
+    IdleTimes(0.05);
+    m_Server->Close();
+    EXPECT_EQ(sender.Receive(), "");
+    EXPECT_FALSE(fs::exists(m_Path));
+    EXPECT_LT(IdleTimes(0.3), 50);
 }
 
 TEST_F(RequestServerTest, ReceivesRequestOfExitedSender) {
