@@ -26,7 +26,7 @@ constexpr int kLaneHeight = 20;
 constexpr int kBarHeight = 14;
 constexpr std::int64_t kTimelineWidth = 10000;  // of a timeline, in its own units
 constexpr std::int64_t kMinWidth = 20;          // of a bar
-constexpr std::uintmax_t kMaxPhotoBytes = std::uintmax_t{16} << 20;
+constexpr std::uintmax_t kMaxEmbeddedBytes = std::uintmax_t{16} << 20;
 
 // Returns the text for an element or a quoted attribute.
 std::string Escape(const std::string& text) {
@@ -241,9 +241,10 @@ private:
         const std::string path = m_Run.FindPhoto(id);
         std::error_code error;
         const std::uintmax_t size = path.empty() ? 0 : std::filesystem::file_size(path, error);
-        if (path.empty() || error || size > kMaxPhotoBytes) {
-            m_Out << "<p class=\"warning\">photo missing or larger than 16 MiB: "
-                  << Escape(m_Run.Store().GetResult(id, "detailed")) << "</p>\n";
+        if (path.empty() || error || size > kMaxEmbeddedBytes) {
+            m_Out << "<p class=\"warning\">photo missing or larger than "
+                  << (kMaxEmbeddedBytes >> 20)
+                  << " MiB: " << Escape(m_Run.Store().GetResult(id, "detailed")) << "</p>\n";
             return;
         }
         std::ifstream in(path, std::ios::binary);

@@ -307,7 +307,7 @@ private:
                               std::string& problem) {
         std::string reason;
         try {
-            reader.Unpack(path, kMaxPhotoBytes);
+            reader.Unpack(path, desktop::kMaxPhotoBytes);
             return;
         } catch (const ArchiveError& error) {
             reason = error.what();

@@ -53,7 +53,8 @@ public:
             m_Result.problems.push_back(path + ": too many entries; not all are searched");
         }
         if (m_HasDeeper && m_Result.runs.empty()) {
-            m_Result.problems.push_back(path + ": folders below level 6 are not searched");
+            m_Result.problems.push_back(path + ": folders below level " +
+                                        std::to_string(kMaxDepth) + " are not searched");
         }
         return std::move(m_Result);
     }

@@ -9,7 +9,6 @@
 #include <vector>
 
 #include "paths.h"
-#include "photos.h"
 #include "runs/temporary_folder.h"
 
 // Finds the runs below a path and checks their result files. Needs no toolkit, no display and no
@@ -83,7 +82,6 @@ struct SearchResult {
 };
 
 constexpr int kMaxDepth = 6;  // levels of folders below the path, or in an archive
-constexpr long long kMaxPhotoBytes = desktop::kMaxPhotoBytes;
 
 // The limits of one search, over all folders and archives.
 struct Limits {

@@ -1,6 +1,7 @@
 #include "view/copy.h"
 
 #include <filesystem>
+#include <string>
 #include <system_error>
 
 #include "photos.h"
@@ -14,8 +15,9 @@ namespace fs = std::filesystem;
 
 void CopyPhoto(const runs::Photo& photo, const fs::path& folder) {
     std::error_code error;
-    if (fs::file_size(photo.file, error) > runs::kMaxPhotoBytes && !error) {
-        Report(photo.file + ": larger than 64 MiB, not shown");
+    if (fs::file_size(photo.file, error) > desktop::kMaxPhotoBytes && !error) {
+        Report(photo.file + ": larger than " + std::to_string(desktop::kMaxPhotoBytes >> 20) +
+               " MiB, not shown");
         return;
     }
     const fs::path target = folder / desktop::ListPhotoPlaces(photo.name).front();

@@ -12,6 +12,7 @@
 #include <string>
 #include <vector>
 
+#include "photos.h"
 #include "tools/fixtures/ArchiveFile.h"
 #include "tools/fixtures/RunFolder.h"
 
@@ -202,7 +203,7 @@ TEST_F(ArchiveTest, LeavesOutPhotosThatCannotBeUnpacked) {
                  ComposeMainFile("SN1", "", {"/p/1.jpg", "/p/1.jpg/2.jpg", "/p/3", "/p/4.jpg"}));
         file.Add("p/1.jpg", "first");
         file.Add("p/1.jpg/2.jpg", "second");
-        file.AddZeros("p/3", kMaxPhotoBytes + 1);
+        file.AddZeros("p/3", desktop::kMaxPhotoBytes + 1);
         file.Add("p/4.jpg", "fourth");
     }
     const std::vector<runs::Run> runs = Read("a.tar");
