@@ -35,7 +35,7 @@ protected:
     }
 };
 
-// Stored items
+// --- Tests of the stored items
 
 TEST_F(QELXmlParserItemsTest, StoresEveryFieldUnchanged) {
     const xml::Fields fields = {
@@ -67,6 +67,14 @@ TEST_F(QELXmlParserItemsTest, LogsAndOmitsEmptyField) {
     EXPECT_THAT(FakeLog::Errors(),
                 ElementsAre(ErrorLine("Content of current node is NULL\n", kXmlParserSource),
                             ErrorLine("Content of current node is NULL\n", kXmlParserSource)));
+}
+
+TEST_F(QELXmlParserItemsTest, StoresEmptyCdataButNoEmptyElement) {
+    ParseList(
+        "<test><type><![CDATA[]]></type><name></name><spec/>"
+        "<measure><!-- comment --></measure></test>");
+    EXPECT_THAT(Store().m_resultFailData, ElementsAre(ElementsAre(Pair("type", ""))));
+    EXPECT_EQ(Store().GetResultType(0), RESULT_TYPE_APP);
 }
 
 TEST_F(QELXmlParserItemsTest, UsesFirstOfTwoEqualFields) {
@@ -160,7 +168,7 @@ TEST_F(QELXmlParserItemsTest, ReadsListsInFixedOrder) {
     EXPECT_THAT(failed, ElementsAre("FAnetTest2", "RNSCImage2", "RNSCTest2", "FAnetTest2"));
 }
 
-// Failed items
+// --- Tests of the failed items
 
 struct ResultCase {
     const char* result;
@@ -199,7 +207,7 @@ TEST_F(QELXmlParserItemsTest, IndexesFailedItemsSeparately) {
     EXPECT_EQ(store.GetResultFromAll(0, "name"), "good");
 }
 
-// Queries with a key
+// --- Tests of queries with a key
 
 TEST_F(QELXmlParserItemsTest, ReplacesSeparatorsOnlyInDetailedOfFailedItems) {
     const QELXmlParser& store = LoadItems({{{"detailed", "a;b^c"}, {"spec", "a;b^c"}}});
@@ -280,9 +288,9 @@ TEST_F(QELXmlParserItemsTest, ChecksIndexBeforeKey) {
                             FormatInvalidIndexError("m_resultAllData", "3", 0)));
 }
 
-// Item text
+// --- Tests of the item text
 
-TEST_F(QELXmlParserItemsTest, ReturnsShownKeysInFixedOrder) {
+TEST_F(QELXmlParserItemsTest, ReturnsItemTextInFixedKeyOrder) {
     const QELXmlParser& store = LoadItems({{{"measure", "NG"},
                                             {"spec", "OK"},
                                             {"duration", "3.2"},
@@ -327,7 +335,7 @@ TEST_F(QELXmlParserItemsTest, ReturnsTypeAndConnectionOfNetworkFailure) {
     EXPECT_EQ(store.GetResult(0), "type=wifi\nconnection=none\n");
 }
 
-// Types
+// --- Tests of the types of items
 
 struct TypeCase {
     const char* value;
@@ -354,7 +362,8 @@ INSTANTIATE_TEST_SUITE_P(
                     TypeCase{"WIFI", RESULT_TYPE_INVALID},
                     TypeCase{"bluetooth", RESULT_TYPE_INVALID},
                     TypeCase{" wifi", RESULT_TYPE_INVALID}, TypeCase{"x", RESULT_TYPE_INVALID},
-                    // An empty element is not stored, so the key is missing.
+                    // The store does not contain the key, because the parser ignores an empty
+                    // element.
                     TypeCase{"", RESULT_TYPE_INVALID}));
 
 TEST_F(QELXmlParserItemsTest, UsesFixedResultTypeNumbers) {
@@ -383,7 +392,7 @@ TEST_F(QELXmlParserItemsTest, ReturnsInvalidTypeForInvalidIndex) {
                                       kXmlParserSource, "GetResultType")));
 }
 
-// Copies and threads
+// --- Tests of copies and several threads
 
 TEST_F(QELXmlParserItemsTest, ReturnsCopyOfFailedItems) {
     const QELXmlParser& store = LoadItems({{{"name", "a"}}, {{"name", "b"}, {"result", "pass"}}});
@@ -410,7 +419,7 @@ TEST_F(QELXmlParserItemsTest, KeepsItemsUnchangedByQueries) {
 
 const int kRoundsPerThread = 200;
 
-// Runs all queries on the item of AnswersQueriesOnSeveralThreads in each round. Returns the number
+// Runs all queries in each round, on the item of AnswersQueriesOnSeveralThreads. Returns the number
 // of rounds with correct answers.
 int CountCorrectAnswers(const QELXmlParser& store) {
     int correct = 0;

@@ -1,11 +1,8 @@
 #!/usr/bin/env python3
-"""Reports what the documents below ROOT name and the repository does not have: links, paths, names of the
-sources, `path`: `name` pairs, commands, and lines of a tree of folders.
+"""Reports links, paths, names, commands and lines of trees that do not fit the repository: check_documents.py ROOT
 
-usage: check_documents.py ROOT
-"""
+Checks each page below ROOT and prints one line for each fault. Exits with 1 if there is a fault."""
 
-import json
 import os
 import re
 import shlex
@@ -14,19 +11,18 @@ from pathlib import Path
 
 
 class Checker:
-    """The faults of one line, as texts. A path in a document is relative to root or to the page."""
+    """Finds the faults of a line and yields them as texts. A path is relative to root or to the page."""
 
     def __init__(self, root):
         self.root = root
         self.folders = {path.name for path in root.iterdir() if path.is_dir()} - {".git", "build"}
-        presets = json.loads((root / "CMakePresets.json").read_text())
-        self.presets = {preset["name"] for preset in presets["configurePresets"]}
+        self.presets = re.findall(r'"name": "([\w-]+)"', (root / "CMakePresets.json").read_text())
         sources = [path for folder in self.folders for path in (root / folder).rglob("*.[ch]*")]
         self.names = {name for path in sources if path.is_file()
                       for name in re.findall(r"\w+", path.read_text(errors="ignore"))}
 
     def in_prose(self, page, line):
-        for target in re.findall(r"\]\(([^)\s]+)\)", re.sub(r"`[^`]*`", "", line)):
+        for target in re.findall(r"\]\((?![a-z]+:)([^)\s]+)\)", re.sub(r"`[^`]*`", "", line)):
             yield from self.in_link(page, target)
         for span in re.findall(r"`([^`]+)`", line):
             if " " in span or span.startswith(("build/", "script/")):
@@ -36,21 +32,18 @@ class Checker:
             elif re.match(r"(k[A-Z]|m_|QEL[A-Z])\w+(::\w+)?$", span) and span not in ("kName", "m_Name"):
                 yield from (f"no {name} in the sources" for name in span.split("::") if name not in self.names)
         for path, spans in re.findall(r"`([\w./-]+\.\w+)`: ([^|;.]*)", line):
-            for name in re.findall(r"`(\w+)`", spans):
-                if not self.has_word(path, name):
-                    yield f"no {name} in {path}"
+            names = re.findall(r"`(\w+)`", spans)
+            yield from (f"no {name} in {path}" for name in names if not self.has_word(path, name))
 
     def in_path(self, page, path):
         for folder in {self.root, page.parent}:
-            if (folder / path.split("/")[0]).is_dir():
-                if not any(folder.glob(re.sub(r"<[^>]*>", "*", path).rstrip("/"))):
-                    yield f"no file or folder {path}"
+            is_known = any(folder.glob(re.sub(r"<[^>]*>", "*", path).rstrip("/")))
+            if (folder / path.split("/")[0]).is_dir() and not is_known:
+                yield f"no file or folder {path}"
 
     def in_link(self, page, target):
         name, _, anchor = target.partition("#")
         linked = page.parent / name if name else page
-        if re.match(r"[a-z]+:", target):
-            return
         if not linked.exists():
             yield f"no file for the link {target}"
         elif anchor:
@@ -60,25 +53,21 @@ class Checker:
 
     def in_command(self, line):
         words = [word for word in shlex.split(line, comments=True) if not re.match(r"[A-Z_]+=|sudo$", word)]
-        program, *arguments = words or [""]
+        program, argument = (words + ["", ""])[:2]
         if program.split("/")[0] in self.folders and "/" in program:
             if not os.access(self.root / program, os.X_OK):
                 yield f"no program {program}"
-            for word in arguments[:1]:
-                if re.fullmatch(r"(--)?[a-z]+", word) and not self.has_word(program, word):
-                    yield f"{program} has no argument {word}"
-        for word, value in zip(words, arguments + [""]):
-            preset = [value] if word == "--preset" else re.findall(r"^build/(\w+)", word)
-            suite = re.match(r"--gtest_filter=(\w+)", word)
-            if not self.presets.issuperset(preset):
-                yield f"no preset {preset[0]}"
-            if word == "--target" and not self.has_word("**/CMakeLists.txt", value):
-                yield f"no target {value}"
-            if suite and not self.has_word("tests/**/*.cpp", suite[1]):
-                yield f"no test suite {suite[1]}"
+            elif re.fullmatch(r"(--)?[a-z]+", argument) and not self.has_word(program, argument):
+                yield f"{program} has no argument {argument}"
+        presets = re.findall(r"(?:--preset |(?<!\S)build/)([\w-]+)", line)
+        yield from (f"no preset {name}" for name in presets if name not in self.presets)
+        targets = re.findall(r"--target ([\w-]+)", line)
+        yield from (f"no target {name}" for name in targets if not self.has_word("**/CMakeLists.txt", name))
+        suites = re.findall(r"--gtest_filter=(\w+)", line)
+        yield from (f"no test suite {name}" for name in suites if not self.has_word("tests/**/*.cpp", name))
 
     def in_tree(self, lines):
-        """Each line is a name, indented below the name of its folder, and a purpose."""
+        """Each line is a name, indented below the name of its folder, and an optional purpose."""
         above, paths = [], set()
         for line in lines:
             indent = len(line) - len(line.lstrip())
@@ -88,13 +77,13 @@ class Checker:
         yield from (f"no line for {folder}/" for folder in sorted(self.folders - paths))
 
     def has_word(self, pattern, word):
-        """Whether a file that matches the pattern holds the word."""
+        """Returns whether a file that matches the pattern contains the word."""
         return any(re.search(rf"(?<!\w){re.escape(word)}(?!\w)", path.read_text())
                    for path in self.root.glob(pattern) if path.is_file())
 
 
 def check(root):
-    """Yields a line for each fault: page, line number, text."""
+    """Yields a line for each fault, with the page, the line number and the text of the fault."""
     checker = Checker(root)
     for page in sorted(path for path in root.rglob("*.md") if "build" not in path.relative_to(root).parts):
         block, tree = None, []

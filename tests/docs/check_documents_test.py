@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""A small repository passes the check, and each wrong statement in its documents is reported."""
+"""Tests check_documents.py on a small repository."""
 
 import tempfile
 import unittest
@@ -11,7 +11,6 @@ FILES = {"CMakeLists.txt": "add_executable(toy src/Toy.cpp)\n",
          "CMakePresets.json": '{"configurePresets": [{"name": "release"}]}',
          "README.md": "```tree\nsrc/  code\n  Toy.cpp  toy\ndocs/\nscript/\ntests/\n```\n",
          "docs/toys/Toy.cpp": "int kWheels;\n",
-         "docs/page.md": "# Page\n\n## Some part\n\n",
          "script/run": 'case "$1" in --data) ;; esac\n',
          "src/Toy.cpp": "int kWheels;\n",
          "tests/ToyTest.cpp": "TEST(ToyTest, Rolls) {}\n"}
@@ -41,7 +40,7 @@ BAD = {"[up](../GONE.md)": "no file for the link ../GONE.md",
 class CheckDocumentsTest(unittest.TestCase):
     def faults_of(self, text):
         with tempfile.TemporaryDirectory() as root:
-            for name, content in {**FILES, "docs/page.md": FILES["docs/page.md"] + text}.items():
+            for name, content in {**FILES, "docs/page.md": f"## Some part\n\n{text}"}.items():
                 Path(root, name).parent.mkdir(parents=True, exist_ok=True)
                 Path(root, name).write_text(content)
             Path(root, "script/run").chmod(0o755)
