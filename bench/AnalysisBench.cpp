@@ -1,5 +1,5 @@
-// Measures the failure analysis: the conflicts of one item, by the size of the run, and the
-// validity rules.
+// Measures the analysis: the conflicts of one item for runs of several sizes, and the validity
+// rules.
 
 #include <benchmark/benchmark.h>
 #include <dlog.h>
@@ -33,8 +33,8 @@ BENCHMARK(ConflictsWithItems)
     ->Arg(100000)
     ->Unit(benchmark::kMillisecond);
 
-// The lower bound of ConflictsWithItems: formats the four log lines of each item that the analysis
-// writes, and nothing else.
+// The lower bound of ConflictsWithItems. Formats only the four log lines that the analysis writes
+// for each item.
 void LogLinesWithItems(benchmark::State& state) {
     const char* const format = "%s: %s(%d) > id=%d, strCode=%s\n";
     const char* const codeFormat = "%s: %s(%d) > id=%d, retCode=%x\n";

@@ -17,7 +17,7 @@ public:
 
     const std::string& Path() const { return m_Path; }
 
-    // Replaces the items of the store by the items of the file.
+    // Replaces the items of the store with the items of the file.
     void Load(QELXmlParser& store) const;
 
 private:

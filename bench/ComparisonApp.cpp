@@ -2,7 +2,8 @@
 //
 //     quorvel_comparison ROWS BACKGROUND ICON
 //
-// BACKGROUND and ICON are pictures. script/bench compares its first frame with Quorvel's.
+// BACKGROUND and ICON are picture files. script/bench compares the time to the first frame with
+// Quorvel.
 
 #include <Efreet.h>
 #include <Elementary.h>
@@ -67,7 +68,7 @@ void AddList(Evas_Object* table, unsigned long rows) {
     elm_object_focus_set(list, EINA_TRUE);
 }
 
-// Stays hidden.
+// Adds a popup that stays hidden.
 void AddPopup(Evas_Object* window) {
     Evas_Object* popup = elm_popup_add(window);
     Evas_Object* table = elm_table_add(popup);

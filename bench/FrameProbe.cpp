@@ -25,7 +25,7 @@ namespace {
 constexpr double kTick = 0.1;            // seconds between two steps
 constexpr int kTicksBeforeFirstKey = 5;  // the first frame starts transitions
 constexpr int kTicksForAnalysis = 40;
-constexpr int kTicksForFrame = 30;  // without a frame, nothing can be measured
+constexpr int kTicksForFrame = 30;  // after this time without a frame, the probe fails
 constexpr std::size_t kSamples = 9;
 
 struct Step {
@@ -46,7 +46,7 @@ double PeakMebibytes() {
     return static_cast<double>(usage.ru_maxrss) / 1024;
 }
 
-// Skips the shutdown, which would write more lines.
+// Prints the result and exits without the shutdown of the program, which would print more lines.
 [[noreturn]] void Finish(double result) {
     std::printf("%.6f\n", result);
     std::fflush(stdout);
@@ -150,7 +150,7 @@ private:
 
 }  // namespace
 
-// Called in place of the toolkit's function.
+// The program calls this function instead of the toolkit's function.
 extern "C" EAPI Evas_Object* elm_win_util_standard_add(const char* name, const char* title) {
     const auto create = reinterpret_cast<Evas_Object* (*)(const char*, const char*)>(
         dlsym(RTLD_NEXT, "elm_win_util_standard_add"));

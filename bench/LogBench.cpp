@@ -1,6 +1,6 @@
-// Measures one line of the log: the port's call, which writes to the terminal and to the file, and
-// its lower bound, a rotating file of spdlog that is flushed after each line. The standard error
-// stream is /dev/null.
+// Measures one line of the log. The port writes the line to the terminal and to the file. The lower
+// bound is a rotating file of spdlog that is flushed after each line. The standard error is
+// /dev/null.
 
 #include <benchmark/benchmark.h>
 #include <dlog.h>

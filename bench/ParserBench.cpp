@@ -1,4 +1,4 @@
-// Measures the result store: parsing a file, by the number of items, and queries of one item.
+// Measures the result store: parsing files with several numbers of items, and queries of one item.
 
 #include <benchmark/benchmark.h>
 
@@ -29,8 +29,8 @@ void ParseFileOfItems(benchmark::State& state) {
 }
 BENCHMARK(ParseFileOfItems)->Arg(60)->Arg(1000)->Arg(10000)->Unit(benchmark::kMillisecond);
 
-// Reads the items as ParseFileOfItems does, with the calls of libxml2 and of the map alone: no
-// sections, no log lines, no checks.
+// Reads the items as ParseFileOfItems does, but calls only libxml2 and the map. Reads no sections,
+// writes no log lines and makes no checks.
 class BareReader {
 public:
     void Read(const char* path) {

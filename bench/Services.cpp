@@ -1,5 +1,5 @@
 // The platform calls of the benchmarks and the fuzz targets. A log line is formatted and discarded.
-// Every other call fails.
+// All other calls fail.
 
 #include <app_control_internal.h>
 #include <bundle.h>

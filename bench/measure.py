@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
 """Measures Quorvel and prints one line for each measure: bench/measure.py BUILD_FOLDER [RUNS]
 
-All measures but the memory are ratios or CPU times, and the fastest of RUNS (7) interleaved runs
-counts, so that other programs on the machine disturb little. The column "before" has the figures
+All measures except the memory are ratios or CPU times. The fastest of RUNS (default 7) interleaved runs
+counts, so that other programs on the machine have little effect. The column "before" has the figures
 that were measured when the goals were set.
 """
 
@@ -62,7 +62,7 @@ def failed_run(rows):
 
 
 def conflict_run(conflicts):
-    """Two failed items. The first one conflicts with all items that did not fail."""
+    """Writes a run with two failed items. The first failed item conflicts with all passed items."""
     return data_folder("conflicts", [item(0, True, 0, 0, 1000000), item(1, True, 0, 0, 0)] + [
         item(i + 2, False, 1, i, 1) for i in range(conflicts)])
 
@@ -98,7 +98,7 @@ def comparison(measure, rows):
 
 
 def fastest(*calls):
-    """Calls the functions in turns. Returns the least result of each."""
+    """Calls the functions alternately. Returns the smallest result of each function."""
     results = [[call() for call in calls] for _ in range(runs)]
     return [min(column) for column in zip(*results)]
 
@@ -153,7 +153,7 @@ def main():
     row("peak memory, 10 failed items", "52 MiB", "83 MiB",
         lambda: f"{quorvel('memory', folder / 'failed-10'):.0f} MiB")
     row("key to frame, 100,000 rows / 10 rows", "1.1", "0.94", key_ratio)
-    # A profile of the whole measurement shows why the goal is missed: the toolkit formats all lines.
+    # The goal is missed because the toolkit formats all lines. In a profile of the whole measurement,
     # libevas takes 29 % of the samples, memory management 24 %, libharfbuzz 13 %, the kernel 12 %,
     # libeina 9 %, libfreetype 4 %, the program 1 %.
     row("key to frame, analysis text of 10,000 lines", "60 ms", "110 ms",

@@ -12,7 +12,7 @@
 
 namespace {
 
-// Limits the time of one input.
+// The limit keeps the time for one input short.
 const unsigned int kMaxItems = 12;
 
 // Turns the input into texts. One byte selects a common value or the length of the raw bytes that
@@ -32,7 +32,7 @@ public:
             "12.5",       "xyz",         "app",        "rnsc", "image", "fail"};
         const std::size_t count = sizeof(kCommon) / sizeof(kCommon[0]);
         const std::uint8_t choice = Byte();
-        // The lowest choices select each common value twice; the others select raw bytes.
+        // Two of the lowest choices select each common value. All other choices select raw bytes.
         if (choice < 2 * count) {
             return kCommon[choice % count];
         }
@@ -51,8 +51,8 @@ private:
     const std::uint8_t* m_End;
 };
 
-// Adds one item. Each bit of the first byte that is set omits one field; the highest bit makes the
-// item a passed one.
+// Adds one item. Each set bit of the first byte omits one field. If the highest bit is set, the
+// item has passed.
 void AddItem(QELXmlParser& store, TextSource& source) {
     static const char* const kKeys[] = {"opcode",   "msgcode", "threadID", "timeAckAbsolute",
                                         "duration", "type",    "detailed"};
@@ -115,7 +115,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     while (!source.IsEmpty() && store.GetNumOfResultAll() < kMaxItems) {
         AddItem(store, source);
     }
-    // The last id does not exist.
+    // The last id of the loop does not exist.
     for (unsigned int id = 0; id <= store.GetNumOfResult(); ++id) {
         Judge(*QELAnalysisData::GetInstance(), id);
         CheckAnalysis(store, id);

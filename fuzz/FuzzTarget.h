@@ -9,7 +9,7 @@
 // Runs one input. libFuzzer passes generated inputs; Replay.cpp passes stored files. Returns 0.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
 
-// Aborts the process when the condition does not hold. libFuzzer reports an abort as a finding.
+// Aborts the process if the condition does not hold. libFuzzer reports an abort as a finding.
 inline void Require(bool holds, const char* what) {
     if (!holds) {
         std::fprintf(stderr, "does not hold: %s\n", what);

@@ -12,7 +12,7 @@
 
 namespace {
 
-// A file in memory. Its path is the file's entry in /proc/self/fd.
+// A file in memory. The path of the file is its entry in /proc/self/fd.
 class MemoryFile {
 public:
     MemoryFile() : m_Descriptor(memfd_create("result", MFD_CLOEXEC)) {

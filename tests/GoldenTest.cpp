@@ -1,7 +1,7 @@
 // Tests of the stores and the analysis with whole result files. Each folder of tests/golden
-// contains the result files of one run and, in expected.txt, the results of all queries and of the
-// analysis. With QUORVEL_UPDATE_GOLDEN=1 in the environment, the test writes expected.txt instead
-// of comparing it. Read the difference before you commit it.
+// contains the result files of one run. The file expected.txt contains the results of all queries
+// and of the analysis. With QUORVEL_UPDATE_GOLDEN=1 in the environment, the test writes
+// expected.txt instead of comparing it. Review the difference before the commit.
 
 #include <cstdlib>
 #include <filesystem>
@@ -68,7 +68,7 @@ const char* NameOf(app_result_type_e type) {
     return "INVALID";
 }
 
-// Returns the result of the operation, or the exception that it throws.
+// Returns the result of the operation, or a text for the exception that the operation throws.
 template <typename Operation>
 std::string ResultOf(const Operation& operation) {
     try {
@@ -80,7 +80,7 @@ std::string ResultOf(const Operation& operation) {
     }
 }
 
-// Writes the error lines since the last call.
+// Writes the error lines that were logged since the last call.
 void DumpErrors(std::ostream& out) {
     for (const LogLine& line : FakeLog::Errors()) {
         out << "    error of " << line.file << ", " << line.function << ":" << Shown(line.message);
@@ -158,7 +158,7 @@ TEST_P(GoldenTest, MatchesExpectedText) {
 INSTANTIATE_TEST_SUITE_P(Runs, GoldenTest, testing::ValuesIn(kCases),
                          [](const auto& run) { return std::string(run.param); });
 
-TEST(GoldenFolderTest, ListsEveryFolder) {
+TEST(GoldenFolderTest, MatchesListOfCases) {
     std::vector<std::string> folders;
     for (const auto& entry : fs::directory_iterator(QUORVEL_GOLDEN_FOLDER)) {
         folders.push_back(entry.path().filename().string());

@@ -24,7 +24,7 @@ namespace {
 
 using testing::ElementsAre;
 
-// The static members of the application before main.
+// The state of the application's static members before main.
 struct StartValues {
     bool hasWindow = QELApp::m_QelWindow != nullptr;
     bool hasStore = QELXmlParser::m_qelXmlParser != nullptr;
@@ -37,7 +37,8 @@ struct StartValues {
 };
 const StartValues kStartValues;
 
-// Fills the stack memory of the next function, so that a record that is not zero-filled is found.
+// Fills the stack memory of the next function, so that the test detects a record that is not
+// zero-filled.
 [[gnu::noinline]] void FillStack() {
     volatile char memory[4096];
     for (volatile char& byte : memory) {

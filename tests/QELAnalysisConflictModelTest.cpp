@@ -33,7 +33,7 @@ struct ModelItem {
 using ModelRun = std::vector<ModelItem>;
 
 const unsigned int kRunsPerSeed = 50;
-// With fewer conflicts, the random runs do not test the conflict rules.
+// The random runs of one seed must have more conflicts to test the conflict rules.
 const long kMinConflicts = 100;
 
 // The reason why a text does not convert to an int.
@@ -52,13 +52,13 @@ int GetDigitAt(const std::string& text, size_t position, int base) {
     return value < static_cast<size_t>(base) ? static_cast<int>(value) : -1;
 }
 
-// Whether "0x" and a hexadecimal digit start at the position.
+// Returns whether "0x" and a hexadecimal digit start at the position.
 bool HasHexPrefix(const std::string& text, size_t position) {
     return GetDigitAt(text, position, 16) == 0 && position + 1 < text.size() &&
            std::tolower(text[position + 1]) == 'x' && GetDigitAt(text, position + 2, 16) >= 0;
 }
 
-// Returns the number of the digits from the position, or 2^40 if the number is larger.
+// Returns the value of the digits that start at the position, or 2^40 if the value is larger.
 long long ParseDigits(const std::string& text, size_t position, int base) {
     long long number = 0;
     for (; GetDigitAt(text, position, base) >= 0; ++position) {
@@ -67,7 +67,7 @@ long long ParseDigits(const std::string& text, size_t position, int base) {
     return number;
 }
 
-// Parses white space, a sign and digits. Throws ConversionError if the result is not an int.
+// Parses white space, a sign and digits. Throws ConversionError if the number is not an int.
 long long ParseNumber(const std::string& text, int base) {
     size_t position = text.find_first_not_of(" \t\n\r\v\f");
     if (position == std::string::npos) {
@@ -96,7 +96,7 @@ long long Modulo(long long number, long long modulus) {
     return ((number % modulus) + modulus) % modulus;
 }
 
-// A window in unsigned 32-bit numbers.
+// A time window. The times are unsigned 32-bit numbers.
 struct ModelWindow {
     long long start;
     long long end;
@@ -129,7 +129,7 @@ bool IsListed(const ModelWindow& own, const ModelWindow& other) {
         const bool hasEnded = instant >= 2 * own.end;
         startsInside = startsInside || (instant == 2 * other.start && hasStarted && !hasEnded);
         startsBefore = startsBefore || (instant == 2 * other.start && !hasStarted);
-        // A window excludes its end, so the instant before the end decides.
+        // A time window excludes its end, so the instant before the end decides.
         const bool hadStarted = instant - 1 >= 2 * own.start;
         const bool hadEnded = instant - 1 >= 2 * own.end;
         endsInside = endsInside || (instant == 2 * other.end && hadStarted && !hadEnded);
@@ -138,7 +138,7 @@ bool IsListed(const ModelWindow& own, const ModelWindow& other) {
     return startsInside || endsInside || (startsBefore && endsAfter);
 }
 
-// The block list, each code pair as four hexadecimal digits.
+// Returns the block list. Each code pair has four hexadecimal digits.
 const std::set<std::string>& GetBlockedPairs() {
     static const std::set<std::string> pairs = {
         "2a11", "3202", "5010", "5011", "5012", "5013", "5014", "5015", "5016", "5017", "5018",
@@ -187,8 +187,8 @@ std::string ListModelConflicts(const ModelRun& run, const ModelItem& own) {
     return text;
 }
 
-// Returns the text that the analysis must return, or the text of RunAnalysis for an exception.
-// Appends the error lines that the analysis must log to errors.
+// Returns the text that RunAnalysis must return. Appends the error lines that the analysis must log
+// to errors.
 std::string PredictAnalysis(const ModelRun& run, const ModelItem& own,
                             std::vector<std::string>& errors) {
     std::optional<std::string> pair;
@@ -282,7 +282,7 @@ private:
     int m_ExtremePerMille;  // share of unusual codes and times
 };
 
-// Returns the conflict list of the failed item, or a text for the exception.
+// Returns the conflict list of the failed item, or a text for the exception of the analysis.
 std::string RunAnalysis(unsigned int index) {
     try {
         return QELAnalysis::m_AnalyzeResourceConflictList(index);
@@ -304,7 +304,7 @@ std::vector<std::string> GetExceptionLines() {
     return lines;
 }
 
-// Returns every field of the list, or a text for the exception.
+// Returns a text with every field of the conflict list, or a text for the exception.
 template <typename Find>
 std::string DescribeList(const Find& find) {
     try {
@@ -335,7 +335,8 @@ protected:
         LoadItems(items);
     }
 
-    // Compares the index of the run with the comparison item by item.
+    // Compares the conflicts that the index finds with the conflicts of the item-by-item
+    // comparison.
     static void CompareIndex() {
         const QELXmlParser& parser = *QELXmlParser::GetInstance();
         QELAnalysisData& analysisData = *QELAnalysisData::GetInstance();

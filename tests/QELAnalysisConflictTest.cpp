@@ -46,7 +46,7 @@ xml::Fields MarkPassed(xml::Fields fields) {
     return fields;
 }
 
-// The analysed item of most tests, and the line of that item.
+// The analysed item of most tests, and its line in the conflict list.
 const xml::Fields kOwnItem = MakeItem("own", "1", "1000", "500");
 const std::string kOwnLine = "1000\t1500\town(1)\n";
 
@@ -58,7 +58,8 @@ protected:
         return QELAnalysis::m_AnalyzeResourceConflictList(0);
     }
 
-    // Analyses the item alone and as another item. Expects that the missing key ends both analyses.
+    // Analyses the item first alone, then as the second item of a run. Expects that both analyses
+    // stop at the missing key.
     static void ExpectStopAt(const std::string& key, const xml::Fields& item) {
         SCOPED_TRACE(key);
         const std::string line = "Invalid KEY[" + key + "]!!\n";
@@ -69,9 +70,9 @@ protected:
     }
 };
 
-// Windows
+// --- Tests of the time windows
 
-// The window of item B. The own window, from kOwnItem, is 1000 to 1500.
+// The time window of item B. The time window of the analysed item, kOwnItem, is 1000 to 1500.
 struct WindowCase {
     const char* start;
     const char* duration;
@@ -147,21 +148,22 @@ TEST_F(QELAnalysisConflictTest, WritesNegativeOwnWindowUnsigned) {
               "4294967286\t4294967290\town(-1)\n4294967288\t4294967289\tB(2)\n");
 }
 
-// The own window is 4294967286 to 10. No number is at least 4294967286 and less than 10.
+// The window of the analysed item is 4294967286 to 10. No number is at least 4294967286 and less
+// than 10.
 TEST_F(QELAnalysisConflictTest, FindsNoItemInsideWrappedWindow) {
     EXPECT_EQ(ListConflicts({MakeItem("own", "1", "-10", "20"), MakeItem("B", "2", "-5", "1"),
                              MakeItem("C", "2", "5", "1")}),
               "4294967286\t10\town(1)\n");
 }
 
-// The own window is 4294967286 to 10. An item encloses the window if it starts before 4294967286
-// and ends after 10.
+// The window of the analysed item is 4294967286 to 10. An item encloses the window if it starts
+// before 4294967286 and ends after 10.
 TEST_F(QELAnalysisConflictTest, ListsItemsThatEncloseWrappedWindow) {
     EXPECT_EQ(ListConflicts({MakeItem("own", "1", "-10", "20"), MakeItem("B", "2", "100", "1")}),
               "4294967286\t10\town(1)\n100\t101\tB(2)\n");
 }
 
-// Lines
+// --- Tests of the lines of the conflict list
 
 TEST_F(QELAnalysisConflictTest, ListsConflictsInOrderOfAllItems) {
     EXPECT_EQ(
@@ -182,7 +184,8 @@ TEST_F(QELAnalysisConflictTest, AnalysesAnyFailedItem) {
     EXPECT_EQ(QELAnalysis::m_AnalyzeResourceConflictList(1), "12\t13\tb(3)\n5\t15\ta(2)\n");
 }
 
-// The own line has the thread as a number. The other lines have the thread text unchanged.
+// The line of the analysed item has the thread as a number. The other lines have the unchanged
+// text.
 TEST_F(QELAnalysisConflictTest, WritesParsedThreadOnlyInOwnLine) {
     EXPECT_EQ(
         ListConflicts({MakeItem("own", "007", "1000", "500"), MakeItem("B", " 08 (x)", "1000", "1"),
@@ -219,14 +222,14 @@ TEST_F(QELAnalysisConflictTest, ReadsNamesOnlyOfListedItems) {
     EXPECT_EQ(FakeLog::Count("Invalid KEY[name]!!\n"), 0);
 }
 
-// Codes
+// --- Tests of the codes of the items
 
 TEST_F(QELAnalysisConflictTest, ReturnsEmptyTextForBlockListedItem) {
     EXPECT_EQ(ListConflicts({ReplaceCodes(MakeItem("own", "x", "x", "x"), "50", "1A"),
                              MakeItem("B", "2", "1000", "1")}),
               "");
     EXPECT_TRUE(LoggedNoError());
-    // The analysis reads the two codes and no other item.
+    // The analysis reads the two codes of the analysed item and no other item.
     EXPECT_THAT(FakeLog::Messages(), ElementsAre("id=0, strCode=50", "id=0, retCode=50",
                                                  "id=0, strCode=1A", "id=0, retCode=1a"));
 }
@@ -282,7 +285,7 @@ TEST_F(QELAnalysisConflictTest, LogsMissingCodesOfUnknownItem) {
                                       kFunction)));
 }
 
-// Conversion errors
+// --- Tests of conversion errors
 
 TEST_F(QELAnalysisConflictTest, ThrowsForInvalidOwnCodes) {
     EXPECT_THROW(ListConflicts({ReplaceField(kOwnItem, "opcode", "xyz")}), std::invalid_argument);
@@ -405,7 +408,7 @@ TEST_F(QELAnalysisConflictTest, AcceptsLimitsOfIntRange) {
               "2147483648\t2147483649\tC(1)\n");
 }
 
-// Missing stores
+// --- Tests of missing stores
 
 TEST_F(QELAnalysisConflictTest, LogsMissingResultStore) {
     const FailingNew failing;

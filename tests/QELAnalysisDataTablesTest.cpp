@@ -16,8 +16,8 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-// The expected block list: opcode and msgcodes. The gaps, such as 0x14 for 0x52 and 0x11 for 0xCC,
-// are intended.
+// The expected block list: each opcode with its msgcodes. The gaps, such as 0x14 for 0x52 and 0x11
+// for 0xCC, are intended.
 const std::map<int, std::vector<int>> kBlockedCodes = {
     {0x2A, {0x11}},
     {0x32, {0x02}},

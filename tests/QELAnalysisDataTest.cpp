@@ -29,7 +29,7 @@ protected:
     }
 };
 
-// Instance
+// --- Tests of the single instance
 
 TEST_F(QELAnalysisDataTest, HasVirtualDestructor) {
     EXPECT_TRUE(std::has_virtual_destructor_v<QELAnalysisData>);
@@ -95,7 +95,7 @@ TEST_F(QELAnalysisDataTest, ResizesAndClearsListsOnInit) {
     EXPECT_THAT(data.m_IsExecutedByUser, ElementsAre(false, false, false));
 }
 
-// Texts and flags
+// --- Tests of the texts and the flags
 
 TEST_F(QELAnalysisDataTest, SetsFlagWhenTextIsStored) {
     QELAnalysisData& data = LoadTwoFailedItems();
@@ -125,7 +125,7 @@ TEST_F(QELAnalysisDataTest, KeepsLastTextAndFlag) {
     EXPECT_TRUE(data.GetExcutedByUser(0));
 }
 
-TEST_F(QELAnalysisDataTest, CopiesTexts) {
+TEST_F(QELAnalysisDataTest, StoresAndReturnsCopiesOfTexts) {
     QELAnalysisData& data = LoadTwoFailedItems();
     std::string text = "text";
     data.SetAnalysisData(0, text);
@@ -171,7 +171,7 @@ TEST_F(QELAnalysisDataTest, StoresTextWithoutFlag) {
     EXPECT_THAT(data.m_IsExecutedByUser, ElementsAre(false));
 }
 
-// Codes
+// --- Tests of the code readers
 
 // A code reader, and the index of the tested item in the list that the reader uses.
 struct CodeReader {
@@ -187,7 +187,7 @@ std::ostream& operator<<(std::ostream& out, const CodeReader& reader) {
 const CodeReader kCodeReaders[] = {{"GetCode", &QELAnalysisData::GetCode, 0},
                                    {"GetCodeFromAll", &QELAnalysisData::GetCodeFromAll, 1}};
 
-// The value of the byte before a code is read.
+// The value that ReadCode stores in the byte before it reads a code.
 const unsigned char kUntouchedByte = 0xEE;
 
 class QELAnalysisDataCodeTest : public QELAnalysisDataTest,

@@ -67,7 +67,7 @@ protected:
     }
 };
 
-// Worker
+// --- Tests of the worker
 
 TEST_F(QELAnalysisTest, StoresTextAndClearsRunningFlag) {
     LoadItems({MakeItemA()});
@@ -203,7 +203,7 @@ TEST_F(QELAnalysisTest, StoresEmptyTextForNetworkFailure) {
         ElementsAre(ErrorLine("indexOfAnalysisItem=0, opcode=0, msgcode=0", kAnalysisSource)));
 }
 
-// Missing stores and popup
+// --- Tests of missing stores and a missing popup
 
 TEST_F(QELAnalysisTest, KeepsRunningFlagWithoutAnalysisStore) {
     LoadItems({MakeItemA()});
@@ -247,7 +247,7 @@ TEST_F(QELAnalysisTest, ReturnsEmptyTextSilentlyWithoutAnalysisStore) {
     EXPECT_THAT(FakeLog::Lines(), IsEmpty());
 }
 
-// Check tables
+// --- Tests of the check tables
 
 TEST_F(QELAnalysisTest, AddsOneLinePerSettingConfigRecord) {
     LoadItems({MakeItemA()});
@@ -272,7 +272,7 @@ TEST_F(QELAnalysisTest, ReturnsEmptyTextForSettingConfig) {
     EXPECT_THAT(FakeLog::Lines(), IsEmpty());
 }
 
-// Conversion errors of the own codes
+// --- Tests of invalid codes of the analysed item
 
 TEST_F(QELAnalysisTest, ThrowsForInvalidCode) {
     LoadItems({MakeItemAWith("opcode", "xyz"), MakeItemAWith("msgcode", "80000000")});
@@ -304,9 +304,9 @@ TEST_F(QELAnalysisDeathTest, AbortsProcessForInvalidCode) {
     }
 }
 
-// Threads
+// --- Tests of several threads
 
-// Like the popup timer, the test reads the text without a lock after the flag is cleared.
+// The test reads the text without a lock after the flag is cleared, as the popup timer does.
 TEST_F(QELAnalysisTest, PublishesTextThroughRunningFlag) {
     LoadItems({MakeItemA()});
     Data();

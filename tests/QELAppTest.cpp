@@ -38,7 +38,7 @@ protected:
     static bool IsCloseRequested() { return ToolkitCalls::Count("elm_exit") > 0; }
 };
 
-// --- create
+// --- Tests of s_Create
 
 TEST_F(QELAppTest, StartsWithoutWindow) {
     EXPECT_FALSE(HasWindow());
@@ -52,14 +52,14 @@ TEST_F(QELAppTest, CreatesWindow) {
     EXPECT_THAT(FakeLog::Lines().front(), InfoLine("s_Create is called", kAppSource, "s_Create"));
 }
 
-TEST_F(QELAppTest, StoresWindowBeforeBuildingIt) {
+TEST_F(QELAppTest, StoresWindowBeforeToolkitCalls) {
     bool known = false;
     ToolkitCalls::OnCall("elm_app_base_scale_set", [&known] { known = HasWindow(); });
     QELApp::s_Create(&ad);
     EXPECT_TRUE(known);
 }
 
-TEST_F(QELAppTest, RejectsCreateWithoutData) {
+TEST_F(QELAppTest, RejectsCreateWithoutAppData) {
     EXPECT_FALSE(QELApp::s_Create(nullptr));
     EXPECT_FALSE(HasWindow());
     EXPECT_THAT(FakeLog::Lines(),
@@ -87,7 +87,7 @@ TEST_F(QELAppTest, CreatesWindowAfterFailedCreate) {
     EXPECT_TRUE(HasWindow());
 }
 
-TEST_F(QELAppTest, ReturnsTrueWhenWindowContentFails) {
+TEST_F(QELAppTest, ReturnsTrueWhenPopupCannotBeCreated) {
     // The first allocation is the window, the second the result store, the third the popup.
     const FailingNew failing(3);
     EXPECT_TRUE(QELApp::s_Create(&ad));
@@ -112,9 +112,9 @@ TEST_F(QELAppTest, KeepsWindowOnSecondCreate) {
                 ElementsAre(InfoLine("s_Create is called", kAppSource, "s_Create")));
 }
 
-// --- control: requests that do not close
+// --- Tests of s_Control with requests that do not close the application
 
-TEST_F(QELAppTest, ReadsOneValueOfRequest) {
+TEST_F(QELAppTest, ReadsOnlyExeparamFromRequest) {
     Request("anything");
     EXPECT_THAT(FakeApp::RequestedKeys(), ElementsAre("EXEPARAM"));
     EXPECT_THAT(FakeLog::Lines(),
@@ -162,14 +162,14 @@ TEST_F(QELAppTest, KeepsWindowOnRequest) {
     EXPECT_NE(ad.win, nullptr);
 }
 
-TEST_F(QELAppTest, CreatesFlagFileWithInvalidCounter) {
+TEST_F(QELAppTest, CreatesFlagFileDespiteInvalidCounter) {
     PrivateData::Write("num_of_launch", "abc");
     Request("x");
     EXPECT_EQ(LaunchCount(), "abc");
     EXPECT_TRUE(fs::exists(kFlagFile));
 }
 
-TEST_F(QELAppTest, LogsFailedFlagFileAfterCounting) {
+TEST_F(QELAppTest, LogsFlagFileFailureAfterCounting) {
     fs::create_directory(kFlagFile);
     Request("x");
     EXPECT_EQ(LaunchCount(), "1\n");
@@ -202,8 +202,9 @@ TEST_F(QELAppTest, CreatesFlagFileAfterCounting) {
     EXPECT_TRUE(LoggedNoError());
 }
 
-// The conversion would log an error.
-TEST_F(QELAppTest, IgnoresRequestWithoutData) {
+// The log contains no error line of the conversion, because the application does not convert the
+// request.
+TEST_F(QELAppTest, IgnoresRequestWithoutAppData) {
     FakeApp::SetConversionResult(APP_CONTROL_ERROR_INVALID_PARAMETER);
     QELApp::s_Control(FakeApp::Request({{"EXEPARAM", "CLOSE"}}), nullptr);
     EXPECT_THAT(FakeApp::RequestedKeys(), IsEmpty());
@@ -235,11 +236,11 @@ TEST_F(QELAppTest, IgnoresResultOfValueLookup) {
     EXPECT_EQ(LaunchCount(), "1\n");
 }
 
-// --- control: requests that close
+// --- Tests of s_Control with requests that close the application
 
 class QELAppCloseTest : public QELAppTest, public testing::WithParamInterface<const char*> {};
 
-TEST_P(QELAppCloseTest, ClosesOnValueWithPrefixClose) {
+TEST_P(QELAppCloseTest, ClosesOnValueThatBeginsWithClose) {
     QELApp::s_Create(&ad);
     FakeLog::Clear();
     Request(GetParam());
@@ -285,9 +286,9 @@ TEST_F(QELAppTest, DestroysNothingOnTerminateAfterClose) {
                 ElementsAre(InfoLine("s_Terminate is called", kAppSource, "s_Terminate")));
 }
 
-// --- pause, resume, terminate
+// --- Tests of s_Pause, s_Resume and s_Terminate
 
-TEST_F(QELAppTest, OnlyLogsPauseAndResume) {
+TEST_F(QELAppTest, LogsPauseAndResumeWithoutToolkitCalls) {
     QELApp::s_Create(&ad);
     const QELWindow* window = QELApp::m_QelWindow;
     FakeLog::Clear();
@@ -317,7 +318,7 @@ TEST_F(QELAppTest, DestroysWindowOnTerminate) {
                 ElementsAre(InfoLine("s_Terminate is called", kAppSource, "s_Terminate")));
 }
 
-TEST_F(QELAppTest, KeepsWindowOnTerminateWithoutData) {
+TEST_F(QELAppTest, KeepsWindowOnTerminateWithoutAppData) {
     QELApp::s_Create(&ad);
     FakeLog::Clear();
     QELApp::s_Terminate(nullptr);
@@ -339,7 +340,7 @@ TEST_F(QELAppTest, KeepsStoresAndPopupAfterTerminate) {
     EXPECT_EQ(QELPopupLoading::m_QELPopupLoading, popup);
 }
 
-// --- from start to analysed text
+// --- Tests of the way from the start to the analysis text
 
 const char* const kRun =
     "<run><Information><model>M1</model></Information><Network><type>wifi</type></Network>"
@@ -379,7 +380,7 @@ protected:
     }
 };
 
-TEST_F(QELAppScenarioTest, ShowsAnalysisTextAfterKeys) {
+TEST_F(QELAppScenarioTest, ShowsAnalysisTextAfterKeyPresses) {
     const std::string alpha =
         "<align=left left_margin=20 wrap=char font_size=15>type=app<br/>duration=500<br/><br/>";
     const std::string orange = "<align=left left_margin=20 wrap=char font_size=15 color=#FF8000>";

@@ -29,7 +29,7 @@ protected:
         ToolkitCalls::Start();
     }
 
-    // Creates the button and the popup, and connects the button as QELWindow does.
+    // Creates the button and the popup. Connects the button as QELWindow does.
     void Create() {
         QELXmlParser::GetInstance();
         QELPopupLoading::GetInstance()->Create(&ad);
@@ -45,7 +45,7 @@ protected:
         return Screen::PumpUntil([] { return QELPopupLoading::m_Timer == nullptr; });
     }
 
-    // Makes a capture whose log copy returns the result, then presses OK.
+    // Runs a capture whose log copy returns the result, then presses OK in the popup.
     void CaptureAndConfirm(int result) {
         FakeServices::SetCopyResult(result);
         evas_object_smart_callback_call(ad.logCaptureButton, "clicked", nullptr);
@@ -60,7 +60,7 @@ protected:
     QELButtonLogCapture m_LogCapture;
 };
 
-// --- create
+// --- Tests of Create
 
 TEST_F(QELButtonLogCaptureTest, RejectsCreateWithoutAppData) {
     ExpectRecordIsNeeded(m_LogCapture, &QELButtonLogCapture::Create, "Create",
@@ -145,17 +145,17 @@ TEST_F(QELButtonLogCaptureTest, KeepsFocusOnOtherWidgetWithFailedItems) {
     EXPECT_EQ(Screen::FocusedWidget(ad.win), other);
 }
 
-// --- placing
+// --- Tests of the placing of objects
 
 TEST_F(QELButtonLogCaptureTest, CentresObjectInItsCell) {
     ExpectPlaced(m_LogCapture, TABLE_LOCATION_LOG_CAPTURE, {1, 7, 1, 1}, {0.8, 1.0, 0.5, -1.0});
 }
 
-TEST_F(QELButtonLogCaptureTest, ShowsWithoutPlacingAtOtherLocations) {
+TEST_F(QELButtonLogCaptureTest, ShowsButDoesNotPlaceObjectAtOtherLocations) {
     ExpectShownButNotPlaced(m_LogCapture, {0, 1, 2, 3, 4, 5, 6, 8, 9}, kButtonLogCaptureSource);
 }
 
-// --- press
+// --- Tests of OnPress
 
 TEST_F(QELButtonLogCaptureTest, ShowsPopupWhileLogCopyRuns) {
     Create();
@@ -236,7 +236,7 @@ TEST_F(QELButtonLogCaptureTest, ThrowsFromPressWhenWorkerCannotStart) {
     QELPopupLoading::SetRunningFlag(false);
 }
 
-// --- worker
+// --- Tests of the worker
 
 class QELButtonLogCaptureSuccessTest : public QELButtonLogCaptureTest,
                                        public testing::WithParamInterface<int> {};
@@ -346,7 +346,7 @@ TEST_F(QELButtonLogCaptureTest, SkipsLogCopyWithoutPopup) {
     QELPopupLoading::m_IsRunning = false;
 }
 
-// --- confirmation
+// --- Tests of the confirmation in the popup
 
 TEST_F(QELButtonLogCaptureTest, KeepsButtonEnabledUntilSuccessIsConfirmed) {
     Create();
@@ -367,7 +367,7 @@ TEST_F(QELButtonLogCaptureTest, AllowsAnotherCaptureAfterFailure) {
     EXPECT_EQ(CaptureCount(), "1\n");
 }
 
-TEST_F(QELButtonLogCaptureTest, IgnoresKeyAfterSuccessfulCapture) {
+TEST_F(QELButtonLogCaptureTest, IgnoresOkKeyAfterSuccessfulCapture) {
     Create();
     CaptureAndConfirm(0);
     Screen::ProcessEvents(ad.win);
@@ -378,7 +378,7 @@ TEST_F(QELButtonLogCaptureTest, IgnoresKeyAfterSuccessfulCapture) {
     EXPECT_EQ(FakeServices::CopiesBegun(), 1);
 }
 
-TEST_F(QELButtonLogCaptureTest, StartsCaptureOnKey) {
+TEST_F(QELButtonLogCaptureTest, StartsCaptureOnOkKey) {
     Create();
     Screen::Press(ad.win, "Return");
     EXPECT_TRUE(LoggedInfo("Log Capture button is pressed.", kButtonLogCaptureSource));
@@ -416,7 +416,7 @@ TEST_F(QELButtonLogCaptureTest, KeepsButtonEnabledOnConfirmationWithoutAppData) 
                                                        kButtonLogCaptureSource, "SetDisable")));
 }
 
-// --- destroy
+// --- Tests of Destroy
 
 TEST_F(QELButtonLogCaptureTest, DeletesButtonThenBox) {
     Create();

@@ -1,4 +1,4 @@
-// Tests the records of the conflict analysis and the index over the windows of a run.
+// Tests the records of the conflict analysis, and the index of the time windows of a run.
 
 #include "QELConflicts.h"
 
@@ -39,7 +39,7 @@ protected:
     static QELConflictList_s FindIndexed(unsigned int id) {
         return QELConflictIndex(Store(), *QELAnalysisData::GetInstance()).Find(id);
     }
-    // Expects the same state from both ways, and no line.
+    // Expects the state and no line, both from the item-by-item comparison and from the index.
     static void ExpectState(QELConflictState_e state) {
         for (const QELConflictList_s& list : {Find(0), FindIndexed(0)}) {
             EXPECT_EQ(list.state, state);
@@ -93,8 +93,8 @@ INSTANTIATE_TEST_SUITE_P(Texts, QELConflictsNumberTest,
 class QELConflictsTextTest : public QELConflictsTest,
                              public testing::WithParamInterface<const char*> {};
 
-// The digits of a short number are converted without std::stoi.
-TEST_P(QELConflictsTextTest, ReadsNumberAsStandardLibrary) {
+// The application converts the digits of a short number without std::stoi.
+TEST_P(QELConflictsTextTest, ReadsSameNumberAsStoi) {
     LoadItems({MakeItem("own", GetParam(), GetParam(), "0")});
     EXPECT_EQ(QELConflicts::ReadThread(Store(), 0), std::stoi(GetParam()));
     EXPECT_EQ(QELConflicts::ReadWindow(Store(), 0).start,
@@ -124,7 +124,7 @@ TEST_F(QELConflictsTest, DropsAllLinesForOneInvalidNumber) {
     ExpectState(QELConflictState_e::kOutOfRange);
 }
 
-TEST_F(QELConflictsTest, ReadsNoTimesOfOwnThread) {
+TEST_F(QELConflictsTest, IgnoresTimesOfItemsOnSameThread) {
     LoadItems({MakeItem("bad", "1", "x", "500"), MakeItem("own", "1", "1000", "500"),
                MakeItem("other", "2", "1000", "500")});
     EXPECT_EQ(Find(1).state, QELConflictState_e::kFound);
@@ -140,7 +140,7 @@ TEST_F(QELConflictsTest, ReportsFirstOfSeveralInvalidNumbers) {
     EXPECT_EQ(FindIndexed(2).state, QELConflictState_e::kOutOfRange);
 }
 
-TEST_F(QELConflictsTest, ReportsInvalidNumberOfOtherThreadAfterTwoOfOwnThread) {
+TEST_F(QELConflictsTest, ReportsInvalidNumberOnOtherThreadAfterTwoOnSameThread) {
     LoadItems({MakeItem("on 1", "1", "x", "500"), MakeItem("on 1", "1", "x", "500"),
                MakeItem("on 2", "2", "99999999999", "500"), MakeItem("own", "1", "1000", "500")});
     EXPECT_EQ(Find(3).state, QELConflictState_e::kOutOfRange);
@@ -153,7 +153,8 @@ TEST_F(QELConflictsTest, ThrowsForInvalidOwnCode) {
     EXPECT_THROW(FindIndexed(0), std::invalid_argument);
 }
 
-// Returns a run of so many items on so many threads, with windows of up to maxDuration.
+// Returns random items on the given number of threads. Most durations are between 0 and
+// maxDuration.
 std::vector<xml::Fields> MakeRun(unsigned int seed, int items, int threads, int maxDuration) {
     std::mt19937 random(seed);
     const auto draw = [&random](int low, int high) {
@@ -182,7 +183,7 @@ std::ostream& operator<<(std::ostream& out, const Shape& shape) {
 
 class QELConflictIndexTest : public QELConflictsTest, public testing::WithParamInterface<Shape> {};
 
-TEST_P(QELConflictIndexTest, ReturnsSameRecordsAsComparisonItemByItem) {
+TEST_P(QELConflictIndexTest, ReturnsSameRecordsAsItemByItemComparison) {
     const Shape& shape = GetParam();
     LoadItems(MakeRun(17, shape.items, shape.threads, shape.maxDuration));
     QELAnalysisData& analysisData = *QELAnalysisData::GetInstance();

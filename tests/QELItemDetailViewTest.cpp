@@ -48,7 +48,8 @@ protected:
         Screen::ProcessEvents(ad.win);
     }
 
-    // Also creates the list and the analysis store. Connects the focus signal as QELWindow does.
+    // Creates the list, the view and the analysis store. Connects the focus signal as QELWindow
+    // does.
     void CreateWithList() {
         m_List.Create(&ad);
         Create();
@@ -70,7 +71,7 @@ protected:
     QELItemList m_List;
 };
 
-// --- create
+// --- Tests of Create
 
 TEST_F(QELItemDetailViewTest, ClearsBothMembersOnConstruction) {
     QELItemDetailView::m_bgItemDetailView = evas_object_rectangle_add(evas_object_evas_get(ad.win));
@@ -112,7 +113,7 @@ TEST_F(QELItemDetailViewTest, SetsHintBeforeShowingWidgets) {
     EXPECT_EQ(shown, 0);
 }
 
-TEST_F(QELItemDetailViewTest, LogsLocationErrorOfLabelOnEveryCreate) {
+TEST_F(QELItemDetailViewTest, LogsLocationErrorOfLabelOnCreate) {
     Create();
     EXPECT_THAT(FakeLog::Lines(),
                 ElementsAre(ErrorLine("there is no information about table location",
@@ -151,7 +152,7 @@ TEST_F(QELItemDetailViewTest, PlacesScrollerOverBackgroundInSameCell) {
     EXPECT_THAT(Screen::ColourOf(background), ElementsAre(20, 20, 20, 20));
 }
 
-TEST_F(QELItemDetailViewTest, ShowsWithoutPlacingAtOtherLocations) {
+TEST_F(QELItemDetailViewTest, ShowsButDoesNotPlaceObjectAtOtherLocations) {
     Create();
     ExpectShownButNotPlaced(m_View, {0, 1, 2, 3, 4, 5, 7, 8, 9}, kItemDetailViewSource);
 }
@@ -175,7 +176,7 @@ TEST_F(QELItemDetailViewTest, ScrollsLongTextByOneStep) {
     EXPECT_TRUE(Screen::PumpUntil([&scrolled] { return scrolled() == 100; })) << scrolled();
 }
 
-// --- hints
+// --- Tests of the hints
 
 TEST_F(QELItemDetailViewTest, ShowsHintWithoutFailedItems) {
     AddPassed(ItemOfType("bt", "passed"));
@@ -207,7 +208,7 @@ TEST_F(QELItemDetailViewTest, CentresHintInPanel) {
     EXPECT_LT(std::abs(left - right), left / 2);
 }
 
-// --- result text
+// --- Tests of the result text
 
 TEST_F(QELItemDetailViewTest, ShowsWholeTextOfBtItem) {
     ResultItem item = ItemOfType("bt", "A");
@@ -272,7 +273,7 @@ TEST_F(QELItemDetailViewTest, EscapesMarkupInDetailText) {
     EXPECT_EQ(Text(), kResultPrefix + "&lt;b&gt;x&lt;/b&gt; &amp; y<br/>z<br/>" + kOrangePrefix);
 }
 
-// --- analysis text
+// --- Tests of the analysis text
 
 TEST_F(QELItemDetailViewTest, ShowsNoRedTextBeforeAnalysis) {
     ResultItem item = AnalysableItem("A");
@@ -317,7 +318,8 @@ TEST_F(QELItemDetailViewTest, ReadsAnalysisFlagOncePerRedText) {
     ResultItem item = ItemOfType("bt", "A");
     AddFailed(item);
     CreateWithList();
-    // The analysis store has no flag for this later item. Each read of the flag logs an error.
+    // The analysis store has no flag for an item that is added later. Each read of the flag logs an
+    // error.
     item["detailed"] = "d";
     item["reason"] = "r";
     AddFailed(item);
@@ -358,15 +360,16 @@ TEST_F(QELItemDetailViewTest, LogsResultTextAndAnalysisText) {
                              "m_GetMarkupAnalyzeText")));
 }
 
-TEST_F(QELItemDetailViewTest, ReturnsPrefixesForIndexBeyondStore) {
+TEST_F(QELItemDetailViewTest, ReturnsPrefixesForIndexOutOfRange) {
     EXPECT_EQ(QELItemDetailView::m_GetMarkupResultText(7), kResultPrefix);
     FakeLog::Clear();
     EXPECT_EQ(QELItemDetailView::m_GetMarkupAnalyzeText(7), kOrangePrefix);
-    // The application reads "detailed", "reason" and the whole text; the whole text is not used.
+    // The application reads "detailed", "reason" and the whole text. It does not use the whole
+    // text.
     EXPECT_EQ(FakeLog::Count("Invalid ID[7]!! m_resultFailData.size[0]\n"), 3);
 }
 
-// --- missing stores
+// --- Tests of missing stores
 
 class QELItemDetailViewStoreTest : public ScreenTest {};
 
@@ -433,7 +436,7 @@ TEST_F(QELItemDetailViewStoreTest, IgnoresUpdateWithoutResultStore) {
                 ElementsAre(ErrorLine("failed to get instance\n", "QELXmlParser.cpp")));
 }
 
-// --- row focus
+// --- Tests of UpdateText on the focus of a row
 
 TEST_F(QELItemDetailViewTest, ReplacesTextWhenRowFocusMoves) {
     AddFailed({{"type", "bt"}});
@@ -463,7 +466,7 @@ TEST_F(QELItemDetailViewTest, IgnoresUpdateWithoutAppData) {
     EXPECT_THAT(FakeLog::Lines(), IsEmpty());
 }
 
-TEST_F(QELItemDetailViewTest, IgnoresRowBeyondStore) {
+TEST_F(QELItemDetailViewTest, IgnoresRowWithoutFailedItem) {
     AddFailed({{"type", "bt"}});
     AddFailed({{"type", "wifi"}});
     CreateWithList();
@@ -475,7 +478,7 @@ TEST_F(QELItemDetailViewTest, IgnoresRowBeyondStore) {
                                                        kItemDetailViewSource, "UpdateText")));
 }
 
-// --- keyboard focus
+// --- Tests of the keyboard focus
 
 TEST_F(QELItemDetailViewTest, BrightensPanelOnFocusAndDimsItOnUnfocus) {
     Create();
@@ -516,7 +519,7 @@ TEST_F(QELItemDetailViewTest, RejectsFocusWithoutObject) {
                             ErrorLine("Evas_Object is NULL", kItemDetailViewSource, "OnUnfocus")));
 }
 
-// --- destroy
+// --- Tests of Destroy
 
 TEST_F(QELItemDetailViewTest, DeletesWidgetsInOrder) {
     Create();

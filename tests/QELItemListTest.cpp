@@ -52,7 +52,7 @@ protected:
         Screen::ProcessEvents(ad.win);
     }
 
-    // Also creates the popup and the analysis store, which a press requires.
+    // Creates the list, and the popup and the analysis store, which a press requires.
     void CreateForPress() {
         QELPopupLoading::GetInstance()->Create(&ad);
         QELAnalysisData::GetInstance();
@@ -84,7 +84,7 @@ protected:
         return QELItemList::m_GetItemContent(RowData(index), ad.itemList, part);
     }
 
-    // Minimum width and height, then maximum width and height, in pixels.
+    // Minimum width, minimum height, maximum width and maximum height, in pixels.
     using Hints = std::array<int, 4>;
     static Hints HintsOf(const Evas_Object* obj) {
         Hints hints{};
@@ -96,7 +96,7 @@ protected:
     QELItemList m_List;
 };
 
-// --- create
+// --- Tests of Create
 
 TEST_F(QELItemListTest, RejectsCreateWithoutAppData) {
     ExpectRecordIsNeeded(m_List, &QELItemList::Create, "Create", kItemListSource);
@@ -234,8 +234,8 @@ TEST_F(QELItemListStoreTest, KeepsListEmptyAndEnabledWithoutResultStore) {
 }
 
 TEST_F(QELItemListStoreTest, SkipsFocusAndDoneLineWithoutResultStore) {
-    // The first request for the store comes from filling the list, the second from setting the
-    // focus. The list is packed between the two requests.
+    // The application requests the store to fill the list, packs the list, and requests the store
+    // again to set the focus.
     std::optional<FailingNew> failing;
     failing.emplace(1);
     ToolkitCalls::OnCall("elm_table_pack", [&failing] {
@@ -251,14 +251,14 @@ TEST_F(QELItemListStoreTest, SkipsFocusAndDoneLineWithoutResultStore) {
     EXPECT_THAT(FakeLog::Lines(), ElementsAre(storeError, storeError));
 }
 
-// --- placing and focus
+// --- Tests of placing and focus
 
 TEST_F(QELItemListTest, FillsListCell) {
     Create();
     ExpectPlaced(m_List, TABLE_LOCATION_ITEM_LIST, {0, 1, 1, 7});
 }
 
-TEST_F(QELItemListTest, ShowsWithoutPlacingAtOtherLocations) {
+TEST_F(QELItemListTest, ShowsButDoesNotPlaceObjectAtOtherLocations) {
     Create();
     ExpectShownButNotPlaced(m_List, {0, 1, 2, 3, 5, 6, 7, 8, 9}, kItemListSource);
 }
@@ -296,7 +296,7 @@ TEST_F(QELItemListTest, ScrollsFocusedRowToTop) {
     EXPECT_EQ(elm_object_focused_item_get(ad.itemList), Row(40));
 }
 
-// --- row texts
+// --- Tests of the texts of the rows
 
 struct RowText {
     const char* label;
@@ -355,7 +355,7 @@ TEST_F(QELItemListTest, ShowsEmptyTextAndNoIconForUnknownType) {
                     ErrorLine("Failed to set Resource = ", kItemListSource, "m_GetItemContent")));
 }
 
-TEST_F(QELItemListTest, ReturnsTextForPartsThatStartWithTextPart) {
+TEST_F(QELItemListTest, ReturnsTextForPartsThatBeginWithElmText) {
     AddFailed(ItemOfType("rnsc", "N"));
     m_List.Create(&ad);
     EXPECT_EQ(TextFor(0, "elm.text"), "N");
@@ -366,7 +366,7 @@ TEST_F(QELItemListTest, ReturnsTextForPartsThatStartWithTextPart) {
     EXPECT_EQ(TextFor(0, ""), std::nullopt);
 }
 
-TEST_F(QELItemListTest, ReturnsNoTextForIndexBeyondStore) {
+TEST_F(QELItemListTest, ReturnsNoTextForIndexOutOfRange) {
     AddFailed(ItemOfType("rnsc", "N"));
     m_List.Create(&ad);
     FakeLog::Clear();
@@ -390,7 +390,7 @@ TEST_F(QELItemListStoreTest, ReturnsNoTextAndNoIconWithoutResultStore) {
     EXPECT_THAT(FakeLog::Lines(), ElementsAre(storeError, storeError));
 }
 
-// --- row icons
+// --- Tests of the icons of the rows
 
 struct RowIcon {
     const char* type;
@@ -467,7 +467,7 @@ TEST_F(QELItemListTest, LogsMissingIconFileAndReturnsEmptyImage) {
     EXPECT_EQ(HintsOf(icon), (Hints{35, 35, 35, 35}));
 }
 
-TEST_F(QELItemListTest, KeepsIconAtSeventyUnitsAtEveryScale) {
+TEST_F(QELItemListTest, MultipliesIconSizeByScale) {
     AddFailed(ItemOfType("bt", "N"));
     m_List.Create(&ad);
     const struct {
@@ -496,7 +496,7 @@ TEST_F(QELItemListTest, EnablesAlphaOfEveryIcon) {
     }
 }
 
-TEST_F(QELItemListTest, ReturnsIconForPartsThatStartWithIconPart) {
+TEST_F(QELItemListTest, ReturnsIconForPartsThatBeginWithElmSwallowIcon) {
     AddFailed(ItemOfType("bt", "N"));
     m_List.Create(&ad);
     EXPECT_NE(IconFor(0, "elm.swallow.icon"), nullptr);
@@ -518,7 +518,7 @@ TEST_F(QELItemListTest, CreatesImageBeforeCheckingIndex) {
     EXPECT_THAT(FakeLog::Lines(), IsEmpty());
 }
 
-// --- press
+// --- Tests of OnPress
 
 TEST_F(QELItemListTest, ShowsPopupBeforeWorkerStarts) {
     AddFailed(AnalysableItem("A"));
@@ -710,7 +710,7 @@ TEST_F(QELItemListDeathTest, TerminatesProcessOnMalformedCodeInWorker) {
         "std::invalid_argument");
 }
 
-// --- unselect
+// --- Tests of OnUnselect
 
 TEST_F(QELItemListTest, SelectsUnselectedRowAgain) {
     AddFailed(ItemOfType("rnsc", "A"));
@@ -745,7 +745,7 @@ TEST_F(QELItemListTest, KeepsPressedRowSelectedAndHandlesSecondPress) {
     EXPECT_TRUE(elm_genlist_item_selected_get(Row(1)));
 }
 
-// --- destroy
+// --- Tests of Destroy
 
 TEST_F(QELItemListTest, DeletesListThenBackground) {
     AddFailed(ItemOfType("bt", "A"));

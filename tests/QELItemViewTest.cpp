@@ -43,7 +43,7 @@ protected:
         Screen::ProcessEvents(ad.win);
     }
 
-    // Also creates the list and connects its focus signal as QELWindow does.
+    // Creates the list and the view. Connects the focus signal of the list as QELWindow does.
     void CreateWithList() {
         m_List.Create(&ad);
         Create();
@@ -60,8 +60,8 @@ protected:
         return item;
     }
 
-    // Renders first, because a cleared label returns its old text until the next frame. A label
-    // that never had a text returns a line break.
+    // Returns the text of the photo label. Renders first, because a cleared label keeps its old
+    // text until the next frame. A label that never had a text contains a line break.
     std::string PhotoText() {
         Screen::Render(ad.win);
         const std::string text = TextOf(ad.itemLabel);
@@ -87,7 +87,7 @@ protected:
     std::string m_PhotoPath;
 };
 
-// --- create
+// --- Tests of Create
 
 TEST_F(QELItemViewTest, RejectsCreateWithoutAppData) {
     ExpectRecordIsNeeded(m_View, &QELItemView::Create, "Create", kItemViewSource);
@@ -192,7 +192,7 @@ TEST_F(QELItemViewTest, SetsStyleAndEllipsisOfInformationPanels) {
     }
 }
 
-// --- placing
+// --- Tests of the placing of objects
 
 TEST_F(QELItemViewTest, FillsEachOfItsCells) {
     Create();
@@ -201,12 +201,12 @@ TEST_F(QELItemViewTest, FillsEachOfItsCells) {
     ExpectPlaced(m_View, TABLE_LOCATION_ITEM_VIEW, {1, 1, 2, 6});
 }
 
-TEST_F(QELItemViewTest, ShowsWithoutPlacingAtOtherLocations) {
+TEST_F(QELItemViewTest, ShowsButDoesNotPlaceObjectAtOtherLocations) {
     Create();
     ExpectShownButNotPlaced(m_View, {0, 1, 4, 6, 7, 8, 9}, kItemViewSource);
 }
 
-// --- panel texts
+// --- Tests of the texts of the information panels
 
 TEST_F(QELItemViewTest, ShowsSummaryThenNetworkInLeftPanel) {
     QELXmlParser* parser = QELXmlParser::GetInstance();
@@ -303,7 +303,7 @@ TEST_F(QELItemViewStoreTest, IgnoresUpdateWithoutResultStore) {
                 ElementsAre(ErrorLine("failed to get instance\n", "QELXmlParser.cpp")));
 }
 
-// --- font size
+// --- Tests of the font size
 
 struct FontSize {
     int newlines;
@@ -352,7 +352,7 @@ TEST_F(QELItemViewTest, ShrinksFontForLineFeedsInData) {
     }
 }
 
-// --- photo and information
+// --- Tests of the photo and the information panels
 
 TEST_F(QELItemViewTest, ShowsPhotoForImageItem) {
     AddFailed(ImageItem(m_PhotoPath));
@@ -403,7 +403,8 @@ TEST_F(QELItemViewTest, DrawsPhotoOverWholeItemView) {
     };
     const Area view = Screen::AreaOf(ad.itemLabel);
     EXPECT_EQ(Screen::AreaOf(ad.itemImage), view);
-    // The photo is a square and keeps its aspect ratio. Loading may take a frame.
+    // The photo is a square and keeps its aspect ratio. The toolkit can load the photo after the
+    // first frame.
     EXPECT_TRUE(Screen::PumpUntil([&] {
         return Screen::Render(ad.win).Count(view, isRed) > view.height * view.height * 9 / 10;
     }));
@@ -451,7 +452,7 @@ TEST_F(QELItemViewTest, ShowsNoPhotoAndNoTextWithoutPath) {
     Update(0);
     ExpectPhotoShown();
     EXPECT_EQ(PhotoText(), "");
-    // The path is read for the log line, for the image and for the label.
+    // The application reads the path for the log line, for the image and for the label.
     EXPECT_EQ(FakeLog::Count("Invalid KEY[detailed]!!\n"), 3);
 }
 
@@ -515,7 +516,7 @@ TEST_F(QELItemViewTest, IgnoresUpdateWithoutAppData) {
     EXPECT_THAT(ToolkitCalls::Take({}), IsEmpty());
 }
 
-TEST_F(QELItemViewTest, IgnoresRowBeyondStore) {
+TEST_F(QELItemViewTest, IgnoresRowWithoutFailedItem) {
     AddFailed(ItemOfType("bt", "A"));
     AddFailed(ImageItem(m_PhotoPath));
     CreateWithList();
@@ -526,7 +527,7 @@ TEST_F(QELItemViewTest, IgnoresRowBeyondStore) {
                 ElementsAre(InfoLine("index : 1, resultSize : 1", kItemViewSource, "Update")));
 }
 
-// --- destroy
+// --- Tests of Destroy
 
 TEST_F(QELItemViewTest, DeletesWidgetsInOrder) {
     Create();

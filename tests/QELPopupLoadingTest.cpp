@@ -44,14 +44,14 @@ protected:
         ToolkitCalls::Start();
     }
 
-    // Makes the application's calls that precede the start of a worker.
+    // Makes the calls that the application makes before it starts a worker.
     void ShowAndStart() {
         m_PopupLoading->Show();
         m_PopupLoading->SetText("Title", "Please wait");
         m_PopupLoading->Start();
     }
 
-    // Makes the last calls of a worker on another thread and waits for their end.
+    // Makes the last calls of a worker on another thread and waits until the calls return.
     static void FinishWorker(const std::string& text) {
         std::thread([text] {
             QELPopupLoading::SetResultText(text);
@@ -91,7 +91,7 @@ protected:
     QELPopupLoading* m_PopupLoading = nullptr;
 };
 
-// --- instance
+// --- Tests of the single instance
 
 TEST_F(QELPopupLoadingTest, ReturnsSameInstance) {
     ASSERT_NE(m_PopupLoading, nullptr);
@@ -99,7 +99,7 @@ TEST_F(QELPopupLoadingTest, ReturnsSameInstance) {
     EXPECT_THAT(FakeLog::Lines(), IsEmpty());
 }
 
-TEST_F(QELPopupLoadingTest, StartsWithoutWidgetsAndNotRunning) {
+TEST_F(QELPopupLoadingTest, StartsIdleWithoutWidgets) {
     EXPECT_EQ(m_PopupLoading->m_PopupTable, nullptr);
     EXPECT_EQ(m_PopupLoading->m_AppData, nullptr);
     EXPECT_EQ(QELPopupLoading::m_Popup, nullptr);
@@ -130,7 +130,7 @@ TEST_F(QELPopupLoadingInstanceTest, ReturnsNullOnFailedAllocationAndRetries) {
     EXPECT_NE(QELPopupLoading::GetInstance(), nullptr);
 }
 
-// --- create
+// --- Tests of Create
 
 TEST_F(QELPopupLoadingTest, RejectsCreateWithoutAppData) {
     m_PopupLoading->Create(nullptr);
@@ -193,7 +193,7 @@ TEST_P(QELPopupLoadingRegistrationTest, LogsFailureAndStopsCreate) {
 
 INSTANTIATE_TEST_SUITE_P(Handlers, QELPopupLoadingRegistrationTest, testing::Values(1, 2));
 
-// --- show and hide
+// --- Tests of Show and Hide
 
 TEST_F(QELPopupLoadingTest, ShowsAndPacksWidgetsInOrder) {
     Create();
@@ -225,7 +225,7 @@ TEST_F(QELPopupLoadingTest, PlacesProgressLeftOfLabelAndOkBelowLabel) {
     EXPECT_EQ(Screen::CellOf(QELPopupLoading::m_Button), (Cell{2, 2, 2, 1}));
 }
 
-TEST_F(QELPopupLoadingTest, ShowsWithoutPlacingAtOtherLocations) {
+TEST_F(QELPopupLoadingTest, ShowsButDoesNotPlaceObjectAtOtherLocations) {
     Create();
     for (const int location : {3, -1, 9}) {
         FakeLog::Clear();
@@ -249,7 +249,8 @@ TEST_F(QELPopupLoadingTest, RejectsShowBeforeCreate) {
 
 TEST_F(QELPopupLoadingTest, ReportsFirstMissingWidgetOnShowAndHide) {
     Create();
-    // Cleared from the last to the first, so that each one becomes the first missing widget.
+    // The test clears the widgets from the last to the first, so that each becomes the first
+    // missing widget.
     const std::vector<std::pair<Evas_Object**, std::string>> widgets = {
         {&QELPopupLoading::m_Button, "m_Button"},
         {&QELPopupLoading::m_PopupProgress, "m_PopupProgress"},
@@ -288,7 +289,7 @@ TEST_F(QELPopupLoadingTest, HidesAllWidgetsInOrder) {
     EXPECT_FALSE(IsPopupVisible());
 }
 
-// --- texts
+// --- Tests of SetText
 
 TEST_F(QELPopupLoadingTest, EscapesContentAfterOpenPrefix) {
     Create();
@@ -318,9 +319,9 @@ TEST_F(QELPopupLoadingTest, RejectsEachTextWithoutItsWidget) {
             ErrorLine("m_PopupLabel is not ready", kPopupLoadingSource, "m_SetContentText")));
 }
 
-// --- start
+// --- Tests of Start
 
-TEST_F(QELPopupLoadingTest, EntersRunningStateInOrder) {
+TEST_F(QELPopupLoadingTest, StartsPulseThenTimerThenDisablesOk) {
     Create();
     m_PopupLoading->Start();
     EXPECT_THAT(ToolkitCalls::Take(AllNames()),
@@ -386,7 +387,7 @@ TEST_F(QELPopupLoadingTest, KeepsTimerAndButtonStateOnSecondStart) {
                             ErrorLine("timer is in used", kPopupLoadingSource, "Start")));
 }
 
-// --- poll and stop
+// --- Tests of polling and Stop
 
 TEST_F(QELPopupLoadingTest, KeepsPollingWhileRunningFlagIsSet) {
     Create();
@@ -430,7 +431,8 @@ TEST_F(QELPopupLoadingTest, StopsAtFirstPollWhenWorkerFinishesEarlier) {
     Create();
     m_PopupLoading->Show();
     m_PopupLoading->SetText("Title", "Please wait");
-    // The clock starts before the timer exists. A delay in this test only lengthens the time.
+    // The measurement starts before the timer exists, so a delay of the test only lengthens the
+    // time.
     const double start = ecore_time_get();
     m_PopupLoading->Start();
     FinishWorker("Done");
@@ -448,7 +450,7 @@ TEST_F(QELPopupLoadingTest, StopsAtFirstPollWhenWorkerFinishesEarlier) {
     EXPECT_EQ(Content(), kPopupContentPrefix + "Done");
 }
 
-TEST_F(QELPopupLoadingTest, LeavesRunningStateOnStop) {
+TEST_F(QELPopupLoadingTest, ShowsResultAndFocusesOkOnStop) {
     Create();
     ShowAndStart();
     FinishWorker("It is <done> & well");
@@ -461,7 +463,7 @@ TEST_F(QELPopupLoadingTest, LeavesRunningStateOnStop) {
     EXPECT_EQ(Content(), kPopupContentPrefix + "It is &lt;done&gt; &amp; well");
 }
 
-TEST_F(QELPopupLoadingTest, StopsInOrder) {
+TEST_F(QELPopupLoadingTest, DeletesTimerThenStopsPulseThenEnablesOk) {
     Create();
     m_PopupLoading->Start();
     ToolkitCalls::Start();
@@ -537,7 +539,7 @@ TEST_F(QELPopupLoadingTest, ShowsPreviousResultWhenLaterWorkerSetsNoResult) {
     EXPECT_EQ(Content(), kPopupContentPrefix + "First");
 }
 
-// --- running flag
+// --- Tests of the running flag
 
 TEST_F(QELPopupLoadingTest, SetsReadsAndLogsRunningFlag) {
     QELPopupLoading::SetRunningFlag(true);
@@ -603,7 +605,7 @@ TEST_F(QELPopupLoadingLockTest, SetsResultTextWithoutLock) {
     EXPECT_EQ(QELPopupLoading::m_ResultText, "Done");
 }
 
-// --- OK
+// --- Tests of OnOkPress
 
 TEST_F(QELPopupLoadingTest, HidesPopupAndKeepsWidgetsOnOk) {
     Create();
@@ -649,7 +651,7 @@ TEST_F(QELPopupLoadingTest, LogsOkPressBeforeCreate) {
                 ElementsAre(InfoLine("OK button is pressed.", kPopupLoadingSource, "OnOkPress")));
 }
 
-TEST_F(QELPopupLoadingTest, HandlesOkPressBeforeLogCapture) {
+TEST_F(QELPopupLoadingTest, HandlesOkPressBeforeLogCaptureButton) {
     Create();
     m_PopupLoading->Show();
     evas_object_smart_callback_call(QELPopupLoading::m_Button, "clicked", nullptr);
@@ -658,7 +660,7 @@ TEST_F(QELPopupLoadingTest, HandlesOkPressBeforeLogCapture) {
                             InfoLine("Press OK in popup is pressed.", "QELButtonLogCapture.cpp")));
 }
 
-// --- drawing
+// --- Tests of the drawn popup
 
 TEST_F(QELPopupLoadingTest, DrawsPopupOnlyWhileShown) {
     Create();
@@ -675,7 +677,7 @@ TEST_F(QELPopupLoadingTest, DrawsPopupOnlyWhileShown) {
     EXPECT_EQ(before.At(label.x, label.y), after.At(label.x, label.y));
 }
 
-// --- destroy
+// --- Tests of Destroy
 
 TEST_F(QELPopupLoadingTest, StopsThenDeletesWidgetsInOrder) {
     Create();

@@ -1,4 +1,4 @@
-// Tests of the file counters and of the cells of QELUtil.
+// Tests the file counters and the table cells of QELUtil.
 
 #include "QELUtil.h"
 
@@ -55,17 +55,18 @@ TEST_P(QELUtilNumberTest, WritesNextNumber) {
     EXPECT_TRUE(FakeLog::Lines().empty());
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Contents, QELUtilNumberTest,
-    testing::Values(CountCase{"41\n", "42\n"}, CountCase{"41", "42\n"},
-                    CountCase{"  7 extra", "8\n"}, CountCase{"-3", "-2\n"}, CountCase{"-1", "0\n"},
-                    CountCase{"+5\n", "6\n"}, CountCase{"12abc\n", "13\n"},
-                    CountCase{"0x10", "1\n"}, CountCase{"007", "8\n"},
-                    CountCase{"\n\t 9\n10\n", "10\n"}, CountCase{"3.9", "4\n"},
-                    CountCase{"2147483646", "2147483647\n"},
-                    CountCase{"-2147483648", "-2147483647\n"},
-                    // The largest int is followed by the smallest, without undefined behaviour.
-                    CountCase{"2147483647", "-2147483648\n"}));
+INSTANTIATE_TEST_SUITE_P(Contents, QELUtilNumberTest,
+                         testing::Values(CountCase{"41\n", "42\n"}, CountCase{"41", "42\n"},
+                                         CountCase{"  7 extra", "8\n"}, CountCase{"-3", "-2\n"},
+                                         CountCase{"-1", "0\n"}, CountCase{"+5\n", "6\n"},
+                                         CountCase{"12abc\n", "13\n"}, CountCase{"0x10", "1\n"},
+                                         CountCase{"007", "8\n"}, CountCase{"\n\t 9\n10\n", "10\n"},
+                                         CountCase{"3.9", "4\n"},
+                                         CountCase{"2147483646", "2147483647\n"},
+                                         CountCase{"-2147483648", "-2147483647\n"},
+                                         // The count wraps from the largest to the smallest int
+                                         // without undefined behaviour.
+                                         CountCase{"2147483647", "-2147483648\n"}));
 
 class QELUtilInvalidNumberTest : public QELUtilTest,
                                  public testing::WithParamInterface<const char*> {};
@@ -101,7 +102,7 @@ TEST_F(QELUtilTest, RejectsFolderInsteadOfFile) {
     EXPECT_TRUE(fs::is_directory(PrivateData::Path(kCounter)));
 }
 
-TEST_F(QELUtilTest, IgnoresMissingFolder) {
+TEST_F(QELUtilTest, ReturnsTrueForMissingFolder) {
     EXPECT_TRUE(QELUtil::IncreaseCount(PrivateData::Path("missing/counter")));
     EXPECT_TRUE(FakeLog::Lines().empty());
     EXPECT_TRUE(PrivateData::Names().empty());
@@ -113,7 +114,7 @@ TEST_F(QELUtilTest, RejectsFifoWithoutBlocking) {
     EXPECT_TRUE(LoggedError("failed to get data", "QELUtil.cpp"));
 }
 
-TEST_F(QELUtilTest, RejectsDeviceWithoutEnd) {
+TEST_F(QELUtilTest, RejectsEndlessDevice) {
     fs::create_symlink("/dev/zero", PrivateData::Path(kCounter));
     EXPECT_FALSE(QELUtil::IncreaseCount(PrivateData::Path(kCounter)));
     EXPECT_TRUE(LoggedError("failed to get data", "QELUtil.cpp"));
@@ -124,9 +125,9 @@ TEST_F(QELUtilTest, CreatesOnlyCounterFile) {
     EXPECT_THAT(PrivateData::Names(), testing::ElementsAre(kCounter));
 }
 
-// A thread reads the file repeatedly while the count changes. An empty file would be the result of
-// a process that exits at that moment.
-TEST_F(QELUtilTest, NeverLeavesEmptyFile) {
+// A thread reads the file repeatedly while the count changes. A process that exits while the file
+// is empty would lose the count.
+TEST_F(QELUtilTest, KeepsFileNonEmptyDuringUpdates) {
     const std::string path = PrivateData::Path(kCounter);
     std::atomic<bool> isDone = false;
     int emptyReads = 0;
@@ -173,7 +174,7 @@ TEST_F(QELUtilTest, LeavesNoFileWhenNewCounterCannotBeRenamed) {
 }
 
 // /proc/self/stat begins with a number, and not even root can write it.
-TEST_F(QELUtilTest, IgnoresFailedWrite) {
+TEST_F(QELUtilTest, ReturnsTrueForFailedWrite) {
     EXPECT_TRUE(QELUtil::IncreaseCount("/proc/self/stat"));
     EXPECT_TRUE(FakeLog::Lines().empty());
 }

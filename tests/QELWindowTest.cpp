@@ -30,7 +30,7 @@ using testing::IsEmpty;
 
 const char* const kWindowSource = "QELWindow.cpp";
 
-// A result file with two failed items and data for every panel.
+// A result file with two failed items and values for every panel.
 const char* const kResultFileContent =
     "<run><Information><model>M1</model></Information>"
     "<Network><type>wifi</type></Network><Summary><duration>60</duration></Summary>"
@@ -84,7 +84,7 @@ protected:
     QELWindow m_Window;
 };
 
-// --- create
+// --- Tests of Create
 
 TEST_F(QELWindowTest, OwnsNothingBeforeCreate) {
     ExpectNothingOwned();
@@ -130,7 +130,7 @@ TEST_F(QELWindowTest, CreatesWindowTableBackgroundAndTitleInOrder) {
                             "elm_popup_add(popup, win)"));
 }
 
-TEST_F(QELWindowTest, SetsPropertiesInOrder) {
+TEST_F(QELWindowTest, SetsWidgetPropertiesInOrder) {
     std::vector<std::string> steps;
     const std::vector<std::string> observedCalls = {"elm_table_add",
                                                     "elm_table_homogeneous_set",
@@ -241,7 +241,7 @@ TEST_F(QELWindowTest, PlacesDetailPanelAtBottomOfItemView) {
     EXPECT_LE(Screen::AreaOf(ad.itemList).Right(), view.x);
 }
 
-// --- background and title
+// --- Tests of the background and the title
 
 TEST_F(QELWindowTest, LoadsBackgroundFromMenuResources) {
     FakeServices::SetResourceFolder("/res");
@@ -312,7 +312,7 @@ TEST_F(QELWindowTest, DrawsGreyTitleOnTranslucentWhiteBar) {
     EXPECT_GT(picture.At(5, bar.Bottom() - 1).red, picture.At(5, bar.Bottom() + 1).red);
 }
 
-// --- placing
+// --- Tests of the placing of objects
 
 TEST_F(QELWindowTest, FillsEachOfItsCells) {
     Create();
@@ -320,12 +320,12 @@ TEST_F(QELWindowTest, FillsEachOfItsCells) {
     ExpectPlaced(m_Window, TABLE_LOCATION_BACKGROUND, {0, 0, 3, 8});
 }
 
-TEST_F(QELWindowTest, ShowsWithoutPlacingAtOtherLocations) {
+TEST_F(QELWindowTest, ShowsButDoesNotPlaceObjectAtOtherLocations) {
     Create();
     ExpectShownButNotPlaced(m_Window, {0, 2, 3, 4, 5, 6, 7, 8, 10, -1}, kWindowSource);
 }
 
-// --- views
+// --- Tests of the creation of the views
 
 TEST_F(QELWindowTest, CreatesViewsInOrder) {
     Create();
@@ -439,7 +439,7 @@ void PrintTo(const BadFile& file, std::ostream* out) {
 
 class QELWindowBadFileTest : public QELWindowTest, public testing::WithParamInterface<BadFile> {};
 
-TEST_P(QELWindowBadFileTest, ShowsOtherFileWhenMainFileIsBad) {
+TEST_P(QELWindowBadFileTest, ShowsRnscFileWhenMainFileIsBad) {
     PrivateData::Clean();
     PrivateData::WriteRnsc(kResultFileContent);
     if (GetParam().content == nullptr) {
@@ -466,7 +466,7 @@ INSTANTIATE_TEST_SUITE_P(
                     BadFile{"noLists", "<run><Information></Information></run>"}),
     [](const auto& test) { return std::string(test.param.label); });
 
-// --- connections
+// --- Tests of the registered handlers
 
 TEST_F(QELWindowTest, ConnectsSixHandlersInOrder) {
     Create();
@@ -578,7 +578,7 @@ TEST_F(QELWindowTest, BrightensDetailPanelOnFocus) {
     EXPECT_EQ(Screen::ColourOf(panel).back(), 20);
 }
 
-// --- destroy
+// --- Tests of Destroy
 
 TEST_F(QELWindowTest, DeletesWidgetsInOrder) {
     Create();

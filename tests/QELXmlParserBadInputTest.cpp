@@ -1,4 +1,4 @@
-// Tests how QELXmlParser handles unreadable and broken result files, and the log lines.
+// Tests how QELXmlParser handles and logs unreadable and broken result files.
 
 #include <libxml/parser.h>
 #include <libxml/xmlerror.h>
@@ -24,7 +24,7 @@ using testing::HasSubstr;
 
 const char* const kReportStart = "XML Parsing ERROR, xmlParseFile Failed\n";
 
-// Returns a valid result file. The name is part of every text.
+// Returns a valid result file in which every text contains the name.
 std::string MakeGoodFile(const std::string& name) {
     return xml::Document(
         xml::Section("Information", {{"model", "model of " + name}}) +
@@ -35,8 +35,8 @@ std::string MakeGoodFile(const std::string& name) {
         xml::Element("FAnetTest", xml::Item({{"name", name + " fanet"}, {"result", "fail"}})));
 }
 
-// Parses the broken file and returns the report that its libxml2 error record must give.
-// Clears the error record.
+// Parses the broken file with libxml2. Returns the report that the application must log for the
+// error record, and clears the record.
 std::string MakeExpectedReport(const std::string& path) {
     xmlFreeDoc(xmlParseFile(path.c_str()));
     const auto* error = xmlGetLastError();
@@ -181,7 +181,8 @@ TEST_F(QELXmlParserBadInputTest, ReadsMainFileWhenRnscFileIsFolder) {
     EXPECT_EQ(Store().GetNumOfResult(), 1U);
 }
 
-// A socket cannot be opened. Its error record has no file name, and the null text ends the report.
+// libxml2 cannot open a socket. The error record has no file name, and the null text ends the
+// report.
 TEST_F(QELXmlParserBadInputTest, EndsReportAtMissingFileName) {
     const int socketFd = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
     ASSERT_GE(socketFd, 0);

@@ -64,8 +64,8 @@ std::string MakeFullFile(const std::string& prefix) {
                          MakeFullSection("Network", prefix) + MakeFullSection("Summary", prefix));
 }
 
-// Returns a file whose Network section has both regular values and the network failure. An item
-// follows the sections.
+// Returns a file with an item, whose Network section has both regular values and the network
+// failure.
 std::string MakeNetworkFailureFile(const std::string& failedInfo) {
     return xml::Document(MakeFullSection("Information", "x ") +
                          xml::Element("Network",
@@ -212,7 +212,7 @@ TEST_F(QELXmlParserSectionsTest, ClearsEveryValueBeforeParsingAgain) {
     xmlFreeDoc(previous);
 }
 
-// Both result files
+// --- Tests of both result files
 
 TEST_F(QELXmlParserSectionsTest, PrefersMainFileValues) {
     PrivateData::WriteRnsc(MakeFullFile("rnsc "));
@@ -249,7 +249,7 @@ TEST_F(QELXmlParserSectionsTest, UsesFirstOfTwoEqualElements) {
               "1");
 }
 
-// Network failure
+// --- Tests of the network failure
 
 TEST_F(QELXmlParserSectionsTest, StoresNetworkFailureAsOnlyItem) {
     const QELXmlParser& store = Load(MakeNetworkFailureFile(kFullFailedInfo));

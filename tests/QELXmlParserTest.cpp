@@ -97,7 +97,7 @@ std::string MakeReversedSection(const std::string& tag, const std::vector<std::s
 
 class QELXmlParserTest : public StoreTest {};
 
-// Instance
+// --- Tests of the single instance
 
 TEST_F(QELXmlParserTest, HasVirtualDestructor) {
     EXPECT_TRUE(std::has_virtual_destructor_v<QELXmlParser>);
@@ -112,7 +112,7 @@ TEST_F(QELXmlParserTest, ReturnsSameInstance) {
     EXPECT_THAT(FakeLog::Lines(), IsEmpty());
 }
 
-TEST_F(QELXmlParserTest, ParsesFilesOfAnyFolder) {
+TEST_F(QELXmlParserTest, ParsesFilesInAnyFolder) {
     PrivateData::WriteMain("<data/>");
     const fs::path folder = fs::temp_directory_path() / ("run" + std::to_string(getpid()));
     fs::create_directory(folder);
@@ -153,7 +153,7 @@ TEST_F(QELXmlParserTest, StartsEmpty) {
     EXPECT_THAT(FakeLog::Lines(), IsEmpty());
 }
 
-// Both result files
+// --- Tests of both result files
 
 TEST_F(QELXmlParserTest, SucceedsWithoutResultFiles) {
     EXPECT_TRUE(Store().ParseFile());
@@ -228,7 +228,7 @@ TEST_F(QELXmlParserTest, KeepsListCapacityWhenCleared) {
     xmlFreeDoc(previous);
 }
 
-// Document ownership
+// --- Tests of the ownership of documents
 
 TEST_F(QELXmlParserTest, FreesFirstDocumentBeforeSecondParse) {
     PrivateData::WriteRnsc(xml::DocumentOf({}));
@@ -272,13 +272,13 @@ TEST_F(QELXmlParserTest, FreesDocumentOnDestruction) {
     EXPECT_THAT(XmlSpy::DocumentCalls(), ElementsAre("free qelXml.xml"));
 }
 
-TEST_F(QELXmlParserTest, DestroysStoreWithoutDocument) {
+TEST_F(QELXmlParserTest, FreesNullOnDestructionWithoutDocument) {
     auto store = std::make_unique<QELXmlParser>();
     store.reset();
     EXPECT_THAT(XmlSpy::DocumentCalls(), ElementsAre("free null"));
 }
 
-// One result file
+// --- Tests of the elements of a result file
 
 TEST_F(QELXmlParserTest, AcceptsAnyRootElement) {
     PrivateData::WriteMain(
@@ -378,7 +378,7 @@ TEST_F(QELXmlParserTest, LeavesResultFilesUnchanged) {
     EXPECT_THAT(PrivateData::Names(), ElementsAre("qelRnscXml.xml", "qelXml.xml"));
 }
 
-// Node and text helpers
+// --- Tests of the node and text helpers
 
 TEST_F(QELXmlParserTest, LogsNullParentInNodeSearch) {
     EXPECT_EQ(QELXmlParser::m_FindNodeWithTagInfo(nullptr, "a"), nullptr);
@@ -482,7 +482,7 @@ TEST_P(QELXmlParserReplaceTest, ReplacesEveryMatchInOriginalText) {
     EXPECT_EQ(text, GetParam().result);
 }
 
-TEST_F(QELXmlParserTest, ReplacesAMillionMarksInLinearTime) {
+TEST_F(QELXmlParserTest, ReplacesManyMatchesInLinearTime) {
     std::string text(1'000'000, '^');
     EXPECT_LT(UsedTime([&] { QELXmlParser::m_ReplaceString(text, "^", "\n\n"); }),
               std::chrono::seconds(2));
@@ -494,7 +494,7 @@ INSTANTIATE_TEST_SUITE_P(
     testing::Values(ReplacementCase{"", ";", "\n", ""}, ReplacementCase{"abc", ";", "\n", "abc"},
                     ReplacementCase{";a;;b;", ";", "\n", "\na\n\nb\n"},
                     ReplacementCase{"a^b", "^", "\n\n", "a\n\nb"},
-                    // The search skips the inserted text; otherwise the loop is endless.
+                    // The search must skip the inserted text, or the loop is endless.
                     ReplacementCase{"a;b", ";", ";;", "a;;b"},
                     ReplacementCase{";;", ";", "x;", "x;x;"},
                     ReplacementCase{"aaa", "aa", "b", "ba"},

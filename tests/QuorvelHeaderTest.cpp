@@ -1,4 +1,4 @@
-// Tests of the record and the numbers that inc/quorvel.h defines.
+// Tests the record and the numbers that inc/quorvel.h defines.
 
 #include <gmock/gmock.h>
 
@@ -26,7 +26,7 @@ TEST(QuorvelHeaderTest, KeepsOrderOfRecordFields) {
                                    offsetof(_appdata, infoLabelRight),
                                    offsetof(_appdata, logCaptureButton)};
     EXPECT_EQ(offsets[0], 0U);
-    // No offset is greater than or equal to the next one.
+    // No offset is greater than or equal to the next offset.
     EXPECT_EQ(std::adjacent_find(std::begin(offsets), std::end(offsets), std::greater_equal<>()),
               std::end(offsets));
 }

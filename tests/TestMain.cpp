@@ -1,5 +1,5 @@
-// The entry point of the test program. It mounts a temporary folder at the fixed data path and runs
-// the tests.
+// The entry point of the test program. Mounts a temporary folder at the fixed path of the data
+// folder and runs the tests.
 
 #include <gmock/gmock.h>
 

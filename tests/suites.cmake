@@ -2,8 +2,8 @@
 #
 #     add_suites(PROGRAM [PREFIX])
 #
-# PREFIX begins the names of the tests. A process for each suite costs seconds in all; a process for
-# each case would cost more than a minute.
+# The names of the tests begin with PREFIX. A process for each suite costs seconds in all; a process
+# for each case would cost more than a minute.
 #
 # After each build of the program, this file runs as a script and asks the program for its suites.
 # A new suite therefore needs no line in a CMake file.
@@ -16,7 +16,7 @@ function(add_suites program)
     COMMAND ${CMAKE_COMMAND} -D PROGRAM=$<TARGET_FILE:${program}> -D PREFIX=${ARGN} -D LIST=${list}
             -P ${suites_script}
     VERBATIM)
-  # Without a build of the program there is one test, which fails.
+  # If the program is not built, CTest has one test for the program, and this test fails.
   set(include ${CMAKE_CURRENT_BINARY_DIR}/${program}-include.cmake)
   file(WRITE ${include} "if(EXISTS \"${list}\")
   include(\"${list}\")
@@ -39,7 +39,7 @@ list(TRANSFORM suites STRIP)
 set(tests "")
 foreach(suite IN LISTS suites)
   string(REGEX REPLACE "\\.$" "" name "${PREFIX}${suite}")
-  # The main function of the tests returns 77 if it skipped a case and none failed.
+  # The main function of the tests returns 77 if a case was skipped and no case failed.
   string(APPEND tests "add_test([[${name}]] [[${PROGRAM}]] [[--gtest_filter=${suite}*]])
 set_tests_properties([[${name}]] PROPERTIES TIMEOUT 600 SKIP_RETURN_CODE 77)
 ")

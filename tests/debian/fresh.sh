@@ -1,12 +1,12 @@
 #!/bin/sh
-# Installs the Debian package in a new Debian 12, shows and reports the example run as root and as a
-# user, and removes the package. No file remains in the system:
+# Installs the Debian package in a new Debian 12. Shows and reports the example run as root and as a
+# user. Removes the package and checks that no file remains in the system:
 #
 #     fresh.sh PACKAGE
 #
-# The system contains what the package depends on, not what it recommends, and the programs of the test.
-# It is made from the mirrors that apt uses here. Exits with status 77 and the reason where that is not
-# possible: without root, without namespaces or without such a mirror.
+# The system contains the dependencies of the package, without recommended packages, and the programs of the
+# test. It is created from the mirrors that apt uses on this machine. Without root, without namespaces or
+# without such a mirror, the test prints the reason and exits with status 77.
 set -eu
 unset CDPATH
 
@@ -29,7 +29,7 @@ skip() {
     exit 77
 }
 
-# Prints apt's own sources of the release.
+# Prints the sources that apt uses for the release.
 mirrors() {
     # shellcheck disable=SC2016 # for apt
     apt-get indextargets --format '$(ORIGIN) $(RELEASE) $(REPO_URI) $(COMPONENT)' \
@@ -40,7 +40,7 @@ mirrors() {
     done
 }
 
-# The names of the packages that the package depends on, separated by commas.
+# Prints the names of the packages that the package depends on, separated by commas.
 dependencies() {
     dpkg-deb -f "$package" Depends | sed 's/([^)]*)//g; s/|[^,]*//g; s/ //g'
 }
@@ -51,11 +51,11 @@ make_system() {
     apt-config dump | grep -E '^Acquire::(https?|Check|Retries)' >"$work/options" || true
     mmdebstrap --mode=root --variant=minbase --aptopt="$work/options" --dpkgopt=force-unsafe-io \
         --include="$(dependencies),desktop-file-utils,shared-mime-info,xdotool,xvfb" \
-        "$release" "$system" "$work/sources" >"$work/log" 2>&1 || fail "the system is not made"
+        "$release" "$system" "$work/sources" >"$work/log" 2>&1 || fail "cannot create the system"
     chroot "$system" useradd --create-home --uid 1000 user
 }
 
-# Runs a command in the system, in a copy of the sources, with a /tmp of its own.
+# Runs a command in the system, with read-only samples and test scripts in /mnt and a private /tmp.
 in_system() {
     bwrap --bind "$system" / --dev /dev --proc /proc --perms 1777 --tmpfs /tmp --tmpfs /mnt \
         --ro-bind "$root/debian" /mnt/debian --ro-bind "$root/samples" /mnt/samples \
@@ -68,8 +68,8 @@ as_user() {
     in_system setpriv --reuid=1000 --regid=1000 --clear-groups "$@"
 }
 
-# Prints type, mode, owner, path and content of each file of the system. The records of the package
-# manager differ.
+# Prints path, type, mode, owner, group and checksum of each file of the system. Omits the records
+# of the package manager, which differ.
 inventory() {
     (cd -- "$system" && find . -xdev \( -path ./var/lib/dpkg -o -path ./var/log -o -path ./var/cache/debconf \) \
         -prune -o -printf '%p %y %m %U %G %l\n' -type f -exec sha256sum {} +) | LC_ALL=C sort
@@ -80,17 +80,17 @@ bwrap --dev-bind / / true 2>/dev/null || skip "namespaces are not permitted"
 make_system
 inventory >"$work/before"
 
-in_system dpkg --install /mnt/quorvel.deb || fail "the package is not installed"
+in_system dpkg --install /mnt/quorvel.deb || fail "cannot install the package"
 grep -q -F -x 'application/x-quorvel-results+xml=org.tizen.quorvel.desktop;' \
-    "$system/usr/share/applications/mimeinfo.cache" || fail "no program opens result files"
+    "$system/usr/share/applications/mimeinfo.cache" || fail "the desktop has no program for result files"
 in_system debian/tests/shows-sample || fail "root: the example run fails"
 if as_user bwrap --dev-bind / / true; then
     as_user debian/tests/shows-sample || fail "user: the example run fails"
 else
-    echo "fresh: the user's run is skipped: namespaces are not permitted to users" >&2
+    echo "fresh: skipped: the example run as a user: users must not create namespaces" >&2
 fi
 
-in_system dpkg --remove quorvel || fail "the package is not removed"
-in_system dpkg --purge quorvel || fail "the package is not purged"
+in_system dpkg --remove quorvel || fail "cannot remove the package"
+in_system dpkg --purge quorvel || fail "cannot purge the package"
 inventory >"$work/after"
-diff "$work/before" "$work/after" >"$work/log" || fail "the removed package leaves other files"
+diff "$work/before" "$work/after" >"$work/log" || fail "the removed package leaves or changes files"

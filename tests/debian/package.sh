@@ -1,17 +1,17 @@
 #!/bin/sh
-# Builds the Debian package twice, in two folders and as two users, with other time zones, locales and
-# file modes, one after the other. Checks that both builds are equal, and checks the package with lintian:
+# Builds the Debian package twice, in two folders and as two users, with different time zones, locales and
+# file modes. Checks that both builds are equal, and checks the package with lintian:
 #
 #     package.sh FOLDER
 #
-# Leaves the packages in FOLDER. Where the user cannot change, the same user builds twice.
+# Leaves the packages in FOLDER. If the test is not run by root, the same user builds twice.
 set -eu
 unset CDPATH
 
 root=$(cd -- "$(dirname -- "$0")/../.." && pwd)
 mkdir -p "$1"
 result=$(cd -- "$1" && pwd)
-# Not in TMPDIR, which may be private to the user.
+# The folder is not in TMPDIR, which can be private to the user.
 work=$(mktemp -d /tmp/quorvel-package.XXXXXX)
 trap 'rm -rf -- "$work"' EXIT
 trap 'exit 1' HUP INT TERM
@@ -21,7 +21,7 @@ fail() {
     exit 1
 }
 
-# Prints the files of the sources, one on a line. In a clone, ignored files are left out.
+# Prints the files of the sources, one on each line. In a clone, omits ignored files.
 source_files() {
     if [ -e "$root/.git" ]; then
         git -C "$root" ls-files --cached --others --exclude-standard
@@ -32,14 +32,15 @@ source_files() {
     done
 }
 
-# The files get the present time, as in a new clone. The source archive contains the name of the folder.
+# Copies the sources to a folder: FOLDER. The files get the current time, as in a new clone. The source
+# archive contains the name of the folder.
 copy_sources() {
     mkdir -p "$1"
     source_files >"$work/files"
     tar -C "$root" -cf - --verbatim-files-from -T "$work/files" | tar -C "$1" -xmf -
 }
 
-# Builds in the folder $1 with the variables of the environment $2…
+# Builds the package with a command that sets the environment: FOLDER COMMAND…
 build() {
     folder=$1
     shift
@@ -47,14 +48,14 @@ build() {
         tail -n 40 "$work/log" >&2
         fail "the build fails in $folder"
     }
-    ! grep '^dpkg-shlibdeps: warning' "$work/log" >&2 || fail "the package has useless dependencies"
+    ! grep '^dpkg-shlibdeps: warning' "$work/log" >&2 || fail "the package has unused dependencies"
 }
 
 build_as_usual() {
     (umask 022 && build "$work/first/quorvel" env LC_ALL=C.UTF-8 TZ=UTC)
 }
 
-# The first locale that is not a form of C, or C.
+# Prints the first locale that is not a form of C, or C.
 other_locale() {
     locale -a | grep -v -i -E '^(C|POSIX)' | head -n 1 | grep . || echo C
 }
@@ -66,12 +67,12 @@ build_differently() {
         chmod 755 "$work"
         set -- setpriv --reuid=65534 --regid=65534 --clear-groups "$@"
     else
-        echo "package: both builds are by the same user: another user needs root" >&2
+        echo "package: the same user makes both builds: another user needs root" >&2
     fi
     (umask 027 && build "$folder" "$@")
 }
 
-# The list of the sources' checksums is part of the comparison. Only the record of the build differs.
+# Compares all files of both builds except the record of the build, which differs.
 compare() {
     (cd -- "$work/first" && ls -- *.deb *.dsc *.tar.xz) >"$work/packages"
     while read -r name; do
@@ -92,14 +93,14 @@ check_content() {
     dpkg-deb -x "$work"/first/quorvel_*.deb "$work/content"
     for program in quorvel quorvel-view quorvel-report; do
         readelf -hd "$work/content/usr/bin/$program" >"$work/log"
-        grep -q 'Type: *DYN' "$work/log" || fail "$program: has a fixed address"
-        grep -q BIND_NOW "$work/log" || fail "$program: binds functions late"
+        grep -q 'Type: *DYN' "$work/log" || fail "$program: not position-independent"
+        grep -q BIND_NOW "$work/log" || fail "$program: not linked with immediate binding"
         [ -f "$work/content/usr/share/man/man1/$program.1.gz" ] || fail "$program: no manual page"
     done
-    ! grep -r -l -a -F -e "$work" -e "$root" "$work/content" || fail "a file names the build folder"
+    ! grep -r -l -a -F -e "$work" -e "$root" "$work/content" || fail "a file contains the build path"
 }
 
-# Both copies precede the builds, so that both builds have the same sources.
+# Both copies are made before the builds, so that both builds have the same sources.
 copy_sources "$work/first/quorvel"
 copy_sources "$work/second/other-folder/quorvel"
 build_as_usual

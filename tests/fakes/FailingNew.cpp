@@ -5,8 +5,8 @@
 
 namespace {
 
-// The number of non-throwing allocations of this thread up to and including the one that fails; 0
-// when no allocation is to fail.
+// The number of non-throwing allocations of this thread up to and including the failing allocation;
+// 0 if every allocation succeeds.
 thread_local int g_AllocationsLeft = 0;
 
 // Counts one allocation. Returns whether this allocation fails.

@@ -11,8 +11,8 @@ public:
     FailingNew(const FailingNew&) = delete;
     FailingNew& operator=(const FailingNew&) = delete;
 
-    // Returns whether the allocation has failed. A test must check this: without the failure it
-    // tests nothing.
+    // Returns whether the allocation has failed. Every test must check this value, because a test
+    // without the failure tests nothing.
     bool HasFailed() const;
 };
 

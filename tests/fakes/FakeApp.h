@@ -33,13 +33,13 @@ public:
     // Returns the last call of ui_app_main, if there was one.
     static std::optional<MainCall> LastMainCall();
 
-    // Returns a launch request with these values. It is valid until Clear.
+    // Returns a launch request with these values. The request is valid until Clear.
     static app_control_h Request(const std::map<std::string, std::string>& values);
-    // Sets the result of app_control_to_bundle. With any result except 0 it returns no bundle.
+    // Sets the result of app_control_to_bundle. The call returns a bundle only with the result 0.
     static void SetConversionResult(int result);
     // Sets the result of bundle_get_str. The call still stores the value that it finds.
     static void SetValueResult(int result);
-    // Returns the keys that bundle_get_str was called with, in their order.
+    // Returns the keys of all calls of bundle_get_str, in the order of the calls.
     static std::vector<std::string> RequestedKeys();
 };
 

@@ -20,7 +20,7 @@ struct LogState {
     std::function<void(const LogLine&)> observer;
 };
 
-// Never destroyed, because detached workers may still log while the process ends.
+// The state is never destroyed, because detached workers can still log while the process ends.
 LogState& GetLogState() {
     static auto* state = new LogState;
     return *state;

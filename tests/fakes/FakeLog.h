@@ -34,10 +34,11 @@ public:
     static void Clear();
     // Returns all lines since the last Clear, in the order in which they were written.
     static std::vector<LogLine> Lines();
-    // Return only the error lines, or only the information lines.
+    // Returns only the error lines.
     static std::vector<LogLine> Errors();
     // Returns the error lines of one source file.
     static std::vector<LogLine> ErrorsOf(const std::string& file);
+    // Returns only the information lines.
     static std::vector<LogLine> Infos();
     // Return the messages of all lines, or of the error lines.
     static std::vector<std::string> Messages();
@@ -67,8 +68,8 @@ testing::Matcher<const LogLine&> InfoLine(const std::string& message, const std:
 testing::Matcher<const LogLine&> InfoLine(const std::string& message, const std::string& file,
                                           const std::string& function);
 
-// Succeed when the file wrote the message exactly once, as an error line in the system buffer or as
-// an information line in the main buffer. A failure shows the log.
+// Succeed if the file wrote the message exactly once. LoggedError expects an error line in the
+// system buffer, LoggedInfo an information line in the main buffer. A failure shows the log.
 testing::AssertionResult LoggedError(const std::string& message, const std::string& file);
 testing::AssertionResult LoggedInfo(const std::string& message, const std::string& file);
 // Succeeds when no error line was written. A failure shows the error lines.

@@ -31,7 +31,7 @@ ResourceState& Resources() {
     return resources;
 }
 
-// Never destroyed, because a detached worker may still use it while the process ends.
+// The state is never destroyed, because a detached worker can still use it while the process ends.
 CopyState& Copying() {
     static auto* copying = new CopyState;
     return *copying;

@@ -17,24 +17,24 @@ public:
 
     FakeServices() = delete;
 
-    // Deletes the recorded calls. Afterwards a resource path names no file, and a log copy succeeds
-    // at once.
+    // Deletes the recorded calls and restores the defaults: no resource exists, and a log copy
+    // succeeds at once.
     static void Clear();
 
     // Sets the folder of the resources of all applications. A resource path is this folder, a slash
-    // and the relative path. The functions of this group: main thread only.
+    // and the relative path. Call the functions of this group on the main thread only.
     static void SetResourceFolder(const std::string& folder);
     static std::string ResourceFolder();
     // Makes getResourcePath return null.
     static void SetNoResources();
     static std::vector<Lookup> Lookups();
 
-    // Sets the result of a log copy. The functions of this group: any thread.
+    // Sets the result of a log copy. The functions of this group work on any thread.
     static void SetCopyResult(int result);
     // Makes every log copy block until OpenGate.
     static void CloseGate();
     static void OpenGate();
-    // Return the number of log copies that were started, and whether one of them has not returned.
+    // Return the number of started log copies, and whether a log copy is running.
     static int CopiesBegun();
     static bool IsCopying();
     // Returns the thread of the last log copy.

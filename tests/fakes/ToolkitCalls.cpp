@@ -58,7 +58,7 @@ bool IsForeignThread() {
            recorder.mainThread != std::this_thread::get_id();
 }
 
-// Stores the call when it comes from another thread, and returns whether it does.
+// Returns whether this thread is not the main thread. Stores the call in that case.
 bool StoreForeign(const char* function) {
     if (!IsForeignThread()) {
         return false;
@@ -170,8 +170,8 @@ std::vector<std::string> ToolkitCalls::TakeForeignCalls() {
 }
 
 // The linker option --wrap defines the names: a call of f calls __wrap_f, and __real_f is f itself.
-// A creation is recorded after the call, with its result as the first argument. Every other call is
-// recorded before the call, so that the calls it causes follow it.
+// The fake records a creation after the call, with the result as the first argument. It records
+// every other call before the call, so that nested calls follow.
 // NOLINTBEGIN(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp,bugprone-macro-parentheses)
 extern "C" {
 
@@ -301,7 +301,7 @@ void __wrap_evas_object_smart_callback_add(Evas_Object* obj, const char* event,
     __real_evas_object_smart_callback_add(obj, event, handler, data);
 }
 
-// Recorded without the priority; tests check the effect of the priority by emitting the event.
+// The record omits the priority. Tests check the effect of the priority by emitting the event.
 void __real_evas_object_smart_callback_priority_add(Evas_Object* obj, const char* event,
                                                     Evas_Callback_Priority priority,
                                                     Evas_Smart_Cb handler, const void* data);
@@ -340,7 +340,8 @@ void __wrap_elm_exit(void) {
     Record("elm_exit");
 }
 
-// The window gets the size of the screen and the focus at once, as the full-screen window of a set.
+// Gives the window the size of the screen and the focus at once, like the full-screen window of a
+// set.
 Evas_Object* __real_elm_win_util_standard_add(const char* name, const char* title);
 Evas_Object* __wrap_elm_win_util_standard_add(const char* name, const char* title);
 Evas_Object* __wrap_elm_win_util_standard_add(const char* name, const char* title) {

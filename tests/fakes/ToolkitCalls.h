@@ -34,8 +34,8 @@ public:
     // cancels the failure.
     static void FailRegistration(int nth);
 
-    // Returns and deletes the calls from other threads than the thread of the first Start. They are
-    // stored even while no calls are recorded. A correct application makes no such call.
+    // Returns and deletes the calls from threads other than the thread of the first Start. The fake
+    // stores these calls even while it does not record. A correct application makes no such call.
     static std::vector<std::string> TakeForeignCalls();
 };
 

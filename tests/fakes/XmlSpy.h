@@ -13,8 +13,8 @@ public:
 
     // Deletes the recorded calls and makes every call succeed again.
     static void Clear();
-    // Returns the calls as "parse FILE" and "free FILE", with the file name without its folder, and
-    // "free null", in their order.
+    // Returns the calls in order, as "parse FILE", "free FILE" and "free null". FILE is the file
+    // name without the folder.
     static std::vector<std::string> DocumentCalls();
     // Returns the elements whose text was read, as paths below the root element, for example
     // "Network/failedinfo/type".

@@ -1,6 +1,6 @@
 #!/bin/sh
-# script/bootstrap installs the missing packages of the given groups and no others. Stand-ins replace the
-# programs that the script calls.
+# Tests that script/bootstrap installs exactly the missing packages of the given groups. Stand-ins replace
+# the programs that the script calls.
 set -eu
 unset CDPATH
 
@@ -25,7 +25,7 @@ END
 stand_in apt-get <<'END'
 echo "$*" >>"$CALLS"
 END
-# Prints the state of the package, which is the last argument. An unknown package is an error.
+# Prints the state of the package in the last argument. Fails for an unknown package.
 stand_in dpkg-query <<'END'
 for package in "$@"; do :; done
 case " $MISSING " in
@@ -34,7 +34,8 @@ case " $MISSING " in
 esac
 END
 
-# Prints the packages that are installed if the packages $2 have the state $1: STATE PACKAGES [GROUP…]
+# Prints the packages that script/bootstrap installs if PACKAGES have the state STATE: STATE PACKAGES
+# [GROUP…]
 installed_by_bootstrap() {
     state=$1
     packages=$2
@@ -45,7 +46,7 @@ installed_by_bootstrap() {
     sed -n 's/.*--no-install-recommends //p' "$work/calls"
 }
 
-# Checks the installed packages: EXPECTED STATE PACKAGES [GROUP…]
+# Checks which packages script/bootstrap installs: EXPECTED STATE PACKAGES [GROUP…]
 expect() {
     expected=$1
     shift
@@ -72,6 +73,6 @@ expect 'cmake libgtest-dev' '' "$one_of_each" test build
 expect python3 '' python3 display test
 
 if MISSING='' STATE='' PATH=$work:$PATH "$root/script/bootstrap" bild 2>"$work/log"; then
-    fail "an unknown group is not an error"
+    fail "an unknown group is accepted"
 fi
 grep -q '^bootstrap: bild: unknown group$' "$work/log" || fail "unknown group: $(cat "$work/log")"

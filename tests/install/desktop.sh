@@ -1,6 +1,6 @@
 #!/bin/sh
-# The files with which a desktop and a shell find the programs are installed, valid, and name only
-# things that are installed:
+# Tests that the files for desktops and shells are installed, are valid, and name only installed
+# files:
 #
 #     desktop.sh BUILD-DIR
 set -eu
@@ -19,7 +19,7 @@ fail() {
     exit 1
 }
 
-# Runs a check that prints its findings: a check that prints anything or fails is an error.
+# Runs a checker: COMMAND… Fails if the checker fails or prints a line.
 silent() {
     "$@" >"$work/findings" 2>&1 || fail "$*: $(cat "$work/findings")"
     [ ! -s "$work/findings" ] || fail "$*: $(cat "$work/findings")"
@@ -34,18 +34,18 @@ desktop_entry() {
     silent desktop-file-validate "$share/applications/$id.desktop"
     program=$(entry Exec)
     [ -x "$work/prefix/bin/${program%% *}" ] || fail "the entry starts a missing program: $program"
-    [ "$(entry Icon)" = "$id" ] || fail "the entry has another icon: $(entry Icon)"
+    [ "$(entry Icon)" = "$id" ] || fail "the entry has the wrong icon: $(entry Icon)"
 }
 
 icons() {
     for size in 16 24 32 48 64 128 256 512; do
         icon=$share/icons/hicolor/${size}x$size/apps/$id.png
-        [ "$(identify -format '%m %wx%h' "$icon")" = "PNG ${size}x$size" ] || fail "$icon: another size"
+        [ "$(identify -format '%m %wx%h' "$icon")" = "PNG ${size}x$size" ] || fail "$icon: wrong size"
     done
     cmp "$root/platform/desktop/package/quorvel.svg" "$share/icons/hicolor/scalable/apps/$id.svg"
 }
 
-# The validator prints informative lines too.
+# Also prints informative lines, which are not errors.
 metainfo() {
     file=$share/metainfo/$id.metainfo.xml
     appstreamcli validate --no-net --pedantic --no-color "$file" >"$work/findings" 2>&1 ||
@@ -55,11 +55,11 @@ metainfo() {
     while read -r name; do
         [ -x "$work/prefix/bin/$name" ] || fail "$file: names the missing program $name"
     done <"$work/programs"
-    grep -q "<launchable type=\"desktop-id\">$id.desktop<" "$file" || fail "$file: another desktop entry"
+    grep -q "<launchable type=\"desktop-id\">$id.desktop<" "$file" || fail "$file: does not name $id.desktop"
     ! grep -q '@' "$file" || fail "$file: a variable has no value"
 }
 
-# Both result files have the type that the desktop entry opens.
+# Checks that the desktop entry opens the type of both result files.
 mime_type() {
     silent env XDG_DATA_HOME="$share" update-mime-database "$share/mime"
     type=application/x-quorvel-results+xml
@@ -75,7 +75,7 @@ mime_type() {
     done
 }
 
-# Checks the words that bash offers: EXPECTED PROGRAM WORD BEFORE.
+# Checks the words that bash offers: EXPECTED PROGRAM WORD BEFORE
 completes() {
     expected=$1
     shift

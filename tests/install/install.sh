@@ -1,5 +1,5 @@
 #!/bin/sh
-# The installation is complete, and the installed program uses only installed files:
+# Tests that the installation is complete, and that the installed program uses only installed files:
 #
 #     install.sh BUILD-DIR
 #
@@ -34,7 +34,7 @@ expect() {
     done
 }
 
-# Prints the folder in /proc of the process that runs the installed program.
+# Prints the folder in /proc of the process that runs the installed quorvel.
 process() {
     for exe in /proc/[0-9]*/exe; do
         if [ "$(readlink "$exe" 2>/dev/null)" = "$prefix/bin/quorvel" ]; then
@@ -73,12 +73,12 @@ for page in quorvel quorvel-view quorvel-report; do
 done
 [ -r "$share/theme/quorvel.edj" ] || fail "$share/theme/quorvel.edj: not installed"
 
-# The installed files do not depend on the build.
+# The installed files must not depend on the build.
 for folder in "$build" "$root"; do
     ! grep -r -l -a -F -- "$folder" "$prefix" >&2 || fail "an installed file contains the path $folder"
 done
 
-# The installed resources are the resources of the build.
+# The installed resources must be the resources of the build.
 (cd -- "$build/resources" && find . -type f | LC_ALL=C sort) >"$work/built"
 (cd -- "$share" && find . -type f | LC_ALL=C sort) >"$work/installed"
 diff "$work/built" "$work/installed" >&2 || fail "$share: differs from the resources of the build"
@@ -96,4 +96,4 @@ expect has_opened "$share/theme/quorvel.edj"
 wait "$view" || fail "quorvel-view exited with status $?"
 view=
 expect has_exited
-! logged "Failed to set Resource" || fail "the program misses a resource"
+! logged "Failed to set Resource" || fail "a resource is missing"

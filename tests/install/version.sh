@@ -1,5 +1,5 @@
 #!/bin/sh
-# The packages and the programs have the version of CMakeLists.txt:
+# Tests that the packages and the programs have the version of CMakeLists.txt:
 #
 #     version.sh BUILD-DIR VERSION
 set -eu
@@ -24,7 +24,7 @@ first_version() {
     sed -n "s/$2/\\1/p" "$1" | head -n 1
 }
 
-# Prints the name of each package below the folder $1 that has another version or date.
+# Prints the name of each package with a wrong version or date: FOLDER
 wrong_packages() {
     [ "$(first_version "$1/debian/changelog" '^quorvel (\(.*\)).*')" = "$version" ] ||
         echo debian/changelog
@@ -44,9 +44,9 @@ for program in quorvel quorvel-view quorvel-report; do
 done
 
 wrong=$(wrong_packages "$root")
-[ -z "$wrong" ] || fail "not the version $version or its date: $wrong"
+[ -z "$wrong" ] || fail "wrong version or date, expected $version: $wrong"
 
-# Checks that a file with another version is found.
+# Check that wrong_packages finds a file with another version.
 for file in debian/changelog packaging/org.tizen.quorvel.spec "$metainfo"; do
     mkdir -p "$work/changed"
     (cd -- "$root" && tar -cf - debian packaging "$metainfo") | tar -xf - -C "$work/changed"

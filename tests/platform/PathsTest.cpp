@@ -22,7 +22,7 @@ TEST(PathsTest, TakesStateFolderFromEnvironment) {
     EXPECT_EQ(LogFilePath(), "/var/state/quorvel/quorvel.log");
 }
 
-TEST(PathsTest, IdentifiesFolderByEveryPath) {
+TEST(PathsTest, ReturnsSameIdentityForEveryPathOfFolder) {
     using quorvel::desktop::FolderIdentity;
     EXPECT_NE(FolderIdentity("/usr"), FolderIdentity("/etc"));
     EXPECT_EQ(FolderIdentity("/usr"), FolderIdentity("/etc/../usr"));

@@ -23,7 +23,7 @@ protected:
         fs::create_directories(path.parent_path());
         std::ofstream(path) << "x";
     }
-    // The place of the photo; empty when it is not found.
+    // Returns the path of the photo below the root folder; empty if the photo is not found.
     std::string Find(const std::string& name) const {
         const std::string path = FindPhoto(m_Folders.Root(), name);
         return path.empty() ? path : path.substr(m_Folders.Root().string().size() + 1);
@@ -43,7 +43,7 @@ TEST_F(PhotosTest, ListsFileNamesThatFatAccepts) {
                 ElementsAre("a:\\b*\n?. ", "capture/a:\\b*\n?. ", "a__b___._"));
 }
 
-TEST_F(PhotosTest, ChoosesTheShortestUniqueFileName) {
+TEST_F(PhotosTest, ChoosesShortestUniqueFileName) {
     EXPECT_THAT(ChoosePhotoFiles({"/a/x/1.jpg", "/b/x/1.jpg", "/c/2.jpg"}, {}),
                 ElementsAre("a+x+1.jpg", "b+x+1.jpg", "2.jpg"));
     EXPECT_THAT(ChoosePhotoFiles({"/a/1.jpg", "/1.jpg", "/b/1.JPG"}, {}),
@@ -54,7 +54,7 @@ TEST_F(PhotosTest, ChoosesTheShortestUniqueFileName) {
     EXPECT_THAT(ChoosePhotoFiles({"/a/1.jpg", "/a/1.jpg"}, {}), ElementsAre("1.jpg", "1.jpg"));
 }
 
-TEST_F(PhotosTest, KeepsThePlaceBelowTheDataFolder) {
+TEST_F(PhotosTest, KeepsPlaceBelowDataFolder) {
     EXPECT_EQ(ListPhotoPlaces(DataFolder() + "/capture/1.jpg").front(), "capture/1.jpg");
 }
 
@@ -67,7 +67,7 @@ TEST_F(PhotosTest, ListsNoPlaceForUnusableNames) {
     EXPECT_THAT(ListPhotoPlaces("/" + std::string(5000, 'a')), IsEmpty());
 }
 
-TEST_F(PhotosTest, LimitsThePlacesOfALongName) {
+TEST_F(PhotosTest, LimitsPlacesOfLongName) {
     std::string name;
     for (int i = 0; i < 2000; ++i) {
         name += "/a";
@@ -75,7 +75,7 @@ TEST_F(PhotosTest, LimitsThePlacesOfALongName) {
     EXPECT_EQ(ListPhotoPlaces(name).size(), 26U);
 }
 
-TEST_F(PhotosTest, FindsPhotoByItsBaseName) {
+TEST_F(PhotosTest, FindsPhotoByBaseName) {
     Create("capture/1.jpg");
     Create("2.jpg");
     EXPECT_EQ(Find("/mnt/usb/run/1.jpg"), "capture/1.jpg");

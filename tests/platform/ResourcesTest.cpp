@@ -22,8 +22,8 @@ constexpr const char* kPicture = "Settings/setting_bg_base.webp";
 
 class ResourcesTest : public testing::Test {
 protected:
-    // Returns the path that the program finds. chosen, theme: the values of QUORVEL_RESOURCES and
-    // QUORVEL_THEME.
+    // Returns the path that the program finds. The parameters chosen and theme are the values of
+    // QUORVEL_RESOURCES and QUORVEL_THEME.
     std::string Find(const fs::path& program, const std::string& resource,
                      const std::string& chosen = {}, const std::string& theme = {}) const {
         ChildProgram finder(m_Folders, program, {resource},

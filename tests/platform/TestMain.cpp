@@ -1,4 +1,4 @@
-// Entry point of the port's test programs. Prepares the environment that all tests of the process
+// The entry point of the port's test programs. Prepares the environment that all tests of a process
 // share.
 
 #include <gmock/gmock.h>
@@ -22,8 +22,8 @@ public:
                 setenv(name.c_str(), value.c_str(), 1);
             }
         }
-        // The process-wide log chooses its file with the first line. Without this line the first
-        // test that logs would choose the file, and some tests change XDG_STATE_HOME.
+        // The process-wide log opens its file for the first line. Without this line, the first test
+        // that logs would determine the file, and some tests change XDG_STATE_HOME.
         quorvel::desktop::LogInfo("tests start");
     }
 

@@ -38,7 +38,7 @@ struct DocumentDeleter {
 using Document = std::unique_ptr<xmlDoc, DocumentDeleter>;
 using ReadValue = xmlChar* (*)(xmlDocPtr, const xmlNode*, int);
 
-// The limit of the time for a hostile file.
+// The CPU time that a hostile file may use.
 constexpr auto kMaxTime = std::chrono::milliseconds(500);
 
 std::string Repeat(const std::string& text, std::size_t count) {
@@ -79,7 +79,7 @@ protected:
 
     Document Parse() const { return Document(xmlParseFile(Path().c_str())); }
 
-    // The value of the root's only child element, as the application reads it.
+    // Returns the value of the root's only child element, as the application reads the value.
     std::optional<std::string> ValueIn(const std::string& content) const {
         Write(content);
         const Document document = Parse();
@@ -102,12 +102,13 @@ private:
     std::vector<std::string> m_Lines;
 };
 
-// A file whose root holds one element with this value. The declaration defines the entities.
+// Returns a file whose root contains one element with this value. The declaration defines the
+// entities.
 std::string ComposeFile(const std::string& declaration, const std::string& value) {
     return "<!DOCTYPE r [" + declaration + "]><r><v>" + value + "</v></r>";
 }
 
-TEST_F(XmlInputTest, ReturnsTheValuesThatTheLibraryReturns) {
+TEST_F(XmlInputTest, ReturnsSameValuesAsLibrary) {
     const auto original = reinterpret_cast<ReadValue>(dlsym(RTLD_DEFAULT, "xmlNodeListGetString"));
     ASSERT_NE(original, nullptr);
     const std::string entities =
@@ -133,7 +134,7 @@ TEST_F(XmlInputTest, JoinsManyPiecesInLinearTime) {
     EXPECT_EQ(value->size(), 8 * count);
 }
 
-TEST_F(XmlInputTest, RejectsAValueWhoseEntitiesExpandTooFar) {
+TEST_F(XmlInputTest, RejectsValueWhoseEntitiesExpandTooFar) {
     const std::string big = Repeat("x", 100'000);
     const std::string file = ComposeFile("<!ENTITY a '" + big + "'>", Repeat("&a;", 2000));
     EXPECT_LT(UsedTime([&] { EXPECT_EQ(ValueIn(file), std::nullopt); }), kMaxTime);
@@ -147,7 +148,7 @@ TEST_F(XmlInputTest, RejectsEntitiesOfTwoLevels) {
     EXPECT_LT(UsedTime([&] { EXPECT_EQ(ValueIn(file), std::nullopt); }), kMaxTime);
 }
 
-TEST_F(XmlInputTest, LimitsTheEntitiesOfAllValuesOfAFileTogether) {
+TEST_F(XmlInputTest, LimitsEntitiesOfAllValuesOfFileTogether) {
     const std::string half = Repeat("&a;", 60);
     Write("<!DOCTYPE r [<!ENTITY a '" + Repeat("x", 100'000) + "'>]><r><v>" + half + "</v><v>" +
           half + "</v></r>");
@@ -159,12 +160,13 @@ TEST_F(XmlInputTest, LimitsTheEntitiesOfAllValuesOfAFileTogether) {
     EXPECT_EQ(TakeText(xmlNodeListGetString(document.get(), second->children, 1)), std::nullopt);
 }
 
-TEST_F(XmlInputTest, StartsTheLimitAgainWithTheNextFile) {
+TEST_F(XmlInputTest, ResetsLimitForNextFile) {
     ValueIn(ComposeFile("<!ENTITY a '" + Repeat("x", 100'000) + "'>", Repeat("&a;", 2000)));
     EXPECT_EQ(ValueIn(ComposeFile("<!ENTITY a 'x'>", "&a;")), "x");
 }
 
-// Parameter entities that expand to each other five times on each of seven levels.
+// Returns a document type with seven levels of parameter entities. Each entity refers five times to
+// the entity of the level below.
 std::string ComposeNestedParameterEntities() {
     std::string text = "<!DOCTYPE r [<!ENTITY % p0 ' '>";
     for (int level = 1; level <= 7; ++level) {
@@ -174,7 +176,7 @@ std::string ComposeNestedParameterEntities() {
     return text + "%p7;]><r/>";
 }
 
-// Returns the content in parts, as a file does.
+// Returns a read function that returns the content in parts, as a file does.
 quorvel::desktop::XmlRead ReadFrom(const std::string& content) {
     return [&content, offset = std::size_t{0}](char* buffer, std::size_t size) mutable {
         const std::size_t count = content.copy(buffer, size, offset);
@@ -187,7 +189,7 @@ TEST_F(XmlInputTest, ExpandsParameterEntities) {
     EXPECT_EQ(ValueIn(ComposeFile("<!ENTITY % p \"<!ENTITY a 'text'>\">%p;", "&a;")), "text");
 }
 
-// Returns this many different texts, each with a name between the two parts.
+// Returns the given number of texts in sequence. Each has a different name between the two parts.
 std::string RepeatNames(const std::string& before, const std::string& after, int count) {
     constexpr const char* kLetters = "abcdefghijklmnopqrstuvwxyz";
     std::string all;
@@ -203,7 +205,8 @@ std::string RepeatNames(const std::string& before, const std::string& after, int
 
 class XmlInputLimitTest : public XmlInputTest {
 protected:
-    // The content takes little time as a file and as content of ParseXml, and has this reason.
+    // Expects that the parser rejects the content within the time limit, as a file and through
+    // ParseXml, and reports the reason.
     void ExpectRejection(const std::string& content, const std::string& reason) {
         Write(content);
         EXPECT_LT(UsedTime([&] { EXPECT_EQ(Parse(), nullptr); }), kMaxTime);
@@ -211,7 +214,7 @@ protected:
         EXPECT_LT(UsedTime([&] { EXPECT_EQ(ParseXml(ReadFrom(content)), nullptr); }), kMaxTime);
     }
 
-    // The file has an error that libxml2 reports.
+    // Expects that libxml2 reports an error in the content within the time limit.
     void ExpectError(const std::string& content) {
         Write(content);
         EXPECT_LT(UsedTime([&] { EXPECT_EQ(Parse(), nullptr); }), kMaxTime);
@@ -237,7 +240,7 @@ TEST_F(XmlInputLimitTest, RejectsNestedParameterEntities) {
     ExpectRejection(ComposeNestedParameterEntities(), kDeclarations);
 }
 
-// An empty parameter entity has no length, but each reference to it has.
+// An empty parameter entity has no length, but each reference to the entity has a length.
 TEST_F(XmlInputLimitTest, RejectsManyEmptyParameterEntities) {
     ExpectRejection("<!DOCTYPE r [<!ENTITY % p ''>" + Repeat("%p;", 20'000) + "]><r/>",
                     kDeclarations);
@@ -249,12 +252,12 @@ TEST_F(XmlInputLimitTest, RejectsManyNestedEmptyParameterEntities) {
                     kDeclarations);
 }
 
-// An element with attributes of different names.
+// Returns an element with the given number of attributes.
 std::string ComposeElement(int attributes) {
     return "<v" + RepeatNames(" ", "=''", attributes) + "/>";
 }
 
-// libxml2 gets the element in different parts.
+// The leading blanks change the position at which libxml2 splits the element.
 TEST_F(XmlInputLimitTest, ReadsThousandAttributes) {
     for (std::size_t i = 0; i < 4'000; i += 200) {
         ExpectDocument("<r>" + Repeat(" ", i) + ComposeElement(1'000) + "</r>");
@@ -287,7 +290,7 @@ TEST_F(XmlInputLimitTest, RejectsManyAttributesInEntity) {
                     kDeclarations);
 }
 
-// The declaration of default attributes, and elements that have them.
+// Return a declaration of default attributes, and the elements that have the attributes.
 std::string ComposeDefaults(int attributes) {
     return "<!ATTLIST v" + RepeatNames(" ", " CDATA ''", attributes) + ">";
 }
@@ -305,7 +308,7 @@ TEST_F(XmlInputLimitTest, RejectsManyDefaultAttributes) {
                     "its elements have too many default attributes");
 }
 
-// The declaration of default namespaces of an element.
+// Returns a declaration of default namespaces for an element.
 std::string ComposeDefaultNamespaces(const std::string& element, int namespaces) {
     return "<!ATTLIST " + element + RepeatNames(" xmlns:", " CDATA 'u'", namespaces) + ">";
 }
@@ -315,26 +318,26 @@ TEST_F(XmlInputLimitTest, RejectsManyDefaultNamespaces) {
                     "its elements have too many default attributes");
 }
 
-// libxml2 searches the namespaces in scope, and adds none to the elements.
+// libxml2 searches the namespaces in scope and adds no namespace to the elements.
 TEST_F(XmlInputLimitTest, RejectsRepeatedDefaultNamespaces) {
     ExpectRejection("<!DOCTYPE r [" + ComposeDefaultNamespaces("r", 480) +
                         ComposeDefaultNamespaces("v", 480) + "]>" + ComposeElements(),
                     "its elements have too many default attributes");
 }
 
-TEST_F(XmlInputLimitTest, ReadsSomeDefaultAttributes) {
+TEST_F(XmlInputLimitTest, ReadsFewDefaultAttributes) {
     ExpectDocument("<!DOCTYPE r [" + ComposeDefaults(50) + "]>" + ComposeElements());
 }
 
-// libxml2 reports declarations only before the error.
-TEST_F(XmlInputLimitTest, StopsDocumentTypeAfterError) {
+// After an error, libxml2 does not report declarations, so the limits cannot apply.
+TEST_F(XmlInputLimitTest, StopsReadingDocumentTypeAfterError) {
     const std::string error = "<!ENTITY e '&;'>";
     ExpectError("<!DOCTYPE r [" + error + ComposeDefaults(2'000) + "]>" + ComposeElements());
     ExpectError("<!DOCTYPE r [<!ENTITY % p \"" + ComposeDefaults(1'000) + "\">" + error + "%p;]>" +
                 ComposeElements());
 }
 
-// A declaration of an attribute whose value is one of many names.
+// Returns the declaration of an attribute whose value is one of many names.
 std::string ComposeEnumeration(int names) {
     return "<!ATTLIST v a (x" + RepeatNames("|", "", names) + ") #IMPLIED>";
 }
@@ -361,7 +364,7 @@ TEST_F(XmlInputLimitTest, RejectsEntityThatIsParsedAgain) {
                     kEntityBytes);
 }
 
-// Each text is longer than all limits of declarations, and libxml2 reads it in linear time.
+// Each text is longer than every limit on declarations. libxml2 reads the text in linear time.
 TEST_F(XmlInputLimitTest, ReadsLongTexts) {
     const std::string text = Repeat("0123456789", 100'000);
     for (const std::string& content : {
@@ -384,13 +387,13 @@ TEST_F(XmlInputTest, IgnoresExternalEntities) {
     EXPECT_EQ(value, "ab");
 }
 
-TEST_F(XmlInputTest, RejectsAFifoWithoutBlocking) {
+TEST_F(XmlInputTest, RejectsFifoWithoutBlocking) {
     ASSERT_EQ(mkfifo(Path().c_str(), 0600), 0);
     EXPECT_EQ(Parse(), nullptr);
     EXPECT_THAT(Reported(), ElementsAre(Path() + ": not a regular file"));
 }
 
-TEST_F(XmlInputTest, RejectsAFolderAndADevice) {
+TEST_F(XmlInputTest, RejectsFolderAndDevice) {
     std::filesystem::create_directory(Path());
     EXPECT_EQ(Parse(), nullptr);
     std::filesystem::remove(Path());
@@ -400,7 +403,7 @@ TEST_F(XmlInputTest, RejectsAFolderAndADevice) {
                 ElementsAre(HasSubstr("not a regular file"), HasSubstr("not a regular file")));
 }
 
-TEST_F(XmlInputTest, RejectsASocket) {
+TEST_F(XmlInputTest, RejectsSocket) {
     const int listener = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
     sockaddr_un address{};
     address.sun_family = AF_UNIX;
@@ -411,26 +414,27 @@ TEST_F(XmlInputTest, RejectsASocket) {
     close(listener);
 }
 
-TEST_F(XmlInputTest, ReportsAnUnreadableFile) {
+TEST_F(XmlInputTest, ReportsMissingFile) {
     EXPECT_EQ(Parse(), nullptr);
     EXPECT_THAT(Reported(), ElementsAre(Path() + ": No such file or directory"));
 }
 
-TEST_F(XmlInputTest, ReadsAPackedFileAsItIs) {
+TEST_F(XmlInputTest, RejectsPackedFile) {
     Write("<r><v>text</v></r>");
     ASSERT_EQ(std::system(("gzip -c " + Path() + " > " + Path() + ".gz").c_str()), 0);
     std::filesystem::rename(Path() + ".gz", Path());
     EXPECT_EQ(Parse(), nullptr);
 }
 
-TEST_F(XmlInputTest, RejectsAFileAboveTheLimit) {
+TEST_F(XmlInputTest, RejectsFileAboveLimit) {
     Write("<r/>");
     std::filesystem::resize_file(Path(), static_cast<std::uintmax_t>(kMaxResultFileBytes) + 1);
     EXPECT_EQ(Parse(), nullptr);
     EXPECT_THAT(Reported(), ElementsAre(Path() + ": larger than 256 MiB"));
 }
 
-// The file has no data on the disk, and no parser keeps what it reads.
+// The file is sparse, and the test discards the data, so the test needs neither disk space nor
+// memory.
 TEST_F(XmlInputTest, StopsAtLimitOfGrowingFile) {
     Write("");
     std::filesystem::resize_file(Path(), kMaxResultFileBytes);
@@ -451,7 +455,7 @@ TEST_F(XmlInputTest, StopsAtLimitOfGrowingFile) {
     EXPECT_THAT(Reported(), ElementsAre(HasSubstr("grows while it is read")));
 }
 
-TEST_F(XmlInputTest, PrintsNothingOfABrokenFile) {
+TEST_F(XmlInputTest, PrintsNothingForBrokenFile) {
     Write("<r>\x1b[31m<v></r>");
     testing::internal::CaptureStderr();
     EXPECT_EQ(Parse(), nullptr);

@@ -1,8 +1,9 @@
 #!/usr/bin/env python3
-"""Checks the includes of the port: check_includes.py FOLDER, FOLDER is platform/desktop.
+"""Checks the includes of the port: check_includes.py FOLDER. FOLDER is platform/desktop.
 
-Dependencies between the folders run one way. The main folder holds paths and resources: every folder
-includes its headers, and it includes no header of a folder. Includes are written from FOLDER.
+Dependencies between the folders run one way. Every folder may include the headers of the main folder,
+which contains paths and resources. The main folder includes no header of a subfolder. Includes are
+relative to FOLDER.
 
 Prints one line for each fault and exits with 1 if there is a fault.
 """
@@ -11,7 +12,7 @@ import os
 import re
 import sys
 
-# The folders that each folder includes, apart from itself and the main folder.
+# The folders that each folder may include, in addition to itself and the main folder.
 ALLOWED = {
     "": set(),
     "log": set(),
@@ -22,7 +23,7 @@ ALLOWED = {
 
 
 def sources(root):
-    """Yields the folder and the path, below root, of every C++ file but the platform's headers."""
+    """Yields the folder and the path, relative to root, of every C++ file except in include folders."""
     for folder, folders, files in os.walk(root):
         folders[:] = sorted(set(folders) - {"include"})
         folder = os.path.relpath(folder, root).replace(".", "", 1)
@@ -32,7 +33,7 @@ def sources(root):
 
 
 def includes(path):
-    """Yields the number of the line and the path of every include in quotation marks."""
+    """Yields the line number and the path of every include in quotation marks."""
     with open(path, encoding="utf-8") as file:
         for number, line in enumerate(file, 1):
             found = re.match(r'\s*#\s*include\s*"([^"]+)"', line)

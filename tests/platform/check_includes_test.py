@@ -23,7 +23,7 @@ class CheckIncludesTest(unittest.TestCase):
         with open(os.path.join(self.root, name), "w", encoding="utf-8") as file:
             file.write("// A comment.\n" + "".join(f'#include "{path}"\n' for path in includes))
 
-    def test_accepts_includes_in_the_allowed_direction(self):
+    def test_accepts_includes_in_allowed_direction(self):
         self.write("log/log.cpp", "log/log.h", "paths.h")
         self.write("log_copy/log_copy.cpp", "log_copy/log_copy.h", "log/log.h", "paths.h")
         self.write("toolkit/window.cpp", "toolkit/window.h", "log/log.h", "paths.h")
@@ -45,7 +45,7 @@ class CheckIncludesTest(unittest.TestCase):
                                  [f"{path}:2: {folder} must not include {include}"])
                 self.write(path)
 
-    def test_reports_include_that_is_not_written_from_the_main_folder(self):
+    def test_reports_include_that_is_not_relative_to_main_folder(self):
         self.write("toolkit/window.cpp", "window.h")
         self.write("lifecycle/instance.h", "../paths.h")
         self.assertEqual(
@@ -53,7 +53,7 @@ class CheckIncludesTest(unittest.TestCase):
             [f"lifecycle/instance.h:2: ../paths.h is not a file below {self.root}",
              f"toolkit/window.cpp:2: window.h is not a file below {self.root}"])
 
-    def test_reports_folder_without_a_rule(self):
+    def test_reports_folder_without_rule(self):
         os.mkdir(os.path.join(self.root, "sound"))
         self.write("sound/beep.cpp")
         self.assertEqual(faults(self.root),

@@ -1,10 +1,11 @@
-// The options of the sanitizers, with the suppressions for other libraries. Linked into every
-// program of a build with sanitizers, so that the options apply without ctest, too.
+// The options of the sanitizers, with the suppressions for other libraries. A sanitized build links
+// this file into every program, so that the options also apply without CTest.
 // NOLINTBEGIN(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp)
 extern "C" {
 
-// The slow unwinder is needed because EFL has no frame pointers. With incomplete stacks, only whole
-// libraries could be suppressed. Twelve frames reach every function that lsan.supp names.
+// EFL has no frame pointers, so only the slow unwinder returns complete stacks. With incomplete
+// stacks, a suppression would apply to a whole library. Twelve frames include every function of
+// lsan.supp.
 const char* __asan_default_options();
 const char* __asan_default_options() {
     return "fast_unwind_on_malloc=0:malloc_context_size=12";

@@ -1,6 +1,7 @@
-// The names, values and types of the platform headers. The values are constants of the public Tizen
-// API. The tests of the PC compile this file against platform/desktop/include, and the dry set
-// build against its stand-ins for the headers of the set.
+// Checks the names, values and types of the platform headers at compile time. The values are
+// constants of the public Tizen API. The tests of the PC compile this file against
+// platform/desktop/include. The dry build for a set compiles this file against stand-ins for the
+// headers of the set.
 
 #include <app.h>
 #include <app_control_internal.h>
@@ -35,7 +36,7 @@ static_assert(DLOG_INFO == 4);
 static_assert(DLOG_ERROR == 6);
 static_assert(std::is_enum_v<log_id_t> && std::is_enum_v<log_priority>);
 
-// Five pointers in this order, with no other field.
+// The record has five pointers in this order and no other field.
 static_assert(sizeof(ui_app_lifecycle_callback_s) == 5 * sizeof(void*));
 constexpr ui_app_lifecycle_callback_s kCallbacks = {
     app_create_cb{}, app_terminate_cb{}, app_pause_cb{}, app_resume_cb{}, app_control_cb{}};
@@ -51,7 +52,8 @@ static_assert(
     std::is_same_v<decltype(ui_app_main), int(int, char**, ui_app_lifecycle_callback_s*, void*)>);
 static_assert(std::is_same_v<decltype(app_control_to_bundle), int(app_control_h, bundle**)>);
 static_assert(std::is_same_v<decltype(bundle_get_str), int(bundle*, const char*, char**)>);
-// A pointer, because a comparison of types ignores the format attribute with a warning.
+// The check uses a pointer, because a comparison of types ignores the format attribute and causes a
+// warning.
 [[maybe_unused]] constexpr int (*kPrint)(log_id_t, int, const char*, const char*,
                                          ...) = __dlog_print;
 static_assert(std::is_same_v<decltype(getResourcePath), char*(const char*, const char*)>);

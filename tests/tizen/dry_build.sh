@@ -3,8 +3,9 @@
 #
 #     dry_build.sh configure|build|tpk
 #
-# configure tests the checks at configure time; build compiles and links the program; tpk makes the project
-# for the SDK, and compiles and links what the project lists. The toolkit and libxml2 are the ones of Debian. The test proves the build files. It does not prove the set.
+# configure tests the checks at configure time. build compiles and links the program. tpk creates the
+# project for the SDK and compiles and links its sources. The toolkit and libxml2 are Debian's. The test
+# proves only the build files, not the behaviour on a set.
 set -eu
 unset CDPATH
 
@@ -19,16 +20,16 @@ fail() {
     exit 1
 }
 
-# HEADERS: builds the stand-ins in the folder set-HEADERS.
+# Builds the stand-ins in the folder set-HEADERS: HEADERS
 make_set() {
     set -- "$1" "$work/set-$1"
     {
         cmake -S "$root/tests/tizen/set" -B "$2-build" -G Ninja -DHEADERS="$1" \
             -DCMAKE_INSTALL_PREFIX="$2" && cmake --build "$2-build" --target install
-    } >"$work/log" 2>&1 || fail "the stand-ins with the $1 headers are not built"
+    } >"$work/log" 2>&1 || fail "cannot build the stand-ins with the $1 headers"
 }
 
-# HEADERS NAME OPTION...: configures the sources for the stand-ins in the folder NAME.
+# Configures the sources for the stand-ins in the folder NAME: HEADERS NAME [OPTION…]
 configure() {
     set_folder=$work/set-$1
     folder=$work/$2
@@ -42,11 +43,11 @@ services() {
     echo "-DQUORVEL_TIZEN_SERVICES=$work/set-platform/lib/lib$1.so"
 }
 
-# PATTERN HEADERS NAME OPTION...: configuring fails with a line that matches the pattern.
+# Checks that configuring fails with a line that matches the pattern: PATTERN HEADERS NAME [OPTION…]
 rejects() {
     pattern=$1
     shift
-    ! configure "$@" || fail "configuring passes; expected: $pattern"
+    ! configure "$@" || fail "configuring succeeds; expected: $pattern"
     grep -q -e "$pattern" "$work/log" || fail "the message does not contain: $pattern"
 }
 
@@ -79,7 +80,7 @@ validate_manifest() {
         fail "the manifest is not valid: $1"
 }
 
-# NAME: the program in the folder NAME needs the libraries of the set.
+# Checks that the program in the folder NAME needs the libraries of the set: NAME
 needs_set() {
     readelf -d "$work/$1/quorvel" | sed -n 's/.*NEEDED.*\[\(.*\)\]/\1/p' >"$work/needed"
     for library in capi-appfw-application capi-appfw-app-control bundle dlog services; do
@@ -115,28 +116,28 @@ test_build() {
     build sdk || fail "building with the SDK's headers fails"
     needs_set sdk
 
-    # A call of the PC that no header of the set declares.
+    # Add a call of the PC that no header of the set declares.
     printf '#include <app.h>\nint SetHasNoSuchCall() { return ui_app_restart(); }\n' \
         >>"$source/src/QELUtil.cpp"
     for folder in gbs sdk; do
-        ! build "$folder" || fail "$folder: a call that the set does not have passes"
-        grep -q "ui_app_restart.*not declared" "$work/log" || fail "$folder: another error"
+        ! build "$folder" || fail "$folder: a call that the set does not have compiles"
+        grep -q "ui_app_restart.*not declared" "$work/log" || fail "$folder: no error about ui_app_restart"
     done
 }
 
-# NAME: prints the value of a property of the project.
+# Prints the value of a property of the project: NAME
 property() {
     sed -n "s/^$1 = //p" "$work/tpk/project_def.prop"
 }
 
-# Makes the project with the variables $@.
+# Creates the project with variables: [-D NAME=VALUE…]
 make_project() {
     rm -rf "$work/tpk"
     cmake -D FOLDER="$work/tpk" -D SERVICES=services "$@" -P "$root/platform/tizen/tpk.cmake" \
         >"$work/log" 2>&1
 }
 
-# The SDK's own folders and libraries come after the project's folders and libraries.
+# Builds the project as the SDK does: the folders and libraries of the project come first.
 builds_project() {
     includes=
     for folder in $(property USER_INC_DIRS); do
@@ -153,16 +154,16 @@ builds_project() {
 }
 
 test_tpk() {
-    make_project -D API_VERSION=6.0 -D "PRIVILEGES=http://example/a" || fail "the project is not made"
-    builds_project || fail "the project is not built"
+    make_project -D API_VERSION=6.0 -D "PRIVILEGES=http://example/a" || fail "cannot create the project"
+    builds_project || fail "cannot build the project"
     validate_manifest "$work/tpk/tizen-manifest.xml"
     for part in 'api-version="6.0"' 'exec="quorvel"' '<privilege>http://example/a</privilege>'; do
         grep -q -F -e "$part" "$work/tpk/tizen-manifest.xml" || fail "no $part in the manifest"
     done
-    [ "$(property profile)" = tizen-6.0 ] || fail "another profile: $(property profile)"
+    [ "$(property profile)" = tizen-6.0 ] || fail "wrong profile: $(property profile)"
     icon=$(sed -n 's|.*<icon>\(.*\)</icon>.*|\1|p' "$work/tpk/tizen-manifest.xml")
     [ -f "$work/tpk/shared/res/$icon" ] || fail "the project lacks the icon $icon"
-    make_project -D SERVICES_LINKAGE=CXX || fail "the project is not made"
+    make_project -D SERVICES_LINKAGE=CXX || fail "cannot create the project"
     [ "$(property USER_CPP_DEFS)" = QUORVEL_TV_SERVICES_CXX ] || fail "the linkage is not in the project"
 }
 

@@ -1,7 +1,7 @@
 #!/bin/sh
-# Packs the application for a set with Debian's rpmbuild, against the stand-ins of set/, and tests the
-# files, the requirements and the version of the package. The test proves the build files. It does not
-# prove the set.
+# Packs the application for a set with Debian's rpmbuild, against the stand-ins of set/. Tests the files,
+# the requirements and the version of the package. The test proves only the build files, not the behaviour
+# on a set.
 set -eu
 unset CDPATH
 
@@ -17,7 +17,7 @@ fail() {
     exit 1
 }
 
-# EXPECTED ACTUAL WHAT: fails with the difference of two files.
+# Fails with the message and the difference if two files differ: EXPECTED ACTUAL MESSAGE
 same() {
     diff -u "$work/$1" "$work/$2" >"$work/log" || fail "$3"
 }
@@ -26,16 +26,17 @@ version=$(sed -n 's/^project(quorvel VERSION \([0-9.]*\).*/\1/p' "$root/CMakeLis
 {
     cmake -S "$root/tests/tizen/set" -B "$work/set-build" -G Ninja \
         -DCMAKE_INSTALL_PREFIX="$work/set" && cmake --build "$work/set-build" --target install
-} >"$work/log" 2>&1 || fail "the stand-ins are not built"
+} >"$work/log" 2>&1 || fail "cannot build the stand-ins"
 
-# The sources, as gbs packs them.
+# Pack the sources as gbs does.
 mkdir -p "$work/top/SOURCES" "$work/source/$name-$version/tests"
 (cd -- "$root" && cp -R CMakeLists.txt inc src platform "$work/source/$name-$version" &&
     cp -R tests/sanitizers "$work/source/$name-$version/tests")
 tar -C "$work/source" -czf "$work/top/SOURCES/$name-$version.tar.gz" "$name-$version"
 cp "$root/packaging/$name.manifest" "$work/top/SOURCES"
 
-# Debian's rpmbuild does not know %manifest, and its database has no package that is required.
+# Debian's rpmbuild does not know %manifest, and its database does not contain the required
+# packages.
 sed '/^%manifest /d' "$root/packaging/$name.spec" >"$work/$name.spec"
 PKG_CONFIG_PATH=$work/set/lib/pkgconfig rpmbuild -bb --nodeps --quiet \
     --define "_topdir $work/top" --define "_dbpath $work/database" \
@@ -59,9 +60,10 @@ cat >"$work/expected-files" <<'END'
 /usr/share/packages/org.tizen.quorvel.xml
 END
 query -l | grep -v build-id | LC_ALL=C sort >"$work/files"
-same expected-files files "the package has other files"
+same expected-files files "the package has wrong files"
 
-# The libraries of the toolkit, libxml2 and the set that the program calls, without the compiler's libraries.
+# The program calls these libraries of the toolkit, of libxml2 and of the set. The compiler's libraries are
+# omitted.
 cat >"$work/expected-libraries" <<'END'
 libbundle.so.1
 libcapi-appfw-app-control.so.1
@@ -75,7 +77,7 @@ libxml2.so.2
 END
 query --requires | sed -n 's/^\(lib[^(]*\)(.*/\1/p' |
     grep -v -E '^lib(c|m|stdc\+\+|gcc_s)\.so' | LC_ALL=C sort -u >"$work/libraries"
-same expected-libraries libraries "the package requires other libraries"
+same expected-libraries libraries "the package requires wrong libraries"
 
 mkdir "$work/unpacked"
 (cd -- "$work/unpacked" && rpm2cpio "$package" | cpio -id --quiet)
@@ -87,11 +89,11 @@ icon=$(sed -n 's|.*<icon>\(.*\)</icon>.*|\1|p' "$manifest")
 [ -f "$work/unpacked/usr/apps/$name/shared/res/$icon" ] || fail "the package lacks the icon $icon"
 ! grep -q -a -F -- "$work" "$work/unpacked$exec" || fail "the program contains the build folder"
 
-# The modules that the build finds with pkg-config are the modules that the package requires.
+# The package must require the same modules that the build finds with pkg-config.
 {
     sed -n 's/.*pkg_check_modules(.* GLOBAL *\(.*\))/\1/p;/^ *capi-appfw-application capi/s/)//p' \
         "$root/platform/tizen/CMakeLists.txt" | tr -s ' ' '\n' | grep . && echo libtzplatform-config
 } | LC_ALL=C sort >"$work/modules"
 sed -n 's/^BuildRequires: *pkgconfig(\(.*\))/\1/p' "$root/packaging/$name.spec" | LC_ALL=C sort \
     >"$work/required-modules"
-same modules required-modules "the package requires other modules than the build"
+same modules required-modules "the package and the build require different modules"

@@ -1,4 +1,4 @@
-// Entry point of the tests of the tools. Prepares the environment that all tests of the process
+// The entry point of the tests of the tools. Prepares the environment that all tests of the process
 // share.
 
 #include <gmock/gmock.h>

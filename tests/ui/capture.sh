@@ -1,6 +1,6 @@
 #!/bin/sh
-# A capture is complete: quorvel-view shows the same pictures of the run, of the captured folder, of the
-# root of the stick and of an archive.
+# Tests that a capture is complete. quorvel-view must show the same screens for the run, the captured
+# folder, the root of the stick and an archive.
 set -eu
 # shellcheck source=tests/ui/ui.sh
 . "$(dirname -- "$0")/ui.sh"
@@ -13,7 +13,8 @@ image_item() {
         "$1" "$1"
 }
 
-# The photos of the first two items have equal base names. The third item has no photo.
+# Creates the run. The photos of the first two items have equal base names. The third item has no
+# photo.
 make_run() {
     mkdir -p "$run/nowhere/a" "$run/b"
     convert -size 640x360 gradient:red-yellow "png:$run/nowhere/a/1.png"
@@ -25,7 +26,7 @@ make_run() {
     sed -i '/<sn>/d' "$run/qelXml.xml"
 }
 
-# Opens a path and prints a checksum of the screen for each of the first four rows.
+# Opens a path and prints a checksum of the screen for each of the first four rows: PATH
 pictures_of() {
     program_start "$build/quorvel-view" "$1" >&2
     expect_focus row
@@ -34,7 +35,7 @@ pictures_of() {
         screen_wait_change
         screen_sum
     done
-    # Wait after each key: between two keys the screen can rest too.
+    # Wait after each key, because the screen can also stop changing between two keys.
     for _ in 1 2 3; do
         press Up
         screen_wait_change
@@ -57,10 +58,10 @@ expect_captured() {
     [ "$(find "$captured" -name '*.png' | wc -l)" -eq 2 ] || fail "wrong photos: $(ls "$captured")"
 }
 
-# Expects the pictures of the run: PATH
+# Checks that quorvel-view shows the same screens for a path as for the run: PATH
 expect_pictures() {
     pictures_of "$1" >"$work/pictures"
-    cmp "$work/expected" "$work/pictures" || fail "$1: other pictures than of the run"
+    cmp "$work/expected" "$work/pictures" || fail "$1: the screens differ from the screens of the run"
     program_stop
 }
 
@@ -68,7 +69,7 @@ run=$work/original
 make_run
 mkdir "$QUORVEL_USB_DIR"
 pictures_of "$run" >"$work/expected"
-[ "$(sort -u "$work/expected" | wc -l)" -eq 4 ] || fail "the rows have equal pictures"
+[ "$(sort -u "$work/expected" | wc -l)" -eq 4 ] || fail "two rows have the same screen"
 capture
 program_stop
 expect_captured

@@ -1,7 +1,7 @@
 # shellcheck shell=sh disable=SC2154 # the variables of ui.sh
-# Functions for the tests that drive a run from the launch to the shutdown: one for each user action.
+# Functions for the tests of a run from the launch to the shutdown. Each function performs a user action.
 
-# The detail panel within its outline, and the colours of its text.
+# The area of the detail panel inside its outline, and the colours of the detail text.
 TEXT=1240x500+650+410
 HINT='#CBCBCB'
 RESULT=$(theme_colour COLOR_TEXT)
@@ -14,7 +14,7 @@ start() {
     expect_focus "$2"
     [ "$(cat "$work/data/num_of_launch")" = 1 ] || fail "the launch is not counted"
     expect "the hint is shown" shows "$HINT" "$TEXT" 1000
-    has_lines 0 's_Pause is called\|s_Resume is called' || fail "the launch pauses or resumes the program"
+    has_lines 0 's_Pause is called\|s_Resume is called' || fail "the launch calls pause or resume"
 }
 
 # Moves from the list to the detail panel, to the button and back.
@@ -58,7 +58,8 @@ analyse() {
     shows_result
 }
 
-# Moves to another row and back, which shows the result again: KEY-AWAY KEY-BACK ROW-AWAY ROW
+# Moves to another row and back. Checks that the result is shown again: KEY-AWAY KEY-BACK ROW-AWAY
+# ROW
 expect_result() {
     go_to_row "$1" "$3"
     go_to_row "$2" "$4"
@@ -71,14 +72,14 @@ shows_result() {
     expect "the conflicts are shown in orange" shows "$CONFLICTS" "$TEXT" 200
 }
 
-# An item is analysed only once.
+# Presses OK on an analysed item and checks that the application rejects the analysis.
 analyse_again() {
     press Return
     log_wait 'm_IsExecutedByUser have true value'
     expect_focus row
 }
 
-# Moves from a row through the detail text, which may have any length, to the button.
+# Moves from a row through the detail text to the button. The detail text can have any length.
 go_to_button() {
     press Right
     log_wait 'OnFocus : '
@@ -87,10 +88,10 @@ go_to_button() {
         screen_wait
         ! focus_is button || return 0
     done
-    fail "the button cannot be reached"
+    fail "the focus does not reach the button"
 }
 
-# Starts a capture without storage. The button has the focus.
+# Starts a capture without storage and checks that it fails. The button must have the focus.
 capture_fails() {
     press Return
     log_wait 'retAutoApi = -1'
@@ -113,7 +114,7 @@ capture_succeeds() {
     cmp "$QUORVEL_USB_DIR"/*/qelXml.xml "$work/data/qelXml.xml" || fail "the result file is not copied"
 }
 
-# After a capture the button is disabled: it takes no focus and no OK.
+# Checks that the button takes no focus and no OK after a capture.
 capture_is_disabled() {
     press Down Return Left
     screen_wait

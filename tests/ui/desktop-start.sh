@@ -1,6 +1,6 @@
 #!/bin/sh
-# A start of quorvel-view from a desktop: without PATH, a folder chooser asks for a folder, and errors
-# are shown on the display.
+# Tests starts of quorvel-view from a desktop. Without PATH, a folder chooser asks for a folder. A dialog
+# shows errors.
 set -eu
 # shellcheck source=tests/ui/ui.sh
 . "$(dirname -- "$0")/ui.sh"
@@ -22,7 +22,7 @@ portal_is_ready() {
     grep -q ready "$work/portal.log"
 }
 
-# Replaces the portal: the arguments of file_chooser.
+# Starts file_chooser as the portal and stops the previous portal: CODE [URI]
 start_portal() {
     stop_portal
     setpriv --pdeathsig TERM "$build/tests/ui/file_chooser" "$@" >"$work/portal.log" 2>&1 &
@@ -58,10 +58,10 @@ close_message() {
     xdotool key Return
 }
 
-# Closes the message with the text $1. The program then exits with status $2, 1 by default.
+# Closes a message and checks its text and the exit status of the program (default 1): TEXT [STATUS]
 expect_message() {
     close_message
-    grep -q -F -- "$1" "$desktop/log" || fail "another message: $(cat "$desktop/log")"
+    grep -q -F -- "$1" "$desktop/log" || fail "wrong message, expected \"$1\": $(cat "$desktop/log")"
     expect_exit "${2:-1}"
 }
 
@@ -105,7 +105,7 @@ shows_message_for_folder_without_run() {
     expect_message "$work/nothing: no qelXml.xml or qelRnscXml.xml found"
 }
 
-# A control character is no digit of an encoded byte.
+# The URI contains control characters in place of the digits of an encoded byte.
 shows_message_for_malformed_uri() {
     start_portal 0 "$(printf 'file://%s/%%\027\023' "$work")"
     program_launch "$build/quorvel-view"
@@ -134,7 +134,7 @@ shows_message_when_quorvel_fails() {
     expect_message 'quorvel exited with status 5' 5
 }
 
-# The screen without items does not show that nothing was tested.
+# The list would be empty, as for a run without failures.
 shows_warning_before_a_run_without_items() {
     mkdir "$work/untested"
     echo '<r/>' >"$work/untested/qelXml.xml"

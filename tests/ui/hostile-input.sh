@@ -1,5 +1,5 @@
 #!/bin/sh
-# The whole program on hostile files and with few resources. A window in memory replaces the display.
+# Tests the whole program on hostile files and with few resources. A window in memory replaces the display.
 set -eu
 unset CDPATH
 build=$1
@@ -7,7 +7,7 @@ root=$(cd -- "$(dirname -- "$0")/../.." && pwd)
 # shellcheck source=script/lib/desktop.sh
 . "$root/script/lib/desktop.sh"
 
-# A start that hangs takes minutes or never ends.
+# A start that blocks takes minutes or never returns.
 timeout=10
 
 fail() {
@@ -28,13 +28,14 @@ begin() {
     mkdir -p "$data" "$state/quorvel"
 }
 
-# Runs the program on the data folder, after the commands of a shell: [COMMANDS]
+# Runs shell commands, then the program on the data folder: [COMMANDS]
 launch() {
     program_launch "$build/lay-data" --private-tmp "$data" sh -c "$1
 exec \"\$0\"" "$build/quorvel"
 }
 
-# A program without standard streams writes only the log file, which is a FIFO in another case.
+# Returns whether the start is logged. Without standard streams, the program logs only to the file.
+# In another case, the log file is a FIFO.
 is_started() {
     for log in "$desktop/log" "$state/quorvel/quorvel.log"; do
         if [ -f "$log" ] && grep -q 's_Control is called' "$log"; then
@@ -122,7 +123,7 @@ few_resources() {
     begin 'limit on the size of files'
     result_file S D
     repeat 1000 '0123456789' >"$state/quorvel/quorvel.log"
-    # 8 KiB: enough for the other files.
+    # The limit of 8 KiB is sufficient for the other files.
     survive 'ulimit -f 16' 'cannot write to the log file'
     begin 'twenty descriptors'
     launch 'ulimit -n 20'
@@ -131,7 +132,7 @@ few_resources() {
     grep -q 'raise the limit: ulimit -n' "$desktop/log" || fail "no reason is logged"
 }
 
-# The log copy without a window.
+# Makes a log copy without a window.
 link_as_root() {
     [ "$(id -u)" -eq 0 ] || return 0
     begin 'link to a private file, as root'

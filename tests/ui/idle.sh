@@ -1,5 +1,6 @@
 #!/bin/sh
-# Counts how often the program wakes up: idle after the start, idle after an analysis, minimised.
+# Tests how often the program wakes up: after the start, after an analysis, and while it is
+# minimised.
 set -eu
 # shellcheck source=tests/ui/ui.sh
 . "$(dirname -- "$0")/ui.sh"
@@ -19,9 +20,9 @@ wakes_at_most() {
     [ "$woken" -le "$2" ]
 }
 
-# The program becomes idle, because blinking and sliding stop within five seconds.
+# Checks that the program becomes idle: WHEN. Blinking and sliding stop within five seconds.
 expect_rest() {
-    expect "the program rests $1" wakes_at_most "$pid" 0
+    expect "the program is idle $1" wakes_at_most "$pid" 0
 }
 
 start "$root/samples/typical" row

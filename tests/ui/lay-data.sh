@@ -1,6 +1,6 @@
 #!/bin/sh
-# lay-data: the mounted folder, the exit status, signals and the state after the run. Root runs the cases
-# with and without namespaces.
+# Tests lay-data: the mounted folder, the exit status, signals, and the state after the run. As root, the
+# test runs the cases with and without namespaces.
 set -eu
 unset CDPATH
 # Other users must be able to read the files of the test.
@@ -34,7 +34,7 @@ status_of() {
     echo "$status"
 }
 
-# --- What a command gets ----------------------------------------------------------------------
+# --- The environment of a command -------------------------------------------------------------
 
 mounts_folder() {
     [ "$(run_lay_data "$work/data" cat "$data/file")" = content ] || fail "the folder is not mounted"
@@ -43,7 +43,8 @@ mounts_folder() {
     [ "$(readlink -f "$data")" != "$work/data" ] || fail "the folder remains at the fixed path"
 }
 
-# The files of each folder contain its name. The stand-in for quorvel prints the name.
+# Creates folders with the given names. The files of each folder contain its name. The stand-in for
+# quorvel prints this name.
 make_odd_folders() {
     mkdir -p "$work/elsewhere/run1" "$work/bin"
     cp "$lay_data" "$(dirname -- "$lay_data")/quorvel-view" "$work/bin"
@@ -56,12 +57,12 @@ make_odd_folders() {
     done
 }
 
-# Runs a command above the folder $name and checks that it prints the file of the folder. The settings of
-# the shell name another folder. The x keeps line breaks.
+# Runs a command in the parent of the folder $name and checks that the command prints the file of $name.
+# CDPATH and OLDPWD name another folder. The x keeps trailing line breaks.
 prints_own_file() {
     shown=$(cd "$work/odd" && export CDPATH="$work/elsewhere" OLDPWD="$work/elsewhere" &&
         "$@" && echo x) || true
-    [ "$shown" = "${name}x" ] || fail "$name: prints the file of another folder: $shown"
+    [ "$shown" = "${name}x" ] || fail "$name: wrong content: $shown"
 }
 
 mounts_folder_of_any_name() {
@@ -83,7 +84,8 @@ mounts_folder_of_any_name() {
     rm -r "$work/odd" "$work/elsewhere" "${work:?}/bin"
 }
 
-# The command does not see the real flag file, and its own flag file remains private.
+# Checks that the command does not see the real flag file, and that the flag file of the command is
+# private.
 keeps_flag_file_private() {
     run_lay_data --private-tmp "$work/data" sh -c "[ ! -e $flag ] && echo $work >$flag && [ -d '$work' ]" ||
         fail "the real flag file is visible, or the folder of the test is not"
@@ -95,18 +97,18 @@ keeps_working_folder_and_input() {
 input" ] || fail "wrong working folder or input"
 }
 
-# The standard input is closed.
+# Runs lay-data with a closed standard input.
 runs_without_input() {
-    [ "$(run_lay_data "$work/data" cat - "$data/file" <&-)" = content ] || fail "fails without an input"
+    [ "$(run_lay_data "$work/data" cat - "$data/file" <&-)" = content ] || fail "fails with a closed input"
 }
 
 returns_exit_status() {
-    [ "$(status_of run_lay_data "$work/data" sh -c 'exit 7')" -eq 7 ] || fail "not the exit status of the command"
-    [ "$(status_of run_lay_data "$work/data" sh -c 'kill -TERM $$')" -eq 143 ] || fail "not the status of a signal"
+    [ "$(status_of run_lay_data "$work/data" sh -c 'exit 7')" -eq 7 ] || fail "wrong status for an exit"
+    [ "$(status_of run_lay_data "$work/data" sh -c 'kill -TERM $$')" -eq 143 ] || fail "wrong status for a signal"
     [ "$(status_of run_lay_data "$work/nothing" true 2>/dev/null)" -eq 1 ] || fail "a missing folder is not an error"
 }
 
-# --- Signals ----------------------------------------------------------------------------------
+# --- Cases with signals ------------------------------------------------------------------------
 
 wait_for_file() {
     for _ in $(seq 200); do
@@ -152,7 +154,7 @@ dies_with_script() {
     fail "the command survives the script"
 }
 
-# --- Without namespaces -----------------------------------------------------------------------
+# --- Cases without namespaces -----------------------------------------------------------------
 
 # A second script waits for the first script until LAY_DATA_WAIT.
 waits_for_other_run() {
@@ -182,14 +184,14 @@ run_as_a_user() {
     setpriv --reuid 65534 --regid 65534 --clear-groups "$@"
 }
 
-# Lets other users use the folder of the test. Returns false if only root may enter TMPDIR.
+# Opens the folder of the test to other users. Returns false if only root may enter TMPDIR.
 open_to_users() {
     chmod 711 "$work"
     cp "$lay_data" "$work/lay-data"
     run_as_a_user test -x "$work/lay-data"
 }
 
-# Skips the case if the system permits no namespaces for users.
+# Skips the case if the system does not permit namespaces to users.
 mounts_folder_for_user() {
     if run_as_a_user bwrap --dev-bind / / true 2>"$work/error"; then
         [ "$(run_as_a_user "$work/lay-data" "$work/data" cat "$data/file")" = content ] ||
@@ -199,7 +201,8 @@ mounts_folder_for_user() {
     fi
 }
 
-# The kernel permits users no namespace inside a changed root folder.
+# Runs lay-data inside a changed root folder, in which the kernel does not permit namespaces to
+# users.
 reports_remedy_to_user() {
     mkdir "$work/root"
     # shellcheck disable=SC2016 # for the inner shell
@@ -235,7 +238,7 @@ cases_without_namespaces() {
     [ -z "$(ls -A /opt)" ] || fail "folders remain: $(find /opt)"
 }
 
-# The lock of a running quorvel of the user must not matter.
+# A private session folder keeps a running quorvel of the user from affecting the test.
 mkdir -m 700 "$work/run"
 export XDG_RUNTIME_DIR="$work/run"
 mkdir "$work/data"

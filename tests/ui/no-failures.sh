@@ -1,12 +1,12 @@
 #!/bin/sh
-# A run without failed items, from the launch to the shutdown.
+# Tests a run without failed items, from the launch to the shutdown.
 set -eu
 # shellcheck source=tests/ui/ui.sh
 . "$(dirname -- "$0")/ui.sh"
 # shellcheck source=tests/ui/cases.sh
 . "$(dirname -- "$0")/cases.sh"
 
-# The greyed list takes no keys.
+# Checks that the disabled list takes no focus.
 walk_without_rows() {
     press Left
     screen_wait

@@ -1,14 +1,15 @@
 #!/bin/sh
-# The messages and the statuses of quorvel-view and quorvel without a window. A stand-in replaces quorvel.
+# Tests the messages and exit statuses of quorvel-view and quorvel without a window. A stand-in replaces
+# quorvel.
 set -eu
 # shellcheck source=tests/ui/ui.sh
 . "$(dirname -- "$0")/ui.sh"
 # shellcheck source=tests/ui/view.sh
 . "$(dirname -- "$0")/view.sh"
 
-# Expects that the error output is only this line.
+# Checks that the error output is only this line: LINE
 expect_only_error() {
-    [ "$(cat "$work/err")" = "$1" ] || fail "not only \"$1\" but: $(cat "$work/err")"
+    [ "$(cat "$work/err")" = "$1" ] || fail "wrong error output, expected \"$1\": $(cat "$work/err")"
 }
 
 rejects_unusable_paths() {
@@ -51,7 +52,8 @@ prints_help_and_version() {
     expect_only_error ''
 }
 
-# Runs quorvel with a new home folder, without a display, and expects no log: STATUS ARG…
+# Runs quorvel with a new home folder and without a display. Checks the status, and that no log is
+# written: STATUS ARG…
 expect_quorvel_status() {
     expected_status=$1
     shift
@@ -158,7 +160,7 @@ qelXml.xml'
     expect_error 'no item can be read'
 }
 
-# Runs quorvel-view as a user who is not root, see expect_status.
+# Runs quorvel-view as a user who is not root; see expect_status for the arguments.
 expect_status_of_user() {
     if [ "$(id -u)" -eq 0 ]; then
         chmod 711 "$work"
@@ -169,7 +171,7 @@ expect_status_of_user() {
     cp "$build/quorvel-view" "$work/bin/quorvel-view"
 }
 
-# A file without read permission, links, and other files that are not regular.
+# The result files are a file without read permission, a link and a FIFO.
 opens_no_unreadable_files() {
     make_stand_in 'ls'
     write_run "$work/forbidden" ''
@@ -276,7 +278,7 @@ reports_signal() {
     expect_status 134 "$work/malformed"
     expect_error 'quorvel ended by signal 6'
     expect_error 'item 1 (Audio): opcode "xyz" is not a hexadecimal number'
-    ! grep -q Video "$work/err" || fail "a valid item is named: $(cat "$work/err")"
+    ! grep -q Video "$work/err" || fail "the message names a valid item: $(cat "$work/err")"
     for code in 5 200; do
         make_stand_in "exit $code"
         expect_status "$code" "$folder"
@@ -284,7 +286,7 @@ reports_signal() {
     done
 }
 
-# A process inherits ignored signals from the program that starts it.
+# A process inherits the ignored signals of its parent.
 returns_status_when_the_parent_ignores_children() {
     make_stand_in 'exit 5'
     status=0

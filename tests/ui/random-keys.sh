@@ -1,6 +1,6 @@
 #!/bin/sh
-# Random keys of a remote control, on the run samples/typical. QUORVEL_RANDOM_KEYS is the number of keys
-# (500 by default), QUORVEL_RANDOM_SEED selects the sequence.
+# Tests random keys of a remote control on the run samples/typical. QUORVEL_RANDOM_KEYS is the number of
+# keys (default 500). QUORVEL_RANDOM_SEED selects the sequence.
 set -eu
 # shellcheck source=tests/ui/ui.sh
 . "$(dirname -- "$0")/ui.sh"
@@ -18,8 +18,8 @@ random_keys() {
     }'
 }
 
-# Waits until the program has handled all keys. The window gets these events after the keys, so the pause
-# follows all keys, and the resume follows the work that the keys deferred.
+# Waits until the program has handled all keys. The window gets these events after the keys. The pause
+# therefore follows all keys. The resume follows the work that the keys deferred.
 await_keys() {
     window=$(xdotool getwindowfocus)
     log_mark
@@ -38,12 +38,13 @@ press_all() {
     await_keys
 }
 
-# The log has one line more than there are popups, because the launch sets the flag too.
+# Returns whether every popup is complete. The launch logs one more line, because it also clears the
+# flag.
 popups_are_complete() {
     has_lines "$((started + 1))" 'SetRunningFlag 0'
 }
 
-# Every popup completes. All popups except the last are confirmed already.
+# Waits until every popup is complete. Confirms the last popup; the keys have confirmed all others.
 confirm_last_popup() {
     started=$(count_lines 'SetRunningFlag 1')
     confirmed=$(count_lines 'OK button is pressed.')
@@ -64,7 +65,7 @@ has_one_focus() {
     esac
 }
 
-# The program still reacts: the focus moves into the list and to its first rows.
+# Checks that the program still reacts to keys: the focus moves into the list and to the first rows.
 expect_reaction() {
     press Left Left
     expect_focus row

@@ -1,5 +1,5 @@
 #!/bin/sh
-# A second launch, and every kind of shutdown.
+# Tests a second launch and every kind of shutdown.
 set -eu
 # shellcheck source=tests/ui/ui.sh
 . "$(dirname -- "$0")/ui.sh"
@@ -17,7 +17,7 @@ expect_one_life() {
     expect_clean_log
 }
 
-# The running program handles the second launch request and counts it.
+# Checks that the running program handles and counts the launch request of a second program.
 second_launch() {
     open_small
     log_mark

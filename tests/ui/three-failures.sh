@@ -1,5 +1,5 @@
 #!/bin/sh
-# A run with three failed items, from the launch to the shutdown.
+# Tests a run with three failed items, from the launch to the shutdown.
 set -eu
 # shellcheck source=tests/ui/ui.sh
 . "$(dirname -- "$0")/ui.sh"

@@ -1,5 +1,5 @@
 #!/bin/sh
-# The run samples/typical, from the launch to the shutdown.
+# Tests the run samples/typical, from the launch to the shutdown.
 set -eu
 # shellcheck source=tests/ui/ui.sh
 . "$(dirname -- "$0")/ui.sh"

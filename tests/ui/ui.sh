@@ -1,6 +1,6 @@
 # shellcheck shell=sh
-# Functions for the tests of this folder, which CTest calls with the build folder. They run Quorvel in a
-# real window and drive it with key events. All files of a test are in a private folder.
+# Functions for the tests of this folder. CTest passes the build folder to each test. The tests run Quorvel
+# in a real window and send key events. All files of a test are in a private folder.
 
 unset CDPATH
 build=$1
@@ -8,10 +8,10 @@ root=$(cd -- "$(dirname -- "$0")/../.." && pwd)
 # shellcheck source=script/lib/desktop.sh
 . "$root/script/lib/desktop.sh"
 
-# The theme's colour of the outline around the focused widget.
+# The theme's colour for the outline of the focused widget.
 FOCUS=$(theme_colour COLOR_FOCUS_LINE)
-# Parts of the screen: the rows of the list, the detail panel, and the row of the button, into which the
-# popup's OK button reaches.
+# Areas of the screen: the rows of the list, the detail panel, the row of the button and of the popup's OK
+# button, and the whole screen.
 LIST=640x945+0+135
 PANEL=1282x543+638+403
 BUTTONS=1280x135+640+945
@@ -69,8 +69,8 @@ near() {
     [ "$1" -ge "$(($2 - 12))" ] && [ "$1" -le "$(($2 + 12))" ]
 }
 
-# Prints the widget whose outline has the size of the rectangle: PART BOX. Prints nothing for several
-# outlines, because their rectangle has another size.
+# Prints the widget whose outline has the size of the box: PART BOX. Prints nothing if the part contains
+# several outlines, because their common box has another size.
 outlined() {
     outlined_width=${2%%x*}
     outlined_height=${2#*x}
@@ -85,7 +85,8 @@ outlined() {
     done
 }
 
-# Prints the focused widget if the screen has one outline, otherwise what the screen has.
+# Prints the focused widget if the screen has exactly one outline. Otherwise prints the number of
+# outline pixels in each part.
 focus_place() {
     colours "$FOCUS" "$SCREEN" "$FOCUS" "$LIST" "$FOCUS" "$PANEL" "$FOCUS" "$BUTTONS" | {
         read -r all _
@@ -113,7 +114,7 @@ expect_focus() {
 
 # --- The log ----------------------------------------------------------------------------------
 
-# Prints error lines of the application and the toolkit that a correct run does not have.
+# Prints the error lines of the application and of the toolkit that a correct run does not log.
 unexpected_lines() {
     grep -E '^(E/|ERR|CRI|WRN)|[Ss]anitizer|terminate called' "$desktop/log" |
         grep -v -E -f "$root/tests/ui/expected-lines" -e "${also_expected:-nothing else}" || true
@@ -133,12 +134,12 @@ go_to_row() {
     log_wait "QELItemView.cpp: Update(.*index : $2, "
 }
 
-# Checks that a key has no effect: the log shows only the effect of the next key.
+# Checks that a key has no effect: KEY. The log must contain only the effect of the next key.
 press_without_effect() {
     press "$1" Right
     log_wait 'OnFocus : '
     [ "$(log_new | grep -c 'QELItem\|QELPopup\|QELButton\|QELApp')" -eq 1 ] ||
-        fail "key $1: has an effect: $(log_new)"
+        fail "the key $1 has an effect: $(log_new)"
     press Left
     log_wait 'OnUnfocus : '
 }
@@ -155,5 +156,5 @@ trap finish EXIT
 trap 'exit 1' HUP INT TERM
 unset QUORVEL_THEME
 desktop_start "$work"
-# The folder that replaces a USB storage. Storage is missing until the folder exists.
+# This folder replaces a USB storage. The storage is missing until a test creates the folder.
 export QUORVEL_USB_DIR="$work/usb"

@@ -1,13 +1,14 @@
 #!/bin/sh
-# quorvel-view in a real window: when installed, in the tour that script/run makes without a display, and
-# at the same time as a running quorvel.
+# Tests quorvel-view in a real window: the installed program, the tour that script/run makes without a
+# display, and a second program.
 set -eu
 # shellcheck source=tests/ui/ui.sh
 . "$(dirname -- "$0")/ui.sh"
 # shellcheck source=tests/ui/view.sh
 . "$(dirname -- "$0")/view.sh"
 
-# quorvel-view uses the real /tmp, where the flag file may belong to another user.
+# Permits an error line about the flag file. quorvel-view uses the real /tmp, where the file can
+# belong to another user.
 expect_foreign_flag() {
     if [ -e /tmp/qel_first_execute ] && [ ! -O /tmp/qel_first_execute ]; then
         also_expected='failed to create flag file'
@@ -34,7 +35,8 @@ tour() {
     [ "$(wc -l <"$work/printed")" -eq 3 ] || fail "the tour does not print three paths"
 }
 
-# Without an item to analyse, the tour prints only the picture of the start.
+# Checks that the tour prints only the picture of the start if no item can be analysed: FOLDER
+# [OPTION]
 tour_without_analysis() {
     "$root/script/lib/tour" "$build" "$1" "$work/pictures" ${2:+"$2"} \
         >"$work/printed" 2>"$work/error" ||
@@ -52,7 +54,8 @@ tour_with_one_item() {
         fail "the only item is not analysed"
 }
 
-# The white photo covers most of the screen. Its name is a path that does not exist here.
+# The white photo covers most of the screen. The item names a path that does not exist on this
+# machine.
 shows_photo_by_its_base_name() {
     mkdir -p "$work/captured/capture"
     convert -size 1280x720 xc:white "png:$work/captured/capture/1.png"
@@ -65,8 +68,8 @@ shows_photo_by_its_base_name() {
     program_stop
 }
 
-# Two items have a malformed code. The second one is pressed. The log level hides the lines before the
-# exception.
+# Two items have a malformed code. The test presses OK on the second item. The log level hides the lines
+# before the exception.
 names_pressed_item() {
     mkdir "$work/two"
     item='<test><type>app</type><result>fail</result><opcode>10</opcode>'
@@ -115,7 +118,7 @@ second_view() {
     [ "$program_status" -eq 0 ] || fail "the replaced program exited with status $program_status"
 }
 
-# Starts the window manager again, with keys that change the window.
+# Restarts the window manager with keys that change the size of the window.
 start_manager_with_keys() {
     cat >"$work/manager.xml" <<'END'
 <openbox_config xmlns="http://openbox.org/3.4/rc">
@@ -136,7 +139,7 @@ END
     expect "the window manager starts" is_managed
 }
 
-# Returns whether the only outline on the screen has half the size of the outline of a row.
+# Returns whether the screen has one outline of half the size of a row.
 shows_small_row() {
     small_box=$(colours "$FOCUS" "$SCREEN")
     small_box=${small_box#* }
@@ -144,8 +147,8 @@ shows_small_row() {
     near "${small_size%x*}" 280 && near "${small_size#*x}" 43
 }
 
-# A window of a quarter of the screen shows the whole content at half the size. The row keeps the focus,
-# and the program does nothing for the row again.
+# Checks that a window of a quarter of the screen shows the whole content at half the size. The row keeps
+# the focus, and the application does not update the row again.
 scales_with_window() {
     start_manager_with_keys
     program_start "$build/quorvel-view" "$root/samples/typical"
@@ -154,7 +157,7 @@ scales_with_window() {
     press F11 F5
     expect "the outline of the row has half the size" shows_small_row
     expect "the title is in the middle of the window" shows '#CBCBCB' 400x90+280+0 500
-    ! log_has 'QELItemView.cpp: Update(' || fail "the row is reported again: $(log_new)"
+    ! log_has 'QELItemView.cpp: Update(' || fail "the application updates the row again: $(log_new)"
     press F11
     expect_focus row
     go_to_row Down 2

@@ -3,7 +3,7 @@
 
 DATA=/opt/usr/home/owner/apps_rw/org.tizen.quorvel/data
 
-# Creates $folder, a run that cannot be written to, and a folder for temporary files.
+# Creates $folder, which is a read-only run, and a folder for temporary files.
 prepare_run() {
     folder=$work/results
     cp -R "$root/samples/typical" "$folder"
@@ -28,7 +28,8 @@ has_no_copy() {
     ! ls -d "$TMPDIR"/quorvel-data.* 2>/dev/null
 }
 
-# Creates a stand-in for quorvel next to quorvel-view. It runs the shell commands $1.
+# Creates a stand-in for quorvel next to quorvel-view. The stand-in runs the shell commands:
+# COMMANDS
 make_stand_in() {
     mkdir -p "$work/bin"
     cp "$build/quorvel-view" "$build/lay-data" "$work/bin"
@@ -36,7 +37,8 @@ make_stand_in() {
     chmod 755 "$work/bin/quorvel"
 }
 
-# Runs quorvel-view with the stand-in: STATUS ARG… The output is in $work/out and $work/err.
+# Runs quorvel-view with the stand-in and checks the exit status: STATUS ARG… Writes the output to
+# $work/out and $work/err.
 expect_status() {
     expected_status=$1
     shift
@@ -47,14 +49,14 @@ expect_status() {
 }
 
 expect_error() {
-    grep -q -F -- "$1" "$work/err" || fail "no message \"$1\" but: $(cat "$work/err")"
+    grep -q -F -- "$1" "$work/err" || fail "no message \"$1\" in: $(cat "$work/err")"
 }
 
 expect_output() {
-    [ "$(cat "$work/out")" = "$1" ] || fail "wrong output: $(cat "$work/out")"
+    [ "$(cat "$work/out")" = "$1" ] || fail "wrong output, expected \"$1\": $(cat "$work/out")"
 }
 
-# Writes a result file with one passed item: FOLDER START-TIME.
+# Writes a result file with one passed item: FOLDER START-TIME
 write_run() {
     mkdir -p "$1"
     printf '<r><Information><sn>SN of %s</sn></Information><Summary><starttime>%s</starttime></Summary>

@@ -1,6 +1,6 @@
 #include "platform/fakes/FailingCalls.h"
 
-// Before libmount.h, which includes it inside extern "C".
+// These headers come before libmount.h, which includes cstdlib inside extern "C".
 #include <cstdlib>
 #include <string>
 
@@ -35,7 +35,7 @@ FailingCallScope::~FailingCallScope() {
     g_FailingCall = FailingCall::kNothing;
 }
 
-// The linker directs the calls of the port to these functions.
+// The linker option --wrap redirects the calls of the port to these functions.
 extern "C" {
 
 int __real_statx(int folder, const char* path, int flags, unsigned int mask, struct statx* status);

@@ -1,23 +1,23 @@
 #ifndef QUORVEL_TESTS_PLATFORM_FAILING_CALLS_H_
 #define QUORVEL_TESTS_PLATFORM_FAILING_CALLS_H_
 
-// Calls of the port to the system and to libraries that fail on demand.
+// The calls to the system and to libraries that a test can make fail.
 enum class FailingCall {
     kNothing,
     kMountId,       // statx succeeds without a mount id
     kRename,        // renameat2 fails with EINVAL, as for an unknown flag
     kFolderRead,    // readdir fails with EIO
-    kListen,        // EADDRINUSE
+    kListen,        // listen fails with EADDRINUSE
     kAccept,        // accept4 fails with EMFILE
-    kUdev,          // ENOMEM
-    kUdevDevice,    // the device does not exist
-    kMountList,     // no memory
-    kMountIterate,  // no memory
-    kMountRead,     // EIO
+    kUdev,          // udev_new returns null
+    kUdevDevice,    // libudev finds no device
+    kMountList,     // mnt_new_table returns null
+    kMountIterate,  // mnt_new_iter returns null
+    kMountRead,     // mnt_table_parse_mtab fails with EIO
     kWatch,         // inotify_init1 fails with EMFILE
 };
 
-// Makes one call fail until the object is destroyed. One object at a time. Main thread.
+// Makes one call fail until the object is destroyed. Only one object may exist. Main thread only.
 class FailingCallScope {
 public:
     explicit FailingCallScope(FailingCall call);

@@ -66,7 +66,7 @@ bool FaultyFileIo::IsRejected(FileCall call, int error) {
 ssize_t FaultyFileIo::Perform(FileOperation& operation, const SystemCall& systemCall) {
     m_Record(operation);
     const int error = m_InjectedError();
-    // As in the system, a failed close releases the descriptor.
+    // A failed close releases the descriptor, as in the system.
     if (error == 0 || operation.call == FileCall::kClose) {
         const ssize_t result = m_PerformForReal(operation, systemCall);
         if (error == 0) {

@@ -19,25 +19,25 @@ struct PerformedCall {
 
 std::ostream& operator<<(std::ostream& out, const PerformedCall& performed);
 
-// The system's file operations. Records every call, and makes a chosen one fail before it has any
-// effect. Syncing is only recorded unless SyncForReal is called. One thread.
+// The system's file operations. Records every call, and makes a selected call fail before the call
+// has an effect. Only records syncs unless SyncForReal was called. One thread only.
 class FaultyFileIo : public quorvel::desktop::FileIo {
 public:
-    // Files below the folder storage are on the storage, all others on another disk.
+    // Files below the folder storage are on the storage. All other files are on another disk.
     explicit FaultyFileIo(std::string storage) : m_Storage(std::move(storage)) {}
 
-    // The call with this index (0 is the first) fails with error.
+    // Makes the call with the index fail with the error. The first call has the index 0.
     void FailOnce(std::size_t index, int error) { m_Fault = Fault{index, error, false}; }
-    // All later calls on the same disk that such a disk rejects fail as well.
+    // Also makes later calls on the same disk fail if IsRejected returns true for them.
     void FailPermanently(std::size_t index, int error) { m_Fault = Fault{index, error, true}; }
-    // The hook gets the index of each call before the call is performed.
+    // Sets a function that is called with the index of each call before the call is performed.
     void SetHook(std::function<void(std::size_t)> hook) { m_Hook = std::move(hook); }
-    // Limits in bytes for each read and write.
+    // Limits the bytes of each read and of each write.
     void SetMaxTransfer(std::size_t read, std::size_t write) {
         m_MaxRead = read;
         m_MaxWrite = write;
     }
-    // A signal interrupts each call once before it succeeds; close is not interrupted.
+    // Makes each call except close fail once with EINTR before the call succeeds.
     void InterruptEach() { m_Interrupts = true; }
     void SyncForReal() { m_Syncs = true; }
 
@@ -46,7 +46,7 @@ public:
     // Returns whether a disk that fails permanently with error rejects this call. A full disk can
     // still be read and emptied.
     static bool IsRejected(quorvel::desktop::FileCall call, int error);
-    // Number of descriptors that were opened and not closed.
+    // Returns the number of open descriptors.
     int OpenDescriptors() const { return m_OpenDescriptors; }
 
     ssize_t Perform(quorvel::desktop::FileOperation& operation,
@@ -60,7 +60,7 @@ private:
     };
 
     void m_Record(const quorvel::desktop::FileOperation& operation);
-    // Returns the error with which the last recorded call fails; 0 when it succeeds.
+    // Returns the error of the last recorded call; 0 if the call succeeds.
     int m_InjectedError();
     bool m_IsFaulty(std::size_t index) const;
     ssize_t m_PerformForReal(quorvel::desktop::FileOperation& operation,

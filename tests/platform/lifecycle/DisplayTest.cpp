@@ -18,9 +18,9 @@ using testing::IsEmpty;
 
 namespace {
 
-// One second for both displays. The rest is for a busy machine.
+// The search takes at most one second for both displays. The other second is for a busy machine.
 constexpr std::chrono::seconds kMaxSearchTime{2};
-// Less than the second that a display may take.
+// The delay is shorter than the second after which the search ignores a display.
 constexpr std::chrono::milliseconds kSlowAnswer{600};
 
 // The shortest setup that an X client accepts: version 11 without a screen.
@@ -32,7 +32,7 @@ std::string XSetup() {
     return setup;
 }
 
-// The event for the first object of a Wayland client, which ends a round trip.
+// The event that ends the first round trip of a Wayland client.
 std::string WaylandEvent() {
     return {"\2\0\0\0\0\0\14\0\1\0\0\0", 12};
 }
@@ -58,7 +58,7 @@ private:
     std::thread m_Thread;
 };
 
-// Sets DISPLAY and WAYLAND_DISPLAY to sockets that listen. They answer only in a test that creates
+// Sets DISPLAY and WAYLAND_DISPLAY to listening sockets. A socket answers only if the test creates
 // an AnsweringServer.
 class DisplayTest : public testing::Test {
 protected:
@@ -97,15 +97,15 @@ TEST_F(DisplayTest, ReportsBothDisplaysWhenNeitherAnswers) {
     EXPECT_EQ(m_Why, "no display: cannot connect to " + m_XName + " or " + m_Path);
 }
 
-// The toolkit would try X first and wait without a limit.
-TEST_F(DisplayTest, RemovesXThatDoesNotAnswer) {
+// Without the removal, the toolkit would try X first and wait without a time limit.
+TEST_F(DisplayTest, RemovesVariableOfXThatDoesNotAnswer) {
     const AnsweringServer wayland(m_Wayland, WaylandEvent());
     EXPECT_TRUE(Find());
     EXPECT_EQ(std::getenv("DISPLAY"), nullptr);
     EXPECT_EQ(std::getenv("WAYLAND_DISPLAY"), m_Path);
 }
 
-TEST_F(DisplayTest, RemovesWaylandThatDoesNotAnswer) {
+TEST_F(DisplayTest, RemovesVariableOfWaylandThatDoesNotAnswer) {
     const AnsweringServer x(m_X, XSetup());
     EXPECT_TRUE(Find());
     EXPECT_EQ(std::getenv("WAYLAND_DISPLAY"), nullptr);

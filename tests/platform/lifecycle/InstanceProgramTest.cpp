@@ -1,4 +1,4 @@
-// The owner and second programs as processes.
+// Tests the owner and further programs as processes.
 
 #include <sys/stat.h>
 
@@ -57,7 +57,8 @@ TEST_F(InstanceProgramTest, DeliversNothingAfterCloseRequest) {
     const auto owner = StartOwner();
     const Socket first = Socket::Connect(m_Folders.Socket());
     const Socket second = Socket::Connect(m_Folders.Socket());
-    // The owner accepts connections in order. After this request it has accepted both senders.
+    // The owner accepts connections in order. After this request, the owner has accepted both
+    // senders.
     EXPECT_EQ(Run({"NAME=third"}), 0);
     owner->Stop();
     for (const Socket* sender : {&first, &second}) {

@@ -29,9 +29,9 @@ using testing::StartsWith;
 
 namespace {
 
-// For an owner that answers.
+// The timeout for an owner that answers.
 constexpr std::chrono::milliseconds kLongTimeout{20000};
-// For an owner that does not answer.
+// The timeout for an owner that does not answer.
 constexpr std::chrono::milliseconds kShortTimeout{200};
 
 class InstanceTest : public testing::Test {
@@ -69,7 +69,7 @@ TEST_F(InstanceTest, IgnoresFilesOfEndedOwner) {
     EXPECT_EQ(Claim(kShortTimeout), Instance::Claim::kOwner);
 }
 
-TEST_F(InstanceTest, HandsRequestToOwner) {
+TEST_F(InstanceTest, HandsOverRequestToOwner) {
     Instance owner(m_Folder, "files");
     owner.ClaimOrHandOver({}, kShortTimeout);
     const Socket server = Socket::ListenAsOwner(SocketPath(m_Folder));
@@ -91,7 +91,7 @@ TEST_F(InstanceTest, ReportsOwnerOfOtherFiles) {
                             "EXEPARAM=CLOSE"));
 }
 
-TEST_F(InstanceTest, HandsEmptyRequestToOwnerOfSameFiles) {
+TEST_F(InstanceTest, HandsOverEmptyRequestToOwnerOfSameFiles) {
     Instance owner(m_Folder, "files");
     owner.ClaimOrHandOver({}, kShortTimeout);
     const Socket server = Socket::ListenAsOwner(SocketPath(m_Folder));
@@ -101,7 +101,7 @@ TEST_F(InstanceTest, HandsEmptyRequestToOwnerOfSameFiles) {
     answering.join();
 }
 
-TEST_F(InstanceTest, HandsRequestToOwnerOfOtherFiles) {
+TEST_F(InstanceTest, HandsOverRequestToOwnerOfOtherFiles) {
     Instance owner(m_Folder, "other files");
     owner.ClaimOrHandOver({}, kShortTimeout);
     const Socket server = Socket::ListenAsOwner(SocketPath(m_Folder));
@@ -110,7 +110,8 @@ TEST_F(InstanceTest, HandsRequestToOwnerOfOtherFiles) {
     answering.join();
 }
 
-// The next owner holds the lock and has not yet written its own files.
+// The next owner already holds the lock, but the lock file still names the files of the ended
+// owner.
 TEST_F(InstanceTest, IgnoresResultFilesOfEndedOwner) {
     Instance owner(m_Folder, "files");
     owner.ClaimOrHandOver({}, kShortTimeout);
@@ -127,7 +128,7 @@ TEST_F(InstanceTest, IgnoresResultFilesOfEndedOwner) {
     answering.join();
 }
 
-TEST_F(InstanceTest, ReportsRejection) {
+TEST_F(InstanceTest, ReportsRejectedRequest) {
     Instance owner(m_Folder, "files");
     owner.ClaimOrHandOver({}, kShortTimeout);
     const Socket server = Socket::ListenAsOwner(SocketPath(m_Folder));

@@ -20,8 +20,8 @@ using testing::Pair;
 
 namespace {
 
-// Reads the arguments after the program name. Sets invalid to the argument of another form, or to
-// an empty string.
+// Reads the arguments after the program name. Sets invalid to the argument without the form
+// KEY=VALUE, or to an empty string.
 KeyValues Read(std::vector<std::string> arguments, std::string* invalid = nullptr) {
     arguments.insert(arguments.begin(), "quorvel");
     std::vector<char*> pointers;
@@ -100,16 +100,16 @@ TEST(LaunchRequestTest, RejectsNullBundle) {
     EXPECT_EQ(bundle_get_str(&values, "A", nullptr), BUNDLE_ERROR_INVALID_PARAMETER);
 }
 
-// A request of exactly so many bytes: key, equals sign and zero byte take three.
+// Returns a request of exactly this size in bytes. Key, equals sign and zero byte take three bytes.
 KeyValues RequestOf(std::size_t bytes) {
     return {{"A", std::string(bytes - 3, 'x')}};
 }
 
-TEST(LaunchRequestTest, EncodesWordAndEntries) {
+TEST(LaunchRequestTest, EncodesMessageWordAndEntries) {
     EXPECT_EQ(EncodeRequest({{"A", "1"}, {"B", ""}}), std::string("quorvel2A=1\0B=\0", 15));
 }
 
-TEST(LaunchRequestTest, ReturnsEncodedRequest) {
+TEST(LaunchRequestTest, DecodesEncodedRequest) {
     const KeyValues request{{"A", "1"}, {"B", "x=y\nz"}, {"C", ""}};
     EXPECT_THAT(DecodeRequest(EncodeRequest(request)), Optional(request));
     EXPECT_THAT(DecodeRequest(EncodeRequest({})), Optional(KeyValues()));
@@ -126,7 +126,7 @@ TEST(LaunchRequestTest, RejectsInvalidMessage) {
     EXPECT_EQ(DecodeRequest({"quorvel2B=2\0x\0", 14}), std::nullopt) << "one valid entry";
 }
 
-TEST(LaunchRequestTest, RejectsEveryPartOfMessage) {
+TEST(LaunchRequestTest, RejectsEveryIncompleteMessage) {
     const std::string message = EncodeRequest({{"A", "1"}});
     for (std::size_t size = 0; size < message.size(); ++size) {
         const bool isEmptyRequest = size == message.size() - 4;

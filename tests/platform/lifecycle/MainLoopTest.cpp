@@ -1,4 +1,4 @@
-// The callbacks of an application in its own process.
+// Tests the callbacks of an application in its own process.
 
 #include <app.h>
 #include <chrono>
@@ -24,8 +24,8 @@ using MainLoopTest = RecordedApp;
 // The events of a program that a signal terminates.
 const std::vector<Event> kTerminatedRun = {"create", "control ", "terminate", "exit"};
 
-// Several signals arrive between two steps of the start. All of them fit into the pipe in which
-// Ecore keeps signals.
+// Several signals arrive between two steps of the start. The pipe in which Ecore keeps signals has
+// space for all signals.
 constexpr std::chrono::microseconds kSignalInterval{100};
 constexpr int kSignals = 250;
 
@@ -117,7 +117,7 @@ TEST_F(MainLoopTest, StopsUncountedLogCopyAfterTwoSeconds) {
                                           "counter may be too low"));
 }
 
-// EFL would crash.
+// With too few descriptors, EFL would crash.
 TEST_F(MainLoopTest, ReportsTooFewDescriptors) {
     ChildProgram program(m_Folders, "prlimit", {"--nofile=20", QUORVEL_RECORDING_APP},
                          {{"RECORD", m_Record}});
@@ -202,7 +202,8 @@ TEST_F(MainLoopTest, RejectsInvalidThemeFile) {
     EXPECT_THAT(Errors(*app), ElementsAre(HasSubstr(file)));
 }
 
-// Subtracts the time of a start that fails at once. A sanitizer makes every start slow.
+// The test subtracts the time of a start that fails at once, because a sanitizer makes every start
+// slow.
 TEST_F(MainLoopTest, ReportsMissingDisplayWithinSecond) {
     const auto before = std::chrono::steady_clock::now();
     EXPECT_EQ(Run({"invalid"}), 1);
@@ -240,7 +241,7 @@ TEST_F(MainLoopTest, ReportsWaylandThatDoesNotAnswer) {
     EXPECT_THAT(Errors(*app), ElementsAre("no display: cannot connect to wayland"));
 }
 
-// The child process that connects to the display inherits the lock and must end, too.
+// The child process that connects to the display inherits the lock and must also end.
 TEST_F(MainLoopTest, ReleasesLockWhenKilledDuringDisplaySearch) {
     const Socket server = Socket::ListenAsX();
     const auto app = Start({}, {{"ELM_DISPLAY", ""}, {"DISPLAY", server.Display()}});
@@ -296,7 +297,7 @@ TEST_F(MainLoopTest, TerminatesAfterSignalDuringDisplaySearch) {
     EXPECT_EQ(Count("terminate"), 1);
 }
 
-// Covers the moment between the end of the display search and the start of the toolkit.
+// The test covers the moment between the end of the display search and the start of the toolkit.
 TEST_F(MainLoopTest, TerminatesAfterRepeatedSignalsDuringStart) {
     const XServer x(m_Folders);
     const Socket wayland = Socket::ListenAsWayland(m_Folders.Root() / "run/wayland");

@@ -1,4 +1,4 @@
-// An application whose window is minimised, restored and closed by a window manager.
+// Tests an application whose window a window manager minimises, restores and closes.
 
 #include <csignal>
 #include <memory>
@@ -29,12 +29,12 @@ protected:
         return probe.Exit() == 0 && probe.Output().find("window id") != std::string::npos;
     }
 
-    // Sends the program a command for its window, see recording_app.
+    // Sends the program a command for its window (see recording_app.cpp).
     void Do(const std::string& command) const {
         EXPECT_EQ(Run({"EXEPARAM=" + command}, m_Display), 0);
     }
 
-    // The events without the three events of the start.
+    // Returns the events without the three events of the start.
     std::vector<Event> EventsSinceStart() const {
         std::vector<Event> events;
         for (const Event& event : Events(*m_App)) {

@@ -31,7 +31,7 @@ protected:
 
     std::string Folder() { return RuntimeFolder(m_Why, m_Folders.Root() / "sessions"); }
 
-    // Creates the folder that the system provides for the session of the user.
+    // Creates the folder that the system provides for the user's session.
     fs::path CreateSystemFolder() const {
         fs::path session = m_Folders.Root() / "sessions" / std::to_string(geteuid());
         fs::create_directories(session);

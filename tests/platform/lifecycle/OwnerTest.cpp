@@ -15,7 +15,7 @@
 namespace quorvel::desktop {
 namespace {
 
-// For a condition that comes true.
+// The timeout for a condition that is expected to become true.
 constexpr std::chrono::milliseconds kLongTimeout{20000};
 
 class OwnerTest : public testing::Test {
@@ -30,7 +30,7 @@ protected:
     std::string m_Folder = m_Folders.Root() / "run";
 };
 
-TEST_F(OwnerTest, ReturnsTheOwnerWhileItHoldsTheLock) {
+TEST_F(OwnerTest, ReturnsOwnerWhileOwnerHoldsLock) {
     EXPECT_FALSE(FindOwner(m_Folder));
     auto instance = Own();
     const auto owner = FindOwner(m_Folder);
@@ -48,7 +48,7 @@ TEST_F(OwnerTest, ReportsMissingOwner) {
     EXPECT_EQ(process, 0);
 }
 
-TEST_F(OwnerTest, ReturnsTheAnswerAndTheProcess) {
+TEST_F(OwnerTest, ReturnsAnswerAndProcess) {
     const Socket server = Socket::ListenAsOwner(SocketPath(m_Folder));
     std::thread answering([&server] {
         const Socket client = server.Accept();
@@ -62,7 +62,7 @@ TEST_F(OwnerTest, ReturnsTheAnswerAndTheProcess) {
     EXPECT_EQ(process, getpid());
 }
 
-TEST_F(OwnerTest, WaitsUntilTheLockIsReleased) {
+TEST_F(OwnerTest, WaitsUntilLockIsReleased) {
     auto instance = Own();
     EXPECT_FALSE(AwaitNoOwner(m_Folder, std::chrono::milliseconds(20)));
     std::thread ending([&instance] { instance.reset(); });

@@ -59,7 +59,7 @@ protected:
         return RunLoopUntil([&] { return m_Log.Messages().size() >= lines; });
     }
 
-    // Runs the main loop for this time, and returns how often it becomes idle.
+    // Runs the main loop for the given time. Returns how often the main loop becomes idle.
     static int IdleTimes(double seconds) {
         int times = 0;
         Ecore_Idle_Enterer* counter = ecore_idle_enterer_add(
@@ -80,7 +80,7 @@ protected:
         return times;
     }
 
-    // Expects that the server receives and answers a valid request.
+    // Sends a valid request. Expects that the server receives and answers the request.
     void ExpectDelivery() {
         const std::size_t before = m_Requests.size();
         const Socket sender = Socket::Connect(m_Path);
@@ -116,7 +116,7 @@ TEST_F(RequestServerTest, RestrictsSocketToUser) {
     EXPECT_EQ(status.st_mode & 0777U, 0600U);
 }
 
-// Makes the folders and the socket accessible to the other user.
+// The test makes the folders and the socket accessible to the other user.
 TEST_F(RequestServerTest, RejectsSenderOfOtherUser) {
     if (geteuid() != 0) {
         GTEST_SKIP() << "only root can become another user";

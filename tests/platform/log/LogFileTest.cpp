@@ -42,7 +42,7 @@ protected:
     PrivateFolders m_Folders;
     fs::path m_Folder = m_Folders.Root() / "new/folder";
     std::string m_Path = m_Folder / "a.log";
-    // Length of a line whose message has three letters.
+    // The length of a line whose message has three letters.
     const std::size_t m_ThreeLetters = std::string("I/QEL     (12345): one\n").size();
 };
 
@@ -111,8 +111,8 @@ TEST_F(LogFileTest, FollowsRenameOfItsFolder) {
     EXPECT_THAT(MessagesOf(ReadFile(m_Folders.Root() / "other/a.log")), ElementsAre("one"));
 }
 
-// Nothing in the folder of the log changes, so only a regular check finds the removal.
-TEST_F(LogFileTest, FollowsRemovalBehindLinkWithinTwoSeconds) {
+// The folder of the log does not change, so only a regular check detects the removal.
+TEST_F(LogFileTest, CreatesFileBehindLinkAfterRemoval) {
     fs::create_directories(m_Folder);
     const fs::path target = m_Folders.Root() / "target.log";
     fs::create_symlink(target, m_Path);
@@ -125,8 +125,8 @@ TEST_F(LogFileTest, FollowsRemovalBehindLinkWithinTwoSeconds) {
     }));
 }
 
-// A user can start no more than 128 such watches.
-TEST_F(LogFileTest, FollowsRemovalWithoutWatch) {
+// The system limits the number of inotify instances of a user.
+TEST_F(LogFileTest, CreatesFileAgainWithoutWatch) {
     const FailingCallScope failing(FailingCall::kWatch);
     LogFile file = Open(1000, 2);
     Write(file, "one");
@@ -135,7 +135,7 @@ TEST_F(LogFileTest, FollowsRemovalWithoutWatch) {
     EXPECT_THAT(Messages("a.log"), ElementsAre("two"));
 }
 
-TEST_F(LogFileTest, KeepsFirstLinesApartFromRotation) {
+TEST_F(LogFileTest, KeepsFirstLinesDespiteRotation) {
     LogFile file = Open(2 * m_ThreeLetters, 1, 3 * m_ThreeLetters);
     for (const char* text : {"one", "two", "ten", "six", "ten", "six", "ten"}) {
         Write(file, text);
@@ -160,7 +160,7 @@ TEST_F(LogFileTest, CreatesNoStartFileForFewLines) {
     EXPECT_FALSE(fs::exists(m_Folder / "a.start.log"));
 }
 
-TEST_F(LogFileTest, KeepsNoLineLongerThanStart) {
+TEST_F(LogFileTest, OmitsLineThatExceedsStartFile) {
     LogFile file = Open(10000, 1, m_ThreeLetters);
     Write(file, std::string(500, 'x'));
     Write(file, "one");
@@ -176,7 +176,7 @@ TEST_F(LogFileTest, ReportsUnwritableStartFileOnceAndKeepsLines) {
     EXPECT_THAT(Messages("a.log"), ElementsAre("one", "two", "ten"));
 }
 
-// A thread that logs blocks all other threads that log.
+// A write must fail fast, because a thread that logs blocks all other threads that log.
 TEST_F(LogFileTest, FailsFastWhileFileCannotBeOpened) {
     LogFile file = Open(1000, 2);
     fs::remove(m_Path);

@@ -1,4 +1,4 @@
-// Runs log_writer and checks the lines on the terminal and in the file.
+// Runs log_writer and tests the lines on the terminal and in the file.
 
 #include <dlog.h>
 #include <fcntl.h>
@@ -35,7 +35,7 @@ namespace {
 // Number of lines that log_writer logs in the scenario "flood".
 constexpr std::size_t kFloodLines = 30000;
 
-// The two ends of a pipe or a terminal, closed by the destructor.
+// The two ends of a pipe or a terminal. The destructor closes both ends.
 struct Ends {
     int reader = -1;
     int writer = -1;
@@ -57,7 +57,7 @@ struct Ends {
         return ends;
     }
 
-    // Reads up to text. Returns all that was read, with text.
+    // Reads until the text is received. Returns everything that was read.
     std::string ReadUntil(const std::string& text) const {
         std::string all;
         std::array<char, 65536> part{};
@@ -234,7 +234,7 @@ TEST_F(LogTest, KeepsLinesBeforeUncaughtException) {
     EXPECT_THAT(program.Messages(), HasSubstr("uncaught exception: thrown on request"));
 }
 
-TEST_F(LogTest, NamesLastLineOfUncaughtExceptionAtEachLevel) {
+TEST_F(LogTest, ReportsLastLineBeforeUncaughtExceptionAtEachLevel) {
     for (const char* level : {"error", "off"}) {
         fs::remove(m_Folders.Log());
         ChildProgram program = Start("throw-in-thread", {{"QUORVEL_LOG_LEVEL", level}});
@@ -244,7 +244,7 @@ TEST_F(LogTest, NamesLastLineOfUncaughtExceptionAtEachLevel) {
     }
 }
 
-TEST_F(LogTest, NamesLastLineOfThreadThatThrows) {
+TEST_F(LogTest, ReportsLastLineOfThreadThatThrows) {
     ChildProgram program = Start("throw-in-thread");
     EXPECT_EQ(program.Exit(), -SIGABRT);
     EXPECT_THAT(FileMessages(),
@@ -252,7 +252,7 @@ TEST_F(LogTest, NamesLastLineOfThreadThatThrows) {
                             "uncaught exception: stoi; last line of its thread: id=3, strCode=zz"));
 }
 
-TEST_F(LogTest, NamesLastLineOfThreadAtEveryLevel) {
+TEST_F(LogTest, ReportsLastLineOfThreadAtEveryLevel) {
     ChildProgram program = Start("throw-in-thread", {{"QUORVEL_LOG_LEVEL", "off"}});
     EXPECT_EQ(program.Exit(), -SIGABRT);
     EXPECT_THAT(FileMessages(), ElementsAre("uncaught exception: stoi; last line of its thread: "
@@ -376,7 +376,7 @@ TEST_F(LogTest, RotatesAtFourMebibytesAndKeepsThreeOldFiles) {
     Run("fill");
     const fs::path folder = m_Folders.Log().parent_path();
     for (const char* name : {"quorvel.1.log", "quorvel.2.log", "quorvel.3.log"}) {
-        // The next line of 256 KiB did not fit.
+        // The file is rotated when the next line of 256 KiB does not fit.
         EXPECT_LE(fs::file_size(folder / name), 4U << 20U) << name;
         EXPECT_GT(fs::file_size(folder / name), (4U << 20U) - (257U << 10U)) << name;
     }

@@ -51,7 +51,7 @@ TEST_F(FileIoTest, ReportsFolderThatCannotBeListed) {
     EXPECT_EQ(errno, EIO);
 }
 
-// The second round is on a file system that cannot rename without replacing.
+// The second iteration simulates a file system that cannot rename without replacing.
 TEST_F(FileIoTest, RenamesWithoutReplacing) {
     fs::create_directory(m_Scratch.Path() / "from");
     fs::create_directory(m_Scratch.Path() / "to");
@@ -90,7 +90,7 @@ TEST_F(FileIoTest, ReportsFileSystemWithoutMountIds) {
     EXPECT_EQ(errno, EOPNOTSUPP);
 }
 
-TEST_F(FileIoTest, ReportsMissingFileOfStatus) {
+TEST_F(FileIoTest, ReportsStatusOfMissingFile) {
     const File folder(m_Io, m_Scratch.Path(), O_RDONLY | O_DIRECTORY);
     struct stat status {};
     EXPECT_FALSE(folder.Status(status, "missing"));
@@ -131,7 +131,7 @@ TEST_F(FileIoTest, ClosesOnce) {
     EXPECT_EQ(io.Performed().size(), 2U);
 }
 
-// After the first close another thread may have a file with the same descriptor.
+// After the first close, another thread can have a file with the same descriptor.
 TEST_F(FileIoTest, DoesNotRepeatInterruptedClose) {
     FaultyFileIo io(m_Scratch.Path());
     io.FailOnce(1, EINTR);

@@ -25,7 +25,7 @@ namespace {
 
 constexpr std::uintmax_t kMegabyte = 1024 * 1024;
 
-// Parameter: file system type.
+// The parameter is the type of the file system.
 class LogCopyDeviceTest : public CopyFixture, public testing::WithParamInterface<std::string> {
 protected:
     void SetUp() override {
@@ -33,7 +33,7 @@ protected:
         if (!reason.empty()) {
             GTEST_SKIP() << reason;
         }
-        // btrfs needs at least this size.
+        // A btrfs file system needs at least 128 MB.
         m_Size = GetParam() == "btrfs" ? 128 * kMegabyte : 16 * kMegabyte;
         m_Image = std::make_unique<LoopImage>(m_Scratch.Path(), GetParam(), m_Size);
         m_Image->Mount("rw");
@@ -115,7 +115,7 @@ INSTANTIATE_TEST_SUITE_P(FileSystems, LogCopyDeviceTest,
 
 class LogCopyUnplugTest : public LogCopyDeviceTest {
 protected:
-    // Restores the content before the copy on the device.
+    // Restores the initial content of the device.
     void ResetDevice() {
         for (const auto& entry : fs::directory_iterator(m_Storage)) {
             fs::remove_all(entry.path());
@@ -124,7 +124,8 @@ protected:
         Remount("rw");
     }
 
-    // Copies, unplugs the device before the call with the index at, then mounts it again.
+    // Runs a copy and unplugs the device before the call with the index at. Mounts the device again
+    // after the copy.
     int RunUnplugged(std::size_t at) {
         FaultyFileIo io(m_Storage);
         io.SyncForReal();
@@ -161,7 +162,7 @@ TEST_P(LogCopyUnplugTest, KeepsNoPartialCopyWhenUnpluggedAtAnyCall) {
         EXPECT_EQ(Run(io, Mounted()), 0);
         EXPECT_EQ(OnDevice(), kept == Before() ? After() : AfterTwo());
     }
-    // The copy fails before and at the last sync.
+    // The copy fails if the device is unplugged before or at the last sync.
     EXPECT_GE(failures, static_cast<int>(good.Performed().size()) - 10);
 }
 

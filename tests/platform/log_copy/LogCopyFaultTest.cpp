@@ -1,5 +1,5 @@
 // Makes each system call of a log copy fail, once and permanently, with the errors that a storage
-// can report, and ends the program at each call.
+// can report. Also ends the program at each call.
 
 #include <gmock/gmock.h>
 #include <sys/wait.h>
@@ -50,7 +50,7 @@ std::size_t LastSync(const std::vector<PerformedCall>& all) {
     return static_cast<std::size_t>(all.rend() - found) - 1;
 }
 
-// Parameters: error number, and whether the failure is permanent.
+// The parameters are the error number, and whether the failure is permanent.
 class LogCopyFaultTest : public CopyFixture,
                          public testing::WithParamInterface<std::tuple<int, bool>> {
 protected:
@@ -72,8 +72,8 @@ protected:
         return io.Performed();
     }
 
-    // Returns whether the copy succeeds without the call: listing left-overs, and closing a file
-    // that was only read.
+    // Returns whether the copy succeeds when the call fails. Such calls list left-overs or close a
+    // file that was only read.
     bool IsOptional(const PerformedCall& performed) const {
         if (performed.call == FileCall::kList) {
             return performed.path == m_Storage;
@@ -82,7 +82,7 @@ protected:
                performed.path.find("/.quorvel-unfinished-") == std::string::npos;
     }
 
-    // Returns the expected line when the call with the index at is the first one to fail.
+    // Returns the expected line if the call with the index at is the first failing call.
     std::string ExpectedLine(const std::vector<PerformedCall>& good, std::size_t at) const {
         const FaultyFileIo io(m_Storage);
         const bool onStorage = io.IsOnStorage(good[at].path);
@@ -96,14 +96,14 @@ protected:
         return kDone;
     }
 
-    // Ignores folders with a temporary name.
+    // Expects no copy or a complete copy. Ignores folders with a temporary name.
     void ExpectNoPartialCopy() {
         const Tree tree = WithoutUnfinished(OnStorage());
-        // The copy is complete if only its removal failed.
+        // If only the removal of the copy failed, a complete copy remains.
         EXPECT_TRUE(tree == Before() || tree == After()) << testing::PrintToString(tree);
     }
 
-    // The next copy, without a failure, removes left-overs and succeeds.
+    // Expects that the next copy succeeds and removes the left-overs.
     void ExpectNextCopySucceeds() {
         const bool wasKept = OnStorage().count(m_CopyName + "/") != 0;
         FileIo io;
@@ -122,7 +122,7 @@ protected:
 TEST_P(LogCopyFaultTest, ReportsFailureOfEveryCall) {
     m_Job.outsideLinks = OutsideLinks::kReject;
     const std::vector<PerformedCall> good = GoodRun();
-    // Four files, each opened twice, located, read, written, synced and closed.
+    // The copy opens, locates, reads, writes, syncs and closes four files.
     ASSERT_GT(good.size(), 45U);
     for (std::size_t at = 0; at < good.size(); ++at) {
         SCOPED_TRACE(testing::Message() << "call " << at << ": " << good[at]);
@@ -183,8 +183,8 @@ INSTANTIATE_TEST_SUITE_P(Errors, LogCopyFaultTest,
 
 class LogCopyCleanupTest : public CopyFixture {};
 
-// The failing call is the last one, so that the folder has its final name. A storage without space
-// for the new name can still remove the folder.
+// The last call fails, so the folder already has its final name. A storage without space for the
+// temporary name can still remove the folder.
 TEST_F(LogCopyCleanupTest, RemovesCopyWhenStorageIsFull) {
     FaultyFileIo good(m_Storage);
     ASSERT_EQ(Run(good), 0);
@@ -275,7 +275,7 @@ protected:
 
     std::string UnfinishedPath() const { return m_Storage / (".quorvel-unfinished-" + m_CopyName); }
 
-    // Returns the index of the last such call on the path; -1 if it does not occur.
+    // Returns the index of the last call of this kind on the path; -1 if no such call exists.
     std::ptrdiff_t Last(FileCall call, const std::string& path) const {
         const std::vector<PerformedCall>& all = m_Io.Performed();
         const auto found = std::find_if(all.rbegin(), all.rend(), [&](const PerformedCall& one) {

@@ -1,4 +1,4 @@
-// The photos and the serial number in a log copy.
+// Tests the photos and the serial number in a log copy.
 
 #include <gmock/gmock.h>
 #include <sys/stat.h>
@@ -62,7 +62,7 @@ protected:
 
     std::string OutsidePath(const std::string& name) const { return m_Scratch.Path() / name; }
 
-    // The name of a photo in the data folder of a set.
+    // Returns the name of a photo in the data folder of a set.
     static std::string InDataFolder(const std::string& place) {
         return quorvel::desktop::DataFolder() + "/" + place;
     }
@@ -70,7 +70,7 @@ protected:
     FileIo m_Io;
 };
 
-TEST_F(LogCopyPhotosTest, CopiesPhotosAsFarAsTheyExist) {
+TEST_F(LogCopyPhotosTest, CopiesExistingPhotos) {
     WriteRun({InDataFolder("capture/1.jpg"), InDataFolder("capture/2.jpg"), "/mnt/3.jpg"});
     AddPhoto("capture/1.jpg", "1.jpg", "one");
     AddPhoto("3.jpg", "3.jpg", "three");
@@ -91,7 +91,7 @@ TEST_F(LogCopyPhotosTest, KeepsPhotosWithEqualBaseNamesDistinct) {
     EXPECT_EQ(FindPhoto(copy, names[2]), "");
 }
 
-TEST_F(LogCopyPhotosTest, KeepsLogsAndResultFilesOfTheSameName) {
+TEST_F(LogCopyPhotosTest, KeepsLogsAndResultFilesWithNamesOfPhotos) {
     WriteRun({"/mnt/quorvel.log", "/mnt/QELXML.XML", "/mnt/qelXml.xml"});
     AddPhoto("quorvel.log", "mnt+quorvel.log", "photo");
     AddPhoto("QELXML.XML", "mnt+QELXML.XML", "photo");
@@ -106,7 +106,7 @@ TEST_F(LogCopyPhotosTest, ReplacesCharactersThatFatRejects) {
     EXPECT_EQ(FindPhoto(copy, "/mnt/09:40?.jpg"), copy + "/09_40_.jpg");
 }
 
-TEST_F(LogCopyPhotosTest, CopiesPictureOutsideTheDataFolder) {
+TEST_F(LogCopyPhotosTest, CopiesPictureOutsideDataFolder) {
     WriteRun({OutsidePath("1.jpg")});
     for (const std::string& picture :
          {kPicture, std::string("\x89PNG\r\n\x1A\n"), std::string("GIF89a"),
@@ -121,7 +121,7 @@ TEST_F(LogCopyPhotosTest, CopiesPictureOutsideTheDataFolder) {
     }
 }
 
-TEST_F(LogCopyPhotosTest, LeavesOutPhotoWithoutFreeFileName) {
+TEST_F(LogCopyPhotosTest, OmitsPhotoWithoutFreeFileName) {
     WriteRun({"/mnt/1.jpg", "/1.jpg"});
     AddPhoto("mnt/1.jpg", "mnt+1.jpg");
     Write(m_Data / "1.jpg", kPicture);
@@ -129,7 +129,7 @@ TEST_F(LogCopyPhotosTest, LeavesOutPhotoWithoutFreeFileName) {
     ExpectLeftOut("no file name is left for it (/1.jpg)");
 }
 
-TEST_F(LogCopyPhotosTest, LeavesOutOtherFilesOutsideTheDataFolder) {
+TEST_F(LogCopyPhotosTest, OmitsOtherFilesOutsideDataFolder) {
     const std::vector<std::string> contents = {"root:*:1:", "", "\xFF\xD8", "RIFF1234WAVE"};
     for (const std::string& content : contents) {
         WriteRun({OutsidePath("secret")});
@@ -144,7 +144,7 @@ TEST_F(LogCopyPhotosTest, LeavesOutOtherFilesOutsideTheDataFolder) {
     ExpectLeftOut("not a picture");
 }
 
-TEST_F(LogCopyPhotosTest, FollowsNoLinkOutOfTheDataFolderAsRoot) {
+TEST_F(LogCopyPhotosTest, FollowsNoLinkOutOfDataFolderAsRoot) {
     m_Job.outsideLinks = OutsideLinks::kReject;
     Write(OutsidePath("secret/1.jpg"), kPicture);
     fs::create_symlink(OutsidePath("secret/1.jpg"), m_Data / "1.jpg");
@@ -171,7 +171,7 @@ TEST_F(LogCopyPhotosTest, IgnoresPhotosThatAreNotFiles) {
     EXPECT_THAT(m_Errors, IsEmpty());
 }
 
-TEST_F(LogCopyPhotosTest, LeavesOutTooLargePhoto) {
+TEST_F(LogCopyPhotosTest, OmitsTooLargePhoto) {
     WriteRun({"/mnt/1.jpg"});
     Write(m_Data / "1.jpg", kPicture);
     fs::resize_file(m_Data / "1.jpg", kMaxPhotoBytes + 1);
@@ -179,8 +179,8 @@ TEST_F(LogCopyPhotosTest, LeavesOutTooLargePhoto) {
     ExpectLeftOut("File too large");
 }
 
-// Makes each call on the photo fail, except the last one, which closes it.
-TEST_F(LogCopyPhotosTest, LeavesOutUnreadablePhoto) {
+// The test makes each call on the photo fail, except the last call, which closes the photo.
+TEST_F(LogCopyPhotosTest, OmitsUnreadablePhoto) {
     const std::string photo = OutsidePath("1.jpg");
     m_Job.outsideLinks = OutsideLinks::kReject;
     WriteRun({photo, "/mnt/2.jpg"});
@@ -207,8 +207,8 @@ TEST_F(LogCopyPhotosTest, LeavesOutUnreadablePhoto) {
     }
 }
 
-// The copy has no part of such a photo.
-TEST_F(LogCopyPhotosTest, LeavesOutPhotoThatFailsWhileItIsRead) {
+// The copy must not contain a part of the unreadable photo.
+TEST_F(LogCopyPhotosTest, OmitsPhotoThatFailsDuringRead) {
     WriteRun({"/mnt/1.jpg", "/mnt/2.jpg"});
     Write(m_Data / "1.jpg", std::string(300'000, 'x'));
     AddPhoto("2.jpg", "2.jpg");
@@ -229,7 +229,7 @@ TEST_F(LogCopyPhotosTest, LeavesOutPhotoThatFailsWhileItIsRead) {
     }
 }
 
-TEST_F(LogCopyPhotosTest, LeavesOutPhotoWhoseNameTheStorageRejects) {
+TEST_F(LogCopyPhotosTest, OmitsPhotoWhoseNameStorageRejects) {
     WriteRun({"/mnt/1.jpg"});
     Write(m_Data / "1.jpg", kPicture);
     for (const int error : {EINVAL, EILSEQ, ENAMETOOLONG, EEXIST}) {
@@ -263,7 +263,7 @@ TEST_F(LogCopyPhotosTest, FailsWhenStorageIsFull) {
     EXPECT_THAT(m_Errors, ElementsAre(StartsWith("log copy: the USB storage is full (1.jpg")));
 }
 
-TEST_F(LogCopyPhotosTest, KeepsNoDescriptorOpen) {
+TEST_F(LogCopyPhotosTest, KeepsFewDescriptorsOpen) {
     std::vector<std::string> names;
     for (int i = 0; i < 100; ++i) {
         const std::string name = std::to_string(i) + ".jpg";

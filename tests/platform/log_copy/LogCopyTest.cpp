@@ -52,7 +52,7 @@ namespace {
 
 class LogCopyTest : public CopyFixture {
 protected:
-    // Returns the index of the first such call in a successful copy.
+    // Returns the index of the first call of this kind in a successful copy.
     std::size_t IndexOf(FileCall call) {
         FaultyFileIo io(m_Storage);
         EXPECT_EQ(Run(io), 0);
@@ -140,7 +140,7 @@ TEST_F(LogCopyTest, FailsWhenAllNamesAreTaken) {
     EXPECT_EQ(OnStorage(), before);
 }
 
-// Another program can take the name during the copy.
+// Another program can create a file with the name during the copy.
 TEST_F(LogCopyTest, UsesNextNameWhenStorageRejectsName) {
     const std::size_t rename = IndexOf(FileCall::kRename);
     for (const int error : {EEXIST, ENOTEMPTY}) {
@@ -201,7 +201,7 @@ TEST_F(LogCopyTest, FollowsLinksAndSkipsSpecialFiles) {
     fs::create_symlink(m_Scratch.Path() / "elsewhere", m_Data / "qelXml.xml");
     fs::create_symlink("nowhere", m_State / "quorvel.2.log");
     fs::create_directory(m_State / "quorvel.3.log");
-    // A file on another file system. Its size is 0.
+    // The target is on another file system and has the size 0.
     fs::create_symlink("/proc/version", m_State / "quorvel.5.log");
     m_Sources["quorvel.5.log"] = "";
     ASSERT_EQ(mknod((m_State / "quorvel.6.log").c_str(), S_IFSOCK | 0600, 0), 0);
@@ -438,7 +438,7 @@ TEST_F(LogCopyTest, CompletesOrRejectsConcurrentCopies) {
     EXPECT_EQ(OnStorage(), expected);
 }
 
-TEST_F(LogCopyTest, CopiesGrowingLogAsItWasAtStart) {
+TEST_F(LogCopyTest, CopiesGrowingLogUpToSizeAtStart) {
     std::ofstream log(m_State / "quorvel.log", std::ios::app);
     FaultyFileIo io(m_Storage);
     io.SetHook([&](std::size_t index) {
@@ -462,7 +462,7 @@ TEST_F(LogCopyTest, CopiesRemainderOfTruncatedLog) {
     EXPECT_EQ(OnStorage(), After());
 }
 
-// Rotates the log between any two calls. The copy must contain each line once.
+// The test rotates the log before each call in turn. The copy must contain each line once.
 TEST_F(LogCopyTest, CopiesEveryLineWhenLogRotates) {
     const std::size_t first = IndexOf(FileCall::kMakeFolder);
     for (std::size_t at = 0; at <= first; ++at) {
@@ -524,7 +524,7 @@ TEST_F(LogCopyTest, CopiesToFileSystemWithoutLocks) {
     }
 }
 
-// Such a file system syncs the folder with all other data.
+// The copy syncs the whole file system, which includes the folder.
 TEST_F(LogCopyTest, CopiesToFileSystemThatCannotSyncFolders) {
     FaultyFileIo io(m_Storage);
     io.SetHook([&](std::size_t index) {
@@ -537,10 +537,11 @@ TEST_F(LogCopyTest, CopiesToFileSystemThatCannotSyncFolders) {
     EXPECT_EQ(OnStorage(), After());
 }
 
-// Another program places a file or a link at the path that the copy is about to open.
+// In these tests, another program creates a file or a link at the path that the copy will open
+// next.
 class LogCopyPlantTest : public LogCopyTest {
 protected:
-    // Copies. Calls plant with the path of the first such call, before the call.
+    // Runs a copy. Calls plant with the path of the first call of this kind before that call.
     int RunPlanted(FileCall call, const std::function<void(const fs::path&)>& plant) {
         const std::size_t at = IndexOf(call);
         FaultyFileIo io(m_Storage);
@@ -562,7 +563,7 @@ protected:
 
 TEST_F(LogCopyPlantTest, KeepsPlantedFile) {
     Write(m_Victim, "private");
-    // A hard link, since the copy removes the planted name with the folder.
+    // A hard link keeps the content when the copy removes the planted name with the folder.
     const auto plant = [this](const fs::path& path) { fs::create_hard_link(m_Victim, path); };
     EXPECT_EQ(RunPlanted(FileCall::kCreate, plant), -1);
     ExpectRejected("File exists");
@@ -615,7 +616,7 @@ TEST_F(LogCopyTest, WaitsForRunningCopyAtShutdown) {
     copy.join();
 }
 
-// A thread reports and counts its copy after the copy.
+// A thread reports and counts its copy after the copy is complete.
 TEST_F(LogCopyTest, WaitsForThreadOfCopyAtShutdown) {
     std::promise<void> copied;
     std::promise<void> released;
@@ -632,9 +633,9 @@ TEST_F(LogCopyTest, WaitsForThreadOfCopyAtShutdown) {
     thread.join();
 }
 
-TEST_F(LogCopyTest, DoesNotWaitForThreadThatWaits) {
+TEST_F(LogCopyTest, DoesNotWaitForCallingThread) {
     EXPECT_EQ(Run(m_Io), 0);
-    // Another thread waits for this thread.
+    // Another thread must wait for this thread.
     EXPECT_FALSE(
         std::async(std::launch::async, AwaitLogCopyThreads, std::chrono::milliseconds(0)).get());
     EXPECT_TRUE(AwaitLogCopyThreads(std::chrono::milliseconds(0)));
@@ -651,7 +652,7 @@ protected:
         fs::create_symlink(m_Scratch.Path() / "secret", m_Scratch.Path() / "quorvel/quorvel.2.log");
     }
 
-    // Returns the possible names of a copy from this machine.
+    // Returns the possible names of a copy that this machine makes between two times.
     static std::vector<std::string> NamesBetween(std::time_t first, std::time_t last) {
         std::array<char, 256> host{};
         EXPECT_EQ(gethostname(host.data(), host.size() - 1), 0);

@@ -54,7 +54,7 @@ protected:
     }
 };
 
-TEST_F(RunValuesTest, PrefersTheSerialNumberOfTheMainFile) {
+TEST_F(RunValuesTest, PrefersSerialNumberOfMainFile) {
     const std::string main = "<r><Information><sn>main</sn></Information></r>";
     const std::string rnsc = "<r><Information><sn>rnsc</sn></Information></r>";
     WriteFiles(main, rnsc);
@@ -76,7 +76,7 @@ TEST_F(RunValuesTest, ReturnsPhotosOfAllLists) {
     EXPECT_THAT(ReadValues().photos, ElementsAre("/RNSCImage", "/RNSCTest", "/FAnetTest"));
 }
 
-TEST_F(RunValuesTest, RecognisesImageItemsAsTheApplicationDoes) {
+TEST_F(RunValuesTest, RecognisesSameImageItemsAsApplication) {
     EXPECT_THAT(
         PhotosOf(TestElement("<type>imag</type><detailed>/1</detailed>") +
                  TestElement("<type></type><detailed>/2</detailed>") +
@@ -140,7 +140,7 @@ TEST_F(RunValuesTest, LimitsEntities) {
     EXPECT_EQ(ReadValues().serialNumber, "");
 }
 
-TEST_F(RunValuesTest, ReturnsNothingOfDamagedFile) {
+TEST_F(RunValuesTest, IgnoresDamagedFile) {
     WriteFiles("<r><Information><sn>main</sn></Information>",
                "<r><Information><sn>rnsc</sn></Information></r>");
     EXPECT_EQ(ReadValues().serialNumber, "rnsc");

@@ -45,7 +45,7 @@ constexpr const char* kNoStick = "";
 // The stick of UsbStick.
 constexpr const char* kPluggedStick = "/sys/devices/pci0000:00/0000:00:14.0/usb1/1-2";
 
-// Returns the reason why the search fails; an empty string when it finds a storage.
+// Returns the reason why the search fails; an empty string if the search finds a storage.
 std::string FailureOf(const std::function<UsbStorage()>& search) {
     try {
         search();
@@ -55,7 +55,7 @@ std::string FailureOf(const std::function<UsbStorage()>& search) {
     }
 }
 
-// Chooses on a machine with a built-in disk and two USB devices.
+// Chooses the storage on a machine with a built-in disk and two USB devices.
 class UsbStorageChoiceTest : public testing::Test {
 protected:
     UsbStorageChoiceTest() {
@@ -79,7 +79,7 @@ protected:
     }
 
     std::vector<Mount> m_Mounts;
-    std::map<std::string, int> m_Errors;  // of the probe
+    std::map<std::string, int> m_Errors;  // errors of the probe by folder
     std::vector<std::string> m_Probed;
 };
 
@@ -144,7 +144,7 @@ TEST_F(UsbStorageChoiceTest, IgnoresSystemDevice) {
     EXPECT_EQ(Choose().folder, "/media/usb");
 }
 
-// For a root on LVM or behind dm-crypt, libudev names no USB device.
+// For a root folder on LVM or dm-crypt, libudev reports no USB device.
 TEST_F(UsbStorageChoiceTest, IgnoresDeviceWithAnySystemFolder) {
     MountAt("/media/usb", kFirstStick);
     for (const char* folder : {"/boot", "/boot/efi", "/usr", "/var", "/home"}) {
@@ -164,7 +164,7 @@ TEST_F(UsbStorageChoiceTest, IgnoresEverySystemDevice) {
     EXPECT_EQ(ChoiceFailure(), kNotMounted);
 }
 
-// /proc is a mount even inside a changed root, unlike the root folder.
+// The test uses /proc, because /proc is a mount even inside a changed root folder.
 TEST(UsbStorageReadTest, ReturnsMountsWithKernelIds) {
     const std::vector<Mount> mounts = ReadMounts();
     const auto proc = std::find_if(mounts.rbegin(), mounts.rend(),
@@ -204,7 +204,7 @@ TEST(UsbStorageReadTest, IgnoresEmptyFolderFromEnvironment) {
     EXPECT_EQ(failure, FailureOf(FindUsbStorage));
 }
 
-// Searches in a fake /sys with a stick that is really mounted.
+// Searches a replaced /sys for a stick. The image of the stick is mounted.
 class UsbStorageStickTest : public CopyFixture {
 protected:
     void SetUp() override {
@@ -233,15 +233,15 @@ protected:
         return "not mounted";
     }
 
-    // Makes the image the partition of the stick.
+    // Makes the image a partition of the USB stick.
     void PlugIn() { m_Stick = std::make_unique<UsbStick>(ImageNumber(), makedev(66, 1)); }
-    // Makes the image the partition of the built-in disk.
+    // Makes the image a partition of the built-in disk.
     void BuildIn() { m_Stick = std::make_unique<UsbStick>(makedev(65, 1), ImageNumber()); }
 
     ScopedVariable m_StateHome{"XDG_STATE_HOME", m_Scratch.Path().string()};
     ScopedVariable m_NoUsbFolder{"QUORVEL_USB_DIR", std::nullopt};
     std::unique_ptr<LoopImage> m_Image;
-    // Declared after the image, since unmounting the image needs the real /sys.
+    // The stick is destroyed before the image, because unmounting the image needs the real /sys.
     std::unique_ptr<UsbStick> m_Stick;
 };
 
@@ -282,7 +282,7 @@ TEST_F(UsbStorageStickTest, IgnoresStickThatIsUnpluggedDuringSearch) {
     EXPECT_EQ(FailureOf(FindUsbStorage), kNotMounted);
 }
 
-// The mount or only the file system is read-only. Linux makes a broken file system read-only.
+// First the mount is read-only, then the file system. Linux makes a broken file system read-only.
 TEST_F(UsbStorageStickTest, ReportsReadOnlyStick) {
     const std::pair<const char*, unsigned long> kinds[] = {{"rw", MS_RDONLY}, {"ro", 0}};
     for (const auto& [options, flags] : kinds) {

@@ -1,4 +1,4 @@
-// Logs the lines of the scenario that the first argument names; see kScenarios.
+// Logs the lines of a scenario of kScenarios. The first argument is the name of the scenario.
 
 #include <dlog.h>
 #include <pthread.h>
@@ -58,7 +58,8 @@ void Flood() {
     }
 }
 
-// Prints a line when all is logged. Waits for a line on standard input before each further step.
+// Prints a line after the last log line. Waits for a line on standard input before each further
+// step.
 void FloodAndWait() {
     Flood();
     std::puts("logged");
@@ -112,7 +113,7 @@ void AfterReaderIsGone() {
     }
 }
 
-// Logs while no thread can be started: the default stack is larger than the address space.
+// Logs while no thread can start, because the default stack is larger than the address space.
 void WithoutThreads() {
     pthread_attr_t attributes;
     pthread_attr_init(&attributes);
@@ -121,7 +122,7 @@ void WithoutThreads() {
     TwoLines();
 }
 
-// C0 and DEL in the first line, C1 and other characters of UTF-8 in the second one.
+// The first line contains C0 characters and DEL, the second line C1 and other UTF-8 characters.
 void Controls() {
     Info(
         "a\x1b[2Jb\x07\tc\x7f"
@@ -131,14 +132,14 @@ void Controls() {
         "c\x85 \u00e9\u2713\u00a0");
 }
 
-// No file may grow.
+// Logs while no file can grow.
 void FileSizeLimit() {
     const rlimit limit{0, 0};
     setrlimit(RLIMIT_FSIZE, &limit);
     TwoLines();
 }
 
-// A program that is started without standard streams.
+// Logs without open standard streams. Aborts if the log reuses a descriptor of a standard stream.
 void ClosedStreams() {
     for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
         close(stream);

@@ -1,9 +1,10 @@
-// An application that records the calls of the platform in the file $RECORD, one line for each,
+// An application that records the platform's calls in the file $RECORD, one line for each call,
 // such as "<process> create". The value of EXEPARAM in a launch request is a command: CLOSE ends
 // the program as the application does. MINIMISE, RESTORE and QUIT act on the window as a user does.
 // THROW throws an exception. WAIT waits for a line of input. COPY_AND_CLOSE ends the program while
 // a log copy waits for a line of input. After COPY_COUNT_AND_CLOSE, the thread of the copy waits
-// for another line and counts the copy. With $PARSE, create waits for a line and parses this file.
+// for another line and counts the copy. If $PARSE is set, create waits for a line of input and
+// parses the file $PARSE.
 
 #include <Ecore_X.h>
 #include <Elementary.h>
@@ -40,12 +41,12 @@ void Record(const std::string& event) {
     close(file);
 }
 
-// Each callback must receive the data pointer of ui_app_main.
+// Records an event, and whether the callback received the data pointer of ui_app_main.
 void Record(const std::string& event, const void* data) {
     Record(event + (data == &g_Window ? "" : " with other data"));
 }
 
-// The window has the focus, so the window manager manages it.
+// The window manager manages a window that has the focus.
 Eina_Bool OnFocus(void*, int, void*) {
     Record("focused");
     return ECORE_CALLBACK_PASS_ON;
@@ -81,7 +82,8 @@ bool Create(void* data) {
     return true;
 }
 
-// A signal during shutdown could break the connection to the X server.
+// The port blocks signals during shutdown, because a signal could break the connection to the X
+// server.
 bool IsTerminationBlocked() {
     sigset_t blocked;
     sigemptyset(&blocked);
@@ -170,7 +172,7 @@ void Control(app_control_h request, void* data) {
 extern "C" int __real_elm_init(int argc, char** argv);
 extern "C" int __wrap_elm_init(int argc, char** argv);
 
-// A toolkit that cannot start.
+// Simulates a toolkit that cannot start.
 extern "C" int __wrap_elm_init(int argc, char** argv) {
     return IsSet("FAIL_TOOLKIT") ? 0 : __real_elm_init(argc, argv);
 }

@@ -21,7 +21,7 @@ using testing::Each;
 const std::string kFigureSpace = "\u2007";
 const std::string kMark = "\u200E";
 
-TEST(ColumnsTest, PadsNumbersToLongestOfTheirColumn) {
+TEST(ColumnsTest, PadsNumbersToLongestInColumn) {
     EXPECT_EQ(AlignColumns("<b>x<br/>5<tab/>5000<tab/>a(1)<br/>40<tab/>61<tab/>b(2)<br/>"),
               "<b>x<br/>5" + kFigureSpace + "<tab/>5000<tab/>a(1)<br/>40<tab/>61" + kFigureSpace +
                   kFigureSpace + "<tab/>b(2)<br/>");
@@ -47,8 +47,8 @@ TEST(ColumnsTest, KeepsDirectionOfLineWithRightToLeftName) {
     }
 }
 
-// A mark between characters that no font has would widen the line.
-TEST(ColumnsTest, AddsNoMarkToOtherNames) {
+// A direction mark between characters that no font has would widen the line.
+TEST(ColumnsTest, AddsNoDirectionMarkToLeftToRightNames) {
     for (const std::string name :
          {"x", "\u00E4", "\u041F", "\u0E17", "\u0939", "\u753B", "\uFF21", "\U0001F50A"}) {
         const std::string line = "1<tab/>2<tab/>" + name + "(5)";
@@ -61,14 +61,14 @@ TEST(ColumnsTest, DoesNotPadToNumberLongerThanAnalysisWrites) {
     EXPECT_EQ(AlignColumns(text), text);
 }
 
-// The left edges of the cells of the lines that contain tabs, in pixels.
+// The left edges of the second and the third cell of each line, in pixels.
 struct Edges {
     std::vector<int> seconds;
     std::vector<int> names;
 };
 
-// Moves behind the next tab of the line and returns the left edge of the characters up to the next
-// tab or line break.
+// Moves the cursor behind the next tab of the line. Returns the left edge of the cell in pixels; -1
+// if the line has no further tab.
 int LeftOfNextCell(Efl_Text_Cursor_Handle* cursor) {
     const auto content = [cursor] {
         char* text = evas_textblock_cursor_content_get(cursor);
@@ -93,7 +93,8 @@ int LeftOfNextCell(Efl_Text_Cursor_Handle* cursor) {
     return left;
 }
 
-Edges EdgesOf(const Stage& stage, int lines) {  // from the second line on
+// Returns the edges of the given number of lines, starting with the second line.
+Edges EdgesOf(const Stage& stage, int lines) {
     const Evas_Object* text =
         edje_object_part_object_get(elm_layout_edje_get(stage.label), "shown");
     auto* cursor = evas_object_textblock_cursor_new(text);
@@ -129,7 +130,7 @@ TEST_P(ColumnsScaleTest, ShowsNamesOfEveryScriptInOneColumn) {
     for (const std::string& line : lines) {
         markup += line + "<br/>";
     }
-    // The application begins an analysis with a line break.
+    // The application begins an analysis text with a line break.
     stage.ShowMarkup("<br/>" + markup, "#FF8000");
     const Edges edges = EdgesOf(stage, static_cast<int>(lines.size()));
     EXPECT_THAT(edges.seconds, Each(testing::AllOf(edges.seconds[0], testing::Gt(0))));
@@ -149,7 +150,7 @@ std::string Analysis(int lines) {
     return markup;
 }
 
-// The time grows tenfold with ten times the lines. A quadratic step would take a hundred times.
+// A step with quadratic time would exceed these limits.
 TEST(ColumnsTest, AlignsLongAnalysisInLinearTime) {
     const std::string manyLines = Analysis(100'000);
     EXPECT_LT(UsedTime([&] { AlignColumns(manyLines); }), std::chrono::seconds(1));

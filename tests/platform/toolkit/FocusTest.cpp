@@ -18,7 +18,7 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-// In pixels. The button has the smallest frame.
+// A visible frame has more pixels in the colour of the frame. The button has the smallest frame.
 constexpr int kLeastOfAFrame = 500;
 
 TEST(FocusTest, EmitsFocusedAndUnfocusedOnLabel) {
@@ -58,7 +58,7 @@ TEST(FocusTest, AcceptsDeletionOfLabelBeforeReport) {
 constexpr Colour kFrameColour{COLOR_FOCUS_LINE};
 constexpr Colour kFocusColour{COLOR_FOCUS};
 
-// Returns the widgets of the window that show a frame, read from the pixels.
+// Returns the names of the widgets that show a frame in the picture of the window.
 std::string FocusedPlaces(const Stage& stage) {
     const Picture picture = Screen::Render(stage.window);
     std::string places;
@@ -73,21 +73,21 @@ std::string FocusedPlaces(const Stage& stage) {
     return places;
 }
 
-// The number of pixels of the text above the visible part.
+// Returns the scroll position of the detail text in pixels.
 int TextPosition(const Stage& stage) {
     int y = 0;
     elm_scroller_region_get(stage.scroller, nullptr, &y, nullptr, nullptr);
     return y;
 }
 
-// Returns whether the text moves within the time of some steps of an animation.
+// Returns whether the detail text scrolls within several steps of an animation.
 bool MovesText(const Stage& stage) {
     const int position = TextPosition(stage);
     return Screen::PumpUntil([&] { return TextPosition(stage) != position; },
                              std::chrono::milliseconds(200));
 }
 
-// The number of pixels in the colour of the focus.
+// Return the number of pixels in the colour of the focus.
 int FocusInList(const Stage& stage) {
     return Screen::Render(stage.window).CountNear(Screen::AreaOf(stage.list), kFocusColour);
 }
@@ -95,7 +95,7 @@ int FocusOnScreen(const Stage& stage) {
     return Screen::Render(stage.window).CountNear(Screen::AreaOf(stage.window), kFocusColour);
 }
 
-// In pixels.
+// A focused row has more pixels in the colour of the focus.
 constexpr int kMostOfARow = 30000;
 
 StagePlan SingleRow() {
@@ -113,7 +113,7 @@ TEST(FocusTest, ShowsOneRowFocused) {
     Stage stage;
     const int one = FocusInList(stage);
     stage.Press("Down");
-    // The letters of the rows differ.
+    // The letters of the rows have different numbers of pixels.
     EXPECT_NEAR(FocusInList(stage), one, one / 50);
 }
 
@@ -158,7 +158,7 @@ TEST(FocusTest, MovesFocusFromSingleRowAndBack) {
     EXPECT_EQ(FocusedPlaces(stage), "list");
 }
 
-// The application shows the detail text of a row when it gets the signal.
+// The application shows the detail text of a row when the list emits the signal.
 TEST(FocusTest, EmitsItemFocusedWhenFocusReturnsToSingleRow) {
     Stage stage(SingleRow());
     EXPECT_THAT(stage.FocusedRows(), IsEmpty());
@@ -211,8 +211,8 @@ TEST_P(FocusRowsTest, EmitsItemFocusedOnceWhenPopupCloses) {
     EXPECT_EQ(stage.FocusedRows(), std::vector<int>(2, 0));
 }
 
-// Down and OK can follow each other so fast that the list has not created the row yet. The toolkit
-// gives the focus to the row when the list creates it.
+// If OK follows Down fast, the list has not created the focused row yet. The toolkit gives the
+// focus to the row when the list creates the row.
 TEST(FocusTest, KeepsFocusInPopupWhenListCreatesFocusedRow) {
     constexpr int kRowOutsideTheList = 40;
     StagePlan plan;
@@ -232,7 +232,7 @@ TEST(FocusTest, KeepsFocusInPopupWhenListCreatesFocusedRow) {
 INSTANTIATE_TEST_SUITE_P(Rows, FocusRowsTest, testing::Values(1, 2, 4, 9, 10, 11, 25));
 
 // The application hides the detail label of an "image" item.
-TEST(FocusTest, SkipsHiddenTextOnTheWayToButton) {
+TEST(FocusTest, SkipsHiddenTextBetweenRowAndButton) {
     Stage stage;
     stage.HideText();
     stage.Press("Right");
@@ -245,7 +245,7 @@ TEST(FocusTest, SkipsHiddenTextOnTheWayToButton) {
     EXPECT_THAT(stage.LabelEvents(), IsEmpty());
 }
 
-TEST(FocusTest, StaysOnRowWithoutTextAndButton) {
+TEST(FocusTest, StaysOnRowWhenTextIsHiddenAndButtonIsDisabled) {
     Stage stage;
     stage.HideText();
     elm_object_disabled_set(stage.button, EINA_TRUE);
@@ -370,15 +370,15 @@ TEST(FocusTest, StaysOutsideListWithoutRows) {
     EXPECT_EQ(FocusedPlaces(stage), "panel");
 }
 
-// The number of keys of the random walk; QUORVEL_RANDOM_KEYS sets another number.
+// Returns the number of keys of the random walk. QUORVEL_RANDOM_KEYS replaces the default.
 int WalkLength() {
     constexpr int kKeys = 25;
     const char* keys = std::getenv("QUORVEL_RANDOM_KEYS");
     return keys == nullptr ? kKeys : std::atoi(keys);
 }
 
-// Shows the text of a row: every third row is an "image" item with hidden text, and the text
-// lengths of the other rows differ.
+// Shows the detail text of a row. Every third row is an "image" item with hidden text. The other
+// rows have texts of different lengths.
 void ShowTextOf(Stage& stage, int row) {
     if (row % 3 == 1) {
         stage.HideText();

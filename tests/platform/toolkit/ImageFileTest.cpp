@@ -1,4 +1,4 @@
-// The files that reach the toolkit as the picture of an image widget.
+// Tests which files the port accepts as the picture of an image widget.
 
 #include <Elementary.h>
 #include <gtest/gtest.h>
@@ -44,12 +44,12 @@ protected:
     Evas_Object* m_Image = nullptr;
 };
 
-TEST_F(ImageFileTest, ShowsAnAbsolutePathOfARegularFile) {
+TEST_F(ImageFileTest, AcceptsAbsolutePathOfRegularFile) {
     EXPECT_TRUE(IsAccepted(Picture()));
     EXPECT_EQ(ShownFile(), Picture());
 }
 
-TEST_F(ImageFileTest, ShowsALinkToARegularFile) {
+TEST_F(ImageFileTest, AcceptsLinkToRegularFile) {
     const fs::path link = m_Folders.Root() / "link.webp";
     fs::create_symlink(Picture(), link);
     EXPECT_TRUE(IsAccepted(link.string()));
@@ -68,7 +68,7 @@ TEST_F(ImageFileTest, RejectsRelativeMissingAndEmptyPaths) {
     EXPECT_FALSE(IsAccepted(""));
 }
 
-TEST_F(ImageFileTest, RejectsAFifoWithoutBlocking) {
+TEST_F(ImageFileTest, RejectsFifoWithoutBlocking) {
     const std::string fifo = (m_Folders.Root() / "fifo.png").string();
     ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
     EXPECT_FALSE(IsAccepted(fifo));

@@ -17,7 +17,7 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-// Runs the main loop until it has handled the events that are in its queue.
+// Runs the main loop until the queued events are handled.
 void HandleEvents() {
     bool handled = false;
     ecore_job_add([](void* done) { *static_cast<bool*>(done) = true; }, &handled);
@@ -137,8 +137,8 @@ TEST_F(InputTest, StopsKeysUntilPopupButtonIsEnabled) {
     EXPECT_THAT(m_Names, ElementsAre("Up", "Up"));
 }
 
-// The effect of the keys that pass the filter.
-TEST_F(InputTest, SelectsRowByOkOnly) {
+// The test checks the effect of the keys that pass the filter.
+TEST_F(InputTest, SelectsRowOnlyOnOk) {
     Stage stage;
     stage.Press("Down");
     stage.Press("Up");
@@ -147,7 +147,7 @@ TEST_F(InputTest, SelectsRowByOkOnly) {
     EXPECT_EQ(stage.RowPresses(), 1);
 }
 
-TEST_F(InputTest, ClosesFinishedPopupByOkOnly) {
+TEST_F(InputTest, ClosesFinishedPopupOnlyOnOk) {
     Stage stage;
     stage.ShowPopup(true);
     for (const char* key : {"Up", "Down", "Left", "Right", "Return"}) {
@@ -166,7 +166,7 @@ TEST_F(InputTest, ClosesFinishedPopupByOkOnly) {
     EXPECT_EQ(stage.RowPresses(), 0);
 }
 
-// Sends a pointer event and returns whether a handler behind the filter gets the event.
+// Sends a pointer event. Returns whether a handler behind the filter receives the event.
 template <typename Event>
 bool PassesFilter(int type) {
     bool passes = false;

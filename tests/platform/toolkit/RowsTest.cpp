@@ -28,7 +28,7 @@ TEST(RowsTest, ShowsTagsLiterally) {
     EXPECT_EQ(ShownText(" <b>x</b>(1<2)"), "Row 0 <b>x</b>(1<2)");
 }
 
-TEST(RowsTest, ShowsTabsAndLineBreaksAsOneBlank) {
+TEST(RowsTest, ShowsTabsAndLineBreaksAsSingleBlanks) {
     EXPECT_EQ(ShownText("\ta\tb\nc\r\nd\n\t e"), "Row 0 a b c d  e");
 }
 
@@ -46,7 +46,7 @@ TEST(RowsTest, MarksRowWhenPressOpensPopup) {
     EXPECT_EQ(MarkOf(stage, 1), "default");
 }
 
-TEST(RowsTest, LeavesRejectedRowWithoutMark) {
+TEST(RowsTest, ShowsNoMarkOnRejectedRow) {
     Stage stage;
     stage.Press("Return");
     EXPECT_EQ(stage.RowPresses(), 1);

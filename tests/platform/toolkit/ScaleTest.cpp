@@ -20,11 +20,12 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::Not;
 
-// Two sizes of the same shape, a narrow one, a lower one of the same scale, and a large one.
+// Two sizes with the aspect ratio of the screen, a narrow size, a lower size with the same scale,
+// and a large size.
 constexpr std::pair<int, int> kWindowSizes[] = {
     {960, 540}, {1280, 720}, {900, 900}, {900, 600}, {1600, 900}};
 
-// Part of each message in which the toolkit reports an object that has lost its place.
+// The log messages of the toolkit's focus manager contain this text.
 constexpr char kFocusError[] = "efl_ui_focus";
 
 StagePlan ScrolledPlan(int width = 1280, int height = 720) {
@@ -70,14 +71,15 @@ struct State {
 
 class ScaleStateTest : public testing::TestWithParam<State> {};
 
-// The toolkit has one scale for all windows, so only one window exists at a time.
+// Draws a new window of this size. The toolkit has one scale for all windows, so only one window
+// may exist at a time.
 Picture PictureAt(const State& state, int width, int height) {
     Stage stage(ScrolledPlan(width, height));
     state.prepare(stage);
     return Screen::Render(stage.window);
 }
 
-TEST_P(ScaleStateTest, ShowsPictureOfEachSize) {
+TEST_P(ScaleStateTest, DrawsSamePictureAsNewWindowOfSameSize) {
     const Picture small = PictureAt(GetParam(), 960, 540);
     Stage stage(ScrolledPlan());
     GetParam().prepare(stage);
@@ -172,7 +174,7 @@ TEST(ScaleTest, MovesFocusFromLastRow) {
     }
 }
 
-TEST(ScaleTest, ReturnsToSameRow) {
+TEST(ScaleTest, ReturnsFocusToSameRow) {
     Stage stage(ScrolledPlan());
     GoDown(stage, 12);
     const std::vector<int> signals = stage.FocusedRows();
@@ -193,7 +195,7 @@ TEST(ScaleTest, ReturnsToSameRow) {
     EXPECT_EQ(stage.FocusedRows(), signals);
 }
 
-TEST(ScaleTest, ReturnsToSameRowWhenPopupCloses) {
+TEST(ScaleTest, ReturnsFocusToSameRowWhenPopupCloses) {
     Stage stage(ScrolledPlan());
     GoDown(stage, 1);
     stage.Press("Return");
@@ -215,7 +217,7 @@ TEST(ScaleTest, ReturnsToSameRowWhenPopupCloses) {
     EXPECT_THAT(lines.Messages(), Each(Not(HasSubstr(kFocusError))));
 }
 
-TEST(ScaleTest, ReturnsToButtonWhenPopupCloses) {
+TEST(ScaleTest, ReturnsFocusToButtonWhenPopupCloses) {
     Stage stage(ScrolledPlan());
     stage.Press("Right");
     stage.Press("Down");
@@ -243,7 +245,7 @@ TEST(ScaleTest, KeepsScrollPositions) {
     EXPECT_NEAR(TopOf(stage.scroller), textTop, 2);
 }
 
-// With this factor the content does not fit a window of any size.
+// With this factor, the content fits no window size.
 TEST(ScaleTest, KeepsSizeThatUserChooses) {
     const ScopedVariable scale("ELM_SCALE", "2");
     Stage stage(ScrolledPlan());

@@ -21,7 +21,7 @@ const Evas_Object* TextOf(const Evas_Object* label) {
     return edje_object_part_object_get(elm_layout_edje_get(label), "shown");
 }
 
-// The height of the first line of text in pixels.
+// Returns the height of the first line of text in pixels.
 int LineHeight(const Evas_Object* label) {
     int height = 0;
     evas_object_textblock_line_number_geometry_get(TextOf(label), 0, nullptr, nullptr, nullptr,
@@ -29,7 +29,7 @@ int LineHeight(const Evas_Object* label) {
     return height;
 }
 
-// The lower edge of the last line, in pixels from the upper edge of the text.
+// Returns the lower edge of the last line, in pixels from the upper edge of the text.
 int TextEnd(const Evas_Object* label, int lines) {
     int y = 0;
     int height = 0;
@@ -38,7 +38,7 @@ int TextEnd(const Evas_Object* label, int lines) {
     return y + height;
 }
 
-// The number of lines, including lines that a long value needs.
+// Returns the number of lines, including the lines into which a long value wraps.
 int LineCount(const Evas_Object* label) {
     int lines = 0;
     while (evas_object_textblock_line_number_geometry_get(TextOf(label), lines, nullptr, nullptr,
@@ -48,7 +48,7 @@ int LineCount(const Evas_Object* label) {
     return lines;
 }
 
-// The area of a line on the screen.
+// Returns the area of a line on the screen.
 Area LineArea(const Evas_Object* label, int line) {
     const Area text = Screen::AreaOf(TextOf(label));
     Area area{};
@@ -61,7 +61,7 @@ std::string SlideState(const Evas_Object* label) {
     return edje_object_part_state_get(elm_layout_edje_get(label), "shown", nullptr);
 }
 
-// The width of a text in the theme's font at a size in pixels.
+// Returns the width in pixels of a text in the theme's font. The size of the font is in pixels.
 int WidthOf(const Stage& stage, const std::string& text, int size) {
     Evas_Object* measured = evas_object_text_add(evas_object_evas_get(stage.window));
     evas_object_text_font_set(measured, "DejaVu Sans", size);
@@ -99,7 +99,7 @@ protected:
     StagePlan m_Plan;
 };
 
-TEST_P(TextPanelsScaleTest, ShowsBothPanelsAtTwentyFourPixelsOfSet) {
+TEST_P(TextPanelsScaleTest, ShowsBothPanelsInSameFontSize) {
     const Stage stage(m_Plan);
     const double scale = elm_config_scale_get() / 2;
     const int expected = WidthOf(stage, "line 0=value", static_cast<int>(24 * scale));
@@ -152,7 +152,7 @@ TEST(TextPanelsTest, KeepsRightMarginInRightPanelOnly) {
               Screen::AreaOf(stage.infoLeft).Right() - 20);
 }
 
-TEST(TextPanelsTest, ShowsValueOfAMegabyteWithinTenSeconds) {
+TEST(TextPanelsTest, CutsValueOfMegabyteBetweenCharacters) {
     StagePlan plan;
     plan.infoLines = 11;
     plan.infoWordBytes = 1'000'000;
@@ -172,7 +172,7 @@ TEST(TextPanelsTest, KeepsRowHeightForTooLongText) {
     EXPECT_EQ(Screen::AreaOf(stage.button), Screen::AreaOf(usual.button));
 }
 
-TEST(TextPanelsTest, ShowsReadableTextOfMegabyte) {
+TEST(TextPanelsTest, KeepsLineHeightForValueOfMegabyte) {
     StagePlan plan;
     plan.infoLines = 11;
     plan.infoWordBytes = 1'000'000;

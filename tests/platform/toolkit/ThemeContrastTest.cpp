@@ -1,4 +1,4 @@
-// The contrast of the theme's colours, measured in pictures.
+// Tests the contrast of the theme's colours in pictures.
 
 #include <gmock/gmock.h>
 
@@ -25,20 +25,20 @@ double Linear(int channel) {
     return value <= 0.04045 ? value / 12.92 : std::pow((value + 0.055) / 1.055, 2.4);
 }
 
-// The relative luminance of WCAG 2.1, 0 to 1.
+// Returns the relative luminance as WCAG 2.1 defines it, from 0 to 1.
 double Luminance(const Colour& colour) {
     return 0.2126 * Linear(colour.red) + 0.7152 * Linear(colour.green) +
            0.0722 * Linear(colour.blue);
 }
 
-// The contrast ratio of WCAG 2.1, 1 to 21.
+// Returns the contrast ratio as WCAG 2.1 defines it, from 1 to 21.
 double Contrast(const Colour& one, const Colour& other) {
     const auto [darker, brighter] = std::minmax({Luminance(one), Luminance(other)});
     return (brighter + 0.05) / (darker + 0.05);
 }
 
-// Returns the number of pixels that follow each other from a point inwards and whose contrast
-// between both pictures is at least 3.
+// Returns the width of the frame in pixels, from a point inwards. The contrast between the pictures
+// is at least 3 at each pixel of the frame.
 int FrameWidth(const Picture& focused, const Picture& other, int x, int y, int stepX, int stepY) {
     int width = 0;
     while (Contrast(focused.At(x, y), other.At(x, y)) >= 3.0) {
@@ -49,7 +49,7 @@ int FrameWidth(const Picture& focused, const Picture& other, int x, int y, int s
     return width;
 }
 
-// Returns the smallest width of the frame at the middle of the four sides.
+// Returns the smallest width of the frame. Measures the frame in the middle of each side.
 int FrameWidth(const Picture& focused, const Picture& other, const Area& frame) {
     const int x = frame.x + frame.width / 2;
     const int y = frame.y + frame.height / 2;
@@ -59,7 +59,7 @@ int FrameWidth(const Picture& focused, const Picture& other, const Area& frame) 
                      FrameWidth(focused, other, frame.Right() - 1, y, -1, 0)});
 }
 
-// Uses a theme for new widgets. The destructor restores the normal theme.
+// Loads a theme for new widgets. The destructor restores the normal theme.
 class ScopedTheme {
 public:
     explicit ScopedTheme(const std::string& name) {
@@ -84,7 +84,7 @@ private:
 struct Appearance {
     const char* theme;
     Colour background;
-    // The least contrast of text on a focused widget.
+    // The minimum contrast of text on a focused widget.
     double textContrast;
 };
 
@@ -131,7 +131,7 @@ TEST_P(ThemeContrastTest, FramesFocusedButtonOfPopup) {
     EXPECT_GE(FrameWidth(m_Take(), other, Stage::PartOf(m_Stage.ok, "body.line")), 2);
 }
 
-// Returns the pixel of the area with the highest contrast to a colour.
+// Returns the colour in the area that has the highest contrast to the ground.
 Colour MostVisible(const Picture& picture, const Area& area, const Colour& ground) {
     Colour best = ground;
     for (int y = area.y; y < area.Bottom(); ++y) {
@@ -158,7 +158,7 @@ TEST_P(ThemeContrastTest, ShowsRedTextOnPanel) {
     }
 }
 
-// Returns the contrast of a button's label to its body.
+// Returns the contrast between the label and the body of a button.
 double LabelContrast(const Picture& picture, const Evas_Object* button) {
     const Area body = Stage::PartOf(button, "body");
     const Colour ground = picture.At(body.x + 20, body.y + body.height / 2);
@@ -172,12 +172,12 @@ TEST_P(ThemeContrastTest, ShowsLabelOfDisabledButton) {
     Screen::ProcessEvents(m_Stage.window);
     const double disabled = LabelContrast(m_Take(), m_Stage.button);
     EXPECT_GE(disabled, 3.0);
-    EXPECT_LT(disabled, enabled / 2) << "it must not look enabled";
+    EXPECT_LT(disabled, enabled / 2) << "the button appears enabled";
     m_Stage.ShowPopup(true);
     EXPECT_GE(LabelContrast(m_Take(), m_Stage.ok), 3.0);
 }
 
-// The label, and the text of a row.
+// The test checks the text of a row and the label of the popup's button.
 TEST_P(ThemeContrastTest, ShowsTextOnFocusedWidgets) {
     const Picture list = m_Take();
     const Area row = Stage::PartOf(m_Stage.RowView(0), "text.clip");
@@ -196,7 +196,8 @@ TEST_P(ThemeContrastTest, ShowsLineBetweenRows) {
     EXPECT_GE(line.height, 2);
 }
 
-// The darkest and the brightest colour of the normal background, and the other background.
+// The darkest and the brightest colour of the normal background, and the background of high
+// contrast.
 INSTANTIATE_TEST_SUITE_P(Appearances, ThemeContrastTest,
                          testing::Values(Appearance{"", {19, 28, 39}, 4.5},
                                          Appearance{"", {45, 66, 88}, 4.5},

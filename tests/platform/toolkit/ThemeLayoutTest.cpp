@@ -1,4 +1,4 @@
-// The places of texts, icons and frames of the theme.
+// Tests the positions of the theme's texts, icons and frames.
 
 #include <gmock/gmock.h>
 
@@ -17,12 +17,13 @@ namespace {
 
 const StagePlan kLongList{20, "", false, 9, 11, 0, 1920, 1080};
 
-// Texts, icons, focus frames and the highlight of a row are brighter than every background.
+// Returns whether the pixel is not background. Texts, icons, focus frames and the highlight of a
+// row are brighter than every background.
 bool IsContent(const Colour& colour) {
     return colour.red + colour.green + colour.blue > 3 * 105;
 }
 
-// Returns the number of bright pixels at the edges of the screen.
+// Returns the number of bright pixels in the margins of the screen.
 int ContentInMargins(const Picture& picture) {
     const int width = picture.Width();
     const int height = picture.Height();
@@ -79,7 +80,7 @@ TEST(ThemeLayoutTest, ShowsPartOfNextRowAboveMargin) {
     EXPECT_GT(Screen::Render(stage.window).Count(visible, IsContent), 100);
 }
 
-// The horizontal range of the bright pixels of an area.
+// Returns the horizontal range of the bright pixels of an area.
 std::pair<int, int> RangeOf(const Picture& picture, const Area& area) {
     int first = area.Right();
     int last = area.x;
@@ -98,7 +99,7 @@ protected:
         m_Plan.width = GetParam().first;
         m_Plan.height = GetParam().second;
     }
-    // The tolerance for the empty space at the sides of a letter.
+    // Returns the tolerance in pixels for the empty space at the sides of a letter.
     int m_Bearing() const { return m_Plan.width / 300; }
 
     StagePlan m_Plan;

@@ -22,14 +22,14 @@ using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
 
-// The perceived brightness of a colour, 0 to 255.
+// Returns the perceived brightness of a colour, from 0 to 255.
 int Brightness(const Colour& colour) {
     return (2 * colour.red + 7 * colour.green + colour.blue) / 10;
 }
 
 class ThemeStyleTest : public testing::TestWithParam<const char*> {};
 
-TEST_P(ThemeStyleTest, IsInTheme) {
+TEST_P(ThemeStyleTest, ExistsInTheme) {
     Stage::StartToolkit();
     const char* file = elm_theme_group_path_find(nullptr, GetParam());
     ASSERT_NE(file, nullptr);
@@ -151,7 +151,7 @@ TEST(ThemeTest, GreysEmptyList) {
     const Picture greyPicture = Screen::Render(grey.window);
     const Stage usual;
     const Picture usualPicture = Screen::Render(usual.window);
-    // Below the last row.
+    // The test compares a point of the list below the last row.
     const Area list = Screen::AreaOf(usual.list);
     const int x = list.x + list.width / 2;
     const int y = list.Bottom() - 10;

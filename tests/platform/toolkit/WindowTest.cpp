@@ -15,13 +15,13 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-TEST(WindowTest, GrowsWithScreen) {
+TEST(WindowTest, ScalesWithScreen) {
     EXPECT_DOUBLE_EQ(ScaleFor(1920, 1080), 2.0);
     EXPECT_DOUBLE_EQ(ScaleFor(3840, 2160), 4.0);
     EXPECT_DOUBLE_EQ(ScaleFor(1280, 720), 2.0 * 720 / 1080);
 }
 
-TEST(WindowTest, FollowsNarrowerSide) {
+TEST(WindowTest, ScalesWithNarrowerSide) {
     EXPECT_DOUBLE_EQ(ScaleFor(1280, 1080), 2.0 * 1280 / 1920);
     EXPECT_DOUBLE_EQ(ScaleFor(2560, 1080), 2.0);
 }

@@ -1,5 +1,5 @@
-// The calls of the stand-in libraries. CMakeLists.txt compiles one part for each library. The
-// programs that link the calls are never run.
+// The functions of the stand-in libraries. CMakeLists.txt compiles one part for each library. The
+// programs that are linked with these libraries never run.
 
 #include <cstdlib>
 

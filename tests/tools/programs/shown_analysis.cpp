@@ -1,5 +1,5 @@
-// Writes what the application shows after OK on each failed item of the folders that its arguments
-// name: one JSON array for each folder, one object for each item. No display.
+// Prints the text that the application shows after OK on each failed item. The arguments are
+// folders. Prints one JSON array for each folder, with one object for each item. Needs no display.
 
 #include <exception>
 #include <iostream>

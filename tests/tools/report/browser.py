@@ -42,7 +42,7 @@ class Browser:
             for target in self.call("Target.getTargets")["targetInfos"]:
                 if target["type"] == "page":
                     return target["targetId"]
-        raise RuntimeError("the browser opens no page")
+        raise RuntimeError("the browser does not open a page")
 
     def close(self):
         os.close(self.commands)
@@ -55,7 +55,7 @@ class Browser:
         shutil.rmtree(self.folder, ignore_errors=True)
 
     def receive(self):
-        """Returns the next message, after it is recorded."""
+        """Waits for the next message of the browser, records and returns it."""
         while b"\0" not in self.buffer:
             piece = os.read(self.answers, 1 << 16)
             if not piece:

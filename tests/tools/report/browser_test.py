@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
 """Tests of the HTML report in a browser. Arguments: as for report_test.py.
 
-Returns 77 when Chromium is not installed or does not start. With QUORVEL_MEASURE=1 in the environment,
-the time until a page of many runs is usable is printed and checked."""
+Exits with 77 if Chromium is not installed or does not start. With QUORVEL_MEASURE=1 in the environment,
+a test prints and checks the time until a page of many runs is usable."""
 
 import os
 import sys
@@ -58,7 +58,7 @@ class BrowserTest(ReportTest):
     def marked(self, mark):
         return Counter(self.texts(f"rect.{mark} title"))
 
-    def test_highlights_exactly_the_conflicts(self):
+    def test_highlights_exactly_conflicts(self):
         run, = report_json("samples/typical")
         self.open("samples/typical")
         compared = 0
@@ -135,7 +135,7 @@ class BrowserTest(ReportTest):
         self.browser.evaluate("dispatchEvent(new Event('afterprint'))")
         self.assertEqual(len(self.visible_items()), 25)
 
-    def test_fits_width(self):
+    def test_fits_width_of_window(self):
         for width in (1280, 400):
             self.browser.call("Emulation.setDeviceMetricsOverride", width=width, height=800,
                               deviceScaleFactor=1, mobile=False)
@@ -144,7 +144,7 @@ class BrowserTest(ReportTest):
             self.assertLessEqual(self.browser.evaluate("document.documentElement.scrollWidth"), width)
 
     @unittest.skipUnless("QUORVEL_MEASURE" in os.environ, "QUORVEL_MEASURE is not set")
-    def test_is_usable_after_one_second(self):
+    def test_is_usable_within_one_second(self):
         for number in range(100):
             self.write_run(f"run{number:03}", *[
                 make_item(f"item {i}", thread=str(i % 8), start=str(i * 100), duration="700",

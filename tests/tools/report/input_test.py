@@ -43,7 +43,7 @@ def read_trace(text):
 
 # Each reader checks the form of a report and returns the names of its failed items.
 READERS = {"text": read_text, "json": read_json, "html": read_html, "csv": read_csv, "trace": read_trace}
-# A person reads these formats. They show '?' for each control character.
+# People read these formats. The formats show '?' for each control character.
 SHOWN = ("text", "html")
 
 
@@ -53,7 +53,8 @@ def write_item(path, name, encoding="UTF-8"):
                      .encode(encoding))
 
 
-# For each case: writes the second result file of a run. The state of the file and a part of the message.
+# For each case: a function that writes the second result file of a run, the state of the file that the
+# report shows, and a part of the message.
 FILES = {
     "missing": (lambda path: None, "missing", None),
     "empty": (lambda path: path.write_bytes(b""), "damaged", "qelRnscXml.xml: is empty"),

@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
 """Tests of every format of quorvel-report with a million items, and with many runs. Arguments: as for report_test.py.
 
-Every tenth item has the values that the analysis reads, and every hundredth item failed. The other items
-have a result only: a million complete items take four times the memory."""
+Every tenth item has the values that the analysis reads, and every hundredth item failed. The remaining items
+only have a result, because a million complete items use four times the memory."""
 
 import json
 import os
@@ -22,7 +22,7 @@ FAILED = ITEMS // 100
 MAX_MEMORY = 1_200_000  # KiB
 MAX_OUTPUT = 100_000_000  # bytes
 THREADS = 16
-# An item starts 1,000 after the item before it. It overlaps six items before it and six after it.
+# An item starts 1,000 ms after the previous item. The item overlaps six earlier and six later items.
 DURATION = 6_500
 
 
@@ -47,7 +47,7 @@ NAMES = [str(number) for number in FAILED_NUMBERS]
 
 
 def run_program(*arguments):
-    """Returns the status, the messages and the peak memory in KiB."""
+    """Runs the program. Returns the exit status, the messages and the peak memory in KiB."""
     process = subprocess.Popen([PROGRAM, *arguments], stderr=subprocess.PIPE)
     messages = process.stderr.read()
     process.stderr.close()
@@ -65,7 +65,7 @@ class LargeRunTest(unittest.TestCase):
         write_run(cls.folder / "qelXml.xml")
 
     def report(self, output):
-        """Returns the report as bytes."""
+        """Writes a report of the large run within the limits. Returns the report as bytes."""
         path = self.folder / "report"
         status, messages, memory = run_program("--format", output, "--output", path, self.folder)
         self.assertEqual((status, messages), (1, b""))
@@ -109,7 +109,7 @@ class LargeRunTest(unittest.TestCase):
         self.assertEqual(page.count(b"<rect"), COMPLETE)
         self.assertEqual(page.count(b'<rect class="f"'), FAILED)
         self.assertEqual(page.count(b"<tr><td>"), ITEMS)
-        # Positions of items begin with 1.
+        # The positions of items start at 1.
         self.assertEqual([list(map(int, items.split())) for items in re.findall(b"<i>([^<]*)</i>", page)],
                          [[10 * i + 1 for i in conflicts_of(number)] for number in FAILED_NUMBERS])
 
@@ -120,7 +120,7 @@ class ManyRunsTest(ReportTest):
                                                     for i in range(1000)]) for number in range(15)]
         for output in ("json", "html", "csv", "trace"):
             with self.subTest(output):
-                # The memory includes this script's before the program starts, about 30 MB.
+                # The result includes about 30 MB of this script, from the time before the program starts.
                 one, all_runs = (run_program("--format", output, "--output", "/dev/null", *paths)[2]
                                  for paths in (folders[:1], folders))
                 self.assertLess(all_runs, one + 10_000)

@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """Tests of quorvel-report as a program. Arguments: the program, shown_analysis, the source folder.
 
-With QUORVEL_UPDATE_GOLDEN=1 in the environment the golden files are written instead of compared.
+With QUORVEL_UPDATE_GOLDEN=1 in the environment, the test writes the golden files before the comparison.
 """
 
 import base64
@@ -42,7 +42,7 @@ VALIDATE = fastjsonschema.compile(json.loads((ROOT / "docs/report.schema.json").
 
 
 def report_json(*arguments):
-    """Returns the objects of a JSON report. Each is checked against the schema."""
+    """Returns the objects of a JSON report. Checks each object against the schema."""
     return [VALIDATE(json.loads(line)) for line in report("--format=json", *arguments).stdout.splitlines()]
 
 
@@ -224,10 +224,10 @@ class StatusTest(ReportTest):
     def test_returns_0_when_all_items_passed(self):
         self.expect(0, "samples/no-failures")
 
-    def test_returns_1_when_an_item_failed(self):
+    def test_returns_1_when_any_item_failed(self):
         self.expect(1, "samples/no-failures", "samples/typical")
 
-    def test_returns_2_for_damaged_file_and_reports_the_other(self):
+    def test_returns_2_for_damaged_file_and_reports_other_file(self):
         text = self.expect(2, "samples/damaged", errors=["samples/damaged/qelXml.xml:"])
         self.assertIn("qelXml.xml     damaged", text)
         self.assertIn("failed", text)
@@ -357,7 +357,7 @@ class OutputTest(ReportTest):
             try:
                 is_open = any(os.readlink(link).startswith(f"{folder}/") for link in links.iterdir())
             except OSError:
-                pass  # closed meanwhile
+                pass  # the descriptor was closed during the check
         process.send_signal(number)
         self.assertEqual(process.wait(10), -number)
 
@@ -371,7 +371,7 @@ class OutputTest(ReportTest):
         image, stick = self.folder / "image", self.folder / "stick"
         image.write_bytes(bytes(2 << 20))
         stick.mkdir()
-        # A file system without unnamed files.
+        # This file system does not support unnamed files.
         mount = f"/sbin/mkfs.ntfs -F -Q '{image}' && /sbin/mount.ntfs-3g '{image}' '{stick}'"
         if os.getuid() != 0 or subprocess.run(mount, shell=True, stdout=subprocess.DEVNULL,
                                               stderr=subprocess.DEVNULL, check=False).returncode != 0:
@@ -384,7 +384,7 @@ class OutputTest(ReportTest):
         self.assertEqual(report("--output", stick / "report", "samples/typical").returncode, 1)
         self.assertEqual(os.listdir(stick), ["report"])
 
-    def test_follows_order_of_paths(self):
+    def test_reports_runs_in_order_of_paths(self):
         paths = [str(self.write_run(name, make_item(name))) for name in "abc"]
         for order in ([2, 0, 1], [1, 1, 0]):
             for jobs in (1, 2):
@@ -406,7 +406,7 @@ class OutputTest(ReportTest):
 
 class ProgressTest(ReportTest):
     def run_on_terminal(self, seconds, items=60, output=subprocess.PIPE):
-        """Returns what a report writes to a terminal. Its output is read after some seconds."""
+        """Returns the text that a report writes to a terminal. Reads the output after the given seconds."""
         for number in range(3):
             self.write_run(f"run{number}", *[make_item("x" * 99, thread=str(i)) for i in range(items)])
         leader, terminal = os.openpty()
@@ -420,7 +420,7 @@ class ProgressTest(ReportTest):
                 while piece := os.read(leader, 4096):
                     text += piece
             except OSError:
-                pass  # closed by the report
+                pass  # the program closed the terminal
         os.close(leader)
         return text.decode()
 
@@ -429,7 +429,7 @@ class ProgressTest(ReportTest):
         self.assertRegex(text, r"\r\[#+ *\] \d of 3 runs")
         self.assertTrue(text.endswith("\r\033[K"))
 
-    def test_shows_no_progress_before(self):
+    def test_shows_no_progress_for_short_report(self):
         self.assertEqual(self.run_on_terminal(0, items=1), "")
 
     def test_writes_no_progress_into_report(self):
@@ -439,7 +439,7 @@ class ProgressTest(ReportTest):
 
 class ScaleTest(ReportTest):
     def write_large_run(self, name, count):
-        """Every tenth item failed, and each overlaps about seven others."""
+        """Writes a run in which every tenth item failed and each item overlaps about seven others."""
         items = "".join(
             f"<test><type>app</type><name>{i}</name><opcode>11</opcode><msgcode>22</msgcode><duration>700</duration>"
             f"<result>{'pass' if i % 10 else 'fail'}</result><timeAckAbsolute>{i * 100}</timeAckAbsolute>"
@@ -458,7 +458,7 @@ class ScaleTest(ReportTest):
     def test_takes_linear_time(self):
         small = self.processor_time(self.write_large_run("small", 4_000))
         large = self.processor_time(self.write_large_run("large", 40_000))
-        # Comparing pair by pair takes a hundred times as long.
+        # A comparison of all pairs would take a hundred times as long for ten times the items.
         self.assertLess(large, 30 * small + 0.2)
         run = json.loads((self.folder / "report").read_bytes())
         self.assertEqual(len(run["failed"]), 4_000)
@@ -512,7 +512,7 @@ class TextTest(ReportTest):
 
 
 class CsvTest(ReportTest):
-    def test_quotes_values_after_rfc_4180(self):
+    def test_quotes_values_as_rfc_4180_requires(self):
         name = 'a,"b"\nc'
         folder = self.write_run("run", make_item(name, detailed="x;y"))
         text = report("--format=csv", folder).stdout.decode()
@@ -524,12 +524,12 @@ class CsvTest(ReportTest):
         self.assertEqual(rows[0]["sn"], "SN1")
 
 
-# The colours that the format reserves.
+# The colour names that the trace format permits.
 COLOURS = {"good", "bad", "terrible", "black", "grey", "white", "yellow", "olive", "thread_state_running"}
 
 
 def parse_trace(text):
-    """Reads Trace Event JSON after the rules of its format. Returns the processes and the slices."""
+    """Checks and reads Trace Event JSON. Returns the names of the processes, and the slices."""
     trace = json.loads(text, parse_constant=lambda name: 1 / 0)
     assert set(trace) <= {"traceEvents", "displayTimeUnit", "otherData", "systemTraceEvents", "samples"}
     assert trace.get("displayTimeUnit", "ms") in ("ms", "ns")
@@ -585,7 +585,7 @@ class TraceTest(ReportTest):
         for unit, factor in (("us", 1), ("ms", 1000), ("s", 1000000)):
             self.assertEqual(self.events("--time-unit", unit, folder)[-1]["ts"], 1000 * factor)
 
-    def test_marks_exactly_the_failed_items(self):
+    def test_marks_exactly_failed_items(self):
         events = self.events("samples/typical")
         failed = sorted(e["name"] for e in events if e["ph"] == "X" and e["cat"] == "failed")
         run, = report_json("samples/typical")
@@ -593,10 +593,10 @@ class TraceTest(ReportTest):
 
 
 class Page(HTMLParser):
-    """The elements and the text of a page. Fails on an end tag without its start tag."""
+    """The elements and the text of a page. Fails for an end tag without its start tag."""
 
     VOID = {"meta", "br", "input", "img"}
-    IMPLIED = {"td", "th"}  # without end tags
+    IMPLIED = {"td", "th"}  # these elements have no end tags in the report
 
     def __init__(self, text):
         super().__init__()
@@ -674,7 +674,7 @@ class HtmlTest(ReportTest):
         self.assertEqual(len(page.all("script")), 1)
         self.assertIn(name, page.texts)
 
-    def test_refers_to_nothing_outside(self):
+    def test_refers_to_no_other_file(self):
         for tag, attrs in self.page("samples/typical", "samples/damaged").elements:
             for key in ("src", "href"):
                 self.assertRegex(attrs.get(key, "#"), "^(#|data:image/)", tag)

@@ -1,4 +1,4 @@
-// Tests the runs in archives.
+// Tests how runs are read from archives.
 
 #include "runs/archive.h"
 
@@ -31,7 +31,7 @@ std::string ReadText(const std::string& path) {
     return {std::istreambuf_iterator<char>(in), {}};
 }
 
-// The regular files below a folder.
+// Returns the regular files below a folder.
 std::vector<std::string> FilesIn(const std::string& folder) {
     std::vector<std::string> files;
     for (const fs::directory_entry& entry : fs::recursive_directory_iterator(folder)) {
@@ -56,7 +56,7 @@ protected:
 
 class ArchiveFormatTest : public ArchiveTest, public testing::WithParamInterface<const char*> {};
 
-TEST_P(ArchiveFormatTest, ReturnsTheRunsWithTheirPhotos) {
+TEST_P(ArchiveFormatTest, ReturnsRunsWithPhotos) {
     const std::string name = std::string("log") + GetParam();
     {
         ArchiveFile file(Path(name));
@@ -129,7 +129,7 @@ TEST_F(ArchiveTest, RecognisesArchivesByName) {
     }
 }
 
-TEST_F(ArchiveTest, RemovesTheTemporaryFolderWithTheLastRun) {
+TEST_F(ArchiveTest, RemovesTemporaryFolderWithLastRun) {
     ArchiveFile(Path("a.zip")).Add("qelXml.xml", ComposeMainFile("SN1", ""));
     {
         const std::vector<runs::Run> runs = Read("a.zip");
@@ -138,7 +138,7 @@ TEST_F(ArchiveTest, RemovesTheTemporaryFolderWithTheLastRun) {
     EXPECT_THAT(m_Folder.TemporaryFiles(), IsEmpty());
 }
 
-TEST_F(ArchiveTest, NeverUnpacksOutsideTheTemporaryFolder) {
+TEST_F(ArchiveTest, UnpacksOnlyIntoTemporaryFolder) {
     {
         ArchiveFile file(Path("a.tar"));
         const std::string evil = ComposeMainFile("EVIL", "");
@@ -174,7 +174,7 @@ TEST_F(ArchiveTest, ReportsResultFileThatIsNotRegular) {
     }
 }
 
-TEST_F(ArchiveTest, ReadsTheLastOfSeveralEntriesWithOneName) {
+TEST_F(ArchiveTest, ReadsLastOfSeveralEntriesWithSameName) {
     {
         ArchiveFile file(Path("a.tar"));
         file.Add("a/qelXml.xml", ComposeMainFile("SN1", ""));
@@ -189,14 +189,14 @@ TEST_F(ArchiveTest, ReadsTheLastOfSeveralEntriesWithOneName) {
     EXPECT_EQ(runs[1].serialNumber, "");
 }
 
-TEST_F(ArchiveTest, IgnoresNamesLongerThanAPath) {
+TEST_F(ArchiveTest, IgnoresTooLongNames) {
     ArchiveFile(Path("a.tar")).Add(std::string(5000, 'a') + "/qelXml.xml", "<a/>");
     EXPECT_THAT(Read("a.tar"), IsEmpty());
     EXPECT_THAT(m_Problems, IsEmpty());
 }
 
-// A photo is a folder of another photo, and a photo is too large.
-TEST_F(ArchiveTest, LeavesOutPhotosThatCannotBeUnpacked) {
+// The path of one photo is the folder of another photo, and one photo is too large.
+TEST_F(ArchiveTest, OmitsPhotosThatCannotBeUnpacked) {
     {
         ArchiveFile file(Path("a.tar"));
         file.Add("qelXml.xml",
@@ -215,7 +215,7 @@ TEST_F(ArchiveTest, LeavesOutPhotosThatCannotBeUnpacked) {
     EXPECT_EQ(ReadText(runs[0].photos.at(3).file), "fourth");
 }
 
-TEST_F(ArchiveTest, ReadsTheRunAfterATooLargeResultFile) {
+TEST_F(ArchiveTest, ReadsRunAfterTooLargeResultFile) {
     {
         ArchiveFile file(Path("a.zip"));
         file.AddZeros("a/qelXml.xml", (256LL << 20) + 1);
@@ -227,7 +227,7 @@ TEST_F(ArchiveTest, ReadsTheRunAfterATooLargeResultFile) {
     EXPECT_EQ(runs[1].serialNumber, "SN1");
 }
 
-TEST_F(ArchiveTest, ReportsArchiveThatIsCutOff) {
+TEST_F(ArchiveTest, ReportsTruncatedArchive) {
     {
         ArchiveFile file(Path("a.tar"));
         file.Add("qelXml.xml", ComposeMainFile("SN1", ""));
@@ -244,7 +244,7 @@ TEST_F(ArchiveTest, ReportsArchiveThatIsCutOff) {
     EXPECT_THAT(runs[0].files[1].problem, HasSubstr("the archive is incomplete: "));
 }
 
-TEST_F(ArchiveTest, ReportsResultFileThatIsCutOff) {
+TEST_F(ArchiveTest, ReportsTruncatedResultFile) {
     ArchiveFile(Path("a.tar")).Add("qelXml.xml", ComposeMainFile("SN1", std::string(5000, '1')));
     fs::resize_file(Path("a.tar"), 2000);
     const std::vector<runs::Run> runs = Read("a.tar");
@@ -253,7 +253,7 @@ TEST_F(ArchiveTest, ReportsResultFileThatIsCutOff) {
     EXPECT_THAT(FilesIn(runs[0].folder), IsEmpty());
 }
 
-TEST_F(ArchiveTest, ReportsFileThatIsNotAnArchive) {
+TEST_F(ArchiveTest, ReportsFileThatIsNoArchive) {
     for (const std::string name : {"a.zip", "a.tar", "a.tgz"}) {
         m_Problems.clear();
         m_Folder.Write(name, "no archive at all, whatever the name is");
@@ -262,7 +262,7 @@ TEST_F(ArchiveTest, ReportsFileThatIsNotAnArchive) {
     }
 }
 
-TEST_F(ArchiveTest, StopsAtTheLimitOfUnpackedBytes) {
+TEST_F(ArchiveTest, StopsAtLimitOfUnpackedBytes) {
     m_Left.unpackedBytes = 2 << 20;
     {
         ArchiveFile file(Path("bomb.tar.gz"));
@@ -273,8 +273,8 @@ TEST_F(ArchiveTest, StopsAtTheLimitOfUnpackedBytes) {
     EXPECT_THAT(m_Problems, ElementsAre(HasSubstr("too much to unpack")));
 }
 
-// Moving on in this archive costs nothing.
-TEST_F(ArchiveTest, SkipsLargeEntriesOfArchivesThatAreNotPacked) {
+// The reader can skip an entry of an uncompressed archive without unpacking.
+TEST_F(ArchiveTest, SkipsLargeEntriesOfUncompressedArchives) {
     m_Left.unpackedBytes = 2 << 20;
     {
         ArchiveFile file(Path("a.tar"));
@@ -293,7 +293,7 @@ TEST_F(ArchiveTest, RejectsTooLargeResultFile) {
     EXPECT_THAT(runs[0].files[0].problem, HasSubstr("256 MiB"));
 }
 
-TEST_F(ArchiveTest, StopsAtTheLimitOfEntries) {
+TEST_F(ArchiveTest, StopsAtLimitOfEntries) {
     m_Left.entries = 3;
     {
         ArchiveFile file(Path("a.zip"));

@@ -36,7 +36,7 @@ protected:
     RunFolder m_Folder;
 };
 
-TEST_F(CheckTest, ReturnsTheValuesOfTheRun) {
+TEST_F(CheckTest, ReturnsValuesOfRun) {
     m_Folder.WriteRun("stick", "SN1", "2024-11-18 09:40:42");
     m_Folder.Write("stick/qelRnscXml.xml",
                    xml::Document(xml::Element("RNSCTest", xml::Item({{"result", "pass"}}))));
@@ -66,14 +66,14 @@ TEST_F(CheckTest, ReportsEmptyFile) {
     EXPECT_EQ(file.line, 0);
 }
 
-TEST_F(CheckTest, ReportsTheFirstErrorAndItsLine) {
+TEST_F(CheckTest, ReportsFirstErrorWithLine) {
     const ResultFile file = CheckMainFile("<a>\n<b>\n</c>\n</a>\n</x>");
     EXPECT_EQ(file.state, FileState::kDamaged);
     EXPECT_THAT(file.problem, HasSubstr("mismatch: b line 2 and c"));
     EXPECT_EQ(file.line, 3);
 }
 
-TEST_F(CheckTest, ReportsFileThatEndsEarly) {
+TEST_F(CheckTest, ReportsTruncatedFile) {
     std::string content = ComposeMainFile("SN1", "");
     content.resize(content.size() / 2);
     EXPECT_EQ(CheckMainFile(content).state, FileState::kDamaged);
@@ -84,7 +84,7 @@ TEST_F(CheckTest, ReportsFileThatIsNotXml) {
     EXPECT_EQ(CheckMainFile("   \n").state, FileState::kDamaged);
 }
 
-TEST_F(CheckTest, KeepsControlCharactersOutOfTheProblem) {
+TEST_F(CheckTest, ReportsProblemWithoutControlCharacters) {
     const std::string problem = CheckMainFile("<a>\x1B[2J</a>").problem;
     EXPECT_NE(problem, "");
     EXPECT_EQ(problem, MakePrintable(problem));
@@ -95,7 +95,7 @@ TEST_F(CheckTest, ShortensLongProblems) {
     EXPECT_LE(CheckMainFile("<a><" + name + "></b></a>").problem.size(), 200U);
 }
 
-TEST_F(CheckTest, IgnoresWhiteSpaceBeforeTheStartTime) {
+TEST_F(CheckTest, IgnoresWhiteSpaceBeforeStartTime) {
     m_Folder.WriteRun("stick", "SN1", "\n  2024-11-18 09:40:42\n");
     EXPECT_EQ(Check().Time(), 1731922842);
 }
@@ -129,7 +129,7 @@ TEST_F(CheckTest, ReportsFileWhoseEntitiesExpandTooFar) {
     EXPECT_THAT(file.problem, HasSubstr("10,000,000 bytes"));
 }
 
-TEST_F(CheckTest, ReadsTheValidFileWhenTheOtherIsDamaged) {
+TEST_F(CheckTest, ReadsValidFileWhenOtherFileIsDamaged) {
     m_Folder.WriteRun("stick", "SN1");
     m_Folder.Write("stick/qelRnscXml.xml", "<a>");
     const runs::Run run = Check();
@@ -152,7 +152,7 @@ TEST_F(CheckTest, ReadsFolderWithAnyName) {
     }
 }
 
-TEST_F(CheckTest, ChangesTheIdentityWithTheFiles) {
+TEST_F(CheckTest, ReturnsOtherIdentityWhenFilesChange) {
     m_Folder.WriteRun("stick", "SN1");
     const std::string first = Check().identity;
     EXPECT_EQ(Check().identity, first);

@@ -21,7 +21,7 @@ TEST(PrintableTest, ReplacesControlCharacters) {
               "\xC3\xA4?\xE5\x80\x8B?\xC2\xA0");
 }
 
-TEST(PrintableTest, ReplacesCharactersThatChangeTheDirection) {
+TEST(PrintableTest, ReplacesCharactersThatChangeTextDirection) {
     EXPECT_EQ(
         MakePrintable(u8"a\u2028\u2029\u202A\u202B\u202C\u202D\u202E\u2066\u2067\u2068\u2069z"),
         "a???????????z");
@@ -37,7 +37,8 @@ TEST(PrintableTest, ReplacesBytesThatAreNotUtf8) {
         EXPECT_EQ(MakePrintable(byte), replacement);
         EXPECT_EQ(MakeUtf8(byte), replacement);
     }
-    // Cut off, longer than necessary, a surrogate, beyond the last character.
+    // The texts are a truncated character, two overlong forms, a surrogate, and a code beyond the
+    // last character.
     EXPECT_EQ(MakeUtf8("\xE5\x80!"), replacement + replacement + "!");
     EXPECT_EQ(MakeUtf8("\xC1\x9B"), replacement + replacement);
     EXPECT_EQ(MakeUtf8("\xE0\x82\x9B"), replacement + replacement + replacement);
@@ -51,7 +52,7 @@ TEST(PrintableTest, KeepsEveryUtf8Character) {
     EXPECT_EQ(MakeUtf8(text), text);
 }
 
-// Returns the option that is found among the arguments, or an empty text.
+// Returns the option that FindUnprintableOption finds, or an empty text.
 std::string FindOption(std::vector<std::string> arguments) {
     std::vector<char*> pointers = {nullptr};
     for (std::string& argument : arguments) {
@@ -62,7 +63,7 @@ std::string FindOption(std::vector<std::string> arguments) {
     return option == nullptr ? "" : option;
 }
 
-TEST(PrintableTest, FindsOptionsWithOtherCharactersInTheirNames) {
+TEST(PrintableTest, FindsOptionsWithControlCharacters) {
     EXPECT_EQ(FindOption({"a", "--\x1B[31m", "-\n"}), "--\x1B[31m");
     EXPECT_EQ(FindOption({"-\n"}), "-\n");
     EXPECT_EQ(FindOption({"--\xC2\x9B=x"}), "--\xC2\x9B=x");

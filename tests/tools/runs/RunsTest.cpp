@@ -42,7 +42,7 @@ protected:
     RunFolder m_Folder;
 };
 
-TEST_F(RunsTest, ReturnsTheRunOfAFolder) {
+TEST_F(RunsTest, ReturnsRunOfFolder) {
     m_Folder.WriteRun("stick", "SN1");
     const SearchResult result = Find();
     ASSERT_THAT(result.runs, SizeIs(1));
@@ -53,7 +53,7 @@ TEST_F(RunsTest, ReturnsTheRunOfAFolder) {
     EXPECT_EQ(result.failure, "");
 }
 
-TEST_F(RunsTest, ReturnsTheFolderOfAResultFile) {
+TEST_F(RunsTest, ReturnsFolderOfResultFile) {
     m_Folder.WriteRun("stick", "SN1");
     m_Folder.Write("stick/qelRnscXml.xml", "<a/>");
     m_Folder.WriteRun("stick/other", "SN2");
@@ -68,7 +68,7 @@ TEST_F(RunsTest, FollowsLinkGivenAsPath) {
     EXPECT_THAT(SerialNumbers("file"), ElementsAre("SN1"));
 }
 
-TEST_F(RunsTest, FindsRunsAndArchivesBelowThePath) {
+TEST_F(RunsTest, FindsRunsAndArchivesBelowPath) {
     m_Folder.WriteRun("stick/a/b", "SN1");
     m_Folder.WriteRun("stick/c", "SN2");
     ArchiveFile(m_Folder.Path("stick/c/old.ZIP.zip"))
@@ -83,7 +83,7 @@ TEST_F(RunsTest, SortsByStartTimeNewestFirst) {
     EXPECT_THAT(SerialNumbers(), ElementsAre("newest", "middle", "oldest"));
 }
 
-TEST_F(RunsTest, SortsByFileTimeWithoutAStartTime) {
+TEST_F(RunsTest, SortsByFileTimeWithoutStartTime) {
     m_Folder.WriteRun("stick/a", "dated", "2024-11-18 09:40:42");
     m_Folder.WriteRun("stick/b", "older", "after lunch");
     m_Folder.WriteRun("stick/c", "newer", "");
@@ -96,14 +96,14 @@ TEST_F(RunsTest, SortsByFileTimeWithoutAStartTime) {
     EXPECT_THAT(SerialNumbers(), ElementsAre("newer", "dated", "older"));
 }
 
-TEST_F(RunsTest, DoesNotFollowLinksBelowThePath) {
+TEST_F(RunsTest, FollowsNoLinksBelowPath) {
     m_Folder.WriteRun("elsewhere", "SN1");
     fs::create_symlink(m_Folder.Path("elsewhere"), m_Folder.Path("stick/link"));
     fs::create_symlink(m_Folder.Path("stick"), m_Folder.Path("stick/loop"));
     EXPECT_THAT(Find().runs, IsEmpty());
 }
 
-TEST_F(RunsTest, ReportsResultFileThatIsALink) {
+TEST_F(RunsTest, ReportsResultFileThatIsLink) {
     m_Folder.WriteRun("elsewhere", "SN1");
     fs::create_symlink(m_Folder.Path("elsewhere/qelXml.xml"), m_Folder.Path("stick/qelXml.xml"));
     const SearchResult result = Find();
@@ -118,7 +118,7 @@ TEST_F(RunsTest, SearchesSixLevelsOfFolders) {
     EXPECT_THAT(SerialNumbers(), ElementsAre("SN6"));
 }
 
-TEST_F(RunsTest, ReportsFoldersThatAreTooDeepWhenItFindsNoRun) {
+TEST_F(RunsTest, ReportsTooDeepFoldersWhenNoRunIsFound) {
     m_Folder.WriteRun("stick/1/2/3/4/5/6/7", "SN7");
     const SearchResult result = Find();
     EXPECT_THAT(result.runs, IsEmpty());
@@ -126,7 +126,7 @@ TEST_F(RunsTest, ReportsFoldersThatAreTooDeepWhenItFindsNoRun) {
                 ElementsAre(m_Folder.Path("stick") + ": folders below level 6 are not searched"));
 }
 
-TEST_F(RunsTest, StopsAtTheLimitOfEntries) {
+TEST_F(RunsTest, StopsAtLimitOfEntries) {
     m_Folder.WriteRun("stick", "SN1");
     m_Folder.WriteRun("stick/a/b", "SN2");
     Limits limits;
@@ -136,7 +136,7 @@ TEST_F(RunsTest, StopsAtTheLimitOfEntries) {
     EXPECT_THAT(result.problems, ElementsAre(HasSubstr("too many entries")));
 }
 
-TEST_F(RunsTest, ReadsNothingOfALink) {
+TEST_F(RunsTest, ReadsNoResultFileThroughLink) {
     m_Folder.WriteRun("elsewhere", "secret");
     fs::create_symlink(m_Folder.Path("elsewhere/qelXml.xml"), m_Folder.Path("stick/qelXml.xml"));
     const runs::Run run = Find().runs.at(0);
@@ -156,7 +156,7 @@ protected:
     }
 };
 
-TEST_F(RunsInsideArchiveTest, ReturnsTheRunsOfAFolder) {
+TEST_F(RunsInsideArchiveTest, ReturnsRunsOfFolder) {
     for (const std::string place : {"a", "a/", "./a", "a/qelXml.xml", "ab/../a"}) {
         EXPECT_THAT(SerialNumbers("stick/log.tar.gz/" + place), UnorderedElementsAre("SN1", "SN2"))
             << place;
@@ -176,13 +176,13 @@ TEST_F(RunsInsideArchiveTest, FindsEachRunAtItsPath) {
     }
 }
 
-TEST_F(RunsInsideArchiveTest, ReturnsNoRunForAnotherPlace) {
+TEST_F(RunsInsideArchiveTest, ReturnsNoRunForOtherPath) {
     for (const std::string place : {"c", "..", "../stick", "a/c", "qelXml.xml/x"}) {
         EXPECT_THAT(SerialNumbers("stick/log.tar.gz/" + place), IsEmpty()) << place;
     }
 }
 
-TEST_F(RunsTest, LeavesOutUnfinishedCaptures) {
+TEST_F(RunsTest, OmitsUnfinishedCaptures) {
     m_Folder.WriteRun("stick/a", "SN1");
     m_Folder.WriteRun("stick/.quorvel-unfinished-x", "SN2");
     const SearchResult result = Find();
@@ -196,7 +196,7 @@ TEST_F(RunsTest, LeavesOutUnfinishedCaptures) {
     EXPECT_THAT(SerialNumbers("log.zip"), IsEmpty());
 }
 
-TEST_F(RunsTest, FindsResultFilesBeyondTheLimitOfEntries) {
+TEST_F(RunsTest, FindsRunOfGivenFolderDespiteLimitOfEntries) {
     m_Folder.WriteRun("stick", "SN1");
     Limits limits;
     limits.entries = 0;
@@ -209,7 +209,7 @@ TEST_F(RunsTest, ReportsMissingPath) {
     EXPECT_THAT(result.runs, IsEmpty());
 }
 
-TEST_F(RunsTest, ReportsFileOfAnotherKind) {
+TEST_F(RunsTest, ReportsUnsupportedFile) {
     m_Folder.Write("stick/photo.jpg", "x");
     EXPECT_EQ(Find("stick/photo.jpg").failure,
               m_Folder.Path("stick/photo.jpg") + ": not a folder, a result file or an archive");
@@ -217,14 +217,14 @@ TEST_F(RunsTest, ReportsFileOfAnotherKind) {
     EXPECT_THAT(Find("stick/pipe.zip").failure, HasSubstr("not a folder"));
 }
 
-TEST_F(RunsTest, SkipsFifoWithTheNameOfAnArchive) {
+TEST_F(RunsTest, SkipsFifoWithNameOfArchive) {
     ASSERT_EQ(mkfifo(m_Folder.Path("stick/pipe.tar.gz").c_str(), 0600), 0);
     const SearchResult result = Find();
     EXPECT_THAT(result.runs, IsEmpty());
     EXPECT_THAT(result.problems, IsEmpty());
 }
 
-TEST_F(RunsTest, ReturnsNoRunForAFolderWithoutResultFiles) {
+TEST_F(RunsTest, ReturnsNoRunForFolderWithoutResultFiles) {
     m_Folder.Write("stick/photo.jpg", "x");
     const SearchResult result = Find();
     EXPECT_THAT(result.runs, IsEmpty());

@@ -21,7 +21,7 @@ using quorvel::runs::TemporaryFolder;
 
 namespace fs = std::filesystem;
 
-// The call of the class, which fails on a file system without locks.
+// Wraps flock, which fails on a file system without locks.
 // NOLINTBEGIN(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp)
 static bool g_HasLocks = true;
 extern "C" int __real_flock(int file, int operation);
@@ -38,7 +38,7 @@ int __wrap_flock(int file, int operation) {
 
 namespace {
 
-// TMPDIR leads to an empty folder.
+// TMPDIR names an empty folder.
 class TemporaryFolderTest : public testing::Test {
 protected:
     static fs::path Parent() { return std::getenv("TMPDIR"); }
@@ -47,7 +47,7 @@ protected:
         return std::distance(fs::directory_iterator(Parent()), fs::directory_iterator());
     }
 
-    // Creates a folder with a file in a process that is killed.
+    // Creates a folder with a file in another process, and kills the process.
     static void LeaveFolder() {
         const pid_t child = fork();
         if (child == 0) {
@@ -72,7 +72,7 @@ TEST_F(TemporaryFolderTest, CreatesPrivateFolderAndRemovesIt) {
     EXPECT_EQ(CountFolders(), 0);
 }
 
-TEST_F(TemporaryFolderTest, ReplacesMissingFolderForTemporaryFiles) {
+TEST_F(TemporaryFolderTest, UsesTmpWhenTmpdirIsMissing) {
     setenv("TMPDIR", m_Runs.Path("missing").c_str(), 1);
     EXPECT_EQ(fs::path(TemporaryFolder().Path()).parent_path(), "/tmp");
 }

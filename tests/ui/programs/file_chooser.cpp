@@ -1,4 +1,4 @@
-// Stands for the folder chooser of the desktop portal:
+// A stand-in for the folder chooser of the desktop portal:
 //
 //     file_chooser CODE [URI]  answers each request with a response code and a URI
 //     file_chooser silent      never answers a request
