@@ -151,7 +151,7 @@ TEST_F(QELUtilTest, KeepsFileNonEmptyDuringUpdates) {
     EXPECT_EQ(emptyReads, 0);
 }
 
-// A limit on the size of files stands in for a full disk.
+// A limit on the size of files simulates a full disk.
 TEST_F(QELUtilTest, LeavesNoFileWhenNewCounterCannotBeWritten) {
     const auto handler = std::signal(SIGXFSZ, SIG_IGN);
     rlimit before{};

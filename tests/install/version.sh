@@ -46,7 +46,7 @@ done
 wrong=$(wrong_packages "$root")
 [ -z "$wrong" ] || fail "wrong version or date, expected $version: $wrong"
 
-# Check that wrong_packages finds a file with another version.
+# The test checks that wrong_packages finds a file with another version.
 for file in debian/changelog packaging/org.tizen.quorvel.spec "$metainfo"; do
     mkdir -p "$work/changed"
     (cd -- "$root" && tar -cf - debian packaging "$metainfo") | tar -xf - -C "$work/changed"

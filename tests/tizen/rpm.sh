@@ -28,7 +28,7 @@ version=$(sed -n 's/^project(quorvel VERSION \([0-9.]*\).*/\1/p' "$root/CMakeLis
         -DCMAKE_INSTALL_PREFIX="$work/set" && cmake --build "$work/set-build" --target install
 } >"$work/log" 2>&1 || fail "cannot build the stand-ins"
 
-# Pack the sources as gbs does.
+# The test packs the sources as gbs does.
 mkdir -p "$work/top/SOURCES" "$work/source/$name-$version/tests"
 (cd -- "$root" && cp -R CMakeLists.txt inc src platform "$work/source/$name-$version" &&
     cp -R tests/sanitizers "$work/source/$name-$version/tests")

@@ -35,7 +35,7 @@ pictures_of() {
         screen_wait_change
         screen_sum
     done
-    # Wait after each key, because the screen can also stop changing between two keys.
+    # The test waits after each key, because the screen can also stop changing between two keys.
     for _ in 1 2 3; do
         press Up
         screen_wait_change

@@ -7,7 +7,7 @@ set -eu
 # shellcheck source=tests/ui/view.sh
 . "$(dirname -- "$0")/view.sh"
 
-# The colour of the button of a message.
+# The colour of the button in a message.
 BUTTON='#606060'
 portal=
 bus=
@@ -39,13 +39,13 @@ start_bus() {
     export DBUS_SESSION_BUS_ADDRESS
 }
 
-# The display and the window manager must agree on the focus.
+# Returns whether a message has the focus of both the display and the window manager.
 message_has_keyboard() {
     [ "$(xdotool getwindowfocus getwindowname 2>/dev/null)" = Quorvel ] &&
         [ "$(xdotool getactivewindow getwindowname 2>/dev/null)" = Quorvel ]
 }
 
-# The window is empty before its first picture.
+# Returns whether the button of a message is drawn. The window is empty before the first frame.
 message_shows_button() {
     shows "$BUTTON" "$SCREEN" 10000
 }
@@ -75,13 +75,13 @@ shows_message_without_chooser() {
     expect_message 'no folder chooser'
 }
 
-shows_message_without_chooser_of_the_portal() {
+shows_message_without_chooser_in_portal() {
     start_portal none
     program_launch "$build/quorvel-view"
     expect_message 'no folder chooser'
 }
 
-shows_message_when_the_portal_ends() {
+shows_message_when_portal_ends() {
     start_portal silent
     program_launch "$build/quorvel-view"
     expect 'the portal is asked for a folder' grep -q asked "$work/portal.log"
@@ -112,14 +112,14 @@ shows_message_for_malformed_uri() {
     expect_message 'no folder chooser'
 }
 
-exits_when_the_user_cancels() {
+exits_when_user_cancels() {
     start_portal 1
     program_launch "$build/quorvel-view"
     expect_exit 1
     [ ! -s "$desktop/log" ] || fail "a cancelled dialog is reported: $(cat "$desktop/log")"
 }
 
-shows_message_when_a_launcher_opens_a_folder() {
+shows_message_when_launcher_opens_folder() {
     program_launch env DESKTOP_STARTUP_ID=launcher "$build/quorvel-view" "$work/nothing"
     expect_message "$work/nothing: no qelXml.xml or qelRnscXml.xml found"
     program_launch "$build/quorvel-view" "$work/nothing"
@@ -135,7 +135,7 @@ shows_message_when_quorvel_fails() {
 }
 
 # The list would be empty, as for a run without failures.
-shows_warning_before_a_run_without_items() {
+shows_warning_before_run_without_items() {
     mkdir "$work/untested"
     echo '<r/>' >"$work/untested/qelXml.xml"
     program_launch env DESKTOP_STARTUP_ID=launcher "$build/quorvel-view" "$work/untested"
@@ -151,15 +151,15 @@ unset DBUS_SESSION_BUS_ADDRESS DESKTOP_STARTUP_ID XDG_ACTIVATION_TOKEN
 shows_message_without_chooser
 start_bus
 shows_message_without_chooser
-shows_message_without_chooser_of_the_portal
-shows_message_when_the_portal_ends
+shows_message_without_chooser_in_portal
+shows_message_when_portal_ends
 opens_chosen_folder
 shows_message_for_folder_without_run
 shows_message_for_malformed_uri
-exits_when_the_user_cancels
-shows_message_when_a_launcher_opens_a_folder
+exits_when_user_cancels
+shows_message_when_launcher_opens_folder
 shows_message_when_quorvel_fails
-shows_warning_before_a_run_without_items
+shows_warning_before_run_without_items
 stop_portal
 kill "$bus"
 wait "$bus" || true

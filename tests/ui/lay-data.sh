@@ -139,7 +139,7 @@ is_running() {
     kill -0 "$(cat "$work/pid")" 2>/dev/null
 }
 
-dies_with_script() {
+ends_with_script() {
     rm -f "$work/pid"
     # shellcheck disable=SC2016,SC2086 # for the inner shell; the words of a command
     $without "$lay_data" "$work/data" sh -c 'echo $$ >"$1.new"; mv "$1.new" "$1"; exec sleep 600' \
@@ -180,7 +180,7 @@ rejects_existing_folder() {
     rmdir -p "$(dirname "$data")" 2>/dev/null || true
 }
 
-run_as_a_user() {
+run_as_user() {
     setpriv --reuid 65534 --regid 65534 --clear-groups "$@"
 }
 
@@ -188,13 +188,13 @@ run_as_a_user() {
 open_to_users() {
     chmod 711 "$work"
     cp "$lay_data" "$work/lay-data"
-    run_as_a_user test -x "$work/lay-data"
+    run_as_user test -x "$work/lay-data"
 }
 
 # Skips the case if the system does not permit namespaces to users.
 mounts_folder_for_user() {
-    if run_as_a_user bwrap --dev-bind / / true 2>"$work/error"; then
-        [ "$(run_as_a_user "$work/lay-data" "$work/data" cat "$data/file")" = content ] ||
+    if run_as_user bwrap --dev-bind / / true 2>"$work/error"; then
+        [ "$(run_as_user "$work/lay-data" "$work/data" cat "$data/file")" = content ] ||
             fail "the folder is not mounted for a user"
     else
         echo "lay-data.sh: skipped: a user with namespaces: $(cat "$work/error")" >&2
@@ -224,7 +224,7 @@ every_case() {
     for signal in TERM INT HUP QUIT USR1; do
         forwards_signal "$signal"
     done
-    dies_with_script
+    ends_with_script
 }
 
 # Runs in a mount namespace, in which /opt and /run are private.

@@ -234,15 +234,14 @@ copies_only_named_files() {
         printf '</RNSCImage></r>'
     } >"$work/photos/qelRnscXml.xml"
     expect_status 0 "$work/photos"
-    ! grep 'not shown' "$work/err" || fail "a photo is left out"
+    ! grep 'not shown' "$work/err" || fail "a photo is omitted"
     expect_output './mnt/a/1.jpg
 ./mnt/b/1.jpg
 ./qelRnscXml.xml
 firstsecond'
 }
 
-# Runs quorvel-view with a limit of a few KiB on the size of files, which stands for a full disk: STATUS
-# ARG…
+# Runs quorvel-view with a file-size limit of a few KiB, which simulates a full disk: STATUS ARG…
 expect_status_with_limit() {
     (ulimit -f 8 && expect_status "$@")
 }
@@ -256,7 +255,7 @@ rejects_partial_copy_of_result_file() {
     has_no_copy || fail "a copy remains after a partial copy"
 }
 
-leaves_out_partial_photo() {
+omits_partial_photo() {
     make_stand_in 'find . -type f'
     mkdir "$work/large-photo"
     printf '<r><RNSCImage>%s/mnt/a/1.jpg</detailed></test></RNSCImage></r>' \
@@ -287,7 +286,7 @@ reports_signal() {
 }
 
 # A process inherits the ignored signals of its parent.
-returns_status_when_the_parent_ignores_children() {
+returns_status_when_parent_ignores_children() {
     make_stand_in 'exit 5'
     status=0
     timeout -s KILL 20 env --ignore-signal=CHLD "$work/bin/quorvel-view" "$folder" 2>"$work/err" || status=$?
@@ -308,7 +307,7 @@ warns_of_run_without_items
 prints_how_to_close_on_terminal
 copies_only_named_files
 rejects_partial_copy_of_result_file
-leaves_out_partial_photo
+omits_partial_photo
 reports_signal
-returns_status_when_the_parent_ignores_children
+returns_status_when_parent_ignores_children
 expect_nothing_left

@@ -46,7 +46,7 @@ tour_without_analysis() {
     grep -q 'no item can be analysed' "$work/error" || fail "$1: no reason is printed"
 }
 
-# The only row loses the focus to the detail panel and gets it back.
+# The focus moves from the only row to the detail panel and back.
 tour_with_one_item() {
     "$root/samples/make-large" "$work/one" --items 1 --failed 1 --seed 1
     "$root/script/lib/tour" "$build" "$work/one" "$work/pictures" >"$work/printed"
@@ -56,7 +56,7 @@ tour_with_one_item() {
 
 # The white photo covers most of the screen. The item names a path that does not exist on this
 # machine.
-shows_photo_by_its_base_name() {
+shows_photo_by_base_name() {
     mkdir -p "$work/captured/capture"
     convert -size 1280x720 xc:white "png:$work/captured/capture/1.png"
     item='<test><type>image</type><name>HDMI</name><result>fail</result>
@@ -172,7 +172,7 @@ tour
 tour_without_analysis "$root/samples/no-failures"
 tour_without_analysis "$root/samples/damaged" --force
 tour_with_one_item
-shows_photo_by_its_base_name
+shows_photo_by_base_name
 names_pressed_item
 reports_missing_result_files
 second_view

@@ -306,7 +306,7 @@ TEST_F(LogTest, ReportsUnwritableStateFolderOnce) {
                             EndsWith("an error")));
 }
 
-// A limit on the size of files stands in for a full disk. A pipe has no such limit.
+// A limit on the size of files simulates a full disk. A pipe has no such limit.
 TEST_F(LogTest, ReportsFailedWriteOnceAndContinues) {
     const Ends pipe = Ends::OfPipe();
     ChildProgram program = Start("file-size-limit", {}, pipe.writer);
