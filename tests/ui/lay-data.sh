@@ -43,6 +43,12 @@ mounts_folder() {
     [ "$(readlink -f "$data")" != "$work/data" ] || fail "the folder remains at the fixed path"
 }
 
+mounts_copy() {
+    run_lay_data --copy "$work/data" sh -c "rm $data/file; echo counter >$data/num_of_launch"
+    [ -e "$work/data/file" ] || fail "the command removes a file of DIR"
+    [ ! -e "$work/data/num_of_launch" ] || fail "the command writes to DIR"
+}
+
 # Creates folders with the given names. The files of each folder contain its name. The stand-in for
 # quorvel prints this name.
 make_odd_folders() {
@@ -66,22 +72,115 @@ prints_own_file() {
 }
 
 mounts_folder_of_any_name() {
-    make_odd_folders run1 - -- --private-tmp ' a b' "run1$newline" "in${newline}ner"
+    make_odd_folders run1 - -- --copy ' a b' "run1$newline" "in${newline}ner"
     for name in run1 - ' a b'; do
         prints_own_file run_lay_data "$name" cat "$data/file"
     done
-    for name in run1 - -- --private-tmp ' a b' "run1$newline" "in${newline}ner"; do
+    for name in run1 - -- --copy ' a b' "run1$newline" "in${newline}ner"; do
         # shellcheck disable=SC2086 # the words of a command
         prints_own_file $without "$work/bin/quorvel-view" -- "$name" 2>/dev/null
     done
     for name in "run1$newline" "in${newline}ner"; do
         if run_lay_data "$work/odd/$name" touch "$work/ran" 2>"$work/error"; then
-            fail "$name: a path with a line break is mounted"
+            fail "$name: mounted without --copy"
         fi
         grep -q 'line break' "$work/error" || fail "$name: no message about the line break"
         [ ! -e "$work/ran" ] || fail "$name: the command runs without the folder"
     done
     rm -r "$work/odd" "$work/elsewhere" "${work:?}/bin"
+}
+
+# Rejects a partial copy of a result file, as a full disk causes it. Skips a file that cannot be read.
+rejects_partial_copy() {
+    mkdir "$work/large"
+    head -c 100000 /dev/zero >"$work/large/qelXml.xml"
+    ln -s nothing "$work/large/photo.jpg"
+    if error=$(ulimit -f 1 && trap '' XFSZ && run_lay_data --copy "$work/large" true 2>&1); then
+        fail "a partial copy is mounted"
+    fi
+    echo "$error" | grep -q '^lay-data: .*qelXml.xml' || fail "no message about the partial file: $error"
+    run_lay_data --copy "$work/large" cmp "$data/qelXml.xml" "$work/large/qelXml.xml" 2>/dev/null ||
+        fail "a folder with an unreadable file is not mounted"
+    rm -r "$work/large"
+}
+
+# The sparse file has a size but no content.
+reports_long_copy() {
+    mkdir "$work/stick" "$work/stick/folder"
+    for size in 1100M 1000M; do
+        truncate -s "$size" "$work/stick/folder/film"
+        run_lay_data --copy "$work/stick" true >"$work/error" 2>&1 || fail "a large folder is not mounted"
+        case $size in
+            1100M) [ "$(grep -c '^lay-data: copying 110[0-9] MiB to ' "$work/error")" -eq 1 ] ;;
+            *) [ ! -s "$work/error" ] ;;
+        esac || fail "$size: $(cat "$work/error")"
+    done
+    rm -r "$work/stick"
+}
+
+# Replaces cp by a program that waits.
+replace_cp() {
+    mkdir "$work/slow"
+    # shellcheck disable=SC2016 # for the inner shell
+    printf '#!/bin/sh\necho $$ >%s/cp.new && mv %s/cp.new %s/cp\nexec sleep 60\n' \
+        "$work" "$work" "$work" >"$work/slow/cp"
+    chmod 755 "$work/slow/cp"
+}
+
+# Starts a copy that waits, and waits until the copy runs.
+start_long_copy() {
+    rm -f "$work/cp"
+    # shellcheck disable=SC2086 # the words of a command
+    env --default-signal=INT PATH="$work/slow:$PATH" TMPDIR="$work/tmp" \
+        $without "$lay_data" --copy "$work/data" true &
+    wait_for_file "$work/cp"
+}
+
+is_gone() {
+    ! kill -0 "$1" 2>/dev/null || [ "$(ps -o stat= -p "$1" | cut -c 1)" = Z ]
+}
+
+wait_until_gone() {
+    for _ in $(seq 200); do
+        ! is_gone "$1" || return 0
+        sleep 0.05
+    done
+    fail "process $1 does not exit"
+}
+
+stops_long_copy() {
+    mkdir "$work/tmp"
+    replace_cp
+    for signal in TERM INT HUP; do
+        start_long_copy
+        kill -s "$signal" $!
+        wait_until_gone $!
+        wait_until_gone "$(cat "$work/cp")"
+        [ -z "$(ls -A "$work/tmp")" ] || fail "SIG$signal: a copy remains"
+    done
+    rm -r "$work/tmp" "$work/slow"
+}
+
+removes_copy_of_killed_run() {
+    mkdir "$work/tmp"
+    replace_cp
+    start_long_copy
+    kill -KILL $!
+    wait $! || true
+    kill "$(cat "$work/cp")"
+    [ -n "$(ls -A "$work/tmp")" ] || fail "the killed script has no copy"
+    TMPDIR="$work/tmp" run_lay_data --copy "$work/data" sh -c \
+        "[ \$(ls '$work/tmp' | wc -l) -eq 1 ]" || fail "the copy of the killed script remains"
+    [ -z "$(ls -A "$work/tmp")" ] || fail "a copy remains"
+    rm -r "$work/tmp" "$work/slow"
+}
+
+accepts_relative_tmpdir() {
+    mkdir "$work/tmp"
+    [ "$(cd "$work" && TMPDIR=tmp && export TMPDIR && run_lay_data --copy data cat "$data/file")" = content ] ||
+        fail "a relative TMPDIR does not work"
+    [ -z "$(ls -A "$work/tmp")" ] || fail "a copy remains in a relative TMPDIR"
+    rmdir "$work/tmp"
 }
 
 # Checks that the command does not see the real flag file, and that the flag file of the command is
@@ -216,7 +315,13 @@ reports_remedy_to_user() {
 
 every_case() {
     mounts_folder
+    mounts_copy
     mounts_folder_of_any_name
+    rejects_partial_copy
+    reports_long_copy
+    stops_long_copy
+    removes_copy_of_killed_run
+    accepts_relative_tmpdir
     keeps_flag_file_private
     keeps_working_folder_and_input
     runs_without_input
