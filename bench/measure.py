@@ -33,7 +33,7 @@ def benchmark(program, pattern):
     return times
 
 
-# --- Windows in memory ------------------------------------------------------------------------
+# --- Programs with a window in memory ---------------------------------------------------------
 
 work = tempfile.TemporaryDirectory(prefix="quorvel-bench-")
 folder = Path(work.name)
@@ -103,7 +103,7 @@ def fastest(*calls):
     return [min(column) for column in zip(*results)]
 
 
-# --- The table --------------------------------------------------------------------------------
+# --- The table of the measures ----------------------------------------------------------------
 
 failures = 0
 

@@ -258,9 +258,9 @@ TEST_F(QELAnalysisConflictTest, ReadsOpcodeBeforeMsgcodeOfEveryItem) {
     ListConflicts({kOwnItem, RemoveField(MakeItem("B", "2", "1000", "1"), "opcode")});
     EXPECT_THAT(FakeLog::Messages(),
                 ElementsAre(
-                    // The codes of the analysed item.
+                    // These lines log the codes of the analysed item.
                     "id=0, strCode=11", "id=0, retCode=11", "id=0, strCode=22", "id=0, retCode=22",
-                    // The codes of all items.
+                    // These lines log the codes of all items.
                     "id=0, strCode=11", "id=0, retCode=11", "id=0, strCode=22", "id=0, retCode=22",
                     "Invalid KEY[opcode]!!\n", "id=1, strCode="));
 }

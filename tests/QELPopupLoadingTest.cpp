@@ -33,7 +33,7 @@ protected:
     }
 
     void TearDown() override {
-        // Some tests set the flag without a worker that clears it.
+        // Some tests set the flag without a worker, which would clear the flag.
         QELPopupLoading::m_IsRunning = false;
         ScreenTest::TearDown();
     }

@@ -9,8 +9,8 @@
 #include <string>
 #include <vector>
 
-// A fake of the application framework. It runs no main loop. It records its calls and returns the
-// results that a test sets. Main thread only.
+// A fake of the application framework. Runs no main loop. Records its calls and returns the results
+// that a test sets. Main thread only.
 class FakeApp {
 public:
     // The arguments of one call of ui_app_main.

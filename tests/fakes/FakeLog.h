@@ -25,7 +25,7 @@ struct LogLine {
 
 std::ostream& operator<<(std::ostream& out, const LogLine& line);
 
-// A fake of the platform log. It records the lines instead of writing them. Any thread.
+// A fake of the platform log. Records the lines instead of writing them. Any thread.
 class FakeLog {
 public:
     FakeLog() = delete;

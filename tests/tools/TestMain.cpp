@@ -8,7 +8,7 @@
 #include "fixtures/RunTests.h"
 
 int main(int argc, char** argv) {
-    // The start times of the tests are local times.
+    // The runs of the tests have local start times, so the tests need a fixed time zone.
     setenv("TZ", "UTC", 1);
     testing::InitGoogleMock(&argc, argv);
     return RunTests();

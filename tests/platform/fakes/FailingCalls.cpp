@@ -56,7 +56,8 @@ int __wrap_renameat2(int oldFolder, const char* from, int newFolder, const char*
                : __real_renameat2(oldFolder, from, newFolder, to, flags);
 }
 
-// The C++ library reads folders for the port and gets this function instead of the C library's.
+// The C++ library reads folders for the port. It calls this function instead of the function of the
+// C library.
 dirent* readdir(DIR* stream) {
     static const auto real = reinterpret_cast<dirent* (*)(DIR*)>(dlsym(RTLD_NEXT, "readdir"));
     return Fails(FailingCall::kFolderRead, EIO) ? nullptr : real(stream);

@@ -236,7 +236,8 @@ TEST_F(RequestServerTest, RejectsTooManySenders) {
     ExpectDelivery();
 }
 
-// A connection that cannot be accepted stays ready.
+// A connection that cannot be accepted keeps the socket readable. The server must not poll the
+// socket all the time.
 TEST_F(RequestServerTest, WaitsForFreeDescriptors) {
     Listen();
     const Socket sender = Socket::Connect(m_Path);

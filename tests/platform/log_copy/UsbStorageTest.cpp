@@ -42,7 +42,7 @@ constexpr const char* kFirstStick = "/sys/usb1/1-1";
 constexpr const char* kSecondStick = "/sys/usb1/1-2";
 constexpr const char* kNoStick = "";
 
-// The stick of UsbStick.
+// The USB device that UsbStick creates.
 constexpr const char* kPluggedStick = "/sys/devices/pci0000:00/0000:00:14.0/usb1/1-2";
 
 // Returns the reason why the search fails; an empty string if the search finds a storage.
