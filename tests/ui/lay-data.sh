@@ -90,7 +90,8 @@ mounts_folder_of_any_name() {
     rm -r "$work/odd" "$work/elsewhere" "${work:?}/bin"
 }
 
-# Rejects a partial copy of a result file, as a full disk causes it. Skips a file that cannot be read.
+# Checks that lay-data rejects a partial copy of a result file, which a full disk can cause, and skips an
+# unreadable file.
 rejects_partial_copy() {
     mkdir "$work/large"
     head -c 100000 /dev/zero >"$work/large/qelXml.xml"
@@ -104,7 +105,7 @@ rejects_partial_copy() {
     rm -r "$work/large"
 }
 
-# The sparse file has a size but no content.
+# The film is a sparse file and needs no space on the disk.
 reports_long_copy() {
     mkdir "$work/stick" "$work/stick/folder"
     for size in 1100M 1000M; do
@@ -118,7 +119,7 @@ reports_long_copy() {
     rm -r "$work/stick"
 }
 
-# Replaces cp by a program that waits.
+# Replaces cp with a program that waits.
 replace_cp() {
     mkdir "$work/slow"
     # shellcheck disable=SC2016 # for the inner shell
@@ -127,7 +128,7 @@ replace_cp() {
     chmod 755 "$work/slow/cp"
 }
 
-# Starts a copy that waits, and waits until the copy runs.
+# Starts a copy that waits. Returns when the copy runs.
 start_long_copy() {
     rm -f "$work/cp"
     # shellcheck disable=SC2086 # the words of a command
@@ -178,7 +179,7 @@ removes_copy_of_killed_run() {
 accepts_relative_tmpdir() {
     mkdir "$work/tmp"
     [ "$(cd "$work" && TMPDIR=tmp && export TMPDIR && run_lay_data --copy data cat "$data/file")" = content ] ||
-        fail "a relative TMPDIR does not work"
+        fail "a relative TMPDIR is rejected"
     [ -z "$(ls -A "$work/tmp")" ] || fail "a copy remains in a relative TMPDIR"
     rmdir "$work/tmp"
 }
