@@ -81,6 +81,17 @@ quorvel_has_options() {
     done
 }
 
+reports_full_output() {
+    for name in quorvel quorvel-view; do
+        for option in --help --version; do
+            status=0
+            "$build/$name" "$option" >/dev/full 2>"$work/err" || status=$?
+            [ "$status" -eq 2 ] || fail "$name $option: status $status"
+            expect_only_error "$name: standard output: No space left on device"
+        done
+    done
+}
+
 # Prints the long options in a manual page.
 options_of_page() {
     sed -n 's/^\.It.* Fl -\([a-z-]*\).*/--\1/p' "$1" | sort
@@ -298,6 +309,7 @@ rejects_unusable_paths
 rejects_wrong_arguments
 prints_help_and_version
 quorvel_has_options
+reports_full_output
 documents_options
 lists_several_runs
 shortens_long_values

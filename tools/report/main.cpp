@@ -5,12 +5,11 @@
 
 #include <clocale>
 #include <csignal>
-#include <cstdio>
-#include <cstdlib>
 
 #include "report/options.h"
 #include "report/report.h"
 #include "report/xml_memory.h"
+#include "standard_output.h"
 #include "xml_input.h"
 
 namespace {
@@ -25,18 +24,11 @@ void OpenClosedStreams() {
     close(descriptor);
 }
 
-// Called at exit, also after --help and --version: a failed write is an error.
-void CheckOutput() {
-    if (std::fflush(stdout) != 0) {
-        _exit(quorvel::report::kTrouble);
-    }
-}
-
 }  // namespace
 
 int main(int argc, char** argv) {
     OpenClosedStreams();
-    (void)std::atexit(CheckOutput);
+    quorvel::desktop::CheckOutputAtExit("quorvel-report");
     quorvel::report::UseXmlMemory();
     // mbrtowc and wcwidth need a UTF-8 locale. The user's locale has no effect on the report.
     std::setlocale(LC_CTYPE, "C.UTF-8");

@@ -6,6 +6,7 @@
 #include <string>
 
 #include "runs/printable.h"
+#include "standard_output.h"
 #include "view/desktop_start.h"
 
 namespace quorvel::view {
@@ -83,6 +84,7 @@ std::optional<Options> ParseOptions(int argc, char** argv) {
     const argp parser = {kOptions, Parse, kArguments, kDocumentation, nullptr, nullptr, nullptr};
     std::string name = "quorvel-view";
     argv[0] = name.data();
+    desktop::CheckOutputAtExit("quorvel-view");
     Options options;
     if (argp_parse(&parser, argc, argv, 0, nullptr, &options) != 0) {
         std::fputs("Try 'quorvel-view --help'.\n", stderr);

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "lifecycle/launch_request.h"
+#include "standard_output.h"
 
 namespace quorvel::desktop {
 
@@ -53,6 +54,7 @@ bool ParseOptions(int argc, char** argv, Arguments& arguments) {
     argp_program_version = "quorvel " QUORVEL_VERSION;
     const argp parser = {nullptr, Parse, kArguments, kDocumentation, nullptr, nullptr, nullptr};
     std::string name = "quorvel";
+    CheckOutputAtExit("quorvel");
     std::vector<char*> words(argv, argv + argc + 1);
     words[0] = name.data();
     if (argp_parse(&parser, argc, words.data(), 0, nullptr, &arguments) == 0) {

@@ -279,8 +279,10 @@ class StatusTest(ReportTest):
             self.assertEqual((result.returncode, result.stderr), (0, b""))
             self.assertIn(b"quorvel-report", result.stdout)
             with open("/dev/full", "wb") as full:
-                process = subprocess.run([PROGRAM, option], stdout=full, timeout=60, check=False)
-            self.assertEqual(process.returncode, 2)
+                result = subprocess.run([PROGRAM, option], stdout=full, stderr=subprocess.PIPE, timeout=60,
+                                        check=False)
+            self.assertEqual((result.returncode, result.stderr),
+                             (2, b"quorvel-report: standard output: No space left on device\n"))
 
     def test_manual_page_names_options_of_help(self):
         text = report("--help").stdout.decode()
