@@ -171,6 +171,19 @@ qelXml.xml'
     expect_error 'no item can be read'
 }
 
+# The lock has no entry when the disk was full. The run that Quorvel shows is unknown.
+reports_owner_without_entry() {
+    make_stand_in 'echo opened'
+    mkdir -p "$work/session/quorvel"
+    chmod 700 "$work/session" "$work/session/quorvel"
+    status=0
+    XDG_RUNTIME_DIR="$work/session" flock "$work/session/quorvel/lock" \
+        "$work/bin/quorvel-view" "$folder" >"$work/out" 2>"$work/err" || status=$?
+    [ "$status" -eq 3 ] || fail "owner without entry: status $status: $(cat "$work/err")"
+    expect_only_error 'quorvel-view: the running quorvel shows other result files; close it or add --replace'
+    expect_output ''
+}
+
 # Runs quorvel-view as a user who is not root; see expect_status for the arguments.
 expect_status_of_user() {
     if [ "$(id -u)" -eq 0 ]; then
@@ -315,6 +328,7 @@ lists_several_runs
 shortens_long_values
 opens_damaged_files_only_with_force
 opens_no_unreadable_files
+reports_owner_without_entry
 warns_of_run_without_items
 prints_how_to_close_on_terminal
 copies_only_named_files

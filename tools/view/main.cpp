@@ -111,7 +111,7 @@ std::optional<int> AskOwner(const runs::Run& run, const Options& options) {
     if (!owner) {
         return std::nullopt;
     }
-    const std::string name = "the running quorvel (process " + std::to_string(owner->process) + ")";
+    const std::string name = desktop::NameOfOwner(owner->process);
     if (options.replace) {
         if (CloseOwner(folder)) {
             return std::nullopt;

@@ -18,10 +18,6 @@ namespace {
 
 using std::chrono::milliseconds;
 
-std::string NameOf(pid_t owner) {
-    return "the running quorvel" + (owner > 0 ? " (process " + std::to_string(owner) + ")" : "");
-}
-
 // Sends the request to the owner once. Returns no value when no owner answers yet and the
 // deadline has not passed.
 std::optional<Instance::Claim> HandOver(const std::string& folder, const KeyValues& request,
@@ -34,9 +30,9 @@ std::optional<Instance::Claim> HandOver(const std::string& folder, const KeyValu
     if (reply == Reply::kNoOwner && Clock::now() < deadline) {
         return std::nullopt;
     }
-    LogError(NameOf(owner) + (reply == Reply::kRejected
-                                  ? " rejects the launch request; see its log"
-                                  : " does not answer; end that process and try again"));
+    LogError(NameOfOwner(owner) + (reply == Reply::kRejected
+                                       ? " rejects the launch request; see its log"
+                                       : " does not answer; end that process and try again"));
     return Instance::Claim::kFailed;
 }
 
@@ -75,7 +71,7 @@ bool Instance::m_OwnerShowsOtherFiles() const {
     if (!owner || owner->files == m_Files) {
         return false;
     }
-    LogError(NameOf(owner->process) +
+    LogError(NameOfOwner(owner->process) +
              " shows other result files; close it first: quorvel EXEPARAM=CLOSE");
     return true;
 }

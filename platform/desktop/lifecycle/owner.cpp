@@ -60,6 +60,9 @@ bool TryLock(const std::string& folder) {
     return isFree;
 }
 
+// How long an owner may take to write the lock file after it has the lock.
+constexpr std::chrono::seconds kEntryTimeout{1};
+
 // Bytes for the longest file name in the folder, with its slash and zero byte.
 constexpr std::size_t kNameBytes = 16;
 
@@ -133,8 +136,19 @@ std::optional<Owner> ReadOwner(const std::string& folder) {
 }
 
 std::optional<Owner> FindOwner(const std::string& folder) {
-    const bool isHeld = !TryLock(folder);
-    return isHeld ? ReadOwner(folder) : std::nullopt;
+    const Clock::time_point deadline = Clock::now() + kEntryTimeout;
+    for (; !TryLock(folder); std::this_thread::sleep_for(kRetryInterval)) {
+        std::optional<Owner> owner = ReadOwner(folder);
+        if (owner || Clock::now() >= deadline) {
+            return owner.value_or(Owner());
+        }
+    }
+    return std::nullopt;
+}
+
+std::string NameOfOwner(pid_t process) {
+    return "the running quorvel" +
+           (process > 0 ? " (process " + std::to_string(process) + ")" : "");
 }
 
 Reply SendToOwner(const std::string& folder, const KeyValues& request, Clock::time_point deadline,
@@ -151,11 +165,10 @@ Reply SendToOwner(const std::string& folder, const KeyValues& request, Clock::ti
 
 bool AwaitNoOwner(const std::string& folder, milliseconds timeout) {
     const Clock::time_point deadline = Clock::now() + timeout;
-    while (!TryLock(folder)) {
+    for (; !TryLock(folder); std::this_thread::sleep_for(kRetryInterval)) {
         if (Clock::now() >= deadline) {
             return false;
         }
-        std::this_thread::sleep_for(kRetryInterval);
     }
     return true;
 }

@@ -19,8 +19,8 @@ namespace quorvel::desktop {
 
 // What the lock file contains about the owner.
 struct Owner {
-    pid_t process = 0;
-    std::string files;  // identifies the result files
+    pid_t process = 0;  // 0 when unknown
+    std::string files;  // identifies the result files; empty when unknown
     std::string path;   // where the user opened the result files; empty when unknown
 };
 
@@ -51,8 +51,11 @@ std::string SocketPath(const std::string& folder);
 void WriteOwner(const std::string& folder, const Owner& owner);
 // Returns what the lock file contains; no value when the process has ended.
 std::optional<Owner> ReadOwner(const std::string& folder);
-// Returns the owner; no value when no process holds the lock.
+// Returns the owner; no value when no process holds the lock. Waits up to a second for the content
+// of the lock file. Returns an unknown owner if the content is still missing, as on a full disk.
 std::optional<Owner> FindOwner(const std::string& folder);
+// Returns the name of the owner for messages. process: 0 when unknown.
+std::string NameOfOwner(pid_t process);
 
 using Clock = std::chrono::steady_clock;
 

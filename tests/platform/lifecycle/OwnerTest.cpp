@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <chrono>
+#include <filesystem>
 #include <memory>
 #include <string>
 #include <thread>
@@ -40,6 +41,27 @@ TEST_F(OwnerTest, ReturnsOwnerWhileOwnerHoldsLock) {
     EXPECT_EQ(owner->path, "/a path");
     instance.reset();
     EXPECT_FALSE(FindOwner(m_Folder));
+}
+
+// The disk is full.
+TEST_F(OwnerTest, ReturnsOwnerWithoutEntry) {
+    const auto instance = Own();
+    std::filesystem::resize_file(LockPath(m_Folder), 0);
+    const auto owner = FindOwner(m_Folder);
+    ASSERT_TRUE(owner);
+    EXPECT_EQ(owner->process, 0);
+    EXPECT_EQ(owner->files, "");
+    EXPECT_EQ(owner->path, "");
+}
+
+TEST_F(OwnerTest, WaitsForEntryOfOwnerThatStarts) {
+    const auto instance = Own();
+    std::filesystem::resize_file(LockPath(m_Folder), 0);
+    std::thread starting([this] { WriteOwner(m_Folder, {getpid(), "files", "/a path"}); });
+    const auto owner = FindOwner(m_Folder);
+    starting.join();
+    ASSERT_TRUE(owner);
+    EXPECT_EQ(owner->files, "files");
 }
 
 TEST_F(OwnerTest, ReportsMissingOwner) {
