@@ -10,8 +10,10 @@
 #include <array>
 #include <chrono>
 #include <csignal>
+#include <filesystem>
 #include <set>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "platform/fixtures/ChildProgram.h"
@@ -250,13 +252,6 @@ TEST_F(LogTest, ReportsLastLineOfThreadThatThrows) {
     EXPECT_THAT(FileMessages(),
                 ElementsAre("id=3, strCode=zz", "another thread",
                             "uncaught exception: stoi; last line of its thread: id=3, strCode=zz"));
-}
-
-TEST_F(LogTest, ReportsLastLineOfThreadAtEveryLevel) {
-    ChildProgram program = Start("throw-in-thread", {{"QUORVEL_LOG_LEVEL", "off"}});
-    EXPECT_EQ(program.Exit(), -SIGABRT);
-    EXPECT_THAT(FileMessages(), ElementsAre("uncaught exception: stoi; last line of its thread: "
-                                            "id=3, strCode=zz"));
 }
 
 TEST_F(LogTest, SavesLastLineOfThreadThatThrows) {
