@@ -56,7 +56,6 @@ private:
     void m_OpenFile();
     // Writes the text as an error to the terminal only.
     void m_Report(const std::string& text);
-    void m_WriteLine(const spdlog::details::log_msg& line);
     void m_WriteToFile(std::string_view line);
     // Returns the line with the time. The result is valid until the next call.
     std::string_view m_Format(const spdlog::details::log_msg& line);
@@ -134,12 +133,11 @@ void LogUncaughtException() {
 // Opens /dev/null in place of closed standard streams. Otherwise the log file would become one of
 // them.
 void OpenStandardStreams() {
-    int opened = -1;
-    do {
-        opened = open("/dev/null", O_RDWR | O_NOCTTY);
-    } while (opened >= 0 && opened <= STDERR_FILENO);
-    if (opened >= 0) {
-        close(opened);
+    for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+        if (fcntl(stream, F_GETFD) < 0) {
+            // Gets the lowest free number, which is the number of the stream.
+            open("/dev/null", O_RDWR | O_NOCTTY);
+        }
     }
 }
 
@@ -190,20 +188,15 @@ void Log::Write(spdlog::level::level_enum level, const char* tag, std::string_vi
     const std::lock_guard<std::mutex> lock(m_Mutex);
     for (;;) {
         const std::size_t end = message.find('\n');
-        const std::string_view text = message.substr(0, end);
-        m_WriteLine({tag, level, spdlog::string_view_t(text.data(), text.size())});
+        const std::string_view line = m_Format({tag, level, message.substr(0, end)});
+        m_Terminal.Put(line.substr(kTimeLength));
+        if (m_File != nullptr) {
+            m_WriteToFile(line);
+        }
         if (end == std::string_view::npos) {
             return;
         }
         message.remove_prefix(end + 1);
-    }
-}
-
-void Log::m_WriteLine(const spdlog::details::log_msg& line) {
-    const std::string_view formatted = m_Format(line);
-    m_Terminal.Put(formatted.substr(kTimeLength));
-    if (m_File != nullptr) {
-        m_WriteToFile(formatted);
     }
 }
 

@@ -2,7 +2,6 @@
 
 #include <fcntl.h>
 #include <sys/inotify.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -165,14 +164,13 @@ void LogFile::m_Open() {
     }
     m_File = file;
     m_Size = static_cast<std::size_t>(status.st_size);
-    m_Device = status.st_dev;
-    m_Inode = status.st_ino;
+    m_Status = status;
 }
 
 bool LogFile::m_IsReplaced() const {
     struct stat status {};
-    return stat(m_Path.c_str(), &status) != 0 || status.st_dev != m_Device ||
-           status.st_ino != m_Inode;
+    return stat(m_Path.c_str(), &status) != 0 || status.st_dev != m_Status.st_dev ||
+           status.st_ino != m_Status.st_ino;
 }
 
 // A log that cannot be renamed is emptied, since it must not grow without limit.

@@ -1,7 +1,7 @@
 #ifndef QUORVEL_PLATFORM_DESKTOP_LOG_LOG_FILE_H_
 #define QUORVEL_PLATFORM_DESKTOP_LOG_LOG_FILE_H_
 
-#include <sys/types.h>
+#include <sys/stat.h>
 
 #include <chrono>
 #include <cstddef>
@@ -65,9 +65,8 @@ private:
     std::string m_Path;
     LogFileLimits m_Limits;
     int m_File = -1;
-    std::size_t m_Size = 0;  // without lines that other processes have written since m_Open
-    dev_t m_Device = 0;
-    ino_t m_Inode = 0;
+    std::size_t m_Size = 0;   // without lines that other processes have written since m_Open
+    struct stat m_Status {};  // of the open file
     FolderWatch m_Folder;
     // When m_IsReplaced is called again although the watch reports no change.
     std::chrono::milliseconds m_NextCheck{0};

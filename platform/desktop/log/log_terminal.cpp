@@ -52,10 +52,9 @@ bool IsC1(unsigned char byte) {
     return byte >= 0x80 && byte <= 0x9f;
 }
 
-// Returns whether the byte can be a part of a control character.
-bool MayBelongToControl(char letter) {
-    const auto byte = static_cast<unsigned char>(letter);
-    return (byte < 0x20 && byte != '\t') || byte >= 0x7f;
+// Returns whether the byte is an ASCII character, but no control character except the tab.
+bool IsPlainAscii(unsigned char byte) {
+    return (byte >= 0x20 && byte < 0x7f) || byte == '\t';
 }
 
 // Returns the number of bytes of the control character at index; 0 for other characters. Control
@@ -63,7 +62,7 @@ bool MayBelongToControl(char letter) {
 // UTF-8 character.
 std::size_t ControlBytesAt(std::string_view text, std::size_t index, bool continues) {
     const unsigned char byte = ByteAt(text, index);
-    if ((byte < 0x20 && byte != '\t') || byte == 0x7f || (IsC1(byte) && !continues)) {
+    if ((byte < 0x80 && !IsPlainAscii(byte)) || (IsC1(byte) && !continues)) {
         return 1;
     }
     return byte == 0xc2 && IsC1(ByteAt(text, index + 1)) ? 2 : 0;
@@ -116,8 +115,7 @@ std::string LogTerminal::LinePattern() {
 }
 
 void LogTerminal::Put(std::string_view line) {
-    const bool isPlain =
-        !m_IsColoured && std::none_of(line.begin(), line.end() - 1, MayBelongToControl);
+    const bool isPlain = !m_IsColoured && std::all_of(line.begin(), line.end() - 1, IsPlainAscii);
     const std::string composed = isPlain ? std::string() : m_Compose(line);
     const std::lock_guard<std::mutex> lock(m_Mutex);
     if (!m_HasThread) {
