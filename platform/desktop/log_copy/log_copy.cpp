@@ -13,6 +13,7 @@
 #include <mutex>
 #include <optional>
 #include <shared_mutex>
+#include <type_traits>
 #include <vector>
 
 #include "log_copy/run_values.h"
@@ -27,19 +28,15 @@ namespace {
 constexpr std::size_t kMaxHost = 63;
 constexpr std::size_t kMaxSerialNumber = 32;
 
-// Each running copy holds it shared. Never destroyed, since a copy may outlive main.
-std::shared_timed_mutex& RunningCopies() {
-    static auto& copies = *new std::shared_timed_mutex;
-    return copies;
-}
+// Each running copy holds it shared.
+std::shared_timed_mutex g_RunningCopies;
 
 // Each thread that has run a copy holds it shared until the thread ends.
-std::shared_timed_mutex& CopyThreads() {
-    static auto& threads = *new std::shared_timed_mutex;
-    return threads;
-}
-
+std::shared_timed_mutex g_CopyThreads;
 thread_local std::shared_lock<std::shared_timed_mutex> g_CopyThread;
+
+// A copy may outlive main, so no destructor may run.
+static_assert(std::is_trivially_destructible_v<std::shared_timed_mutex>);
 
 bool IsPlain(char letter) {
     return (letter >= '0' && letter <= '9') || (letter >= 'A' && letter <= 'Z') ||
@@ -194,9 +191,9 @@ std::string LogCopyName(const std::string& host, std::time_t time,
 
 int RunLogCopy(const LogCopyParts& parts, const LogCopyJob& job) noexcept {
     if (!g_CopyThread.owns_lock()) {
-        g_CopyThread = std::shared_lock<std::shared_timed_mutex>(CopyThreads());
+        g_CopyThread = std::shared_lock<std::shared_timed_mutex>(g_CopyThreads);
     }
-    const std::shared_lock<std::shared_timed_mutex> running(RunningCopies());
+    const std::shared_lock<std::shared_timed_mutex> running(g_RunningCopies);
     bool isError = true;
     std::string line;
     try {
@@ -213,13 +210,13 @@ int RunLogCopy(const LogCopyParts& parts, const LogCopyJob& job) noexcept {
 }
 
 bool AwaitLogCopies(std::chrono::milliseconds timeout) {
-    return std::unique_lock<std::shared_timed_mutex>(RunningCopies(), timeout).owns_lock();
+    return std::unique_lock<std::shared_timed_mutex>(g_RunningCopies, timeout).owns_lock();
 }
 
 bool AwaitLogCopyThreads(std::chrono::milliseconds timeout) {
     // The thread that waits does not wait for itself.
     g_CopyThread = {};
-    return std::unique_lock<std::shared_timed_mutex>(CopyThreads(), timeout).owns_lock();
+    return std::unique_lock<std::shared_timed_mutex>(g_CopyThreads, timeout).owns_lock();
 }
 
 }  // namespace quorvel::desktop

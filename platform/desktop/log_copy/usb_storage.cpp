@@ -37,10 +37,7 @@ template <typename T>
 using Handle = std::unique_ptr<T, Release>;
 
 std::string Text(const char* text) {
-    if (text == nullptr) {
-        return {};
-    }
-    return text;
+    return text == nullptr ? std::string() : text;
 }
 
 bool IsOfTheSystem(const std::string& folder) {
