@@ -1,19 +1,21 @@
 # Registers each test suite of a program as one test of CTest:
 #
-#     add_suites(PROGRAM [PREFIX])
+#     add_suites(PROGRAM PREFIX [PROPERTY VALUE]…)
 #
-# The names of the tests begin with PREFIX. A process for each suite costs seconds in all; a process
-# for each case would cost more than a minute.
+# The names of the tests begin with PREFIX, and each test gets the properties. A process for each suite
+# costs seconds in all; a process for each case would cost more than a minute.
 #
 # After each build of the program, this file runs as a script and asks the program for its suites.
 # A new suite therefore needs no line in a CMake file.
 
 set(suites_script ${CMAKE_CURRENT_LIST_FILE})
 
-function(add_suites program)
+function(add_suites program prefix)
   set(list ${CMAKE_CURRENT_BINARY_DIR}/${program}-suites.cmake)
+  string(JOIN " " properties ${ARGN})
   add_custom_command(TARGET ${program} POST_BUILD BYPRODUCTS ${list}
-    COMMAND ${CMAKE_COMMAND} -D PROGRAM=$<TARGET_FILE:${program}> -D PREFIX=${ARGN} -D LIST=${list}
+    COMMAND ${CMAKE_COMMAND} -D PROGRAM=$<TARGET_FILE:${program}> -D PREFIX=${prefix} -D LIST=${list}
+            "-DPROPERTIES=${properties}"
             -P ${suites_script}
     VERBATIM)
   # If the program is not built, CTest has one test for the program, and this test fails.
@@ -41,7 +43,7 @@ foreach(suite IN LISTS suites)
   string(REGEX REPLACE "\\.$" "" name "${PREFIX}${suite}")
   # The main function of the tests returns 77 if a case was skipped and no case failed.
   string(APPEND tests "add_test([[${name}]] [[${PROGRAM}]] [[--gtest_filter=${suite}*]])
-set_tests_properties([[${name}]] PROPERTIES TIMEOUT 600 SKIP_RETURN_CODE 77)
+set_tests_properties([[${name}]] PROPERTIES TIMEOUT 600 SKIP_RETURN_CODE 77 ${PROPERTIES})
 ")
 endforeach()
 file(WRITE ${LIST} "${tests}")
