@@ -108,13 +108,10 @@ Edges EdgesOf(const Stage& stage, int lines) {
     return edges;
 }
 
-class ColumnsScaleTest : public testing::TestWithParam<std::pair<int, int>> {};
+class ColumnsScaleTest : public StageSizeTest {};
 
 TEST_P(ColumnsScaleTest, ShowsNamesOfEveryScriptInOneColumn) {
-    StagePlan plan;
-    plan.width = GetParam().first;
-    plan.height = GetParam().second;
-    Stage stage(plan);
+    Stage stage(m_Plan);
     const std::vector<std::string> lines{
         "4100<tab/>5000<tab/>Ambient light sensor(1)",
         "11<tab/>1<tab/>Speaker L 1 kHz(2)",

@@ -10,6 +10,7 @@
 
 #include "fixtures/Screen.h"
 #include "palette.h"
+#include "platform/fixtures/LoggedLines.h"
 #include "platform/fixtures/Stage.h"
 
 namespace quorvel::desktop {
@@ -53,6 +54,16 @@ TEST(FocusTest, AcceptsDeletionOfLabelBeforeReport) {
     evas_object_del(stage.label);
     Screen::ProcessEvents(stage.window);
     EXPECT_THAT(stage.LabelEvents(), IsEmpty());
+}
+
+TEST(FocusTest, AcceptsDeletionOfPanelBeforeReport) {
+    Stage stage;
+    const LoggedLines lines;
+    elm_object_focus_set(stage.label, EINA_TRUE);
+    evas_object_del(stage.scroller);
+    Screen::ProcessEvents(stage.window);
+    EXPECT_THAT(stage.LabelEvents(), IsEmpty());
+    EXPECT_THAT(lines.Messages(), IsEmpty());
 }
 
 constexpr Colour kFrameColour{COLOR_FOCUS_LINE};
@@ -102,6 +113,15 @@ StagePlan SingleRow() {
     StagePlan plan;
     plan.rows = 1;
     return plan;
+}
+
+TEST(FocusTest, AcceptsDeletionOfListBeforeReport) {
+    Stage stage(SingleRow());
+    stage.Press("Right");
+    elm_object_focus_set(stage.list, EINA_TRUE);
+    evas_object_del(stage.list);
+    Screen::ProcessEvents(stage.window);
+    EXPECT_THAT(stage.FocusedRows(), IsEmpty());
 }
 
 TEST(FocusTest, ShowsFirstRowFocusedAtStart) {

@@ -87,16 +87,13 @@ TEST_P(TextPanelsTest, ShowsAllLinesOfRun) {
 
 INSTANTIATE_TEST_SUITE_P(Lines, TextPanelsTest, testing::Values(2, 9, 10, 11));
 
-class TextPanelsScaleTest : public testing::TestWithParam<std::pair<int, int>> {
+class TextPanelsScaleTest : public StageSizeTest {
 protected:
     TextPanelsScaleTest() {
-        m_Plan.width = GetParam().first;
-        m_Plan.height = GetParam().second;
         // The application sets different font sizes for these numbers of lines.
         m_Plan.infoLines = 9;
         m_Plan.infoLinesRight = 11;
     }
-    StagePlan m_Plan;
 };
 
 TEST_P(TextPanelsScaleTest, ShowsBothPanelsInSameFontSize) {

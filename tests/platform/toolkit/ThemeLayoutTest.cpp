@@ -93,16 +93,10 @@ std::pair<int, int> RangeOf(const Picture& picture, const Area& area) {
     return {first, last};
 }
 
-class ThemePopupTest : public testing::TestWithParam<std::pair<int, int>> {
+class ThemePopupTest : public StageSizeTest {
 protected:
-    ThemePopupTest() {
-        m_Plan.width = GetParam().first;
-        m_Plan.height = GetParam().second;
-    }
     // Returns the tolerance in pixels for the empty space at the sides of a letter.
     int m_Bearing() const { return m_Plan.width / 300; }
-
-    StagePlan m_Plan;
 };
 
 TEST_P(ThemePopupTest, CentresTitleOverButton) {
@@ -144,18 +138,15 @@ INSTANTIATE_TEST_SUITE_P(Screens, ThemePopupTest,
                          testing::Values(std::pair(1024, 600), std::pair(1920, 1080),
                                          std::pair(3840, 2160)));
 
-class ThemeButtonTest : public testing::TestWithParam<std::pair<int, int>> {};
+class ThemeButtonTest : public StageSizeTest {};
 
 TEST_P(ThemeButtonTest, BeginsAtLeftEdgeOfPanel) {
-    StagePlan plan;
-    plan.width = GetParam().first;
-    plan.height = GetParam().second;
-    const Stage stage(plan);
+    const Stage stage(m_Plan);
     const Area body = Stage::PartOf(stage.button, "body");
     const Area frame = Stage::PartOf(stage.scroller, "frame");
     EXPECT_NEAR(body.x, frame.x, 1);
     EXPECT_GT(body.y, frame.Bottom());
-    EXPECT_LE(body.Bottom(), plan.height - 27 * plan.height / Screen::kHeight);
+    EXPECT_LE(body.Bottom(), m_Plan.height - 27 * m_Plan.height / Screen::kHeight);
 }
 
 INSTANTIATE_TEST_SUITE_P(Screens, ThemeButtonTest,

@@ -97,14 +97,7 @@ TEST(ThemeTest, LogsUnknownThemeAndUsesNormalTheme) {
     EXPECT_TRUE(AddTheme());
 }
 
-class ThemeProportionTest : public testing::TestWithParam<std::pair<int, int>> {
-protected:
-    ThemeProportionTest() {
-        m_Plan.width = GetParam().first;
-        m_Plan.height = GetParam().second;
-    }
-    StagePlan m_Plan;
-};
+class ThemeProportionTest : public StageSizeTest {};
 
 TEST_P(ThemeProportionTest, FillsTitleRowWithTitle) {
     const Stage stage(m_Plan);
