@@ -31,8 +31,7 @@ constexpr std::int64_t kEntityParseCost = 100;
 // about 0.1 s.
 constexpr std::int64_t kMaxDefaultComparisons = 100'000'000;
 
-// The file that this thread parses, and what is left of its limits. Each opened file starts a new
-// one.
+// The file that this thread parses, and what is left of its limits. Each parser starts a new one.
 struct ParsedFile {
     std::string path;
     xmlParserCtxt* parser = nullptr;  // null when no parser runs
@@ -142,7 +141,6 @@ std::string Objection(int descriptor) {
 }
 
 void* OnOpen(const char* path) {
-    g_ParsedFile = {};
     g_ParsedFile.path = path;
     // A FIFO would block without O_NONBLOCK; a regular file ignores the flag.
     const int linkFlag = g_Links == ResultFileLinks::kReject ? O_NOFOLLOW : 0;
@@ -299,27 +297,26 @@ struct ParserDeleter {
 };
 using Parser = std::unique_ptr<xmlParserCtxt, ParserDeleter>;
 
-// From now on the parser keeps the limits of the file.
-void Limit(xmlParserCtxt* parser) {
+// Returns a parser with all limits; null without memory. One at a time.
+Parser NewParser() {
+    Parser parser(xmlNewParserCtxt());
+    if (parser == nullptr) {
+        return nullptr;
+    }
     xmlSAXHandler& callbacks = *parser->sax;
     callbacks.startElementNs = OnStartElement;
     callbacks.getParameterEntity = OnParameterEntity;
     callbacks.getEntity = OnEntity;
     callbacks.entityDecl = OnEntityDeclaration;
     callbacks.attributeDecl = OnAttributeDeclaration;
-    g_ParsedFile.parser = parser;
+    g_ParsedFile = {};
+    g_ParsedFile.parser = parser.get();
+    return parser;
 }
 
 // Does what xmlParseFile does, with the limits.
 xmlDocPtr ParseFile(const char* path) {
-    const Parser parser(xmlCreateFileParserCtxt(path));
-    if (parser == nullptr) {
-        return nullptr;
-    }
-    Limit(parser.get());
-    xmlParseDocument(parser.get());
-    XmlDocument document(std::exchange(parser->myDoc, nullptr));
-    return parser->wellFormed != 0 ? document.release() : nullptr;
+    return xmlCtxtReadFile(NewParser().get(), path, nullptr, 0);
 }
 
 int OnReadContent(void* read, char* buffer, int size) {
@@ -331,14 +328,9 @@ int OnReadContent(void* read, char* buffer, int size) {
 }  // namespace
 
 XmlDocument ParseXml(const XmlRead& read) {
-    g_ParsedFile = {};
-    const Parser parser(xmlNewParserCtxt());
-    if (parser == nullptr) {
-        return nullptr;
-    }
-    Limit(parser.get());
     XmlRead copy = read;
-    return XmlDocument(xmlCtxtReadIO(parser.get(), OnReadContent, nullptr, &copy, nullptr, nullptr,
+    return XmlDocument(xmlCtxtReadIO(NewParser().get(), OnReadContent, nullptr, &copy, nullptr,
+                                     nullptr,
                                      XML_PARSE_NOERROR | XML_PARSE_NOWARNING | XML_PARSE_NONET));
 }
 
@@ -346,6 +338,7 @@ void LimitXmlInput(XmlInputReport report, ResultFileLinks links, XmlInputStop mu
     g_Report = std::move(report);
     g_Links = links;
     g_MustStop = std::move(mustStop);
+    g_ParsedFile = {};
     xmlSetGenericErrorFunc(nullptr, OnError);
     // A catalog could lead to files other than the result files.
     xmlCatalogSetDefaults(XML_CATA_ALLOW_NONE);
