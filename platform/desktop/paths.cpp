@@ -39,9 +39,9 @@ std::string Home() {
 
 }  // namespace
 
-std::string EnvironmentValue(const char* variable) {
+std::string EnvironmentValue(const char* variable, const std::string& other) {
     const char* value = std::getenv(variable);
-    return value == nullptr ? "" : value;
+    return value == nullptr || value[0] == '\0' ? other : value;
 }
 
 std::string EnvironmentPath(const char* variable) {

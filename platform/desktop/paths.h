@@ -7,8 +7,9 @@
 // Any thread, as long as no other thread changes the environment.
 namespace quorvel::desktop {
 
-// Returns the value of the environment variable; empty if the variable is not set.
-std::string EnvironmentValue(const char* variable);
+// Returns the value of the environment variable, or the other value if the variable is not set or
+// empty.
+std::string EnvironmentValue(const char* variable, const std::string& other = {});
 
 // Returns the absolute path in the environment variable, with its slashes; empty for any other
 // value.

@@ -203,16 +203,14 @@ int Application::Run(int argc, char** argv, KeyValues first) {
 // As on the set, terminate is called only after create has succeeded.
 int Application::m_RunUi(KeyValues first) {
     elm_policy_set(ELM_POLICY_QUIT, ELM_POLICY_QUIT_LAST_WINDOW_CLOSED);
-    if (m_Callbacks.create != nullptr && !m_Callbacks.create(m_UserData)) {
+    if (!m_Callbacks.create(m_UserData)) {
         LogError("the create callback of the application failed; see the log");
         return APP_ERROR_INVALID_CONTEXT;
     }
     const int result = m_RunLoop(std::move(first));
     // A sender without an answer starts the application again in its own process.
     m_Server.Close();
-    if (m_Callbacks.terminate != nullptr) {
-        m_Callbacks.terminate(m_UserData);
-    }
+    m_Callbacks.terminate(m_UserData);
     return result;
 }
 
@@ -261,9 +259,7 @@ void Application::m_Deliver() {
             ecore_evas_activate(window);
         }
     }
-    if (m_Callbacks.app_control != nullptr) {
-        m_Callbacks.app_control(&request.control, m_UserData);
-    }
+    m_Callbacks.app_control(&request.control, m_UserData);
     m_Server.Accept(request.sender);
     m_Requests.pop_front();
     if (!m_Requests.empty()) {
@@ -280,9 +276,7 @@ void Application::OnPause(void* data, const Efl_Event*) {
     self->m_IsPaused = true;
     self->m_FrameTime = ecore_animator_frametime_get();
     ecore_animator_frametime_set(kPausedFrameTime);
-    if (self->m_Callbacks.pause != nullptr) {
-        self->m_Callbacks.pause(self->m_UserData);
-    }
+    self->m_Callbacks.pause(self->m_UserData);
 }
 
 void Application::OnResume(void* data, const Efl_Event*) {
@@ -292,16 +286,7 @@ void Application::OnResume(void* data, const Efl_Event*) {
     }
     self->m_IsPaused = false;
     ecore_animator_frametime_set(self->m_FrameTime);
-    if (self->m_Callbacks.resume != nullptr) {
-        self->m_Callbacks.resume(self->m_UserData);
-    }
-}
-
-// Returns the variable's value, or the other value when the variable is unset or empty.
-// quorvel-view sets the variables, since the data folder is then a private copy.
-std::string ValueOr(const char* variable, const std::string& other) {
-    const std::string value = EnvironmentValue(variable);
-    return value.empty() ? other : value;
+    self->m_Callbacks.resume(self->m_UserData);
 }
 
 int RunAsOwner(int argc, char** argv, const ui_app_lifecycle_callback_s& callbacks, void* userData,
@@ -347,8 +332,10 @@ int ui_app_main(int argc, char** argv, ui_app_lifecycle_callback_s* callback, vo
         LogError(why);
         return APP_ERROR_INVALID_CONTEXT;
     }
-    Instance instance(folder, ValueOr("QUORVEL_RUN_IDENTITY", FolderIdentity(DataFolder())),
-                      ValueOr("QUORVEL_RUN_PATH", DataFolder()));
+    // quorvel-view sets the variables, since the data folder is then a private copy.
+    Instance instance(folder,
+                      EnvironmentValue("QUORVEL_RUN_IDENTITY", FolderIdentity(DataFolder())),
+                      EnvironmentValue("QUORVEL_RUN_PATH", DataFolder()));
     switch (instance.ClaimOrHandOver(request, kOwnerTimeout)) {
         case Instance::Claim::kOwner:
             return RunAsOwner(argc, argv, *callback, user_data, SocketPath(folder),
