@@ -8,13 +8,13 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <cstdlib>
 #include <memory>
 #include <set>
 #include <string_view>
 #include <system_error>
 
 #include "log_copy/file_io.h"
-#include "paths.h"
 
 namespace quorvel::desktop {
 
@@ -142,8 +142,9 @@ std::vector<Mount> ReadMounts() {
 }
 
 UsbStorage FindUsbStorage() {
-    const std::string folder = EnvironmentValue("QUORVEL_USB_DIR");
-    if (!folder.empty()) {
+    // Not EnvironmentValue of paths.h: libmount.h includes that header inside extern "C".
+    const char* folder = std::getenv("QUORVEL_USB_DIR");
+    if (folder != nullptr && folder[0] != '\0') {
         return {folder, std::nullopt};
     }
     return ChooseUsbStorage(ReadMounts(), ProbeFolder);
