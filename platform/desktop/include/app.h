@@ -40,8 +40,8 @@ typedef struct {
     app_control_cb app_control;
 } ui_app_lifecycle_callback_s;
 
-/* Runs the main loop and the callbacks in it until the application ends. The application sets all
- * callbacks. Returns APP_ERROR_NONE or an error. */
+/* Runs the main loop and the callbacks in it until the application ends. Does not
+ * call a null callback. Returns APP_ERROR_NONE or an error. */
 int ui_app_main(int argc, char** argv, ui_app_lifecycle_callback_s* callback, void* user_data);
 
 #ifdef __cplusplus

@@ -203,14 +203,16 @@ int Application::Run(int argc, char** argv, KeyValues first) {
 // As on the set, terminate is called only after create has succeeded.
 int Application::m_RunUi(KeyValues first) {
     elm_policy_set(ELM_POLICY_QUIT, ELM_POLICY_QUIT_LAST_WINDOW_CLOSED);
-    if (!m_Callbacks.create(m_UserData)) {
+    if (m_Callbacks.create != nullptr && !m_Callbacks.create(m_UserData)) {
         LogError("the create callback of the application failed; see the log");
         return APP_ERROR_INVALID_CONTEXT;
     }
     const int result = m_RunLoop(std::move(first));
     // A sender without an answer starts the application again in its own process.
     m_Server.Close();
-    m_Callbacks.terminate(m_UserData);
+    if (m_Callbacks.terminate != nullptr) {
+        m_Callbacks.terminate(m_UserData);
+    }
     return result;
 }
 
@@ -259,7 +261,9 @@ void Application::m_Deliver() {
             ecore_evas_activate(window);
         }
     }
-    m_Callbacks.app_control(&request.control, m_UserData);
+    if (m_Callbacks.app_control != nullptr) {
+        m_Callbacks.app_control(&request.control, m_UserData);
+    }
     m_Server.Accept(request.sender);
     m_Requests.pop_front();
     if (!m_Requests.empty()) {
@@ -276,7 +280,9 @@ void Application::OnPause(void* data, const Efl_Event*) {
     self->m_IsPaused = true;
     self->m_FrameTime = ecore_animator_frametime_get();
     ecore_animator_frametime_set(kPausedFrameTime);
-    self->m_Callbacks.pause(self->m_UserData);
+    if (self->m_Callbacks.pause != nullptr) {
+        self->m_Callbacks.pause(self->m_UserData);
+    }
 }
 
 void Application::OnResume(void* data, const Efl_Event*) {
@@ -286,7 +292,9 @@ void Application::OnResume(void* data, const Efl_Event*) {
     }
     self->m_IsPaused = false;
     ecore_animator_frametime_set(self->m_FrameTime);
-    self->m_Callbacks.resume(self->m_UserData);
+    if (self->m_Callbacks.resume != nullptr) {
+        self->m_Callbacks.resume(self->m_UserData);
+    }
 }
 
 int RunAsOwner(int argc, char** argv, const ui_app_lifecycle_callback_s& callbacks, void* userData,

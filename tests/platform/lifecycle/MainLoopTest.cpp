@@ -164,6 +164,15 @@ TEST_F(MainLoopTest, ReportsToolkitThatCannotStart) {
     EXPECT_FALSE(std::filesystem::exists(m_Folders.Socket()));
 }
 
+TEST_F(MainLoopTest, AcceptsRequestWithoutControlCallback) {
+    const auto app = Start({}, {{"ONLY_CREATE", "1"}});
+    ASSERT_TRUE(AwaitEvent("create"));
+    EXPECT_EQ(Run({"NAME=second"}), 0);
+    app->Signal(SIGTERM);
+    EXPECT_EQ(app->Exit(), 0);
+    EXPECT_THAT(Events(*app), ElementsAre("create", "exit"));
+}
+
 TEST_F(MainLoopTest, ReportsMissingWindow) {
     const auto app = Start({}, {{"NO_WINDOW", "1"}});
     EXPECT_EQ(app->Exit(), 1);

@@ -3,8 +3,8 @@
 // the program as the application does. MINIMISE, RESTORE and QUIT act on the window as a user does.
 // THROW throws an exception. WAIT waits for a line of input. COPY_AND_CLOSE ends the program while
 // a log copy waits for a line of input. After COPY_COUNT_AND_CLOSE, the thread of the copy waits
-// for another line and counts the copy. If $PARSE is set, create waits for a line of input and
-// parses the file $PARSE.
+// for another line and counts the copy. If $ONLY_CREATE is set, the program has no other callback.
+// If $PARSE is set, create waits for a line of input and parses the file $PARSE.
 
 #include <Ecore_X.h>
 #include <Elementary.h>
@@ -179,6 +179,9 @@ extern "C" int __wrap_elm_init(int argc, char** argv) {
 
 int main(int argc, char** argv) {
     ui_app_lifecycle_callback_s callbacks{Create, Terminate, Pause, Resume, Control};
+    if (IsSet("ONLY_CREATE")) {
+        callbacks = {Create, nullptr, nullptr, nullptr, nullptr};
+    }
     const int result = ui_app_main(argc, argv, &callbacks, &g_Window);
     Record(result == APP_ERROR_NONE ? "exit" : "exit with an error");
     return result == APP_ERROR_NONE ? 0 : 1;
