@@ -8,13 +8,13 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
-#include <cstdlib>
 #include <memory>
 #include <set>
 #include <string_view>
 #include <system_error>
 
 #include "log_copy/file_io.h"
+#include "paths.h"
 
 namespace quorvel::desktop {
 
@@ -142,9 +142,8 @@ std::vector<Mount> ReadMounts() {
 }
 
 UsbStorage FindUsbStorage() {
-    // Not EnvironmentValue of paths.h: libmount.h includes that header inside extern "C".
-    const char* folder = std::getenv("QUORVEL_USB_DIR");
-    if (folder != nullptr && folder[0] != '\0') {
+    const std::string folder = EnvironmentValue("QUORVEL_USB_DIR");
+    if (!folder.empty()) {
         return {folder, std::nullopt};
     }
     return ChooseUsbStorage(ReadMounts(), ProbeFolder);
