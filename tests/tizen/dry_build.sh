@@ -35,7 +35,7 @@ configure() {
     folder=$work/$2
     shift 2
     PKG_CONFIG_PATH=$set_folder/lib/pkgconfig cmake -S "${source:-$root}" -B "$folder" -G Ninja \
-        -DQUORVEL_PLATFORM=tizen -DCMAKE_PREFIX_PATH="$set_folder" \
+        -DQUORVEL_PLATFORM=tizen -DCMAKE_PREFIX_PATH="$set_folder" -DCMAKE_UNITY_BUILD=ON \
         -DQUORVEL_WARNINGS_AS_ERRORS=ON "$@" >"$work/log" 2>&1
 }
 
