@@ -25,7 +25,7 @@ constexpr const char* kRnscResultFile = "qelRnscXml.xml";
 // Returns whether a file of this name is one of the two result files.
 bool IsResultFile(const std::string& name);
 
-// The name of the folder of a log copy begins so until the log copy is complete.
+// The first characters in the name of a log copy's folder while the log copy is unfinished.
 constexpr const char* kUnfinishedPrefix = ".quorvel-unfinished-";
 
 // Returns the identity of the folder at path: its device and inode number. Folders at the same path

@@ -13,7 +13,7 @@ namespace quorvel::desktop {
 // The largest photo that is copied, in bytes.
 constexpr std::int64_t kMaxPhotoBytes = std::int64_t{64} << 20;
 
-// How many photos of a run are found or copied, more than a run has.
+// The largest number of photos of a run that are found or copied. A run has fewer photos.
 constexpr std::size_t kMaxPhotos = 10'000;
 
 // Returns the places of a photo below the folder of its result files, as relative paths in the
