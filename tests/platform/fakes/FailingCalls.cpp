@@ -57,10 +57,10 @@ int __wrap_renameat2(int oldFolder, const char* from, int newFolder, const char*
 }
 
 // The C++ library reads folders for the port. It calls this function instead of the function of the
-// C library.
-dirent* readdir(DIR* stream) {
+// C library. clang-tidy expects the parameter's name in the declaration.
+dirent* readdir(DIR* __dirp) {
     static const auto real = reinterpret_cast<dirent* (*)(DIR*)>(dlsym(RTLD_NEXT, "readdir"));
-    return Fails(FailingCall::kFolderRead, EIO) ? nullptr : real(stream);
+    return Fails(FailingCall::kFolderRead, EIO) ? nullptr : real(__dirp);
 }
 
 int __real_listen(int socket, int backlog);
