@@ -58,16 +58,17 @@ int OpenPrivate(const std::string& file, struct stat& status) {
     return opened;
 }
 
-// Returns false and sets errno when not all of the text could be written.
-bool WriteAll(int file, std::string_view text) {
-    while (!text.empty()) {
-        const ssize_t written = write(file, text.data(), text.size());
+// Returns the number of bytes that could be written. Sets errno when the text has more.
+std::size_t WriteAll(int file, std::string_view text) {
+    std::size_t size = 0;
+    while (size < text.size()) {
+        const ssize_t written = write(file, text.data() + size, text.size() - size);
         if (written < 0 && errno != EINTR) {
-            return false;
+            break;
         }
-        text.remove_prefix(static_cast<std::size_t>(std::max<ssize_t>(written, 0)));
+        size += static_cast<std::size_t>(std::max<ssize_t>(written, 0));
     }
-    return true;
+    return size;
 }
 
 bool WriteNewFile(const std::string& path, std::string_view text) {
@@ -76,7 +77,7 @@ bool WriteNewFile(const std::string& path, std::string_view text) {
     if (file < 0) {
         return false;
     }
-    const bool isWritten = WriteAll(file, text);
+    const bool isWritten = WriteAll(file, text) == text.size();
     return close(file) == 0 && isWritten;
 }
 
@@ -129,10 +130,19 @@ void LogFile::Write(std::string_view line) {
     if (m_Size > 0 && m_Size + line.size() > m_Limits.maxBytes) {
         m_Rotate();
     }
-    if (!WriteAll(m_File, line)) {
-        throw std::system_error(errno, std::generic_category(), "failed to write " + m_Path);
+    if (m_PartEnd > 0) {
+        m_EndPart();
     }
-    m_Size += line.size();
+    const std::size_t written = WriteAll(m_File, line);
+    m_Size += written;
+    if (written < line.size()) {
+        const int error = errno;
+        if (written > 0) {
+            m_PartEnd = lseek(m_File, 0, SEEK_CUR);
+            m_EndPart();
+        }
+        throw std::system_error(error, std::generic_category(), "failed to write " + m_Path);
+    }
     if (!m_IsStartComplete) {
         m_KeepStart(line);
     }
@@ -165,6 +175,7 @@ void LogFile::m_Open() {
     m_File = file;
     m_Size = static_cast<std::size_t>(status.st_size);
     m_Status = status;
+    m_PartEnd = 0;
 }
 
 bool LogFile::m_IsReplaced() const {
@@ -183,6 +194,18 @@ void LogFile::m_Rotate() {
         (void)ftruncate(m_File, 0);
     }
     m_Open();
+}
+
+// Overwrites a byte, because a full disk accepts no additional byte, and another process may
+// already have written its next line. btrfs needs space to overwrite a byte, so the next line tries
+// again.
+void LogFile::m_EndPart() {
+    // With O_APPEND, pwrite(2) would append.
+    fcntl(m_File, F_SETFL, O_NONBLOCK);
+    if (pwrite(m_File, "\n", 1, m_PartEnd - 1) == 1) {
+        m_PartEnd = 0;
+    }
+    fcntl(m_File, F_SETFL, O_NONBLOCK | O_APPEND);
 }
 
 void LogFile::m_KeepStart(std::string_view line) {

@@ -50,7 +50,8 @@ public:
 
     // Appends one line, which ends with a line feed. The file has it when the call returns. The
     // second file is replaced as soon as this process has written limits.startBytes; a process that
-    // writes less leaves it unchanged. Throws std::runtime_error.
+    // writes less leaves it unchanged. Throws std::runtime_error. On a full disk the file may get a
+    // part of the line; a line feed then replaces the last byte of the part.
     void Write(std::string_view line);
 
 private:
@@ -58,6 +59,8 @@ private:
     void m_OpenIfReplaced();
     bool m_IsReplaced() const;
     void m_Rotate();
+    // Replaces the last byte of the part by a line feed.
+    void m_EndPart();
     void m_KeepStart(std::string_view line);
     // Returns the path with the word before its extension: a.1.log for a.log.
     std::string m_PathWith(const std::string& word) const;
@@ -66,6 +69,7 @@ private:
     LogFileLimits m_Limits;
     int m_File = -1;
     std::size_t m_Size = 0;   // without lines that other processes have written since m_Open
+    off_t m_PartEnd = 0;      // end of a part of a line without a line feed; 0 for no such part
     struct stat m_Status {};  // of the open file
     FolderWatch m_Folder;
     // When m_IsReplaced is called again although the watch reports no change.

@@ -10,6 +10,7 @@
 #include <libudev.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
+#include <sys/types.h>
 
 #include <cerrno>
 
@@ -103,6 +104,11 @@ int __wrap_mnt_table_parse_mtab(libmnt_table* table, const char* file) {
 int __real_inotify_init1(int flags);
 int __wrap_inotify_init1(int flags) {
     return Fails(FailingCall::kWatch, EMFILE) ? -1 : __real_inotify_init1(flags);
+}
+
+ssize_t __real_pwrite(int file, const void* bytes, size_t size, off_t offset);
+ssize_t __wrap_pwrite(int file, const void* bytes, size_t size, off_t offset) {
+    return Fails(FailingCall::kOverwrite, ENOSPC) ? -1 : __real_pwrite(file, bytes, size, offset);
 }
 
 }  // extern "C"

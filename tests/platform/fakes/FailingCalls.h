@@ -15,6 +15,7 @@ enum class FailingCall {
     kMountIterate,  // mnt_new_iter returns null
     kMountRead,     // mnt_table_parse_mtab fails with EIO
     kWatch,         // inotify_init1 fails with EMFILE
+    kOverwrite,     // pwrite fails with ENOSPC
 };
 
 // Makes one call fail until the object is destroyed. Only one object may exist. Main thread only.

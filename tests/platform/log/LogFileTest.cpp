@@ -1,8 +1,10 @@
 #include "log/log_file.h"
 
 #include <gmock/gmock.h>
+#include <sys/resource.h>
 
 #include <chrono>
+#include <csignal>
 #include <filesystem>
 #include <fstream>
 #include <stdexcept>
@@ -21,6 +23,27 @@ namespace fs = std::filesystem;
 
 namespace {
 
+// Limits the size of each file that this process writes to, as a full disk does. The destructor
+// removes the limit.
+class FileSizeLimit {
+public:
+    explicit FileSizeLimit(std::size_t bytes) : m_Handler(std::signal(SIGXFSZ, SIG_IGN)) {
+        getrlimit(RLIMIT_FSIZE, &m_Before);
+        const rlimit limit{bytes, m_Before.rlim_max};
+        EXPECT_EQ(setrlimit(RLIMIT_FSIZE, &limit), 0);
+    }
+    ~FileSizeLimit() {
+        setrlimit(RLIMIT_FSIZE, &m_Before);
+        (void)std::signal(SIGXFSZ, m_Handler);
+    }
+    FileSizeLimit(const FileSizeLimit&) = delete;
+    FileSizeLimit& operator=(const FileSizeLimit&) = delete;
+
+private:
+    void (*m_Handler)(int);
+    rlimit m_Before{};
+};
+
 class LogFileTest : public testing::Test {
 protected:
     LogFile Open(std::size_t maxBytes, std::size_t oldFiles, std::size_t startBytes = 10000) const {
@@ -29,6 +52,13 @@ protected:
 
     static void Write(LogFile& file, const std::string& text) {
         file.Write("I/QEL     (12345): " + text + "\n");
+    }
+
+    // Writes a line on a full disk, which accepts only "I/QEL     (". The next line fails too.
+    void WritePart(LogFile& file) const {
+        const FileSizeLimit limit(fs::file_size(m_Path) + std::string("I/QEL     (").size());
+        EXPECT_THROW(Write(file, "two"), std::runtime_error);
+        EXPECT_THROW(Write(file, "two"), std::runtime_error);
     }
 
     std::vector<std::string> Messages(const std::string& name) const {
@@ -189,6 +219,28 @@ TEST_F(LogFileTest, FailsFastWhileFileCannotBeOpened) {
     fs::remove(m_Path);
     Write(file, "two");
     EXPECT_THAT(Messages("a.log"), ElementsAre("two"));
+}
+
+TEST_F(LogFileTest, EndsPartOfLineOnFullDisk) {
+    LogFile file = Open(10000, 2);
+    LogFile other = Open(10000, 2);
+    Write(file, "one");
+    WritePart(file);
+    Write(other, "ten");
+    Write(file, "six");
+    EXPECT_EQ(
+        ReadFile(m_Path),
+        "I/QEL     (12345): one\nI/QEL     \nI/QEL     (12345): ten\nI/QEL     (12345): six\n");
+}
+
+TEST_F(LogFileTest, EndsPartOfLineOnFullFileSystemThatCopiesOnWrite) {
+    LogFile file = Open(10000, 2);
+    {
+        const FailingCallScope failing(FailingCall::kOverwrite);
+        WritePart(file);
+    }
+    Write(file, "one");
+    EXPECT_EQ(ReadFile(m_Path), "I/QEL     \nI/QEL     (12345): one\n");
 }
 
 TEST_F(LogFileTest, CreatesPrivateFilesInSharedFolder) {
