@@ -171,7 +171,7 @@ qelXml.xml'
     expect_error 'no item can be read'
 }
 
-# The lock has no entry when the disk was full. The run that Quorvel shows is unknown.
+# The lock file is empty when the disk was full. The run can be the same run.
 reports_owner_without_entry() {
     make_stand_in 'echo opened'
     mkdir -p "$work/session/quorvel"
@@ -180,7 +180,7 @@ reports_owner_without_entry() {
     XDG_RUNTIME_DIR="$work/session" flock "$work/session/quorvel/lock" \
         "$work/bin/quorvel-view" "$folder" >"$work/out" 2>"$work/err" || status=$?
     [ "$status" -eq 3 ] || fail "owner without entry: status $status: $(cat "$work/err")"
-    expect_only_error 'quorvel-view: the running quorvel shows other result files; close it or add --replace'
+    expect_only_error 'quorvel-view: the running quorvel shows unknown result files; close it or add --replace'
     expect_output ''
 }
 

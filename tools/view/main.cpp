@@ -118,7 +118,7 @@ std::optional<int> AskOwner(const runs::Run& run, const Options& options) {
         }
         Report(name + " does not close; end that process and try again");
     } else if (owner->files != run.identity) {
-        Report(name + " shows " + (owner->path.empty() ? "other result files" : owner->path) +
+        Report(name + " shows " + (owner->path.empty() ? "unknown result files" : owner->path) +
                "; close it or add --replace");
     } else if (HandOver(folder, options.request)) {
         return kSuccess;
