@@ -79,24 +79,24 @@ public:
         : m_Canvas(evas_object_evas_get(window)),
           m_Measure(Measure()),
           m_Steps(StepsOf(m_Measure)) {
-        evas_event_callback_add(m_Canvas, EVAS_CALLBACK_RENDER_POST, OnFrame, this);
+        evas_event_callback_add(m_Canvas, EVAS_CALLBACK_RENDER_POST, m_OnFrame, this);
     }
 
 private:
-    static void OnFrame(void* data, Evas*, void*) { static_cast<Probe*>(data)->m_OnFrame(); }
-    static Eina_Bool OnTick(void* data) {
-        static_cast<Probe*>(data)->m_OnTick();
+    static void m_OnFrame(void* data, Evas*, void*) { static_cast<Probe*>(data)->m_HandleFrame(); }
+    static Eina_Bool m_OnTick(void* data) {
+        static_cast<Probe*>(data)->m_HandleTick();
         return ECORE_CALLBACK_RENEW;
     }
-    static Eina_Bool OnMemory(void*) { Finish(PeakMebibytes()); }
+    static Eina_Bool m_OnMemory(void*) { Finish(PeakMebibytes()); }
 
-    void m_OnFrame() {
+    void m_HandleFrame() {
         if (!m_HasFrame && m_Measure == "frame") {
             Finish(CpuSeconds());
         }
         if (!m_HasFrame) {
             ecore_timer_add(m_Measure == "memory" ? 1 : kTick,
-                            m_Measure == "memory" ? OnMemory : OnTick, this);
+                            m_Measure == "memory" ? m_OnMemory : m_OnTick, this);
         }
         m_HasFrame = true;
         if (m_IsPressed) {
@@ -105,7 +105,7 @@ private:
         }
     }
 
-    void m_OnTick() {
+    void m_HandleTick() {
         if (m_Wait-- > 0) {
             return;
         }
@@ -113,7 +113,7 @@ private:
             return;
         }
         if (m_IsPressed) {
-            std::fputs("no frame after a key\n", stderr);
+            std::fputs("FrameProbe: no frame after a key\n", stderr);
             _exit(EXIT_FAILURE);
         }
         if (m_Next == m_Steps.size()) {

@@ -37,7 +37,7 @@ public:
         m_Failed.clear();
         m_All.clear();
         m_Document.reset(xmlParseFile(path));
-        const xmlNode* list = Child(xmlDocGetRootElement(m_Document.get()), "FAnetTest");
+        const xmlNode* list = m_FindChild(xmlDocGetRootElement(m_Document.get()), "FAnetTest");
         for (const xmlNode* node = list->children; node != nullptr; node = node->next) {
             if (xmlStrEqual(node->name, BAD_CAST "test") != 0) {
                 m_Add(node);
@@ -51,7 +51,7 @@ private:
         void operator()(xmlDoc* document) const { xmlFreeDoc(document); }
     };
 
-    static const xmlNode* Child(const xmlNode* parent, const char* tag) {
+    static const xmlNode* m_FindChild(const xmlNode* parent, const char* tag) {
         const xmlNode* node = parent->children;
         while (node != nullptr && xmlStrEqual(node->name, BAD_CAST tag) == 0) {
             node = node->next;
@@ -62,7 +62,7 @@ private:
     void m_Add(const xmlNode* test) {
         ResultItem item;
         for (const char* key : kKeys) {
-            const xmlNode* node = Child(test, key);
+            const xmlNode* node = m_FindChild(test, key);
             if (node == nullptr) {
                 continue;
             }

@@ -36,11 +36,11 @@ public:
         if (choice < 2 * count) {
             return kCommon[choice % count];
         }
-        return Raw(choice % 16U);
+        return m_ReadRaw(choice % 16U);
     }
 
 private:
-    std::string Raw(std::size_t size) {
+    std::string m_ReadRaw(std::size_t size) {
         const std::size_t taken = std::min(size, static_cast<std::size_t>(m_End - m_Next));
         std::string text(reinterpret_cast<const char*>(m_Next), taken);
         m_Next += taken;

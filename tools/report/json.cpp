@@ -78,14 +78,14 @@ private:
         if (!analysis.lines.empty()) {
             const QELConflictLine_s& own = analysis.lines.front();
             m_Out << ",\"own\":";
-            m_WriteLine(own, ComposeEnd(own));
+            m_WriteLine(own, m_ComposeEnd(own));
         }
         m_Out << ",\"conflicts\":[";
         for (std::size_t i = 1; i < analysis.lines.size(); ++i) {
             const QELConflictLine_s& line = analysis.lines[i];
             std::string& end = m_Ends[line.item];
             if (end.empty()) {
-                end = ComposeEnd(line);
+                end = m_ComposeEnd(line);
             }
             m_Out << (i == 1 ? "" : ",");
             m_WriteLine(line, end);
@@ -97,7 +97,7 @@ private:
         m_Out << "{\"start\":" << line.window.start << ",\"end\":" << line.window.end << end;
     }
 
-    static std::string ComposeEnd(const QELConflictLine_s& line) {
+    static std::string m_ComposeEnd(const QELConflictLine_s& line) {
         return Dump({{"name", line.name}, {"thread", line.thread}}).replace(0, 1, ",");
     }
 
