@@ -11,7 +11,7 @@
 
 namespace {
 
-// Fills the result store with a run and creates the analysis store.
+// Fills the result store with a run and creates the analysis data.
 QELAnalysisData& LoadStores(int items) {
     BenchData(items).Load(*QELXmlParser::GetInstance());
     delete QELAnalysisData::m_QELAnalysisData;

@@ -1,6 +1,6 @@
-// Tests of the stores and the analysis with whole result files. Each folder of tests/golden
-// contains the result files of one run. The file expected.txt contains the results of all queries
-// and of the analysis. With QUORVEL_UPDATE_GOLDEN=1 in the environment, the test writes
+// Tests of the result store and the analysis with complete result files. Each folder of
+// tests/golden contains the result files of one run. The file expected.txt contains the results of
+// all queries and of the analysis. With QUORVEL_UPDATE_GOLDEN=1 in the environment, the test writes
 // expected.txt instead of comparing it. Review the difference before the commit.
 
 #include <cstdlib>

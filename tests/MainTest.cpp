@@ -28,7 +28,7 @@ using testing::ElementsAre;
 struct StartValues {
     bool hasWindow = QELApp::m_QelWindow != nullptr;
     bool hasStore = QELXmlParser::m_qelXmlParser != nullptr;
-    bool hasAnalysisStore = QELAnalysisData::m_QELAnalysisData != nullptr;
+    bool hasAnalysisData = QELAnalysisData::m_QELAnalysisData != nullptr;
     bool hasPopup = QELPopupLoading::m_QELPopupLoading != nullptr;
     bool hasTimer = QELPopupLoading::m_Timer != nullptr;
     bool runs = QELPopupLoading::m_IsRunning;
@@ -46,10 +46,10 @@ const StartValues kStartValues;
     }
 }
 
-TEST(MainStartTest, BeginsWithoutWindowStoresAndPopup) {
+TEST(MainStartTest, BeginsWithoutWindowAndSingletons) {
     EXPECT_FALSE(kStartValues.hasWindow);
     EXPECT_FALSE(kStartValues.hasStore);
-    EXPECT_FALSE(kStartValues.hasAnalysisStore);
+    EXPECT_FALSE(kStartValues.hasAnalysisData);
     EXPECT_FALSE(kStartValues.hasPopup);
     EXPECT_FALSE(kStartValues.hasTimer);
     EXPECT_FALSE(kStartValues.runs);

@@ -408,7 +408,7 @@ TEST_F(QELAnalysisConflictTest, AcceptsLimitsOfIntRange) {
               "2147483648\t2147483649\tC(1)\n");
 }
 
-// --- Tests of missing stores
+// --- Tests without result store or analysis data
 
 TEST_F(QELAnalysisConflictTest, LogsMissingResultStore) {
     const FailingNew failing;
@@ -420,7 +420,7 @@ TEST_F(QELAnalysisConflictTest, LogsMissingResultStore) {
                                       kFunction)));
 }
 
-TEST_F(QELAnalysisConflictTest, LogsMissingAnalysisStore) {
+TEST_F(QELAnalysisConflictTest, LogsMissingAnalysisData) {
     LoadItems({kOwnItem});
     const FailingNew failing;
     EXPECT_EQ(QELAnalysis::m_AnalyzeResourceConflictList(0), "");
@@ -429,7 +429,7 @@ TEST_F(QELAnalysisConflictTest, LogsMissingAnalysisStore) {
                                                         kAnalysisSource, kFunction)));
 }
 
-TEST_F(QELAnalysisConflictTest, LeavesAnalysisStoreUnchanged) {
+TEST_F(QELAnalysisConflictTest, LeavesAnalysisDataUnchanged) {
     LoadItems({kOwnItem, MakeItem("B", "2", "1000", "1")});
     QELAnalysis::m_AnalyzeResourceConflictList(0);
     EXPECT_THAT(QELAnalysisData::GetInstance()->m_IsExecutedByUser, ElementsAre(false, false));

@@ -49,7 +49,7 @@ std::set<std::pair<int, int>> GetExpectedPairs() {
     return pairs;
 }
 
-// Returns every code pair that the store reports as block-listed.
+// Returns every code pair that is block-listed.
 std::set<std::pair<int, int>> FindBlockedPairs(QELAnalysisData& data) {
     std::set<std::pair<int, int>> pairs;
     for (int opcode = 0; opcode < 256; ++opcode) {

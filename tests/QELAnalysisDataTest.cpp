@@ -193,7 +193,7 @@ const unsigned char kUntouchedByte = 0xEE;
 class QELAnalysisDataCodeTest : public QELAnalysisDataTest,
                                 public testing::WithParamInterface<CodeReader> {
 protected:
-    // Loads a passed item and the tested item, and creates the analysis store.
+    // Loads a passed item and the tested item, and creates the analysis data.
     static void LoadSecondItem(const xml::Fields& fields) {
         LoadItems({{{"result", "pass"}}, fields});
         Data();

@@ -205,7 +205,7 @@ TEST_F(QELAnalysisTest, StoresEmptyTextForNetworkFailure) {
 
 // --- Tests of missing stores and a missing popup
 
-TEST_F(QELAnalysisTest, KeepsRunningFlagWithoutAnalysisStore) {
+TEST_F(QELAnalysisTest, KeepsRunningFlagWithoutAnalysisData) {
     LoadItems({MakeItemA()});
     CreateRunningPopup();
     {
@@ -218,7 +218,7 @@ TEST_F(QELAnalysisTest, KeepsRunningFlagWithoutAnalysisStore) {
     EXPECT_EQ(QELPopupLoading::m_ResultText, "");
 }
 
-TEST_F(QELAnalysisTest, ChecksAnalysisStoreBeforePopup) {
+TEST_F(QELAnalysisTest, ChecksAnalysisDataBeforePopup) {
     const FailingNew failing;
     QELAnalysis::StartAnalyze(0);
     EXPECT_TRUE(failing.HasFailed());
@@ -239,7 +239,7 @@ TEST_F(QELAnalysisTest, LeavesItemUnanalysedWithoutPopup) {
     EXPECT_FALSE(Data().GetExcutedByUser(0));
 }
 
-TEST_F(QELAnalysisTest, ReturnsEmptyTextSilentlyWithoutAnalysisStore) {
+TEST_F(QELAnalysisTest, ReturnsEmptyTextSilentlyWithoutAnalysisData) {
     LoadItems({MakeItemA()});
     const FailingNew failing;
     EXPECT_EQ(QELAnalysis::m_Analyze(0), "");

@@ -329,7 +329,7 @@ TEST_F(QELAppTest, KeepsWindowOnTerminateWithoutAppData) {
                             ErrorLine("void* parameter is not valid", kAppSource, "s_Terminate")));
 }
 
-TEST_F(QELAppTest, KeepsStoresAndPopupAfterTerminate) {
+TEST_F(QELAppTest, KeepsSingletonsAfterTerminate) {
     QELApp::s_Create(&ad);
     const auto* parser = QELXmlParser::m_qelXmlParser;
     const auto* popup = QELPopupLoading::m_QELPopupLoading;

@@ -48,7 +48,7 @@ protected:
         Screen::ProcessEvents(ad.win);
     }
 
-    // Creates the list, the view and the analysis store. Connects the focus signal as QELWindow
+    // Creates the list, the view and the analysis data. Connects the focus signal as QELWindow
     // does.
     void CreateWithList() {
         m_List.Create(&ad);
@@ -318,7 +318,7 @@ TEST_F(QELItemDetailViewTest, ReadsAnalysisFlagOncePerRedText) {
     ResultItem item = ItemOfType("bt", "A");
     AddFailed(item);
     CreateWithList();
-    // The analysis store has no flag for an item that is added later. Each read of the flag logs an
+    // The analysis data has no flag for an item that is added later. Each read of the flag logs an
     // error.
     item["detailed"] = "d";
     item["reason"] = "r";
@@ -369,7 +369,7 @@ TEST_F(QELItemDetailViewTest, ReturnsPrefixesForIndexOutOfRange) {
     EXPECT_EQ(FakeLog::Count("Invalid ID[7]!! m_resultFailData.size[0]\n"), 3);
 }
 
-// --- Tests of missing stores
+// --- Tests without result store or analysis data
 
 class QELItemDetailViewStoreTest : public ScreenTest {};
 
@@ -383,7 +383,7 @@ TEST_F(QELItemDetailViewStoreTest, ReturnsEmptyResultTextWithoutResultStore) {
                                       "m_GetMarkupResultText")));
 }
 
-TEST_F(QELItemDetailViewStoreTest, ReturnsEmptyAnalysisTextWithoutAnalysisStore) {
+TEST_F(QELItemDetailViewStoreTest, ReturnsEmptyAnalysisTextWithoutAnalysisData) {
     QELXmlParser::GetInstance();
     const FailingNew failing(1);
     EXPECT_EQ(QELItemDetailView::m_GetMarkupAnalyzeText(0), "");
@@ -393,8 +393,8 @@ TEST_F(QELItemDetailViewStoreTest, ReturnsEmptyAnalysisTextWithoutAnalysisStore)
                                       kItemDetailViewSource, "m_GetMarkupAnalyzeText")));
 }
 
-// Only the first allocation fails, so the error line names the store that is requested first.
-TEST_F(QELItemDetailViewStoreTest, ChecksAnalysisStoreBeforeResultStore) {
+// Only the first allocation fails, so the error line names the singleton that is requested first.
+TEST_F(QELItemDetailViewStoreTest, ChecksAnalysisDataBeforeResultStore) {
     const FailingNew failing(1);
     EXPECT_EQ(QELItemDetailView::m_GetMarkupAnalyzeText(0), "");
     EXPECT_TRUE(failing.HasFailed());

@@ -52,7 +52,7 @@ protected:
         Screen::ProcessEvents(ad.win);
     }
 
-    // Creates the list, and the popup and the analysis store, which a press requires.
+    // Creates the list, and the popup and the analysis data, which a press requires.
     void CreateForPress() {
         QELPopupLoading::GetInstance()->Create(&ad);
         QELAnalysisData::GetInstance();
@@ -638,7 +638,7 @@ TEST_F(QELItemListTest, RejectsPressWithoutPopup) {
                             ErrorLine("popupLoading is NULL", kItemListSource, "OnPress")));
 }
 
-TEST_F(QELItemListTest, IgnoresPressWithoutAnalysisStore) {
+TEST_F(QELItemListTest, IgnoresPressWithoutAnalysisData) {
     AddFailed(AnalysableItem("A"));
     QELPopupLoading::GetInstance()->Create(&ad);
     Create();
