@@ -69,7 +69,7 @@ for file in "$prefix/bin/quorvel" "$prefix/bin/quorvel-view" "$prefix/bin/quorve
     [ -x "$file" ] || fail "$file: not installed"
 done
 for page in quorvel quorvel-view quorvel-report; do
-    [ -r "$prefix/share/man/man1/$page.1" ] || fail "the manual page is not installed: $page"
+    [ -r "$prefix/share/man/man1/$page.1" ] || fail "$prefix/share/man/man1/$page.1: not installed"
 done
 [ -r "$share/theme/quorvel.edj" ] || fail "$share/theme/quorvel.edj: not installed"
 

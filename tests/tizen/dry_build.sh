@@ -52,14 +52,14 @@ rejects() {
 }
 
 test_configure() {
-    rejects 'Set QUORVEL_TIZEN_SERVICES' platform without-services
-    rejects 'is C or CXX' platform wrong-linkage "$(services services)" \
+    rejects 'QUORVEL_TIZEN_SERVICES: not set' platform without-services
+    rejects 'neither C nor CXX' platform wrong-linkage "$(services services)" \
         -DQUORVEL_TIZEN_SERVICES_LINKAGE=D
-    rejects 'No automation_copy_log_to_usb in' platform part "$(services services-part)"
-    rejects 'No getResourcePath in' platform other-linkage "$(services services-cxx)"
+    rejects 'automation_copy_log_to_usb: missing in' platform part "$(services services-part)"
+    rejects 'getResourcePath: missing in' platform other-linkage "$(services services-cxx)"
     configure platform linkage "$(services services-cxx)" \
         -DQUORVEL_TIZEN_SERVICES_LINKAGE=CXX || fail "C++ linkage is rejected"
-    rejects 'No getResourcePath in' platform header "$(services services)" \
+    rejects 'getResourcePath: missing in' platform header "$(services services)" \
         -DQUORVEL_TIZEN_SERVICES_HEADER=missing.h
     configure platform manifest "$(services services)" -DQUORVEL_TIZEN_API_VERSION=9.0 \
         "-DQUORVEL_TIZEN_PRIVILEGES=http://example/a;http://example/b" \
