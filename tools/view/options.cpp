@@ -19,7 +19,7 @@ constexpr const char* kArguments = "[PATH [KEY=VALUE...]]";
 constexpr const char* kDocumentation =
     "Shows a run in Quorvel. PATH is a folder with result files, one of the result files, an "
     "archive (.tar, .tar.gz, .tgz, .tar.xz, .zip), or a folder above them, such as the root of a "
-    "USB stick. Nothing below PATH is written to. KEY=VALUE is a launch request for Quorvel. "
+    "USB storage. Nothing below PATH is written to. KEY=VALUE is a launch request for Quorvel. "
     "Without PATH, a dialog asks for a folder."
     "\v"
     "To close the window, press Alt+F4, press Ctrl+C in the terminal, or run "

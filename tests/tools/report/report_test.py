@@ -369,22 +369,22 @@ class OutputTest(ReportTest):
                 self.interrupt_report(number, self.folder)
                 self.assertEqual(os.listdir(self.folder), [])
 
-    def test_leaves_no_file_on_stick_when_killed(self):
-        image, stick = self.folder / "image", self.folder / "stick"
+    def test_leaves_no_file_on_ntfs_when_killed(self):
+        image, storage = self.folder / "image", self.folder / "storage"
         image.write_bytes(bytes(2 << 20))
-        stick.mkdir()
+        storage.mkdir()
         # This file system does not support unnamed files.
-        mount = f"/sbin/mkfs.ntfs -F -Q '{image}' && /sbin/mount.ntfs-3g '{image}' '{stick}'"
+        mount = f"/sbin/mkfs.ntfs -F -Q '{image}' && /sbin/mount.ntfs-3g '{image}' '{storage}'"
         if os.getuid() != 0 or subprocess.run(mount, shell=True, stdout=subprocess.DEVNULL,
                                               stderr=subprocess.DEVNULL, check=False).returncode != 0:
             self.skipTest("cannot mount an image")
-        self.addCleanup(subprocess.run, ["umount", stick], check=True)
+        self.addCleanup(subprocess.run, ["umount", storage], check=True)
         for number in (signal.SIGINT, signal.SIGTERM, signal.SIGHUP):
             with self.subTest(number):
-                self.interrupt_report(number, stick)
-                self.assertEqual(os.listdir(stick), [])
-        self.assertEqual(report("--output", stick / "report", "samples/typical").returncode, 1)
-        self.assertEqual(os.listdir(stick), ["report"])
+                self.interrupt_report(number, storage)
+                self.assertEqual(os.listdir(storage), [])
+        self.assertEqual(report("--output", storage / "report", "samples/typical").returncode, 1)
+        self.assertEqual(os.listdir(storage), ["report"])
 
     def test_reports_runs_in_order_of_paths(self):
         paths = [str(self.write_run(name, make_item(name))) for name in "abc"]
