@@ -2,7 +2,7 @@
 """Measures Quorvel and prints one line for each measure: bench/measure.py BUILD_FOLDER [RUNS]
 
 All measures except the memory are ratios or CPU times. The fastest of RUNS (default 7) interleaved runs
-counts, so that other programs on the machine have little effect. The column "before" has the figures
+counts, so that other programs have little effect. The column "before" has the figures
 that were measured when the goals were set.
 """
 
@@ -153,9 +153,9 @@ def main():
     row("peak memory, 10 failed items", "52 MiB", "83 MiB",
         lambda: f"{quorvel('memory', folder / 'failed-10'):.0f} MiB")
     row("key to frame, 100,000 rows / 10 rows", "1.1", "0.94", key_ratio)
-    # The goal is missed because the toolkit formats all lines. In a profile of the whole measurement,
-    # libevas takes 29 % of the samples, memory management 24 %, libharfbuzz 13 %, the kernel 12 %,
-    # libeina 9 %, libfreetype 4 %, the program 1 %.
+    # The goal is missed because the toolkit formats all lines. In a profile of the measurement,
+    # libevas takes 29 % of the samples, memory management 24 % and libharfbuzz 13 %. The kernel takes
+    # 12 %, libeina 9 %, libfreetype 4 % and the program 1 %.
     row("key to frame, analysis text of 10,000 lines", "60 ms", "110 ms",
         lambda: f"{fastest(lambda: quorvel('text', conflict))[0] * 1000:.0f} ms")
 

@@ -14,16 +14,16 @@ struct QELAnalysisInfoSetCfg_s {
     std::string text;
 };
 
-// Analyses one failed item. All operations are static, keep no state, run on a worker thread and
-// touch no widget. They need no lock: the result store does not change after the start, and the
-// modal popup prevents a second analysis at the same time.
+// Analyses one failed item. All operations are static, keep no state, run on a worker and touch
+// no widget. They need no lock: the result store does not change after the start, and the modal
+// popup prevents a second analysis at the same time.
 class QELAnalysis {
 public:
     QELAnalysis() = delete;
 
-    // Body of the worker thread: analyses the failed item id, stores the text and reports
-    // completion to the progress popup. Does not catch the std::stoi exception of an invalid code
-    // of the item itself; the exception leaves the thread and ends the process.
+    // Body of the worker: analyses the failed item id, stores the text and reports completion to
+    // the popup. Does not catch the std::stoi exception of an invalid code of the item itself; the
+    // exception leaves the thread and ends the process.
     static void StartAnalyze(unsigned int id);
 
 private:

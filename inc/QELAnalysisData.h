@@ -52,7 +52,7 @@ public:
     static QELAnalysisData* GetInstance();
 
     // Stores the analysis text of the failed item id and marks the item as analysed. Ignores an
-    // unknown id. Worker thread.
+    // unknown id. Called by the worker.
     void SetAnalysisData(unsigned int id, const std::string& text);
     // Returns the analysis text of the failed item id; empty before the analysis and for an unknown
     // id.

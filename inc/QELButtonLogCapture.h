@@ -2,10 +2,10 @@
 
 #include "quorvel.h"
 
-// The "Log Capture" button: copies the set's logs to USB storage on a detached worker thread while
-// the progress popup is shown. A successful capture increments the capture counter. The next OK in
-// the popup then disables the button until the process ends. Owned by QELWindow. Everything except
-// m_CaptureLog runs on the main-loop thread.
+// The "Log Capture" button: copies the set's logs to USB storage on a worker while the popup is
+// shown. A successful capture increments the capture counter. The next OK in the popup then
+// disables the button until the process ends. Owned by QELWindow. Everything except m_CaptureLog
+// runs on the main-loop thread.
 class QELButtonLogCapture {
 public:
     QELButtonLogCapture() noexcept;
@@ -21,8 +21,8 @@ public:
     // Handles OK in the popup, after a capture and after an analysis: disables the button
     // permanently when a capture has succeeded. data is the _appdata record.
     static void SetDisable(void* data, Evas_Object* obj, void* event_info);
-    // Body of the worker thread: copies the logs, stores the result text and then clears the
-    // popup's running flag.
+    // Body of the worker: copies the logs, stores the result text and then clears the popup's
+    // running flag.
     static void m_CaptureLog();
 
 private:

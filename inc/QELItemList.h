@@ -3,9 +3,8 @@
 #include "quorvel.h"
 
 // The list of failed items in the left column: one row for each failed item, with an icon and a
-// text that depend on the item's type. Pressing a row starts its analysis on a detached worker
-// thread while the progress popup is shown. Owned by QELWindow. Everything runs on the main-loop
-// thread.
+// text that depend on the item's type. Pressing a row starts its analysis on a worker while the
+// popup is shown. Owned by QELWindow. Everything runs on the main-loop thread.
 //
 // A row's data is the index of its failed item, not a pointer. Callbacks that receive the row
 // itself compute the index as the row's position minus one.

@@ -8,11 +8,11 @@
 
 #include "quorvel.h"
 
-// The modal progress popup. Worker threads report their completion through it.
+// The modal progress popup. The workers report their completion to the popup.
 //
-// Protocol: the main loop calls Show, SetText and Start and starts a detached worker. The worker
-// calls SetResultText and then SetRunningFlag(false). A timer on the main loop sees the flag
-// cleared and calls Stop. The user presses OK, which hides the popup.
+// Protocol: the main loop calls Show, SetText and Start and starts a worker. The worker calls
+// SetResultText and then SetRunningFlag(false). A timer on the main loop sees the flag cleared and
+// calls Stop. The user presses OK, which hides the popup.
 //
 // A singleton that lives until the process ends. The widgets, the timer and every call except
 // SetResultText, SetRunningFlag, GetRunningFlag and GetInstance belong to the main-loop thread. The

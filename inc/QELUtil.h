@@ -12,9 +12,9 @@ public:
     QELUtil() = delete;
 
     // Adds one to the decimal count in the file at path. A missing file counts as zero. Returns
-    // true even when the file cannot be written. Returns false, logs an error and leaves the file
-    // unchanged when it is not a regular file that begins with a number in the int range. Any
-    // thread, but only one thread at a time for one file.
+    // true even when the file cannot be written. Returns false and logs an error when the file is
+    // not a regular file or does not begin with a number in the int range; the file stays
+    // unchanged. Any thread, but only one thread at a time for one file.
     static bool IncreaseCount(std::string path);
 
     // Returns the full path of a resource of the set's menu application; empty when the platform

@@ -15,8 +15,8 @@ public:
     // Parses the result files, then creates the window and the views and stores their widgets in
     // ad. A failure is logged; the window stays with the widgets created so far.
     void Create(_appdata* ad);
-    // Deletes the window and the views and clears their fields in ad. The progress popup object
-    // stays: it lives until the process ends.
+    // Deletes the window and the views and clears their fields in ad. The popup object stays
+    // until the process ends.
     void Destroy(_appdata* ad);
 
 private:

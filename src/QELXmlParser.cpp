@@ -63,7 +63,7 @@ std::ostream& WriteText(std::ostream& out, const char* text) {
     return out << text;
 }
 
-// The spelling of "ErroCode" is intentional, as is the spelling of "It`s" and "can`t" below.
+// The spellings of "ErroCode" here, and of "It`s" and "can`t" below, are intentional.
 std::string ComposeParseErrorReport() {
     std::ostringstream report;
     report << "XML Parsing ERROR, xmlParseFile Failed" << std::endl;
@@ -298,8 +298,7 @@ bool QELXmlParser::m_ParseItemInfo(xmlNodePtr node) {
             item.emplace(key, std::move(value));
         }
     }
-    // Intentional: an item without a result is a failed item, as is an item whose result is a
-    // prefix of "fail".
+    // Intentional: an item is failed when its result is missing or is a prefix of "fail".
     const std::string* result = FindValue(item, "result");
     if (result == nullptr || MatchesKeyword(*result, "fail")) {
         m_resultFailData.push_back(item);

@@ -599,7 +599,7 @@ TEST_F(QELPopupLoadingLockTest, SetsAndReadsRunningFlagUnderLock) {
 }
 
 TEST_F(QELPopupLoadingLockTest, SetsResultTextWithoutLock) {
-    // The limit is long because a busy machine may start the thread late.
+    // The limit is long because a busy PC may start the thread late.
     EXPECT_TRUE(CompletesWhileLocked([] { QELPopupLoading::SetResultText("Done"); },
                                      std::chrono::seconds(20)));
     EXPECT_EQ(QELPopupLoading::m_ResultText, "Done");

@@ -16,7 +16,7 @@ extern "C" {
 char* getResourcePath(const char* appId, const char* relativePath);
 
 /* Copies the set's logs to the attached USB storage. Returns -1 on failure and any other value on
- * success. May block for a long time: call it from a worker thread. */
+ * success. May block for a long time: call it from a worker. */
 int automation_copy_log_to_usb(void);
 
 #if defined(__cplusplus) && !defined(QUORVEL_TV_SERVICES_CXX)

@@ -5,7 +5,7 @@
 #     fresh.sh PACKAGE
 #
 # The system contains the dependencies of the package, without recommended packages, and the programs of the
-# test. It is created from the mirrors that apt uses on this machine. Without root, without namespaces or
+# test. It is created from the mirrors that apt uses on this PC. Without root, without namespaces or
 # without such a mirror, the test prints the reason and exits with status 77.
 set -eu
 unset CDPATH

@@ -2,7 +2,7 @@
 """Checks the includes of the port: check_includes.py FOLDER. FOLDER is platform/desktop.
 
 Dependencies between the folders run one way. Every folder may include the headers of the main folder,
-which contains paths and resources. The main folder includes no header of a subfolder. Includes are
+such as paths and resources. The main folder includes no header of a subfolder. Includes are
 relative to FOLDER.
 
 Prints one line for each fault and exits with 1 if there is a fault.

@@ -156,5 +156,5 @@ trap finish EXIT
 trap 'exit 1' HUP INT TERM
 unset QUORVEL_THEME
 desktop_start "$work"
-# This folder replaces a USB storage. The storage is missing until a test creates the folder.
+# This folder replaces the USB storage. The storage is missing until a test creates the folder.
 export QUORVEL_USB_DIR="$work/usb"

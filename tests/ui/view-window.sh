@@ -54,8 +54,7 @@ tour_with_one_item() {
         fail "the only item is not analysed"
 }
 
-# The white photo covers most of the screen. The item names a path that does not exist on this
-# machine.
+# The white photo covers most of the screen. The item names a path that does not exist.
 shows_photo_by_base_name() {
     mkdir -p "$work/captured/capture"
     convert -size 1280x720 xc:white "png:$work/captured/capture/1.png"

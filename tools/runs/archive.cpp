@@ -53,8 +53,8 @@ struct EntryName {
     std::string Path() const { return folder.empty() ? name : folder + "/" + name; }
 };
 
-// Returns no value for a name that leads out of the archive, is too long or is in an unfinished
-// capture, and for a name below too many folders.
+// Splits the name of an entry. Returns no value for a name that leads out of the archive or is too
+// long, for an entry of an unfinished capture, and for an entry below too many folders.
 std::optional<EntryName> SplitEntryName(const char* text) {
     if (text == nullptr || text[0] == '/' || std::strlen(text) >= PATH_MAX) {
         return std::nullopt;

@@ -91,8 +91,8 @@ struct Limits {
 
 enum class Reading { kNow, kLater };
 
-// Finds all runs at the path. The path is a folder, a result file, an archive (.tar, .tar.gz, .tgz,
-// .tar.xz, .zip), or a folder or a result file in an archive, as Run::path names it. A folder is
+// Finds all runs at the path. The path is a folder, a result file or an archive (.tar, .tar.gz,
+// .tgz, .tar.xz, .zip). It can also name a folder or a result file in an archive. A folder is
 // searched with the folders and archives below it. A result file stands for its folder. Links below
 // the path are not followed, and unfinished captures are left out.
 //

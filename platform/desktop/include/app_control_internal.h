@@ -10,7 +10,7 @@ extern "C" {
 #endif
 
 /* Stores in *data the key and value pairs of the request. Returns APP_CONTROL_ERROR_NONE or an
- * error, which leaves *data alone. */
+ * error, which leaves *data unchanged. */
 int app_control_to_bundle(app_control_h app_control, bundle** data);
 
 #ifdef __cplusplus

@@ -16,8 +16,8 @@ typedef enum {
     BUNDLE_ERROR_KEY_NOT_AVAILABLE = -ENOKEY,
 } bundle_error_e;
 
-/* Stores in *str the value of key, which stays the bundle's; *str is left alone without such a
- * key. Returns BUNDLE_ERROR_NONE or an error. */
+/* Stores in *str the value of key, which the bundle owns. Leaves *str unchanged when the key is
+ * missing. Returns BUNDLE_ERROR_NONE or an error. */
 int bundle_get_str(bundle* b, const char* key, char** str);
 
 #ifdef __cplusplus

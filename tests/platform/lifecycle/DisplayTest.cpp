@@ -18,7 +18,7 @@ using testing::IsEmpty;
 
 namespace {
 
-// The search takes at most one second for both displays. The other second is for a busy machine.
+// The search takes at most one second for both displays. The other second is for a busy PC.
 constexpr std::chrono::seconds kMaxSearchTime{2};
 // The delay is shorter than the second after which the search ignores a display.
 constexpr std::chrono::milliseconds kSlowAnswer{600};

@@ -43,7 +43,7 @@ TEST_F(OwnerTest, ReturnsOwnerWhileOwnerHoldsLock) {
     EXPECT_FALSE(FindOwner(m_Folder));
 }
 
-// The disk is full.
+// A full disk leaves the lock file of the owner empty.
 TEST_F(OwnerTest, ReturnsOwnerWithoutEntry) {
     const auto instance = Own();
     std::filesystem::resize_file(LockPath(m_Folder), 0);

@@ -652,7 +652,7 @@ protected:
         fs::create_symlink(m_Scratch.Path() / "secret", m_Scratch.Path() / "quorvel/quorvel.2.log");
     }
 
-    // Returns the possible names of a copy that this machine makes between two times.
+    // Returns the possible names of a copy that is made between two times.
     static std::vector<std::string> NamesBetween(std::time_t first, std::time_t last) {
         std::array<char, 256> host{};
         EXPECT_EQ(gethostname(host.data(), host.size() - 1), 0);

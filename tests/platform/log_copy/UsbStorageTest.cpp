@@ -55,7 +55,7 @@ std::string FailureOf(const std::function<UsbStorage()>& search) {
     }
 }
 
-// Chooses the storage on a machine with a built-in disk and two USB devices.
+// Chooses the storage on a PC with a built-in disk and two USB devices.
 class UsbStorageChoiceTest : public testing::Test {
 protected:
     UsbStorageChoiceTest() {
@@ -253,7 +253,7 @@ TEST_F(UsbStorageStickTest, RecognisesStickByBus) {
     EXPECT_EQ(UsbDeviceOfImage(), "");
 }
 
-// libudev finds no device with the number of such a file system.
+// libudev finds no device with the number of a file system that spans devices.
 TEST_F(UsbStorageStickTest, RecognisesSpanningFileSystemByNode) {
     m_Stick = std::make_unique<UsbStick>(makedev(65, 1), makedev(66, 1));
     EXPECT_EQ(UsbDeviceOfImage(), "");

@@ -53,8 +53,8 @@ def write_item(path, name, encoding="UTF-8"):
                      .encode(encoding))
 
 
-# For each case: a function that writes the second result file of a run, the state of the file that the
-# report shows, and a part of the message.
+# Each case: a function that writes the second result file, the file's state in the report, and a part of
+# the message.
 FILES = {
     "missing": (lambda path: None, "missing", None),
     "empty": (lambda path: path.write_bytes(b""), "damaged", "qelRnscXml.xml: is empty"),
