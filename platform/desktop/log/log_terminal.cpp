@@ -1,9 +1,11 @@
 #include "log/log_terminal.h"
 
+#include <Eina.h>
 #include <poll.h>
 #include <spdlog/details/log_msg.h>
 #include <spdlog/details/os.h>
 #include <spdlog/fmt/fmt.h>
+#include <spdlog/pattern_formatter.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -44,44 +46,33 @@ const char* ColourOf(char letter) {
     }
 }
 
-unsigned char ByteAt(std::string_view text, std::size_t index) {
-    return index < text.size() ? static_cast<unsigned char>(text[index]) : 0;
+// Control characters are C0 except the tab, DEL, and C1. Eina represents a byte that belongs to no
+// UTF-8 character as 0xdc00 plus the byte; such a byte can be C1 too.
+bool IsControl(Eina_Unicode letter) {
+    const Eina_Unicode code = (letter & ~0x7f) == 0xdc80 ? letter & 0xff : letter;
+    return (code < 0x20 && code != '\t') || (code >= 0x7f && code <= 0x9f);
 }
 
-bool IsC1(unsigned char byte) {
-    return byte >= 0x80 && byte <= 0x9f;
-}
-
-// Returns whether the byte is an ASCII character, but no control character except the tab.
-bool IsPlainAscii(unsigned char byte) {
-    return (byte >= 0x20 && byte < 0x7f) || byte == '\t';
-}
-
-// Returns the number of bytes of the control character at index; 0 for other characters. Control
-// characters are C0 except the tab, DEL, and C1, either in UTF-8 or as a byte that continues no
-// UTF-8 character.
-std::size_t ControlBytesAt(std::string_view text, std::size_t index, bool continues) {
-    const unsigned char byte = ByteAt(text, index);
-    if ((byte < 0x80 && !IsPlainAscii(byte)) || (IsC1(byte) && !continues)) {
-        return 1;
-    }
-    return byte == 0xc2 && IsC1(ByteAt(text, index + 1)) ? 2 : 0;
+bool IsPlainAscii(char byte) {
+    return byte >= 0 && !IsControl(byte);
 }
 
 // Replaces each byte of a control character by \xNN, since texts of a file must not control the
 // terminal.
-std::string EscapeControls(std::string_view text) {
+std::string EscapeControls(const std::string& text) {
     std::string escaped;
-    bool continues = false;  // whether a byte of a UTF-8 character precedes
-    std::size_t controlEnd = 0;
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        controlEnd = std::max(controlEnd, i + ControlBytesAt(text, i, continues));
-        const bool isControl = i < controlEnd;
-        continues = !isControl && ByteAt(text, i) >= 0x80;
-        if (isControl) {
-            fmt::format_to(std::back_inserter(escaped), "\\x{:02x}", ByteAt(text, i));
-        } else {
-            escaped += text[i];
+    const char* bytes = text.c_str();
+    const int size = static_cast<int>(text.size());
+    for (int start = 0, end = 0; start < size; start = end) {
+        const bool isControl = IsControl(eina_unicode_utf8_next_get(bytes, &end));
+        end = std::max(end, start + 1);  // Eina does not pass a zero byte.
+        for (int i = start; i < end; ++i) {
+            if (isControl) {
+                fmt::format_to(std::back_inserter(escaped), "\\x{:02x}",
+                               static_cast<unsigned char>(bytes[i]));
+            } else {
+                escaped += bytes[i];
+            }
         }
     }
     return escaped;
@@ -101,11 +92,22 @@ void WriteToTerminal(std::string_view text) {
     }
 }
 
+// Writes whole lines with one call, so that other programs cannot write into a line.
+void WriteLines(std::string_view lines) {
+    while (!lines.empty()) {
+        std::size_t end = lines.rfind('\n', kMaxBlockBytes - 1);
+        if (end == std::string_view::npos) {
+            end = lines.find('\n');
+        }
+        WriteToTerminal(lines.substr(0, end + 1));
+        lines.remove_prefix(end + 1);
+    }
+}
+
 }  // namespace
 
 LogTerminal::LogTerminal()
-    : m_Formatter(LinePattern()),
-      m_IsColoured(spdlog::details::os::in_terminal(stderr) &&
+    : m_IsColoured(spdlog::details::os::in_terminal(stderr) &&
                    spdlog::details::os::is_color_terminal()) {
     m_Start();
 }
@@ -121,14 +123,14 @@ void LogTerminal::Put(std::string_view line) {
     if (!m_HasThread) {
         return;
     }
-    if (m_QueuedBytes > kMaxQueuedBytes) {
+    if (m_Queue.size() > kMaxQueuedBytes) {
         ++m_Omitted;
         return;
     }
     // The thread waits only for an empty queue to change.
     const bool isFirst = m_Queue.empty();
     m_EnqueueNotice();
-    m_Enqueue(isPlain ? line : composed);
+    m_Queue += isPlain ? line : composed;
     if (isFirst) {
         m_Changed.notify_all();
     }
@@ -136,7 +138,7 @@ void LogTerminal::Put(std::string_view line) {
 
 void LogTerminal::Drain(std::chrono::milliseconds timeout) {
     std::unique_lock<std::mutex> lock(m_Mutex);
-    m_Changed.wait_for(lock, timeout, [this] { return m_QueuedBytes == 0; });
+    m_Changed.wait_for(lock, timeout, [this] { return m_Queue.empty() && !m_IsWriting; });
 }
 
 // Blocks all signals in the thread. The main loop handles the signals that end the program, and
@@ -160,53 +162,34 @@ void LogTerminal::m_Run() {
     std::unique_lock<std::mutex> lock(m_Mutex);
     for (;;) {
         m_Changed.wait(lock, [this] { return !m_Queue.empty(); });
-        lock.unlock();
-        std::this_thread::sleep_for(kCollectTime);
-        lock.lock();
+        m_Changed.wait_for(lock, kCollectTime);
         lines.swap(m_Queue);
+        m_IsWriting = true;
         lock.unlock();
-        m_WriteAll(lines);
+        WriteLines(lines);
         lines.clear();
         lock.lock();
+        m_IsWriting = false;
         if (m_Queue.empty()) {
             m_EnqueueNotice();
         }
-    }
-}
-
-// Writes whole lines with one call, so that other programs cannot write into a line.
-void LogTerminal::m_WriteAll(std::string_view lines) {
-    while (!lines.empty()) {
-        std::size_t end = lines.rfind('\n', kMaxBlockBytes - 1);
-        if (end == std::string_view::npos) {
-            end = lines.find('\n');
-        }
-        const std::size_t size = end + 1;
-        WriteToTerminal(lines.substr(0, size));
-        lines.remove_prefix(size);
-        const std::lock_guard<std::mutex> lock(m_Mutex);
-        m_QueuedBytes -= size;
         m_Changed.notify_all();
     }
 }
 
 std::string LogTerminal::m_Compose(std::string_view line) const {
     line.remove_suffix(1);
-    const std::string text = EscapeControls(line);
+    const std::string text = EscapeControls(std::string(line));
     return m_IsColoured ? ColourOf(line.front()) + text + kColourEnd + "\n" : text + "\n";
-}
-
-void LogTerminal::m_Enqueue(std::string_view line) {
-    m_Queue += line;
-    m_QueuedBytes += line.size();
 }
 
 void LogTerminal::m_EnqueueNotice() {
     if (m_Omitted > 0) {
         const std::string text = std::to_string(std::exchange(m_Omitted, 0)) + " lines omitted";
         spdlog::memory_buf_t notice;
-        m_Formatter.format({"quorvel", spdlog::level::warn, text}, notice);
-        m_Enqueue(m_Compose({notice.data(), notice.size()}));
+        spdlog::pattern_formatter(LinePattern())
+            .format({"quorvel", spdlog::level::warn, text}, notice);
+        m_Queue += m_Compose({notice.data(), notice.size()});
     }
 }
 

@@ -1,8 +1,6 @@
 #ifndef QUORVEL_PLATFORM_DESKTOP_LOG_LOG_TERMINAL_H_
 #define QUORVEL_PLATFORM_DESKTOP_LOG_LOG_TERMINAL_H_
 
-#include <spdlog/pattern_formatter.h>
-
 #include <chrono>
 #include <condition_variable>
 #include <cstddef>
@@ -35,19 +33,16 @@ public:
 private:
     void m_Start();
     void m_Run();
-    void m_WriteAll(std::string_view lines);
     std::string m_Compose(std::string_view line) const;
-    // Call both with the mutex locked.
-    void m_Enqueue(std::string_view line);
+    // Call it with the mutex locked.
     void m_EnqueueNotice();
 
-    spdlog::pattern_formatter m_Formatter;
     const bool m_IsColoured;
     std::mutex m_Mutex;
     std::condition_variable m_Changed;
     std::string m_Queue;
-    std::size_t m_QueuedBytes = 0;  // also of lines that the thread has taken and not yet written
     std::size_t m_Omitted = 0;
+    bool m_IsWriting = false;  // whether the thread has taken lines and not yet written them
     bool m_HasThread = true;
 };
 
