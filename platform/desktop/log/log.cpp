@@ -15,6 +15,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
+#include <fstream>
 #include <memory>
 #include <mutex>
 #include <string_view>
@@ -77,16 +78,9 @@ thread_local std::array<char, 512> g_LastMessage{};
 
 // quorvel-view sets the variable, and reads in the file which item ended the program.
 void SaveLastMessage(const std::string& message) {
-    const char* path = std::getenv("QUORVEL_EXCEPTION_FILE");
-    if (path == nullptr) {
-        return;
-    }
-    constexpr mode_t kOwnerOnly = 0600;
-    const int file = open(path, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, kOwnerOnly);
-    if (file >= 0) {
-        // After a failed write, quorvel-view finds no item in the file.
-        [[maybe_unused]] const ssize_t written = write(file, message.data(), message.size());
-        close(file);
+    const std::string path = EnvironmentValue("QUORVEL_EXCEPTION_FILE");
+    if (!path.empty()) {
+        std::ofstream(path) << message;
     }
 }
 
@@ -160,8 +154,7 @@ Log::Log() {
 }
 
 void Log::m_ChooseLevel() {
-    const char* variable = std::getenv("QUORVEL_LOG_LEVEL");
-    const std::string level = variable == nullptr ? "info" : variable;
+    const std::string level = EnvironmentValue("QUORVEL_LOG_LEVEL", "info");
     if (level == "error") {
         m_Level = spdlog::level::err;
     } else if (level == "off") {

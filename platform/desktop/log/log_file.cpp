@@ -102,18 +102,22 @@ FolderWatch::~FolderWatch() {
 }
 
 void FolderWatch::Start(const std::string& folder) {
-    if (m_Watch >= 0) {
-        inotify_rm_watch(m_Events, m_Watch);
-    }
     m_Watch = inotify_add_watch(
         m_Events, folder.c_str(),
         IN_CREATE | IN_MOVED_FROM | IN_MOVED_TO | IN_DELETE | IN_MOVE_SELF | IN_DELETE_SELF);
+    m_NextCheck = {};
 }
 
 // If the buffer is too small for all events, the next call returns true too.
-bool FolderWatch::HasChanged() {
+bool FolderWatch::MayHaveChanged() {
     alignas(inotify_event) std::array<char, 4096> events;  // NOLINT(*-member-init): read fills it
-    return m_Watch < 0 || read(m_Events, events.data(), events.size()) > 0;
+    const bool hasEvents = m_Watch < 0 || read(m_Events, events.data(), events.size()) > 0;
+    const std::chrono::milliseconds now = CoarseTime();
+    if (!hasEvents && now < m_NextCheck) {
+        return false;
+    }
+    m_NextCheck = now + kCheckInterval;
+    return true;
 }
 
 LogFile::LogFile(std::string path, const LogFileLimits& limits)
@@ -126,7 +130,9 @@ LogFile::~LogFile() {
 }
 
 void LogFile::Write(std::string_view line) {
-    m_OpenIfReplaced();
+    if (m_Folder.MayHaveChanged() && m_IsReplaced()) {
+        m_Open();
+    }
     if (m_Size > 0 && m_Size + line.size() > m_Limits.maxBytes) {
         m_Rotate();
     }
@@ -148,24 +154,10 @@ void LogFile::Write(std::string_view line) {
     }
 }
 
-// Checks again with each line until the file is open.
-void LogFile::m_OpenIfReplaced() {
-    if (m_Folder.HasChanged()) {
-        m_NextCheck = {};
-    }
-    const std::chrono::milliseconds now = CoarseTime();
-    if (now < m_NextCheck) {
-        return;
-    }
-    if (m_IsReplaced()) {
-        m_Open();
-    }
-    m_NextCheck = now + kCheckInterval;
-}
-
 void LogFile::m_Open() {
     MakeFolders(m_Path);
-    // Before the file is opened: a change in between is reported.
+    // Before the file is opened: a change in between is reported, and a file that cannot be opened
+    // is tried again with the next line.
     m_Folder.Start(m_Path.substr(0, m_Path.rfind('/')));
     struct stat status {};
     const int file = OpenPrivate(m_Path, status);

@@ -16,7 +16,8 @@ struct LogFileLimits {
     std::size_t startBytes;  // size of the file with the first lines of this process
 };
 
-// Reports changes of the names in one folder. One thread at a time.
+// Reports changes of the names in a folder, so that not every line needs a check of the log file.
+// One thread at a time.
 class FolderWatch {
 public:
     FolderWatch();
@@ -24,15 +25,17 @@ public:
     FolderWatch(const FolderWatch&) = delete;
     FolderWatch& operator=(const FolderWatch&) = delete;
 
-    // Watches this folder instead of the earlier one.
+    // Watches this folder. An earlier folder that still exists is watched too.
     void Start(const std::string& folder);
-    // Returns whether a file in the folder was created, renamed or removed, or the folder itself
-    // was renamed or removed, since the last call. Always true when the folder cannot be watched.
-    bool HasChanged();
+    // Returns whether a file in the folder may have been created, renamed or removed, or the folder
+    // itself may have been renamed or removed, since the last call. Always true when the folder
+    // cannot be watched. True after Start, and at least twice a second.
+    bool MayHaveChanged();
 
 private:
     int m_Events;
     int m_Watch = -1;
+    std::chrono::milliseconds m_NextCheck{0};
 };
 
 // The rotating log file. Several processes may write to it, since a hand-over is logged too. If
@@ -56,7 +59,6 @@ public:
 
 private:
     void m_Open();
-    void m_OpenIfReplaced();
     bool m_IsReplaced() const;
     void m_Rotate();
     // Replaces the last byte of the part by a line feed.
@@ -72,8 +74,6 @@ private:
     off_t m_PartEnd = 0;      // end of a part of a line without a line feed; 0 for no such part
     struct stat m_Status {};  // of the open file
     FolderWatch m_Folder;
-    // When m_IsReplaced is called again although the watch reports no change.
-    std::chrono::milliseconds m_NextCheck{0};
     std::string m_Start;  // the first lines, until the second file has them
     bool m_IsStartComplete = false;
 };
