@@ -8,7 +8,7 @@ root=$(cd -- "$(dirname -- "$0")/../.." && pwd)
 . "$root/script/lib/desktop.sh"
 
 # A start that blocks takes minutes or never returns.
-timeout=10
+timeout=${QUORVEL_UI_TIMEOUT:-10}
 
 fail() {
     complain "$case_name: $*" || true
