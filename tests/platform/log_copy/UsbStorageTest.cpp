@@ -26,7 +26,7 @@
 #include "platform/fixtures/LoopImage.h"
 #include "platform/fixtures/PrivateFolders.h"
 #include "platform/fixtures/ScopedVariable.h"
-#include "platform/fixtures/UsbStick.h"
+#include "platform/fixtures/UsbDevice.h"
 
 using quorvel::desktop::ChooseUsbStorage;
 using quorvel::desktop::FindUsbStorage;
@@ -38,12 +38,12 @@ namespace {
 
 constexpr const char* kNotMounted = "no USB storage is mounted (No medium found)";
 
-constexpr const char* kFirstStick = "/sys/usb1/1-1";
-constexpr const char* kSecondStick = "/sys/usb1/1-2";
-constexpr const char* kNoStick = "";
+constexpr const char* kFirstDevice = "/sys/usb1/1-1";
+constexpr const char* kSecondDevice = "/sys/usb1/1-2";
+constexpr const char* kNoDevice = "";
 
-// The USB device that UsbStick creates.
-constexpr const char* kPluggedStick = "/sys/devices/pci0000:00/0000:00:14.0/usb1/1-2";
+// The folder of the USB device in the replaced /sys.
+constexpr const char* kPluggedDevice = "/sys/devices/pci0000:00/0000:00:14.0/usb1/1-2";
 
 // Returns the reason why the search fails; an empty string if the search finds a storage.
 std::string FailureOf(const std::function<UsbStorage()>& search) {
@@ -59,8 +59,8 @@ std::string FailureOf(const std::function<UsbStorage()>& search) {
 class UsbStorageChoiceTest : public testing::Test {
 protected:
     UsbStorageChoiceTest() {
-        MountAt("/", kNoStick);
-        MountAt("/run", kNoStick);
+        MountAt("/", kNoDevice);
+        MountAt("/run", kNoDevice);
     }
 
     void MountAt(const std::string& folder, const std::string& usbDevice) {
@@ -94,17 +94,17 @@ TEST_F(UsbStorageChoiceTest, ReportsMissingMounts) {
 }
 
 TEST_F(UsbStorageChoiceTest, SelectsFirstMount) {
-    MountAt("/media/second device", kSecondStick);
-    MountAt("/media/first device", kFirstStick);
+    MountAt("/media/second device", kSecondDevice);
+    MountAt("/media/first device", kFirstDevice);
     const UsbStorage storage = Choose();
     EXPECT_EQ(storage.folder, "/media/second device");
     EXPECT_EQ(storage.mountId, 3U);
 }
 
 TEST_F(UsbStorageChoiceTest, SelectsFirstWritableMount) {
-    MountAt("/media/ro", kFirstStick);
-    MountAt("/media/not permitted", kFirstStick);
-    MountAt("/media/rw", kSecondStick);
+    MountAt("/media/ro", kFirstDevice);
+    MountAt("/media/not permitted", kFirstDevice);
+    MountAt("/media/rw", kSecondDevice);
     m_Errors["/media/ro"] = EROFS;
     m_Errors["/media/not permitted"] = EACCES;
     EXPECT_EQ(Choose().folder, "/media/rw");
@@ -112,8 +112,8 @@ TEST_F(UsbStorageChoiceTest, SelectsFirstWritableMount) {
 }
 
 TEST_F(UsbStorageChoiceTest, ReportsReasonOfFirstMount) {
-    MountAt("/media/ro", kFirstStick);
-    MountAt("/media/not permitted", kSecondStick);
+    MountAt("/media/ro", kFirstDevice);
+    MountAt("/media/not permitted", kSecondDevice);
     m_Errors["/media/ro"] = EROFS;
     m_Errors["/media/not permitted"] = EACCES;
     EXPECT_EQ(ChoiceFailure(), "the USB storage is read-only (/media/ro: Read-only file system)");
@@ -124,43 +124,43 @@ TEST_F(UsbStorageChoiceTest, ReportsReasonOfFirstMount) {
 }
 
 TEST_F(UsbStorageChoiceTest, IgnoresBuiltInDisk) {
-    MountAt("/media/usb", kNoStick);
+    MountAt("/media/usb", kNoDevice);
     EXPECT_EQ(ChoiceFailure(), kNotMounted);
 }
 
 TEST_F(UsbStorageChoiceTest, IgnoresHiddenMount) {
-    MountAt("/media/usb", kFirstStick);
-    MountAt("/media/usb", kNoStick);
+    MountAt("/media/usb", kFirstDevice);
+    MountAt("/media/usb", kNoDevice);
     EXPECT_EQ(ChoiceFailure(), kNotMounted);
-    MountAt("/media/usb", kSecondStick);
+    MountAt("/media/usb", kSecondDevice);
     EXPECT_EQ(Choose().mountId, 5U);
 }
 
 TEST_F(UsbStorageChoiceTest, IgnoresSystemDevice) {
-    m_Mounts[0].usbDevice = kFirstStick;
-    MountAt("/boot", kFirstStick);
+    m_Mounts[0].usbDevice = kFirstDevice;
+    MountAt("/boot", kFirstDevice);
     EXPECT_EQ(ChoiceFailure(), kNotMounted);
-    MountAt("/media/usb", kSecondStick);
+    MountAt("/media/usb", kSecondDevice);
     EXPECT_EQ(Choose().folder, "/media/usb");
 }
 
 // For a root folder on LVM or dm-crypt, libudev reports no USB device.
 TEST_F(UsbStorageChoiceTest, IgnoresDeviceWithAnySystemFolder) {
-    MountAt("/media/usb", kFirstStick);
+    MountAt("/media/usb", kFirstDevice);
     for (const char* folder : {"/boot", "/boot/efi", "/usr", "/var", "/home"}) {
-        MountAt(folder, kFirstStick);
+        MountAt(folder, kFirstDevice);
         EXPECT_EQ(ChoiceFailure(), kNotMounted) << folder;
         m_Mounts.pop_back();
     }
     EXPECT_EQ(Choose().folder, "/media/usb");
-    MountAt("/boot/usb", kFirstStick);
+    MountAt("/boot/usb", kFirstDevice);
     EXPECT_EQ(Choose().folder, "/media/usb");
 }
 
 TEST_F(UsbStorageChoiceTest, IgnoresEverySystemDevice) {
-    MountAt("/boot", kFirstStick);
-    MountAt("/home", kSecondStick);
-    MountAt("/media/usb", kFirstStick);
+    MountAt("/boot", kFirstDevice);
+    MountAt("/home", kSecondDevice);
+    MountAt("/media/usb", kFirstDevice);
     EXPECT_EQ(ChoiceFailure(), kNotMounted);
 }
 
@@ -204,8 +204,8 @@ TEST(UsbStorageReadTest, IgnoresEmptyFolderFromEnvironment) {
     EXPECT_EQ(failure, FailureOf(FindUsbStorage));
 }
 
-// Searches a replaced /sys for a stick. The image of the stick is mounted.
-class UsbStorageStickTest : public CopyFixture {
+// Searches a replaced /sys for a USB device. The image of the device is mounted.
+class UsbStorageDeviceTest : public CopyFixture {
 protected:
     void SetUp() override {
         const std::string reason = LoopImage::Prepare("ext4");
@@ -233,42 +233,42 @@ protected:
         return "not mounted";
     }
 
-    // Makes the image a partition of the USB stick.
-    void PlugIn() { m_Stick = std::make_unique<UsbStick>(ImageNumber(), makedev(66, 1)); }
+    // Makes the image a partition of the USB device.
+    void PlugIn() { m_Device = std::make_unique<UsbDevice>(ImageNumber(), makedev(66, 1)); }
     // Makes the image a partition of the built-in disk.
-    void BuildIn() { m_Stick = std::make_unique<UsbStick>(makedev(65, 1), ImageNumber()); }
+    void BuildIn() { m_Device = std::make_unique<UsbDevice>(makedev(65, 1), ImageNumber()); }
 
     ScopedVariable m_StateHome{"XDG_STATE_HOME", m_Scratch.Path().string()};
     ScopedVariable m_NoUsbFolder{"QUORVEL_USB_DIR", std::nullopt};
     std::unique_ptr<LoopImage> m_Image;
-    // The stick is destroyed before the image, because unmounting the image needs the real /sys.
-    std::unique_ptr<UsbStick> m_Stick;
+    // The device is destroyed before the image, because unmounting the image needs the real /sys.
+    std::unique_ptr<UsbDevice> m_Device;
 };
 
-TEST_F(UsbStorageStickTest, RecognisesStickByBus) {
+TEST_F(UsbStorageDeviceTest, RecognisesDeviceByBus) {
     PlugIn();
-    EXPECT_EQ(UsbDeviceOfImage(), kPluggedStick);
-    m_Stick.reset();
+    EXPECT_EQ(UsbDeviceOfImage(), kPluggedDevice);
+    m_Device.reset();
     BuildIn();
     EXPECT_EQ(UsbDeviceOfImage(), "");
 }
 
 // libudev finds no device with the number of a file system that spans devices.
-TEST_F(UsbStorageStickTest, RecognisesSpanningFileSystemByNode) {
-    m_Stick = std::make_unique<UsbStick>(makedev(65, 1), makedev(66, 1));
+TEST_F(UsbStorageDeviceTest, RecognisesSpanningFileSystemByNode) {
+    m_Device = std::make_unique<UsbDevice>(makedev(65, 1), makedev(66, 1));
     EXPECT_EQ(UsbDeviceOfImage(), "");
     const std::filesystem::path node = m_Image->Node();
     std::filesystem::create_symlink("/sys/class/block/sdq1", "/sys/class/block" / node.filename());
-    EXPECT_EQ(UsbDeviceOfImage(), kPluggedStick);
+    EXPECT_EQ(UsbDeviceOfImage(), kPluggedDevice);
 }
 
-TEST_F(UsbStorageStickTest, ReturnsMountPoint) {
+TEST_F(UsbStorageDeviceTest, ReturnsMountPoint) {
     PlugIn();
     const UsbStorage storage = FindUsbStorage();
     EXPECT_EQ(storage.folder, m_Image->Folder());
 }
 
-TEST_F(UsbStorageStickTest, ReturnsStickWithoutNode) {
+TEST_F(UsbStorageDeviceTest, ReturnsDeviceWithoutNode) {
     PlugIn();
     const dev_t number = ImageNumber();
     std::ofstream("/sys/class/block/sdq1/uevent")
@@ -276,17 +276,17 @@ TEST_F(UsbStorageStickTest, ReturnsStickWithoutNode) {
     EXPECT_EQ(FindUsbStorage().folder, m_Image->Folder());
 }
 
-TEST_F(UsbStorageStickTest, IgnoresStickThatIsUnpluggedDuringSearch) {
+TEST_F(UsbStorageDeviceTest, IgnoresDeviceThatIsUnpluggedDuringSearch) {
     PlugIn();
     const FailingCallScope scope(FailingCall::kUdevDevice);
     EXPECT_EQ(FailureOf(FindUsbStorage), kNotMounted);
 }
 
 // First the mount is read-only, then the file system. Linux makes a broken file system read-only.
-TEST_F(UsbStorageStickTest, ReportsReadOnlyStick) {
+TEST_F(UsbStorageDeviceTest, ReportsReadOnlyDevice) {
     const std::pair<const char*, unsigned long> kinds[] = {{"rw", MS_RDONLY}, {"ro", 0}};
     for (const auto& [options, flags] : kinds) {
-        m_Stick.reset();
+        m_Device.reset();
         m_Image->Unmount();
         m_Image->Mount(options);
         PlugIn();
@@ -298,7 +298,7 @@ TEST_F(UsbStorageStickTest, ReportsReadOnlyStick) {
     }
 }
 
-TEST_F(UsbStorageStickTest, ReportsMissingPermission) {
+TEST_F(UsbStorageDeviceTest, ReportsMissingPermission) {
     PlugIn();
     ASSERT_EQ(chmod(m_Image->Folder().c_str(), 0700), 0);
     ASSERT_EQ(seteuid(kOtherUser), 0);
@@ -307,18 +307,18 @@ TEST_F(UsbStorageStickTest, ReportsMissingPermission) {
     EXPECT_THAT(failure, testing::StartsWith("no permission to write to the USB storage ("));
 }
 
-TEST_F(UsbStorageStickTest, ReportsUnmountedStick) {
+TEST_F(UsbStorageDeviceTest, ReportsUnmountedDevice) {
     PlugIn();
     m_Image->Unmount();
     EXPECT_EQ(FailureOf(FindUsbStorage), kNotMounted);
 }
 
-TEST_F(UsbStorageStickTest, IgnoresBuiltInDisk) {
+TEST_F(UsbStorageDeviceTest, IgnoresBuiltInDisk) {
     BuildIn();
     EXPECT_EQ(FailureOf(FindUsbStorage), kNotMounted);
 }
 
-TEST_F(UsbStorageStickTest, CopiesLogsToStick) {
+TEST_F(UsbStorageDeviceTest, CopiesLogsToDevice) {
     PlugIn();
     EXPECT_EQ(automation_copy_log_to_usb(), 0);
     int logs = 0;
@@ -328,7 +328,7 @@ TEST_F(UsbStorageStickTest, CopiesLogsToStick) {
     EXPECT_EQ(logs, 1);
 }
 
-TEST_F(UsbStorageStickTest, CopiesNothingWithoutStick) {
+TEST_F(UsbStorageDeviceTest, CopiesNothingWithoutDevice) {
     BuildIn();
     EXPECT_EQ(automation_copy_log_to_usb(), -1);
     EXPECT_EQ(TreeOf(m_Image->Folder()), (Tree{{"lost+found/", ""}}));
