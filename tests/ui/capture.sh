@@ -1,6 +1,6 @@
 #!/bin/sh
 # Tests that a capture is complete. quorvel-view must show the same screens for the run, the captured
-# folder, the root of the stick and an archive.
+# folder, the root of the storage and an archive.
 set -eu
 # shellcheck source=tests/ui/ui.sh
 . "$(dirname -- "$0")/ui.sh"
@@ -75,6 +75,6 @@ program_stop
 expect_captured
 expect_pictures "$captured"
 expect_pictures "$QUORVEL_USB_DIR"
-tar -czf "$work/stick.tar.gz" -C "$QUORVEL_USB_DIR" .
+tar -czf "$work/storage.tar.gz" -C "$QUORVEL_USB_DIR" .
 rm -r "$captured"
-expect_pictures "$work/stick.tar.gz"
+expect_pictures "$work/storage.tar.gz"

@@ -107,16 +107,16 @@ rejects_partial_copy() {
 
 # The film is a sparse file and needs no space on the disk.
 reports_long_copy() {
-    mkdir "$work/stick" "$work/stick/folder"
+    mkdir "$work/storage" "$work/storage/folder"
     for size in 1100M 1000M; do
-        truncate -s "$size" "$work/stick/folder/film"
-        run_lay_data --copy "$work/stick" true >"$work/error" 2>&1 || fail "a large folder is not mounted"
+        truncate -s "$size" "$work/storage/folder/film"
+        run_lay_data --copy "$work/storage" true >"$work/error" 2>&1 || fail "a large folder is not mounted"
         case $size in
             1100M) [ "$(grep -c '^lay-data: copying 110[0-9] MiB to ' "$work/error")" -eq 1 ] ;;
             *) [ ! -s "$work/error" ] ;;
         esac || fail "$size: $(cat "$work/error")"
     done
-    rm -r "$work/stick"
+    rm -r "$work/storage"
 }
 
 # Replaces cp with a program that waits.

@@ -6,12 +6,12 @@ set -eu
 # shellcheck source=tests/ui/cases.sh
 . "$(dirname -- "$0")/cases.sh"
 
-# The third row is a camera test. The sixth row is the first row that can be analysed.
-press_camera_test() {
+# The third row is an item of the camera. The sixth row is the first row that can be analysed.
+press_camera_item() {
     go_down 1 2
     press Return
     log_wait 'this Item is invalid'
-    has_lines 0 'SetRunningFlag 1' || fail "a camera test starts an analysis"
+    has_lines 0 'SetRunningFlag 1' || fail "an item of the camera starts an analysis"
     expect_focus row
 }
 
@@ -19,7 +19,7 @@ start "$root/samples/typical" row
 walk
 press_without_effect Escape
 press_without_effect XF86Back
-press_camera_test
+press_camera_item
 go_down 3 5
 analyse
 expect_result Up Down 4 5

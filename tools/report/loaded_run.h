@@ -21,7 +21,7 @@ enum class AnalysisState {
 // The result of the analysis of a failed item.
 struct Analysis {
     AnalysisState state = AnalysisState::kDone;
-    // The reason why lines is empty; an empty text otherwise.
+    // Why the analysis has no lines; an empty text otherwise.
     std::string reason;
     // The item, then its conflicts in the order of all items. Empty without a comparison.
     std::vector<QELConflictLine_s> lines;
