@@ -181,9 +181,9 @@ std::ostream& operator<<(std::ostream& out, const Shape& shape) {
                << shape.maxDuration;
 }
 
-class QELConflictIndexTest : public QELConflictsTest, public testing::WithParamInterface<Shape> {};
+class QELConflictsIndexTest : public QELConflictsTest, public testing::WithParamInterface<Shape> {};
 
-TEST_P(QELConflictIndexTest, ReturnsSameRecordsAsItemByItemComparison) {
+TEST_P(QELConflictsIndexTest, ReturnsSameRecordsAsItemByItemComparison) {
     const Shape& shape = GetParam();
     LoadItems(MakeRun(17, shape.items, shape.threads, shape.maxDuration));
     QELAnalysisData& analysisData = *QELAnalysisData::GetInstance();
@@ -195,7 +195,7 @@ TEST_P(QELConflictIndexTest, ReturnsSameRecordsAsItemByItemComparison) {
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Shapes, QELConflictIndexTest,
+INSTANTIATE_TEST_SUITE_P(Shapes, QELConflictsIndexTest,
                          testing::Values(Shape{0, 1, 10}, Shape{1, 1, 10}, Shape{2, 2, 2000},
                                          Shape{63, 2, 30}, Shape{64, 64, 30}, Shape{65, 3, 2000},
                                          Shape{150, 8, 100}));

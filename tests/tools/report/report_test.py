@@ -137,13 +137,13 @@ class JsonTest(ReportTest):
                     lines += self.compare_item(shown_item, item)
         return lines
 
-    def test_analysis_equals_shown_text_for_samples(self):
+    def test_writes_shown_analysis_of_samples(self):
         self.assertGreater(self.compare_folders([Path("samples") / name for name in SAMPLES]), 50)
 
-    def test_analysis_equals_shown_text_for_golden_cases(self):
+    def test_writes_shown_analysis_of_golden_cases(self):
         self.assertGreater(self.compare_folders([Path("tests/golden") / name for name in CASES]), 3)
 
-    def test_analysis_equals_shown_text_for_random_runs(self):
+    def test_writes_shown_analysis_of_random_runs(self):
         self.assertGreater(self.compare_folders(write_random_runs(self.folder)), 1000)
 
     def test_keeps_every_value(self):
@@ -157,7 +157,7 @@ class JsonTest(ReportTest):
         self.assertEqual(item["spec"], "<x>")
         self.assertEqual(item["analysis"]["own"]["name"], name)
 
-    def test_schema_rejects_other_objects(self):
+    def test_rejects_other_objects_by_schema(self):
         run, = report_json("samples/typical")
         def changes():
             yield lambda run, item: run.pop("items")
@@ -188,23 +188,23 @@ class GoldenFilesTest(ReportTest):
             golden.write_bytes(text)
         self.assertEqual(text.decode(), golden.read_bytes().decode())
 
-    def test_text_equals_golden_file(self):
+    def test_matches_golden_text(self):
         self.check_format("report.txt")
 
-    def test_json_equals_golden_file(self):
+    def test_matches_golden_json(self):
         self.check_format("report.jsonl", "--format=json")
 
-    def test_html_equals_golden_file(self):
+    def test_matches_golden_html(self):
         self.check_format("report.html", "--format=html")
 
-    def test_csv_equals_golden_file(self):
+    def test_matches_golden_csv(self):
         self.check_format("report.csv", "--format=csv")
 
-    def test_trace_equals_golden_file(self):
+    def test_matches_golden_trace(self):
         self.check_format("report.trace.json", "--format=trace")
 
 
-    def test_readme_shows_item(self):
+    def test_writes_item_of_readme(self):
         readme = (ROOT / "README.md").read_text(encoding="utf-8")
         item = readme.split("```text\n")[1].split("```")[0]
         self.assertIn("\n" + item + "\n", report("samples/typical").stdout.decode())
@@ -284,7 +284,7 @@ class StatusTest(ReportTest):
             self.assertEqual((result.returncode, result.stderr),
                              (2, b"quorvel-report: standard output: No space left on device\n"))
 
-    def test_manual_page_names_options_of_help(self):
+    def test_names_options_of_help_in_manual_page(self):
         text = report("--help").stdout.decode()
         manual = (ROOT / "docs/quorvel-report.1").read_text("utf-8")
         options = set(re.findall("--([a-z-]+)", text)) - {"usage"}
