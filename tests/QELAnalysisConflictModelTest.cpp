@@ -140,13 +140,13 @@ bool IsListed(const ModelWindow& own, const ModelWindow& other) {
 
 // Returns the block list. Each code pair has four hexadecimal digits.
 const std::set<std::string>& GetBlockedPairs() {
-    static const std::set<std::string> pairs = {
+    static const std::set<std::string> kPairs = {
         "2a11", "3202", "5010", "5011", "5012", "5013", "5014", "5015", "5016", "5017", "5018",
         "5019", "501a", "5210", "5211", "5212", "5213", "5215", "5216", "5217", "6011", "7102",
         "7210", "7211", "7310", "7401", "7403", "8726", "8802", "9d10", "a702", "a710", "bb10",
         "bb11", "bb17", "bb18", "bb20", "be04", "be12", "be13", "be14", "be15", "cc04", "cc10",
         "cc12", "cc13", "cc14", "cc15", "cc16", "cc17", "cc21", "cc22", "dd10", "e010"};
-    return pairs;
+    return kPairs;
 }
 
 // Returns the two codes as four hexadecimal digits; no value if a code is missing.

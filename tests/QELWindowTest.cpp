@@ -495,7 +495,7 @@ class QELWindowRegistrationTest : public QELWindowTest,
                                   public testing::WithParamInterface<FailedRegistration> {};
 
 TEST_P(QELWindowRegistrationTest, LogsFailureAndSkipsRemainingHandlers) {
-    const int kPopupRegistrations = 2;
+    constexpr int kPopupRegistrations = 2;
     ToolkitCalls::FailRegistration(kPopupRegistrations + GetParam().nth);
     Create();
     EXPECT_EQ(ToolkitCalls::Count("register"), kPopupRegistrations + GetParam().nth);
