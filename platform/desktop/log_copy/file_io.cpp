@@ -4,7 +4,9 @@
 #include <sys/file.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <climits>
 #include <cstdio>
 #include <filesystem>
 #include <system_error>
@@ -49,6 +51,10 @@ std::string LinkTo(int descriptor) {
     return "/proc/self/fd/" + std::to_string(descriptor);
 }
 
+int Open(int folder, const std::string& name, int flags, mode_t mode) {
+    return static_cast<int>(TEMP_FAILURE_RETRY(openat(folder, name.c_str(), flags, mode)));
+}
+
 // Opens the folder again, since reading it moves the position of the descriptor.
 int ListFolder(int folder, std::vector<std::string>& names) {
     names.clear();
@@ -57,26 +63,6 @@ int ListFolder(int folder, std::vector<std::string>& names) {
     for (; entry != std::filesystem::directory_iterator(); entry.increment(error)) {
         names.push_back(entry->path().filename());
     }
-    errno = error.value();
-    return error ? -1 : 0;
-}
-
-int ReadMountId(int descriptor, std::uint64_t& id) {
-    struct statx status {};
-    if (statx(descriptor, "", AT_EMPTY_PATH, STATX_MNT_ID, &status) != 0) {
-        return -1;
-    }
-    if ((status.stx_mask & STATX_MNT_ID) == 0) {
-        errno = EOPNOTSUPP;
-        return -1;
-    }
-    id = status.stx_mnt_id;
-    return 0;
-}
-
-int ReadPath(int descriptor, std::string& path) {
-    std::error_code error;
-    path = std::filesystem::read_symlink(LinkTo(descriptor), error);
     errno = error.value();
     return error ? -1 : 0;
 }
@@ -112,109 +98,86 @@ void FailSource(const std::string& name, int error) {
     throw SourceError("a file to copy cannot be read", Reason(name, error));
 }
 
-File::File(FileIo& io, int folder, const std::string& name, int flags, mode_t mode) : m_Io(io) {
-    const FileCall call = (flags & O_CREAT) == 0 ? FileCall::kOpen : FileCall::kCreate;
-    FileOperation operation{call, folder, name};
-    m_Descriptor = static_cast<int>(
-        m_Repeat(operation, [&] { return openat(folder, name.c_str(), flags, mode); }));
-}
-
-File::File(FileIo& io, const std::string& path, int flags) : File(io, AT_FDCWD, path, flags, 0) {}
+File::File(const std::string& path, int flags) : m_Descriptor(Open(AT_FDCWD, path, flags, 0)) {}
 
 File::File(const File& folder, const std::string& name, int flags, mode_t mode)
-    : File(folder.m_Io, folder.m_Descriptor, name, flags, mode) {}
+    : m_Descriptor(Open(folder.m_Descriptor, name, flags, mode)) {}
 
-File::File(File&& other) noexcept
-    : m_Io(other.m_Io), m_Descriptor(std::exchange(other.m_Descriptor, -1)) {}
+File::File(File&& other) noexcept : m_Descriptor(std::exchange(other.m_Descriptor, -1)) {}
 
 File::~File() {
     Close();
 }
 
-ssize_t File::m_Repeat(FileOperation& operation, const FileIo::SystemCall& systemCall) const {
-    ssize_t result = m_Io.Perform(operation, systemCall);
-    while (result < 0 && errno == EINTR) {
-        result = m_Io.Perform(operation, systemCall);
-    }
-    return result;
-}
-
-bool File::m_Perform(FileCall call, const FileIo::SystemCall& systemCall, const std::string& name,
-                     const std::string& newName) const {
-    FileOperation operation{call, m_Descriptor, name, newName};
-    return m_Repeat(operation, systemCall) == 0;
-}
-
 // Linux releases the descriptor even when close reports EINTR, so close is not repeated.
 bool File::Close() {
-    if (!IsOpen()) {
-        return true;
-    }
-    FileOperation operation{FileCall::kClose, std::exchange(m_Descriptor, -1)};
-    return m_Io.Perform(operation, [&] { return close(operation.descriptor); }) == 0;
+    return !IsOpen() || close(std::exchange(m_Descriptor, -1)) == 0;
 }
 
 bool File::Status(struct stat& status, const std::string& name) const {
-    const auto getStatus = [&] {
-        return fstatat(m_Descriptor, name.c_str(), &status, AT_EMPTY_PATH | AT_SYMLINK_NOFOLLOW);
-    };
-    return m_Perform(FileCall::kStatus, getStatus, name);
+    constexpr int kFlags = AT_EMPTY_PATH | AT_SYMLINK_NOFOLLOW;
+    return TEMP_FAILURE_RETRY(fstatat(m_Descriptor, name.c_str(), &status, kFlags)) == 0;
 }
 
 bool File::Path(std::string& path) const {
-    return m_Perform(FileCall::kPath, [&] { return ReadPath(m_Descriptor, path); });
+    path.resize(PATH_MAX);
+    const ssize_t size =
+        TEMP_FAILURE_RETRY(readlink(LinkTo(m_Descriptor).c_str(), path.data(), path.size()));
+    path.resize(static_cast<std::size_t>(std::max<ssize_t>(size, 0)));
+    return size >= 0;
 }
 
 bool File::MountId(std::uint64_t& id) const {
-    return m_Perform(FileCall::kMountId, [&] { return ReadMountId(m_Descriptor, id); });
+    struct statx status {};
+    if (TEMP_FAILURE_RETRY(statx(m_Descriptor, "", AT_EMPTY_PATH, STATX_MNT_ID, &status)) != 0) {
+        return false;
+    }
+    if ((status.stx_mask & STATX_MNT_ID) == 0) {
+        errno = EOPNOTSUPP;
+        return false;
+    }
+    id = status.stx_mnt_id;
+    return true;
 }
 
 ssize_t File::Read(void* buffer, std::size_t size, off_t offset) const {
-    FileOperation operation{FileCall::kRead, m_Descriptor, {}, {}, size};
-    return m_Repeat(operation, [&] { return pread(m_Descriptor, buffer, operation.size, offset); });
+    return TEMP_FAILURE_RETRY(pread(m_Descriptor, buffer, size, offset));
 }
 
 ssize_t File::Write(const void* buffer, std::size_t size) const {
-    FileOperation operation{FileCall::kWrite, m_Descriptor, {}, {}, size};
-    return m_Repeat(operation, [&] { return write(m_Descriptor, buffer, operation.size); });
+    return TEMP_FAILURE_RETRY(write(m_Descriptor, buffer, size));
 }
 
 bool File::Sync() const {
-    return m_Perform(FileCall::kSync, [this] { return fsync(m_Descriptor); });
+    return TEMP_FAILURE_RETRY(fsync(m_Descriptor)) == 0;
 }
 
 bool File::SyncFileSystem() const {
-    return m_Perform(FileCall::kSyncFileSystem, [this] { return syncfs(m_Descriptor); });
+    return TEMP_FAILURE_RETRY(syncfs(m_Descriptor)) == 0;
 }
 
 bool File::TryLock() const {
-    return m_Perform(FileCall::kTryLock, [this] { return flock(m_Descriptor, LOCK_EX | LOCK_NB); });
+    return TEMP_FAILURE_RETRY(flock(m_Descriptor, LOCK_EX | LOCK_NB)) == 0;
 }
 
 bool File::List(std::vector<std::string>& names) const {
-    return m_Perform(FileCall::kList, [&] { return ListFolder(m_Descriptor, names); });
+    return TEMP_FAILURE_RETRY(ListFolder(m_Descriptor, names)) == 0;
 }
 
 bool File::MakeFolder(const std::string& name, mode_t mode) const {
-    const auto make = [&] { return mkdirat(m_Descriptor, name.c_str(), mode); };
-    return m_Perform(FileCall::kMakeFolder, make, name);
+    return TEMP_FAILURE_RETRY(mkdirat(m_Descriptor, name.c_str(), mode)) == 0;
 }
 
 bool File::Rename(const std::string& from, const std::string& to) const {
-    const auto rename = [&] {
-        return RenameWithoutReplacing(m_Descriptor, from.c_str(), to.c_str());
-    };
-    return m_Perform(FileCall::kRename, rename, from, to);
+    return TEMP_FAILURE_RETRY(RenameWithoutReplacing(m_Descriptor, from.c_str(), to.c_str())) == 0;
 }
 
 bool File::RemoveFile(const std::string& name) const {
-    const auto remove = [&] { return unlinkat(m_Descriptor, name.c_str(), 0); };
-    return m_Perform(FileCall::kRemoveFile, remove, name);
+    return TEMP_FAILURE_RETRY(unlinkat(m_Descriptor, name.c_str(), 0)) == 0;
 }
 
 bool File::RemoveFolder(const std::string& name) const {
-    const auto remove = [&] { return unlinkat(m_Descriptor, name.c_str(), AT_REMOVEDIR); };
-    return m_Perform(FileCall::kRemoveFolder, remove, name);
+    return TEMP_FAILURE_RETRY(unlinkat(m_Descriptor, name.c_str(), AT_REMOVEDIR)) == 0;
 }
 
 }  // namespace quorvel::desktop

@@ -6,7 +6,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <functional>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -34,56 +33,13 @@ public:
 [[noreturn]] void FailStorage(const std::string& name, int error);
 [[noreturn]] void FailSource(const std::string& name, int error);
 
-enum class FileCall {
-    kOpen,
-    kCreate,  // opens a new file
-    kClose,
-    kStatus,
-    kPath,
-    kMountId,
-    kRead,
-    kWrite,
-    kSync,
-    kSyncFileSystem,
-    kTryLock,
-    kList,
-    kMakeFolder,
-    kRename,
-    kRemoveFile,
-    kRemoveFolder,
-};
-
-// A system call and its arguments, as far as tests need them.
-struct FileOperation {
-    FileCall call;
-    int descriptor;         // of an open file or folder, or AT_FDCWD
-    std::string name = {};  // in the folder
-    std::string newName = {};
-    std::size_t size = 0;  // number of bytes to read or write
-};
-
-// Performs the system calls of a log copy. Tests derive a class that records calls and makes them
-// fail. Any thread.
-class FileIo {
-public:
-    using SystemCall = std::function<ssize_t()>;
-
-    virtual ~FileIo() = default;
-
-    // Calls systemCall once. Returns its result, or -1 and sets errno. operation describes the
-    // call; a test may reduce its size before the call.
-    virtual ssize_t Perform(FileOperation& /*operation*/, const SystemCall& systemCall) {
-        return systemCall();
-    }
-};
-
 // An open file or folder, closed by the destructor. Repeats a system call that a signal interrupts,
-// except close. Functions that return bool return false and set errno on failure. The FileIo must
-// outlive it. One thread at a time.
+// except close. Functions that return bool return false and set errno on failure. One thread at a
+// time.
 class File {
 public:
     // Opens the file or folder at path. flags: as for open(2).
-    File(FileIo& io, const std::string& path, int flags);
+    File(const std::string& path, int flags);
     // Opens name in folder. mode: permissions of a new file.
     File(const File& folder, const std::string& name, int flags, mode_t mode = 0);
     ~File();
@@ -124,13 +80,7 @@ public:
     bool RemoveFolder(const std::string& name) const;
 
 private:
-    File(FileIo& io, int folder, const std::string& name, int flags, mode_t mode);
-    ssize_t m_Repeat(FileOperation& operation, const FileIo::SystemCall& systemCall) const;
-    bool m_Perform(FileCall call, const FileIo::SystemCall& systemCall,
-                   const std::string& name = {}, const std::string& newName = {}) const;
-
-    FileIo& m_Io;
-    int m_Descriptor = -1;
+    int m_Descriptor;
 };
 
 }  // namespace quorvel::desktop

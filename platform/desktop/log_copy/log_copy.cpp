@@ -16,6 +16,7 @@
 #include <type_traits>
 #include <vector>
 
+#include "log_copy/file_io.h"
 #include "log_copy/run_values.h"
 #include "log_copy/unfinished_folder.h"
 #include "paths.h"
@@ -88,8 +89,8 @@ void CheckMount(const File& folder, const UsbStorage& storage) {
     }
 }
 
-File OpenStorage(FileIo& io, const UsbStorage& storage) {
-    File folder(io, storage.folder, O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+File OpenStorage(const UsbStorage& storage) {
+    File folder(storage.folder, O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     if (!folder.IsOpen() && (errno == ENOENT || errno == ENOTDIR)) {
         FailNoStorage(storage.folder, errno);
     }
@@ -129,7 +130,7 @@ std::string OneLine(std::string text) {
 // Copies the photos that exist. Logs the reason for each photo that cannot be copied.
 void CopyPhotos(const LogCopyParts& parts, const LogCopyJob& job,
                 const std::vector<std::string>& names, const std::vector<LogSource>& sources,
-                UnfinishedFolder& folder) {
+                const File& folder) {
     std::vector<std::string> taken;
     taken.reserve(sources.size());
     for (const LogSource& source : sources) {
@@ -138,10 +139,10 @@ void CopyPhotos(const LogCopyParts& parts, const LogCopyJob& job,
     const std::vector<std::string> fileNames = ChoosePhotoFiles(names, taken);
     for (std::size_t i = 0; i < names.size(); ++i) {
         try {
-            const std::optional<LogSource> photo =
-                OpenPhoto(parts.io, job.dataFolder, names[i], fileNames[i], job.outsideLinks);
+            std::optional<LogSource> photo =
+                OpenPhoto(job.dataFolder, names[i], fileNames[i], job.outsideLinks);
             if (photo) {
-                folder.Add(*photo);
+                CopyFile(*photo, folder);
             }
         } catch (const SourceError& error) {
             parts.log(true, OneLine(std::string("log copy: a photo is left out: ") + error.what()));
@@ -152,20 +153,18 @@ void CopyPhotos(const LogCopyParts& parts, const LogCopyJob& job,
 // Returns the path of the new folder. Throws LogCopyError.
 std::string Copy(const LogCopyParts& parts, const LogCopyJob& job, const UsbStorage& storage) {
     std::vector<LogSource> sources =
-        OpenLogSources(parts.io, job.stateFolder, job.dataFolder, job.outsideLinks);
+        OpenLogSources(job.stateFolder, job.dataFolder, job.outsideLinks);
     const RunValues run = ReadRunValues(sources);
-    const File root = OpenStorage(parts.io, storage);
+    const File root = OpenStorage(storage);
     Lock(root, storage.folder);
-    UnfinishedFolder::RemoveLeftOvers(root);
-    UnfinishedFolder folder(root, LogCopyName(job.host, job.time, run.serialNumber));
-    folder.Make();
-    for (LogSource& source : sources) {
-        OpenOldLog(parts.io, source);
-        folder.Add(source);
-        source.file.reset();
-    }
-    CopyPhotos(parts, job, run.photos, sources, folder);
-    return storage.folder + "/" + folder.Finish();
+    const auto fill = [&](const File& folder) {
+        for (LogSource& source : sources) {
+            CopyFile(source, folder);
+        }
+        CopyPhotos(parts, job, run.photos, sources, folder);
+    };
+    const std::string name = LogCopyName(job.host, job.time, run.serialNumber);
+    return storage.folder + "/" + CreateFolder(root, name, fill);
 }
 
 void WriteToLog(bool isError, const std::string& line) {
@@ -223,9 +222,8 @@ bool AwaitLogCopyThreads(std::chrono::milliseconds timeout) {
 
 int automation_copy_log_to_usb(void) {
     using namespace quorvel::desktop;  // NOLINT(google-build-using-namespace): C function
-    FileIo io;
     // Root can read every file. A link could therefore lead to a private file of another user.
     const OutsideLinks links = geteuid() == 0 ? OutsideLinks::kReject : OutsideLinks::kFollow;
     const LogCopyJob job{DataFolder(), StateFolder(), HostName(), std::time(nullptr), links};
-    return RunLogCopy({io, FindUsbStorage, WriteToLog}, job);
+    return RunLogCopy({FindUsbStorage, WriteToLog}, job);
 }

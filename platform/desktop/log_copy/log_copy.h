@@ -6,7 +6,6 @@
 #include <functional>
 #include <string>
 
-#include "log_copy/file_io.h"
 #include "log_copy/log_sources.h"
 #include "log_copy/usb_storage.h"
 
@@ -21,9 +20,8 @@ struct LogCopyJob {
     OutsideLinks outsideLinks = OutsideLinks::kFollow;
 };
 
-// What a log copy uses. Tests replace each part.
+// What a log copy uses. Tests replace both parts.
 struct LogCopyParts {
-    FileIo& io;
     // Throws LogCopyError when there is no storage to write to.
     std::function<UsbStorage()> findStorage;
     // Logs one line, as an error or for information.

@@ -38,8 +38,8 @@ bool IsMissing(int error) {
 }
 
 // Returns the ages of the logs in the folder, youngest first.
-std::vector<unsigned> ListLogAges(FileIo& io, const std::string& folder) {
-    const File opened(io, folder, O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+std::vector<unsigned> ListLogAges(const std::string& folder) {
+    const File opened(folder, O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     if (!opened.IsOpen() && IsMissing(errno)) {
         return {};
     }
@@ -83,10 +83,10 @@ bool IsNoPhoto(int error) {
 
 // Opens the file at path, a copy of which gets the name. Returns no value for a pipe or a folder,
 // and when opening fails with an error that isAbsent accepts.
-std::optional<LogSource> OpenSource(FileIo& io, const std::string& name, const std::string& path,
+std::optional<LogSource> OpenSource(const std::string& name, const std::string& path,
                                     bool (*isAbsent)(int error)) {
     // O_NONBLOCK keeps a pipe from blocking the copy.
-    File file(io, path, O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
+    File file(path, O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
     if (!file.IsOpen() && isAbsent(errno)) {
         return std::nullopt;
     }
@@ -114,8 +114,8 @@ std::string RealPath(const File& opened, const LogSource& source) {
 }
 
 // Returns whether the open file is in the folder. Only a link leads to a file outside it.
-bool IsInside(FileIo& io, const LogSource& source, const std::string& folder) {
-    const File opened(io, folder, O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+bool IsInside(const LogSource& source, const std::string& folder) {
+    const File opened(folder, O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     const std::string realFolder = RealPath(opened, source) + "/";
     return BeginsWith(RealPath(*source.file, source), realFolder);
 }
@@ -149,84 +149,69 @@ void CheckIsPicture(const LogSource& source) {
     }
 }
 
-// Finds the files to copy in one folder after the other.
-class SourceList {
-public:
-    SourceList(FileIo& io, OutsideLinks outsideLinks) : m_Io(io), m_OutsideLinks(outsideLinks) {}
-
-    // Adds the file if it exists.
-    void AddIfFile(const std::string& folder, const std::string& name) {
-        std::optional<LogSource> source = OpenSource(m_Io, name, folder + "/" + name, IsNoFile);
-        if (!source || Contains(m_Sources, source->status)) {
-            return;
-        }
-        if (m_OutsideLinks == OutsideLinks::kReject && !IsInside(m_Io, *source, folder)) {
-            RejectLink(*source);
-        }
-        m_Sources.push_back(std::move(*source));
+// Adds the file in the folder if it exists.
+void AddIfFile(const std::string& folder, const std::string& name, OutsideLinks outsideLinks,
+               std::vector<LogSource>& sources) {
+    std::optional<LogSource> source = OpenSource(name, folder + "/" + name, IsNoFile);
+    if (!source || Contains(sources, source->status)) {
+        return;
     }
-
-    void AddLogs(const std::string& folder);
-
-    std::vector<LogSource> Take() { return std::move(m_Sources); }
-
-private:
-    FileIo& m_Io;
-    OutsideLinks m_OutsideLinks;
-    std::vector<LogSource> m_Sources;
-};
+    if (outsideLinks == OutsideLinks::kReject && !IsInside(*source, folder)) {
+        RejectLink(*source);
+    }
+    sources.push_back(std::move(*source));
+}
 
 // Opens the youngest log first. A rotation in between renames a log to the next older name, which
 // is opened later, so no log is missed. The name after the oldest one is tried for the same reason.
 // A log that is found twice is recognised by its inode.
-void SourceList::AddLogs(const std::string& folder) {
-    std::vector<unsigned> ages = ListLogAges(m_Io, folder);
+void AddLogs(const std::string& folder, OutsideLinks outsideLinks,
+             std::vector<LogSource>& sources) {
+    std::vector<unsigned> ages = ListLogAges(folder);
     if (!ages.empty()) {
         ages.push_back(ages.back() + 1);
     }
     for (const unsigned age : ages) {
-        AddIfFile(folder, RotatedLogName(age));
-        if (m_Sources.size() > kMaxOpenLogs) {
-            m_Sources.back().file.reset();
+        AddIfFile(folder, RotatedLogName(age), outsideLinks, sources);
+        if (sources.size() > kMaxOpenLogs) {
+            sources.back().file.reset();
         }
     }
-    AddIfFile(folder, kLogStartName);
+    AddIfFile(folder, kLogStartName, outsideLinks, sources);
 }
 
 }  // namespace
 
-std::vector<LogSource> OpenLogSources(FileIo& io, const std::string& stateFolder,
-                                      const std::string& dataFolder, OutsideLinks outsideLinks) {
-    SourceList list(io, outsideLinks);
+std::vector<LogSource> OpenLogSources(const std::string& stateFolder, const std::string& dataFolder,
+                                      OutsideLinks outsideLinks) {
+    std::vector<LogSource> sources;
     if (!stateFolder.empty()) {
-        list.AddLogs(stateFolder);
+        AddLogs(stateFolder, outsideLinks, sources);
     }
     for (const char* name : {kMainResultFile, kRnscResultFile}) {
-        list.AddIfFile(dataFolder, name);
+        AddIfFile(dataFolder, name, outsideLinks, sources);
     }
-    std::vector<LogSource> sources = list.Take();
     if (sources.empty()) {
         throw LogCopyError("there is nothing to copy", stateFolder + ", " + dataFolder);
     }
     return sources;
 }
 
-std::optional<LogSource> OpenPhoto(FileIo& io, const std::string& dataFolder,
-                                   const std::string& name, const std::string& fileName,
-                                   OutsideLinks outsideLinks) {
+std::optional<LogSource> OpenPhoto(const std::string& dataFolder, const std::string& name,
+                                   const std::string& fileName, OutsideLinks outsideLinks) {
     const std::string found = FindPhoto(dataFolder, name);
     const std::string path = found.empty() ? name : found;
     if (!BeginsWith(path, "/")) {
         return std::nullopt;
     }
-    std::optional<LogSource> photo = OpenSource(io, fileName, path, IsNoPhoto);
+    std::optional<LogSource> photo = OpenSource(fileName, path, IsNoPhoto);
     if (!photo) {
         return std::nullopt;
     }
     if (photo->status.st_size > kMaxPhotoBytes) {
         FailSource(path, EFBIG);
     }
-    if (!IsInside(io, *photo, dataFolder)) {
+    if (!IsInside(*photo, dataFolder)) {
         if (outsideLinks == OutsideLinks::kReject && !HasNoLink(*photo)) {
             RejectLink(*photo);
         }
@@ -238,16 +223,16 @@ std::optional<LogSource> OpenPhoto(FileIo& io, const std::string& dataFolder,
     return photo;
 }
 
-void OpenOldLog(FileIo& io, LogSource& source) {
+File TakeFile(LogSource& source) {
     if (source.file) {
-        return;
+        return std::move(*source.file);
     }
     std::optional<LogSource> opened =
-        OpenSource(io, source.name, source.path, [](int) { return false; });
+        OpenSource(source.name, source.path, [](int) { return false; });
     if (!opened || !IsSameFile(source.status, opened->status)) {
         FailSource(source.path, ESTALE);
     }
-    source.file.emplace(std::move(*opened->file));
+    return std::move(*opened->file);
 }
 
 }  // namespace quorvel::desktop

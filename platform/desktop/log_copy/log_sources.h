@@ -27,22 +27,21 @@ enum class OutsideLinks { kFollow, kReject };
 // can change are opened before the first copy, so that a rotation during the copy changes nothing.
 // Old logs are not kept open, since a folder may contain more of them than this process may open.
 // Throws LogCopyError when an existing file cannot be read, when a link is rejected and when no
-// file exists. io must outlive the result. Any thread.
-std::vector<LogSource> OpenLogSources(FileIo& io, const std::string& stateFolder,
-                                      const std::string& dataFolder, OutsideLinks outsideLinks);
+// file exists. Any thread.
+std::vector<LogSource> OpenLogSources(const std::string& stateFolder, const std::string& dataFolder,
+                                      OutsideLinks outsideLinks);
 
 // Opens the photo that the application shows for the name: the photo in dataFolder, see FindPhoto,
 // or the file at the path that the name is. fileName: the name of the copy. Returns no value
 // without such a regular file. Throws SourceError when the file cannot be read or is too large,
 // when a link is rejected, when fileName is empty, and when a file outside dataFolder is not a
-// picture. A result file could otherwise name a private file. io must outlive the result. Any
-// thread.
-std::optional<LogSource> OpenPhoto(FileIo& io, const std::string& dataFolder,
-                                   const std::string& name, const std::string& fileName,
-                                   OutsideLinks outsideLinks);
+// picture. A result file could otherwise name a private file. Any thread.
+std::optional<LogSource> OpenPhoto(const std::string& dataFolder, const std::string& name,
+                                   const std::string& fileName, OutsideLinks outsideLinks);
 
-// Opens the file unless it is open. Throws LogCopyError when the path has another file now.
-void OpenOldLog(FileIo& io, LogSource& source);
+// Returns the open file of the source, which no longer has it. Opens an old log. Throws SourceError
+// when the file cannot be opened, or when the path has another file now.
+File TakeFile(LogSource& source);
 
 }  // namespace quorvel::desktop
 

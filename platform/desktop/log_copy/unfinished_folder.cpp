@@ -6,7 +6,6 @@
 #include <cerrno>
 #include <cstddef>
 #include <system_error>
-#include <utility>
 #include <vector>
 
 #include "paths.h"
@@ -64,21 +63,20 @@ void WriteAll(const File& file, const char* data, std::size_t size, const std::s
     }
 }
 
-// Copies as many bytes as the source had when it was opened, or fewer if it was truncated since.
-void CopyContent(const LogSource& source, const File& target) {
+// Copies as many bytes as the source had when it was found, or fewer if it was truncated since.
+void CopyContent(const File& from, const LogSource& source, const File& to) {
     std::vector<char> buffer(kChunk);
     off_t offset = 0;
     while (offset < source.status.st_size) {
         const auto left = static_cast<std::size_t>(source.status.st_size - offset);
-        const ssize_t size =
-            source.file->Read(buffer.data(), std::min(left, buffer.size()), offset);
+        const ssize_t size = from.Read(buffer.data(), std::min(left, buffer.size()), offset);
         if (size < 0) {
             FailSource(source.name, errno);
         }
         if (size == 0) {
             return;
         }
-        WriteAll(target, buffer.data(), static_cast<std::size_t>(size), source.name);
+        WriteAll(to, buffer.data(), static_cast<std::size_t>(size), source.name);
         offset += size;
     }
 }
@@ -90,6 +88,10 @@ void CopyContent(const LogSource& source, const File& target) {
                           name + ": " + std::generic_category().message(error));
     }
     FailStorage(name, error);
+}
+
+bool IsUnfinished(const std::string& name) {
+    return name.rfind(kUnfinishedPrefix, 0) == 0;
 }
 
 // Removes the folder of a log copy, which contains no folder. Leaves any other folder as it is,
@@ -111,87 +113,91 @@ void RemoveWithFiles(const File& parent, const std::string& name) {
     parent.RemoveFolder(name);
 }
 
-}  // namespace
+void RemoveLeftOvers(const File& parent) {
+    std::vector<std::string> names;
+    parent.List(names);
+    for (const std::string& name : names) {
+        if (IsUnfinished(name)) {
+            RemoveWithFiles(parent, name);
+        }
+    }
+}
 
-UnfinishedFolder::UnfinishedFolder(const File& parent, const std::string& finalName)
-    : m_Parent(parent), m_FinalName(finalName) {}
+// Renames a folder with a final name back first, so that an interrupted removal never leaves a
+// partial copy under the final name. If the storage has no room for the temporary name, removing
+// still works. After any other error removing may fail too, so the complete folder stays.
+void Remove(const File& parent, const std::string& name) {
+    std::string unfinished = name;
+    if (!IsUnfinished(name)) {
+        unfinished = RenameToFree(parent, name, kUnfinishedPrefix + name);
+    }
+    if (unfinished.empty() && (errno == ENOSPC || errno == EDQUOT)) {
+        unfinished = name;
+    }
+    if (!unfinished.empty()) {
+        RemoveWithFiles(parent, unfinished);
+        parent.Sync();
+    }
+}
 
-UnfinishedFolder::~UnfinishedFolder() {
-    m_Folder.reset();
+void RemoveAsFarAsPossible(const File& parent, const std::string& name) {
     try {
-        if (!m_UnsyncedName.empty()) {
-            m_RestoreTemporaryName();
-        }
-        if (!m_UnfinishedName.empty()) {
-            RemoveWithFiles(m_Parent, m_UnfinishedName);
-            m_Parent.Sync();
-        }
+        Remove(parent, name);
     } catch (...) {
         // Out of memory. The next copy removes the folder, since it has a temporary name.
         return;
     }
 }
 
-// Renames the folder back first, so that an interrupted removal never leaves a partial copy under
-// the final name. If the storage has no room for the temporary name, removing still works. After
-// any other error removing may fail too, so the complete folder stays.
-void UnfinishedFolder::m_RestoreTemporaryName() {
-    m_UnfinishedName = RenameToFree(m_Parent, m_UnsyncedName, kUnfinishedPrefix + m_FinalName);
-    if (m_UnfinishedName.empty() && (errno == ENOSPC || errno == EDQUOT)) {
-        m_UnfinishedName = m_UnsyncedName;
+}  // namespace
+
+std::string CreateFolder(const File& parent, const std::string& name,
+                         const std::function<void(const File& folder)>& fill) {
+    RemoveLeftOvers(parent);
+    std::string current = WithFreeName(kUnfinishedPrefix + name, [&](const std::string& tried) {
+        return parent.MakeFolder(tried, kFolderMode);
+    });
+    if (current.empty()) {
+        FailStorage(name, errno);
     }
+    try {
+        const File folder(parent, current, kOpenFolder);
+        if (!folder.IsOpen()) {
+            FailStorage(name, errno);
+        }
+        fill(folder);
+        SyncAll(folder, name);
+        const std::string renamed = RenameToFree(parent, current, name);
+        if (renamed.empty()) {
+            FailStorage(name, errno);
+        }
+        current = renamed;
+        SyncAll(parent, name);
+    } catch (...) {
+        RemoveAsFarAsPossible(parent, current);
+        throw;
+    }
+    return current;
 }
 
-void UnfinishedFolder::Make() {
-    m_UnfinishedName = WithFreeName(
-        kUnfinishedPrefix + m_FinalName,
-        [this](const std::string& tried) { return m_Parent.MakeFolder(tried, kFolderMode); });
-    if (!m_UnfinishedName.empty()) {
-        m_Folder.emplace(m_Parent, m_UnfinishedName, kOpenFolder);
-    }
-    if (!m_Folder || !m_Folder->IsOpen()) {
-        FailStorage(m_FinalName, errno);
-    }
-}
-
-void UnfinishedFolder::Add(const LogSource& source) {
+void CopyFile(LogSource& source, const File& folder) {
+    const File from = TakeFile(source);
     // Other users must not read a copy of a private file.
     const mode_t mode = kFileMode & (source.status.st_mode | S_IRUSR | S_IWUSR);
-    File file(*m_Folder, source.name, kCreateFile, mode);
-    if (!file.IsOpen()) {
+    File to(folder, source.name, kCreateFile, mode);
+    if (!to.IsOpen()) {
         FailToCreate(source.name, errno);
     }
     try {
-        CopyContent(source, file);
+        CopyContent(from, source, to);
     } catch (const SourceError&) {
-        if (!m_Folder->RemoveFile(source.name)) {
+        if (!folder.RemoveFile(source.name)) {
             FailStorage(source.name, errno);
         }
         throw;
     }
-    if (!file.Sync() || !file.Close()) {
+    if (!to.Sync() || !to.Close()) {
         FailStorage(source.name, errno);
-    }
-}
-
-std::string UnfinishedFolder::Finish() {
-    SyncAll(*m_Folder, m_FinalName);
-    m_UnsyncedName = RenameToFree(m_Parent, m_UnfinishedName, m_FinalName);
-    if (m_UnsyncedName.empty()) {
-        FailStorage(m_FinalName, errno);
-    }
-    m_UnfinishedName.clear();
-    SyncAll(m_Parent, m_FinalName);
-    return std::exchange(m_UnsyncedName, std::string());
-}
-
-void UnfinishedFolder::RemoveLeftOvers(const File& parent) {
-    std::vector<std::string> names;
-    parent.List(names);
-    for (const std::string& name : names) {
-        if (name.rfind(kUnfinishedPrefix, 0) == 0) {
-            RemoveWithFiles(parent, name);
-        }
     }
 }
 

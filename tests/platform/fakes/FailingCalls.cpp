@@ -14,6 +14,8 @@
 
 #include <cerrno>
 
+#include "platform/fakes/FaultyFileIo.h"
+
 namespace {
 
 FailingCall g_FailingCall = FailingCall::kNothing;
@@ -41,7 +43,9 @@ extern "C" {
 
 int __real_statx(int folder, const char* path, int flags, unsigned int mask, struct statx* status);
 int __wrap_statx(int folder, const char* path, int flags, unsigned int mask, struct statx* status) {
-    const int result = __real_statx(folder, path, flags, mask, status);
+    const int result = PerformCall({FileCall::kMountId, folder, path}, [&](const FileOperation&) {
+        return __real_statx(folder, path, flags, mask, status);
+    });
     if (Fails(FailingCall::kMountId, 0)) {
         status->stx_mask &= ~static_cast<unsigned int>(STATX_MNT_ID);
     }
@@ -52,15 +56,23 @@ int __real_renameat2(int oldFolder, const char* from, int newFolder, const char*
                      unsigned int flags);
 int __wrap_renameat2(int oldFolder, const char* from, int newFolder, const char* to,
                      unsigned int flags) {
-    return Fails(FailingCall::kRename, EINVAL)
-               ? -1
-               : __real_renameat2(oldFolder, from, newFolder, to, flags);
+    return PerformCall({FileCall::kRename, oldFolder, from, to}, [&](const FileOperation&) {
+        return Fails(FailingCall::kRename, EINVAL)
+                   ? -1
+                   : __real_renameat2(oldFolder, from, newFolder, to, flags);
+    });
 }
 
 // The C++ library reads folders for the port. It calls this function instead of the function of the
-// C library. clang-tidy expects the parameter's name in the declaration.
+// C library. The first call for a folder counts as the list. clang-tidy expects the parameter's
+// name in the declaration.
 dirent* readdir(DIR* __dirp) {
     static const auto real = reinterpret_cast<dirent* (*)(DIR*)>(dlsym(RTLD_NEXT, "readdir"));
+    const auto list = [](const FileOperation&) { return 0; };
+    if (telldir(__dirp) == 0 && PerformCall({FileCall::kList, dirfd(__dirp)}, list) != 0) {
+        return nullptr;
+    }
+    errno = 0;
     return Fails(FailingCall::kFolderRead, EIO) ? nullptr : real(__dirp);
 }
 

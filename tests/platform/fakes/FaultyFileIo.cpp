@@ -1,14 +1,16 @@
 #include "platform/fakes/FaultyFileIo.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
+#include <sys/types.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
 #include <filesystem>
+#include <memory>
 #include <ostream>
-
-using quorvel::desktop::FileCall;
-using quorvel::desktop::FileOperation;
+#include <utility>
 
 namespace {
 
@@ -20,19 +22,31 @@ const char* NameOf(FileCall call) {
     return kNames[static_cast<std::size_t>(call)];
 }
 
-std::string PathOf(int descriptor) {
+std::string TargetOf(const std::string& link) {
     std::error_code error;
-    return std::filesystem::read_symlink("/proc/self/fd/" + std::to_string(descriptor), error);
+    return std::filesystem::read_symlink(link, error);
 }
 
 std::string PathIn(int folder, const std::string& name) {
+    const std::string path = TargetOf("/proc/self/fd/" + std::to_string(folder));
     if (name.empty()) {
-        return PathOf(folder);
+        return path;
     }
-    return folder == AT_FDCWD ? name : PathOf(folder) + "/" + name;
+    return folder == AT_FDCWD ? name : path + "/" + name;
 }
 
+// The FaultyFileIo of this thread; null while no Scope exists and during a call.
+thread_local FaultyFileIo* g_FaultyFileIo = nullptr;
+
 }  // namespace
+
+FaultyFileIo::Scope::Scope(FaultyFileIo& io) {
+    g_FaultyFileIo = &io;
+}
+
+FaultyFileIo::Scope::~Scope() {
+    g_FaultyFileIo = nullptr;
+}
 
 std::ostream& operator<<(std::ostream& out, const PerformedCall& performed) {
     out << NameOf(performed.call) << " " << performed.path;
@@ -63,7 +77,18 @@ bool FaultyFileIo::IsRejected(FileCall call, int error) {
     }
 }
 
-ssize_t FaultyFileIo::Perform(FileOperation& operation, const SystemCall& systemCall) {
+ssize_t FaultyFileIo::Perform(FileOperation operation, const SystemCall& systemCall) {
+    if (g_FaultyFileIo == nullptr) {
+        return systemCall(operation);
+    }
+    // The fake and its hook can call the same functions.
+    FaultyFileIo& io = *std::exchange(g_FaultyFileIo, nullptr);
+    const auto restore = [](FaultyFileIo* fake) { g_FaultyFileIo = fake; };
+    const std::unique_ptr<FaultyFileIo, decltype(restore)> restored(&io, restore);
+    return io.m_Perform(operation, systemCall);
+}
+
+ssize_t FaultyFileIo::m_Perform(FileOperation& operation, const SystemCall& systemCall) {
     m_Record(operation);
     const int error = m_InjectedError();
     // A failed close releases the descriptor, as in the system.
@@ -79,6 +104,9 @@ ssize_t FaultyFileIo::Perform(FileOperation& operation, const SystemCall& system
 
 void FaultyFileIo::m_Record(const FileOperation& operation) {
     PerformedCall performed{operation.call, PathIn(operation.descriptor, operation.name), ""};
+    if (operation.call == FileCall::kPath) {
+        performed.path = TargetOf(performed.path);
+    }
     if (!operation.newName.empty()) {
         performed.newPath = PathIn(operation.descriptor, operation.newName);
     }
@@ -112,7 +140,7 @@ ssize_t FaultyFileIo::m_PerformForReal(FileOperation& operation, const SystemCal
         return 0;
     }
     operation.size = std::min(operation.size, call == FileCall::kRead ? m_MaxRead : m_MaxWrite);
-    const ssize_t result = systemCall();
+    const ssize_t result = systemCall(operation);
     if ((call == FileCall::kOpen || call == FileCall::kCreate) && result >= 0) {
         ++m_OpenDescriptors;
     }
@@ -121,3 +149,83 @@ ssize_t FaultyFileIo::m_PerformForReal(FileOperation& operation, const SystemCal
     }
     return result;
 }
+
+// The linker option --wrap redirects the calls of the port to these functions. FailingCalls.cpp
+// redirects further calls.
+extern "C" {
+
+int __real_openat(int folder, const char* name, int flags, mode_t mode);
+int __wrap_openat(int folder, const char* name, int flags, mode_t mode) {
+    const FileCall call = (flags & O_CREAT) == 0 ? FileCall::kOpen : FileCall::kCreate;
+    return PerformCall({call, folder, name}, [&](const FileOperation&) {
+        return __real_openat(folder, name, flags, mode);
+    });
+}
+
+int __real_close(int file);
+int __wrap_close(int file) {
+    return PerformCall({FileCall::kClose, file},
+                       [&](const FileOperation&) { return __real_close(file); });
+}
+
+int __real_fstatat(int folder, const char* name, struct stat* status, int flags);
+int __wrap_fstatat(int folder, const char* name, struct stat* status, int flags) {
+    return PerformCall({FileCall::kStatus, folder, name}, [&](const FileOperation&) {
+        return __real_fstatat(folder, name, status, flags);
+    });
+}
+
+// The path is a link in /proc/self/fd.
+ssize_t __real_readlink(const char* path, char* target, size_t size);
+ssize_t __wrap_readlink(const char* path, char* target, size_t size) {
+    return PerformCall({FileCall::kPath, AT_FDCWD, path},
+                       [&](const FileOperation&) { return __real_readlink(path, target, size); });
+}
+
+ssize_t __real_pread(int file, void* buffer, size_t size, off_t offset);
+ssize_t __wrap_pread(int file, void* buffer, size_t size, off_t offset) {
+    return PerformCall({FileCall::kRead, file, {}, {}, size}, [&](const FileOperation& operation) {
+        return __real_pread(file, buffer, operation.size, offset);
+    });
+}
+
+ssize_t __real_write(int file, const void* buffer, size_t size);
+ssize_t __wrap_write(int file, const void* buffer, size_t size) {
+    return PerformCall({FileCall::kWrite, file, {}, {}, size}, [&](const FileOperation& operation) {
+        return __real_write(file, buffer, operation.size);
+    });
+}
+
+int __real_fsync(int file);
+int __wrap_fsync(int file) {
+    return PerformCall({FileCall::kSync, file},
+                       [&](const FileOperation&) { return __real_fsync(file); });
+}
+
+int __real_syncfs(int file);
+int __wrap_syncfs(int file) {
+    return PerformCall({FileCall::kSyncFileSystem, file},
+                       [&](const FileOperation&) { return __real_syncfs(file); });
+}
+
+int __real_flock(int file, int mode);
+int __wrap_flock(int file, int mode) {
+    return PerformCall({FileCall::kTryLock, file},
+                       [&](const FileOperation&) { return __real_flock(file, mode); });
+}
+
+int __real_mkdirat(int folder, const char* name, mode_t mode);
+int __wrap_mkdirat(int folder, const char* name, mode_t mode) {
+    return PerformCall({FileCall::kMakeFolder, folder, name},
+                       [&](const FileOperation&) { return __real_mkdirat(folder, name, mode); });
+}
+
+int __real_unlinkat(int folder, const char* name, int flags);
+int __wrap_unlinkat(int folder, const char* name, int flags) {
+    const FileCall call =
+        (flags & AT_REMOVEDIR) == 0 ? FileCall::kRemoveFile : FileCall::kRemoveFolder;
+    return PerformCall({call, folder, name},
+                       [&](const FileOperation&) { return __real_unlinkat(folder, name, flags); });
+}
+
+}  // extern "C"

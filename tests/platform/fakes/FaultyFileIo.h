@@ -1,6 +1,8 @@
 #ifndef QUORVEL_TESTS_PLATFORM_FAULTY_FILE_IO_H_
 #define QUORVEL_TESTS_PLATFORM_FAULTY_FILE_IO_H_
 
+#include <sys/types.h>
+
 #include <cstddef>
 #include <functional>
 #include <iosfwd>
@@ -9,20 +11,62 @@
 #include <utility>
 #include <vector>
 
-#include "log_copy/file_io.h"
+enum class FileCall {
+    kOpen,
+    kCreate,  // opens a new file
+    kClose,
+    kStatus,
+    kPath,
+    kMountId,
+    kRead,
+    kWrite,
+    kSync,
+    kSyncFileSystem,
+    kTryLock,
+    kList,
+    kMakeFolder,
+    kRename,
+    kRemoveFile,
+    kRemoveFolder,
+};
+
+// A system call of a log copy, and its arguments as far as tests need them.
+struct FileOperation {
+    FileCall call;
+    int descriptor;         // of an open file or folder, or AT_FDCWD
+    std::string name = {};  // in the folder
+    std::string newName = {};
+    std::size_t size = 0;  // number of bytes to read or write
+};
 
 struct PerformedCall {
-    quorvel::desktop::FileCall call;
+    FileCall call;
     std::string path;     // of the file or folder; for kRename the old one
     std::string newPath;  // for kRename
 };
 
 std::ostream& operator<<(std::ostream& out, const PerformedCall& performed);
 
-// The system's file operations. Records every call, and makes a selected call fail before the call
-// has an effect. Only records syncs unless SyncForReal was called. One thread only.
-class FaultyFileIo : public quorvel::desktop::FileIo {
+// The file operations of log_copy/file_io.h, while a FaultyFileIo::Scope exists. Records every
+// call, and makes a selected call fail before the call has an effect. Only records syncs unless
+// SyncForReal was called. One thread only.
+class FaultyFileIo {
 public:
+    // Redirects the calls of this thread to io until the object is destroyed.
+    class Scope {
+    public:
+        explicit Scope(FaultyFileIo& io);
+        ~Scope();
+        Scope(const Scope&) = delete;
+        Scope& operator=(const Scope&) = delete;
+    };
+
+    // Performs a system call. Receives the operation, whose size can be reduced.
+    using SystemCall = std::function<ssize_t(const FileOperation& operation)>;
+
+    // Performs the call through the FaultyFileIo of this thread, if a Scope exists.
+    static ssize_t Perform(FileOperation operation, const SystemCall& systemCall);
+
     // Files below the folder storage are on the storage. All other files are on another disk.
     explicit FaultyFileIo(std::string storage) : m_Storage(std::move(storage)) {}
 
@@ -45,12 +89,9 @@ public:
     bool IsOnStorage(const std::string& path) const;
     // Returns whether a disk that fails permanently with error rejects this call. A full disk can
     // still be read and emptied.
-    static bool IsRejected(quorvel::desktop::FileCall call, int error);
+    static bool IsRejected(FileCall call, int error);
     // Returns the number of open descriptors.
     int OpenDescriptors() const { return m_OpenDescriptors; }
-
-    ssize_t Perform(quorvel::desktop::FileOperation& operation,
-                    const SystemCall& systemCall) override;
 
 private:
     struct Fault {
@@ -59,12 +100,12 @@ private:
         bool isPermanent;
     };
 
-    void m_Record(const quorvel::desktop::FileOperation& operation);
+    void m_Record(const FileOperation& operation);
     // Returns the error of the last recorded call; 0 if the call succeeds.
     int m_InjectedError();
     bool m_IsFaulty(std::size_t index) const;
-    ssize_t m_PerformForReal(quorvel::desktop::FileOperation& operation,
-                             const SystemCall& systemCall);
+    ssize_t m_Perform(FileOperation& operation, const SystemCall& systemCall);
+    ssize_t m_PerformForReal(FileOperation& operation, const SystemCall& systemCall);
 
     std::string m_Storage;
     std::optional<Fault> m_Fault;
@@ -77,5 +118,12 @@ private:
     int m_OpenDescriptors = 0;
     std::vector<PerformedCall> m_Performed;
 };
+
+// Performs a system call of the port, through the FaultyFileIo of this thread if a Scope exists.
+template <typename SystemCall>
+auto PerformCall(const FileOperation& operation, const SystemCall& systemCall) {
+    return static_cast<decltype(systemCall(operation))>(
+        FaultyFileIo::Perform(operation, systemCall));
+}
 
 #endif  // QUORVEL_TESTS_PLATFORM_FAULTY_FILE_IO_H_

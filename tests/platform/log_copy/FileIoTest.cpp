@@ -16,21 +16,18 @@
 
 namespace fs = std::filesystem;
 using quorvel::desktop::File;
-using quorvel::desktop::FileCall;
-using quorvel::desktop::FileIo;
 
 namespace {
 
 class FileIoTest : public testing::Test {
 protected:
     ScratchFolder m_Scratch;
-    FileIo m_Io;
 };
 
 TEST_F(FileIoTest, ListsFolderRepeatedly) {
     fs::create_directory(m_Scratch.Path() / "one");
     fs::create_directory(m_Scratch.Path() / "two");
-    const File folder(m_Io, m_Scratch.Path(), O_RDONLY | O_DIRECTORY);
+    const File folder(m_Scratch.Path(), O_RDONLY | O_DIRECTORY);
     for (int i = 0; i < 2; ++i) {
         std::vector<std::string> names = {"old name"};
         // An old error must not make the listing fail.
@@ -41,7 +38,7 @@ TEST_F(FileIoTest, ListsFolderRepeatedly) {
 }
 
 TEST_F(FileIoTest, ReportsFolderThatCannotBeListed) {
-    const File folder(m_Io, m_Scratch.Path(), O_RDONLY | O_DIRECTORY);
+    const File folder(m_Scratch.Path(), O_RDONLY | O_DIRECTORY);
     const File file(folder, "file", O_WRONLY | O_CREAT, 0600);
     std::vector<std::string> names;
     EXPECT_FALSE(file.List(names));
@@ -56,7 +53,7 @@ TEST_F(FileIoTest, RenamesWithoutReplacing) {
     fs::create_directory(m_Scratch.Path() / "from");
     fs::create_directory(m_Scratch.Path() / "to");
     fs::create_symlink("nowhere", m_Scratch.Path() / "link");
-    const File folder(m_Io, m_Scratch.Path(), O_RDONLY | O_DIRECTORY);
+    const File folder(m_Scratch.Path(), O_RDONLY | O_DIRECTORY);
     for (const FailingCall call : {FailingCall::kNothing, FailingCall::kRename}) {
         const FailingCallScope scope(call);
         for (const char* taken : {"to", "link"}) {
@@ -73,7 +70,7 @@ TEST_F(FileIoTest, RenamesWithoutReplacing) {
 }
 
 TEST_F(FileIoTest, ReportsClosedFile) {
-    File folder(m_Io, m_Scratch.Path(), O_RDONLY | O_DIRECTORY);
+    File folder(m_Scratch.Path(), O_RDONLY | O_DIRECTORY);
     EXPECT_TRUE(folder.Close());
     std::uint64_t id = 0;
     EXPECT_FALSE(folder.MountId(id));
@@ -84,14 +81,14 @@ TEST_F(FileIoTest, ReportsClosedFile) {
 
 TEST_F(FileIoTest, ReportsFileSystemWithoutMountIds) {
     const FailingCallScope scope(FailingCall::kMountId);
-    const File folder(m_Io, m_Scratch.Path(), O_RDONLY | O_DIRECTORY);
+    const File folder(m_Scratch.Path(), O_RDONLY | O_DIRECTORY);
     std::uint64_t id = 0;
     EXPECT_FALSE(folder.MountId(id));
     EXPECT_EQ(errno, EOPNOTSUPP);
 }
 
 TEST_F(FileIoTest, ReportsStatusOfMissingFile) {
-    const File folder(m_Io, m_Scratch.Path(), O_RDONLY | O_DIRECTORY);
+    const File folder(m_Scratch.Path(), O_RDONLY | O_DIRECTORY);
     struct stat status {};
     EXPECT_FALSE(folder.Status(status, "missing"));
     EXPECT_EQ(errno, ENOENT);
@@ -99,7 +96,7 @@ TEST_F(FileIoTest, ReportsStatusOfMissingFile) {
 
 TEST_F(FileIoTest, ReturnsStatusOfFolderAndOfLinkInFolder) {
     fs::create_symlink("nowhere", m_Scratch.Path() / "link");
-    const File folder(m_Io, m_Scratch.Path(), O_RDONLY | O_DIRECTORY);
+    const File folder(m_Scratch.Path(), O_RDONLY | O_DIRECTORY);
     struct stat status {};
     EXPECT_TRUE(folder.Status(status));
     EXPECT_TRUE(S_ISDIR(status.st_mode));
@@ -109,7 +106,7 @@ TEST_F(FileIoTest, ReturnsStatusOfFolderAndOfLinkInFolder) {
 
 TEST_F(FileIoTest, ReadsFromOffset) {
     std::ofstream(m_Scratch.Path() / "file") << "abcdef";
-    const File file(m_Io, m_Scratch.Path() / "file", O_RDONLY);
+    const File file(m_Scratch.Path() / "file", O_RDONLY);
     std::string bytes(3, ' ');
     for (const off_t offset : {2, 0}) {
         EXPECT_EQ(file.Read(bytes.data(), bytes.size(), offset), 3);
@@ -119,8 +116,9 @@ TEST_F(FileIoTest, ReadsFromOffset) {
 
 TEST_F(FileIoTest, ClosesOnce) {
     FaultyFileIo io(m_Scratch.Path());
+    const FaultyFileIo::Scope scope(io);
     {
-        File first(io, m_Scratch.Path(), O_RDONLY);
+        File first(m_Scratch.Path(), O_RDONLY);
         File second(std::move(first));
         EXPECT_EQ(io.OpenDescriptors(), 1);
         EXPECT_TRUE(second.Close());
@@ -134,8 +132,9 @@ TEST_F(FileIoTest, ClosesOnce) {
 // After the first close, another thread can have a file with the same descriptor.
 TEST_F(FileIoTest, DoesNotRepeatInterruptedClose) {
     FaultyFileIo io(m_Scratch.Path());
+    const FaultyFileIo::Scope scope(io);
     io.FailOnce(1, EINTR);
-    File folder(io, m_Scratch.Path(), O_RDONLY);
+    File folder(m_Scratch.Path(), O_RDONLY);
     EXPECT_FALSE(folder.Close());
     ASSERT_EQ(io.Performed().size(), 2U);
     EXPECT_EQ(io.Performed()[1].call, FileCall::kClose);

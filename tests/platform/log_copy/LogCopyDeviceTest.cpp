@@ -15,7 +15,6 @@
 #include "platform/fixtures/LoopImage.h"
 
 namespace fs = std::filesystem;
-using quorvel::desktop::FileIo;
 using quorvel::desktop::ReadMounts;
 using quorvel::desktop::UsbStorage;
 using testing::ElementsAre;
@@ -69,23 +68,20 @@ protected:
 };
 
 TEST_P(LogCopyDeviceTest, KeepsCopyAfterRemount) {
-    FileIo io;
-    EXPECT_EQ(Run(io, Mounted()), 0);
+    EXPECT_EQ(Run(Mounted()), 0);
     Remount("ro");
     EXPECT_EQ(OnDevice(), After());
 }
 
 TEST_P(LogCopyDeviceTest, KeepsEarlierCopyOfSameSecond) {
-    FileIo io;
-    EXPECT_EQ(Run(io, Mounted()), 0);
-    EXPECT_EQ(Run(io, Mounted()), 0);
+    EXPECT_EQ(Run(Mounted()), 0);
+    EXPECT_EQ(Run(Mounted()), 0);
     EXPECT_EQ(OnDevice(), AfterTwo());
 }
 
 TEST_P(LogCopyDeviceTest, KeepsContentOfFullDevice) {
     Write(m_Data / "qelXml.xml", std::string(m_Size, 'x'));
-    FileIo io;
-    EXPECT_EQ(Run(io, Mounted()), -1);
+    EXPECT_EQ(Run(Mounted()), -1);
     EXPECT_THAT(m_Errors, ElementsAre(StartsWith("log copy: the USB storage is full (")));
     Remount("ro");
     EXPECT_EQ(OnDevice(), Before());
@@ -93,8 +89,7 @@ TEST_P(LogCopyDeviceTest, KeepsContentOfFullDevice) {
 
 TEST_P(LogCopyDeviceTest, KeepsContentOfReadOnlyDevice) {
     Remount("ro");
-    FileIo io;
-    EXPECT_EQ(Run(io, Mounted()), -1);
+    EXPECT_EQ(Run(Mounted()), -1);
     EXPECT_THAT(m_Errors, ElementsAre(StartsWith("log copy: the USB storage is read-only (")));
     EXPECT_EQ(OnDevice(), Before());
 }
@@ -102,8 +97,7 @@ TEST_P(LogCopyDeviceTest, KeepsContentOfReadOnlyDevice) {
 TEST_P(LogCopyDeviceTest, RejectsFolderBelowUnmountedDevice) {
     const UsbStorage storage = Mounted();
     m_Image->Unmount();
-    FileIo io;
-    EXPECT_EQ(Run(io, storage), -1);
+    EXPECT_EQ(Run(storage), -1);
     EXPECT_THAT(m_Errors,
                 ElementsAre(StartsWith("log copy: the USB storage was unplugged or is broken (")));
     EXPECT_TRUE(fs::is_empty(m_Storage));
@@ -158,8 +152,7 @@ TEST_P(LogCopyUnplugTest, KeepsNoPartialCopyWhenUnpluggedAtAnyCall) {
                                                      "is broken (")));
         const Tree kept = WithoutUnfinished(OnDevice());
         EXPECT_TRUE(kept == Before() || kept == After()) << testing::PrintToString(kept);
-        FileIo io;
-        EXPECT_EQ(Run(io, Mounted()), 0);
+        EXPECT_EQ(Run(Mounted()), 0);
         EXPECT_EQ(OnDevice(), kept == Before() ? After() : AfterTwo());
     }
     // The copy fails if the device is unplugged before or at the last sync.

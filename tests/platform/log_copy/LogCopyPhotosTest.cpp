@@ -15,8 +15,6 @@
 #include "platform/fixtures/CopyFixture.h"
 
 namespace fs = std::filesystem;
-using quorvel::desktop::FileCall;
-using quorvel::desktop::FileIo;
 using quorvel::desktop::FindPhoto;
 using quorvel::desktop::kMaxPhotoBytes;
 using quorvel::desktop::LogCopyName;
@@ -51,7 +49,7 @@ protected:
         m_Sources[fileName] = bytes;
     }
     void ExpectCopy() {
-        EXPECT_EQ(Run(m_Io), 0);
+        EXPECT_EQ(Run(), 0);
         EXPECT_EQ(OnStorage(), After());
     }
     void ExpectLeftOut(const std::string& reason) {
@@ -66,8 +64,6 @@ protected:
     static std::string InDataFolder(const std::string& place) {
         return quorvel::desktop::DataFolder() + "/" + place;
     }
-
-    FileIo m_Io;
 };
 
 TEST_F(LogCopyPhotosTest, CopiesExistingPhotos) {
@@ -281,7 +277,7 @@ TEST_F(LogCopyPhotosTest, KeepsFewDescriptorsOpen) {
 
 TEST_F(LogCopyPhotosTest, NamesFolderBySerialNumber) {
     WriteRun({}, " 0AX4 3NGM/900123 ");
-    EXPECT_EQ(Run(m_Io), 0);
+    EXPECT_EQ(Run(), 0);
     const std::string name = LogCopyName("line-7", m_Job.time, "0AX4 3NGM/900123");
     EXPECT_EQ(OnStorage(), After(name));
     EXPECT_THAT(name, StartsWith("quorvel-line-7-0AX4_3NGM_900123-19700"));

@@ -36,8 +36,6 @@ using quorvel::desktop::AwaitLogCopies;
 using quorvel::desktop::AwaitLogCopyThreads;
 using quorvel::desktop::FailNoStorage;
 using quorvel::desktop::FailStorage;
-using quorvel::desktop::FileCall;
-using quorvel::desktop::FileIo;
 using quorvel::desktop::LogCopyName;
 using quorvel::desktop::OutsideLinks;
 using quorvel::desktop::UsbStorage;
@@ -65,12 +63,10 @@ protected:
         ADD_FAILURE() << "no such call";
         return 0;
     }
-
-    FileIo m_Io;
 };
 
 TEST_F(LogCopyTest, CopiesLogsAndResultFilesIntoOneFolder) {
-    EXPECT_EQ(Run(m_Io), 0);
+    EXPECT_EQ(Run(), 0);
     EXPECT_EQ(OnStorage(), After());
     EXPECT_THAT(m_Errors, IsEmpty());
     EXPECT_THAT(m_Infos, ElementsAre("log copy: the logs are stored in (" +
@@ -105,16 +101,16 @@ TEST_F(LogCopyTest, ReplacesSpecialCharactersInFolderName) {
 
 TEST_F(LogCopyTest, AcceptsHostNameWithSpecialCharacters) {
     m_Job.host = "../:\n";
-    EXPECT_EQ(Run(m_Io), 0);
+    EXPECT_EQ(Run(), 0);
     EXPECT_EQ(OnStorage(), After(LogCopyName(m_Job.host, m_Job.time)));
 }
 
 TEST_F(LogCopyTest, KeepsEarlierCopyOfSameSecond) {
-    ASSERT_EQ(Run(m_Io), 0);
+    ASSERT_EQ(Run(), 0);
     Tree expected = OnStorage();
     m_Sources["quorvel.log"] = "later\n";
     Write(m_State / "quorvel.log", "later\n");
-    EXPECT_EQ(Run(m_Io), 0);
+    EXPECT_EQ(Run(), 0);
     expected.merge(After(m_CopyName + "-2"));
     EXPECT_EQ(OnStorage(), expected);
 }
@@ -122,7 +118,7 @@ TEST_F(LogCopyTest, KeepsEarlierCopyOfSameSecond) {
 TEST_F(LogCopyTest, KeepsFilesAndLinksWithNameOfCopy) {
     Write(m_Storage / m_CopyName, "other");
     fs::create_symlink(m_Data, m_Storage / (m_CopyName + "-2"));
-    EXPECT_EQ(Run(m_Io), 0);
+    EXPECT_EQ(Run(), 0);
     EXPECT_EQ(Read(m_Storage / m_CopyName), "other");
     EXPECT_TRUE(fs::is_symlink(m_Storage / (m_CopyName + "-2")));
     EXPECT_TRUE(fs::is_regular_file(m_Storage / (m_CopyName + "-3") / "qelXml.xml"));
@@ -134,7 +130,7 @@ TEST_F(LogCopyTest, FailsWhenAllNamesAreTaken) {
         Write(m_Storage / (m_CopyName + "-" + std::to_string(number)), "other");
     }
     const Tree before = OnStorage();
-    EXPECT_EQ(Run(m_Io), -1);
+    EXPECT_EQ(Run(), -1);
     EXPECT_THAT(m_Errors, ElementsAre("log copy: cannot write to the USB storage (" + m_CopyName +
                                       ": File exists)"));
     EXPECT_EQ(OnStorage(), before);
@@ -156,7 +152,7 @@ TEST_F(LogCopyTest, CopiesOnlyExistingFiles) {
     fs::remove(m_Data / "qelRnscXml.xml");
     fs::remove_all(m_State);
     m_Sources = {{"qelXml.xml", m_Sources["qelXml.xml"]}};
-    EXPECT_EQ(Run(m_Io), 0);
+    EXPECT_EQ(Run(), 0);
     EXPECT_EQ(OnStorage(), After());
 }
 
@@ -165,7 +161,7 @@ TEST_F(LogCopyTest, IgnoresFileInPlaceOfStateFolder) {
     Write(m_State, "a file");
     m_Sources.erase("quorvel.log");
     m_Sources.erase("quorvel.1.log");
-    EXPECT_EQ(Run(m_Io), 0);
+    EXPECT_EQ(Run(), 0);
     EXPECT_EQ(OnStorage(), After());
 }
 
@@ -173,14 +169,14 @@ TEST_F(LogCopyTest, CopiesLogsWithoutResultFiles) {
     fs::remove_all(m_Data);
     m_Sources.erase("qelXml.xml");
     m_Sources.erase("qelRnscXml.xml");
-    EXPECT_EQ(Run(m_Io), 0);
+    EXPECT_EQ(Run(), 0);
     EXPECT_EQ(OnStorage(), After());
 }
 
 TEST_F(LogCopyTest, CopiesStartLog) {
     Write(m_State / "quorvel.start.log", "first lines\n");
     m_Sources["quorvel.start.log"] = "first lines\n";
-    EXPECT_EQ(Run(m_Io), 0);
+    EXPECT_EQ(Run(), 0);
     EXPECT_EQ(OnStorage(), After());
 }
 
@@ -192,7 +188,7 @@ TEST_F(LogCopyTest, IgnoresOtherFilesInStateFolder) {
     }
     Write(m_State / "quorvel.12.log", "very old\n");
     m_Sources["quorvel.12.log"] = "very old\n";
-    EXPECT_EQ(Run(m_Io), 0);
+    EXPECT_EQ(Run(), 0);
     EXPECT_EQ(OnStorage(), After());
 }
 
@@ -207,7 +203,7 @@ TEST_F(LogCopyTest, FollowsLinksAndSkipsSpecialFiles) {
     ASSERT_EQ(mknod((m_State / "quorvel.6.log").c_str(), S_IFSOCK | 0600, 0), 0);
     // A pipe without a writer blocks open(2) unless O_NONBLOCK is set.
     ASSERT_EQ(mkfifo((m_State / "quorvel.4.log").c_str(), 0600), 0);
-    EXPECT_EQ(Run(m_Io), 0);
+    EXPECT_EQ(Run(), 0);
     EXPECT_EQ(OnStorage(), After());
 }
 
@@ -218,7 +214,7 @@ TEST_F(LogCopyTest, RejectsLinkOutOfFolder) {
     for (const fs::path& link : {m_State / "quorvel.2.log", m_Data / "qelRnscXml.xml"}) {
         fs::remove(link);
         fs::create_symlink(secret, link);
-        EXPECT_EQ(Run(m_Io), -1);
+        EXPECT_EQ(Run(), -1);
         EXPECT_THAT(m_Errors, ElementsAre("log copy: root does not copy a link to a file outside "
                                           "its folder (" +
                                           link.string() + ")"));
@@ -232,7 +228,7 @@ TEST_F(LogCopyTest, FollowsLinkInsideFolderWhenOutsideLinksAreRejected) {
     for (const fs::path& target : {fs::path("elsewhere"), m_Data / "elsewhere"}) {
         fs::rename(m_Data / "qelXml.xml", m_Data / "elsewhere");
         fs::create_symlink(target, m_Data / "qelXml.xml");
-        EXPECT_EQ(Run(m_Io), 0);
+        EXPECT_EQ(Run(), 0);
         EXPECT_EQ(OnStorage(), After());
         fs::rename(m_Data / "elsewhere", m_Data / "qelXml.xml");
         ResetStorage();
@@ -243,7 +239,7 @@ TEST_F(LogCopyTest, KeepsCopyOfPrivateFilePrivate) {
     fs::permissions(m_State / "quorvel.log", static_cast<fs::perms>(0600));
     fs::permissions(m_Data / "qelXml.xml", static_cast<fs::perms>(0644));
     const mode_t before = umask(0);
-    EXPECT_EQ(Run(m_Io), 0);
+    EXPECT_EQ(Run(), 0);
     umask(before);
     const auto modeOf = [this](const char* name) {
         return fs::status(m_Storage / m_CopyName / name).permissions();
@@ -262,7 +258,7 @@ TEST_F(LogCopyTest, CopiesMoreLogsThanDescriptors) {
     getrlimit(RLIMIT_NOFILE, &before);
     const rlimit few{128, before.rlim_max};
     setrlimit(RLIMIT_NOFILE, &few);
-    EXPECT_EQ(Run(m_Io), 0);
+    EXPECT_EQ(Run(), 0);
     setrlimit(RLIMIT_NOFILE, &before);
     EXPECT_EQ(OnStorage(), After());
 }
@@ -298,14 +294,14 @@ TEST_F(LogCopyTest, FailsWhenOldLogIsUnreadableReplacedOrRemoved) {
 TEST_F(LogCopyTest, CopiesEmptyFile) {
     Write(m_State / "quorvel.log", "");
     m_Sources["quorvel.log"] = "";
-    EXPECT_EQ(Run(m_Io), 0);
+    EXPECT_EQ(Run(), 0);
     EXPECT_EQ(OnStorage(), After());
 }
 
 TEST_F(LogCopyTest, ReportsMissingFiles) {
     fs::remove_all(m_State);
     fs::remove_all(m_Data);
-    EXPECT_EQ(Run(m_Io), -1);
+    EXPECT_EQ(Run(), -1);
     EXPECT_THAT(m_Errors, ElementsAre(StartsWith("log copy: there is nothing to copy (")));
     EXPECT_THAT(m_Infos, IsEmpty());
     EXPECT_EQ(OnStorage(), Before());
@@ -314,34 +310,34 @@ TEST_F(LogCopyTest, ReportsMissingFiles) {
 TEST_F(LogCopyTest, ReportsMissingFilesWithoutStateFolder) {
     m_Job.stateFolder = "";
     fs::remove_all(m_Data);
-    EXPECT_EQ(Run(m_Io), -1);
+    EXPECT_EQ(Run(), -1);
     EXPECT_THAT(m_Errors, ElementsAre(StartsWith("log copy: there is nothing to copy (")));
 }
 
 TEST_F(LogCopyTest, ReportsMissingStorage) {
-    EXPECT_EQ(RunSearch(m_Io, []() -> UsbStorage { FailNoStorage("", ENOMEDIUM); }), -1);
+    EXPECT_EQ(RunSearch([]() -> UsbStorage { FailNoStorage("", ENOMEDIUM); }), -1);
     EXPECT_THAT(m_Errors, ElementsAre("log copy: no USB storage is mounted (No medium found)"));
     EXPECT_THAT(m_Infos, IsEmpty());
 }
 
 TEST_F(LogCopyTest, ReportsStorageThatCannotBeWrittenTo) {
-    EXPECT_EQ(RunSearch(m_Io, [this]() -> UsbStorage { FailStorage(m_Storage, EROFS); }), -1);
+    EXPECT_EQ(RunSearch([this]() -> UsbStorage { FailStorage(m_Storage, EROFS); }), -1);
     EXPECT_THAT(m_Errors, ElementsAre(StartsWith("log copy: the USB storage is read-only (")));
-    EXPECT_EQ(RunSearch(m_Io, [this]() -> UsbStorage { FailStorage(m_Storage, EACCES); }), -1);
+    EXPECT_EQ(RunSearch([this]() -> UsbStorage { FailStorage(m_Storage, EACCES); }), -1);
     EXPECT_THAT(m_Errors,
                 ElementsAre(StartsWith("log copy: no permission to write to the USB storage (")));
     EXPECT_EQ(OnStorage(), Before());
 }
 
 TEST_F(LogCopyTest, ReportsMissingStorageFolder) {
-    EXPECT_EQ(Run(m_Io, {m_Storage / "missing", std::nullopt}), -1);
+    EXPECT_EQ(Run({m_Storage / "missing", std::nullopt}), -1);
     EXPECT_THAT(m_Errors, ElementsAre(StartsWith("log copy: no USB storage is mounted (")));
-    EXPECT_EQ(Run(m_Io, {m_Storage / "holiday.jpg", std::nullopt}), -1);
+    EXPECT_EQ(Run({m_Storage / "holiday.jpg", std::nullopt}), -1);
     EXPECT_THAT(m_Errors, ElementsAre(StartsWith("log copy: no USB storage is mounted (")));
 }
 
 TEST_F(LogCopyTest, RejectsStorageUnmountedAfterSearch) {
-    EXPECT_EQ(Run(m_Io, {m_Storage, 0}), -1);
+    EXPECT_EQ(Run({m_Storage, 0}), -1);
     EXPECT_THAT(m_Errors,
                 ElementsAre(StartsWith("log copy: the USB storage was unplugged or is broken (")));
     EXPECT_EQ(OnStorage(), Before());
@@ -349,22 +345,21 @@ TEST_F(LogCopyTest, RejectsStorageUnmountedAfterSearch) {
 
 TEST_F(LogCopyTest, RejectsStorageWithoutMountId) {
     const FailingCallScope scope(FailingCall::kMountId);
-    EXPECT_EQ(Run(m_Io, {m_Storage, 1}), -1);
+    EXPECT_EQ(Run({m_Storage, 1}), -1);
     EXPECT_THAT(m_Errors, ElementsAre("log copy: cannot write to the USB storage (" +
                                       m_Storage.string() + ": Operation not supported)"));
     EXPECT_EQ(OnStorage(), Before());
 }
 
 TEST_F(LogCopyTest, ReportsFailedStorageSearch) {
-    const int result = RunSearch(m_Io, []() -> UsbStorage {
-        throw std::system_error(EIO, std::generic_category(), "mounts");
-    });
+    const int result = RunSearch(
+        []() -> UsbStorage { throw std::system_error(EIO, std::generic_category(), "mounts"); });
     EXPECT_EQ(result, -1);
     EXPECT_THAT(m_Errors, ElementsAre("log copy: failed (mounts: Input/output error)"));
 }
 
 TEST_F(LogCopyTest, ReplacesControlCharactersInLogLine) {
-    EXPECT_EQ(RunSearch(m_Io, []() -> UsbStorage { FailStorage("/media/a\nb\x7f", EROFS); }), -1);
+    EXPECT_EQ(RunSearch([]() -> UsbStorage { FailStorage("/media/a\nb\x7f", EROFS); }), -1);
     EXPECT_THAT(m_Errors, ElementsAre("log copy: the USB storage is read-only (/media/a?b?: "
                                       "Read-only file system)"));
 }
@@ -372,7 +367,7 @@ TEST_F(LogCopyTest, ReplacesControlCharactersInLogLine) {
 TEST_F(LogCopyTest, RemovesLeftOversOfCrashedCopy) {
     Write(m_Storage / ".quorvel-unfinished-quorvel-old-1" / "quorvel.log", "half");
     fs::create_directory(m_Storage / ".quorvel-unfinished-quorvel-old-2");
-    EXPECT_EQ(Run(m_Io), 0);
+    EXPECT_EQ(Run(), 0);
     EXPECT_EQ(OnStorage(), After());
 }
 
@@ -381,7 +376,7 @@ TEST_F(LogCopyTest, KeepsFilesAndLinksNamedLikeLeftOvers) {
     const fs::path file = m_Storage / ".quorvel-unfinished-file";
     fs::create_symlink(m_Data, link);
     Write(file, "a file");
-    EXPECT_EQ(Run(m_Io), 0);
+    EXPECT_EQ(Run(), 0);
     EXPECT_TRUE(fs::is_symlink(link));
     EXPECT_TRUE(fs::exists(file));
     EXPECT_TRUE(fs::exists(m_Data / "qelXml.xml"));
@@ -392,7 +387,7 @@ TEST_F(LogCopyTest, KeepsFolderNamedLikeLeftOverWithSubfolder) {
     const fs::path folder = m_Storage / ".quorvel-unfinished-photos";
     Write(folder / "a.jpg", "a");
     Write(folder / "inner" / "b.jpg", "b");
-    EXPECT_EQ(Run(m_Io), 0);
+    EXPECT_EQ(Run(), 0);
     EXPECT_EQ(Read(folder / "a.jpg"), "a");
     EXPECT_EQ(Read(folder / "inner" / "b.jpg"), "b");
 }
@@ -402,13 +397,13 @@ TEST_F(LogCopyTest, FailsWhileAnotherCopyRuns) {
     Write(other, "half");
     const int lock = open(m_Storage.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     ASSERT_EQ(flock(lock, LOCK_EX | LOCK_NB), 0);
-    EXPECT_EQ(Run(m_Io), -1);
+    EXPECT_EQ(Run(), -1);
     EXPECT_THAT(
         m_Errors,
         ElementsAre(StartsWith("log copy: another log copy to the USB storage is running ")));
     EXPECT_TRUE(fs::exists(other));
     close(lock);
-    EXPECT_EQ(Run(m_Io), 0);
+    EXPECT_EQ(Run(), 0);
     EXPECT_EQ(OnStorage(), After());
 }
 
@@ -416,9 +411,8 @@ TEST_F(LogCopyTest, CompletesOrRejectsConcurrentCopies) {
     std::vector<std::future<std::string>> copies;
     std::generate_n(std::back_inserter(copies), 8, [this] {
         return std::async(std::launch::async, [this] {
-            FileIo io;
             std::string logged;
-            RunLogCopy({io, [this] { return Storage(); },
+            RunLogCopy({[this] { return Storage(); },
                         [&logged](bool, const std::string& line) { logged += line; }},
                        m_Job);
             return logged;
@@ -602,7 +596,7 @@ TEST_F(LogCopyTest, WaitsForRunningCopyAtShutdown) {
     std::promise<void> started;
     std::promise<void> released;
     std::thread copy([&] {
-        RunSearch(m_Io, [&] {
+        RunSearch([&] {
             started.set_value();
             released.get_future().wait();
             return Storage();
@@ -621,7 +615,7 @@ TEST_F(LogCopyTest, WaitsForThreadOfCopyAtShutdown) {
     std::promise<void> copied;
     std::promise<void> released;
     std::thread thread([&] {
-        Run(m_Io);
+        Run();
         copied.set_value();
         released.get_future().wait();
     });
@@ -634,7 +628,7 @@ TEST_F(LogCopyTest, WaitsForThreadOfCopyAtShutdown) {
 }
 
 TEST_F(LogCopyTest, DoesNotWaitForCallingThread) {
-    EXPECT_EQ(Run(m_Io), 0);
+    EXPECT_EQ(Run(), 0);
     // Another thread must wait for this thread.
     EXPECT_FALSE(
         std::async(std::launch::async, AwaitLogCopyThreads, std::chrono::milliseconds(0)).get());

@@ -17,8 +17,6 @@
 
 namespace {
 
-using quorvel::desktop::FileCall;
-using quorvel::desktop::FileIo;
 using quorvel::desktop::kMaxPhotos;
 using quorvel::desktop::kMaxResultFileBytes;
 using quorvel::desktop::LogSource;
@@ -41,13 +39,10 @@ protected:
         Write(m_Data / "qelXml.xml", main);
         Write(m_Data / "qelRnscXml.xml", rnsc);
     }
-    std::vector<LogSource> Open(FileIo& io) const {
-        return OpenLogSources(io, m_State, m_Data, OutsideLinks::kFollow);
+    std::vector<LogSource> Open() const {
+        return OpenLogSources(m_State, m_Data, OutsideLinks::kFollow);
     }
-    RunValues ReadValues() {
-        FileIo io;
-        return ReadRunValues(Open(io));
-    }
+    RunValues ReadValues() { return ReadRunValues(Open()); }
     std::vector<std::string> PhotosOf(const std::string& items) {
         WriteFiles("<r><FAnetTest>" + items + "</FAnetTest></r>", "<r/>");
         return ReadValues().photos;
@@ -108,7 +103,8 @@ TEST_F(RunValuesTest, IgnoresTooLargeFile) {
     WriteFiles("<r><Information><sn>main</sn></Information></r>", rnsc);
     std::filesystem::resize_file(m_Data / "qelXml.xml", kMaxResultFileBytes + 1);
     FaultyFileIo io(m_Storage);
-    EXPECT_EQ(ReadRunValues(Open(io)).serialNumber, "rnsc");
+    const FaultyFileIo::Scope scope(io);
+    EXPECT_EQ(ReadRunValues(Open()).serialNumber, "rnsc");
     const auto isReadOfMainFile = [this](const PerformedCall& performed) {
         return performed.call == FileCall::kRead && performed.path == m_Data / "qelXml.xml";
     };
@@ -152,7 +148,8 @@ TEST_F(RunValuesTest, IgnoresDamagedFile) {
 TEST_F(RunValuesTest, ReportsFileThatCannotBeRead) {
     WriteFiles("<r/>", "<r/>");
     FaultyFileIo io(m_Storage);
-    const std::vector<LogSource> sources = Open(io);
+    const FaultyFileIo::Scope scope(io);
+    const std::vector<LogSource> sources = Open();
     io.SetHook([&](std::size_t index) {
         if (io.Performed()[index].call == FileCall::kRead) {
             io.FailOnce(index, EIO);

@@ -170,8 +170,7 @@ TEST(UsbStorageReadTest, ReturnsMountsWithKernelIds) {
     const auto proc = std::find_if(mounts.rbegin(), mounts.rend(),
                                    [](const Mount& mount) { return mount.folder == "/proc"; });
     ASSERT_NE(proc, mounts.rend());
-    quorvel::desktop::FileIo io;
-    const quorvel::desktop::File folder(io, "/proc", O_RDONLY);
+    const quorvel::desktop::File folder("/proc", O_RDONLY);
     std::uint64_t id = 0;
     ASSERT_TRUE(folder.MountId(id));
     EXPECT_EQ(proc->id, id);

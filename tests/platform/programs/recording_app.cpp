@@ -112,9 +112,8 @@ quorvel::desktop::UsbStorage StorageAfterInput() {
 }
 
 void Copy() {
-    quorvel::desktop::FileIo io;
     quorvel::desktop::RunLogCopy(
-        {io, StorageAfterInput, [](bool, const std::string&) { Record("copied"); }}, {});
+        {StorageAfterInput, [](bool, const std::string&) { Record("copied"); }}, {});
 }
 
 void CopyAndCount() {
