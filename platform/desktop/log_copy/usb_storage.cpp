@@ -9,7 +9,6 @@
 #include <array>
 #include <cerrno>
 #include <memory>
-#include <set>
 #include <string_view>
 #include <system_error>
 
@@ -40,19 +39,13 @@ std::string Text(const char* text) {
     return text == nullptr ? std::string() : text;
 }
 
-bool IsOfTheSystem(const std::string& folder) {
-    return std::find(kSystemFolders.begin(), kSystemFolders.end(), folder) != kSystemFolders.end();
-}
-
-// Returns the USB devices that have a partition with a part of the system.
-std::set<std::string> SystemUsbDevices(const std::vector<Mount>& mounts) {
-    std::set<std::string> system;
-    for (const Mount& mount : mounts) {
-        if (IsOfTheSystem(mount.folder)) {
-            system.insert(mount.usbDevice);
-        }
-    }
-    return system;
+// Returns whether the USB device has a partition with a part of the system.
+bool IsSystemDevice(const std::vector<Mount>& mounts, const std::string& usbDevice) {
+    return std::any_of(mounts.begin(), mounts.end(), [&usbDevice](const Mount& mount) {
+        return mount.usbDevice == usbDevice &&
+               std::find(kSystemFolders.begin(), kSystemFolders.end(), mount.folder) !=
+                   kSystemFolders.end();
+    });
 }
 
 bool IsHidden(const std::vector<Mount>& mounts, std::size_t index) {
@@ -62,11 +55,10 @@ bool IsHidden(const std::vector<Mount>& mounts, std::size_t index) {
 }
 
 std::vector<Mount> UsbMounts(const std::vector<Mount>& mounts) {
-    const std::set<std::string> system = SystemUsbDevices(mounts);
     std::vector<Mount> usbMounts;
     for (std::size_t i = 0; i < mounts.size(); ++i) {
         const std::string& device = mounts[i].usbDevice;
-        if (!device.empty() && system.count(device) == 0 && !IsHidden(mounts, i)) {
+        if (!device.empty() && !IsSystemDevice(mounts, device) && !IsHidden(mounts, i)) {
             usbMounts.push_back(mounts[i]);
         }
     }
