@@ -72,7 +72,7 @@ private:
 
 std::terminate_handler g_NextTerminateHandler = nullptr;
 
-// The last message of the application on this thread, cut to the size; also if the level hides it.
+// The last message of the application on this thread, cut to the size, at every level.
 // Trivially destructible, since threads log until they end.
 thread_local std::array<char, 512> g_LastMessage{};
 
@@ -124,8 +124,8 @@ void LogUncaughtException() {
     std::abort();
 }
 
-// Opens /dev/null in place of closed standard streams. Otherwise the log file would become one of
-// them.
+// Opens /dev/null in place of closed standard streams. Otherwise the log file would get the number
+// of a standard stream.
 void OpenStandardStreams() {
     for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
         if (fcntl(stream, F_GETFD) < 0) {

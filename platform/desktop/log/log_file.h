@@ -38,10 +38,10 @@ private:
     std::chrono::milliseconds m_NextCheck{0};
 };
 
-// The rotating log file. Several processes may write to it, since a hand-over is logged too. If
-// another process rotates or removes the file, it is opened again. The first lines of this process
-// are kept in a second file, which no rotation removes: a.start.log for a.log. Owned by Log. One
-// thread at a time.
+// The rotating log file. Several processes may write to the file, since a hand-over is logged too.
+// If another process rotates or removes the file, the next line goes to the new file. The first
+// lines of this process are kept in a second file, which no rotation removes: a.start.log for
+// a.log. Owned by Log. One thread at a time.
 class LogFile {
 public:
     // Opens the file and creates missing folders; only the user may access either. Throws
@@ -51,10 +51,10 @@ public:
     LogFile(const LogFile&) = delete;
     LogFile& operator=(const LogFile&) = delete;
 
-    // Appends one line, which ends with a line feed. The file has it when the call returns. The
-    // second file is replaced as soon as this process has written limits.startBytes; a process that
-    // writes less leaves it unchanged. Throws std::runtime_error. On a full disk the file may get a
-    // part of the line; a line feed then replaces the last byte of the part.
+    // Appends one line, which ends with a line feed. The file has the line when the call returns.
+    // The second file is replaced as soon as this process has written limits.startBytes; a process
+    // that writes less leaves it unchanged. Throws std::runtime_error. On a full disk the file may
+    // get a part of the line; a line feed then replaces the last byte of the part.
     void Write(std::string_view line);
 
 private:

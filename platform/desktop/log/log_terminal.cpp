@@ -34,7 +34,7 @@ constexpr std::size_t kMaxBlockBytes = PIPE_BUF;
 
 constexpr const char* kColourEnd = "\x1b[m";
 
-// letter: of the level.
+// letter: the first letter of the level.
 const char* ColourOf(char letter) {
     switch (letter) {
         case 'E':

@@ -34,7 +34,7 @@ private:
     void m_Start();
     void m_Run();
     std::string m_Compose(std::string_view line) const;
-    // Call it with the mutex locked.
+    // The caller has locked the mutex.
     void m_EnqueueNotice();
 
     const bool m_IsColoured;

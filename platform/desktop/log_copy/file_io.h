@@ -69,9 +69,9 @@ public:
 
     // Operations on a folder.
 
-    // Locks it against other lockers until it is closed; EWOULDBLOCK when it is locked.
+    // Locks the folder until it is closed. EWOULDBLOCK when another process or object has the lock.
     bool TryLock() const;
-    // names: of the files and folders in it without "." and "..", in no order.
+    // names: of the files and folders in this folder without "." and "..", in no order.
     bool List(std::vector<std::string>& names) const;
     bool MakeFolder(const std::string& name, mode_t mode) const;
     // EEXIST when a file or folder of the new name exists.

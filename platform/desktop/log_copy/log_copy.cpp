@@ -29,10 +29,10 @@ namespace {
 constexpr std::size_t kMaxHost = 63;
 constexpr std::size_t kMaxSerialNumber = 32;
 
-// Each running copy holds it shared.
+// Each running copy holds a shared lock.
 std::shared_timed_mutex g_RunningCopies;
 
-// Each thread that has run a copy holds it shared until the thread ends.
+// Each thread that has run a copy holds a shared lock until the thread ends.
 std::shared_timed_mutex g_CopyThreads;
 thread_local std::shared_lock<std::shared_timed_mutex> g_CopyThread;
 
@@ -106,8 +106,8 @@ bool CannotLockAtAll(int error) {
            error == EBADF;
 }
 
-// Keeps other copies away until the folder is closed. On a file system without locks the copy goes
-// on, since usually only one program copies.
+// Keeps other copies away until the folder is closed. On a file system without locks the copy
+// continues, since usually only one program copies.
 void Lock(const File& folder, const std::string& name) {
     if (folder.TryLock() || CannotLockAtAll(errno)) {
         return;

@@ -76,7 +76,7 @@ bool IsNoFile(int error) {
     return IsMissing(error) || error == ENXIO;
 }
 
-// The name of a photo can be any.
+// A photo can have any name.
 bool IsNoPhoto(int error) {
     return IsNoFile(error) || error == ENAMETOOLONG || error == ELOOP;
 }
@@ -163,7 +163,7 @@ void AddIfFile(const std::string& folder, const std::string& name, OutsideLinks 
 }
 
 // Opens the youngest log first. A rotation in between renames a log to the next older name, which
-// is opened later, so no log is missed. The name after the oldest one is tried for the same reason.
+// is opened later, so no log is missed. The name after the oldest log is tried for the same reason.
 // A log that is found twice is recognised by its inode.
 void AddLogs(const std::string& folder, OutsideLinks outsideLinks,
              std::vector<LogSource>& sources) {

@@ -32,10 +32,10 @@ std::vector<LogSource> OpenLogSources(const std::string& stateFolder, const std:
                                       OutsideLinks outsideLinks);
 
 // Opens the photo that the application shows for the name: the photo in dataFolder, see FindPhoto,
-// or the file at the path that the name is. fileName: the name of the copy. Returns no value
-// without such a regular file. Throws SourceError when the file cannot be read or is too large,
-// when a link is rejected, when fileName is empty, and when a file outside dataFolder is not a
-// picture. A result file could otherwise name a private file. Any thread.
+// or else the file whose absolute path is the name. fileName: the name of the copy. Returns no
+// value when no such regular file exists. Throws SourceError when the file cannot be read or is too
+// large, when a link is rejected, when fileName is empty, and when a file outside dataFolder is not
+// a picture. A result file could otherwise name a private file. Any thread.
 std::optional<LogSource> OpenPhoto(const std::string& dataFolder, const std::string& name,
                                    const std::string& fileName, OutsideLinks outsideLinks);
 

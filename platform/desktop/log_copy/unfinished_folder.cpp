@@ -81,7 +81,7 @@ void CopyContent(const File& from, const LogSource& source, const File& to) {
     }
 }
 
-// The name of a log is accepted by every file system. The name of a photo can be any.
+// Every file system accepts the name of a log. A photo can have any name.
 [[noreturn]] void FailToCreate(const std::string& name, int error) {
     if (error == EINVAL || error == EILSEQ || error == ENAMETOOLONG || error == EEXIST) {
         throw SourceError("cannot write to the USB storage",

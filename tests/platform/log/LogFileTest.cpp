@@ -233,7 +233,7 @@ TEST_F(LogFileTest, EndsPartOfLineOnFullDisk) {
         "I/QEL     (12345): one\nI/QEL     \nI/QEL     (12345): ten\nI/QEL     (12345): six\n");
 }
 
-TEST_F(LogFileTest, EndsPartOfLineOnFullFileSystemThatCopiesOnWrite) {
+TEST_F(LogFileTest, EndsPartOfLineWithNextLineWhenOverwritingFails) {
     LogFile file = Open(10000, 2);
     {
         const FailingCallScope failing(FailingCall::kOverwrite);

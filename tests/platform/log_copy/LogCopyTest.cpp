@@ -184,7 +184,7 @@ TEST_F(LogCopyTest, IgnoresOtherFilesInStateFolder) {
     for (const char* name :
          {"quorvel.log.swp", "quorvel.start.log.new", "quorvel.01.log", "quorvel.0.log",
           "quorvel.x.log", "quorvel.-1.log", "quorvel.99999999999.log", "other.log", "quorvel"}) {
-        Write(m_State / name, "not ours");
+        Write(m_State / name, "another file");
     }
     Write(m_State / "quorvel.12.log", "very old\n");
     m_Sources["quorvel.12.log"] = "very old\n";
