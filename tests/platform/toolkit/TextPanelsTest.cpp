@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <cstdlib>
 #include <memory>
 #include <string>
 #include <utility>
@@ -59,6 +60,14 @@ Area LineArea(const Evas_Object* label, int line) {
 
 std::string SlideState(const Evas_Object* label) {
     return edje_object_part_state_get(elm_layout_edje_get(label), "shown", nullptr);
+}
+
+// Returns the text of a label without markup.
+std::string PlainText(const Evas_Object* label) {
+    char* text = evas_textblock_text_markup_to_utf8(nullptr, elm_object_text_get(label));
+    const std::string copy = text == nullptr ? "" : text;
+    std::free(text);
+    return copy;
 }
 
 // Returns the width in pixels of a text in the theme's font. The size of the font is in pixels.
@@ -155,9 +164,20 @@ TEST(TextPanelsTest, CutsValueOfMegabyteBetweenCharacters) {
     plan.infoWordBytes = 1'000'000;
     std::unique_ptr<Stage> stage;
     EXPECT_LT(UsedTime([&] { stage = std::make_unique<Stage>(plan); }), std::chrono::seconds(10));
-    const std::string shown = elm_object_text_get(stage->infoLeft);
+    const std::string shown = PlainText(stage->infoLeft);
     EXPECT_LE(shown.size(), 32768U);
     EXPECT_EQ(shown.substr(shown.size() - 2), "\xC3\xA4") << "the text ends inside a character";
+}
+
+TEST(TextPanelsTest, WidensLineDistanceWhenElevenLinesFit) {
+    const auto distance = [](int height) {
+        StagePlan plan;
+        plan.width = 900;
+        plan.height = height;
+        const Stage stage(plan);
+        return LineArea(stage.infoLeft, 1).y - LineArea(stage.infoLeft, 0).y;
+    };
+    EXPECT_GT(distance(900), distance(600));
 }
 
 TEST(TextPanelsTest, KeepsRowHeightForTooLongText) {
