@@ -28,8 +28,6 @@ private:
     // from or inside the widget. focused: whether the widget or a part of it has the focus. The
     // value can be the same as in the last call.
     virtual void m_Report(bool focused) = 0;
-    // Called at the first such movement of a turn.
-    virtual void m_OnFirstMovement() {}
 
     static void m_OnFocusChanged(void* data, const Efl_Event*);
     static void m_OnTurnEnded(void* data);
@@ -60,7 +58,6 @@ void FocusWatch::m_OnFocusChanged(void* data, const Efl_Event*) {
     auto* self = static_cast<FocusWatch*>(data);
     if (self->m_Job == nullptr) {
         self->m_Job = ecore_job_add(m_OnTurnEnded, self);
-        self->m_OnFirstMovement();
     }
 }
 
@@ -108,21 +105,19 @@ private:
             return;
         }
         m_IsFocused = focused;
-        // The toolkit scrolls to the upper end of a label that gets the focus.
-        ScrollTo(m_Scroller, focused ? m_Position : ScrollPosition(m_Scroller));
         elm_layout_signal_emit(
             m_Scroller, focused ? "quorvel,text,focused" : "quorvel,text,unfocused", "quorvel");
         evas_object_smart_callback_call(m_Widget, focused ? "focused" : "unfocused", nullptr);
     }
 
-    // On a slow machine, the toolkit can scroll a first step before the end of the turn.
-    void m_OnFirstMovement() override { m_Position = ScrollPosition(m_Scroller); }
-
     Evas_Object* const m_Scroller;
     bool m_IsFocused = false;
-    // The position of the text before the focus moved.
-    int m_Position = 0;
 };
+
+// Stops the toolkit from scrolling to the upper end of a text that gets the focus.
+void KeepScrollPosition(void*, const Efl_Event* event) {
+    efl_event_callback_stop(event->object);
+}
 
 // Emits the signals that the theme of the focused row expects. Emits "item,focused" when the focus
 // returns from the popup, or from another widget to the only row.
@@ -239,16 +234,10 @@ bool MoveInList(const Widgets& widgets, std::string_view key) {
 }
 
 bool MoveInText(const Widgets& widgets, std::string_view key) {
-    if (key == "Left") {
-        return !CanHaveFocus(widgets.list);
-    }
-    if (key == "Up") {
-        return ScrollPosition(widgets.scroller) <= 0;
-    }
-    if (key == "Down") {
-        return IsAtEnd(widgets) && !CanHaveFocus(widgets.button);
-    }
-    return true;
+    const bool canMove = (key == "Left" && CanHaveFocus(widgets.list)) ||
+                         (key == "Up" && ScrollPosition(widgets.scroller) > 0) ||
+                         (key == "Down" && (!IsAtEnd(widgets) || CanHaveFocus(widgets.button)));
+    return !canMove;
 }
 
 bool MoveFromButton(const Widgets& widgets, std::string_view key) {
@@ -261,16 +250,14 @@ bool MoveFromButton(const Widgets& widgets, std::string_view key) {
     return true;
 }
 
-bool IsArrow(std::string_view key) {
-    return key == "Up" || key == "Down" || key == "Left" || key == "Right";
-}
-
 using Move = bool (*)(const Widgets&, std::string_view);
-// Handles a key before the toolkit does.
+// Handles an arrow key before the toolkit does. The other key that passes the input filter is
+// Return.
 template <Move kMove>
 Eina_Bool OnKey(void*, Evas_Object* widget, Evas_Object*, Evas_Callback_Type type, void* event) {
     auto* key = static_cast<Evas_Event_Key_Down*>(event);
-    if (type != EVAS_CALLBACK_KEY_DOWN || !IsArrow(key->key) || !kMove(Widgets(widget), key->key)) {
+    if (type != EVAS_CALLBACK_KEY_DOWN || std::string_view(key->key) == "Return" ||
+        !kMove(Widgets(widget), key->key)) {
         return EINA_FALSE;
     }
     key->event_flags = static_cast<Evas_Event_Flags>(key->event_flags | EVAS_EVENT_FLAG_ON_HOLD);
@@ -282,6 +269,9 @@ Eina_Bool OnKey(void*, Evas_Object* widget, Evas_Object*, Evas_Callback_Type typ
 void WatchFocus(const Widgets& widgets) {
     new TextFocus(widgets.text, widgets.scroller);
     new ListFocus(widgets.list);
+    efl_event_callback_priority_add(widgets.scroller,
+                                    EFL_UI_FOCUS_MANAGER_EVENT_MANAGER_FOCUS_CHANGED,
+                                    EFL_CALLBACK_PRIORITY_BEFORE, KeepScrollPosition, nullptr);
     elm_object_event_callback_add(widgets.list, OnKey<MoveInList>, nullptr);
     elm_object_event_callback_add(widgets.text, OnKey<MoveInText>, nullptr);
     elm_object_event_callback_add(widgets.button, OnKey<MoveFromButton>, nullptr);
