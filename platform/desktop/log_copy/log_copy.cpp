@@ -2,11 +2,11 @@
 
 #include <dlog.h>
 #include <fcntl.h>
+#include <sys/utsname.h>
 #include <tv_services.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <array>
 #include <cerrno>
 #include <cstdint>
 #include <exception>
@@ -128,7 +128,7 @@ std::string OneLine(std::string text) {
 }
 
 // Copies the photos that exist. Logs the reason for each photo that cannot be copied.
-void CopyPhotos(const LogCopyParts& parts, const LogCopyJob& job,
+void CopyPhotos(const LogCopyParts& parts, const SourceFolders& from,
                 const std::vector<std::string>& names, const std::vector<LogSource>& sources,
                 const File& folder) {
     std::vector<std::string> taken;
@@ -139,8 +139,7 @@ void CopyPhotos(const LogCopyParts& parts, const LogCopyJob& job,
     const std::vector<std::string> fileNames = ChoosePhotoFiles(names, taken);
     for (std::size_t i = 0; i < names.size(); ++i) {
         try {
-            std::optional<LogSource> photo =
-                OpenPhoto(job.dataFolder, names[i], fileNames[i], job.outsideLinks);
+            std::optional<LogSource> photo = OpenPhoto(from, names[i], fileNames[i]);
             if (photo) {
                 CopyFile(*photo, folder);
             }
@@ -152,8 +151,7 @@ void CopyPhotos(const LogCopyParts& parts, const LogCopyJob& job,
 
 // Returns the path of the new folder. Throws LogCopyError.
 std::string Copy(const LogCopyParts& parts, const LogCopyJob& job, const UsbStorage& storage) {
-    std::vector<LogSource> sources =
-        OpenLogSources(job.stateFolder, job.dataFolder, job.outsideLinks);
+    std::vector<LogSource> sources = OpenLogSources(job.from);
     const RunValues run = ReadRunValues(sources);
     const File root = OpenStorage(storage);
     Lock(root, storage.folder);
@@ -161,7 +159,7 @@ std::string Copy(const LogCopyParts& parts, const LogCopyJob& job, const UsbStor
         for (LogSource& source : sources) {
             CopyFile(source, folder);
         }
-        CopyPhotos(parts, job, run.photos, sources, folder);
+        CopyPhotos(parts, job.from, run.photos, sources, folder);
     };
     const std::string name = LogCopyName(job.host, job.time, run.serialNumber);
     return storage.folder + "/" + CreateFolder(root, name, fill);
@@ -174,10 +172,9 @@ void WriteToLog(bool isError, const std::string& line) {
 
 // Returns an empty string when the machine has no name.
 std::string HostName() {
-    std::array<char, 256> name{};
-    // gethostname does not terminate a name that it cuts, and leaves the array empty on failure.
-    gethostname(name.data(), name.size() - 1);
-    return name.data();
+    utsname system{};
+    uname(&system);
+    return system.nodename;
 }
 
 }  // namespace
@@ -224,6 +221,6 @@ int automation_copy_log_to_usb(void) {
     using namespace quorvel::desktop;  // NOLINT(google-build-using-namespace): C function
     // Root can read every file. A link could therefore lead to a private file of another user.
     const OutsideLinks links = geteuid() == 0 ? OutsideLinks::kReject : OutsideLinks::kFollow;
-    const LogCopyJob job{DataFolder(), StateFolder(), HostName(), std::time(nullptr), links};
+    const LogCopyJob job{{DataFolder(), StateFolder(), links}, HostName(), std::time(nullptr)};
     return RunLogCopy({FindUsbStorage, WriteToLog}, job);
 }

@@ -13,11 +13,9 @@
 namespace quorvel::desktop {
 
 struct LogCopyJob {
-    std::string dataFolder;   // contains the result files and their photos
-    std::string stateFolder;  // contains the logs; empty for no logs
-    std::string host;         // part of the name of the new folder
-    std::time_t time;         // part of the name of the new folder
-    OutsideLinks outsideLinks = OutsideLinks::kFollow;
+    SourceFolders from;
+    std::string host;  // part of the name of the new folder
+    std::time_t time;  // part of the name of the new folder
 };
 
 // What a log copy uses. Tests replace both parts.

@@ -182,24 +182,23 @@ void AddLogs(const std::string& folder, OutsideLinks outsideLinks,
 
 }  // namespace
 
-std::vector<LogSource> OpenLogSources(const std::string& stateFolder, const std::string& dataFolder,
-                                      OutsideLinks outsideLinks) {
+std::vector<LogSource> OpenLogSources(const SourceFolders& folders) {
     std::vector<LogSource> sources;
-    if (!stateFolder.empty()) {
-        AddLogs(stateFolder, outsideLinks, sources);
+    if (!folders.state.empty()) {
+        AddLogs(folders.state, folders.outsideLinks, sources);
     }
     for (const char* name : {kMainResultFile, kRnscResultFile}) {
-        AddIfFile(dataFolder, name, outsideLinks, sources);
+        AddIfFile(folders.data, name, folders.outsideLinks, sources);
     }
     if (sources.empty()) {
-        throw LogCopyError("there is nothing to copy", stateFolder + ", " + dataFolder);
+        throw LogCopyError("there is nothing to copy", folders.state + ", " + folders.data);
     }
     return sources;
 }
 
-std::optional<LogSource> OpenPhoto(const std::string& dataFolder, const std::string& name,
-                                   const std::string& fileName, OutsideLinks outsideLinks) {
-    const std::string found = FindPhoto(dataFolder, name);
+std::optional<LogSource> OpenPhoto(const SourceFolders& folders, const std::string& name,
+                                   const std::string& fileName) {
+    const std::string found = FindPhoto(folders.data, name);
     const std::string path = found.empty() ? name : found;
     if (!BeginsWith(path, "/")) {
         return std::nullopt;
@@ -211,8 +210,8 @@ std::optional<LogSource> OpenPhoto(const std::string& dataFolder, const std::str
     if (photo->status.st_size > kMaxPhotoBytes) {
         FailSource(path, EFBIG);
     }
-    if (!IsInside(*photo, dataFolder)) {
-        if (outsideLinks == OutsideLinks::kReject && !HasNoLink(*photo)) {
+    if (!IsInside(*photo, folders.data)) {
+        if (folders.outsideLinks == OutsideLinks::kReject && !HasNoLink(*photo)) {
             RejectLink(*photo);
         }
         CheckIsPicture(*photo);

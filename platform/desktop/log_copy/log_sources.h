@@ -22,22 +22,27 @@ struct LogSource {
 // Whether a link to a file outside its folder is followed or makes the copy fail.
 enum class OutsideLinks { kFollow, kReject };
 
-// Finds the log, the rotated logs and quorvel.start.log in stateFolder, and the result files in
-// dataFolder, as far as they exist. stateFolder may be empty for no logs. All files that a rotation
-// can change are opened before the first copy, so that a rotation during the copy changes nothing.
-// Old logs are not kept open, since a folder may contain more of them than this process may open.
-// Throws LogCopyError when an existing file cannot be read, when a link is rejected and when no
-// file exists. Any thread.
-std::vector<LogSource> OpenLogSources(const std::string& stateFolder, const std::string& dataFolder,
-                                      OutsideLinks outsideLinks);
+// The folders with the files to copy.
+struct SourceFolders {
+    std::string data;   // contains the result files and their photos
+    std::string state;  // contains the logs; empty for no logs
+    OutsideLinks outsideLinks = OutsideLinks::kFollow;
+};
 
-// Opens the photo that the application shows for the name: the photo in dataFolder, see FindPhoto,
-// or else the file whose absolute path is the name. fileName: the name of the copy. Returns no
-// value when no such regular file exists. Throws SourceError when the file cannot be read or is too
-// large, when a link is rejected, when fileName is empty, and when a file outside dataFolder is not
-// a picture. A result file could otherwise name a private file. Any thread.
-std::optional<LogSource> OpenPhoto(const std::string& dataFolder, const std::string& name,
-                                   const std::string& fileName, OutsideLinks outsideLinks);
+// Finds the log, the rotated logs and quorvel.start.log in the state folder, and the result files
+// in the data folder, as far as they exist. All files that a rotation can change are opened before
+// the first copy, so that a rotation during the copy changes nothing. Old logs are not kept open,
+// since a folder may contain more of them than this process may open. Throws LogCopyError when an
+// existing file cannot be read, when a link is rejected and when no file exists. Any thread.
+std::vector<LogSource> OpenLogSources(const SourceFolders& folders);
+
+// Opens the photo that the application shows for the name: the photo in the data folder, see
+// FindPhoto, or else the file whose absolute path is the name. fileName: the name of the copy.
+// Returns no value when no such regular file exists. Throws SourceError when the file cannot be
+// read or is too large, when a link is rejected, when fileName is empty, and when a file outside
+// the data folder is not a picture. A result file could otherwise name a private file. Any thread.
+std::optional<LogSource> OpenPhoto(const SourceFolders& folders, const std::string& name,
+                                   const std::string& fileName);
 
 // Returns the open file of the source, which no longer has it. Opens an old log. Throws SourceError
 // when the file cannot be opened, or when the path has another file now.

@@ -117,7 +117,7 @@ protected:
 };
 
 TEST_P(LogCopyFaultTest, ReportsFailureOfEveryCall) {
-    m_Job.outsideLinks = OutsideLinks::kReject;
+    m_Job.from.outsideLinks = OutsideLinks::kReject;
     const std::vector<PerformedCall> good = GoodRun();
     // The copy opens, locates, reads, writes, syncs and closes four files.
     ASSERT_GT(good.size(), 45U);

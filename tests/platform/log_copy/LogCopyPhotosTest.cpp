@@ -108,7 +108,7 @@ TEST_F(LogCopyPhotosTest, CopiesPictureOutsideDataFolder) {
          {kPicture, std::string("\x89PNG\r\n\x1A\n"), std::string("GIF89a"),
           std::string("II*\0", 4), std::string("MM\0*", 4), std::string("RIFF1234WEBP")}) {
         for (const OutsideLinks links : {OutsideLinks::kFollow, OutsideLinks::kReject}) {
-            m_Job.outsideLinks = links;
+            m_Job.from.outsideLinks = links;
             Write(OutsidePath("1.jpg"), picture);
             m_Sources["1.jpg"] = picture;
             ResetStorage();
@@ -141,7 +141,7 @@ TEST_F(LogCopyPhotosTest, OmitsOtherFilesOutsideDataFolder) {
 }
 
 TEST_F(LogCopyPhotosTest, FollowsNoLinkOutOfDataFolderAsRoot) {
-    m_Job.outsideLinks = OutsideLinks::kReject;
+    m_Job.from.outsideLinks = OutsideLinks::kReject;
     Write(OutsidePath("secret/1.jpg"), kPicture);
     fs::create_symlink(OutsidePath("secret/1.jpg"), m_Data / "1.jpg");
     fs::create_symlink(OutsidePath("secret"), m_Data / "capture");
@@ -178,7 +178,7 @@ TEST_F(LogCopyPhotosTest, OmitsTooLargePhoto) {
 // The test makes each call on the photo fail, except the last call, which closes the photo.
 TEST_F(LogCopyPhotosTest, OmitsUnreadablePhoto) {
     const std::string photo = OutsidePath("1.jpg");
-    m_Job.outsideLinks = OutsideLinks::kReject;
+    m_Job.from.outsideLinks = OutsideLinks::kReject;
     WriteRun({photo, "/mnt/2.jpg"});
     Write(photo, kPicture);
     AddPhoto("2.jpg", "2.jpg");

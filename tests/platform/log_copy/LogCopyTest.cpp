@@ -208,7 +208,7 @@ TEST_F(LogCopyTest, FollowsLinksAndSkipsSpecialFiles) {
 }
 
 TEST_F(LogCopyTest, RejectsLinkOutOfFolder) {
-    m_Job.outsideLinks = OutsideLinks::kReject;
+    m_Job.from.outsideLinks = OutsideLinks::kReject;
     const fs::path secret = m_Scratch.Path() / "secret";
     Write(secret, "private");
     for (const fs::path& link : {m_State / "quorvel.2.log", m_Data / "qelRnscXml.xml"}) {
@@ -224,7 +224,7 @@ TEST_F(LogCopyTest, RejectsLinkOutOfFolder) {
 }
 
 TEST_F(LogCopyTest, FollowsLinkInsideFolderWhenOutsideLinksAreRejected) {
-    m_Job.outsideLinks = OutsideLinks::kReject;
+    m_Job.from.outsideLinks = OutsideLinks::kReject;
     for (const fs::path& target : {fs::path("elsewhere"), m_Data / "elsewhere"}) {
         fs::rename(m_Data / "qelXml.xml", m_Data / "elsewhere");
         fs::create_symlink(target, m_Data / "qelXml.xml");
@@ -308,7 +308,7 @@ TEST_F(LogCopyTest, ReportsMissingFiles) {
 }
 
 TEST_F(LogCopyTest, ReportsMissingFilesWithoutStateFolder) {
-    m_Job.stateFolder = "";
+    m_Job.from.state = "";
     fs::remove_all(m_Data);
     EXPECT_EQ(Run(), -1);
     EXPECT_THAT(m_Errors, ElementsAre(StartsWith("log copy: there is nothing to copy (")));

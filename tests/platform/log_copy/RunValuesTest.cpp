@@ -21,7 +21,6 @@ using quorvel::desktop::kMaxPhotos;
 using quorvel::desktop::kMaxResultFileBytes;
 using quorvel::desktop::LogSource;
 using quorvel::desktop::OpenLogSources;
-using quorvel::desktop::OutsideLinks;
 using quorvel::desktop::ReadRunValues;
 using quorvel::desktop::RunValues;
 using quorvel::desktop::SourceError;
@@ -39,9 +38,7 @@ protected:
         Write(m_Data / "qelXml.xml", main);
         Write(m_Data / "qelRnscXml.xml", rnsc);
     }
-    std::vector<LogSource> Open() const {
-        return OpenLogSources(m_State, m_Data, OutsideLinks::kFollow);
-    }
+    std::vector<LogSource> Open() const { return OpenLogSources(m_Job.from); }
     RunValues ReadValues() { return ReadRunValues(Open()); }
     std::vector<std::string> PhotosOf(const std::string& items) {
         WriteFiles("<r><FAnetTest>" + items + "</FAnetTest></r>", "<r/>");
