@@ -154,6 +154,7 @@ ssize_t FaultyFileIo::m_PerformForReal(FileOperation& operation, const SystemCal
 // redirects further calls.
 extern "C" {
 
+// The port always passes a mode.
 int __real_openat(int folder, const char* name, int flags, mode_t mode);
 int __wrap_openat(int folder, const char* name, int flags, mode_t mode) {
     const FileCall call = (flags & O_CREAT) == 0 ? FileCall::kOpen : FileCall::kCreate;

@@ -47,7 +47,7 @@ struct PerformedCall {
 
 std::ostream& operator<<(std::ostream& out, const PerformedCall& performed);
 
-// The file operations of log_copy/file_io.h, while a FaultyFileIo::Scope exists. Records every
+// Replaces the system calls of log_copy/file_io.h while a FaultyFileIo::Scope exists. Records every
 // call, and makes a selected call fail before the call has an effect. Only records syncs unless
 // SyncForReal was called. One thread only.
 class FaultyFileIo {
@@ -61,7 +61,7 @@ public:
         Scope& operator=(const Scope&) = delete;
     };
 
-    // Performs a system call. Receives the operation, whose size can be reduced.
+    // Performs a system call with the size of the operation, which can be smaller than requested.
     using SystemCall = std::function<ssize_t(const FileOperation& operation)>;
 
     // Performs the call through the FaultyFileIo of this thread, if a Scope exists.
