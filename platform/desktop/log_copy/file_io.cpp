@@ -98,6 +98,18 @@ void FailSource(const std::string& name, int error) {
     throw SourceError("a file to copy cannot be read", Reason(name, error));
 }
 
+void CheckStorage(bool hasSucceeded, const std::string& name) {
+    if (!hasSucceeded) {
+        FailStorage(name, errno);
+    }
+}
+
+void CheckSource(bool hasSucceeded, const std::string& name) {
+    if (!hasSucceeded) {
+        FailSource(name, errno);
+    }
+}
+
 File::File(const std::string& path, int flags) : m_Descriptor(Open(AT_FDCWD, path, flags, 0)) {}
 
 File::File(const File& folder, const std::string& name, int flags, mode_t mode)

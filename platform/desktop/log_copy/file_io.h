@@ -33,6 +33,11 @@ public:
 [[noreturn]] void FailStorage(const std::string& name, int error);
 [[noreturn]] void FailSource(const std::string& name, int error);
 
+// Throw as FailStorage and FailSource, with errno, unless an operation on the storage or on a file
+// to copy has succeeded.
+void CheckStorage(bool hasSucceeded, const std::string& name);
+void CheckSource(bool hasSucceeded, const std::string& name);
+
 // An open file or folder, closed by the destructor. Repeats a system call that a signal interrupts,
 // except close. Functions that return bool return false and set errno on failure. One thread at a
 // time.

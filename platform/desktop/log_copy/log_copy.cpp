@@ -81,9 +81,7 @@ void CheckMount(const File& folder, const UsbStorage& storage) {
     if (!storage.mountId) {
         return;
     }
-    if (!folder.MountId(id)) {
-        FailStorage(storage.folder, errno);
-    }
+    CheckStorage(folder.MountId(id), storage.folder);
     if (id != *storage.mountId) {
         FailStorage(storage.folder, ENODEV);
     }
@@ -94,9 +92,7 @@ File OpenStorage(const UsbStorage& storage) {
     if (!folder.IsOpen() && (errno == ENOENT || errno == ENOTDIR)) {
         FailNoStorage(storage.folder, errno);
     }
-    if (!folder.IsOpen()) {
-        FailStorage(storage.folder, errno);
-    }
+    CheckStorage(folder.IsOpen(), storage.folder);
     CheckMount(folder, storage);
     return folder;
 }

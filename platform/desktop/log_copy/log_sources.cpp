@@ -44,9 +44,7 @@ std::vector<unsigned> ListLogAges(const std::string& folder) {
         return {};
     }
     std::vector<std::string> names;
-    if (!opened.IsOpen() || !opened.List(names)) {
-        FailSource(folder, errno);
-    }
+    CheckSource(opened.IsOpen() && opened.List(names), folder);
     std::vector<unsigned> ages;
     for (const std::string& name : names) {
         if (const std::optional<unsigned> age = LogAge(name)) {
@@ -91,9 +89,7 @@ std::optional<LogSource> OpenSource(const std::string& name, const std::string& 
         return std::nullopt;
     }
     struct stat status {};
-    if (!file.IsOpen() || !file.Status(status)) {
-        FailSource(path, errno);
-    }
+    CheckSource(file.IsOpen() && file.Status(status), path);
     if (!S_ISREG(status.st_mode)) {
         return std::nullopt;
     }
@@ -107,9 +103,7 @@ std::optional<LogSource> OpenSource(const std::string& name, const std::string& 
 // Returns the path of the file or folder without links.
 std::string RealPath(const File& opened, const LogSource& source) {
     std::string path;
-    if (!opened.IsOpen() || !opened.Path(path)) {
-        FailSource(source.path, errno);
-    }
+    CheckSource(opened.IsOpen() && opened.Path(path), source.path);
     return path;
 }
 
@@ -140,9 +134,7 @@ void CheckIsPicture(const LogSource& source) {
     constexpr std::size_t kLongestStart = 12;
     std::string bytes(kLongestStart, '\0');
     const ssize_t count = source.file->Read(bytes.data(), bytes.size(), 0);
-    if (count < 0) {
-        FailSource(source.path, errno);
-    }
+    CheckSource(count >= 0, source.path);
     bytes.resize(static_cast<std::size_t>(count));
     if (!IsPicture(bytes)) {
         throw SourceError("a file outside the data folder is not a picture", source.path);

@@ -47,9 +47,7 @@ std::string RenameToFree(const File& parent, const std::string& from, const std:
 
 // EINVAL: the file system cannot sync a single folder; SyncFileSystem syncs the folder there.
 void SyncAll(const File& folder, const std::string& name) {
-    if ((!folder.Sync() && errno != EINVAL) || !folder.SyncFileSystem()) {
-        FailStorage(name, errno);
-    }
+    CheckStorage((folder.Sync() || errno == EINVAL) && folder.SyncFileSystem(), name);
 }
 
 void WriteAll(const File& file, const char* data, std::size_t size, const std::string& name) {
@@ -70,9 +68,7 @@ void CopyContent(const File& from, const LogSource& source, const File& to) {
     while (offset < source.status.st_size) {
         const auto left = static_cast<std::size_t>(source.status.st_size - offset);
         const ssize_t size = from.Read(buffer.data(), std::min(left, buffer.size()), offset);
-        if (size < 0) {
-            FailSource(source.name, errno);
-        }
+        CheckSource(size >= 0, source.name);
         if (size == 0) {
             return;
         }
@@ -157,20 +153,14 @@ std::string CreateFolder(const File& parent, const std::string& name,
     std::string current = WithFreeName(kUnfinishedPrefix + name, [&](const std::string& tried) {
         return parent.MakeFolder(tried, kFolderMode);
     });
-    if (current.empty()) {
-        FailStorage(name, errno);
-    }
+    CheckStorage(!current.empty(), name);
     try {
         const File folder(parent, current, kOpenFolder);
-        if (!folder.IsOpen()) {
-            FailStorage(name, errno);
-        }
+        CheckStorage(folder.IsOpen(), name);
         fill(folder);
         SyncAll(folder, name);
         const std::string renamed = RenameToFree(parent, current, name);
-        if (renamed.empty()) {
-            FailStorage(name, errno);
-        }
+        CheckStorage(!renamed.empty(), name);
         current = renamed;
         SyncAll(parent, name);
     } catch (...) {
@@ -191,14 +181,10 @@ void CopyFile(LogSource& source, const File& folder) {
     try {
         CopyContent(from, source, to);
     } catch (const SourceError&) {
-        if (!folder.RemoveFile(source.name)) {
-            FailStorage(source.name, errno);
-        }
+        CheckStorage(folder.RemoveFile(source.name), source.name);
         throw;
     }
-    if (!to.Sync() || !to.Close()) {
-        FailStorage(source.name, errno);
-    }
+    CheckStorage(to.Sync() && to.Close(), source.name);
 }
 
 }  // namespace quorvel::desktop
