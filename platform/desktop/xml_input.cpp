@@ -4,6 +4,7 @@
 #include <libxml/SAX2.h>
 #include <libxml/catalog.h>
 #include <libxml/entities.h>
+#include <libxml/hash.h>
 #include <libxml/parser.h>
 #include <libxml/parserInternals.h>
 #include <libxml/tree.h>
@@ -27,10 +28,6 @@ namespace {
 // What parsing an entity again costs besides its length, in bytes.
 constexpr std::int64_t kEntityParseCost = 100;
 
-// libxml2 compares each default attribute of an element with the others. This many comparisons take
-// about 0.1 s.
-constexpr std::int64_t kMaxDefaultComparisons = 100'000'000;
-
 // The file that this thread parses, and what is left of its limits. Each parser starts a new one.
 struct ParsedFile {
     std::string path;
@@ -38,9 +35,7 @@ struct ParsedFile {
     bool isRejected = false;
     std::int64_t bytesLeft = kMaxResultFileBytes;
     std::int64_t entityBytesLeft = kMaxEntityBytes;
-    std::int64_t declarationBytesLeft = kMaxDeclarationBytes;
-    int attributeDeclarationsLeft = kMaxAttributes;
-    std::int64_t defaultComparisonsLeft = kMaxDefaultComparisons;
+    std::int64_t documentTypeBytesLeft = kMaxDocumentTypeBytes;
 };
 thread_local ParsedFile g_ParsedFile;
 thread_local XmlInputReport g_Report = [](const std::string&) {};
@@ -49,14 +44,13 @@ thread_local XmlInputStop g_MustStop = [] { return false; };
 
 constexpr const char* kTooManyAttributes =
     "an element has more than 1,000 attributes and namespaces";
-constexpr const char* kTooManyDeclarations =
-    "its document type has more than 32 KiB of declarations";
+constexpr const char* kTooLongDocumentType = "its document type has more than 32 KiB";
 constexpr const char* kTooManyEntityBytes = "its entities expand to more than 10,000,000 bytes";
 
-// Counts declarations of this size in bytes. Returns false when they exceed the limit.
-bool CountDeclarations(std::int64_t size) {
-    g_ParsedFile.declarationBytesLeft -= size;
-    return g_ParsedFile.declarationBytesLeft >= 0;
+// Counts a part of the document type with this size in bytes. Returns false above the limit.
+bool CountDocumentType(std::int64_t size) {
+    g_ParsedFile.documentTypeBytesLeft -= size;
+    return g_ParsedFile.documentTypeBytesLeft >= 0;
 }
 
 // Content that is not in a file has no path, and its caller knows what it has parsed.
@@ -88,15 +82,8 @@ void OnStartElement(void* context, const xmlChar* name, const xmlChar* prefix, c
                     int namespaces, const xmlChar** namespaceList, int attributes, int defaulted,
                     const xmlChar** attributeList) {
     auto* parser = static_cast<xmlParserCtxt*>(context);
-    const int namespacesInScope = parser->nsNr / 2;
-    // libxml2 also compares each default namespace with the namespaces in scope, and counts none.
-    const std::int64_t compared =
-        parser->attsDefault == nullptr ? 0 : defaulted + namespacesInScope;
-    g_ParsedFile.defaultComparisonsLeft -= compared * compared;
-    if (attributes + namespacesInScope > kMaxAttributes) {
+    if (attributes + parser->nsNr / 2 > kMaxAttributes) {
         Stop(parser, kTooManyAttributes);
-    } else if (g_ParsedFile.defaultComparisonsLeft < 0) {
-        Stop(parser, "its elements have too many default attributes");
     } else {
         xmlSAX2StartElementNs(context, name, prefix, uri, namespaces, namespaceList, attributes,
                               defaulted, attributeList);
@@ -111,20 +98,22 @@ bool MayContinue(std::int64_t nextPart) {
     if (parser == nullptr) {
         return true;
     }
+    // After an error libxml2 reports no declarations any more, but still uses them.
+    const bool hasDeclarations = parser->inSubset != 0 || parser->attsDefault != nullptr;
+    if (parser->disableSAX != 0 && hasDeclarations) {
+        return false;
+    }
     // The tables have five entries for each attribute and two for each namespace. The table of
     // attributes grows to twice the needed size.
     if (parser->maxatts / 5 > 2 * kMaxAttributes || parser->nsNr / 2 > kMaxAttributes) {
         Reject(parser, kTooManyAttributes);
         return false;
     }
-    // Comments, values of entities and other texts have states of their own.
-    if (parser->instate == XML_PARSER_DTD && !CountDeclarations(nextPart)) {
-        Reject(parser, kTooManyDeclarations);
+    if (parser->inSubset != 0 && !CountDocumentType(nextPart)) {
+        Reject(parser, kTooLongDocumentType);
         return false;
     }
-    // After an error libxml2 reports no declarations any more, but still uses them.
-    const bool hasDeclarations = parser->inSubset != 0 || parser->attsDefault != nullptr;
-    return parser->disableSAX == 0 || !hasDeclarations;
+    return true;
 }
 
 // Returns the reason why the file may not be read; empty when it may. descriptor: the result of
@@ -240,14 +229,14 @@ xmlChar* ReadValue(xmlDocPtr doc, const xmlNode* list) {
 
 xmlEntityPtr OnParameterEntity(void* context, const xmlChar* name) {
     auto* parser = static_cast<xmlParserCtxt*>(context);
-    xmlEntityPtr entity = xmlSAX2GetParameterEntity(context, name);
-    if (entity != nullptr && !CountDeclarations(entity->length)) {
-        Stop(parser, kTooManyDeclarations);
-        return nullptr;
-    }
     // After an error libxml2 reports no declaration of the entity.
     if (parser->disableSAX != 0) {
         xmlStopParser(parser);
+        return nullptr;
+    }
+    xmlEntityPtr entity = xmlSAX2GetParameterEntity(context, name);
+    if (entity != nullptr && !CountDocumentType(entity->length)) {
+        Stop(parser, kTooLongDocumentType);
         return nullptr;
     }
     return entity;
@@ -267,26 +256,13 @@ xmlEntityPtr OnEntity(void* context, const xmlChar* name) {
     return entity;
 }
 
-void OnEntityDeclaration(void* context, const xmlChar* name, int type, const xmlChar* publicId,
-                         const xmlChar* systemId, xmlChar* content) {
+// The application reads no attributes. libxml2 would compare the default attributes of each element
+// with each other, so the parser forgets all default attributes but the last.
+void OnAttributeDeclaration(void* context, const xmlChar*, const xmlChar*, int, int, const xmlChar*,
+                            xmlEnumerationPtr values) {
     auto* parser = static_cast<xmlParserCtxt*>(context);
-    if (type == XML_INTERNAL_GENERAL_ENTITY && xmlStrchr(content, '<') != nullptr &&
-        !CountDeclarations(xmlStrlen(content))) {
-        Stop(parser, kTooManyDeclarations);
-        return;
-    }
-    xmlSAX2EntityDecl(context, name, type, publicId, systemId, content);
-}
-
-void OnAttributeDeclaration(void* context, const xmlChar* element, const xmlChar* name, int type,
-                            int defaultType, const xmlChar* defaultValue, xmlEnumerationPtr tree) {
-    auto* parser = static_cast<xmlParserCtxt*>(context);
-    if (--g_ParsedFile.attributeDeclarationsLeft < 0) {
-        xmlFreeEnumeration(tree);
-        Stop(parser, "its document type declares more than 1,000 attributes");
-        return;
-    }
-    xmlSAX2AttributeDecl(context, element, name, type, defaultType, defaultValue, tree);
+    xmlFreeEnumeration(values);
+    xmlHashFree(std::exchange(parser->attsDefault, nullptr), xmlHashDefaultDeallocator);
 }
 
 struct ParserDeleter {
@@ -307,7 +283,6 @@ Parser NewParser() {
     callbacks.startElementNs = OnStartElement;
     callbacks.getParameterEntity = OnParameterEntity;
     callbacks.getEntity = OnEntity;
-    callbacks.entityDecl = OnEntityDeclaration;
     callbacks.attributeDecl = OnAttributeDeclaration;
     g_ParsedFile = {};
     g_ParsedFile.parser = parser.get();
@@ -348,19 +323,15 @@ void LimitXmlInput(XmlInputReport report, ResultFileLinks links, XmlInputStop mu
 
 }  // namespace quorvel::desktop
 
-// The linker's names for the calls as the application makes them, and as libxml2 has them.
+// The linker's names for the calls as the application makes them.
 // NOLINTBEGIN(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp)
-extern "C" xmlChar* __real_xmlNodeListGetString(xmlDocPtr doc, const xmlNode* list, int inLine);
 extern "C" xmlChar* __wrap_xmlNodeListGetString(xmlDocPtr doc, const xmlNode* list, int inLine);
+extern "C" xmlDocPtr __wrap_xmlParseFile(const char* path);
 
-xmlChar* __wrap_xmlNodeListGetString(xmlDocPtr doc, const xmlNode* list, int inLine) {
-    if (inLine == 0) {
-        return __real_xmlNodeListGetString(doc, list, inLine);
-    }
+// Every caller passes 1 for inLine.
+xmlChar* __wrap_xmlNodeListGetString(xmlDocPtr doc, const xmlNode* list, int) {
     return quorvel::desktop::ReadValue(doc, list);
 }
-
-extern "C" xmlDocPtr __wrap_xmlParseFile(const char* path);
 
 xmlDocPtr __wrap_xmlParseFile(const char* path) {
     return quorvel::desktop::ParseFile(path);
