@@ -1,23 +1,23 @@
 #include "lifecycle/display.h"
 
-#include <fcntl.h>
-#include <sys/prctl.h>
-#include <sys/wait.h>
-#include <unistd.h>
 #include <wayland-client-core.h>
 #include <xcb/xcb.h>
 
-#include <array>
 #include <chrono>
-#include <csignal>
 #include <cstdlib>
+#include <future>
+#include <string>
+#include <thread>
+#include <utility>
 
-#include "lifecycle/owner.h"
+#include "log/log.h"
 #include "paths.h"
 
 namespace quorvel::desktop {
 
 namespace {
+
+using Clock = std::chrono::steady_clock;
 
 // How long the displays may take to answer.
 constexpr std::chrono::milliseconds kTimeout{1000};
@@ -28,8 +28,8 @@ bool DrawsWithoutDisplay() {
            engine.rfind("shot", 0) == 0;
 }
 
-bool ConnectToWayland() {
-    wl_display* display = wl_display_connect(nullptr);
+bool ConnectToWayland(const std::string& name) {
+    wl_display* display = wl_display_connect(name.c_str());
     if (display == nullptr) {
         return false;
     }
@@ -39,72 +39,25 @@ bool ConnectToWayland() {
     return answers;
 }
 
-bool ConnectToX() {
-    xcb_connection_t* connection = xcb_connect(nullptr, nullptr);
+bool ConnectToX(const std::string& name) {
+    xcb_connection_t* connection = xcb_connect(name.c_str(), nullptr);
     const bool answers = xcb_connection_has_error(connection) == 0;
     xcb_disconnect(connection);
     return answers;
 }
 
-// Runs in the child process. The child inherits the lock of the instance, so the kernel ends the
-// child together with its parent.
-[[noreturn]] void ReportConnection(bool (*connect)(), pid_t parent, int pipe) {
-    prctl(PR_SET_PDEATHSIG, SIGKILL);
-    const bool success = getppid() == parent && connect() && write(pipe, "y", 1) == 1;
-    _exit(success ? 0 : 1);
+// Connects on another thread. A display that does not answer blocks connect for minutes, and
+// connect cannot be cancelled. The thread then ends with the connection or with the process.
+std::future<bool> Start(bool (*connect)(const std::string&), const std::string& name) {
+    std::packaged_task<bool()> task([connect, name] { return !name.empty() && connect(name); });
+    std::future<bool> answers = task.get_future();
+    std::thread(std::move(task)).detach();
+    return answers;
 }
 
-// Returns whether a byte arrives before the deadline.
-bool ReceivesByte(int pipe, Clock::time_point deadline) {
-    char byte = 0;
-    return AwaitInput(pipe, deadline) && read(pipe, &byte, 1) == 1;
+bool Succeeds(std::future<bool>& answers, Clock::time_point deadline) {
+    return answers.wait_until(deadline) == std::future_status::ready && answers.get();
 }
-
-// One attempt to connect to a display. A display that does not answer blocks connect for minutes,
-// and connect cannot be cancelled. Therefore a child process connects, and the destructor kills it.
-class Attempt {
-public:
-    // Starts to connect if the variable names a display.
-    Attempt(const char* variable, bool (*connect)()) : m_Variable(variable) {
-        std::array<int, 2> pipe{};
-        if (EnvironmentValue(variable).empty() || pipe2(pipe.data(), O_CLOEXEC) != 0) {
-            return;
-        }
-        m_Pipe = pipe[0];
-        const pid_t parent = getpid();
-        m_Child = fork();
-        if (m_Child == 0) {
-            ReportConnection(connect, parent, pipe[1]);
-        }
-        close(pipe[1]);
-    }
-    ~Attempt() {
-        if (m_Pipe >= 0) {
-            close(m_Pipe);
-        }
-        if (m_Child > 0) {
-            kill(m_Child, SIGKILL);
-            waitpid(m_Child, nullptr, 0);
-        }
-    }
-    Attempt(const Attempt&) = delete;
-    Attempt& operator=(const Attempt&) = delete;
-
-    // Returns whether the display answers before the deadline. Otherwise removes the variable from
-    // the environment.
-    bool Succeeds(Clock::time_point deadline) const {
-        const bool success = m_Pipe >= 0 && ReceivesByte(m_Pipe, deadline);
-        if (!success) {
-            unsetenv(m_Variable);
-        }
-        return success;
-    }
-
-private:
-    const char* m_Variable;
-    int m_Pipe = -1;
-    pid_t m_Child = -1;
-};
 
 std::string Reason(const std::string& x, const std::string& wayland) {
     if (x.empty() && wayland.empty()) {
@@ -116,22 +69,28 @@ std::string Reason(const std::string& x, const std::string& wayland) {
 
 }  // namespace
 
-bool FindDisplay(std::string& why) {
+bool FindDisplay() {
     if (DrawsWithoutDisplay()) {
         return true;
     }
     const std::string wayland = EnvironmentValue("WAYLAND_DISPLAY");
     const std::string x = EnvironmentValue("DISPLAY");
-    const Attempt waylandAttempt("WAYLAND_DISPLAY", ConnectToWayland);
-    const Attempt xAttempt("DISPLAY", ConnectToX);
+    std::future<bool> waylandAnswers = Start(ConnectToWayland, wayland);
+    std::future<bool> xAnswers = Start(ConnectToX, x);
     const Clock::time_point deadline = Clock::now() + kTimeout;
-    const bool hasWayland = waylandAttempt.Succeeds(deadline);
-    const bool hasX = xAttempt.Succeeds(deadline);
-    if (hasWayland || hasX) {
-        return true;
+    const bool hasWayland = Succeeds(waylandAnswers, deadline);
+    const bool hasX = Succeeds(xAnswers, deadline);
+    // Only now, because the threads read the environment.
+    if (!hasWayland) {
+        unsetenv("WAYLAND_DISPLAY");
     }
-    why = Reason(x, wayland);
-    return false;
+    if (!hasX) {
+        unsetenv("DISPLAY");
+    }
+    if (!hasWayland && !hasX) {
+        LogError(Reason(x, wayland));
+    }
+    return hasWayland || hasX;
 }
 
 }  // namespace quorvel::desktop

@@ -179,12 +179,7 @@ int Application::Run(int argc, char** argv, KeyValues first) {
     // Until then they stay pending: a signal while a window opens can break the connection to the X
     // server. Reading the result files stops when a signal is pending.
     SetSignalMask(SIG_BLOCK);
-    std::string why;
-    if (!FindDisplay(why)) {
-        LogError(why);
-        return APP_ERROR_INVALID_CONTEXT;
-    }
-    if (!m_Server.Listen()) {
+    if (!FindDisplay() || !m_Server.Listen()) {
         return APP_ERROR_INVALID_CONTEXT;
     }
     // Efreet's helper process would outlive this process and keep the terminal open.
