@@ -44,9 +44,9 @@ std::string EnvironmentValue(const char* variable, const std::string& other) {
     return value == nullptr || value[0] == '\0' ? other : value;
 }
 
-std::string EnvironmentPath(const char* variable) {
-    std::string value = EnvironmentValue(variable);
-    return value[0] == '/' ? value : "";
+std::string EnvironmentPath(const char* variable, const std::string& other) {
+    const std::string value = EnvironmentValue(variable);
+    return value[0] == '/' ? value : other;
 }
 
 std::string DataFolder() {

@@ -11,7 +11,6 @@
 #include <functional>
 #include <optional>
 #include <string>
-#include <thread>
 #include <utility>
 #include <vector>
 
@@ -84,21 +83,9 @@ bool IsAcceptable(const runs::Run& run, bool force) {
     return true;
 }
 
-// Sends the launch request to the owner. Tries again while the owner starts. Returns whether the
-// application has received the request.
-bool HandOver(const std::string& folder, const desktop::KeyValues& request) {
-    const auto deadline = desktop::Clock::now() + kOwnerTimeout;
-    auto reply = desktop::SendToOwner(folder, request, deadline);
-    while (reply == desktop::Reply::kNoOwner && desktop::Clock::now() < deadline) {
-        std::this_thread::sleep_for(desktop::kRetryInterval);
-        reply = desktop::SendToOwner(folder, request, deadline);
-    }
-    return reply == desktop::Reply::kAccepted;
-}
-
 // Closes the owner. Returns whether its process has ended.
 bool CloseOwner(const std::string& folder) {
-    HandOver(folder, {{"EXEPARAM", "CLOSE"}});
+    desktop::HandOver(folder, {{"EXEPARAM", "CLOSE"}}, kOwnerTimeout);
     return desktop::AwaitNoOwner(folder, kOwnerTimeout);
 }
 
@@ -120,7 +107,7 @@ std::optional<int> AskOwner(const runs::Run& run, const Options& options) {
     } else if (owner->files != run.identity) {
         Report(name + " shows " + (owner->path.empty() ? "unknown result files" : owner->path) +
                "; close it or add --replace");
-    } else if (HandOver(folder, options.request)) {
+    } else if (desktop::HandOver(folder, options.request, kOwnerTimeout)) {
         return kSuccess;
     } else {
         Report(name + " does not answer; end that process and try again");

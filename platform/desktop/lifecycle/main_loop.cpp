@@ -16,7 +16,6 @@
 #include <vector>
 
 #include "lifecycle/display.h"
-#include "lifecycle/instance.h"
 #include "lifecycle/launch_request.h"
 #include "lifecycle/owner.h"
 #include "lifecycle/request_server.h"
@@ -339,7 +338,7 @@ int ui_app_main(int argc, char** argv, ui_app_lifecycle_callback_s* callback, vo
     Instance instance(folder,
                       EnvironmentValue("QUORVEL_RUN_IDENTITY", FolderIdentity(DataFolder())),
                       EnvironmentValue("QUORVEL_RUN_PATH", DataFolder()));
-    switch (instance.ClaimOrHandOver(request, kOwnerTimeout)) {
+    switch (instance.ClaimOrHandOver(request, kOwnerTimeout, why)) {
         case Instance::Claim::kOwner:
             return RunAsOwner(argc, argv, *callback, user_data, SocketPath(folder),
                               std::move(request));
@@ -347,6 +346,7 @@ int ui_app_main(int argc, char** argv, ui_app_lifecycle_callback_s* callback, vo
             LogInfo("the running quorvel has accepted the launch request");
             return APP_ERROR_NONE;
         case Instance::Claim::kFailed:
+            LogError(why);
             break;
     }
     return APP_ERROR_ALREADY_RUNNING;

@@ -12,6 +12,7 @@
 #include <cstring>
 #include <fstream>
 #include <thread>
+#include <utility>
 
 #include "paths.h"
 
@@ -20,21 +21,42 @@ namespace quorvel::desktop {
 namespace {
 
 using std::chrono::milliseconds;
+using Clock = std::chrono::steady_clock;
 
-// Returns a socket that is connected to the owner, or not connected when no process listens.
-int Connect(const std::string& folder) {
-    const int socket = OpenSocket();
-    // A message leaves at once only if it fits into the send buffer.
-    const int size = kMaxMessageBytes;
-    setsockopt(socket, SOL_SOCKET, SO_SNDBUF, &size, sizeof(size));
-    const sockaddr_un address = SocketAddress(SocketPath(folder));
-    // Without a connection, send fails.
-    (void)connect(socket, reinterpret_cast<const sockaddr*>(&address), sizeof(address));
-    return socket;
+// Time between two attempts while the owner starts or shuts down.
+constexpr milliseconds kRetryInterval{10};
+
+// Waits until the condition is true. Returns false after the deadline.
+template <typename Condition>
+bool WaitUntil(Clock::time_point deadline, const Condition& condition) {
+    while (!condition()) {
+        if (Clock::now() >= deadline) {
+            return false;
+        }
+        std::this_thread::sleep_for(kRetryInterval);
+    }
+    return true;
 }
 
-// Sends the message and waits for the answer.
-Reply Send(int socket, const std::string& message, Clock::time_point deadline) {
+// How the owner answered.
+enum class Reply {
+    kAccepted,  // the application has received the request
+    kRejected,
+    kNoOwner,  // no process listens, or the owner ended without an answer
+    kTimeout,
+};
+
+// Waits until the descriptor can be read. Returns false after the deadline.
+bool AwaitInput(int descriptor, Clock::time_point deadline) {
+    pollfd waiting{descriptor, POLLIN, 0};
+    const auto left = [deadline] {
+        return std::max<milliseconds>(std::chrono::ceil<milliseconds>(deadline - Clock::now()), {});
+    };
+    return TEMP_FAILURE_RETRY(poll(&waiting, 1, static_cast<int>(left().count()))) > 0;
+}
+
+// Sends the message through the connection and waits for the answer.
+Reply Exchange(int socket, const std::string& message, Clock::time_point deadline) {
     if (send(socket, message.data(), message.size(), MSG_NOSIGNAL) < 0) {
         return Reply::kNoOwner;
     }
@@ -48,9 +70,27 @@ Reply Send(int socket, const std::string& message, Clock::time_point deadline) {
     return answer == kAcceptedAnswer ? Reply::kAccepted : Reply::kRejected;
 }
 
-// Returns whether the lock was free. Releases the lock at once: a program that starts at the same
+// Connects to the owner, sends the message and waits for the answer.
+Reply Send(const std::string& folder, const std::string& message, Clock::time_point deadline) {
+    const int socket = OpenSocket();
+    // A message leaves at once only if it fits into the send buffer.
+    const int size = kMaxMessageBytes;
+    setsockopt(socket, SOL_SOCKET, SO_SNDBUF, &size, sizeof(size));
+    const sockaddr_un address = SocketAddress(SocketPath(folder));
+    // Without a connection, send fails.
+    (void)connect(socket, reinterpret_cast<const sockaddr*>(&address), sizeof(address));
+    const Reply reply = Exchange(socket, message, deadline);
+    close(socket);
+    return reply;
+}
+
+std::string LockPath(const std::string& folder) {
+    return folder + "/lock";
+}
+
+// Returns whether the lock is free. Releases the lock at once: a program that starts at the same
 // moment tries again.
-bool TryLock(const std::string& folder) {
+bool IsLockFree(const std::string& folder) {
     const int file = open(LockPath(folder).c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW);
     if (file < 0) {
         return true;
@@ -58,6 +98,19 @@ bool TryLock(const std::string& folder) {
     const bool isFree = flock(file, LOCK_SH | LOCK_NB) == 0;
     close(file);
     return isFree;
+}
+
+// Returns what the lock file contains. Returns no value for an entry of an ended process: the new
+// owner has not yet written its own.
+std::optional<Owner> ReadOwner(const std::string& folder) {
+    std::ifstream lock(LockPath(folder));
+    Owner owner;
+    if (!(lock >> owner.process >> std::ws) || !std::getline(lock, owner.files) ||
+        kill(owner.process, 0) != 0) {
+        return std::nullopt;
+    }
+    std::getline(lock, owner.path);
+    return owner;
 }
 
 // How long an owner may take to write the lock file after it has the lock.
@@ -89,11 +142,6 @@ bool CreatePrivate(const std::string& folder, std::string& why) {
     return true;
 }
 
-std::string TemporaryFolder() {
-    const std::string chosen = EnvironmentPath("TMPDIR");
-    return chosen.empty() ? "/tmp" : chosen;
-}
-
 // cron and ssh may not set the variable, although the folder exists while the user has a session.
 std::string SessionFolder(const std::string& sessions) {
     return EnvironmentValue("XDG_RUNTIME_DIR").empty() ? sessions + "/" + std::to_string(geteuid())
@@ -107,43 +155,20 @@ std::string RuntimeFolder(std::string& why, const std::string& sessions) {
     if (IsPrivate(session) && CreatePrivate(session + "/quorvel", why)) {
         return session + "/quorvel";
     }
-    const std::string fallback = TemporaryFolder() + "/quorvel-" + std::to_string(geteuid());
+    const std::string fallback =
+        EnvironmentPath("TMPDIR", "/tmp") + "/quorvel-" + std::to_string(geteuid());
     return CreatePrivate(fallback, why) ? fallback : std::string();
 }
 
-std::string LockPath(const std::string& folder) {
-    return folder + "/lock";
-}
-
-std::string SocketPath(const std::string& folder) {
-    return folder + "/socket";
-}
-
-void WriteOwner(const std::string& folder, const Owner& owner) {
-    std::ofstream(LockPath(folder)) << owner.process << ' ' << owner.files << '\n' << owner.path;
-}
-
-// Ignores an entry of an ended process: the new owner has not yet written its own.
-std::optional<Owner> ReadOwner(const std::string& folder) {
-    std::ifstream lock(LockPath(folder));
-    Owner owner;
-    if (!(lock >> owner.process >> std::ws) || !std::getline(lock, owner.files) ||
-        kill(owner.process, 0) != 0) {
-        return std::nullopt;
-    }
-    std::getline(lock, owner.path);
-    return owner;
-}
-
 std::optional<Owner> FindOwner(const std::string& folder) {
-    const Clock::time_point deadline = Clock::now() + kEntryTimeout;
-    for (; !TryLock(folder); std::this_thread::sleep_for(kRetryInterval)) {
-        std::optional<Owner> owner = ReadOwner(folder);
-        if (owner || Clock::now() >= deadline) {
-            return owner.value_or(Owner());
-        }
-    }
-    return std::nullopt;
+    bool isFree = false;
+    std::optional<Owner> owner;
+    WaitUntil(Clock::now() + kEntryTimeout, [&] {
+        isFree = IsLockFree(folder);
+        owner = ReadOwner(folder);
+        return isFree || owner;
+    });
+    return isFree ? std::optional<Owner>() : owner.value_or(Owner());
 }
 
 std::string NameOfOwner(pid_t process) {
@@ -151,34 +176,95 @@ std::string NameOfOwner(pid_t process) {
            (process > 0 ? " (process " + std::to_string(process) + ")" : "");
 }
 
-Reply SendToOwner(const std::string& folder, const KeyValues& request, Clock::time_point deadline,
-                  pid_t* process) {
+bool HandOver(const std::string& folder, const KeyValues& request, milliseconds timeout) {
     const std::string message = EncodeRequest(request);
-    const int socket = Connect(folder);
-    if (process != nullptr) {
-        *process = PeerCredentials(socket).pid;
-    }
-    const Reply reply = message.empty() ? Reply::kRejected : Send(socket, message, deadline);
-    close(socket);
-    return reply;
+    const Clock::time_point deadline = Clock::now() + timeout;
+    Reply reply = Reply::kRejected;
+    const auto hasReply = [&] {
+        reply = Send(folder, message, deadline);
+        return reply != Reply::kNoOwner;
+    };
+    return !message.empty() && WaitUntil(deadline, hasReply) && reply == Reply::kAccepted;
 }
 
 bool AwaitNoOwner(const std::string& folder, milliseconds timeout) {
-    const Clock::time_point deadline = Clock::now() + timeout;
-    for (; !TryLock(folder); std::this_thread::sleep_for(kRetryInterval)) {
-        if (Clock::now() >= deadline) {
-            return false;
-        }
+    return WaitUntil(Clock::now() + timeout, [&folder] { return IsLockFree(folder); });
+}
+
+Instance::Instance(std::string folder, std::string files, std::string path)
+    : m_Folder(std::move(folder)), m_Files(std::move(files)), m_Path(std::move(path)) {}
+
+Instance::~Instance() {
+    if (m_LockFile >= 0) {
+        close(m_LockFile);
     }
+}
+
+// Returns no value when another process holds the lock.
+std::optional<Instance::Claim> Instance::m_TryLock(std::string& why) {
+    const std::string path = LockPath(m_Folder);
+    const int file = open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600);
+    if (file >= 0 && flock(file, LOCK_EX | LOCK_NB) == 0) {
+        m_LockFile = file;
+        std::ofstream(path) << getpid() << ' ' << m_Files << '\n' << m_Path;
+        return Claim::kOwner;
+    }
+    const int error = errno;
+    if (file >= 0) {
+        close(file);
+    }
+    if (error == EWOULDBLOCK || error == EINTR) {
+        return std::nullopt;
+    }
+    why = "cannot lock " + path + ": " + std::strerror(error);
+    return Claim::kFailed;
+}
+
+bool Instance::m_OwnerShowsOtherFiles(std::string& why) const {
+    const std::optional<Owner> owner = ReadOwner(m_Folder);
+    if (!owner || owner->files == m_Files) {
+        return false;
+    }
+    why = NameOfOwner(owner->process) +
+          " shows other result files; close it first: quorvel EXEPARAM=CLOSE";
     return true;
 }
 
-bool AwaitInput(int descriptor, Clock::time_point deadline) {
-    pollfd waiting{descriptor, POLLIN, 0};
-    const auto left = [deadline] {
-        return std::max<milliseconds>(std::chrono::ceil<milliseconds>(deadline - Clock::now()), {});
-    };
-    return TEMP_FAILURE_RETRY(poll(&waiting, 1, static_cast<int>(left().count()))) > 0;
+Instance::Claim Instance::ClaimOrHandOver(const KeyValues& request, milliseconds timeout,
+                                          std::string& why) {
+    const std::string message = EncodeRequest(request);
+    if (message.empty()) {
+        why = "launch request: longer than " + std::to_string(kMaxRequestBytes) +
+              " bytes; pass shorter values";
+        return Claim::kFailed;
+    }
+    const Clock::time_point deadline = Clock::now() + timeout;
+    std::optional<Claim> claim;
+    Reply reply = Reply::kNoOwner;
+    WaitUntil(deadline, [&] {
+        claim = m_TryLock(why);
+        if (!claim && request.empty() && m_OwnerShowsOtherFiles(why)) {
+            claim = Claim::kFailed;
+        }
+        if (!claim) {
+            reply = Send(m_Folder, message, deadline);
+        }
+        return claim || reply != Reply::kNoOwner;
+    });
+    if (claim) {
+        return *claim;
+    }
+    if (reply == Reply::kAccepted) {
+        return Claim::kHandedOver;
+    }
+    why = NameOfOwner(ReadOwner(m_Folder).value_or(Owner()).process) +
+          (reply == Reply::kRejected ? " rejects the launch request; see its log"
+                                     : " does not answer; end that process and try again");
+    return Claim::kFailed;
+}
+
+std::string SocketPath(const std::string& folder) {
+    return folder + "/socket";
 }
 
 int OpenSocket() {
@@ -190,13 +276,6 @@ sockaddr_un SocketAddress(const std::string& path) {
     address.sun_family = AF_UNIX;
     path.copy(static_cast<char*>(address.sun_path), sizeof(address.sun_path) - 1);
     return address;
-}
-
-ucred PeerCredentials(int socket) {
-    ucred peer{0, static_cast<uid_t>(-1), static_cast<gid_t>(-1)};
-    socklen_t size = sizeof(peer);
-    getsockopt(socket, SOL_SOCKET, SO_PEERCRED, &peer, &size);
-    return peer;
 }
 
 }  // namespace quorvel::desktop

@@ -11,10 +11,10 @@
 
 #include "lifecycle/launch_request.h"
 
-// The owner as other processes see it: its folder with lock and socket, and its answers. A second
-// program connects to the socket, sends one message and receives one byte as the answer. The socket
-// has the type SOCK_SEQPACKET: each message arrives whole or not at all. The functions keep no
-// state and write no log; any thread. folder: see RuntimeFolder.
+// The owner is the user's one running instance. The owner holds a lock on a file and listens on a
+// socket, see RequestServer. Another program connects to the socket, sends one message and receives
+// one byte as the answer. The socket has the type SOCK_SEQPACKET: each message arrives whole or not
+// at all. The functions keep no state and write no log; any thread. folder: see RuntimeFolder.
 namespace quorvel::desktop {
 
 // What the lock file contains about the owner.
@@ -24,18 +24,6 @@ struct Owner {
     std::string path;   // where the user opened the result files; empty when unknown
 };
 
-// How the owner answered.
-enum class Reply {
-    kAccepted,  // the application has received the request
-    kRejected,
-    kNoOwner,  // no process listens, or the owner ended without an answer
-    kTimeout,
-};
-
-// The answer: the application has received the request, or the message was rejected.
-constexpr char kAcceptedAnswer = '\x06';
-constexpr char kRejectedAnswer = '\x15';
-
 // Returns the folder for the owner's lock and socket, and creates the folder when it is missing.
 // The folder belongs to the user, and other users cannot enter it. First choice:
 // $XDG_RUNTIME_DIR/quorvel. Without the variable, as under cron: sessions/<uid>/quorvel. Second
@@ -44,44 +32,65 @@ constexpr char kRejectedAnswer = '\x15';
 // one line.
 std::string RuntimeFolder(std::string& why, const std::string& sessions = "/run/user");
 
-std::string LockPath(const std::string& folder);
-std::string SocketPath(const std::string& folder);
-
-// Writes the lock file. Only the owner calls it.
-void WriteOwner(const std::string& folder, const Owner& owner);
-// Returns what the lock file contains; no value when the process has ended.
-std::optional<Owner> ReadOwner(const std::string& folder);
 // Returns the owner; no value when no process holds the lock. Waits up to a second for the content
 // of the lock file. Returns an unknown owner if the content is still missing, as on a full disk.
 std::optional<Owner> FindOwner(const std::string& folder);
 // Returns the name of the owner for messages. process: 0 when unknown.
 std::string NameOfOwner(pid_t process);
 
-using Clock = std::chrono::steady_clock;
-
-// Time between two attempts while the owner starts or shuts down.
-constexpr std::chrono::milliseconds kRetryInterval{10};
-
-// Sends the launch request and waits until the deadline for the answer. Sets process, unless null,
-// to the process that listens, or to 0.
-Reply SendToOwner(const std::string& folder, const KeyValues& request, Clock::time_point deadline,
-                  pid_t* process = nullptr);
+// Sends the launch request to the owner, and tries again while the owner starts. Returns whether
+// the application has received the request before the timeout.
+bool HandOver(const std::string& folder, const KeyValues& request,
+              std::chrono::milliseconds timeout);
 
 // Waits until no process holds the lock. Returns false after the timeout.
 bool AwaitNoOwner(const std::string& folder, std::chrono::milliseconds timeout);
 
-// Waits until the descriptor can be read. Returns false after the deadline.
-bool AwaitInput(int descriptor, Clock::time_point deadline);
+// Makes this process the owner, or hands its launch request over to the owner. The kernel releases
+// the lock when the process ends, so files of an ended owner have no effect.
+// Needs no main loop and no toolkit. Owned by ui_app_main; main-loop thread only.
+class Instance {
+public:
+    enum class Claim {
+        kOwner,       // this process holds the lock until the object is destroyed
+        kHandedOver,  // the owner has accepted the request
+        kFailed,
+    };
+
+    // files: identifies the result files that this process would show, see FolderIdentity.
+    // path: where the user opened the result files; for messages of other processes.
+    Instance(std::string folder, std::string files, std::string path = {});
+    ~Instance();
+    Instance(const Instance&) = delete;
+    Instance& operator=(const Instance&) = delete;
+
+    // Takes the lock or hands the request over. Waits until the timeout for an owner that is busy,
+    // starts or shuts down. Fails for an empty request when the owner shows other result files.
+    // Sets why to the reason of a failure in one line.
+    Claim ClaimOrHandOver(const KeyValues& request, std::chrono::milliseconds timeout,
+                          std::string& why);
+
+private:
+    std::optional<Claim> m_TryLock(std::string& why);
+    bool m_OwnerShowsOtherFiles(std::string& why) const;
+
+    std::string m_Folder;
+    std::string m_Files;
+    std::string m_Path;
+    int m_LockFile = -1;
+};
+
+// The answer of the owner: the application has received the request, or the message was rejected.
+constexpr char kAcceptedAnswer = '\x06';
+constexpr char kRejectedAnswer = '\x15';
+
+std::string SocketPath(const std::string& folder);
 
 // Returns a new non-blocking socket, which the caller closes. Returns -1 and sets errno on failure.
 int OpenSocket();
 
 // Returns the address of the socket at path. The path fits when RuntimeFolder accepts its folder.
 sockaddr_un SocketAddress(const std::string& path);
-
-// Returns process and user at the other end of a connection: process 0 and no valid user when the
-// socket is not connected.
-ucred PeerCredentials(int socket);
 
 }  // namespace quorvel::desktop
 

@@ -1,5 +1,6 @@
 #include "lifecycle/request_server.h"
 
+#include <sys/socket.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -29,6 +30,14 @@ bool BindAndListen(int socket, const std::string& path) {
            listen(socket, SOMAXCONN) == 0;
 }
 
+// The private folder already keeps other users out. This is the second check.
+bool IsFromThisUser(int connection) {
+    ucred peer{};
+    socklen_t size = sizeof(peer);
+    return getsockopt(connection, SOL_SOCKET, SO_PEERCRED, &peer, &size) == 0 &&
+           peer.uid == geteuid();
+}
+
 }  // namespace
 
 // One sender. Owned by the server, which deletes the object with the answer or the rejection.
@@ -55,13 +64,10 @@ public:
     }
 
 private:
+    // Ecore ignores null.
     void m_StopReceiving() {
-        if (m_Handler != nullptr) {
-            ecore_main_fd_handler_del(std::exchange(m_Handler, nullptr));
-        }
-        if (m_Timer != nullptr) {
-            ecore_timer_del(std::exchange(m_Timer, nullptr));
-        }
+        ecore_main_fd_handler_del(std::exchange(m_Handler, nullptr));
+        ecore_timer_del(std::exchange(m_Timer, nullptr));
     }
 
     static Eina_Bool OnReadable(void* data, Ecore_Fd_Handler*) {
@@ -142,12 +148,8 @@ void RequestServer::Accept(Sender sender) {
 
 void RequestServer::Close() {
     m_Connections.clear();
-    if (m_Pause != nullptr) {
-        ecore_timer_del(std::exchange(m_Pause, nullptr));
-    }
-    if (m_Handler != nullptr) {
-        ecore_main_fd_handler_del(std::exchange(m_Handler, nullptr));
-    }
+    ecore_timer_del(std::exchange(m_Pause, nullptr));
+    ecore_main_fd_handler_del(std::exchange(m_Handler, nullptr));
     if (m_Socket >= 0) {
         unlink(m_Path.c_str());
         close(std::exchange(m_Socket, -1));
@@ -165,8 +167,7 @@ Eina_Bool RequestServer::OnConnect(void* data, Ecore_Fd_Handler*) {
     }
     const Sender sender = ++self->m_LastSender;
     self->m_Connections[sender] = std::make_unique<Connection>(*self, sender, socket);
-    // The private folder already keeps other users out. This is the second check.
-    if (PeerCredentials(socket).uid != geteuid()) {
+    if (!IsFromThisUser(socket)) {
         self->m_Reject(sender, "the sender is another user");
     } else if (self->m_Connections.size() > kMaxSenders) {
         self->m_Reject(sender, "more than " + std::to_string(kMaxSenders) + " senders at once");

@@ -1,5 +1,3 @@
-#include "lifecycle/instance.h"
-
 #include <gmock/gmock.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -11,7 +9,6 @@
 #include <thread>
 
 #include "lifecycle/owner.h"
-#include "platform/fixtures/LoggedLines.h"
 #include "platform/fixtures/PrivateFolders.h"
 #include "platform/fixtures/Socket.h"
 
@@ -23,7 +20,6 @@ using quorvel::desktop::kMaxMessageBytes;
 using quorvel::desktop::kMaxRequestBytes;
 using quorvel::desktop::kRejectedAnswer;
 using quorvel::desktop::SocketPath;
-using testing::ElementsAre;
 using testing::EndsWith;
 using testing::StartsWith;
 
@@ -37,7 +33,7 @@ constexpr std::chrono::milliseconds kShortTimeout{200};
 class InstanceTest : public testing::Test {
 protected:
     Instance::Claim Claim(std::chrono::milliseconds timeout) {
-        return Instance(m_Folder, "files").ClaimOrHandOver(m_Request, timeout);
+        return Instance(m_Folder, "files").ClaimOrHandOver(m_Request, timeout, m_Why);
     }
 
     // Accepts one sender and sends the answer. Returns the message of the sender.
@@ -52,12 +48,12 @@ protected:
     std::string m_Folder = m_Folders.Root() / "run";
     std::string m_Socket = m_Folders.Root() / "run/socket";
     KeyValues m_Request{{"A", "1"}};
-    LoggedLines m_Log;
+    std::string m_Why;
 };
 
 TEST_F(InstanceTest, BecomesOwnerUntilDestroyed) {
     auto first = std::make_unique<Instance>(m_Folder, "files");
-    EXPECT_EQ(first->ClaimOrHandOver(m_Request, kShortTimeout), Instance::Claim::kOwner);
+    EXPECT_EQ(first->ClaimOrHandOver(m_Request, kShortTimeout, m_Why), Instance::Claim::kOwner);
     EXPECT_EQ(Claim(kShortTimeout), Instance::Claim::kFailed);
     first.reset();
     EXPECT_EQ(Claim(kShortTimeout), Instance::Claim::kOwner);
@@ -71,7 +67,7 @@ TEST_F(InstanceTest, IgnoresFilesOfEndedOwner) {
 
 TEST_F(InstanceTest, HandsOverRequestToOwner) {
     Instance owner(m_Folder, "files");
-    owner.ClaimOrHandOver({}, kShortTimeout);
+    owner.ClaimOrHandOver({}, kShortTimeout, m_Why);
     const Socket server = Socket::ListenAsOwner(SocketPath(m_Folder));
     std::string received;
     std::thread answering([&] { received = Answer(server, kAcceptedAnswer); });
@@ -82,18 +78,16 @@ TEST_F(InstanceTest, HandsOverRequestToOwner) {
 
 TEST_F(InstanceTest, ReportsOwnerOfOtherFiles) {
     Instance owner(m_Folder, "other files");
-    owner.ClaimOrHandOver({}, kShortTimeout);
+    owner.ClaimOrHandOver({}, kShortTimeout, m_Why);
     m_Request.clear();
     EXPECT_EQ(Claim(kLongTimeout), Instance::Claim::kFailed);
-    EXPECT_THAT(m_Log.Messages(),
-                ElementsAre("the running quorvel (process " + std::to_string(getpid()) +
-                            ") shows other result files; close it first: quorvel "
-                            "EXEPARAM=CLOSE"));
+    EXPECT_EQ(m_Why, "the running quorvel (process " + std::to_string(getpid()) +
+                         ") shows other result files; close it first: quorvel EXEPARAM=CLOSE");
 }
 
 TEST_F(InstanceTest, HandsOverEmptyRequestToOwnerOfSameFiles) {
     Instance owner(m_Folder, "files");
-    owner.ClaimOrHandOver({}, kShortTimeout);
+    owner.ClaimOrHandOver({}, kShortTimeout, m_Why);
     const Socket server = Socket::ListenAsOwner(SocketPath(m_Folder));
     m_Request.clear();
     std::thread answering([&] { Answer(server, kAcceptedAnswer); });
@@ -103,7 +97,7 @@ TEST_F(InstanceTest, HandsOverEmptyRequestToOwnerOfSameFiles) {
 
 TEST_F(InstanceTest, HandsOverRequestToOwnerOfOtherFiles) {
     Instance owner(m_Folder, "other files");
-    owner.ClaimOrHandOver({}, kShortTimeout);
+    owner.ClaimOrHandOver({}, kShortTimeout, m_Why);
     const Socket server = Socket::ListenAsOwner(SocketPath(m_Folder));
     std::thread answering([&] { Answer(server, kAcceptedAnswer); });
     EXPECT_EQ(Claim(kLongTimeout), Instance::Claim::kHandedOver);
@@ -114,7 +108,7 @@ TEST_F(InstanceTest, HandsOverRequestToOwnerOfOtherFiles) {
 // owner.
 TEST_F(InstanceTest, IgnoresResultFilesOfEndedOwner) {
     Instance owner(m_Folder, "files");
-    owner.ClaimOrHandOver({}, kShortTimeout);
+    owner.ClaimOrHandOver({}, kShortTimeout, m_Why);
     const pid_t dead = fork();
     if (dead == 0) {
         _exit(0);
@@ -130,29 +124,28 @@ TEST_F(InstanceTest, IgnoresResultFilesOfEndedOwner) {
 
 TEST_F(InstanceTest, ReportsRejectedRequest) {
     Instance owner(m_Folder, "files");
-    owner.ClaimOrHandOver({}, kShortTimeout);
+    owner.ClaimOrHandOver({}, kShortTimeout, m_Why);
     const Socket server = Socket::ListenAsOwner(SocketPath(m_Folder));
     std::thread answering([&] { Answer(server, kRejectedAnswer); });
     EXPECT_EQ(Claim(kLongTimeout), Instance::Claim::kFailed);
     answering.join();
-    EXPECT_THAT(m_Log.Messages(), ElementsAre(EndsWith("rejects the launch request; see its log")));
+    EXPECT_THAT(m_Why, EndsWith("rejects the launch request; see its log"));
 }
 
 TEST_F(InstanceTest, ReportsOwnerThatDoesNotAnswer) {
     Instance owner(m_Folder, "files");
-    owner.ClaimOrHandOver({}, kShortTimeout);
+    owner.ClaimOrHandOver({}, kShortTimeout, m_Why);
     const Socket server = Socket::ListenAsOwner(SocketPath(m_Folder));
     const auto start = std::chrono::steady_clock::now();
     EXPECT_EQ(Claim(kShortTimeout), Instance::Claim::kFailed);
     EXPECT_GE(std::chrono::steady_clock::now() - start, kShortTimeout);
-    EXPECT_THAT(m_Log.Messages(),
-                ElementsAre("the running quorvel (process " + std::to_string(getpid()) +
-                            ") does not answer; end that process and try again"));
+    EXPECT_EQ(m_Why, "the running quorvel (process " + std::to_string(getpid()) +
+                         ") does not answer; end that process and try again");
 }
 
 TEST_F(InstanceTest, WaitsUntilOwnerListens) {
     Instance owner(m_Folder, "files");
-    owner.ClaimOrHandOver({}, kShortTimeout);
+    owner.ClaimOrHandOver({}, kShortTimeout, m_Why);
     Instance::Claim claim = Instance::Claim::kFailed;
     std::thread second([&] { claim = Claim(kLongTimeout); });
     const Socket server = Socket::ListenAsOwner(SocketPath(m_Folder));
@@ -163,7 +156,7 @@ TEST_F(InstanceTest, WaitsUntilOwnerListens) {
 
 TEST_F(InstanceTest, ReplacesOwnerThatEndsWithoutAnswer) {
     auto owner = std::make_unique<Instance>(m_Folder, "files");
-    owner->ClaimOrHandOver({}, kShortTimeout);
+    owner->ClaimOrHandOver({}, kShortTimeout, m_Why);
     auto server = std::make_unique<Socket>(Socket::ListenAsOwner(SocketPath(m_Folder)));
     std::thread ending([&] {
         server->Accept().Receive(1000);
@@ -176,7 +169,7 @@ TEST_F(InstanceTest, ReplacesOwnerThatEndsWithoutAnswer) {
 
 TEST_F(InstanceTest, HandsOverLongestRequest) {
     Instance owner(m_Folder, "files");
-    owner.ClaimOrHandOver({}, kShortTimeout);
+    owner.ClaimOrHandOver({}, kShortTimeout, m_Why);
     const Socket server = Socket::ListenAsOwner(SocketPath(m_Folder));
     m_Request["A"] = std::string(kMaxRequestBytes - 3, 'x');
     std::string received;
@@ -189,14 +182,13 @@ TEST_F(InstanceTest, HandsOverLongestRequest) {
 TEST_F(InstanceTest, RejectsTooLongRequest) {
     m_Request["A"] = std::string(kMaxRequestBytes, 'x');
     EXPECT_EQ(Claim(kLongTimeout), Instance::Claim::kFailed);
-    EXPECT_THAT(m_Log.Messages(),
-                ElementsAre("launch request: longer than 65536 bytes; pass shorter values"));
+    EXPECT_EQ(m_Why, "launch request: longer than 65536 bytes; pass shorter values");
 }
 
 TEST_F(InstanceTest, ReportsInaccessibleFolder) {
     m_Folder = "/dev/null";
     EXPECT_EQ(Claim(kLongTimeout), Instance::Claim::kFailed);
-    EXPECT_THAT(m_Log.Messages(), ElementsAre(StartsWith("cannot lock /dev/null/lock")));
+    EXPECT_THAT(m_Why, StartsWith("cannot lock /dev/null/lock"));
 }
 
 TEST_F(InstanceTest, RejectsSymbolicLinkAsLock) {

@@ -5,11 +5,11 @@
 
 #include <chrono>
 #include <filesystem>
+#include <fstream>
 #include <memory>
 #include <string>
 #include <thread>
 
-#include "lifecycle/instance.h"
 #include "platform/fixtures/PrivateFolders.h"
 #include "platform/fixtures/Socket.h"
 
@@ -23,12 +23,14 @@ class OwnerTest : public testing::Test {
 protected:
     std::unique_ptr<Instance> Own() const {
         auto owner = std::make_unique<Instance>(m_Folder, "some files", "/a path");
-        EXPECT_EQ(owner->ClaimOrHandOver({}, kLongTimeout), Instance::Claim::kOwner);
+        std::string why;
+        EXPECT_EQ(owner->ClaimOrHandOver({}, kLongTimeout, why), Instance::Claim::kOwner) << why;
         return owner;
     }
 
     PrivateFolders m_Folders;
     std::string m_Folder = m_Folders.Root() / "run";
+    std::string m_Lock = m_Folder + "/lock";
 };
 
 TEST_F(OwnerTest, ReturnsOwnerWhileOwnerHoldsLock) {
@@ -46,7 +48,7 @@ TEST_F(OwnerTest, ReturnsOwnerWhileOwnerHoldsLock) {
 // A full disk leaves the lock file of the owner empty.
 TEST_F(OwnerTest, ReturnsOwnerWithoutEntry) {
     const auto instance = Own();
-    std::filesystem::resize_file(LockPath(m_Folder), 0);
+    std::filesystem::resize_file(m_Lock, 0);
     const auto owner = FindOwner(m_Folder);
     ASSERT_TRUE(owner);
     EXPECT_EQ(owner->process, 0);
@@ -56,32 +58,45 @@ TEST_F(OwnerTest, ReturnsOwnerWithoutEntry) {
 
 TEST_F(OwnerTest, WaitsForEntryOfOwnerThatStarts) {
     const auto instance = Own();
-    std::filesystem::resize_file(LockPath(m_Folder), 0);
-    std::thread starting([this] { WriteOwner(m_Folder, {getpid(), "files", "/a path"}); });
+    std::filesystem::resize_file(m_Lock, 0);
+    std::thread starting([this] { std::ofstream(m_Lock) << getpid() << " files\n/a path"; });
     const auto owner = FindOwner(m_Folder);
     starting.join();
     ASSERT_TRUE(owner);
     EXPECT_EQ(owner->files, "files");
 }
 
-TEST_F(OwnerTest, ReportsMissingOwner) {
-    pid_t process = -1;
-    EXPECT_EQ(SendToOwner(m_Folder, {}, Clock::now() + kLongTimeout, &process), Reply::kNoOwner);
-    EXPECT_EQ(process, 0);
+TEST_F(OwnerTest, HandsOverNothingWithoutOwner) {
+    EXPECT_FALSE(HandOver(m_Folder, {{"A", "1"}}, std::chrono::milliseconds(20)));
 }
 
-TEST_F(OwnerTest, ReturnsAnswerAndProcess) {
+TEST_F(OwnerTest, HandsOverNoTooLongRequest) {
+    const Socket server = Socket::ListenAsOwner(SocketPath(m_Folder));
+    EXPECT_FALSE(HandOver(m_Folder, {{"A", std::string(kMaxRequestBytes, 'x')}}, kLongTimeout));
+}
+
+TEST_F(OwnerTest, HandsOverToOwnerThatStarts) {
+    std::string received;
+    std::thread answering([this, &received] {
+        const Socket server = Socket::ListenAsOwner(SocketPath(m_Folder));
+        const Socket client = server.Accept();
+        received = client.Receive(kMaxMessageBytes);
+        client.Send(std::string(1, kAcceptedAnswer));
+    });
+    EXPECT_TRUE(HandOver(m_Folder, {{"A", "1"}}, kLongTimeout));
+    answering.join();
+    EXPECT_EQ(received, EncodeRequest({{"A", "1"}}));
+}
+
+TEST_F(OwnerTest, ReturnsRejectionOfRequest) {
     const Socket server = Socket::ListenAsOwner(SocketPath(m_Folder));
     std::thread answering([&server] {
         const Socket client = server.Accept();
         client.Receive(kMaxMessageBytes);
-        client.Send(std::string(1, kAcceptedAnswer));
+        client.Send(std::string(1, kRejectedAnswer));
     });
-    pid_t process = 0;
-    EXPECT_EQ(SendToOwner(m_Folder, {{"A", "1"}}, Clock::now() + kLongTimeout, &process),
-              Reply::kAccepted);
+    EXPECT_FALSE(HandOver(m_Folder, {{"A", "1"}}, kLongTimeout));
     answering.join();
-    EXPECT_EQ(process, getpid());
 }
 
 TEST_F(OwnerTest, WaitsUntilLockIsReleased) {
@@ -96,21 +111,6 @@ TEST(OwnerSocketTest, KeepsZeroByteAfterLongPath) {
     const sockaddr_un address = SocketAddress(std::string(200, 'x'));
     EXPECT_EQ(address.sun_family, AF_UNIX);
     EXPECT_EQ(address.sun_path, std::string(sizeof(address.sun_path) - 1, 'x'));
-}
-
-TEST(OwnerSocketTest, ReturnsPeerOfConnection) {
-    int ends[2] = {-1, -1};
-    ASSERT_EQ(socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends), 0);
-    const ucred peer = PeerCredentials(ends[0]);
-    EXPECT_EQ(peer.pid, getpid());
-    EXPECT_EQ(peer.uid, geteuid());
-    close(ends[0]);
-    close(ends[1]);
-}
-
-TEST(OwnerSocketTest, ReturnsNoPeerWithoutConnection) {
-    EXPECT_EQ(PeerCredentials(-1).pid, 0);
-    EXPECT_EQ(PeerCredentials(-1).uid, static_cast<uid_t>(-1));
 }
 
 }  // namespace
