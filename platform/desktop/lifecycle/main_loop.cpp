@@ -1,19 +1,22 @@
-#include <Ecore_Evas.h>
+#include <Ecore.h>
 #include <Efl_Core.h>
 #include <Efreet.h>
 #include <Elementary.h>
 #include <app.h>
-#include <fcntl.h>
 #include <sys/resource.h>
+#include <sys/signalfd.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <chrono>
 #include <csignal>
 #include <deque>
+#include <filesystem>
+#include <iterator>
+#include <optional>
 #include <string>
+#include <system_error>
 #include <utility>
-#include <vector>
 
 #include "lifecycle/display.h"
 #include "lifecycle/launch_request.h"
@@ -23,11 +26,14 @@
 #include "log_copy/log_copy.h"
 #include "paths.h"
 #include "toolkit/ui_setup.h"
+#include "toolkit/window.h"
 #include "xml_input.h"
 
 namespace quorvel::desktop {
 
 namespace {
+
+namespace fs = std::filesystem;
 
 // How long a second program waits for the owner. The owner starts with the largest result files in
 // less time.
@@ -40,36 +46,28 @@ constexpr std::chrono::seconds kLogCopyTimeout{5};
 constexpr std::chrono::seconds kCaptureTimeout{2};
 
 // EFL crashes when it cannot open a file. A start opens about 30 files, and a log copy 15.
-constexpr int kNeededFiles = 64;
+constexpr rlim_t kNeededFiles = 64;
 constexpr rlim_t kUsualFileLimit = 1024;
 
-void RaiseFileLimit() {
+// Raises the limit on open files to the usual limit if possible. Returns whether the process can
+// open the needed files besides the files that are already open.
+bool CanOpenNeededFiles() {
     rlimit limit{};
-    if (getrlimit(RLIMIT_NOFILE, &limit) == 0 && limit.rlim_cur < kUsualFileLimit) {
+    getrlimit(RLIMIT_NOFILE, &limit);
+    if (limit.rlim_cur < kUsualFileLimit) {
         limit.rlim_cur = std::min(kUsualFileLimit, limit.rlim_max);
         setrlimit(RLIMIT_NOFILE, &limit);
     }
-}
-
-// Opens the files, since the files that are already open count too.
-bool CanOpenNeededFiles() {
-    std::vector<int> files;
-    while (files.size() < kNeededFiles) {
-        const int file = open("/dev/null", O_RDONLY | O_CLOEXEC);
-        if (file < 0) {
-            break;
-        }
-        files.push_back(file);
-    }
-    std::for_each(files.begin(), files.end(), close);
-    return files.size() == kNeededFiles;
+    std::error_code error;
+    const auto open = std::distance(fs::directory_iterator("/proc/self/fd", error), {});
+    return static_cast<rlim_t>(open) + kNeededFiles <= limit.rlim_cur;
 }
 
 // Seconds between two frames of a minimised window. The toolkit would draw 60 frames a second.
 constexpr double kPausedFrameTime = 3600;
 
-// The signals that end the program. Ecore handles them in the main loop and also replaces the
-// SIG_IGN of nohup, so the first call must come before Ecore starts.
+// The signals that end the program. Ecore replaces the SIG_IGN of nohup, so the first call must
+// come before Ecore starts.
 const sigset_t& EndingSignals() {
     static const sigset_t signals = [] {
         sigset_t chosen;
@@ -86,11 +84,6 @@ const sigset_t& EndingSignals() {
     return signals;
 }
 
-// how: SIG_BLOCK or SIG_UNBLOCK.
-void SetSignalMask(int how) {
-    pthread_sigmask(how, &EndingSignals(), nullptr);
-}
-
 // Whether one of the blocked signals has arrived.
 bool IsEndPending() {
     sigset_t pending;
@@ -99,26 +92,9 @@ bool IsEndPending() {
     return sigisemptyset(&pending) == 0;
 }
 
-// Upstream EFL ends its main loop at SIGTERM and SIGINT only.
-void OnHangup(void*, const Efl_Event*) {
-    if (sigismember(&EndingSignals(), SIGHUP) == 1) {
-        elm_exit();
-    }
-}
-
-std::vector<Ecore_Evas*> Windows() {
-    std::vector<Ecore_Evas*> windows;
-    Eina_List* list = ecore_evas_ecore_evas_list_get();
-    void* window = nullptr;
-    EINA_LIST_FREE(list, window) {
-        windows.push_back(static_cast<Ecore_Evas*>(window));
-    }
-    return windows;
-}
-
-bool IsMinimised() {
-    const std::vector<Ecore_Evas*> windows = Windows();
-    return std::any_of(windows.begin(), windows.end(), ecore_evas_iconified_get);
+Eina_Bool OnEndingSignal(void*, Ecore_Fd_Handler*) {
+    elm_exit();
+    return ECORE_CALLBACK_RENEW;
 }
 
 // Without result files, the screen looks like the screen of a run without failures.
@@ -134,19 +110,21 @@ void ReportMissingResultFiles() {
 // Owned by ui_app_main; main-loop thread only.
 class Application {
 public:
+    // first: the launch request of this process.
     Application(const ui_app_lifecycle_callback_s& callbacks, void* userData,
-                const std::string& socketPath)
+                const std::string& socketPath, KeyValues first)
         : m_Callbacks(callbacks),
           m_UserData(userData),
           m_Server(socketPath, [this](KeyValues values, RequestServer::Sender sender) {
-              m_Enqueue({{std::move(values)}, sender});
-          }) {}
+              m_Enqueue({{{std::move(values)}}, sender});
+          }) {
+        m_Requests.push_back({{{std::move(first)}}, 0});
+    }
     Application(const Application&) = delete;
     Application& operator=(const Application&) = delete;
 
-    // Runs the application from create to terminate. first: the launch request of this process.
-    // Returns an app_error_e.
-    int Run(int argc, char** argv, KeyValues first);
+    // Runs the application from create to terminate. Returns an app_error_e.
+    int Run(int argc, char** argv);
 
 private:
     // sender: 0 for the launch request of this process, which has no waiting sender.
@@ -155,8 +133,8 @@ private:
         RequestServer::Sender sender;
     };
 
-    int m_RunUi(KeyValues first);
-    int m_RunLoop(KeyValues first);
+    int m_RunUi();
+    int m_RunLoop();
     void m_Enqueue(Request request);
     void m_Deliver();
 
@@ -168,16 +146,16 @@ private:
     void* m_UserData;
     RequestServer m_Server;
     std::deque<Request> m_Requests;
-    Ecore_Job* m_Delivery = nullptr;  // pending while a request waits
-    bool m_IsPaused = false;
-    double m_FrameTime = 0;  // of the animator, in seconds; kept while the application is paused
+    Ecore_Job* m_Delivery = nullptr;  // pending while a request waits in the main loop
+    // Of the animator before the pause, in seconds. No value while the application is not paused.
+    std::optional<double> m_FrameTime;
 };
 
-int Application::Run(int argc, char** argv, KeyValues first) {
-    // m_Server has initialised Ecore, which unblocks the signals and handles them in the main loop.
-    // Until then they stay pending: a signal while a window opens can break the connection to the X
-    // server. Reading the result files stops when a signal is pending.
-    SetSignalMask(SIG_BLOCK);
+int Application::Run(int argc, char** argv) {
+    // m_Server has initialised Ecore, which unblocks the signals. A signal could break the
+    // connection to the X server while a window opens or closes, so the signals stay pending. The
+    // main loop and the reading of the result files stop when a signal is pending.
+    pthread_sigmask(SIG_BLOCK, &EndingSignals(), nullptr);
     if (!FindDisplay() || !m_Server.Listen()) {
         return APP_ERROR_INVALID_CONTEXT;
     }
@@ -187,7 +165,7 @@ int Application::Run(int argc, char** argv, KeyValues first) {
         LogError("cannot initialise EFL; check its installation");
         return APP_ERROR_INVALID_CONTEXT;
     }
-    const int result = StartUi() ? m_RunUi(std::move(first)) : APP_ERROR_INVALID_CONTEXT;
+    const int result = StartUi() ? m_RunUi() : APP_ERROR_INVALID_CONTEXT;
     StopUi();
     m_Server.Close();
     elm_shutdown();
@@ -195,13 +173,13 @@ int Application::Run(int argc, char** argv, KeyValues first) {
 }
 
 // As on the set, terminate is called only after create has succeeded.
-int Application::m_RunUi(KeyValues first) {
+int Application::m_RunUi() {
     elm_policy_set(ELM_POLICY_QUIT, ELM_POLICY_QUIT_LAST_WINDOW_CLOSED);
     if (m_Callbacks.create != nullptr && !m_Callbacks.create(m_UserData)) {
         LogError("the create callback of the application failed; see the log");
         return APP_ERROR_INVALID_CONTEXT;
     }
-    const int result = m_RunLoop(std::move(first));
+    const int result = m_RunLoop();
     // A sender without an answer starts the application again in its own process.
     m_Server.Close();
     if (m_Callbacks.terminate != nullptr) {
@@ -210,8 +188,8 @@ int Application::m_RunUi(KeyValues first) {
     return result;
 }
 
-int Application::m_RunLoop(KeyValues first) {
-    if (Windows().empty()) {
+int Application::m_RunLoop() {
+    if (MainWindow() == nullptr) {
         LogError("no window was opened; check DISPLAY and WAYLAND_DISPLAY");
         return APP_ERROR_INVALID_CONTEXT;
     }
@@ -220,20 +198,19 @@ int Application::m_RunLoop(KeyValues first) {
     Efl_Object* loop = efl_main_loop_get();
     efl_event_callback_add(loop, EFL_APP_EVENT_PAUSE, OnPause, this);
     efl_event_callback_add(loop, EFL_APP_EVENT_RESUME, OnResume, this);
-    efl_event_callback_add(loop, EFL_APP_EVENT_SIGNAL_HUP, OnHangup, nullptr);
-    m_Enqueue({{{std::move(first)}}, 0});
-    SetSignalMask(SIG_UNBLOCK);
+    const int signals = signalfd(-1, &EndingSignals(), SFD_CLOEXEC);
+    Ecore_Fd_Handler* handler = ecore_main_fd_handler_add(signals, ECORE_FD_READ, OnEndingSignal,
+                                                          nullptr, nullptr, nullptr);
+    m_Delivery = ecore_job_add(OnDeliver, this);
     elm_run();
-    // The program already ends. Another signal could break the connection to the X server, or
-    // arrive after Ecore has closed its pipe.
-    SetSignalMask(SIG_BLOCK);
     if (!m_Requests.empty()) {
         // EFL would run the job during its shutdown.
         ecore_job_del(m_Delivery);
     }
+    ecore_main_fd_handler_del(handler);
+    close(signals);
     efl_event_callback_del(loop, EFL_APP_EVENT_PAUSE, OnPause, this);
     efl_event_callback_del(loop, EFL_APP_EVENT_RESUME, OnResume, this);
-    efl_event_callback_del(loop, EFL_APP_EVENT_SIGNAL_HUP, OnHangup, nullptr);
     return APP_ERROR_NONE;
 }
 
@@ -250,10 +227,8 @@ void Application::m_Deliver() {
     Request& request = m_Requests.front();
     if (request.sender != 0 && request.control.request.values.empty()) {
         // A second start on the same files.
-        for (Ecore_Evas* window : Windows()) {
-            ecore_evas_raise(window);
-            ecore_evas_activate(window);
-        }
+        elm_win_raise(MainWindow());
+        elm_win_activate(MainWindow());
     }
     if (m_Callbacks.app_control != nullptr) {
         m_Callbacks.app_control(&request.control, m_UserData);
@@ -268,10 +243,9 @@ void Application::m_Deliver() {
 // EFL also reports a pause when the last window closes, and a resume when the first window opens.
 void Application::OnPause(void* data, const Efl_Event*) {
     auto* self = static_cast<Application*>(data);
-    if (self->m_IsPaused || !IsMinimised()) {
+    if (self->m_FrameTime || elm_win_iconified_get(MainWindow()) == EINA_FALSE) {
         return;
     }
-    self->m_IsPaused = true;
     self->m_FrameTime = ecore_animator_frametime_get();
     ecore_animator_frametime_set(kPausedFrameTime);
     if (self->m_Callbacks.pause != nullptr) {
@@ -281,11 +255,11 @@ void Application::OnPause(void* data, const Efl_Event*) {
 
 void Application::OnResume(void* data, const Efl_Event*) {
     auto* self = static_cast<Application*>(data);
-    if (!self->m_IsPaused) {
+    if (!self->m_FrameTime) {
         return;
     }
-    self->m_IsPaused = false;
-    ecore_animator_frametime_set(self->m_FrameTime);
+    ecore_animator_frametime_set(*self->m_FrameTime);
+    self->m_FrameTime.reset();
     if (self->m_Callbacks.resume != nullptr) {
         self->m_Callbacks.resume(self->m_UserData);
     }
@@ -296,7 +270,6 @@ int RunAsOwner(int argc, char** argv, const ui_app_lifecycle_callback_s& callbac
     EndingSignals();
     LimitXmlInput([](const std::string& line) { LogError(line); }, ResultFileLinks::kFollow,
                   IsEndPending);
-    RaiseFileLimit();
     if (!CanOpenNeededFiles()) {
         LogError("cannot open " + std::to_string(kNeededFiles) +
                  " files at once; raise the limit: ulimit -n " + std::to_string(kUsualFileLimit));
@@ -304,7 +277,7 @@ int RunAsOwner(int argc, char** argv, const ui_app_lifecycle_callback_s& callbac
     }
     PrepareToolkit();
     const int result =
-        Application(callbacks, userData, socketPath).Run(argc, argv, std::move(first));
+        Application(callbacks, userData, socketPath, std::move(first)).Run(argc, argv);
     if (!AwaitLogCopies(kLogCopyTimeout)) {
         LogError("shutdown stops a log copy; the next log copy removes its temporary folder");
     } else if (!AwaitLogCopyThreads(kCaptureTimeout)) {

@@ -24,8 +24,7 @@ using MainLoopTest = RecordedApp;
 // The events of a program that a signal terminates.
 const std::vector<Event> kTerminatedRun = {"create", "control ", "terminate", "exit"};
 
-// Several signals arrive between two steps of the start. The pipe in which Ecore keeps signals has
-// space for all signals.
+// Several signals arrive between two steps of the start.
 constexpr std::chrono::microseconds kSignalInterval{100};
 constexpr int kSignals = 250;
 
