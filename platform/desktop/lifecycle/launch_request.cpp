@@ -14,15 +14,6 @@ bool AddKeyValue(KeyValues& values, std::string_view entry) {
     return true;
 }
 
-const char* ReadArguments(int argc, char** argv, KeyValues& values) {
-    for (int i = 1; i < argc; ++i) {
-        if (!AddKeyValue(values, argv[i])) {
-            return argv[i];
-        }
-    }
-    return nullptr;
-}
-
 std::string EncodeRequest(const KeyValues& request) {
     std::string message(kMessageWord);
     for (const auto& [key, value] : request) {

@@ -33,10 +33,6 @@ namespace quorvel::desktop {
 // value of an equal key. Returns false and adds nothing when the entry has another form.
 bool AddKeyValue(KeyValues& values, std::string_view entry);
 
-// Adds the arguments after argv[0] to values, see AddKeyValue. Returns null on success, or the
-// first argument of another form.
-const char* ReadArguments(int argc, char** argv, KeyValues& values);
-
 // The first bytes of each message.
 constexpr std::string_view kMessageWord = "quorvel2";
 // Limit of the bytes after the word.

@@ -296,10 +296,9 @@ int ui_app_main(int argc, char** argv, ui_app_lifecycle_callback_s* callback, vo
         return APP_ERROR_INVALID_PARAMETER;
     }
     KeyValues request;
-    if (const char* invalid = ReadArguments(argc, argv, request)) {
-        LogError(std::string(invalid) +
-                 ": not of the form KEY=VALUE; usage: quorvel [KEY=VALUE...]");
-        return APP_ERROR_INVALID_PARAMETER;
+    for (int i = 1; i < argc; ++i) {
+        // entry.cpp has rejected arguments of another form.
+        AddKeyValue(request, argv[i]);
     }
     std::string why;
     const std::string folder = RuntimeFolder(why);

@@ -5,14 +5,13 @@
 
 #include <optional>
 #include <string>
-#include <vector>
 
+using quorvel::desktop::AddKeyValue;
 using quorvel::desktop::DecodeRequest;
 using quorvel::desktop::EncodeRequest;
 using quorvel::desktop::KeyValues;
 using quorvel::desktop::kMaxMessageBytes;
 using quorvel::desktop::kMaxRequestBytes;
-using quorvel::desktop::ReadArguments;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::Optional;
@@ -20,44 +19,26 @@ using testing::Pair;
 
 namespace {
 
-// Reads the arguments after the program name. Sets invalid to the argument without the form
-// KEY=VALUE, or to an empty string.
-KeyValues Read(std::vector<std::string> arguments, std::string* invalid = nullptr) {
-    arguments.insert(arguments.begin(), "quorvel");
-    std::vector<char*> pointers;
-    pointers.reserve(arguments.size());
-    for (std::string& argument : arguments) {
-        pointers.push_back(argument.data());
-    }
-    KeyValues values;
-    const char* found = ReadArguments(static_cast<int>(pointers.size()), pointers.data(), values);
-    if (invalid != nullptr) {
-        *invalid = found == nullptr ? "" : found;
-    } else {
-        EXPECT_EQ(found, nullptr);
-    }
-    return values;
-}
-
-TEST(LaunchRequestTest, ReadsNoArgumentsAsEmptyRequest) {
-    EXPECT_THAT(Read({}), IsEmpty());
-}
-
 TEST(LaunchRequestTest, SplitsAtFirstEqualsSign) {
-    EXPECT_THAT(Read({"A=1", "B=x=y", "C="}),
-                ElementsAre(Pair("A", "1"), Pair("B", "x=y"), Pair("C", "")));
+    KeyValues values;
+    for (const char* entry : {"A=1", "B=x=y", "C="}) {
+        EXPECT_TRUE(AddKeyValue(values, entry)) << entry;
+    }
+    EXPECT_THAT(values, ElementsAre(Pair("A", "1"), Pair("B", "x=y"), Pair("C", "")));
 }
 
 TEST(LaunchRequestTest, KeepsLastOfEqualKeys) {
-    EXPECT_THAT(Read({"A=1", "A=2"}), ElementsAre(Pair("A", "2")));
+    KeyValues values{{"A", "1"}};
+    EXPECT_TRUE(AddKeyValue(values, "A=2"));
+    EXPECT_THAT(values, ElementsAre(Pair("A", "2")));
 }
 
-TEST(LaunchRequestTest, ReturnsInvalidArgument) {
-    std::string invalid;
-    EXPECT_THAT(Read({"A=1", "--help"}, &invalid), ElementsAre(Pair("A", "1")));
-    EXPECT_EQ(invalid, "--help");
-    EXPECT_THAT(Read({"=1"}, &invalid), IsEmpty());
-    EXPECT_EQ(invalid, "=1");
+TEST(LaunchRequestTest, RejectsEntryOfOtherForm) {
+    KeyValues values{{"A", "1"}};
+    for (const char* entry : {"--help", "A", "=1", ""}) {
+        EXPECT_FALSE(AddKeyValue(values, entry)) << entry;
+    }
+    EXPECT_THAT(values, ElementsAre(Pair("A", "1")));
 }
 
 TEST(LaunchRequestTest, ReturnsBundleOfRequest) {

@@ -19,7 +19,14 @@ using testing::IsEmpty;
 
 namespace {
 
-using MainLoopTest = RecordedApp;
+class MainLoopTest : public RecordedApp {
+protected:
+    // Returns variables with which a program has no folder for lock and socket and fails at once.
+    Environment NoRuntimeFolder() const {
+        const std::string missing = m_Folders.Root() / "missing";
+        return {{"XDG_RUNTIME_DIR", missing}, {"TMPDIR", missing}};
+    }
+};
 
 // The events of a program that a signal terminates.
 const std::vector<Event> kTerminatedRun = {"create", "control ", "terminate", "exit"};
@@ -187,17 +194,26 @@ TEST_F(MainLoopTest, AbortsOnUncaughtException) {
 
 TEST_F(MainLoopTest, RejectsInvalidArgument) {
     const auto app = Start({"EXEPARAM=CLOSE", "close"});
+    EXPECT_EQ(app->Exit(), 2);
+    EXPECT_THAT(Events(), IsEmpty());
+    EXPECT_EQ(app->Messages(),
+              "quorvel: close: not of the form KEY=VALUE\nTry 'quorvel --help'.\n");
+}
+
+TEST_F(MainLoopTest, ReportsMissingRuntimeFolder) {
+    const auto app = Start({}, NoRuntimeFolder());
     EXPECT_EQ(app->Exit(), 1);
     EXPECT_THAT(Events(), ElementsAre("exit with an error"));
-    EXPECT_THAT(Errors(*app),
-                ElementsAre("close: not of the form KEY=VALUE; usage: quorvel [KEY=VALUE...]"));
+    EXPECT_THAT(Errors(*app), ElementsAre(HasSubstr("missing/quorvel-")));
 }
 
 TEST_F(MainLoopTest, LogsErrorsAtEveryLevel) {
-    const auto app = Start({"close"}, {{"QUORVEL_LOG_LEVEL", "off"}});
+    Environment variables = NoRuntimeFolder();
+    variables["QUORVEL_LOG_LEVEL"] = "off";
+    const auto app = Start({}, variables);
     EXPECT_EQ(app->Exit(), 1);
-    EXPECT_THAT(Errors(*app), ElementsAre(HasSubstr("usage: ")));
-    EXPECT_THAT(MessagesOf(ReadFile(m_Folders.Log())), ElementsAre(HasSubstr("usage: ")));
+    EXPECT_THAT(Errors(*app), ElementsAre(HasSubstr("cannot create ")));
+    EXPECT_THAT(MessagesOf(ReadFile(m_Folders.Log())), ElementsAre(HasSubstr("cannot create ")));
 }
 
 TEST_F(MainLoopTest, RejectsInvalidThemeFile) {
@@ -214,7 +230,7 @@ TEST_F(MainLoopTest, RejectsInvalidThemeFile) {
 // slow.
 TEST_F(MainLoopTest, ReportsMissingDisplayWithinSecond) {
     const auto before = std::chrono::steady_clock::now();
-    EXPECT_EQ(Run({"invalid"}), 1);
+    EXPECT_EQ(Run({}, NoRuntimeFolder()), 1);
     const auto start = std::chrono::steady_clock::now();
     const auto app = Start({}, {{"ELM_DISPLAY", ""}});
     EXPECT_EQ(app->Exit(), 1);
