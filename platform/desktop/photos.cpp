@@ -2,8 +2,10 @@
 
 #include <algorithm>
 #include <climits>
+#include <cstddef>
 #include <filesystem>
 #include <iterator>
+#include <locale>
 #include <map>
 #include <set>
 #include <string_view>
@@ -17,35 +19,29 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// How many folders of a shortened path are tried. The whole path is tried in any case.
-constexpr std::size_t kMaxShortenedParts = 8;
+// How many parts of a shortened path are tried. The whole path is tried in any case.
+constexpr std::ptrdiff_t kMaxShortenedParts = 8;
 
-// Returns the components of the name without the data folder; empty for a name without a place.
-std::vector<std::string> SplitName(const std::string& name) {
-    if (name.empty() || name[0] != '/' || name.size() >= PATH_MAX ||
+// Returns the path below the data folder, or the whole path as a relative path for a photo outside
+// the data folder. Empty for a name without a place.
+std::string FindRelativePath(const std::string& name) {
+    if (name.empty() || name[0] != '/' || name.back() == '/' || name.size() >= PATH_MAX ||
         name.find('\0') != std::string::npos) {
         return {};
     }
     const std::string data = DataFolder() + "/";
     const std::string rest =
         name.compare(0, data.size(), data) == 0 ? name.substr(data.size()) : name;
-    std::vector<std::string> parts;
+    fs::path path;
     for (const fs::path& part : fs::path(rest).relative_path()) {
-        if (!part.empty() && part != ".") {
-            parts.push_back(part);
+        if (part == "..") {
+            return {};
+        }
+        if (part != ".") {
+            path /= part;
         }
     }
-    const bool usable = !parts.empty() && name.back() != '/' && !IsResultFile(parts.back()) &&
-                        std::find(parts.begin(), parts.end(), "..") == parts.end();
-    return usable ? parts : std::vector<std::string>();
-}
-
-std::string Join(const std::vector<std::string>& parts, std::size_t first) {
-    std::string path = parts[first];
-    for (std::size_t i = first + 1; i < parts.size(); ++i) {
-        path.append("/").append(parts[i]);
-    }
-    return path;
+    return IsResultFile(path.filename()) ? std::string() : path.string();
 }
 
 // Every file system accepts names up to this length.
@@ -69,9 +65,8 @@ std::string ToFileName(std::string end) {
 
 // Returns the text in small letters, since FAT and Windows ignore the case of letters.
 std::string FoldCase(std::string text) {
-    std::transform(text.begin(), text.end(), text.begin(), [](char letter) {
-        return letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter - 'A' + 'a') : letter;
-    });
+    std::transform(text.begin(), text.end(), text.begin(),
+                   [](char letter) { return std::tolower(letter, std::locale::classic()); });
     return text;
 }
 
@@ -84,34 +79,29 @@ std::vector<std::string> ListFileNames(const std::string& photo) {
     return names;
 }
 
+// A path with a link differs from its canonical path.
 bool IsRegularFile(const std::string& folder, const std::string& place) {
-    fs::path path = folder;
     std::error_code error;
-    for (const fs::path& part : fs::path(place)) {
-        path /= part;
-        const fs::file_status status = fs::symlink_status(path, error);
-        if (error || fs::is_symlink(status)) {
-            return false;
-        }
-    }
-    return fs::is_regular_file(path, error);
+    const fs::path path = fs::path(folder) / place;
+    return fs::is_regular_file(path, error) &&
+           fs::canonical(path, error) == fs::canonical(folder, error) / place;
 }
 
 }  // namespace
 
 std::vector<std::string> ListPhotoPlaces(const std::string& name) {
-    const std::vector<std::string> parts = SplitName(name);
+    const std::string whole = FindRelativePath(name);
     std::vector<std::string> places;
-    for (std::size_t first = 0; first < parts.size(); ++first) {
-        if (first > 0 && parts.size() - first > kMaxShortenedParts) {
-            continue;
+    for (std::string end = whole; !end.empty();) {
+        const std::size_t slash = end.find('/');
+        if (end == whole || std::count(end.begin(), end.end(), '/') < kMaxShortenedParts) {
+            places.push_back(end);
+            places.push_back("capture/" + end);
+            if (const std::string fileName = ToFileName(end); fileName != end) {
+                places.push_back(fileName);
+            }
         }
-        const std::string end = Join(parts, first);
-        places.push_back(end);
-        places.push_back("capture/" + end);
-        if (const std::string fileName = ToFileName(end); fileName != end) {
-            places.push_back(fileName);
-        }
+        end.erase(0, slash == std::string::npos ? slash : slash + 1);
     }
     return places;
 }
