@@ -173,8 +173,9 @@ public:
     bool Append(const xmlNode* list, std::string& text) {
         for (const xmlNode* node = list; node != nullptr; node = node->next) {
             const bool isText = node->type == XML_TEXT_NODE || node->type == XML_CDATA_SECTION_NODE;
-            if (isText) {
-                m_AppendContent(node, text);
+            if (isText && node->content != nullptr) {
+                m_HasText = true;
+                text += reinterpret_cast<const char*>(node->content);
             } else if (node->type == XML_ENTITY_REF_NODE && !m_AppendEntity(node, text)) {
                 return false;
             }
@@ -186,17 +187,9 @@ public:
     bool HasText() const { return m_HasText; }
 
 private:
-    void m_AppendContent(const xmlNode* node, std::string& text) {
-        if (node->content != nullptr) {
-            m_HasText = true;
-            text += reinterpret_cast<const char*>(node->content);
-        }
-    }
-
     bool m_AppendEntity(const xmlNode* reference, std::string& text) {
         xmlEntityPtr entity = xmlGetDocEntity(m_Doc, reference->name);
         if (entity == nullptr) {
-            m_AppendContent(reference, text);
             return true;
         }
         const auto [made, isNew] = m_EntityTexts.try_emplace(entity);

@@ -112,11 +112,29 @@ TEST_F(XmlInputTest, ReturnsSameValuesAsLibrary) {
     const auto original = reinterpret_cast<ReadValue>(dlsym(RTLD_DEFAULT, "xmlNodeListGetString"));
     ASSERT_NE(original, nullptr);
     const std::string entities =
-        "<!ENTITY a 'one'><!ENTITY b '&a; &a;'><!ENTITY none ''><!ENTITY child '<c>x</c>'>";
-    for (const std::string value :
-         {"", "text", " text ", "<![CDATA[]]>", "<![CDATA[a<b]]>", "a<![CDATA[b]]>c", "&a;", "&b;",
-          "x&b;y&a;z", "&none;", "&none;a", "&child;", "a&child;b", "<c>only a child</c>",
-          "a<c>child</c>b", "<!-- comment -->", "a<!-- comment -->b", "&lt;&amp;&#65;&#x20AC;"}) {
+        "<!ENTITY a 'one'><!ENTITY b '&a; &a;'><!ENTITY none ''><!ENTITY child '<c>x</c>'>"
+        // An undefined entity is not an error after a parameter entity.
+        "<!ENTITY % empty ''>%empty;";
+    for (const std::string value : {"",
+                                    "text",
+                                    " text ",
+                                    "<![CDATA[]]>",
+                                    "<![CDATA[a<b]]>",
+                                    "a<![CDATA[b]]>c",
+                                    "&a;",
+                                    "&b;",
+                                    "x&b;y&a;z",
+                                    "&none;",
+                                    "&none;a",
+                                    "&child;",
+                                    "a&child;b",
+                                    "&undefined;",
+                                    "a&undefined;b",
+                                    "<c>only a child</c>",
+                                    "a<c>child</c>b",
+                                    "<!-- comment -->",
+                                    "a<!-- comment -->b",
+                                    "&lt;&amp;&#65;&#x20AC;"}) {
         Write(ComposeFile(entities, value));
         const Document document = Parse();
         ASSERT_NE(document, nullptr) << value;
