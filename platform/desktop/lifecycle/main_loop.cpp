@@ -167,7 +167,6 @@ int Application::Run(int argc, char** argv) {
     }
     const int result = StartUi() ? m_RunUi() : APP_ERROR_INVALID_CONTEXT;
     StopUi();
-    m_Server.Close();
     elm_shutdown();
     return result;
 }

@@ -203,20 +203,17 @@ Instance::~Instance() {
 // Returns no value when another process holds the lock.
 std::optional<Instance::Claim> Instance::m_TryLock(std::string& why) {
     const std::string path = LockPath(m_Folder);
-    const int file = open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600);
-    if (file >= 0 && flock(file, LOCK_EX | LOCK_NB) == 0) {
-        m_LockFile = file;
+    if (m_LockFile < 0) {
+        m_LockFile = open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600);
+    }
+    if (m_LockFile >= 0 && flock(m_LockFile, LOCK_EX | LOCK_NB) == 0) {
         std::ofstream(path) << getpid() << ' ' << m_Files << '\n' << m_Path;
         return Claim::kOwner;
     }
-    const int error = errno;
-    if (file >= 0) {
-        close(file);
-    }
-    if (error == EWOULDBLOCK || error == EINTR) {
+    if (errno == EWOULDBLOCK || errno == EINTR) {
         return std::nullopt;
     }
-    why = "cannot lock " + path + ": " + std::strerror(error);
+    why = "cannot lock " + path + ": " + std::strerror(errno);
     return Claim::kFailed;
 }
 
