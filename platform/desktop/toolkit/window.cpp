@@ -45,12 +45,17 @@ void GiveFocus(Evas_Object* window) {
     ecore_evas_focus_device_set(canvas, nullptr, EINA_TRUE);
 }
 
-// A transparent object takes the place of the pointer. The canvas owns the object.
+// A transparent object takes the place of the pointer. The canvas owns the object. On Wayland, the
+// toolkit draws the pointer with the theme, in which the pointer is invisible.
 void HidePointer(Evas_Object* window) {
     Evas* canvas = evas_object_evas_get(window);
+    Ecore_Evas* ecoreCanvas = ecore_evas_ecore_evas_get(canvas);
+    if (ecore_evas_wayland2_window_get(ecoreCanvas) != nullptr) {
+        return;
+    }
     Evas_Object* cursor = evas_object_rectangle_add(canvas);
     evas_object_color_set(cursor, 0, 0, 0, 0);
-    ecore_evas_object_cursor_set(ecore_evas_ecore_evas_get(canvas), cursor, EVAS_LAYER_MAX, 0, 0);
+    ecore_evas_object_cursor_set(ecoreCanvas, cursor, EVAS_LAYER_MAX, 0, 0);
 }
 
 // Returns the user's factor of the scale.

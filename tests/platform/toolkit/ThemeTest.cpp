@@ -48,7 +48,7 @@ INSTANTIATE_TEST_SUITE_P(Theme, ThemeStyleTest,
                                          "elm/button/base/C_ButtonBasic_WhiteText",
                                          "elm/scroller/base/c_scrollbar_list",
                                          "elm/label/base/slide_short", "elm/label/base/default",
-                                         "elm/genlist/base/default"));
+                                         "elm/genlist/base/default", "elm/pointer/base/default"));
 
 TEST(ThemeTest, HasEveryStyleThatToolkitNeeds) {
     Stage::StartToolkit();
@@ -181,6 +181,23 @@ TEST(ThemeTest, ShowsPopupAtBottomAndDimsRest) {
     const Area lastLine{0, Screen::kHeight - 1, Screen::kWidth, 1};
     EXPECT_EQ(after.Count(lastLine, isSheet), Screen::kWidth) << "the popup fills the width";
     EXPECT_EQ(after.Count({0, 0, Screen::kWidth, Screen::kHeight / 3}, isSheet), 0);
+}
+
+// On Wayland, the toolkit draws the pointer with the theme.
+TEST(ThemeTest, DrawsNoPointer) {
+    const Stage stage;
+    const Picture before = Screen::Render(stage.window);
+    Evas_Object* pointer = edje_object_add(evas_object_evas_get(stage.window));
+    ASSERT_TRUE(edje_object_file_set(pointer, FindResource("theme/quorvel.edj").c_str(),
+                                     "elm/pointer/base/default"));
+    evas_object_geometry_set(pointer, 0, 0, 64, 64);
+    evas_object_show(pointer);
+    const Picture after = Screen::Render(stage.window);
+    for (int y = 0; y < 64; ++y) {
+        for (int x = 0; x < 64; ++x) {
+            ASSERT_EQ(after.At(x, y), before.At(x, y));
+        }
+    }
 }
 
 TEST(ThemeTest, HidesPopupImmediately) {
