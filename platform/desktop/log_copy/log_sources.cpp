@@ -21,16 +21,12 @@ namespace {
 // More than a rotation renames or removes: the log has three rotated files.
 constexpr std::size_t kMaxOpenLogs = 8;
 
-// Returns the age in the name of a log, no value for other names. The name without a number has the
-// age 0.
-std::optional<unsigned> LogAge(const std::string& name) {
+// Returns the number after the first dot of the name; 0 without a number.
+unsigned NumberIn(const std::string& name) {
     const std::size_t start = name.find('.') + 1;
-    unsigned age = 0;
-    std::from_chars(name.data() + start, name.data() + name.size(), age);
-    if (name != RotatedLogName(age)) {
-        return std::nullopt;
-    }
-    return age;
+    unsigned number = 0;
+    std::from_chars(name.data() + start, name.data() + name.size(), number);
+    return number;
 }
 
 bool IsMissing(int error) {
@@ -47,8 +43,9 @@ std::vector<unsigned> ListLogAges(const std::string& folder) {
     CheckSource(opened.IsOpen() && opened.List(names), folder);
     std::vector<unsigned> ages;
     for (const std::string& name : names) {
-        if (const std::optional<unsigned> age = LogAge(name)) {
-            ages.push_back(*age);
+        const unsigned age = NumberIn(name);
+        if (name == RotatedLogName(age)) {
+            ages.push_back(age);
         }
     }
     std::sort(ages.begin(), ages.end());
