@@ -4,36 +4,24 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <cerrno>
+#include <array>
 #include <cstdlib>
-#include <vector>
 
 namespace quorvel::desktop {
 
 namespace {
 
-std::string PathWithoutSlash(const char* variable) {
-    std::string path = EnvironmentPath(variable);
-    while (path.size() > 1 && path.back() == '/') {
-        path.pop_back();
-    }
-    return path;
-}
-
 std::string HomeOfAccount() {
-    std::vector<char> text(1024);
+    // No account needs as much text.
+    std::array<char, 16384> text{};
     passwd entry{};
     passwd* found = nullptr;
-    int error = 0;
-    while ((error = getpwuid_r(getuid(), &entry, text.data(), text.size(), &found)) == ERANGE) {
-        text.resize(text.size() * 2);
-    }
-    const bool usable = error == 0 && found != nullptr && found->pw_dir != nullptr;
-    return usable ? found->pw_dir : std::string();
+    getpwuid_r(getuid(), &entry, text.data(), text.size(), &found);
+    return found == nullptr ? std::string() : found->pw_dir;
 }
 
 std::string Home() {
-    const std::string home = PathWithoutSlash("HOME");
+    const std::string home = EnvironmentPath("HOME");
     return home.empty() ? HomeOfAccount() : home;
 }
 
@@ -45,8 +33,11 @@ std::string EnvironmentValue(const char* variable, const std::string& other) {
 }
 
 std::string EnvironmentPath(const char* variable, const std::string& other) {
-    const std::string value = EnvironmentValue(variable);
-    return value[0] == '/' ? value : other;
+    std::string path = EnvironmentValue(variable);
+    while (path.size() > 1 && path.back() == '/') {
+        path.pop_back();
+    }
+    return path[0] == '/' ? path : other;
 }
 
 std::string DataFolder() {
@@ -66,7 +57,7 @@ std::string FolderIdentity(const std::string& path) {
 }
 
 std::string StateFolder() {
-    const std::string state = PathWithoutSlash("XDG_STATE_HOME");
+    const std::string state = EnvironmentPath("XDG_STATE_HOME");
     if (!state.empty()) {
         return state + "/quorvel";
     }

@@ -11,8 +11,8 @@ namespace quorvel::desktop {
 // empty.
 std::string EnvironmentValue(const char* variable, const std::string& other = {});
 
-// Returns the absolute path in the environment variable, with its slashes. Returns the other path
-// for any other value.
+// Returns the absolute path in the environment variable. Returns the other path for any other
+// value.
 std::string EnvironmentPath(const char* variable, const std::string& other = {});
 
 // Returns the data folder, which is the same on every machine.
