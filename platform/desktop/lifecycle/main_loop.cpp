@@ -97,7 +97,7 @@ Eina_Bool OnEndingSignal(void*, Ecore_Fd_Handler*) {
     return ECORE_CALLBACK_RENEW;
 }
 
-// Without result files, the screen looks like the screen of a run without failures.
+// Without result files, the screen is the same as for a run without failures.
 void ReportMissingResultFiles() {
     const std::string folder = DataFolder() + "/";
     if (access((folder + kMainResultFile).c_str(), F_OK) != 0 &&
@@ -118,7 +118,7 @@ public:
           m_Server(socketPath, [this](KeyValues values, RequestServer::Sender sender) {
               m_Enqueue({{{std::move(values)}}, sender});
           }) {
-        m_Requests.push_back({{{std::move(first)}}, 0});
+        m_Requests.push_back({{{std::move(first)}}, RequestServer::kNoSender});
     }
     Application(const Application&) = delete;
     Application& operator=(const Application&) = delete;
@@ -127,7 +127,6 @@ public:
     int Run(int argc, char** argv);
 
 private:
-    // sender: 0 for the launch request of this process, which has no waiting sender.
     struct Request {
         app_control_s control;
         RequestServer::Sender sender;
@@ -224,7 +223,7 @@ void Application::m_Enqueue(Request request) {
 // leaves later requests undelivered, and their senders start the application again.
 void Application::m_Deliver() {
     Request& request = m_Requests.front();
-    if (request.sender != 0 && request.control.request.values.empty()) {
+    if (request.sender != RequestServer::kNoSender && request.control.request.values.empty()) {
         // A second start on the same files.
         elm_win_raise(MainWindow());
         elm_win_activate(MainWindow());

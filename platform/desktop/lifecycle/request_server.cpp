@@ -43,9 +43,8 @@ bool IsFromThisUser(int connection) {
 // One sender. Owned by the server, which deletes the object with the answer or the rejection.
 class RequestServer::Connection {
 public:
-    Connection(RequestServer& server, Sender sender, int socket)
+    Connection(RequestServer& server, Sender socket)
         : m_Server(server),
-          m_Sender(sender),
           m_Socket(socket),
           m_Handler(
               ecore_main_fd_handler_add(socket, ECORE_FD_READ, OnReadable, this, nullptr, nullptr)),
@@ -57,11 +56,6 @@ public:
     }
     Connection(const Connection&) = delete;
     Connection& operator=(const Connection&) = delete;
-
-    // Sends the answer. The send buffer is empty, so this fails only when the sender has exited.
-    void Answer(char answer) const {
-        (void)send(m_Socket, &answer, 1, MSG_NOSIGNAL | MSG_DONTWAIT);
-    }
 
 private:
     // Ecore ignores null.
@@ -78,7 +72,7 @@ private:
     static Eina_Bool OnTimeout(void* data) {
         auto* self = static_cast<Connection*>(data);
         self->m_Timer = nullptr;
-        self->m_Server.m_Reject(self->m_Sender, "no message in time");
+        self->m_Server.m_Reject(self->m_Socket, "no message in time");
         return ECORE_CALLBACK_CANCEL;
     }
 
@@ -90,22 +84,21 @@ private:
             return;
         }
         if (size <= 0) {
-            m_Server.m_Reject(m_Sender, "the sender exited early");
+            m_Server.m_Reject(m_Socket, "the sender exited early");
             return;
         }
         message.resize(static_cast<std::size_t>(size));
         std::optional<KeyValues> request = DecodeRequest(message);
         if (!request) {
-            m_Server.m_Reject(m_Sender, "invalid message");
+            m_Server.m_Reject(m_Socket, "invalid message");
             return;
         }
         m_StopReceiving();
-        m_Server.m_Receiver(std::move(*request), m_Sender);
+        m_Server.m_Receiver(std::move(*request), m_Socket);
     }
 
     RequestServer& m_Server;
-    Sender m_Sender;
-    int m_Socket;
+    Sender m_Socket;
     Ecore_Fd_Handler* m_Handler;
     Ecore_Timer* m_Timer;
 };
@@ -139,11 +132,7 @@ Eina_Bool RequestServer::AwaitConnection(void* data) {
 }
 
 void RequestServer::Accept(Sender sender) {
-    const auto found = m_Connections.find(sender);
-    if (found != m_Connections.end()) {
-        found->second->Answer(kAcceptedAnswer);
-        m_Connections.erase(found);
-    }
+    m_Answer(sender, kAcceptedAnswer);
 }
 
 void RequestServer::Close() {
@@ -165,20 +154,27 @@ Eina_Bool RequestServer::OnConnect(void* data, Ecore_Fd_Handler*) {
         self->m_Pause = ecore_timer_add(kAcceptPause, AwaitConnection, self);
         return ECORE_CALLBACK_CANCEL;
     }
-    const Sender sender = ++self->m_LastSender;
-    self->m_Connections[sender] = std::make_unique<Connection>(*self, sender, socket);
+    self->m_Connections[socket] = std::make_unique<Connection>(*self, socket);
     if (!IsFromThisUser(socket)) {
-        self->m_Reject(sender, "the sender is another user");
+        self->m_Reject(socket, "the sender is another user");
     } else if (self->m_Connections.size() > kMaxSenders) {
-        self->m_Reject(sender, "more than " + std::to_string(kMaxSenders) + " senders at once");
+        self->m_Reject(socket, "more than " + std::to_string(kMaxSenders) + " senders at once");
     }
     return ECORE_CALLBACK_RENEW;
 }
 
 void RequestServer::m_Reject(Sender sender, const std::string& reason) {
     LogError("launch request rejected: " + reason);
-    m_Connections[sender]->Answer(kRejectedAnswer);
-    m_Connections.erase(sender);
+    m_Answer(sender, kRejectedAnswer);
+}
+
+void RequestServer::m_Answer(Sender sender, char answer) {
+    const auto found = m_Connections.find(sender);
+    if (found != m_Connections.end()) {
+        // The send buffer is empty, so send fails only when the sender has exited.
+        (void)send(sender, &answer, 1, MSG_NOSIGNAL | MSG_DONTWAIT);
+        m_Connections.erase(found);
+    }
 }
 
 }  // namespace quorvel::desktop

@@ -20,8 +20,9 @@ namespace quorvel::desktop {
 // Initialises Ecore for its own lifetime. Owned by the main loop; main-loop thread only.
 class RequestServer {
 public:
-    // Identifies a sender that waits for its answer.
-    using Sender = unsigned long;
+    // Identifies a sender that waits for its answer: the descriptor of its connection.
+    using Sender = int;
+    static constexpr Sender kNoSender = -1;
     using Receiver = std::function<void(KeyValues request, Sender sender)>;
 
     // path: the socket. receiver: called inside the main loop with each request.
@@ -35,7 +36,8 @@ public:
     // Returns false and logs the reason on failure.
     bool Listen();
 
-    // Answers that the application has received the request. Ignores a sender that has exited.
+    // Answers that the application has received the request. Ignores kNoSender and a sender that
+    // has exited.
     void Accept(Sender sender);
 
     // Stops listening. Closes the connections of all senders without an answer.
@@ -47,6 +49,7 @@ private:
     static Eina_Bool AwaitConnection(void* data);
     static Eina_Bool OnConnect(void* data, Ecore_Fd_Handler* handler);
     void m_Reject(Sender sender, const std::string& reason);
+    void m_Answer(Sender sender, char answer);
 
     std::string m_Path;
     Receiver m_Receiver;
@@ -56,7 +59,6 @@ private:
     Ecore_Fd_Handler* m_Handler = nullptr;
     Ecore_Timer* m_Pause = nullptr;
     std::map<Sender, std::unique_ptr<Connection>> m_Connections;
-    Sender m_LastSender = 0;
 };
 
 }  // namespace quorvel::desktop
