@@ -28,7 +28,7 @@ namespace {
 // What parsing an entity again costs besides its length, in bytes.
 constexpr std::int64_t kEntityParseCost = 100;
 
-// The file that this thread parses, and what is left of its limits. Each parser starts a new one.
+// The file that this thread parses, and the rest of its limits. Each parser starts a new file.
 struct ParsedFile {
     std::string path;
     xmlParserCtxt* parser = nullptr;  // null when no parser runs
@@ -53,7 +53,7 @@ bool CountDocumentType(std::int64_t size) {
     return g_ParsedFile.documentTypeBytesLeft >= 0;
 }
 
-// Content that is not in a file has no path, and its caller knows what it has parsed.
+// Content that is not in a file has no path, and the caller knows the content.
 void Report(const std::string& reason) {
     if (!g_ParsedFile.path.empty()) {
         g_Report(g_ParsedFile.path + ": " + reason);
@@ -169,7 +169,7 @@ class ValueReader {
 public:
     explicit ValueReader(xmlDocPtr doc) : m_Doc(doc) {}
 
-    // Appends the text of the list. False when the entities expand to more than is left.
+    // Appends the text of the list. Returns false when the entities exceed their limit.
     bool Append(const xmlNode* list, std::string& text) {
         for (const xmlNode* node = list; node != nullptr; node = node->next) {
             const bool isText = node->type == XML_TEXT_NODE || node->type == XML_CDATA_SECTION_NODE;
@@ -183,7 +183,7 @@ public:
         return true;
     }
 
-    // False when the list has no piece of text, not even an empty one.
+    // Returns false when the list has no piece of text, not even an empty piece.
     bool HasText() const { return m_HasText; }
 
 private:
@@ -196,7 +196,7 @@ private:
         if (isNew && !Append(entity->children, made->second)) {
             return false;
         }
-        // An empty expansion counts too: it takes time.
+        // An empty expansion counts too, because it takes time.
         std::int64_t& left = g_ParsedFile.entityBytesLeft;
         left -= static_cast<std::int64_t>(made->second.size()) + 1;
         text += made->second;

@@ -66,11 +66,11 @@ TEST_F(OwnerTest, WaitsForEntryOfOwnerThatStarts) {
     EXPECT_EQ(owner->files, "files");
 }
 
-TEST_F(OwnerTest, HandsOverNothingWithoutOwner) {
+TEST_F(OwnerTest, ReportsMissingOwner) {
     EXPECT_FALSE(HandOver(m_Folder, {{"A", "1"}}, std::chrono::milliseconds(20)));
 }
 
-TEST_F(OwnerTest, HandsOverNoTooLongRequest) {
+TEST_F(OwnerTest, RejectsTooLongRequest) {
     const Socket server = Socket::ListenAsOwner(SocketPath(m_Folder));
     EXPECT_FALSE(HandOver(m_Folder, {{"A", std::string(kMaxRequestBytes, 'x')}}, kLongTimeout));
 }
@@ -88,7 +88,7 @@ TEST_F(OwnerTest, HandsOverToOwnerThatStarts) {
     EXPECT_EQ(received, EncodeRequest({{"A", "1"}}));
 }
 
-TEST_F(OwnerTest, ReturnsRejectionOfRequest) {
+TEST_F(OwnerTest, ReportsRejectedRequest) {
     const Socket server = Socket::ListenAsOwner(SocketPath(m_Folder));
     std::thread answering([&server] {
         const Socket client = server.Accept();
