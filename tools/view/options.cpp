@@ -55,9 +55,6 @@ int Parse(int key, char* argument, argp_state* state) {
         case ARGP_KEY_INIT:
             // Suppresses the hint of argp after an unknown option. ParseOptions writes a hint.
             state->err_stream = nullptr;
-            if (const char* option = runs::FindUnprintableOption(state->argv)) {
-                return RejectArgument(option, "unknown option");
-            }
             return 0;
         case kLatest:
             options.latest = true;
@@ -86,7 +83,11 @@ std::optional<Options> ParseOptions(int argc, char** argv) {
     argv[0] = name.data();
     desktop::CheckOutputAtExit("quorvel-view");
     Options options;
-    if (argp_parse(&parser, argc, argv, 0, nullptr, &options) != 0) {
+    const char* unprintable = runs::FindUnprintableOption(argv);
+    const int error = unprintable != nullptr
+                          ? RejectArgument(unprintable, "unknown option")
+                          : argp_parse(&parser, argc, argv, 0, nullptr, &options);
+    if (error != 0) {
         std::fputs("Try 'quorvel-view --help'.\n", stderr);
         return std::nullopt;
     }
