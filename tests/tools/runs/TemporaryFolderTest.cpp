@@ -121,11 +121,15 @@ TEST_F(TemporaryFolderTest, FailsWhenFolderCannotBeOpened) {
         alarm(2);
         const int free = open("/dev/null", O_RDONLY | O_CLOEXEC);
         close(free);
-        const rlimit limit{static_cast<rlim_t>(free), static_cast<rlim_t>(free)};
+        rlimit before{};
+        getrlimit(RLIMIT_NOFILE, &before);
+        const rlimit limit{static_cast<rlim_t>(free), before.rlim_max};
         setrlimit(RLIMIT_NOFILE, &limit);
         try {
             const TemporaryFolder folder;
         } catch (const fs::filesystem_error& error) {
+            // A sanitizer needs a descriptor to check the type of the exception.
+            setrlimit(RLIMIT_NOFILE, &before);
             _exit(error.code().value());
         }
         _exit(0);
