@@ -41,8 +41,8 @@ using XmlInputStop = std::function<bool()>;
 enum class ResultFileLinks { kFollow, kReject };
 
 // Makes libxml2 open regular files only, without blocking and without unpacking. Afterwards libxml2
-// loads no catalog and prints nothing to the terminal. Call once for each thread that parses,
-// before its first parse.
+// loads no catalog, stores no attributes and prints nothing to the terminal. Call once for each
+// thread that parses, before its first parse.
 void LimitXmlInput(
     XmlInputReport report, ResultFileLinks links = ResultFileLinks::kFollow,
     XmlInputStop mustStop = [] { return false; });

@@ -294,6 +294,18 @@ TEST_F(XmlInputLimitTest, RejectsHundredThousandAttributes) {
     ExpectRejection("<r>" + ComposeElement(100'000) + "</r>", kAttributes);
 }
 
+TEST_F(XmlInputLimitTest, ReadsManyElementsWithManyAttributes) {
+    ExpectDocument("<r>" + Repeat(ComposeElement(900), 500) + "</r>");
+}
+
+TEST_F(XmlInputLimitTest, StoresNoAttributes) {
+    Write("<!DOCTYPE r [<!ATTLIST v b CDATA 'default'>]><r><v a='value'>text</v></r>");
+    const Document document = Parse();
+    ASSERT_NE(document, nullptr);
+    EXPECT_EQ(xmlFirstElementChild(xmlDocGetRootElement(document.get()))->properties, nullptr);
+    EXPECT_EQ(ValueIn(*document, xmlNodeListGetString), "text");
+}
+
 TEST_F(XmlInputLimitTest, RejectsManyNamespacesOfElement) {
     ExpectRejection("<r><v" + RepeatNames(" xmlns:", "='u'", 30'000) + "/></r>", kAttributes);
 }
