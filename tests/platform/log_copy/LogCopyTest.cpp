@@ -488,6 +488,7 @@ TEST_F(LogCopyTest, ContinuesAfterShortReadsAndWrites) {
 }
 
 TEST_F(LogCopyTest, RepeatsInterruptedCalls) {
+    m_Job.from.outsideLinks = OutsideLinks::kReject;
     FaultyFileIo io(m_Storage);
     io.InterruptEach();
     EXPECT_EQ(Run(io), 0);
