@@ -243,6 +243,17 @@ TEST_F(LogFileTest, EndsPartOfLineWithNextLineWhenOverwritingFails) {
     EXPECT_EQ(ReadFile(m_Path), "I/QEL     \nI/QEL     (12345): one\n");
 }
 
+TEST_F(LogFileTest, OverwritesNothingInNewFile) {
+    LogFile file = Open(10000, 2);
+    {
+        const FailingCallScope failing(FailingCall::kOverwrite);
+        WritePart(file);
+    }
+    fs::remove(m_Path);
+    Write(file, "one");
+    EXPECT_EQ(ReadFile(m_Path), "I/QEL     (12345): one\n");
+}
+
 TEST_F(LogFileTest, CreatesPrivateFilesInSharedFolder) {
     fs::create_directories(m_Folder);
     fs::permissions(m_Folder, static_cast<fs::perms>(0755));
