@@ -27,9 +27,6 @@ constexpr const char* kDocumentation =
     "To close the window, press Alt+F4, press Ctrl+C in the terminal, or run "
     "'quorvel EXEPARAM=CLOSE'.";
 
-// The arguments without options, after the name of the program.
-using Arguments = std::vector<char*>;
-
 int Parse(int key, char* argument, argp_state* state) {
     if (key == ARGP_KEY_INIT) {
         // argp would otherwise write its own hint after an unknown option.
@@ -40,24 +37,23 @@ int Parse(int key, char* argument, argp_state* state) {
         return ARGP_ERR_UNKNOWN;
     }
     KeyValues ignored;
-    if (!AddKeyValue(ignored, argument)) {
-        std::fprintf(stderr, "quorvel: %s: not of the form KEY=VALUE\n", argument);
-        return EINVAL;
+    if (AddKeyValue(ignored, argument)) {
+        return 0;
     }
-    static_cast<Arguments*>(state->input)->push_back(argument);
-    return 0;
+    std::fprintf(stderr, "quorvel: %s: not of the form KEY=VALUE\n", argument);
+    return EINVAL;
 }
 
-// Returns whether the arguments are valid, and appends them. Ends the process with status 0 for
-// --help and --version.
-bool ParseOptions(int argc, char** argv, Arguments& arguments) {
+// Returns whether the arguments are valid. Ends the process with status 0 for --help and --version.
+bool CheckArguments(int argc, char** argv) {
     argp_program_version = "quorvel " QUORVEL_VERSION;
     const argp parser = {nullptr, Parse, kArguments, kDocumentation, nullptr, nullptr, nullptr};
     std::string name = "quorvel";
     CheckOutputAtExit("quorvel");
+    // argp reorders the arguments that it gets.
     std::vector<char*> words(argv, argv + argc + 1);
     words[0] = name.data();
-    if (argp_parse(&parser, argc, words.data(), 0, nullptr, &arguments) == 0) {
+    if (argp_parse(&parser, argc, words.data(), 0, nullptr, nullptr) == 0) {
         return true;
     }
     std::fputs("Try 'quorvel --help'.\n", stderr);
@@ -77,15 +73,9 @@ extern "C" int __wrap_main(int argc, char** argv);
 // which can be the status of a signal.
 int __wrap_main(int argc, char** argv) {
     using namespace quorvel::desktop;  // NOLINT(google-build-using-namespace): C function
-    if (argc < 1) {
+    if (!CheckArguments(argc, argv)) {
         return kUsageStatus;
     }
-    Arguments arguments = {argv[0]};
-    if (!ParseOptions(argc, argv, arguments)) {
-        return kUsageStatus;
-    }
-    const int count = static_cast<int>(arguments.size());
-    arguments.push_back(nullptr);
-    return __real_main(count, arguments.data()) == 0 ? 0 : kFailureStatus;
+    return __real_main(argc, argv) == 0 ? 0 : kFailureStatus;
 }
 // NOLINTEND(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp)

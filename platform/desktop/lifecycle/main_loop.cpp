@@ -295,7 +295,7 @@ int ui_app_main(int argc, char** argv, ui_app_lifecycle_callback_s* callback, vo
     }
     KeyValues request;
     for (int i = 1; i < argc; ++i) {
-        // entry.cpp has rejected arguments of another form.
+        // entry.cpp has rejected arguments of another form, except "--".
         AddKeyValue(request, argv[i]);
     }
     std::string why;

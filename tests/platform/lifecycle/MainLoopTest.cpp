@@ -200,6 +200,11 @@ TEST_F(MainLoopTest, RejectsInvalidArgument) {
               "quorvel: close: not of the form KEY=VALUE\nTry 'quorvel --help'.\n");
 }
 
+TEST_F(MainLoopTest, ReadsArgumentsAfterEndOfOptions) {
+    EXPECT_EQ(Run({"NAME=first", "--", "EXEPARAM=CLOSE"}), 0);
+    EXPECT_THAT(Events(), ElementsAre("create", "control firstCLOSE", "terminate", "exit"));
+}
+
 TEST_F(MainLoopTest, ReportsMissingRuntimeFolder) {
     const auto app = Start({}, NoRuntimeFolder());
     EXPECT_EQ(app->Exit(), 1);
