@@ -25,6 +25,7 @@
 using quorvel::desktop::kMaxResultFileBytes;
 using quorvel::desktop::LimitXmlInput;
 using quorvel::desktop::ParseXml;
+using quorvel::desktop::XmlDocument;
 using testing::ElementsAre;
 using testing::EndsWith;
 using testing::HasSubstr;
@@ -32,10 +33,6 @@ using testing::IsEmpty;
 
 namespace {
 
-struct DocumentDeleter {
-    void operator()(xmlDoc* document) const { xmlFreeDoc(document); }
-};
-using Document = std::unique_ptr<xmlDoc, DocumentDeleter>;
 using ReadValue = xmlChar* (*)(xmlDocPtr, const xmlNode*, int);
 
 // The CPU time that a hostile file may use.
@@ -77,12 +74,12 @@ protected:
         return Path();
     }
 
-    Document Parse() const { return Document(xmlParseFile(Path().c_str())); }
+    XmlDocument Parse() const { return XmlDocument(xmlParseFile(Path().c_str())); }
 
     // Returns the value of the root's only child element, as the application reads the value.
     std::optional<std::string> ValueIn(const std::string& content) const {
         Write(content);
-        const Document document = Parse();
+        const XmlDocument document = Parse();
         if (document == nullptr) {
             ADD_FAILURE() << "not well-formed: " << content.substr(0, 200);
             return std::nullopt;
@@ -136,7 +133,7 @@ TEST_F(XmlInputTest, ReturnsSameValuesAsLibrary) {
                                     "a<!-- comment -->b",
                                     "&lt;&amp;&#65;&#x20AC;"}) {
         Write(ComposeFile(entities, value));
-        const Document document = Parse();
+        const XmlDocument document = Parse();
         ASSERT_NE(document, nullptr) << value;
         EXPECT_EQ(ValueIn(*document, xmlNodeListGetString), ValueIn(*document, original)) << value;
     }
@@ -170,7 +167,7 @@ TEST_F(XmlInputTest, LimitsEntitiesOfAllValuesOfFileTogether) {
     const std::string half = Repeat("&a;", 200);
     Write("<!DOCTYPE r [<!ENTITY a '" + Repeat("x", 30'000) + "'>]><r><v>" + half + "</v><v>" +
           half + "</v></r>");
-    const Document document = Parse();
+    const XmlDocument document = Parse();
     ASSERT_NE(document, nullptr);
     const xmlNode* first = xmlFirstElementChild(xmlDocGetRootElement(document.get()));
     const xmlNode* second = first->next;
@@ -300,7 +297,7 @@ TEST_F(XmlInputLimitTest, ReadsManyElementsWithManyAttributes) {
 
 TEST_F(XmlInputLimitTest, StoresNoAttributes) {
     Write("<!DOCTYPE r [<!ATTLIST v b CDATA 'default'>]><r><v a='value'>text</v></r>");
-    const Document document = Parse();
+    const XmlDocument document = Parse();
     ASSERT_NE(document, nullptr);
     EXPECT_EQ(xmlFirstElementChild(xmlDocGetRootElement(document.get()))->properties, nullptr);
     EXPECT_EQ(ValueIn(*document, xmlNodeListGetString), "text");
