@@ -15,7 +15,7 @@ namespace {
 constexpr std::string_view kTab = "<tab/>";
 constexpr std::string_view kLineBreak = "<br/>";
 constexpr std::string_view kDigits = "0123456789";
-// The longest number of the analysis. A longer one in a recorded text must not widen every line.
+// The longest number of the analysis. A longer number in a recorded text must not widen every line.
 constexpr std::size_t kMaxNumberLength = 20;
 
 // In the theme's font, both have the width of a digit. A hyphen is narrower.
@@ -33,8 +33,8 @@ struct TableLine {
 // The lengths of the longest numbers of each column, in characters.
 using Widths = std::array<std::size_t, 2>;
 
-// Removes a number and the tab after it from the text. Returns the number; empty if the text does
-// not begin with them.
+// Removes the number and the tab at the beginning of the text. Returns the number; empty if the
+// text does not begin with a number and a tab.
 std::string_view TakeNumber(std::string_view& text) {
     const std::size_t sign = text.substr(0, 1) == "-" ? 1 : 0;
     const std::size_t end = std::min(text.find_first_not_of(kDigits, sign), text.size());

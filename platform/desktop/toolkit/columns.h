@@ -8,8 +8,7 @@ namespace quorvel::desktop {
 
 // Returns the markup of a text with aligned columns. A line "number, tab, number, tab, name"
 // belongs to the columns; other lines stay as they are. Spaces of the width of a digit make the
-// numbers of a column equally long, because a tab of the toolkit has a fixed width. Takes linear
-// time.
+// numbers of a column equally long. A tab of the toolkit has a fixed width. Takes linear time.
 //
 // A name in a right-to-left script stays in its column: the numbers stay at the left of the name,
 // and a number in brackets at the right.

@@ -10,9 +10,9 @@ namespace quorvel::desktop {
 
 namespace {
 
-// Reports the focus of one widget to the subclass. Reports wait for the end of a turn of the main
-// loop, because the focus can change several times between two widgets. Allocated with new; deletes
-// itself with the widget. Main-loop thread.
+// Reports the focus of a widget to the subclass. Reports wait for the end of a turn of the main
+// loop. The focus can change several times within a turn. Allocated with new; deletes itself with
+// the widget. Main-loop thread.
 class FocusWatch {
 public:
     explicit FocusWatch(Evas_Object* widget);
@@ -24,9 +24,9 @@ protected:
     Evas_Object* const m_Widget;
 
 private:
-    // Called after the first turn of the main loop, and after each turn that moved the focus to,
-    // from or inside the widget. focused: whether the widget or a part of it has the focus. The
-    // value can be the same as in the last call.
+    // Called after the first turn of the main loop. Also called after each turn that moved the
+    // focus to, from or inside the widget. focused: whether the widget or a part of it has the
+    // focus. The value can be the same as in the last call.
     virtual void m_Report(bool focused) = 0;
 
     static void m_OnFocusChanged(void* data, const Efl_Event*);
@@ -129,7 +129,7 @@ public:
     }
 
 private:
-    // The widget that has the focus while the list does not have it.
+    // The place of the focus: in the list, in another widget, or in the popup.
     enum class Away { kNo, kWidget, kPopup };
 
     void m_Report(bool focused) override {
@@ -205,16 +205,16 @@ void RestoreFocusedElement(Evas_Object* list) {
     }
 }
 
-// Moves by rows. The toolkit moves the focus only to rows that it has created. It would stop at the
-// last visible row if the next row begins exactly at the list's edge.
+// Moves by rows. The toolkit moves the focus only to rows that it has created. The focus would stop
+// at the last visible row if the next row begins exactly at the list's edge.
 void MoveToRow(Elm_Object_Item* row) {
     if (row != nullptr) {
         elm_object_item_focus_set(row, EINA_TRUE);
     }
 }
 
-// The following functions handle an arrow key. They return false if the toolkit handles the key.
-// The toolkit moves the focus between neighbours, and remembers the way if the button gets
+// Each of the following functions handles an arrow key. Returns false if the toolkit handles the
+// key. The toolkit moves the focus between neighbours, and remembers the way if the button gets
 // disabled.
 
 bool MoveInList(const Widgets& widgets, std::string_view key) {

@@ -10,7 +10,7 @@ namespace quorvel::desktop {
 //   shows a focus frame.
 // - The focused row of the list gets a weaker highlight while another widget has the focus.
 // - The list also emits "item,focused" when the popup closes onto a row. A list that has one row
-//   emits the signal when the focus returns from any widget, because no other row can have it.
+//   emits the signal when the focus returns from any widget.
 // - Up and Down reach every row and stay in the list. Right leads to the text, and to the button if
 //   the text is hidden. Down leads from the end of the text to the button, and Up leads back to the
 //   end of the text. Left leads to the list. A hidden or disabled widget never gets the focus.

@@ -1,10 +1,9 @@
 // The files of the pictures that the application shows. The path of a photo comes from a result
 // file and can be any text. The photo in the data folder replaces a photo whose path leads
-// elsewhere: the data folder of quorvel-view and a restored capture contain such photos. A mount at
-// the path of each photo would need a mount point there, which a user cannot create, and which
-// would be visible to all processes where namespaces are not permitted. The link option --wrap
-// leads the application's calls of elm_image_file_set and access to this file. elm_image_file_set:
-// main-loop thread; access: any thread.
+// elsewhere: the data folder of quorvel-view and a restored capture contain such photos. A user
+// cannot create mount points at the paths of the photos. Without namespaces, all processes would
+// see the mounts. The link option --wrap leads the application's calls of elm_image_file_set and
+// access to this file. elm_image_file_set: main-loop thread; access: any thread.
 
 #include <Elementary.h>
 #include <sys/stat.h>
@@ -27,8 +26,8 @@ bool IsAbsolutePathOfRegularFile(const char* path) {
     return path[0] == '/' && stat(path, &status) == 0 && S_ISREG(status.st_mode);
 }
 
-// Returns the photo in the data folder if the path names one, else the path itself. A resource has
-// its own path.
+// Returns the photo in the data folder if the path names a photo there, else the path itself. A
+// resource has its own path.
 std::string FindPicture(const std::string& path) {
     const std::string photo = IsResource(path) ? "" : FindPhoto(DataFolder(), path);
     return photo.empty() ? path : photo;

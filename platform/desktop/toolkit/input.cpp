@@ -31,15 +31,15 @@ constexpr std::array<Key, 7> kKeys{{
 
 std::vector<Ecore_Event_Handler*> g_Handlers;
 
-// A popup gets the focus some time after it is shown, and loses the focus while its button is
-// disabled. Keys must not reach the widgets behind the popup at such times.
+// A popup gets the focus after a delay, and loses the focus while its button is disabled. Keys must
+// not reach the widgets behind the popup at such times.
 bool IsPopupWithoutFocus() {
     Evas_Object* window = MainWindow();
     return Widgets(window).popup != nullptr && !IsInPopup(elm_object_focused_object_get(window));
 }
 
-// Runs before the toolkit's own handlers. The main loop owns the event and frees it as one block,
-// so constant strings can replace the strings of the event.
+// Runs before the toolkit's own handlers. The main loop owns the event and frees one block.
+// Constant strings can therefore replace the strings of the event.
 Eina_Bool OnKey(void*, int, void* event) {
     auto* key = static_cast<Ecore_Event_Key*>(event);
     const char* remoteKey = key->keyname == nullptr ? nullptr : RemoteKey(key->keyname);

@@ -74,7 +74,7 @@ void SetUpRows(Evas_Object* list) {
     if (first == nullptr) {
         return;
     }
-    // The rows share the class and keep it allocated.
+    // The rows share the class, which exists as long as a row.
     auto* rowClass = const_cast<Elm_Genlist_Item_Class*>(elm_genlist_item_item_class_get(first));
     evas_object_data_set(list, kTextKey, reinterpret_cast<void*>(rowClass->func.text_get));
     rowClass->func.text_get = LiteralTextOf;

@@ -7,7 +7,7 @@ namespace quorvel::desktop {
 
 // Gives the rows of the list their texts and marks:
 // - A row shows its text literally. Tabs and line breaks that follow each other become one blank.
-// - A row shows the mark of an analysed row from the time at which OK on the row opens the popup.
+// - A row shows the mark of an analysed row after OK on the row has opened the popup.
 // Call once for each list, after the list has all its rows. Main-loop thread.
 void SetUpRows(Evas_Object* list);
 

@@ -46,8 +46,8 @@ std::string Take(char* text) {
     return text == nullptr ? "" : text;
 }
 
-// Removes the application's text size, which depends on the number of lines, the line break after
-// the last line, and the end of a text that is too long.
+// Removes the application's tags, the last line break, and the end of a text that is too long. The
+// application's text size depends on the number of lines; the theme has one size.
 void SetInfoText(Evas_Object* label) {
     std::string text =
         Take(evas_textblock_text_markup_to_utf8(nullptr, elm_object_text_get(label)));

@@ -24,8 +24,8 @@ struct KnownMessage {
 };
 
 constexpr std::array<KnownMessage, 3> kKnownMessages{{
-    // Colours that are not premultiplied. The toolkit clamps them to the intended translucent
-    // white.
+    // Colours that are not premultiplied. The toolkit clamps the components, which gives the
+    // intended translucent white.
     {"_efl_canvas_object_efl_gfx_color_color_set", "Evas only handles premultiplied colors"},
     // The transparency of a row icon, set on the widget instead of its image.
     {"evas_object_image_alpha_set", "object is not an image!"},

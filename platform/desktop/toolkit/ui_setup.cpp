@@ -18,9 +18,9 @@ namespace quorvel::desktop {
 
 namespace {
 
-// The part of the free space of its cell that is at the left of the button and above the button. At
-// the left: the distance between the cell and the frame of the detail panel. If the button were at
-// the edge, the toolkit would move the focus from the list to the button instead of the panel.
+// The place of the button in its cell, as parts of the free space at the left and above. At the
+// left: the distance between the cell and the frame of the detail panel. From the list, the toolkit
+// would move the focus to a button at the edge instead of the panel.
 constexpr double kButtonAlignX = 0.0225;
 constexpr double kButtonAlignY = 0.3;
 

@@ -17,7 +17,7 @@ void AddLabel(Evas_Object* label, Widgets& widgets) {
     }
 }
 
-// Adds the object and the objects that it consists of.
+// Adds the object and its members.
 void AddObject(Evas_Object* object, Widgets& widgets) {
     if (IsWidget(object, "elm_genlist")) {
         widgets.list = object;

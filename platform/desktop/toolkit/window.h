@@ -4,8 +4,8 @@
 #include <Evas.h>
 
 // The application creates its window with elm_win_util_standard_add and fills it at once. The link
-// option --wrap leads that call to window.cpp, which gives the window the properties of a window of
-// the set before the call returns: scale, size of the screen, focus, hidden pointer. A canvas in
+// option --wrap leads the call to window.cpp. Before the call returns, the window gets the
+// properties of a window of the set: scale, size of the screen, focus, hidden pointer. A canvas in
 // memory has no screen; the window then gets 1920x1080 pixels. Main-loop thread.
 namespace quorvel::desktop {
 
