@@ -22,35 +22,23 @@ double PositionOf(const Evas_Object* scrollable) {
 }
 
 void Restore(Evas_Object* scrollable, double position) {
-    // The toolkit has hidden the scrollbar without a check whether it is needed.
+    // The toolkit has hidden the scrollbar, also of content that is larger than the visible part.
     elm_layout_signal_emit(scrollable, "reload", "elm");
     ScrollTo(scrollable, static_cast<int>(std::lround(position * elm_config_scale_get())));
 }
 
-// The focus of the window while the toolkit creates all rows again, which deletes the object that
-// has the focus for a row. Takes the focus from the popup, and then from the row. The destructor
-// gives the focus back in one step, so the watchers of the focus see no change.
-class PausedFocus {
-public:
-    PausedFocus(Evas_Object* window, const Widgets& widgets);
-    ~PausedFocus();
-    PausedFocus(const PausedFocus&) = delete;
-    PausedFocus& operator=(const PausedFocus&) = delete;
-
-private:
-    const Widgets& m_Widgets;
-    bool m_IsInList;
-};
-
-PausedFocus::PausedFocus(Evas_Object* window, const Widgets& widgets) : m_Widgets(widgets) {
+// Takes the focus from the popup and then from the row. The toolkit is about to create all rows
+// again, which deletes the object that has the focus for a row. Returns whether the list had the
+// focus, also in a window without focus.
+bool PauseFocus(Evas_Object* window, const Widgets& widgets) {
     if (widgets.popup != nullptr) {
         efl_ui_focus_layer_enable_set(widgets.popup, EINA_FALSE);
     }
-    // Also true while the window itself has no focus.
-    m_IsInList = efl_ui_focus_manager_redirect_get(window) == widgets.list;
-    if (m_IsInList) {
+    const bool isInList = efl_ui_focus_manager_redirect_get(window) == widgets.list;
+    if (isInList) {
         efl_ui_focus_manager_reset_history(widgets.list);
     }
+    return isInList;
 }
 
 // The popup takes the focus only while its button is enabled.
@@ -61,16 +49,18 @@ void TakeFocus(Evas_Object* popup, Evas_Object* button) {
     elm_object_disabled_set(button, isDisabled);
 }
 
-PausedFocus::~PausedFocus() {
-    Elm_Object_Item* row = m_IsInList ? elm_object_focused_item_get(m_Widgets.list) : nullptr;
+// Gives the focus back before the turn of the main loop ends, so focus.cpp sees no change.
+// isInList: the result of PauseFocus.
+void ResumeFocus(const Widgets& widgets, bool isInList) {
+    Elm_Object_Item* row = isInList ? elm_object_focused_item_get(widgets.list) : nullptr;
     // The toolkit deletes the object of the last row if the focus is set to the row itself.
     Efl_Ui_Focus_Object* place =
-        row == nullptr ? nullptr : efl_ui_focus_manager_request_subchild(m_Widgets.list, row);
+        row == nullptr ? nullptr : efl_ui_focus_manager_request_subchild(widgets.list, row);
     if (place != nullptr) {
-        efl_ui_focus_manager_focus_set(m_Widgets.list, place);
+        efl_ui_focus_manager_focus_set(widgets.list, place);
     }
-    if (m_Widgets.popup != nullptr) {
-        TakeFocus(m_Widgets.popup, m_Widgets.popupButton);
+    if (widgets.popup != nullptr) {
+        TakeFocus(widgets.popup, widgets.popupButton);
     }
 }
 
@@ -88,7 +78,7 @@ void OnWindowResized(void*, Evas* canvas, Evas_Object* window, void*) {
     int height = 0;
     evas_object_geometry_get(window, nullptr, nullptr, &width, &height);
     const Widgets widgets(window);
-    const PausedFocus focus(window, widgets);
+    const bool isInList = PauseFocus(window, widgets);
     const double listPosition = PositionOf(widgets.list);
     const double textPosition = PositionOf(widgets.scroller);
     elm_config_scale_set(ScaleFor(width, height));
@@ -97,6 +87,7 @@ void OnWindowResized(void*, Evas* canvas, Evas_Object* window, void*) {
     Restore(widgets.scroller, textPosition);
     ShowFocusedRow(widgets.list);
     evas_smart_objects_calculate(canvas);
+    ResumeFocus(widgets, isInList);
 }
 
 // Returns false if the toolkit must not resize the window and must not set a minimum size. The
