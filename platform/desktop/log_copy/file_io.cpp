@@ -51,17 +51,23 @@ std::string LinkTo(int descriptor) {
     return "/proc/self/fd/" + std::to_string(descriptor);
 }
 
-int Open(int folder, const std::string& name, int flags, mode_t mode) {
-    return static_cast<int>(TEMP_FAILURE_RETRY(openat(folder, name.c_str(), flags, mode)));
+// Calls the function again while a signal interrupts it.
+template <typename Function, typename... Arguments>
+auto Retry(Function function, Arguments... arguments) {
+    auto result = function(arguments...);
+    while (result < 0 && errno == EINTR) {
+        result = function(arguments...);
+    }
+    return result;
 }
 
 // Opens the folder again, since reading it moves the position of the descriptor.
-int ListFolder(int folder, std::vector<std::string>& names) {
-    names.clear();
+int ListFolder(int folder, std::vector<std::string>* names) {
+    names->clear();
     std::error_code error;
     std::filesystem::directory_iterator entry(LinkTo(folder), error);
     for (; entry != std::filesystem::directory_iterator(); entry.increment(error)) {
-        names.push_back(entry->path().filename());
+        names->push_back(entry->path().filename());
     }
     errno = error.value();
     return error ? -1 : 0;
@@ -110,10 +116,11 @@ void CheckSource(bool hasSucceeded, const std::string& name) {
     }
 }
 
-File::File(const std::string& path, int flags) : m_Descriptor(Open(AT_FDCWD, path, flags, 0)) {}
+File::File(const std::string& path, int flags)
+    : m_Descriptor(Retry(openat, AT_FDCWD, path.c_str(), flags, 0U)) {}
 
 File::File(const File& folder, const std::string& name, int flags, mode_t mode)
-    : m_Descriptor(Open(folder.m_Descriptor, name, flags, mode)) {}
+    : m_Descriptor(Retry(openat, folder.m_Descriptor, name.c_str(), flags, mode)) {}
 
 File::File(File&& other) noexcept : m_Descriptor(std::exchange(other.m_Descriptor, -1)) {}
 
@@ -128,20 +135,19 @@ bool File::Close() {
 
 bool File::Status(struct stat& status, const std::string& name) const {
     constexpr int kFlags = AT_EMPTY_PATH | AT_SYMLINK_NOFOLLOW;
-    return TEMP_FAILURE_RETRY(fstatat(m_Descriptor, name.c_str(), &status, kFlags)) == 0;
+    return Retry(fstatat, m_Descriptor, name.c_str(), &status, kFlags) == 0;
 }
 
 bool File::Path(std::string& path) const {
     path.resize(PATH_MAX);
-    const ssize_t size =
-        TEMP_FAILURE_RETRY(readlink(LinkTo(m_Descriptor).c_str(), path.data(), path.size()));
+    const ssize_t size = Retry(readlink, LinkTo(m_Descriptor).c_str(), path.data(), path.size());
     path.resize(static_cast<std::size_t>(std::max<ssize_t>(size, 0)));
     return size >= 0;
 }
 
 bool File::MountId(std::uint64_t& id) const {
     struct statx status {};
-    if (TEMP_FAILURE_RETRY(statx(m_Descriptor, "", AT_EMPTY_PATH, STATX_MNT_ID, &status)) != 0) {
+    if (Retry(statx, m_Descriptor, "", AT_EMPTY_PATH, STATX_MNT_ID, &status) != 0) {
         return false;
     }
     if ((status.stx_mask & STATX_MNT_ID) == 0) {
@@ -153,43 +159,43 @@ bool File::MountId(std::uint64_t& id) const {
 }
 
 ssize_t File::Read(void* buffer, std::size_t size, off_t offset) const {
-    return TEMP_FAILURE_RETRY(pread(m_Descriptor, buffer, size, offset));
+    return Retry(pread, m_Descriptor, buffer, size, offset);
 }
 
 ssize_t File::Write(const void* buffer, std::size_t size) const {
-    return TEMP_FAILURE_RETRY(write(m_Descriptor, buffer, size));
+    return Retry(write, m_Descriptor, buffer, size);
 }
 
 bool File::Sync() const {
-    return TEMP_FAILURE_RETRY(fsync(m_Descriptor)) == 0;
+    return Retry(fsync, m_Descriptor) == 0;
 }
 
 bool File::SyncFileSystem() const {
-    return TEMP_FAILURE_RETRY(syncfs(m_Descriptor)) == 0;
+    return Retry(syncfs, m_Descriptor) == 0;
 }
 
 bool File::TryLock() const {
-    return TEMP_FAILURE_RETRY(flock(m_Descriptor, LOCK_EX | LOCK_NB)) == 0;
+    return Retry(flock, m_Descriptor, LOCK_EX | LOCK_NB) == 0;
 }
 
 bool File::List(std::vector<std::string>& names) const {
-    return TEMP_FAILURE_RETRY(ListFolder(m_Descriptor, names)) == 0;
+    return Retry(ListFolder, m_Descriptor, &names) == 0;
 }
 
 bool File::MakeFolder(const std::string& name, mode_t mode) const {
-    return TEMP_FAILURE_RETRY(mkdirat(m_Descriptor, name.c_str(), mode)) == 0;
+    return Retry(mkdirat, m_Descriptor, name.c_str(), mode) == 0;
 }
 
 bool File::Rename(const std::string& from, const std::string& to) const {
-    return TEMP_FAILURE_RETRY(RenameWithoutReplacing(m_Descriptor, from.c_str(), to.c_str())) == 0;
+    return Retry(RenameWithoutReplacing, m_Descriptor, from.c_str(), to.c_str()) == 0;
 }
 
 bool File::RemoveFile(const std::string& name) const {
-    return TEMP_FAILURE_RETRY(unlinkat(m_Descriptor, name.c_str(), 0)) == 0;
+    return Retry(unlinkat, m_Descriptor, name.c_str(), 0) == 0;
 }
 
 bool File::RemoveFolder(const std::string& name) const {
-    return TEMP_FAILURE_RETRY(unlinkat(m_Descriptor, name.c_str(), AT_REMOVEDIR)) == 0;
+    return Retry(unlinkat, m_Descriptor, name.c_str(), AT_REMOVEDIR) == 0;
 }
 
 }  // namespace quorvel::desktop
