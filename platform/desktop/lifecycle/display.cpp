@@ -1,23 +1,24 @@
 #include "lifecycle/display.h"
 
+#include <sys/prctl.h>
+#include <sys/syscall.h>
+#include <sys/wait.h>
+#include <unistd.h>
 #include <wayland-client-core.h>
 #include <xcb/xcb.h>
 
 #include <chrono>
+#include <csignal>
 #include <cstdlib>
-#include <future>
 #include <string>
-#include <thread>
-#include <utility>
 
+#include "lifecycle/owner.h"
 #include "log/log.h"
 #include "paths.h"
 
 namespace quorvel::desktop {
 
 namespace {
-
-using Clock = std::chrono::steady_clock;
 
 // How long the displays may take to answer.
 constexpr std::chrono::milliseconds kTimeout{1000};
@@ -28,8 +29,8 @@ bool DrawsWithoutDisplay() {
            engine.rfind("shot", 0) == 0;
 }
 
-bool ConnectToWayland(const std::string& name) {
-    wl_display* display = wl_display_connect(name.c_str());
+bool ConnectToWayland() {
+    wl_display* display = wl_display_connect(nullptr);
     if (display == nullptr) {
         return false;
     }
@@ -39,24 +40,43 @@ bool ConnectToWayland(const std::string& name) {
     return answers;
 }
 
-bool ConnectToX(const std::string& name) {
-    xcb_connection_t* connection = xcb_connect(name.c_str(), nullptr);
+bool ConnectToX() {
+    xcb_connection_t* connection = xcb_connect(nullptr, nullptr);
     const bool answers = xcb_connection_has_error(connection) == 0;
     xcb_disconnect(connection);
     return answers;
 }
 
-// Connects on another thread. A display that does not answer blocks connect for minutes, and
-// connect cannot be cancelled. The thread then ends with the connection or with the process.
-std::future<bool> Start(bool (*connect)(const std::string&), const std::string& name) {
-    std::packaged_task<bool()> task([connect, name] { return !name.empty() && connect(name); });
-    std::future<bool> answers = task.get_future();
-    std::thread(std::move(task)).detach();
-    return answers;
+// Starts to connect if the variable names a display. A display that does not answer blocks connect
+// for minutes, and connect cannot be cancelled. Therefore a child process connects. Returns the
+// child, or -1 without a child.
+pid_t StartChild(const char* variable, bool (*connect)()) {
+    const pid_t parent = getpid();
+    const pid_t child = EnvironmentValue(variable).empty() ? -1 : fork();
+    if (child == 0) {
+        // The child inherits the lock of the instance, so the kernel ends the child together with
+        // its parent.
+        prctl(PR_SET_PDEATHSIG, SIGKILL);
+        _exit(getppid() == parent && connect() ? 0 : 1);
+    }
+    return child;
 }
 
-bool Succeeds(std::future<bool>& answers, Clock::time_point deadline) {
-    return answers.wait_until(deadline) == std::future_status::ready && answers.get();
+// Ends the child. Returns whether the child has connected before the deadline. Otherwise removes
+// the variable from the environment.
+bool Succeeds(pid_t child, const char* variable, Clock::time_point deadline) {
+    int status = 1;
+    if (child > 0) {
+        const int end = static_cast<int>(syscall(SYS_pidfd_open, child, 0));
+        AwaitInput(end, deadline);
+        close(end);
+        kill(child, SIGKILL);
+        waitpid(child, &status, 0);
+    }
+    if (status != 0) {
+        unsetenv(variable);
+    }
+    return status == 0;
 }
 
 std::string Reason(const std::string& x, const std::string& wayland) {
@@ -75,18 +95,11 @@ bool FindDisplay() {
     }
     const std::string wayland = EnvironmentValue("WAYLAND_DISPLAY");
     const std::string x = EnvironmentValue("DISPLAY");
-    std::future<bool> waylandAnswers = Start(ConnectToWayland, wayland);
-    std::future<bool> xAnswers = Start(ConnectToX, x);
+    const pid_t waylandChild = StartChild("WAYLAND_DISPLAY", ConnectToWayland);
+    const pid_t xChild = StartChild("DISPLAY", ConnectToX);
     const Clock::time_point deadline = Clock::now() + kTimeout;
-    const bool hasWayland = Succeeds(waylandAnswers, deadline);
-    const bool hasX = Succeeds(xAnswers, deadline);
-    // Only now, because the threads read the environment.
-    if (!hasWayland) {
-        unsetenv("WAYLAND_DISPLAY");
-    }
-    if (!hasX) {
-        unsetenv("DISPLAY");
-    }
+    const bool hasWayland = Succeeds(waylandChild, "WAYLAND_DISPLAY", deadline);
+    const bool hasX = Succeeds(xChild, "DISPLAY", deadline);
     if (!hasWayland && !hasX) {
         LogError(Reason(x, wayland));
     }

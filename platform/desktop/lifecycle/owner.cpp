@@ -21,7 +21,6 @@ namespace quorvel::desktop {
 namespace {
 
 using std::chrono::milliseconds;
-using Clock = std::chrono::steady_clock;
 
 // Time between two attempts while the owner starts or shuts down.
 constexpr milliseconds kRetryInterval{10};
@@ -45,15 +44,6 @@ enum class Reply {
     kNoOwner,  // no process listens, or the owner ended without an answer
     kTimeout,
 };
-
-// Waits until the descriptor can be read. Returns false after the deadline.
-bool AwaitInput(int descriptor, Clock::time_point deadline) {
-    pollfd waiting{descriptor, POLLIN, 0};
-    const auto left = [deadline] {
-        return std::max<milliseconds>(std::chrono::ceil<milliseconds>(deadline - Clock::now()), {});
-    };
-    return TEMP_FAILURE_RETRY(poll(&waiting, 1, static_cast<int>(left().count()))) > 0;
-}
 
 // Sends the message through the connection and waits for the answer.
 Reply Exchange(int socket, const std::string& message, Clock::time_point deadline) {
@@ -262,6 +252,14 @@ Instance::Claim Instance::ClaimOrHandOver(const KeyValues& request, milliseconds
 
 std::string SocketPath(const std::string& folder) {
     return folder + "/socket";
+}
+
+bool AwaitInput(int descriptor, Clock::time_point deadline) {
+    pollfd waiting{descriptor, POLLIN, 0};
+    const auto left = [deadline] {
+        return std::max<milliseconds>(std::chrono::ceil<milliseconds>(deadline - Clock::now()), {});
+    };
+    return TEMP_FAILURE_RETRY(poll(&waiting, 1, static_cast<int>(left().count()))) > 0;
 }
 
 int OpenSocket() {

@@ -86,6 +86,11 @@ constexpr char kRejectedAnswer = '\x15';
 
 std::string SocketPath(const std::string& folder);
 
+using Clock = std::chrono::steady_clock;
+
+// Waits until the descriptor can be read. Returns false after the deadline.
+bool AwaitInput(int descriptor, Clock::time_point deadline);
+
 // Returns a new non-blocking socket, which the caller closes. Returns -1 and sets errno on failure.
 int OpenSocket();
 

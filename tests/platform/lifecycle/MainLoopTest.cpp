@@ -270,7 +270,7 @@ TEST_F(MainLoopTest, ReportsWaylandThatDoesNotAnswer) {
     EXPECT_THAT(Errors(*app), ElementsAre("no display: cannot connect to wayland"));
 }
 
-// The display does not answer, so the search is running when the signal arrives.
+// The child process that connects to the display inherits the lock and must also end.
 TEST_F(MainLoopTest, ReleasesLockWhenKilledDuringDisplaySearch) {
     const Socket server = Socket::ListenAsX();
     const auto app = Start({}, {{"ELM_DISPLAY", ""}, {"DISPLAY", server.Display()}});
