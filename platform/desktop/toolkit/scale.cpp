@@ -72,12 +72,23 @@ void ShowFocusedRow(const Evas_Object* list) {
     }
 }
 
+// Creates the first rows if the window has not been drawn. A change of the scale would otherwise
+// come before the toolkit registers the focused row, and the toolkit would log an error.
+void CreateFirstRows(Evas* canvas, const Evas_Object* list) {
+    Eina_List* rows = elm_genlist_realized_items_get(list);
+    if (rows == nullptr) {
+        evas_smart_objects_calculate(canvas);
+    }
+    eina_list_free(rows);
+}
+
 // The toolkit has resized the window and arranges the content next.
 void OnWindowResized(void*, Evas* canvas, Evas_Object* window, void*) {
     int width = 0;
     int height = 0;
     evas_object_geometry_get(window, nullptr, nullptr, &width, &height);
     const Widgets widgets(window);
+    CreateFirstRows(canvas, widgets.list);
     const bool isInList = PauseFocus(window, widgets);
     const double listPosition = PositionOf(widgets.list);
     const double textPosition = PositionOf(widgets.scroller);

@@ -20,8 +20,7 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::Not;
 
-// Two sizes with the aspect ratio of the screen, a narrow size, a lower size with the same scale,
-// and a large size.
+// Two sizes with the aspect ratio of the screen, a narrow size, a low size, and a large size.
 constexpr std::pair<int, int> kWindowSizes[] = {
     {960, 540}, {1280, 720}, {900, 900}, {900, 600}, {1600, 900}};
 
@@ -141,6 +140,17 @@ TEST(ScaleTest, KeepsFocusedRow) {
     stage.Press("Up");
     EXPECT_EQ(stage.FocusedRows().back(), 20);
     EXPECT_THAT(lines.Messages(), Each(Not(HasSubstr(kFocusError))));
+}
+
+TEST(ScaleTest, KeepsFocusOfRowBeforeFirstFrame) {
+    Stage::StartToolkit();
+    StagePlan plan = ScrolledPlan();
+    plan.isResizedAtStart = true;
+    const LoggedLines lines;
+    Stage stage(plan);
+    EXPECT_THAT(lines.Messages(), IsEmpty());
+    GoDown(stage, 1);
+    EXPECT_THAT(stage.FocusedRows(), ElementsAre(1));
 }
 
 // A window manager takes the focus from the window while the user changes the size.
