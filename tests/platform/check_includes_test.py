@@ -16,7 +16,7 @@ class CheckIncludesTest(unittest.TestCase):
         for name in ALLOWED:
             os.makedirs(os.path.join(self.root, name), exist_ok=True)
         for name in ("paths.h", "log/log.h", "log_copy/log_copy.h", "toolkit/window.h",
-                     "lifecycle/instance.h"):
+                     "lifecycle/owner.h"):
             self.write(name)
 
     def write(self, name, *includes):
@@ -28,16 +28,16 @@ class CheckIncludesTest(unittest.TestCase):
         self.write("log_copy/log_copy.cpp", "log_copy/log_copy.h", "log/log.h", "paths.h")
         self.write("toolkit/window.cpp", "toolkit/window.h", "log/log.h", "paths.h")
         self.write("lifecycle/main_loop.cpp", "log/log.h", "log_copy/log_copy.h",
-                   "toolkit/window.h", "paths.h", "lifecycle/instance.h")
+                   "toolkit/window.h", "paths.h", "lifecycle/owner.h")
         self.assertEqual(faults(self.root), [])
 
     def test_reports_every_backward_include(self):
         for path, include in (("paths.h", "log/log.h"), ("log/log.h", "log_copy/log_copy.h"),
                               ("log/log.cpp", "toolkit/window.h"),
-                              ("log_copy/log_copy.cpp", "lifecycle/instance.h"),
+                              ("log_copy/log_copy.cpp", "lifecycle/owner.h"),
                               ("log_copy/log_copy.h", "toolkit/window.h"),
                               ("toolkit/window.h", "log_copy/log_copy.h"),
-                              ("toolkit/window.cpp", "lifecycle/instance.h")):
+                              ("toolkit/window.cpp", "lifecycle/owner.h")):
             with self.subTest(path=path, include=include):
                 self.write(path, include)
                 folder = os.path.dirname(path) or "the main folder"
@@ -47,10 +47,10 @@ class CheckIncludesTest(unittest.TestCase):
 
     def test_reports_include_that_is_not_relative_to_main_folder(self):
         self.write("toolkit/window.cpp", "window.h")
-        self.write("lifecycle/instance.h", "../paths.h")
+        self.write("lifecycle/owner.h", "../paths.h")
         self.assertEqual(
             faults(self.root),
-            [f"lifecycle/instance.h:2: ../paths.h is not a file below {self.root}",
+            [f"lifecycle/owner.h:2: ../paths.h is not a file below {self.root}",
              f"toolkit/window.cpp:2: window.h is not a file below {self.root}"])
 
     def test_reports_folder_without_rule(self):
