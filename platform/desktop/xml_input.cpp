@@ -35,7 +35,7 @@ struct ParsedFile {
     bool isRejected = false;
     std::int64_t bytesLeft = kMaxResultFileBytes;
     std::int64_t entityBytesLeft = kMaxEntityBytes;
-    std::int64_t documentTypeBytesLeft = kMaxDocumentTypeBytes;
+    std::int64_t declarationBytesLeft = kMaxDeclarationBytes;
 };
 thread_local ParsedFile g_ParsedFile;
 thread_local XmlInputReport g_Report = [](const std::string&) {};
@@ -44,13 +44,14 @@ thread_local XmlInputStop g_MustStop = [] { return false; };
 
 constexpr const char* kTooManyAttributes =
     "an element has more than 1,000 attributes and namespaces";
-constexpr const char* kTooLongDocumentType = "its document type has more than 32 KiB";
+constexpr const char* kTooManyDeclarations =
+    "its document type has more than 32 KiB of declarations";
 constexpr const char* kTooManyEntityBytes = "its entities expand to more than 10,000,000 bytes";
 
-// Counts a part of the document type with this size in bytes. Returns false above the limit.
-bool CountDocumentType(std::int64_t size) {
-    g_ParsedFile.documentTypeBytesLeft -= size;
-    return g_ParsedFile.documentTypeBytesLeft >= 0;
+// Counts declarations of this size in bytes. Returns false above the limit.
+bool CountDeclarations(std::int64_t size) {
+    g_ParsedFile.declarationBytesLeft -= size;
+    return g_ParsedFile.declarationBytesLeft >= 0;
 }
 
 // Content that is not in a file has no path, and the caller knows the content.
@@ -109,8 +110,9 @@ bool MayContinue(std::int64_t nextPart) {
         Reject(parser, kTooManyAttributes);
         return false;
     }
-    if (parser->inSubset != 0 && !CountDocumentType(nextPart)) {
-        Reject(parser, kTooLongDocumentType);
+    // Comments, values of entities and other texts have states of their own.
+    if (parser->instate == XML_PARSER_DTD && !CountDeclarations(nextPart)) {
+        Reject(parser, kTooManyDeclarations);
         return false;
     }
     return true;
@@ -228,8 +230,8 @@ xmlEntityPtr OnParameterEntity(void* context, const xmlChar* name) {
         return nullptr;
     }
     xmlEntityPtr entity = xmlSAX2GetParameterEntity(context, name);
-    if (entity != nullptr && !CountDocumentType(entity->length)) {
-        Stop(parser, kTooLongDocumentType);
+    if (entity != nullptr && !CountDeclarations(entity->length)) {
+        Stop(parser, kTooManyDeclarations);
         return nullptr;
     }
     return entity;
@@ -247,6 +249,17 @@ xmlEntityPtr OnEntity(void* context, const xmlChar* name) {
         }
     }
     return entity;
+}
+
+// The parser of an entity reads no part of the file, so MayContinue cannot limit its start tags.
+void OnEntityDeclaration(void* context, const xmlChar* name, int type, const xmlChar* publicId,
+                         const xmlChar* systemId, xmlChar* content) {
+    if (type == XML_INTERNAL_GENERAL_ENTITY && xmlStrchr(content, '<') != nullptr &&
+        !CountDeclarations(xmlStrlen(content))) {
+        Stop(static_cast<xmlParserCtxt*>(context), kTooManyDeclarations);
+        return;
+    }
+    xmlSAX2EntityDecl(context, name, type, publicId, systemId, content);
 }
 
 // libxml2 would compare the default attributes of each element with each other. The parser
@@ -276,6 +289,7 @@ Parser NewParser() {
     callbacks.startElementNs = OnStartElement;
     callbacks.getParameterEntity = OnParameterEntity;
     callbacks.getEntity = OnEntity;
+    callbacks.entityDecl = OnEntityDeclaration;
     callbacks.attributeDecl = OnAttributeDeclaration;
     g_ParsedFile = {};
     g_ParsedFile.parser = parser.get();

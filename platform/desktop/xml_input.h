@@ -26,9 +26,10 @@ constexpr std::int64_t kMaxEntityBytes = 10'000'000;
 // is not read.
 constexpr int kMaxAttributes = 1'000;
 
-// How large the document type may be, in bytes. The length of a parameter entity is added at its
-// declaration and at each use. A file with more is not read.
-constexpr std::int64_t kMaxDocumentTypeBytes = std::int64_t{32} << 10;
+// How large the declarations in the document type may be, in bytes. A parameter entity counts at
+// its declaration and at each use. Comments and entities without markup do not count. A file with
+// more is not read.
+constexpr std::int64_t kMaxDeclarationBytes = std::int64_t{32} << 10;
 
 // Receives one line for each file that libxml2 may not read to its end, and for each value that is
 // too long: the file and the reason.
