@@ -15,7 +15,7 @@ std::string EnvironmentValue(const char* variable, const std::string& other = {}
 // value.
 std::string EnvironmentPath(const char* variable, const std::string& other = {});
 
-// Returns the data folder, which is the same on every machine.
+// Returns the data folder. Its path is fixed.
 std::string DataFolder();
 
 // The result files in the data folder.

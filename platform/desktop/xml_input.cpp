@@ -93,7 +93,7 @@ void OnStartElement(void* context, const xmlChar* name, const xmlChar* prefix, c
 
 // Whether libxml2 may get the next part of the file. libxml2 parses a start tag and a declaration
 // without an event in between, and needs quadratic time for them. Only its requests for the next
-// part, of 4,000 bytes, show that one of them is too long.
+// part, of 4,000 bytes, show that a tag or a declaration is too long.
 bool MayContinue(std::int64_t nextPart) {
     xmlParserCtxt* parser = g_ParsedFile.parser;
     if (parser == nullptr) {

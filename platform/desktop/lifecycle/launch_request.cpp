@@ -14,31 +14,6 @@ bool AddKeyValue(KeyValues& values, std::string_view entry) {
     return true;
 }
 
-std::string EncodeRequest(const KeyValues& request) {
-    std::string message(kMessageWord);
-    for (const auto& [key, value] : request) {
-        message.append(key).append("=").append(value).append(1, '\0');
-    }
-    return message.size() > kMaxMessageBytes ? std::string() : message;
-}
-
-std::optional<KeyValues> DecodeRequest(std::string_view message) {
-    if (message.size() > kMaxMessageBytes ||
-        message.substr(0, kMessageWord.size()) != kMessageWord) {
-        return std::nullopt;
-    }
-    message.remove_prefix(kMessageWord.size());
-    KeyValues request;
-    while (!message.empty()) {
-        const std::size_t end = message.find('\0');
-        if (end == std::string_view::npos || !AddKeyValue(request, message.substr(0, end))) {
-            return std::nullopt;
-        }
-        message.remove_prefix(end + 1);
-    }
-    return request;
-}
-
 }  // namespace quorvel::desktop
 
 int app_control_to_bundle(app_control_h app_control, bundle** data) {

@@ -42,7 +42,7 @@ constexpr std::chrono::seconds kOwnerTimeout{10};
 // How long shutdown waits for a log copy. A working storage finishes earlier, and a second program
 // waits longer for the lock.
 constexpr std::chrono::seconds kLogCopyTimeout{5};
-// How long shutdown then waits for the thread of the log copy, which only counts the capture.
+// How long shutdown then waits for the worker of the capture, which only counts the capture.
 constexpr std::chrono::seconds kCaptureTimeout{2};
 
 // EFL crashes when it cannot open a file. A start opens about 30 files, and a log copy 15.
@@ -137,9 +137,9 @@ private:
     void m_Enqueue(Request request);
     void m_Deliver();
 
-    static void OnDeliver(void* data) { static_cast<Application*>(data)->m_Deliver(); }
-    static void OnPause(void* data, const Efl_Event* event);
-    static void OnResume(void* data, const Efl_Event* event);
+    static void m_OnDeliver(void* data) { static_cast<Application*>(data)->m_Deliver(); }
+    static void m_OnPause(void* data, const Efl_Event* event);
+    static void m_OnResume(void* data, const Efl_Event* event);
 
     const ui_app_lifecycle_callback_s& m_Callbacks;
     void* m_UserData;
@@ -194,12 +194,12 @@ int Application::m_RunLoop() {
     ReportMissingResultFiles();
     FinishUi();
     Efl_Object* loop = efl_main_loop_get();
-    efl_event_callback_add(loop, EFL_APP_EVENT_PAUSE, OnPause, this);
-    efl_event_callback_add(loop, EFL_APP_EVENT_RESUME, OnResume, this);
+    efl_event_callback_add(loop, EFL_APP_EVENT_PAUSE, m_OnPause, this);
+    efl_event_callback_add(loop, EFL_APP_EVENT_RESUME, m_OnResume, this);
     const int signals = signalfd(-1, &EndingSignals(), SFD_CLOEXEC);
     Ecore_Fd_Handler* handler = ecore_main_fd_handler_add(signals, ECORE_FD_READ, OnEndingSignal,
                                                           nullptr, nullptr, nullptr);
-    m_Delivery = ecore_job_add(OnDeliver, this);
+    m_Delivery = ecore_job_add(m_OnDeliver, this);
     elm_run();
     if (!m_Requests.empty()) {
         // EFL would run the job during its shutdown.
@@ -207,15 +207,15 @@ int Application::m_RunLoop() {
     }
     ecore_main_fd_handler_del(handler);
     close(signals);
-    efl_event_callback_del(loop, EFL_APP_EVENT_PAUSE, OnPause, this);
-    efl_event_callback_del(loop, EFL_APP_EVENT_RESUME, OnResume, this);
+    efl_event_callback_del(loop, EFL_APP_EVENT_PAUSE, m_OnPause, this);
+    efl_event_callback_del(loop, EFL_APP_EVENT_RESUME, m_OnResume, this);
     return APP_ERROR_NONE;
 }
 
 void Application::m_Enqueue(Request request) {
     m_Requests.push_back(std::move(request));
     if (m_Requests.size() == 1) {
-        m_Delivery = ecore_job_add(OnDeliver, this);
+        m_Delivery = ecore_job_add(m_OnDeliver, this);
     }
 }
 
@@ -234,12 +234,12 @@ void Application::m_Deliver() {
     m_Server.Accept(request.sender);
     m_Requests.pop_front();
     if (!m_Requests.empty()) {
-        m_Delivery = ecore_job_add(OnDeliver, this);
+        m_Delivery = ecore_job_add(m_OnDeliver, this);
     }
 }
 
 // EFL also reports a pause when the last window closes, and a resume when the first window opens.
-void Application::OnPause(void* data, const Efl_Event*) {
+void Application::m_OnPause(void* data, const Efl_Event*) {
     auto* self = static_cast<Application*>(data);
     if (self->m_FrameTime || elm_win_iconified_get(MainWindow()) == EINA_FALSE) {
         return;
@@ -251,7 +251,7 @@ void Application::OnPause(void* data, const Efl_Event*) {
     }
 }
 
-void Application::OnResume(void* data, const Efl_Event*) {
+void Application::m_OnResume(void* data, const Efl_Event*) {
     auto* self = static_cast<Application*>(data);
     if (!self->m_FrameTime) {
         return;

@@ -3,7 +3,9 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <sys/file.h>
+#include <sys/socket.h>
 #include <sys/stat.h>
+#include <sys/un.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -14,6 +16,7 @@
 #include <thread>
 #include <utility>
 
+#include "lifecycle/protocol.h"
 #include "paths.h"
 
 namespace quorvel::desktop {
@@ -260,17 +263,6 @@ bool AwaitInput(int descriptor, Clock::time_point deadline) {
         return std::max<milliseconds>(std::chrono::ceil<milliseconds>(deadline - Clock::now()), {});
     };
     return TEMP_FAILURE_RETRY(poll(&waiting, 1, static_cast<int>(left().count()))) > 0;
-}
-
-int OpenSocket() {
-    return socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
-}
-
-sockaddr_un SocketAddress(const std::string& path) {
-    sockaddr_un address{};
-    address.sun_family = AF_UNIX;
-    path.copy(static_cast<char*>(address.sun_path), sizeof(address.sun_path) - 1);
-    return address;
 }
 
 }  // namespace quorvel::desktop

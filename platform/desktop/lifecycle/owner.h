@@ -1,9 +1,7 @@
 #ifndef QUORVEL_PLATFORM_DESKTOP_LIFECYCLE_OWNER_H_
 #define QUORVEL_PLATFORM_DESKTOP_LIFECYCLE_OWNER_H_
 
-#include <sys/socket.h>
 #include <sys/types.h>
-#include <sys/un.h>
 
 #include <chrono>
 #include <optional>
@@ -12,9 +10,8 @@
 #include "lifecycle/launch_request.h"
 
 // The owner is the user's one running instance. The owner holds a lock on a file and listens on a
-// socket, see RequestServer. Another program connects to the socket, sends one message and receives
-// one byte as the answer. The socket has the type SOCK_SEQPACKET: each message arrives whole or not
-// at all. The functions keep no state and write no log; any thread. folder: see RuntimeFolder.
+// socket, see RequestServer. The functions keep no state and write no log; any thread. folder: see
+// RuntimeFolder.
 namespace quorvel::desktop {
 
 // What the lock file contains about the owner.
@@ -80,22 +77,12 @@ private:
     int m_LockFile = -1;
 };
 
-// The answer of the owner: the application has received the request, or the message was rejected.
-constexpr char kAcceptedAnswer = '\x06';
-constexpr char kRejectedAnswer = '\x15';
-
 std::string SocketPath(const std::string& folder);
 
 using Clock = std::chrono::steady_clock;
 
 // Waits until the descriptor can be read. Returns false after the deadline.
 bool AwaitInput(int descriptor, Clock::time_point deadline);
-
-// Returns a new non-blocking socket, which the caller closes. Returns -1 and sets errno on failure.
-int OpenSocket();
-
-// Returns the address of the socket at path. The path fits when RuntimeFolder accepts its folder.
-sockaddr_un SocketAddress(const std::string& path);
 
 }  // namespace quorvel::desktop
 

@@ -9,7 +9,7 @@
 #include <optional>
 #include <utility>
 
-#include "lifecycle/owner.h"
+#include "lifecycle/protocol.h"
 #include "log/log.h"
 
 namespace quorvel::desktop {
@@ -46,9 +46,9 @@ public:
     Connection(RequestServer& server, Sender socket)
         : m_Server(server),
           m_Socket(socket),
-          m_Handler(
-              ecore_main_fd_handler_add(socket, ECORE_FD_READ, OnReadable, this, nullptr, nullptr)),
-          m_Timer(ecore_timer_add(server.m_TimeoutSeconds, OnTimeout, this)) {}
+          m_Handler(ecore_main_fd_handler_add(socket, ECORE_FD_READ, m_OnReadable, this, nullptr,
+                                              nullptr)),
+          m_Timer(ecore_timer_add(server.m_TimeoutSeconds, m_OnTimeout, this)) {}
 
     ~Connection() {
         m_StopReceiving();
@@ -64,12 +64,12 @@ private:
         ecore_timer_del(std::exchange(m_Timer, nullptr));
     }
 
-    static Eina_Bool OnReadable(void* data, Ecore_Fd_Handler*) {
+    static Eina_Bool m_OnReadable(void* data, Ecore_Fd_Handler*) {
         static_cast<Connection*>(data)->m_Receive();
         return ECORE_CALLBACK_RENEW;
     }
 
-    static Eina_Bool OnTimeout(void* data) {
+    static Eina_Bool m_OnTimeout(void* data) {
         auto* self = static_cast<Connection*>(data);
         self->m_Timer = nullptr;
         self->m_Server.m_Reject(self->m_Socket, "no message in time");
@@ -119,15 +119,15 @@ bool RequestServer::Listen() {
         LogError("cannot listen on " + m_Path + ": " + std::strerror(errno));
         return false;
     }
-    AwaitConnection(this);
+    m_AwaitConnection(this);
     return true;
 }
 
-Eina_Bool RequestServer::AwaitConnection(void* data) {
+Eina_Bool RequestServer::m_AwaitConnection(void* data) {
     auto* self = static_cast<RequestServer*>(data);
     self->m_Pause = nullptr;
-    self->m_Handler =
-        ecore_main_fd_handler_add(self->m_Socket, ECORE_FD_READ, OnConnect, self, nullptr, nullptr);
+    self->m_Handler = ecore_main_fd_handler_add(self->m_Socket, ECORE_FD_READ, m_OnConnect, self,
+                                                nullptr, nullptr);
     return ECORE_CALLBACK_CANCEL;
 }
 
@@ -145,13 +145,13 @@ void RequestServer::Close() {
     }
 }
 
-Eina_Bool RequestServer::OnConnect(void* data, Ecore_Fd_Handler*) {
+Eina_Bool RequestServer::m_OnConnect(void* data, Ecore_Fd_Handler*) {
     auto* self = static_cast<RequestServer*>(data);
     const int socket = accept4(self->m_Socket, nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK);
     if (socket < 0) {
         // Without a free descriptor the connection stays ready. The main loop would not sleep.
         self->m_Handler = nullptr;
-        self->m_Pause = ecore_timer_add(kAcceptPause, AwaitConnection, self);
+        self->m_Pause = ecore_timer_add(kAcceptPause, m_AwaitConnection, self);
         return ECORE_CALLBACK_CANCEL;
     }
     self->m_Connections[socket] = std::make_unique<Connection>(*self, socket);

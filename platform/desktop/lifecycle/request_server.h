@@ -12,11 +12,11 @@
 
 namespace quorvel::desktop {
 
-// Receives the launch requests of second programs on the owner's socket, see owner.h. Rejects an
+// Receives the launch requests of second programs on the owner's socket, see protocol.h. Rejects an
 // unexpected sender or message and logs one line. Senders wait while the process has no free
 // descriptor.
-// Ecore_Con is not used for three reasons: it logs an error for each socket that it opens, it lets
-// other users write to the socket, and it loses the message of a sender that exits at once.
+// Ecore_Con logs an error for each socket that it opens, lets other users write to the socket, and
+// loses the message of a sender that exits at once. The server therefore uses a plain socket.
 // Initialises Ecore for its own lifetime. Owned by the main loop; main-loop thread only.
 class RequestServer {
 public:
@@ -46,8 +46,8 @@ public:
 private:
     class Connection;
 
-    static Eina_Bool AwaitConnection(void* data);
-    static Eina_Bool OnConnect(void* data, Ecore_Fd_Handler* handler);
+    static Eina_Bool m_AwaitConnection(void* data);
+    static Eina_Bool m_OnConnect(void* data, Ecore_Fd_Handler* handler);
     void m_Reject(Sender sender, const std::string& reason);
     void m_Answer(Sender sender, char answer);
 
@@ -55,7 +55,7 @@ private:
     Receiver m_Receiver;
     double m_TimeoutSeconds;
     int m_Socket = -1;
-    // One of the two exists while the server listens.
+    // The handler or the timer exists while the server listens.
     Ecore_Fd_Handler* m_Handler = nullptr;
     Ecore_Timer* m_Pause = nullptr;
     std::map<Sender, std::unique_ptr<Connection>> m_Connections;

@@ -17,12 +17,12 @@ namespace quorvel::desktop {
 
 namespace {
 
-// A watch does not report changes by another machine, behind a link, and of a folder above.
+// A watch does not report changes by another computer, behind a link, and of a folder above.
 constexpr std::chrono::milliseconds kCheckInterval{500};
 
 constexpr mode_t kPrivateMode = S_IRUSR | S_IWUSR;
 
-// Returns the time since the start of the machine, with an error of some milliseconds. Faster than
+// Returns the time since the start of the system, with an error of some milliseconds. Faster than
 // steady_clock.
 std::chrono::milliseconds CoarseTime() {
     timespec now{};

@@ -26,7 +26,8 @@ namespace {
 
 constexpr std::size_t kMaxQueuedBytes = std::size_t{1} << 20;
 
-// How long the thread collects lines before it writes them. Otherwise each line would wake it.
+// How long the thread collects lines before it writes them. Otherwise each line would wake the
+// thread.
 constexpr std::chrono::milliseconds kCollectTime{1};
 
 // A pipe accepts this many bytes as one piece.

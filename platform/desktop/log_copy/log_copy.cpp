@@ -166,7 +166,7 @@ void WriteToLog(bool isError, const std::string& line) {
                  "%s\n", line.c_str());
 }
 
-// Returns an empty string when the machine has no name.
+// Returns an empty string when the PC has no name.
 std::string HostName() {
     utsname system{};
     uname(&system);

@@ -206,7 +206,7 @@ std::optional<LogSource> OpenPhoto(const SourceFolders& folders, const std::stri
         CheckIsPicture(*photo);
     }
     if (fileName.empty()) {
-        throw SourceError("no file name is left for it", name);
+        throw SourceError("no unused file name for the photo", name);
     }
     return photo;
 }

@@ -37,8 +37,8 @@ void FillScreen(Evas_Object* window) {
     elm_win_fullscreen_set(window, EINA_TRUE);
 }
 
-// On the set the window has the focus from the start. A display system gives the focus later
-// than the application focuses its first row. The row would then show no focus.
+// A display system gives the focus to the window later than the application focuses its first row.
+// The row would then show no focus.
 void GiveFocus(Evas_Object* window) {
     Ecore_Evas* canvas = ecore_evas_ecore_evas_get(evas_object_evas_get(window));
     ecore_evas_focus_device_set(canvas, nullptr, EINA_FALSE);

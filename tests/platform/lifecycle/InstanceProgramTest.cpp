@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "lifecycle/owner.h"
+#include "lifecycle/protocol.h"
 #include "platform/fixtures/RecordedApp.h"
 #include "platform/fixtures/Socket.h"
 

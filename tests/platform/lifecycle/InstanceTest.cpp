@@ -9,6 +9,7 @@
 #include <thread>
 
 #include "lifecycle/owner.h"
+#include "lifecycle/protocol.h"
 #include "platform/fixtures/PrivateFolders.h"
 #include "platform/fixtures/Socket.h"
 

@@ -10,6 +10,7 @@
 #include <string>
 #include <thread>
 
+#include "lifecycle/protocol.h"
 #include "platform/fixtures/PrivateFolders.h"
 #include "platform/fixtures/Socket.h"
 
@@ -105,12 +106,6 @@ TEST_F(OwnerTest, WaitsUntilLockIsReleased) {
     std::thread ending([&instance] { instance.reset(); });
     EXPECT_TRUE(AwaitNoOwner(m_Folder, kLongTimeout));
     ending.join();
-}
-
-TEST(OwnerSocketTest, KeepsZeroByteAfterLongPath) {
-    const sockaddr_un address = SocketAddress(std::string(200, 'x'));
-    EXPECT_EQ(address.sun_family, AF_UNIX);
-    EXPECT_EQ(address.sun_path, std::string(sizeof(address.sun_path) - 1, 'x'));
 }
 
 }  // namespace

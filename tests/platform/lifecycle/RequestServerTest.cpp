@@ -12,7 +12,7 @@
 #include <utility>
 #include <vector>
 
-#include "lifecycle/owner.h"
+#include "lifecycle/protocol.h"
 #include "platform/fakes/FailingCalls.h"
 #include "platform/fixtures/ChildProgram.h"
 #include "platform/fixtures/LoggedLines.h"

@@ -122,7 +122,7 @@ TEST_F(LogCopyPhotosTest, OmitsPhotoWithoutFreeFileName) {
     AddPhoto("mnt/1.jpg", "mnt+1.jpg");
     Write(m_Data / "1.jpg", kPicture);
     ExpectCopy();
-    ExpectLeftOut("no file name is left for it (/1.jpg)");
+    ExpectLeftOut("no unused file name for the photo (/1.jpg)");
 }
 
 TEST_F(LogCopyPhotosTest, OmitsOtherFilesOutsideDataFolder) {
