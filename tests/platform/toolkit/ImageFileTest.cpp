@@ -7,6 +7,7 @@
 #include <filesystem>
 #include <string>
 
+#include "fixtures/Screen.h"
 #include "platform/fixtures/PrivateFolders.h"
 #include "platform/fixtures/Stage.h"
 #include "resources.h"
@@ -23,7 +24,7 @@ protected:
         m_Window = elm_win_util_standard_add("test", "test");
         m_Image = elm_image_add(m_Window);
     }
-    void TearDown() override { evas_object_del(m_Window); }
+    void TearDown() override { Screen::Close(m_Window); }
 
     static std::string Picture() {
         return fs::absolute(FindResource("org.tizen.menu/Settings/setting_bg_base.webp")).string();

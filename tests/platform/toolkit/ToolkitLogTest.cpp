@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "fixtures/Screen.h"
 #include "platform/fixtures/LoggedLines.h"
 #include "platform/fixtures/Stage.h"
 
@@ -22,7 +23,7 @@ protected:
         Stage::StartToolkit();
         m_Window = elm_win_util_standard_add("test", "test");
     }
-    void TearDown() override { evas_object_del(m_Window); }
+    void TearDown() override { Screen::Close(m_Window); }
 
     Evas_Object* m_Window = nullptr;
 };

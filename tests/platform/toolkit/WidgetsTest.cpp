@@ -3,6 +3,7 @@
 #include <Elementary.h>
 #include <gmock/gmock.h>
 
+#include "fixtures/Screen.h"
 #include "platform/fixtures/LoggedLines.h"
 #include "platform/fixtures/Stage.h"
 
@@ -42,7 +43,7 @@ TEST(WidgetsTest, ReportsMissingWidgets) {
     const Widgets widgets(window);
     EXPECT_NE(widgets.list, nullptr);
     EXPECT_FALSE(widgets.AreComplete());
-    evas_object_del(window);
+    Screen::Close(window);
 }
 
 TEST(WidgetsTest, FindsNoWidgetsWithoutWindow) {

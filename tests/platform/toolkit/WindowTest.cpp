@@ -54,7 +54,7 @@ TEST(WindowTest, SetsScaleBeforeFirstWidget) {
     elm_config_scale_set(1.0);
     Evas_Object* window = elm_win_util_standard_add("quorvel", "quorvel");
     EXPECT_DOUBLE_EQ(elm_config_scale_get(), 2.0);
-    evas_object_del(window);
+    Screen::Close(window);
 }
 
 TEST(WindowTest, MultipliesScaleByUserScale) {
@@ -62,7 +62,7 @@ TEST(WindowTest, MultipliesScaleByUserScale) {
     const ScopedVariable scale("ELM_SCALE", "1.25");
     Evas_Object* window = elm_win_util_standard_add("quorvel", "quorvel");
     EXPECT_DOUBLE_EQ(elm_config_scale_get(), 2.5);
-    evas_object_del(window);
+    Screen::Close(window);
 }
 
 TEST(WindowTest, LimitsUserScale) {
