@@ -18,7 +18,7 @@ enum Key : int { kLatest = 0x100, kForce, kReplace };
 constexpr const char* kArguments = "[PATH [KEY=VALUE...]]";
 constexpr const char* kDocumentation =
     "Shows a run in Quorvel. PATH is a folder with result files, one of the result files, an "
-    "archive (.tar, .tar.gz, .tgz, .tar.xz, .zip), or a folder above them, such as the root of a "
+    "archive (.tar, .tar.gz, .tgz, .tar.xz, .zip), or a folder above them, such as the root of "
     "USB storage. Nothing below PATH is written to. KEY=VALUE is a launch request for Quorvel. "
     "Without PATH, a dialog asks for a folder."
     "\v"
