@@ -127,8 +127,8 @@ TEST_F(RunValuesTest, LimitsEntities) {
     for (int i = 0; i < 2000; ++i) {
         value += "&e;";
     }
-    WriteFiles("<!DOCTYPE r [<!ENTITY e '" + std::string(30'000, 'x') + "'>]><r><Information><sn>" +
-                   value + "</sn></Information></r>",
+    WriteFiles("<!DOCTYPE r [<!ENTITY e '" + std::string(100'000, 'x') +
+                   "'>]><r><Information><sn>" + value + "</sn></Information></r>",
                "<r/>");
     EXPECT_EQ(ReadValues().serialNumber, "");
 }
