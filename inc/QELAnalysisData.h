@@ -30,7 +30,7 @@ enum class QELRefusal_e {
     kRnscItem,
     kImageItem,
     kNoCode,        // the opcode or the msgcode is missing
-    kNoCheckTable,  // the code pair is block-listed and has no check table, or an empty one
+    kNoCheckTable,  // the code pair is block-listed, and its check table is missing or empty
 };
 
 // The data of the failure analysis: the analysis text of each failed item, a flag for each item
@@ -68,8 +68,8 @@ public:
     bool GetCode(unsigned int id, const std::string& key, unsigned char* code);
     // Does the same for the item id of the list of all items.
     bool GetCodeFromAll(unsigned int id, const std::string& key, unsigned char* code);
-    // Does the same for a value that the caller has read. Both have one name, because their log
-    // lines contain the name.
+    // Does the same for a value that the caller has read. Both functions have one name, because
+    // their log lines contain the function name.
     static bool GetCodeFromAll(unsigned int id, const std::string* value, unsigned char* code);
 
     // Returns whether the failed item id may be analysed, and logs the reason of a rejection.
@@ -94,8 +94,8 @@ private:
 
     std::vector<std::string> m_AnalysisData;
     std::vector<bool> m_IsExecutedByUser;
-    // Intentionally empty: nothing fills it, and every search finds nothing. IsValid therefore
-    // rejects every block-listed item without a "detailed" and a "reason" text.
+    // Intentionally empty. IsValid therefore rejects a block-listed item that has neither a
+    // "detailed" nor a "reason" text.
     std::map<CodePair, std::vector<QELAnalysisCheckTable_s>> m_CheckTableList;
     std::set<CodePair> m_BlockList;
 };

@@ -15,7 +15,7 @@ public:
     static bool s_Create(void* data);
     // Destroys the window. Logs an error and does nothing when data is null.
     static void s_Terminate(void* data);
-    // Log one line.
+    // Each function logs one line.
     static void s_Pause(void* data);
     static void s_Resume(void* data);
     // Handles one launch request. A close request destroys the window and ends the main loop. Any

@@ -97,9 +97,11 @@ private:
         int thread;
         std::int64_t endElsewhere;
     };
-    // An item whose numbers cannot be read. It ends the analysis of every item that reads them.
+    // An invalid number of an item. A comparison that reads the number ends with the exception.
     struct Problem_s {
-        std::optional<int> thread;  // items on this thread do not read the invalid number
+        // The thread of the item: a failed item on the same thread does not read the number. No
+        // value when every failed item reads the number.
+        std::optional<int> thread;
         std::exception_ptr exception;
     };
 

@@ -11,7 +11,7 @@ class QELItemDetailView {
 public:
     QELItemDetailView() noexcept;
 
-    // Creates the panel. It shows a hint until a row gets the focus.
+    // Creates the panel, which shows a hint until a row gets the focus.
     void Create(_appdata* ad);
     // Deletes the widgets and clears their fields.
     void Destroy(_appdata* ad);
@@ -20,7 +20,8 @@ public:
     // new analysis appears only when its row gets the focus again. data is the _appdata record,
     // event_info the row.
     static void UpdateText(void* data, Evas_Object* obj, void* event_info);
-    // Handle the focus of the panel's label: brighten and dim the background. obj is the label.
+    // Handle the focus of the panel's label: brighten and dim the background. obj is the label. Log
+    // an error and do nothing when obj is null.
     static void OnFocus(void* data, Evas_Object* obj, void* event_info);
     static void OnUnfocus(void* data, Evas_Object* obj, void* event_info);
 

@@ -7,7 +7,7 @@
 class QELItemDetailView;
 
 // The right-hand side of the window: the two information panels, or, for an item of type "image",
-// the photo that the run took. The focused row of the list decides which of them is visible.
+// the photo that the run took. The type of the focused item decides what is visible.
 // Owned by QELWindow. Owns the detail view. Main-loop thread only.
 class QELItemView {
 public:

@@ -16,8 +16,11 @@
 //
 // A singleton that lives until the process ends. The widgets, the timer and every call except
 // SetResultText, SetRunningFlag, GetRunningFlag and GetInstance belong to the main-loop thread. The
-// mutex guards the running flag and the whole of Start and Stop. It also orders the result text:
-// the worker writes the text before it clears the flag, and Stop reads the text afterwards.
+// mutex guards the running flag and the whole of Start and Stop. The mutex also orders the accesses
+// to the result text: the worker writes the text before it clears the flag, and Stop reads the text
+// afterwards.
+//
+// Show, Hide, Start and Stop log an error and do nothing when a widget that they need is missing.
 class QELPopupLoading {
 public:
     QELPopupLoading(const QELPopupLoading&) = delete;
@@ -31,12 +34,12 @@ public:
     void Create(_appdata* ad);
     // Stops the popup and deletes its widgets. The program never calls it.
     void Destroy();
-    // Shows the popup and packs its widgets. Logs an error and does nothing when a widget is
-    // missing.
+    // Shows the popup and packs its widgets.
     void Show();
     // Hides all widgets. The program never calls it.
     void Hide();
-    // Sets the title, which is markup, and the content, which is shown literally.
+    // Sets the title, which is markup, and the content, which is shown literally. Logs an error for
+    // each text whose widget is missing.
     void SetText(const std::string& title, const std::string& content);
     // Sets the running flag, starts the pulse and the poll timer, and disables OK. When the timer
     // already exists, logs an error, adds no timer and leaves OK unchanged.
@@ -47,7 +50,7 @@ public:
     // Stores the text that Stop shows; the text is never cleared. Called by the worker before it
     // clears the running flag.
     static void SetResultText(const std::string& text);
-    // Set and return the running flag. Any thread; they wait while Start or Stop runs.
+    // Set and return the running flag. Any thread. Block while another thread runs Start or Stop.
     static void SetRunningFlag(bool running);
     static bool GetRunningFlag();
 
@@ -75,7 +78,7 @@ private:
     static std::atomic<bool> m_IsRunning;
     // Recursive, because Start calls SetRunningFlag while it holds the mutex.
     static std::recursive_mutex m_MutexForRunningFlag;
-    // Refers to a string that is never destroyed, because a detached worker may still write it
-    // after main has returned.
+    // Refers to a string that is never destroyed, because a detached worker may still write the
+    // text after main has returned.
     static std::string& m_ResultText;
 };

@@ -33,8 +33,8 @@ public:
     QELXmlParser(const QELXmlParser&) = delete;
     QELXmlParser& operator=(const QELXmlParser&) = delete;
 
-    // Returns the store, created by the first call; null, with an error line, when it cannot be
-    // allocated. Main-loop thread for the first call.
+    // Returns the store, created by the first call; null, with an error line, when the store cannot
+    // be allocated. The first call comes from the main-loop thread.
     static QELXmlParser* GetInstance();
 
     // Clears the store and reads both result files of the data folder into it. Returns false when a
@@ -63,7 +63,8 @@ public:
     app_result_type_e GetResultType(unsigned int id) const;
     // Returns a copy of the list of failed items.
     std::vector<ResultItem> GetResultData() const;
-    // Return the failed items and all items. The references are valid until the next ParseFile.
+    // Return the failed items and all items. The references are valid until the next call of
+    // ParseFile or ParseFolder.
     const std::vector<ResultItem>& GetFailedItems() const;
     const std::vector<ResultItem>& GetAllItems() const;
 
@@ -80,7 +81,7 @@ public:
     SectionValues GetNetworkValues() const;
     SectionValues GetSummaryValues() const;
 
-    // Frees the document of the file parsed last. The values stay.
+    // Frees the document of the file parsed last. The store keeps all values and items.
     void ReleaseDocument();
 
 private:

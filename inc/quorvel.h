@@ -5,8 +5,9 @@
 #include <Evas.h>
 #include <dlog.h>
 
-// The widgets that the views share. One instance exists. main zero-fills it and passes it to every
-// view and, as data, to every widget callback. It owns nothing: the class that sets a field also
+// The widgets that the views share. main creates the only record, zero-filled. Every view and, as
+// data, every event handler of a widget receives the record. Create and Destroy log an error and do
+// nothing when the record is null. The record owns nothing: the class that sets a field also
 // deletes the widget and clears the field. Main-loop thread only.
 struct _appdata {
     Evas_Object* win;

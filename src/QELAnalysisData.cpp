@@ -27,7 +27,8 @@ const CodeBytes_s kBlockList[] = {
 };
 
 // Returns the low byte of a hexadecimal number. Intentional: larger and negative numbers are
-// truncated to the low byte. Throws as std::stoi does, which is slower for a few digits.
+// truncated to the low byte. Throws as std::stoi does. Short numbers are converted without
+// std::stoi, which is slower.
 unsigned char ParseCode(const std::string& text) {
     unsigned int number = 0;
     const char* end = text.data() + text.size();

@@ -27,8 +27,8 @@ bool IsCloseValue(const char* value) {
     return value != nullptr && std::strncmp(value, kCloseValue, sizeof(kCloseValue) - 1) == 0;
 }
 
-// Creates the flag file or empties it. Returns false when it cannot be opened or is not a regular
-// file. Does not block when it is a FIFO.
+// Creates or empties the flag file. Returns false when the file cannot be opened or is not a
+// regular file. A FIFO does not block the call.
 bool CreateFlagFile() {
     const int file =
         open(kFlagFile, O_WRONLY | O_CREAT | O_TRUNC | O_NONBLOCK | O_NOCTTY | O_CLOEXEC, 0666);

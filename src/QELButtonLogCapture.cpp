@@ -44,7 +44,7 @@ void QELButtonLogCapture::Create(_appdata* ad) {
     elm_object_style_set(ad->logCaptureButton, kButtonStyle);
     elm_object_text_set(ad->logCaptureButton, kButtonText);
     // The box and the button share one cell: the button is a child of the box, but not packed in
-    // it.
+    // the box.
     m_Show(ad, m_Box, TABLE_LOCATION_LOG_CAPTURE);
     m_Show(ad, ad->logCaptureButton, TABLE_LOCATION_LOG_CAPTURE);
     if (parser->GetNumOfResult() == 0) {
@@ -54,7 +54,7 @@ void QELButtonLogCapture::Create(_appdata* ad) {
 }
 
 void QELButtonLogCapture::m_Show(_appdata* ad, Evas_Object* obj, app_table_location_e location) {
-    // Centred in the cell, unlike the widgets of the other views, which fill their cells.
+    // Centred horizontally, unlike the widgets of the other views, which fill their cells.
     evas_object_size_hint_weight_set(obj, 0.8, EVAS_HINT_EXPAND);
     evas_object_size_hint_align_set(obj, 0.5, EVAS_HINT_FILL);
     evas_object_show(obj);

@@ -9,7 +9,7 @@
 
 namespace {
 
-// Returns what std::stoi returns, and throws as it does. Faster for up to nine digits.
+// Returns what std::stoi returns, and throws what std::stoi throws. Faster for up to nine digits.
 int ParseNumber(const std::string& text) {
     int number = 0;
     for (const char letter : text) {
@@ -51,8 +51,9 @@ ResultItem::const_iterator FindNear(const ResultItem& item, ResultItem::const_it
     return item.find(key);
 }
 
-// Reads the values of one item that the comparison needs. A missing value is empty; its use is
-// logged as an error. The parser must outlive the object. i: index in the list of all items.
+// Reads the values of one item that the comparison needs. A missing value is read as an empty text,
+// and each read logs an error. The parser must outlive the object. i: index in the list of all
+// items.
 class ComparedItem {
 public:
     ComparedItem(const QELXmlParser& parser, unsigned int i)
@@ -211,8 +212,8 @@ bool QELConflictIndex::m_ReadCandidate(unsigned int i) {
     return true;
 }
 
-// Keeps the first problem, and the first problem on another thread. One of the two ends every
-// analysis.
+// Keeps the first problem, and the first problem on another thread. Every analysis ends at one of
+// these two, so later problems have no effect.
 void QELConflictIndex::m_AddWindowProblem(int thread) {
     if (m_Problems.empty() || (m_Problems.size() == 1 && m_Problems[0].thread != thread)) {
         m_Problems.push_back({thread, std::current_exception()});
@@ -324,7 +325,8 @@ void QELConflictIndex::m_VisitRange(const Order_s& order, std::size_t first, std
     }
 }
 
-// Visits the candidates on other threads below the node that start before own and end after it.
+// Visits each candidate below the node that ran on another thread, starts before own and ends after
+// own.
 template <typename Visit>
 void QELConflictIndex::m_VisitEnclosing(std::size_t node, const QELTimeWindow_s& own, int thread,
                                         const Visit& visit) const {

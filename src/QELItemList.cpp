@@ -163,7 +163,8 @@ Evas_Object* QELItemList::m_GetItemContent(void* data, Evas_Object* obj, const c
     if (!BeginsWith(part, kIconPart)) {
         return nullptr;
     }
-    // Created before the checks. Without an item the icon is not returned; its parent owns it.
+    // Created before the checks. When the item does not exist, the icon is not returned and stays
+    // a child of obj.
     Evas_Object* icon = elm_image_add(obj);
     const unsigned int index = ToIndex(data);
     const QELXmlParser* parser = GetStoreWith(index);
@@ -215,7 +216,7 @@ void QELItemList::OnPress(void* /*data*/, Evas_Object* /*obj*/, void* event_info
     }
     popup->Show();
     popup->SetText("Analyze", "Analysis is in progress...");
-    // Start sets the running flag. It comes before the worker, which clears the flag.
+    // Start sets the running flag, so Start must precede the worker, which clears the flag.
     popup->Start();
     // Intentional: a thread that cannot be started leaves this function by exception, with the
     // popup running.

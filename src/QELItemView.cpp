@@ -138,7 +138,8 @@ void QELItemView::Update(void* data, Evas_Object* /*obj*/, void* event_info) {
     // "detailed" is the path of the photo.
     QEL_LOGI("jpg Filepath : %s", parser->GetResult(index, "detailed").c_str());
     if (!elm_image_file_set(ad->itemImage, parser->GetResult(index, "detailed").c_str(), nullptr)) {
-        // The failure is not logged. The toolkit may still show the photo of the previous row.
+        // The toolkit may still show the photo of the previous row. The null file removes the
+        // photo. The failure is not logged.
         elm_image_file_set(ad->itemImage, nullptr, nullptr);
     }
     m_SetText(ad, ad->itemLabel, parser->GetResult(index, "detailed"));

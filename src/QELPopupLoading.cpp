@@ -69,8 +69,8 @@ void QELPopupLoading::Create(_appdata* ad) {
     elm_object_style_set(m_Button, kPopupButtonStyle);
     elm_object_text_set(m_Button, "OK");
 
-    // The priorities call OnOkPress, which hides the popup, before SetDisable. The spelling of the
-    // log lines is intentional.
+    // The priorities ensure that OnOkPress, which hides the popup, runs before SetDisable. The
+    // spelling of the log lines is intentional.
     evas_object_smart_callback_priority_add(m_Button, "clicked", EVAS_CALLBACK_PRIORITY_BEFORE,
                                             OnOkPress, ad);
     if (evas_alloc_error() != EVAS_ALLOC_ERROR_NONE) {

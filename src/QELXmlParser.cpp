@@ -144,8 +144,8 @@ QELXmlParser::~QELXmlParser() {
 }
 
 void QELXmlParser::m_Initialize() {
-    // Intentional: a document of an earlier ParseFile is not freed here. Only m_ParseFile and the
-    // destructor free a document.
+    // Intentional: a document of an earlier ParseFile is not freed here. Only m_ParseFile,
+    // ReleaseDocument and the destructor free a document.
     m_doc = nullptr;
     m_rootNode = nullptr;
     const auto clearAll = [this](const auto& fields) {
@@ -167,8 +167,8 @@ bool QELXmlParser::ParseFile() {
 
 bool QELXmlParser::ParseFolder(const std::string& folder) {
     m_Initialize();
-    // The main file is read even when the first file fails. Its section values replace the values
-    // of the first file.
+    // The main file is read even when the RNSC file cannot be parsed. The section values of the
+    // main file replace the section values of the RNSC file.
     const bool rnscParsed = m_ParseFile((folder + "/" + kRnscFile).c_str());
     const bool mainParsed = m_ParseFile((folder + "/" + kMainFile).c_str());
     return rnscParsed && mainParsed;
@@ -224,6 +224,8 @@ bool QELXmlParser::m_ParseInformation() {
     return true;
 }
 
+// Returns 1 when the file has a network failure, 0 when it has no network failure, and -1 when it
+// has no "Network" section.
 int QELXmlParser::m_ParseNetworkFailInfo() {
     xmlNodePtr network = m_FindNodeWithTagInfo(m_rootNode, "Network");
     if (network == nullptr) {
