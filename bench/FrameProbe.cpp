@@ -1,10 +1,10 @@
-// A library that a program with one window of the toolkit loads first (LD_PRELOAD). It measures the
-// frames of the window, prints one line and ends the program. QUORVEL_BENCH_PROBE selects the
-// measure:
+// A library that a program with one window of the toolkit loads first (LD_PRELOAD). The library
+// measures the frames of the window, prints one line and ends the program. QUORVEL_BENCH_PROBE
+// selects the measurement:
 //   frame   CPU seconds of the process until its first frame (default)
 //   memory  peak resident memory in MiB, one second after the first frame
 //   key     CPU seconds from a key press to the next frame: the median of several Down keys
-//   text    the same for an Up key to the first row, after the analysis of that row
+//   text    the same for Up keys that focus the first row, after the analysis of the first row
 // Main-loop thread.
 
 #include <Ecore_Evas.h>
@@ -125,7 +125,7 @@ private:
 
     void m_Press(const Step& step) {
         if (m_Next == 1) {
-            // A canvas in memory takes keys only after its focus has changed.
+            // A canvas in memory receives keys only after its focus is set again.
             Ecore_Evas* window = ecore_evas_ecore_evas_get(m_Canvas);
             ecore_evas_focus_set(window, EINA_FALSE);
             ecore_evas_focus_set(window, EINA_TRUE);

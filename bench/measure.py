@@ -2,8 +2,8 @@
 """Measures Quorvel and prints one line for each measure: bench/measure.py BUILD_FOLDER [RUNS]
 
 All measures except the memory are ratios or CPU times. The fastest of RUNS (default 7) interleaved runs
-counts, so that other programs have little effect. The column "before" has the figures
-that were measured when the goals were set.
+counts, so that other programs have little effect. The column "before" has the figures that were
+measured when the goals were set.
 """
 
 import csv

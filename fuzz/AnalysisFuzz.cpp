@@ -1,5 +1,5 @@
-// Feeds runs with random values to the validity rules and the analysis. Both may throw only the two
-// exceptions of an invalid code.
+// Passes runs with random values to the validity rules and the analysis. Both may throw only the
+// two exceptions of an invalid code.
 
 #include <algorithm>
 #include <stdexcept>

@@ -1,4 +1,4 @@
-// Feeds random bytes to the parser as a result file and runs every query of the result store.
+// Passes random bytes to the parser as a result file and runs every query of the result store.
 
 #include <libxml/xmlerror.h>
 #include <sys/mman.h>

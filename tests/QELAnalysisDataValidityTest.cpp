@@ -24,7 +24,7 @@ class QELAnalysisDataValidityTest : public StoreTest {
 protected:
     static QELAnalysisData& Data() { return *QELAnalysisData::GetInstance(); }
 
-    // Loads a run with one item, and returns whether the item can be analysed.
+    // Loads a run with one item, and returns whether the item may be analysed.
     static bool IsValid(const xml::Fields& fields) {
         LoadItems({fields});
         return Data().IsValid(0);

@@ -80,7 +80,7 @@ TEST_F(QELAnalysisTest, StoresTextAndClearsRunningFlag) {
     EXPECT_TRUE(LoggedNoError());
 }
 
-// A thread that reads the cleared flag can also read the text and the result.
+// When the flag is cleared, the analysis text and the result text are already complete.
 TEST_F(QELAnalysisTest, ClearsRunningFlagLast) {
     LoadItems({MakeItemA()});
     CreateRunningPopup();
@@ -203,7 +203,7 @@ TEST_F(QELAnalysisTest, StoresEmptyTextForNetworkFailure) {
         ElementsAre(ErrorLine("indexOfAnalysisItem=0, opcode=0, msgcode=0", kAnalysisSource)));
 }
 
-// --- Tests of missing stores and a missing popup
+// --- Tests without result store, analysis data or popup
 
 TEST_F(QELAnalysisTest, KeepsRunningFlagWithoutAnalysisData) {
     LoadItems({MakeItemA()});

@@ -340,7 +340,7 @@ TEST_F(QELAppTest, KeepsSingletonsAfterTerminate) {
     EXPECT_EQ(QELPopupLoading::m_QELPopupLoading, popup);
 }
 
-// --- Tests of the way from the start to the analysis text
+// --- Test of an analysis by key presses
 
 const char* const kRun =
     "<run><Information><model>M1</model></Information><Network><type>wifi</type></Network>"
@@ -400,7 +400,7 @@ TEST_F(QELAppScenarioTest, ShowsAnalysisTextAfterKeyPresses) {
     Key("Return");
     EXPECT_TRUE(IsVisible(QELPopupLoading::m_Popup));
     ConfirmAnalysis();
-    EXPECT_EQ(TextOf(ad.detailLabel), alpha + orange) << "before the focus comes back to the row";
+    EXPECT_EQ(TextOf(ad.detailLabel), alpha + orange) << "before the row gets the focus again";
 
     Key("Down");
     Key("Up");

@@ -48,8 +48,7 @@ protected:
         Screen::ProcessEvents(ad.win);
     }
 
-    // Creates the list, the view and the analysis data. Connects the focus signal as QELWindow
-    // does.
+    // Creates the list, the view and the analysis data. Connects the focus event as QELWindow does.
     void CreateWithList() {
         m_List.Create(&ad);
         Create();
@@ -364,8 +363,7 @@ TEST_F(QELItemDetailViewTest, ReturnsPrefixesForIndexOutOfRange) {
     EXPECT_EQ(QELItemDetailView::m_GetMarkupResultText(7), kResultPrefix);
     FakeLog::Clear();
     EXPECT_EQ(QELItemDetailView::m_GetMarkupAnalyzeText(7), kOrangePrefix);
-    // The application reads "detailed", "reason" and the whole text. It does not use the whole
-    // text.
+    // The application reads "detailed", "reason" and the item text. The item text is not used.
     EXPECT_EQ(FakeLog::Count("Invalid ID[7]!! m_resultFailData.size[0]\n"), 3);
 }
 

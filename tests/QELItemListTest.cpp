@@ -385,7 +385,8 @@ TEST_F(QELItemListStoreTest, ReturnsNoTextAndNoIconWithoutResultStore) {
     const FailingNew failing(1);
     EXPECT_EQ(QELItemList::m_GetItemContent(nullptr, list, "elm.swallow.icon"), nullptr);
     EXPECT_TRUE(failing.HasFailed());
-    EXPECT_EQ(ToolkitCalls::Count("elm_image_add"), 1) << "the image is created before the store";
+    EXPECT_EQ(ToolkitCalls::Count("elm_image_add"), 1)
+        << "the image is created before the store is requested";
     const auto storeError = ErrorLine("failed to get instance\n", "QELXmlParser.cpp");
     EXPECT_THAT(FakeLog::Lines(), ElementsAre(storeError, storeError));
 }
@@ -482,8 +483,8 @@ TEST_F(QELItemListTest, MultipliesIconSizeByScale) {
     elm_config_scale_set(1.0);
 }
 
-// On a PC the toolkit logs an error for this call, because an elm image has no such property. The
-// application still makes the call.
+// The toolkit logs an error for this call, because the icon is a widget and not an image object.
+// The application still makes the call.
 TEST_F(QELItemListTest, EnablesAlphaOfEveryIcon) {
     AddFailed(ItemOfType("bt", "N"));
     m_List.Create(&ad);

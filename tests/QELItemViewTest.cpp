@@ -43,7 +43,7 @@ protected:
         Screen::ProcessEvents(ad.win);
     }
 
-    // Creates the list and the view. Connects the focus signal of the list as QELWindow does.
+    // Creates the list and the view. Connects the focus event of the list as QELWindow does.
     void CreateWithList() {
         m_List.Create(&ad);
         Create();

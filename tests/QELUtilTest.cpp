@@ -173,7 +173,7 @@ TEST_F(QELUtilTest, LeavesNoFileWhenNewCounterCannotBeRenamed) {
     EXPECT_TRUE(PrivateData::Names().empty());
 }
 
-// /proc/self/stat begins with a number, and not even root can write it.
+// /proc/self/stat begins with a number, and even root cannot write to the file.
 TEST_F(QELUtilTest, ReturnsTrueForFailedWrite) {
     EXPECT_TRUE(QELUtil::IncreaseCount("/proc/self/stat"));
     EXPECT_TRUE(FakeLog::Lines().empty());

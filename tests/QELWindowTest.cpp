@@ -301,7 +301,7 @@ TEST_F(QELWindowTest, KeepsOpenBoldTagAndClosingTagOrderOfTitle) {
 
 TEST_F(QELWindowTest, DrawsGreyTitleOnTranslucentWhiteBar) {
     Create();
-    // The toolkit stores colours premultiplied by their alpha.
+    // The toolkit clamps the components of the colour to the alpha.
     EXPECT_THAT(Screen::ColourOf(m_Window.m_TitleBg), ElementsAre(30, 30, 30, 30));
     const Picture picture = Screen::Render(ad.win);
     const Area bar = Screen::AreaOf(m_Window.m_TitleBg);
@@ -358,7 +358,7 @@ struct FailedAllocation {
     int nth;  // counted from the start of Create; 1 is the result store
     const char* message;
     const char* file;
-    int existingFields;  // how many of list, item label and button exist, in this order
+    int existingFields;  // the number of fields that exist: list, item label, button, in this order
 };
 
 void PrintTo(const FailedAllocation& failure, std::ostream* out) {

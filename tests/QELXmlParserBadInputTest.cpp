@@ -36,7 +36,7 @@ std::string MakeGoodFile(const std::string& name) {
 }
 
 // Parses the broken file with libxml2. Returns the report that the application must log for the
-// error record, and clears the record.
+// error record of libxml2, and clears the record.
 std::string MakeExpectedReport(const std::string& path) {
     xmlFreeDoc(xmlParseFile(path.c_str()));
     const auto* error = xmlGetLastError();

@@ -64,8 +64,7 @@ std::string MakeFullFile(const std::string& prefix) {
                          MakeFullSection("Network", prefix) + MakeFullSection("Summary", prefix));
 }
 
-// Returns a file with an item, whose Network section has both regular values and the network
-// failure.
+// Returns a file with one item. The Network section has regular values and the network failure.
 std::string MakeNetworkFailureFile(const std::string& failedInfo) {
     return xml::Document(MakeFullSection("Information", "x ") +
                          xml::Element("Network",

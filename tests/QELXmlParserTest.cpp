@@ -336,7 +336,7 @@ TEST_F(QELXmlParserTest, IgnoresUnknownElementsAndAttributes) {
               "sn=\nmodel=M\noption=\nmm=\nsm=\nss=\nmt=\nbt=\nld1=\nld2=\ndnso=\n");
 }
 
-// The file has all sections and fields in reverse reading order. ParseFile reads each element once.
+// The file contains the sections and fields in reverse order. ParseFile reads each element once.
 TEST_F(QELXmlParserTest, ReadsSectionsAndFieldsInFixedOrder) {
     std::string content;
     for (const char* list : {"FAnetTest", "RNSCTest", "RNSCImage"}) {

@@ -2,8 +2,8 @@
 #
 #     add_suites(PROGRAM PREFIX [PROPERTY VALUE]…)
 #
-# The names of the tests begin with PREFIX, and each test gets the properties. A process for each suite
-# costs seconds in all; a process for each case would cost more than a minute.
+# The names of the tests begin with PREFIX, and each test gets the properties. One process for each suite
+# costs seconds in total. One process for each case would cost more than a minute.
 #
 # After each build of the program, this file runs as a script and asks the program for its suites.
 # A new suite therefore needs no line in a CMake file.

@@ -1,8 +1,8 @@
 #ifndef QUORVEL_TESTS_FAILING_NEW_H_
 #define QUORVEL_TESTS_FAILING_NEW_H_
 
-// Makes one non-throwing allocation (new (std::nothrow)) of this thread fail: the nth after the
-// construction; 1 is the next allocation. Throwing allocations and other threads are not affected.
+// Makes one non-throwing allocation (new (std::nothrow)) of this thread fail: the nth allocation
+// after the construction; 1 is the next. Throwing allocations and other threads are not affected.
 // Objects of this class must not overlap in one thread.
 class FailingNew {
 public:

@@ -30,7 +30,7 @@ public:
     static void SetMainResult(int result);
     // Sets a function that ui_app_main calls before it returns.
     static void SetMainBody(const std::function<void(const MainCall&)>& body);
-    // Returns the last call of ui_app_main, if there was one.
+    // Returns the last call of ui_app_main; no value before the first call.
     static std::optional<MainCall> LastMainCall();
 
     // Returns a launch request with these values. The request is valid until Clear.

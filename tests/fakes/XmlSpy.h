@@ -4,14 +4,14 @@
 #include <string>
 #include <vector>
 
-// Records the libxml2 calls of the application and can make one of them fail. The linker redirects
-// the application's calls to this fake (see tests/CMakeLists.txt), which forwards them to libxml2.
-// Main thread only.
+// Records calls of libxml2 and can hide the root element of documents. The linker redirects the
+// calls of the application and of the tests to this fake (see tests/CMakeLists.txt). The fake
+// forwards the calls to libxml2. Main thread only.
 class XmlSpy {
 public:
     XmlSpy() = delete;
 
-    // Deletes the recorded calls and makes every call succeed again.
+    // Deletes the recorded calls and shows the root elements again.
     static void Clear();
     // Returns the calls in order, as "parse FILE", "free FILE" and "free null". FILE is the file
     // name without the folder.
