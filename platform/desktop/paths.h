@@ -11,8 +11,8 @@ namespace quorvel::desktop {
 // empty.
 std::string EnvironmentValue(const char* variable, const std::string& other = {});
 
-// Returns the absolute path in the environment variable. Returns the other path for any other
-// value.
+// Returns the absolute path in the environment variable, or the other path if the value is not an
+// absolute path.
 std::string EnvironmentPath(const char* variable, const std::string& other = {});
 
 // Returns the data folder. Its path is fixed.

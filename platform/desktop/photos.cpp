@@ -19,7 +19,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// How many parts of a shortened path are tried. The whole path is tried in any case.
+// The largest number of parts of a shortened path. The whole path can have more parts.
 constexpr std::ptrdiff_t kMaxShortenedParts = 8;
 
 // Returns the path below the data folder, or the whole path as a relative path for a photo outside

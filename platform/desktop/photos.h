@@ -19,17 +19,17 @@ constexpr std::size_t kMaxPhotos = 10'000;
 // Returns the places of a photo below the folder of its result files, as relative paths in the
 // order of search. The first place is the path below the data folder, or the whole path for a photo
 // outside the data folder. Shorter ends of the path follow, down to the base name. Each end has
-// three places: the end itself, the end below "capture/", and a file name for a capture, in which
-// "+" replaces "/" and "_" replaces characters that FAT rejects. Photos with equal base names stay
-// distinct as long as their folders are kept.
+// three places: the end itself, the end below "capture/", and a file name for a capture. In the
+// file name, "+" replaces "/", and "_" replaces characters that FAT rejects. Photos with equal base
+// names stay distinct as long as their folders are kept.
 // Returns no place for a name that is not an absolute path, contains "..", or ends like a result
 // file.
 std::vector<std::string> ListPhotoPlaces(const std::string& name);
 
-// Chooses the file names of photos in a capture. Returns a file name for each photo: its shortest
-// place without a folder that is a place of no other photo and is not in taken, in any case of
-// letters. Returns an empty text for a photo without such a place. FindPhoto finds each photo by
-// its file name.
+// Chooses the file names of photos in a capture. Returns for each photo its shortest place without
+// a folder. The place belongs to no other photo and is not in taken; the case of letters does not
+// count. Returns an empty text for a photo without such a place. FindPhoto finds each photo by its
+// file name.
 std::vector<std::string> ChoosePhotoFiles(const std::vector<std::string>& photos,
                                           const std::vector<std::string>& taken);
 

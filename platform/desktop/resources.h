@@ -15,13 +15,14 @@ std::string UnknownTheme();
 //   $QUORVEL_RESOURCES
 //   <folder of the program>/resources (in the build folder)
 //   <folder of the program>/../share/quorvel/resources (installed, under any prefix)
-// With QUORVEL_THEME=high-contrast, the folder "high-contrast" in each of them comes before the
+// With QUORVEL_THEME=high-contrast, the subfolder "high-contrast" of each folder comes before the
 // folder itself. If no folder has the file, returns the path in the last folder. Empty if the
 // program's own path is unknown and QUORVEL_RESOURCES is not set. Any thread, as long as no other
 // thread changes the environment.
 std::string FindResource(const std::string& relativePath);
 
-// Returns whether the path is below one of these folders. Any thread, as FindResource.
+// Returns whether the path is below a folder that FindResource searches. Any thread, as
+// FindResource.
 bool IsResource(const std::string& path);
 
 }  // namespace quorvel::desktop

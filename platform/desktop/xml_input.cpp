@@ -28,7 +28,7 @@ namespace {
 // What parsing an entity again costs besides its length, in bytes.
 constexpr std::int64_t kEntityParseCost = 100;
 
-// The file that this thread parses, and the rest of its limits. Each parser starts a new file.
+// The file that this thread parses, and what is left of its limits. Each parser starts a new file.
 struct ParsedFile {
     std::string path;
     xmlParserCtxt* parser = nullptr;  // null when no parser runs
@@ -54,7 +54,7 @@ bool CountDeclarations(std::int64_t size) {
     return g_ParsedFile.declarationBytesLeft >= 0;
 }
 
-// Content that is not in a file has no path, and the caller knows the content.
+// Reports nothing for content that is not in a file. Such content has no path.
 void Report(const std::string& reason) {
     if (!g_ParsedFile.path.empty()) {
         g_Report(g_ParsedFile.path + ": " + reason);
@@ -279,7 +279,7 @@ struct ParserDeleter {
 };
 using Parser = std::unique_ptr<xmlParserCtxt, ParserDeleter>;
 
-// Returns a parser with all limits; null without memory. One at a time.
+// Returns a parser with all limits; null without memory. A thread may have one parser at a time.
 Parser NewParser() {
     Parser parser(xmlNewParserCtxt());
     if (parser == nullptr) {

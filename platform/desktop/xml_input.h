@@ -32,7 +32,7 @@ constexpr int kMaxAttributes = 1'000;
 constexpr std::int64_t kMaxDeclarationBytes = std::int64_t{32} << 10;
 
 // Receives one line for each file that libxml2 may not read to its end, and for each value that is
-// too long: the file and the reason.
+// too long. The line names the file and the reason.
 using XmlInputReport = std::function<void(const std::string& line)>;
 
 // Returns whether to stop reading a file. Called for each part of the file.
@@ -53,8 +53,8 @@ struct XmlDocumentDeleter {
 };
 using XmlDocument = std::unique_ptr<xmlDoc, XmlDocumentDeleter>;
 
-// Reads up to size bytes. Returns the number of bytes, 0 at the end, -1 on an error. Throws
-// nothing.
+// Reads up to size bytes. Returns the number of bytes, 0 at the end, -1 on an error. Must not
+// throw.
 using XmlRead = std::function<ssize_t(char* buffer, std::size_t size)>;
 
 // Parses the content that read returns. Opens no file and reports nothing. Returns null when the

@@ -23,7 +23,7 @@ typedef enum {
     APP_CONTROL_ERROR_INVALID_PARAMETER = -EINVAL,
 } app_control_error_e;
 
-/* One launch request. It lives as long as the callback that receives it runs. */
+/* One launch request. Valid while the callback that receives the request runs. */
 typedef struct app_control_s* app_control_h;
 
 typedef bool (*app_create_cb)(void* user_data);
@@ -40,8 +40,8 @@ typedef struct {
     app_control_cb app_control;
 } ui_app_lifecycle_callback_s;
 
-/* Runs the main loop and the callbacks in it until the application ends. Does not
- * call a null callback. Returns APP_ERROR_NONE or an error. */
+/* Runs the main loop and calls the callbacks until the application ends. Does not call a null
+ * callback. Returns APP_ERROR_NONE or an error. */
 int ui_app_main(int argc, char** argv, ui_app_lifecycle_callback_s* callback, void* user_data);
 
 #ifdef __cplusplus

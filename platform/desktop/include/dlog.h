@@ -16,8 +16,8 @@ typedef enum {
     DLOG_ERROR = 6,
 } log_priority;
 
-/* Writes one formatted line under the tag to the buffer log_id at the priority prio.
- * Any thread. Returns a negative value on error. */
+/* Writes one formatted line under the tag to the buffer log_id at the priority prio. Any thread.
+ * Returns a negative value on error. */
 int __dlog_print(log_id_t log_id, int prio, const char* tag, const char* fmt, ...)
     __attribute__((format(printf, 4, 5)));
 

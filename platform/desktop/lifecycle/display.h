@@ -3,8 +3,8 @@
 
 namespace quorvel::desktop {
 
-// Finds a display for the toolkit: a Wayland or X display that answers within a second, or an
-// engine in ELM_DISPLAY or ELM_ENGINE that draws into memory or into a file.
+// Finds a Wayland or X display for the toolkit that answers within a second. Needs no display when
+// ELM_DISPLAY or ELM_ENGINE names an engine that draws into memory or into a file.
 // Removes WAYLAND_DISPLAY or DISPLAY from the environment when its display does not answer. The
 // toolkit would wait for that display although the other display answers.
 // Returns false and logs the reason when there is no display.

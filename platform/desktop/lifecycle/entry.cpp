@@ -69,8 +69,8 @@ bool CheckArguments(int argc, char** argv) {
 extern "C" int __real_main(int argc, char** argv);
 extern "C" int __wrap_main(int argc, char** argv);
 
-// Returns 1 for each error number of the application. A process would return only its last byte,
-// which can be the status of a signal.
+// Returns 1 for each error number of the application. The exit status would otherwise be the low
+// byte of the number, which can equal the status that a shell reports for a signal.
 int __wrap_main(int argc, char** argv) {
     using namespace quorvel::desktop;  // NOLINT(google-build-using-namespace): C function
     if (!CheckArguments(argc, argv)) {

@@ -16,7 +16,7 @@ using KeyValues = std::map<std::string, std::string, std::less<>>;
 
 }  // namespace quorvel::desktop
 
-// The bundle belongs to the request that it was taken from, so the application has nothing to free.
+// A request owns its bundle, so the application has nothing to free.
 struct _bundle_t {
     quorvel::desktop::KeyValues values;
 };

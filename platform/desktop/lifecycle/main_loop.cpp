@@ -39,8 +39,8 @@ namespace fs = std::filesystem;
 // less time.
 constexpr std::chrono::seconds kOwnerTimeout{10};
 
-// How long shutdown waits for a log copy. A working storage finishes earlier, and a second program
-// waits longer for the lock.
+// How long shutdown waits for a log copy. Shorter than kOwnerTimeout, so that a second program
+// still gets the lock.
 constexpr std::chrono::seconds kLogCopyTimeout{5};
 // How long shutdown then waits for the worker of the capture, which only counts the capture.
 constexpr std::chrono::seconds kCaptureTimeout{2};
@@ -146,7 +146,8 @@ private:
     RequestServer m_Server;
     std::deque<Request> m_Requests;
     Ecore_Job* m_Delivery = nullptr;  // pending while a request waits in the main loop
-    // Of the animator before the pause, in seconds. No value while the application is not paused.
+    // The frame time of the animator before the pause, in seconds. No value while the application
+    // is not paused.
     std::optional<double> m_FrameTime;
 };
 

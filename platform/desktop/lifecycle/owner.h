@@ -77,6 +77,7 @@ private:
     int m_LockFile = -1;
 };
 
+// Returns the path of the owner's socket.
 std::string SocketPath(const std::string& folder);
 
 using Clock = std::chrono::steady_clock;

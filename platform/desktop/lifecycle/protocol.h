@@ -17,7 +17,7 @@ namespace quorvel::desktop {
 
 // The first bytes of each message.
 constexpr std::string_view kMessageWord = "quorvel2";
-// Limit of the bytes after the word.
+// The largest number of bytes after the word.
 constexpr std::size_t kMaxRequestBytes = 65536;
 constexpr std::size_t kMaxMessageBytes = kMessageWord.size() + kMaxRequestBytes;
 

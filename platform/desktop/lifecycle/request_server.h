@@ -15,8 +15,9 @@ namespace quorvel::desktop {
 // Receives the launch requests of second programs on the owner's socket, see protocol.h. Rejects an
 // unexpected sender or message and logs one line. Senders wait while the process has no free
 // descriptor.
-// Ecore_Con logs an error for each socket that it opens, lets other users write to the socket, and
-// loses the message of a sender that exits at once. The server therefore uses a plain socket.
+// The server uses a plain socket instead of Ecore_Con. Ecore_Con logs an error for each socket that
+// it opens, and lets other users write to the socket. Ecore_Con also loses the message of a sender
+// that exits at once.
 // Initialises Ecore for its own lifetime. Owned by the main loop; main-loop thread only.
 class RequestServer {
 public:

@@ -245,8 +245,8 @@ void Log::m_WriteToFile(std::string_view line) {
     return static_cast<int>(message.size());
 }
 
-// Without memory for the line, the program continues. An exception that left the log with its mutex
-// locked would block the log of the exception.
+// Without memory for the line, the program continues. An exception that no caller catches would
+// reach the terminate handler with the mutex still locked, and the handler would block.
 void WriteOwn(spdlog::level::level_enum level, const std::string& message) {
     try {
         Log::GetInstance().Write(level, kOwnTag, message);

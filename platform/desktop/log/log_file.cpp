@@ -17,7 +17,8 @@ namespace quorvel::desktop {
 
 namespace {
 
-// A watch does not report changes by another computer, behind a link, and of a folder above.
+// The time between two checks without an event. A watch reports no changes by another computer,
+// behind a link, or of a parent folder.
 constexpr std::chrono::milliseconds kCheckInterval{500};
 
 constexpr mode_t kPrivateMode = S_IRUSR | S_IWUSR;
@@ -81,7 +82,7 @@ bool WriteNewFile(const std::string& path, std::string_view text) {
     return close(file) == 0 && isWritten;
 }
 
-// A log copy at the same time gets the earlier file or the whole new one.
+// A log copy at the same time gets the whole old file or the whole new file.
 void ReplaceFile(const std::string& path, std::string_view text) {
     const std::string unfinished = path + ".new";
     if (!WriteNewFile(unfinished, text) || std::rename(unfinished.c_str(), path.c_str()) != 0) {
@@ -156,8 +157,8 @@ void LogFile::Write(std::string_view line) {
 
 void LogFile::m_Open() {
     MakeFolders(m_Path);
-    // Before the file is opened: a change in between is reported, and a file that cannot be opened
-    // is tried again with the next line.
+    // The watch starts first, so that it reports a change while the file is opened. If the file
+    // cannot be opened, the next line tries again.
     m_Folder.Start(m_Path.substr(0, m_Path.rfind('/')));
     struct stat status {};
     const int file = OpenPrivate(m_Path, status);
@@ -188,9 +189,9 @@ void LogFile::m_Rotate() {
     m_Open();
 }
 
-// Overwrites a byte, because a full disk accepts no additional byte, and another process may
-// already have written its next line. btrfs needs space to overwrite a byte, so the next line tries
-// again.
+// Overwrites a byte, because a full disk accepts no additional byte. An appended line feed would
+// also follow a line that another process has written since. btrfs needs space to overwrite a byte,
+// so the next line tries again.
 void LogFile::m_EndPart() {
     // With O_APPEND, pwrite(2) would append.
     fcntl(m_File, F_SETFL, O_NONBLOCK);

@@ -27,9 +27,9 @@ public:
 
     // Watches this folder. An earlier folder that still exists is watched too.
     void Start(const std::string& folder);
-    // Returns whether a file in the folder may have been created, renamed or removed, or the folder
-    // itself may have been renamed or removed, since the last call. Always true when the folder
-    // cannot be watched. True after Start, and at least twice a second.
+    // Returns whether a file in the folder may have been created, renamed or removed since the last
+    // call. Also true when the folder itself may have been renamed or removed. Always true when the
+    // folder cannot be watched. True after Start, and at least twice a second.
     bool MayHaveChanged();
 
 private:
@@ -44,8 +44,8 @@ private:
 // a.log. Owned by Log. One thread at a time.
 class LogFile {
 public:
-    // Opens the file and creates missing folders; only the user may access either. Throws
-    // std::runtime_error when the file cannot be opened.
+    // Opens the file and creates missing folders. Only the user may access the file and the new
+    // folders. Throws std::runtime_error when the file cannot be opened.
     LogFile(std::string path, const LogFileLimits& limits);
     ~LogFile();
     LogFile(const LogFile&) = delete;

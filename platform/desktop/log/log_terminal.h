@@ -10,9 +10,9 @@
 
 namespace quorvel::desktop {
 
-// Writes log lines to the standard error stream from its own thread, so that a stopped terminal or
-// an unread pipe blocks only that thread. Omits lines while the queue is full and writes their
-// number in their place. Writes control characters as \xNN, so that no line can control the
+// Writes log lines to the standard error stream from its own thread. A stopped terminal or an
+// unread pipe therefore blocks only that thread. Omits lines while the queue is full and writes
+// their number in their place. Writes control characters as \xNN, so that no line can control the
 // terminal. Owned by Log and never destroyed, since its thread may be blocked. Any thread.
 class LogTerminal {
 public:

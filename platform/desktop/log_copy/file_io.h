@@ -33,8 +33,7 @@ public:
 [[noreturn]] void FailStorage(const std::string& name, int error);
 [[noreturn]] void FailSource(const std::string& name, int error);
 
-// Throw as FailStorage and FailSource, with errno, unless an operation on the storage or on a file
-// to copy has succeeded.
+// Throw like FailStorage and FailSource, with errno as the error, if hasSucceeded is false.
 void CheckStorage(bool hasSucceeded, const std::string& name);
 void CheckSource(bool hasSucceeded, const std::string& name);
 

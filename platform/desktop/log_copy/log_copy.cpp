@@ -102,8 +102,8 @@ bool CannotLockAtAll(int error) {
            error == EBADF;
 }
 
-// Keeps other copies away until the folder is closed. On a file system without locks the copy
-// continues, since usually only one program copies.
+// Makes other copies to the folder fail until the folder is closed. On a file system without locks
+// the copy continues, since usually only one program copies.
 void Lock(const File& folder, const std::string& name) {
     if (folder.TryLock() || CannotLockAtAll(errno)) {
         return;

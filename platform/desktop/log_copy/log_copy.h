@@ -32,17 +32,17 @@ struct LogCopyParts {
 std::string LogCopyName(const std::string& host, std::time_t time,
                         const std::string& serialNumber = "");
 
-// Copies the logs, the result files and the photos of the "image" items, as far as they exist, into
-// a new folder on the storage. Logs one line with the folder or the reason of the failure.
+// Copies the existing logs, result files and photos of the "image" items into a new folder on the
+// storage. Logs one line with the folder or the reason of the failure.
 //
 // The photos have the names that ChoosePhotoFiles returns. A photo that cannot be copied is left
 // out, and its reason is logged; it does not make the copy fail. A log that grows during the copy
 // is copied as it was at the start.
 //
 // Returns 0 when the data is on the device. Otherwise returns -1, and the storage is as before. A
-// storage that fails permanently may keep a folder with a temporary name, which the next copy
-// removes. Blocks as long as the storage does. Any thread; a copy to a storage that another copy
-// uses fails.
+// storage that fails permanently may keep the folder: complete, or with a temporary name until the
+// next copy removes it. Blocks as long as the storage does. Any thread; a copy to a storage that
+// another copy uses fails.
 int RunLogCopy(const LogCopyParts& parts, const LogCopyJob& job) noexcept;
 
 // Waits at shutdown until no log copy runs. Returns false after the timeout. Any thread that does

@@ -76,8 +76,8 @@ bool IsNoPhoto(int error) {
     return IsNoFile(error) || error == ENAMETOOLONG || error == ELOOP;
 }
 
-// Opens the file at path, a copy of which gets the name. Returns no value for a pipe or a folder,
-// and when opening fails with an error that isAbsent accepts.
+// Opens the file at path. name: the name of the copy. Returns no value for a pipe or a folder, and
+// when opening fails with an error that isAbsent accepts.
 std::optional<LogSource> OpenSource(const std::string& name, const std::string& path,
                                     bool (*isAbsent)(int error)) {
     // O_NONBLOCK keeps a pipe from blocking the copy.

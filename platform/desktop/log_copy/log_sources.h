@@ -29,18 +29,19 @@ struct SourceFolders {
     OutsideLinks outsideLinks = OutsideLinks::kFollow;
 };
 
-// Finds the log, the rotated logs and quorvel.start.log in the state folder, and the result files
-// in the data folder, as far as they exist. All files that a rotation can change are opened before
-// the first copy, so that a rotation during the copy changes nothing. Old logs are not kept open,
-// since a folder may contain more of them than this process may open. Throws LogCopyError when an
-// existing file cannot be read, when a link is rejected and when no file exists. Any thread.
+// Finds the existing files of a copy: the log, the rotated logs and quorvel.start.log in the state
+// folder, and the result files in the data folder. All files that a rotation can change are opened
+// before the first copy, so that a rotation during the copy changes nothing. Old logs are not kept
+// open, since a folder may contain more logs than this process may open. Throws LogCopyError when
+// an existing file cannot be read, when a link is rejected and when no file exists. Any thread.
 std::vector<LogSource> OpenLogSources(const SourceFolders& folders);
 
 // Opens the photo that the application shows for the name: the photo in the data folder, see
 // FindPhoto, or else the file whose absolute path is the name. fileName: the name of the copy.
 // Returns no value when no such regular file exists. Throws SourceError when the file cannot be
-// read or is too large, when a link is rejected, when fileName is empty, and when a file outside
-// the data folder is not a picture. A result file could otherwise name a private file. Any thread.
+// read or is too large, when a link is rejected, and when fileName is empty. Also throws
+// SourceError when a file outside the data folder is not a picture. A result file could otherwise
+// name a private file. Any thread.
 std::optional<LogSource> OpenPhoto(const SourceFolders& folders, const std::string& name,
                                    const std::string& fileName);
 

@@ -15,9 +15,9 @@ struct RunValues {
     std::vector<std::string> photos;
 };
 
-// Reads the values from the result files among the sources, which are open. Reads the values as the
-// application does: a file that is not well-formed has no values, and a serial number of qelXml.xml
-// takes precedence. Throws LogCopyError when a file cannot be read. Any thread.
+// Reads the values from the result files among the sources, which are open. As for the application,
+// a file that is not well-formed has no values, and a serial number of qelXml.xml takes precedence.
+// Throws LogCopyError when a file cannot be read. Any thread.
 RunValues ReadRunValues(const std::vector<LogSource>& sources);
 
 }  // namespace quorvel::desktop

@@ -22,8 +22,8 @@ std::string CreateFolder(const File& parent, const std::string& name,
                          const std::function<void(const File& folder)>& fill);
 
 // Copies the file into the folder and syncs it to the device. Closes the source. Throws SourceError
-// when the file cannot be read, or when the storage rejects its name; the folder then has no part
-// of it.
+// when the file cannot be read, or when the storage rejects its name. The folder then contains no
+// part of the file.
 void CopyFile(LogSource& source, const File& folder);
 
 }  // namespace quorvel::desktop

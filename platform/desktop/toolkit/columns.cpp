@@ -100,7 +100,7 @@ void AppendName(std::string& text, std::string_view name) {
 }
 
 void AppendLine(std::string& text, const TableLine& line, const Widths& widths) {
-    // The first letter decides about the direction of a line.
+    // The first letter determines the direction of a line.
     text.append(HasRightToLeftLetter(line.name) ? kLeftToRightMark : "");
     for (std::size_t column = 0; column < widths.size(); ++column) {
         AppendNumber(text, line.numbers[column], widths[column]);

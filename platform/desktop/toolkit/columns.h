@@ -10,8 +10,8 @@ namespace quorvel::desktop {
 // belongs to the columns; other lines stay as they are. Spaces of the width of a digit make the
 // numbers of a column equally long. A tab of the toolkit has a fixed width. Takes linear time.
 //
-// A name in a right-to-left script stays in its column: the numbers stay at the left of the name,
-// and a number in brackets at the right.
+// A name in a right-to-left script stays in its column. The numbers stay at the left of the name. A
+// number in brackets stays at the right.
 //
 // The link option --wrap leads the calls of elm_object_part_text_set to columns.cpp, which aligns
 // the columns of each label. Any thread; the labels: main-loop thread.

@@ -10,9 +10,9 @@ namespace quorvel::desktop {
 
 namespace {
 
-// Reports the focus of a widget to the subclass. Reports wait for the end of a turn of the main
-// loop. The focus can change several times within a turn. Allocated with new; deletes itself with
-// the widget. Main-loop thread.
+// Reports the focus of a widget to the subclass. Reports wait for the end of an iteration of the
+// main loop, because the focus can change several times within an iteration. Allocated with new;
+// deletes itself with the widget. Main-loop thread.
 class FocusWatch {
 public:
     explicit FocusWatch(Evas_Object* widget);
@@ -24,20 +24,20 @@ protected:
     Evas_Object* const m_Widget;
 
 private:
-    // Called after the first turn of the main loop. Also called after each turn that moved the
-    // focus to, from or inside the widget. focused: whether the widget or a part of it has the
-    // focus. The value can be the same as in the last call.
+    // Called after the first iteration of the main loop. Also called after each iteration that
+    // moved the focus to, from or inside the widget. focused: whether the widget or a part of the
+    // widget has the focus. The value can be the same as in the last call.
     virtual void m_Report(bool focused) = 0;
 
     static void m_OnFocusChanged(void* data, const Efl_Event*);
-    static void m_OnTurnEnded(void* data);
+    static void m_OnIterationEnded(void* data);
     static void m_OnDeleted(void* data, Evas*, Evas_Object*, void*);
 
     Ecore_Job* m_Job;
 };
 
 FocusWatch::FocusWatch(Evas_Object* widget)
-    : m_Widget(widget), m_Job(ecore_job_add(m_OnTurnEnded, this)) {
+    : m_Widget(widget), m_Job(ecore_job_add(m_OnIterationEnded, this)) {
     efl_event_callback_add(widget, EFL_UI_FOCUS_OBJECT_EVENT_FOCUS_CHANGED, m_OnFocusChanged, this);
     efl_event_callback_add(widget, EFL_UI_FOCUS_OBJECT_EVENT_CHILD_FOCUS_CHANGED, m_OnFocusChanged,
                            this);
@@ -57,11 +57,11 @@ FocusWatch::~FocusWatch() {
 void FocusWatch::m_OnFocusChanged(void* data, const Efl_Event*) {
     auto* self = static_cast<FocusWatch*>(data);
     if (self->m_Job == nullptr) {
-        self->m_Job = ecore_job_add(m_OnTurnEnded, self);
+        self->m_Job = ecore_job_add(m_OnIterationEnded, self);
     }
 }
 
-void FocusWatch::m_OnTurnEnded(void* data) {
+void FocusWatch::m_OnIterationEnded(void* data) {
     auto* self = static_cast<FocusWatch*>(data);
     self->m_Job = nullptr;
     self->m_Report(elm_object_focus_get(self->m_Widget) != EINA_FALSE);
@@ -171,7 +171,7 @@ private:
         self->m_LastRow = row;
     }
 
-    // The toolkit has created the focused row again, which shows the focus of the list.
+    // A row that the toolkit creates again shows the focus, even if another widget has the focus.
     static void m_OnRealized(void* data, Evas_Object* list, void* row) {
         if (row == elm_object_focused_item_get(list) &&
             static_cast<ListFocus*>(data)->m_Away != Away::kNo) {
@@ -181,7 +181,7 @@ private:
     }
 
     Away m_Away = Away::kNo;
-    // The row of the last "item,focused". Only compared.
+    // The row of the last "item,focused". Compared, never dereferenced.
     const void* m_LastRow = nullptr;
 };
 
@@ -197,7 +197,7 @@ bool IsAtEnd(const Widgets& widgets) {
     return ScrollPosition(widgets.scroller) + height >= HeightOf(widgets.text);
 }
 
-// A list that focused its only row before the first frame names itself as the focused element.
+// A list whose only row got the focus before the first frame has itself as the focused element.
 // Every arrow key would then lead back into the list. The row is the previous element.
 void RestoreFocusedElement(Evas_Object* list) {
     if (efl_ui_focus_manager_focus_get(list) == list) {
@@ -213,9 +213,9 @@ void MoveToRow(Elm_Object_Item* row) {
     }
 }
 
-// Each of the following functions handles an arrow key. Returns false if the toolkit handles the
-// key. The toolkit moves the focus between neighbours, and remembers the way if the button gets
-// disabled.
+// Each of the following functions handles an arrow key. Returns false if the toolkit must handle
+// the key. The toolkit moves the focus between neighbours, and keeps a history for the case that
+// the button gets disabled.
 
 bool MoveInList(const Widgets& widgets, std::string_view key) {
     Elm_Object_Item* row = elm_object_focused_item_get(widgets.list);

@@ -1,6 +1,6 @@
 // The files of the pictures that the application shows. The path of a photo comes from a result
 // file and can be any text. The photo in the data folder replaces a photo whose path leads
-// elsewhere: the data folder of quorvel-view and a restored capture contain such photos. A user
+// elsewhere. The data folder of quorvel-view and a restored capture contain such photos. A user
 // cannot create mount points at the paths of the photos. Without namespaces, all processes would
 // see the mounts. The link option --wrap leads the application's calls of elm_image_file_set and
 // access to this file. elm_image_file_set: main-loop thread; access: any thread.

@@ -6,9 +6,9 @@
 // Limits the input of a PC to the keys of the set's remote control. Main-loop thread.
 namespace quorvel::desktop {
 
-// Returns the key that the toolkit gets for a key of the keyboard or of a remote control: arrow
-// keys unchanged, "Return" for every OK key, null for a key without a function. keyName is the
-// display system's name of the key.
+// Returns the key that the toolkit gets for a key of the keyboard or of a remote control. Returns
+// an arrow key unchanged, "Return" for every OK key, and null for a key without a function.
+// keyName: the display system's name of the key.
 const char* RemoteKey(std::string_view keyName);
 
 // Starts the filter: the toolkit gets only the keys of RemoteKey, without text and modifiers, and

@@ -49,7 +49,7 @@ void TakeFocus(Evas_Object* popup, Evas_Object* button) {
     elm_object_disabled_set(button, isDisabled);
 }
 
-// Gives the focus back before the turn of the main loop ends, so focus.cpp sees no change.
+// Gives the focus back before the iteration of the main loop ends, so focus.cpp sees no change.
 // isInList: the result of PauseFocus.
 void ResumeFocus(const Widgets& widgets, bool isInList) {
     Elm_Object_Item* row = isInList ? elm_object_focused_item_get(widgets.list) : nullptr;

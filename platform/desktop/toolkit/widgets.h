@@ -20,7 +20,7 @@ struct Widgets {
 
     Evas_Object* list = nullptr;
     // The labels of both information panels. The application also gives their style to the label of
-    // a missing photo, when the first row is focused.
+    // a missing photo, when the row of an "image" item gets the focus.
     std::vector<Evas_Object*> infoPanels;
     // The label of the detail panel, and the scroller around the label.
     Evas_Object* text = nullptr;

@@ -9,10 +9,10 @@
 // memory has no screen; the window then gets 1920x1080 pixels. Main-loop thread.
 namespace quorvel::desktop {
 
-// Returns the toolkit's scale for a window of this size in pixels: 2.0 for the set's 1920x1080, and
-// in proportion for other sizes, so that the whole layout fits. A side counts as 64 pixels at
-// least. The environment variable ELM_SCALE multiplies the scale by a number, which is limited to
-// 0.5 to 2.0. Any other value of the variable has no effect.
+// Returns the toolkit's scale for a window of this size in pixels. The scale is 2.0 for the set's
+// 1920x1080, and proportional for other sizes, so that the whole layout fits. A side counts as 64
+// pixels at least. The environment variable ELM_SCALE multiplies the scale by a number, which is
+// limited to 0.5 to 2.0. Any other value of the variable has no effect.
 double ScaleFor(int width, int height);
 
 // Returns the application's window; null before its creation and after its deletion.
