@@ -54,7 +54,7 @@ TEST_F(PhotosTest, ChoosesShortestUniqueFileName) {
     EXPECT_THAT(ChoosePhotoFiles({"/a/1.jpg", "/a/1.jpg"}, {}), ElementsAre("1.jpg", "1.jpg"));
 }
 
-TEST_F(PhotosTest, KeepsPlaceBelowDataFolder) {
+TEST_F(PhotosTest, ListsPathBelowDataFolderFirst) {
     EXPECT_EQ(ListPhotoPlaces(DataFolder() + "/capture/1.jpg").front(), "capture/1.jpg");
 }
 

@@ -180,7 +180,7 @@ INSTANTIATE_TEST_SUITE_P(Errors, LogCopyFaultTest,
 
 class LogCopyCleanupTest : public CopyFixture {};
 
-// The last call fails, so the folder already has its final name. A storage without space for the
+// The last sync fails, so the folder already has its final name. A storage without space for the
 // temporary name can still remove the folder.
 TEST_F(LogCopyCleanupTest, RemovesCopyWhenStorageIsFull) {
     FaultyFileIo good(m_Storage);

@@ -40,7 +40,7 @@ TEST(FocusTest, ShowsFrameAroundFocusedPanel) {
     EXPECT_EQ(StateOf(stage.scroller, "frame"), "default");
 }
 
-TEST(FocusTest, IgnoresFocusThatLeavesLabelInSameTurn) {
+TEST(FocusTest, IgnoresFocusThatLeavesLabelInSameIteration) {
     Stage stage;
     elm_object_focus_set(stage.label, EINA_TRUE);
     elm_object_focus_set(stage.button, EINA_TRUE);
