@@ -86,7 +86,7 @@ preload = f"LD_PRELOAD={build}/bench/libquorvel_frame_probe.so"
 
 
 def quorvel(measure, data):
-    return probe(measure, [build / "lay-data", "--private-tmp", data, "env", preload,
+    return probe(measure, [build / "mount-data", "--private-tmp", data, "env", preload,
                            build / "quorvel"])
 
 

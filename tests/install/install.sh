@@ -65,7 +65,7 @@ cmake --install "$build" --prefix "$prefix" --strip >"$work/log"
 
 share=$prefix/share/quorvel/resources
 for file in "$prefix/bin/quorvel" "$prefix/bin/quorvel-view" "$prefix/bin/quorvel-report" \
-    "$prefix/libexec/quorvel/lay-data" "$prefix/libexec/quorvel/quorvel-dialog"; do
+    "$prefix/libexec/quorvel/mount-data" "$prefix/libexec/quorvel/quorvel-dialog"; do
     [ -x "$file" ] || fail "$file: not installed"
 done
 for page in quorvel quorvel-view quorvel-report; do

@@ -30,7 +30,7 @@ begin() {
 
 # Runs shell commands, then the program on the data folder: [COMMANDS]
 launch() {
-    program_launch "$build/lay-data" --private-tmp "$data" sh -c "$1
+    program_launch "$build/mount-data" --private-tmp "$data" sh -c "$1
 exec \"\$0\"" "$build/quorvel"
 }
 
@@ -139,7 +139,7 @@ link_as_root() {
     : >"$desktop/log"
     mkdir "$desktop/usb"
     ln -s /etc/shadow "$data/qelXml.xml"
-    result=$(QUORVEL_USB_DIR=$desktop/usb "$build/lay-data" "$data" \
+    result=$(QUORVEL_USB_DIR=$desktop/usb "$build/mount-data" "$data" \
         "$build/tests/platform/log_writer" copy 2>"$desktop/log")
     [ "$result" = -1 ] || fail "the copy does not fail"
     [ -z "$(ls -A "$desktop/usb")" ] || fail "a file is on the storage"

@@ -52,7 +52,7 @@ open_run() {
     rm -rf "$work/data"
     cp -R "$1" "$work/data"
     shift
-    program_start "$build/lay-data" --private-tmp "$work/data" "$build/quorvel" "$@"
+    program_start "$build/mount-data" --private-tmp "$work/data" "$build/quorvel" "$@"
 }
 
 count_lines() {

@@ -91,7 +91,7 @@ names_pressed_item() {
 
 reports_missing_result_files() {
     mkdir "$work/no-files"
-    program_start "$build/lay-data" --private-tmp "$work/no-files" "$build/quorvel"
+    program_start "$build/mount-data" --private-tmp "$work/no-files" "$build/quorvel"
     has_lines 1 "$DATA: no qelXml.xml or qelRnscXml.xml found" || fail "the missing files are not logged"
     close_by_request
 }

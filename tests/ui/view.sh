@@ -32,7 +32,7 @@ has_no_copy() {
 # COMMANDS
 make_stand_in() {
     mkdir -p "$work/bin"
-    cp "$build/quorvel-view" "$build/lay-data" "$work/bin"
+    cp "$build/quorvel-view" "$build/mount-data" "$work/bin"
     printf '#!/bin/sh\ncd %s\n%s\n' "$DATA" "$1" >"$work/bin/quorvel"
     chmod 755 "$work/bin/quorvel"
 }

@@ -122,7 +122,7 @@ int Show(const runs::Run& run, const Options& options, bool fromDesktop) {
     setenv("QUORVEL_EXCEPTION_FILE", exceptionFile.c_str(), 1);
     setenv("QUORVEL_RUN_IDENTITY", run.identity.c_str(), 1);
     setenv("QUORVEL_RUN_PATH", runs::MakePrintable(fs::absolute(run.path)).c_str(), 1);
-    std::vector<std::string> words = {FindProgram("lay-data"), folder.Path(),
+    std::vector<std::string> words = {FindProgram("mount-data"), folder.Path(),
                                       FindProgram("quorvel")};
     for (const auto& [key, value] : options.request) {
         words.push_back(key);

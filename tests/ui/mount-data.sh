@@ -1,5 +1,5 @@
 #!/bin/sh
-# Tests lay-data: the mounted folder, the exit status, signals, and the state after the run. As root, the
+# Tests mount-data: the mounted folder, the exit status, signals, and the state after the run. As root, the
 # test runs the cases with and without namespaces.
 set -eu
 unset CDPATH
@@ -7,24 +7,24 @@ unset CDPATH
 umask 022
 
 root=$(cd -- "$(dirname -- "$0")/../.." && pwd)
-lay_data=$1/lay-data
+mount_data=$1/mount-data
 data=/opt/usr/home/owner/apps_rw/org.tizen.quorvel/data
 flag=/tmp/qel_first_execute
-work=$(mktemp -d "${TMPDIR:-/tmp}/quorvel-lay.XXXXXX")
+work=$(mktemp -d "${TMPDIR:-/tmp}/quorvel-mount.XXXXXX")
 trap 'rm -rf -- "$work"' EXIT
 newline='
 '
-# The command that runs lay-data without the permission to create namespaces.
+# The command that runs mount-data without the permission to create namespaces.
 without=
 
 fail() {
-    printf 'lay-data.sh: %s\n' "$*" >&2
+    printf 'mount-data.sh: %s\n' "$*" >&2
     exit 1
 }
 
-run_lay_data() {
+run_mount_data() {
     # shellcheck disable=SC2086 # the words of a command
-    $without "$lay_data" "$@"
+    $without "$mount_data" "$@"
 }
 
 # Prints the exit status of "$@".
@@ -37,14 +37,14 @@ status_of() {
 # --- The environment of a command -------------------------------------------------------------
 
 mounts_folder() {
-    [ "$(run_lay_data "$work/data" cat "$data/file")" = content ] || fail "the folder is not mounted"
-    run_lay_data "$work/data" sh -c "echo written >$data/new"
+    [ "$(run_mount_data "$work/data" cat "$data/file")" = content ] || fail "the folder is not mounted"
+    run_mount_data "$work/data" sh -c "echo written >$data/new"
     [ "$(cat "$work/data/new")" = written ] || fail "a written file is not in the folder"
     [ "$(readlink -f "$data")" != "$work/data" ] || fail "the folder remains at the fixed path"
 }
 
 mounts_copy() {
-    run_lay_data --copy "$work/data" sh -c "rm $data/file; echo counter >$data/num_of_launch"
+    run_mount_data --copy "$work/data" sh -c "rm $data/file; echo counter >$data/num_of_launch"
     [ -e "$work/data/file" ] || fail "the command removes a file of DIR"
     [ ! -e "$work/data/num_of_launch" ] || fail "the command writes to DIR"
 }
@@ -53,7 +53,7 @@ mounts_copy() {
 # quorvel prints this name.
 make_odd_folders() {
     mkdir -p "$work/elsewhere/run1" "$work/bin"
-    cp "$lay_data" "$(dirname -- "$lay_data")/quorvel-view" "$work/bin"
+    cp "$mount_data" "$(dirname -- "$mount_data")/quorvel-view" "$work/bin"
     printf '#!/bin/sh\nsed "s/<[^>]*>//g" %s/qelXml.xml\n' "$data" >"$work/bin/quorvel"
     chmod 755 "$work/bin/quorvel"
     for name in "$@"; do
@@ -74,14 +74,14 @@ prints_own_file() {
 mounts_folder_of_any_name() {
     make_odd_folders run1 - -- --copy ' a b' "run1$newline" "in${newline}ner"
     for name in run1 - ' a b'; do
-        prints_own_file run_lay_data "$name" cat "$data/file"
+        prints_own_file run_mount_data "$name" cat "$data/file"
     done
     for name in run1 - -- --copy ' a b' "run1$newline" "in${newline}ner"; do
         # shellcheck disable=SC2086 # the words of a command
         prints_own_file $without "$work/bin/quorvel-view" -- "$name" 2>/dev/null
     done
     for name in "run1$newline" "in${newline}ner"; do
-        if run_lay_data "$work/odd/$name" touch "$work/ran" 2>"$work/error"; then
+        if run_mount_data "$work/odd/$name" touch "$work/ran" 2>"$work/error"; then
             fail "$name: mounted without --copy"
         fi
         grep -q 'line break' "$work/error" || fail "$name: no message about the line break"
@@ -90,17 +90,17 @@ mounts_folder_of_any_name() {
     rm -r "$work/odd" "$work/elsewhere" "${work:?}/bin"
 }
 
-# Checks that lay-data rejects a partial copy of a result file, which a full disk can cause, and skips an
+# Checks that mount-data rejects a partial copy of a result file, which a full disk can cause, and skips an
 # unreadable file.
 rejects_partial_copy() {
     mkdir "$work/large"
     head -c 100000 /dev/zero >"$work/large/qelXml.xml"
     ln -s nothing "$work/large/photo.jpg"
-    if error=$(ulimit -f 1 && trap '' XFSZ && run_lay_data --copy "$work/large" true 2>&1); then
+    if error=$(ulimit -f 1 && trap '' XFSZ && run_mount_data --copy "$work/large" true 2>&1); then
         fail "a partial copy is mounted"
     fi
-    echo "$error" | grep -q '^lay-data: .*qelXml.xml' || fail "no message about the partial file: $error"
-    run_lay_data --copy "$work/large" cmp "$data/qelXml.xml" "$work/large/qelXml.xml" 2>/dev/null ||
+    echo "$error" | grep -q '^mount-data: .*qelXml.xml' || fail "no message about the partial file: $error"
+    run_mount_data --copy "$work/large" cmp "$data/qelXml.xml" "$work/large/qelXml.xml" 2>/dev/null ||
         fail "a folder with an unreadable file is not mounted"
     rm -r "$work/large"
 }
@@ -110,9 +110,9 @@ reports_long_copy() {
     mkdir "$work/storage" "$work/storage/folder"
     for size in 1100M 1000M; do
         truncate -s "$size" "$work/storage/folder/film"
-        run_lay_data --copy "$work/storage" true >"$work/error" 2>&1 || fail "a large folder is not mounted"
+        run_mount_data --copy "$work/storage" true >"$work/error" 2>&1 || fail "a large folder is not mounted"
         case $size in
-            1100M) [ "$(grep -c '^lay-data: copying 110[0-9] MiB to ' "$work/error")" -eq 1 ] ;;
+            1100M) [ "$(grep -c '^mount-data: copying 110[0-9] MiB to ' "$work/error")" -eq 1 ] ;;
             *) [ ! -s "$work/error" ] ;;
         esac || fail "$size: $(cat "$work/error")"
     done
@@ -133,7 +133,7 @@ start_long_copy() {
     rm -f "$work/cp"
     # shellcheck disable=SC2086 # the words of a command
     env --default-signal=INT PATH="$work/slow:$PATH" TMPDIR="$work/tmp" \
-        $without "$lay_data" --copy "$work/data" true &
+        $without "$mount_data" --copy "$work/data" true &
     wait_for_file "$work/cp"
 }
 
@@ -170,7 +170,7 @@ removes_copy_of_killed_run() {
     wait $! || true
     kill "$(cat "$work/cp")"
     [ -n "$(ls -A "$work/tmp")" ] || fail "the killed script has no copy"
-    TMPDIR="$work/tmp" run_lay_data --copy "$work/data" sh -c \
+    TMPDIR="$work/tmp" run_mount_data --copy "$work/data" sh -c \
         "[ \$(ls '$work/tmp' | wc -l) -eq 1 ]" || fail "the copy of the killed script remains"
     [ -z "$(ls -A "$work/tmp")" ] || fail "a copy remains"
     rm -r "$work/tmp" "$work/slow"
@@ -178,7 +178,7 @@ removes_copy_of_killed_run() {
 
 accepts_relative_tmpdir() {
     mkdir "$work/tmp"
-    [ "$(cd "$work" && TMPDIR=tmp && export TMPDIR && run_lay_data --copy data cat "$data/file")" = content ] ||
+    [ "$(cd "$work" && TMPDIR=tmp && export TMPDIR && run_mount_data --copy data cat "$data/file")" = content ] ||
         fail "a relative TMPDIR is rejected"
     [ -z "$(ls -A "$work/tmp")" ] || fail "a copy remains in a relative TMPDIR"
     rmdir "$work/tmp"
@@ -187,25 +187,25 @@ accepts_relative_tmpdir() {
 # Checks that the command does not see the real flag file, and that the flag file of the command is
 # private.
 keeps_flag_file_private() {
-    run_lay_data --private-tmp "$work/data" sh -c "[ ! -e $flag ] && echo $work >$flag && [ -d '$work' ]" ||
+    run_mount_data --private-tmp "$work/data" sh -c "[ ! -e $flag ] && echo $work >$flag && [ -d '$work' ]" ||
         fail "the real flag file is visible, or the folder of the test is not"
     ! grep -qsF "$work" "$flag" || fail "the flag file is not private"
 }
 
 keeps_working_folder_and_input() {
-    [ "$(cd "$work" && echo input | run_lay_data "$work/data" sh -c 'pwd && cat')" = "$work
+    [ "$(cd "$work" && echo input | run_mount_data "$work/data" sh -c 'pwd && cat')" = "$work
 input" ] || fail "wrong working folder or input"
 }
 
-# Runs lay-data with a closed standard input.
+# Runs mount-data with a closed standard input.
 runs_without_input() {
-    [ "$(run_lay_data "$work/data" cat - "$data/file" <&-)" = content ] || fail "fails with a closed input"
+    [ "$(run_mount_data "$work/data" cat - "$data/file" <&-)" = content ] || fail "fails with a closed input"
 }
 
 returns_exit_status() {
-    [ "$(status_of run_lay_data "$work/data" sh -c 'exit 7')" -eq 7 ] || fail "wrong status for an exit"
-    [ "$(status_of run_lay_data "$work/data" sh -c 'kill -TERM $$')" -eq 143 ] || fail "wrong status for a signal"
-    [ "$(status_of run_lay_data "$work/nothing" true 2>/dev/null)" -eq 1 ] || fail "a missing folder is not an error"
+    [ "$(status_of run_mount_data "$work/data" sh -c 'exit 7')" -eq 7 ] || fail "wrong status for an exit"
+    [ "$(status_of run_mount_data "$work/data" sh -c 'kill -TERM $$')" -eq 143 ] || fail "wrong status for a signal"
+    [ "$(status_of run_mount_data "$work/nothing" true 2>/dev/null)" -eq 1 ] || fail "a missing folder is not an error"
 }
 
 # --- Cases with signals ------------------------------------------------------------------------
@@ -225,7 +225,7 @@ forwards_signal() {
     # shellcheck disable=SC2016 # for the inner shell
     handler='trap "echo $1 >$2/got; exit 9" "$1"; touch "$2/up"; while :; do sleep 0.05; done'
     # shellcheck disable=SC2086 # the words of a command
-    env --default-signal=INT,QUIT $without "$lay_data" "$work/data" \
+    env --default-signal=INT,QUIT $without "$mount_data" "$work/data" \
         sh -c "$handler" sh "$1" "$work" &
     wait_for_file "$work/up"
     kill -s "$1" $!
@@ -242,7 +242,7 @@ is_running() {
 ends_with_script() {
     rm -f "$work/pid"
     # shellcheck disable=SC2016,SC2086 # for the inner shell; the words of a command
-    $without "$lay_data" "$work/data" sh -c 'echo $$ >"$1.new"; mv "$1.new" "$1"; exec sleep 600' \
+    $without "$mount_data" "$work/data" sh -c 'echo $$ >"$1.new"; mv "$1.new" "$1"; exec sleep 600' \
         sh "$work/pid" &
     wait_for_file "$work/pid"
     kill -KILL $!
@@ -256,23 +256,23 @@ ends_with_script() {
 
 # --- Cases without namespaces -----------------------------------------------------------------
 
-# A second script waits for the first script until LAY_DATA_WAIT.
+# A second script waits for the first script until MOUNT_DATA_WAIT.
 waits_for_other_run() {
     rm -f "$work/up"
-    run_lay_data "$work/data" sh -c "touch $work/up; while [ -e $work/up ]; do sleep 0.05; done" &
+    run_mount_data "$work/data" sh -c "touch $work/up; while [ -e $work/up ]; do sleep 0.05; done" &
     wait_for_file "$work/up"
-    if LAY_DATA_WAIT=0 run_lay_data "$work/data" true 2>"$work/error"; then
+    if MOUNT_DATA_WAIT=0 run_mount_data "$work/data" true 2>"$work/error"; then
         fail "two scripts run at the same time"
     fi
     grep -q 'in use by another process' "$work/error" || fail "no message about the other process"
     rm "$work/up"
     wait $! || fail "the first script fails"
-    run_lay_data "$work/data" true || fail "the path remains in use"
+    run_mount_data "$work/data" true || fail "the path remains in use"
 }
 
 rejects_existing_folder() {
     mkdir -p "$data"
-    if run_lay_data "$work/data" true 2>"$work/error"; then
+    if run_mount_data "$work/data" true 2>"$work/error"; then
         fail "an existing folder is replaced"
     fi
     grep -q "$data: exists" "$work/error" || fail "no message about the existing folder"
@@ -287,27 +287,27 @@ run_as_user() {
 # Opens the folder of the test to other users. Returns false if only root may enter TMPDIR.
 open_to_users() {
     chmod 711 "$work"
-    cp "$lay_data" "$work/lay-data"
-    run_as_user test -x "$work/lay-data"
+    cp "$mount_data" "$work/mount-data"
+    run_as_user test -x "$work/mount-data"
 }
 
 # Skips the case if the system does not permit namespaces to users.
 mounts_folder_for_user() {
     if run_as_user bwrap --dev-bind / / true 2>"$work/error"; then
-        [ "$(run_as_user "$work/lay-data" "$work/data" cat "$data/file")" = content ] ||
+        [ "$(run_as_user "$work/mount-data" "$work/data" cat "$data/file")" = content ] ||
             fail "the folder is not mounted for a user"
     else
-        echo "lay-data.sh: skipped: a user with namespaces: $(cat "$work/error")" >&2
+        echo "mount-data.sh: skipped: a user with namespaces: $(cat "$work/error")" >&2
     fi
 }
 
-# Runs lay-data inside a changed root folder, in which the kernel does not permit namespaces to
+# Runs mount-data inside a changed root folder, in which the kernel does not permit namespaces to
 # users.
 reports_remedy_to_user() {
     mkdir "$work/root"
     # shellcheck disable=SC2016 # for the inner shell
     inside='mount --rbind / "$1/root" && cd / &&
-        exec chroot --userspec=65534:65534 "$1/root" "$1/lay-data" "$1/data" true'
+        exec chroot --userspec=65534:65534 "$1/root" "$1/mount-data" "$1/data" true'
     if unshare --mount sh -c "$inside" sh "$work" 2>"$work/error"; then
         fail "a user without namespaces succeeds"
     fi
@@ -360,8 +360,8 @@ if [ "$(id -u)" -eq 0 ] && open_to_users; then
     mounts_folder_for_user
 fi
 if [ "$(id -u)" -eq 0 ] && unshare --mount true 2>/dev/null; then
-    unshare --mount "$root/tests/ui/lay-data.sh" "$1" without-namespaces
+    unshare --mount "$root/tests/ui/mount-data.sh" "$1" without-namespaces
     [ -z "$users" ] || reports_remedy_to_user
 else
-    echo "lay-data.sh: skipped: cases without namespaces, which need root" >&2
+    echo "mount-data.sh: skipped: cases without namespaces, which need root" >&2
 fi
