@@ -130,7 +130,7 @@ public:
         if (--m_Left.entries < 0) {
             throw ArchiveError("too many entries");
         }
-        m_LeaveUnread(entry);
+        m_CountUnread(entry);
         m_Entry = entry;
         return entry;
     }
@@ -150,10 +150,11 @@ public:
         int result = ARCHIVE_OK;
         while ((result = archive_read_data_block(m_Reader.get(), &block, &size, &offset)) ==
                ARCHIVE_OK) {
+            const long long counted = std::max(written, m_Unread);
             written += static_cast<long long>(size);
             // A sparse entry skips bytes.
             m_CheckSize(std::max<long long>(offset, written), limit);
-            m_Take(static_cast<long long>(size));
+            m_Take(std::max(written - counted, 0LL));
             out.seekp(offset).write(static_cast<const char*>(block),
                                     static_cast<std::streamsize>(size));
         }
@@ -188,19 +189,19 @@ private:
         }
     }
 
-    // libarchive unpacks an entry of a compressed tar even when the entry is left unread. In other
-    // formats it seeks.
-    void m_LeaveUnread(archive_entry* entry) {
+    // Counts the bytes of an entry of a compressed tar. libarchive unpacks these bytes even when
+    // the entry is left unread. In other formats, libarchive seeks.
+    void m_CountUnread(archive_entry* entry) {
         const bool seeks = archive_filter_count(m_Reader.get()) <= 1;
-        if (!seeks && archive_entry_size(entry) > 0) {
-            m_Take(archive_entry_size(entry));
-        }
+        m_Unread = seeks ? 0 : std::max<long long>(archive_entry_size(entry), 0);
+        m_Take(m_Unread);
     }
 
     Utf8Locale m_Locale;
     std::unique_ptr<archive, decltype(&archive_read_free)> m_Reader;
     Limits& m_Left;
     archive_entry* m_Entry = nullptr;  // the current entry; owned by m_Reader
+    long long m_Unread = 0;            // the bytes of the entry that m_CountUnread has counted
 };
 
 // Unpacks one archive. ReadArchive owns the object.

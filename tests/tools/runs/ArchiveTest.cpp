@@ -273,6 +273,20 @@ TEST_F(ArchiveTest, StopsAtLimitOfUnpackedBytes) {
     EXPECT_THAT(m_Problems, ElementsAre(HasSubstr("too much to unpack")));
 }
 
+// The reader unpacks each of these entries, also the entries that are left unread.
+TEST_F(ArchiveTest, CountsBytesOfCompressedArchiveOnce) {
+    const std::string run = ComposeMainFile("SN1", std::string(1 << 20, ' '));
+    {
+        ArchiveFile file(Path("a.tar.gz"));
+        file.AddZeros("zeros", 1 << 20);
+        file.Add("qelXml.xml", run);
+    }
+    m_Left.unpackedBytes = static_cast<long long>(run.size()) + (1 << 20);
+    EXPECT_THAT(Read("a.tar.gz"), SizeIs(1));
+    EXPECT_THAT(m_Problems, IsEmpty());
+    EXPECT_EQ(m_Left.unpackedBytes, 0);
+}
+
 // The reader can skip an entry of an uncompressed archive without unpacking.
 TEST_F(ArchiveTest, SkipsLargeEntriesOfUncompressedArchives) {
     m_Left.unpackedBytes = 2 << 20;
