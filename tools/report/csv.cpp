@@ -20,16 +20,7 @@ std::string Quote(const std::string& value) {
     return quoted + "\"";
 }
 
-std::string FindSerialNumber(const QELXmlParser& store) {
-    for (const auto& [name, value] : store.GetInformationValues()) {
-        if (name == "sn") {
-            return value;
-        }
-    }
-    return "";
-}
-
-// Empty for an item without a comparison.
+// Returns an empty text for an item without a comparison.
 std::string CountConflicts(const Analysis& analysis) {
     return analysis.lines.empty() ? "" : std::to_string(analysis.lines.size() - 1);
 }
@@ -43,7 +34,7 @@ public:
 
     void WriteRun(std::ostream& out, LoadedRun& run, unsigned int /*number*/) const override {
         const std::string prefix =
-            Quote(run.Source().path) + "," + Quote(FindSerialNumber(run.Store())) + ",";
+            Quote(run.Source().path) + "," + Quote(run.Source().serialNumber) + ",";
         for (unsigned int id = 0; id < run.Store().GetNumOfResult(); ++id) {
             const ResultItem& item = run.Store().GetFailedItems()[id];
             out << prefix << id;

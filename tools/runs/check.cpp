@@ -115,21 +115,21 @@ private:
     std::string m_Folder;
 };
 
-// Returns the value between two labels of a panel text, or up to the line end of the last label.
-std::string FindValue(const std::string& panel, const std::string& label, const std::string& next) {
-    const std::size_t start = panel.find(label);
-    if (start == std::string::npos) {
-        return {};
+// Returns the value of an element; an empty text without such a value.
+std::string FindValue(const SectionValues& values, const std::string& element) {
+    for (const auto& [name, value] : values) {
+        if (name == element) {
+            return value;
+        }
     }
-    const std::size_t first = start + label.size();
-    return panel.substr(first, panel.find("\n" + next, first) - first);
+    return {};
 }
 
 void ReadValues(Run& run, const QELXmlParser& store) {
-    const std::string information = store.GetInformation();
-    run.serialNumber = FindValue(information, "sn=", "model=");
-    run.model = FindValue(information, "\nmodel=", "option=");
-    run.startTime = FindValue(store.GetSummary(), "starttime=", "duration=");
+    const SectionValues information = store.GetInformationValues();
+    run.serialNumber = FindValue(information, "sn");
+    run.model = FindValue(information, "model");
+    run.startTime = FindValue(store.GetSummaryValues(), "starttime");
     run.items = store.GetNumOfResultAll();
     run.failedItems = store.GetNumOfResult();
 }

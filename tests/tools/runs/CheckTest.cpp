@@ -51,6 +51,14 @@ TEST_F(CheckTest, ReturnsValuesOfRun) {
     EXPECT_EQ(run.files[1].state, FileState::kRead);
 }
 
+TEST_F(CheckTest, ReturnsValueThatContainsLabelOfOtherValue) {
+    m_Folder.WriteRun("stick", "SN1\nmodel=other\nstarttime=", "2024\nduration=1");
+    const runs::Run run = Check();
+    EXPECT_EQ(run.serialNumber, "SN1\nmodel=other\nstarttime=");
+    EXPECT_EQ(run.model, "QE55");
+    EXPECT_EQ(run.startTime, "2024\nduration=1");
+}
+
 TEST_F(CheckTest, ReportsMissingFile) {
     m_Folder.WriteRun("stick", "SN1");
     const runs::Run run = Check();
