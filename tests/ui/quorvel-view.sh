@@ -300,7 +300,7 @@ reports_signal() {
         >"$work/malformed/qelXml.xml"
     expect_status 134 "$work/malformed"
     expect_error 'quorvel ended by signal 6'
-    expect_error 'item 1 (Audio): opcode "xyz" is not a hexadecimal number'
+    expect_error 'item 1 (Audio): opcode "xyz" is not a hexadecimal number up to 7FFFFFFF'
     ! grep -q Video "$work/err" || fail "the message names a valid item: $(cat "$work/err")"
     for code in 5 200; do
         make_stand_in "exit $code"

@@ -83,7 +83,7 @@ Analysis LoadedRun::Analyse(unsigned int id) {
     } catch (const std::invalid_argument&) {
         analysis.reason = "a code is not a hexadecimal number";
     } catch (const std::out_of_range&) {
-        analysis.reason = "a code does not fit 32 bits";
+        analysis.reason = "a code is out of range";
     }
     analysis.state = AnalysisState::kMalformed;
     return analysis;

@@ -15,7 +15,7 @@ namespace quorvel::report {
 enum class AnalysisState {
     kDone,
     kRefused,    // OK does not analyse the item
-    kMalformed,  // a code of the item is not a hexadecimal number, or does not fit an int
+    kMalformed,  // a code of the item is not a hexadecimal number up to 7FFFFFFF
 };
 
 // The result of the analysis of a failed item.

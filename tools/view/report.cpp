@@ -53,7 +53,7 @@ std::string DescribeMalformedCode(const QELXmlParser& store, QELAnalysisData& an
             return "item " + std::to_string(id + 1) + " (" +
                    runs::Shorten(store.GetResult(id, "name"), kMaxValueBytes) + "): " + key +
                    " \"" + runs::Shorten(store.GetResult(id, key), kMaxValueBytes) +
-                   "\" is not a hexadecimal number";
+                   "\" is not a hexadecimal number up to 7FFFFFFF";
         }
     }
     return {};

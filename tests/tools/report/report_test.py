@@ -502,6 +502,8 @@ class TextTest(ReportTest):
         folder = self.write_run("run", make_item("code", opcode="xy"), make_item("start", start="", opcode="11"))
         text = report(folder).stdout.decode()
         self.assertIn("warning: a code is not a hexadecimal number, so not analysed\n", text)
+        folder = self.write_run("large", make_item("code", opcode="80000000"))
+        self.assertIn("warning: a code is out of range, so not analysed\n", report(folder).stdout.decode())
         folder = self.write_run("other", make_item("start", start=""))
         self.assertIn("warning: a time, a thread or a code is missing", report(folder).stdout.decode())
 
