@@ -373,7 +373,7 @@ protected:
     void ConfirmAnalysis() {
         ASSERT_TRUE(WaitForFocus(QELPopupLoading::m_Button));
         EXPECT_EQ(TextOf(QELPopupLoading::m_PopupLabel),
-                  "<align=left left_margin=30 wrap=char>Analysis is completed.");
+                  kPopupContentPrefix + "Analysis is completed.");
         Key("Return");
         EXPECT_FALSE(IsVisible(QELPopupLoading::m_Popup));
         ASSERT_TRUE(WaitForFocus(ad.itemList));
@@ -410,11 +410,8 @@ TEST_F(QELAppScenarioTest, ShowsAnalysisTextAfterKeyPresses) {
                   "cable<br/>loose<br/>" +
                   orange + "<br/>1000<tab/>1500<tab/>Alpha(1)<br/>1200<tab/>1300<tab/>Gamma(02)" +
                   "<br/><br/>");
-    EXPECT_GT(PixelsOfDetail([](const Colour& c) { return c.red > 180 && c.green < 80; }), 50);
-    EXPECT_GT(PixelsOfDetail([](const Colour& c) {
-                  return c.red > 180 && c.green > 90 && c.green < 170 && c.blue < 80;
-              }),
-              50);
+    EXPECT_GT(PixelsOfDetail(IsRed), 50);
+    EXPECT_GT(PixelsOfDetail(IsOrange), 50);
 
     FakeLog::Clear();
     Key("Return");

@@ -41,10 +41,6 @@ protected:
         ToolkitCalls::Start();
     }
 
-    static bool WaitUntilPopupStops() {
-        return Screen::PumpUntil([] { return QELPopupLoading::m_Timer == nullptr; });
-    }
-
     // Runs a capture whose log copy returns the result, then presses OK in the popup.
     void CaptureAndConfirm(int result) {
         FakeServices::SetCopyResult(result);

@@ -10,6 +10,7 @@
 #include "QELItemList.h"
 #include "fakes/FailingNew.h"
 #include "fixtures/ScreenTest.h"
+#include "fixtures/Singletons.h"
 
 namespace {
 
@@ -22,14 +23,6 @@ const std::string kResultPrefix = "<align=left left_margin=20 wrap=char font_siz
 const std::string kRedPrefix = "<align=left left_margin=20 wrap=char font_size=15 color=#FF0000>";
 const std::string kOrangePrefix =
     "<align=left left_margin=20 wrap=char font_size=15 color=#FF8000>";
-
-bool IsRed(const Colour& colour) {
-    return colour.red > 180 && colour.green < 80 && colour.blue < 80;
-}
-
-bool IsOrange(const Colour& colour) {
-    return colour.red > 180 && colour.green > 90 && colour.green < 170 && colour.blue < 80;
-}
 
 // The toolkit's default theme draws light text on a dark background.
 bool IsLight(const Colour& colour) {
@@ -403,8 +396,7 @@ TEST_F(QELItemDetailViewStoreTest, ChecksAnalysisDataBeforeResultStore) {
 
 TEST_F(QELItemDetailViewStoreTest, ReturnsEmptyAnalysisTextWithoutResultStore) {
     QELAnalysisData::GetInstance();
-    delete QELXmlParser::m_qelXmlParser;
-    QELXmlParser::m_qelXmlParser = nullptr;
+    singletons::ResetResultStore();
     FakeLog::Clear();
     const FailingNew failing(1);
     EXPECT_EQ(QELItemDetailView::m_GetMarkupAnalyzeText(0), "");

@@ -63,10 +63,6 @@ protected:
 
     void Press(unsigned int index) { QELItemList::OnPress(&ad, ad.itemList, Row(index)); }
 
-    static bool WaitUntilPopupStops() {
-        return Screen::PumpUntil([] { return QELPopupLoading::m_Timer == nullptr; });
-    }
-
     // Returns the text that the row's callback returns for the part; no value for a null pointer.
     std::optional<std::string> TextFor(unsigned int index, const char* part = "elm.text") const {
         const std::unique_ptr<char, decltype(&std::free)> text(
@@ -441,17 +437,14 @@ TEST_F(QELItemListTest, DrawsIconLeftOfText) {
                        {250, 10, 10});
     FakeServices::SetResourceFolder(folder);
     Create();
-    const auto isRed = [](const Colour& colour) {
-        return colour.red > 200 && colour.green < 60 && colour.blue < 60;
-    };
     const Area list = Screen::AreaOf(ad.itemList);
     const auto drawsIcon = [&] {
-        return Screen::Render(ad.win).Count({list.x, list.y, 80, 80}, isRed) >= 30 * 30;
+        return Screen::Render(ad.win).Count({list.x, list.y, 80, 80}, IsRed) >= 30 * 30;
     };
     // The toolkit can load the icon after the first frame.
     EXPECT_TRUE(Screen::PumpUntil(drawsIcon));
     const Area rest = {list.x + 80, list.y, list.width - 80, list.height};
-    EXPECT_EQ(Screen::Render(ad.win).Count(rest, isRed), 0);
+    EXPECT_EQ(Screen::Render(ad.win).Count(rest, IsRed), 0);
 }
 
 TEST_F(QELItemListTest, LogsMissingIconFileAndReturnsEmptyImage) {
@@ -535,7 +528,7 @@ TEST_F(QELItemListTest, ShowsPopupBeforeWorkerStarts) {
     Press(0);
     EXPECT_TRUE(IsVisible(QELPopupLoading::m_Popup));
     EXPECT_EQ(title, "Analyze");
-    EXPECT_EQ(content, "<align=left left_margin=30 wrap=char>Analysis is in progress...");
+    EXPECT_EQ(content, kPopupContentPrefix + "Analysis is in progress...");
     EXPECT_EQ(messages.back(), "SetRunningFlag 1");
     EXPECT_EQ(FakeLog::Messages().front(), "an Item is pressed.");
     const std::vector<std::string> calls = ToolkitCalls::Take(
@@ -591,7 +584,7 @@ TEST_F(QELItemListTest, AnalysesPressedItemAndReportsCompletion) {
     EXPECT_TRUE(QELAnalysisData::GetInstance()->GetExcutedByUser(1));
     EXPECT_EQ(QELAnalysisData::GetInstance()->GetAnalysisData(1), "\n1000\t1500\tB(1)\n\n");
     EXPECT_EQ(TextOf(QELPopupLoading::m_PopupLabel),
-              "<align=left left_margin=30 wrap=char>Analysis is completed.");
+              kPopupContentPrefix + "Analysis is completed.");
 }
 
 TEST_F(QELItemListTest, ShowsNoPopupForRejectedItem) {
@@ -643,7 +636,6 @@ TEST_F(QELItemListTest, IgnoresPressWithoutAnalysisData) {
     AddFailed(AnalysableItem("A"));
     QELPopupLoading::GetInstance()->Create(&ad);
     Create();
-    FakeLog::Clear();
     const std::vector<Elm_Object_Item*> rows = {Row(0), nullptr};
     for (Elm_Object_Item* row : rows) {
         FakeLog::Clear();

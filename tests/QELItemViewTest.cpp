@@ -398,17 +398,14 @@ TEST_F(QELItemViewTest, DrawsPhotoOverWholeItemView) {
     AddFailed(ImageItem(m_PhotoPath));
     CreateWithList();
     Update(0);
-    const auto isRed = [](const Colour& colour) {
-        return colour.red > 200 && colour.green < 80 && colour.blue < 80;
-    };
     const Area view = Screen::AreaOf(ad.itemLabel);
     EXPECT_EQ(Screen::AreaOf(ad.itemImage), view);
     // The photo is a square and keeps its aspect ratio. The toolkit can load the photo after the
     // first frame.
     EXPECT_TRUE(Screen::PumpUntil([&] {
-        return Screen::Render(ad.win).Count(view, isRed) > view.height * view.height * 9 / 10;
+        return Screen::Render(ad.win).Count(view, IsRed) > view.height * view.height * 9 / 10;
     }));
-    EXPECT_EQ(Screen::Render(ad.win).Count({0, 0, view.x, Screen::kHeight}, isRed), 0);
+    EXPECT_EQ(Screen::Render(ad.win).Count({0, 0, view.x, Screen::kHeight}, IsRed), 0);
 }
 
 TEST_F(QELItemViewTest, ShowsGreyTextForMissingPhoto) {

@@ -60,9 +60,9 @@ protected:
     }
 
     bool WaitUntilStopped() {
-        const bool ended = Screen::PumpUntil([] { return QELPopupLoading::m_Timer == nullptr; });
+        const bool isStopped = WaitUntilPopupStops();
         Screen::ProcessEvents(ad.win);
-        return ended;
+        return isStopped;
     }
 
     ToolkitCalls::Names AllNames() const {

@@ -537,11 +537,7 @@ TEST_F(QELWindowTest, DrawsPhotoThroughDetailPanelForImageItem) {
     Create();
     Screen::ProcessEvents(ad.win);
     const Area panel = Screen::AreaOf(QELItemDetailView::m_bgItemDetailView);
-    const auto redPixels = [&] {
-        return Screen::Render(ad.win).Count(panel, [](const Colour& colour) {
-            return colour.red > 200 && colour.green < 80 && colour.blue < 80;
-        });
-    };
+    const auto redPixels = [&] { return Screen::Render(ad.win).Count(panel, IsRed); };
     Screen::Press(ad.win, "Down");
     EXPECT_FALSE(IsVisible(ad.detailLabel));
     EXPECT_FALSE(IsVisible(ad.infoLabelLeft));
