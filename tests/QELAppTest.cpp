@@ -40,10 +40,6 @@ protected:
 
 // --- Tests of s_Create
 
-TEST_F(QELAppTest, StartsWithoutWindow) {
-    EXPECT_FALSE(HasWindow());
-}
-
 TEST_F(QELAppTest, CreatesWindow) {
     EXPECT_TRUE(QELApp::s_Create(&ad));
     EXPECT_TRUE(HasWindow());
@@ -82,6 +78,7 @@ TEST_F(QELAppTest, CreatesWindowAfterFailedCreate) {
     {
         const FailingNew failing(1);
         EXPECT_FALSE(QELApp::s_Create(&ad));
+        EXPECT_TRUE(failing.HasFailed());
     }
     EXPECT_TRUE(QELApp::s_Create(&ad));
     EXPECT_TRUE(HasWindow());

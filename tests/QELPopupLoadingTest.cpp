@@ -272,8 +272,10 @@ TEST_F(QELPopupLoadingTest, ReportsFirstMissingWidgetOnShowAndHide) {
 
 TEST_F(QELPopupLoadingTest, HidesWithoutAppData) {
     Create();
+    m_PopupLoading->Show();
     m_PopupLoading->m_AppData = nullptr;
     m_PopupLoading->Hide();
+    EXPECT_FALSE(IsPopupVisible());
     EXPECT_THAT(FakeLog::Lines(), IsEmpty());
 }
 

@@ -174,7 +174,7 @@ TEST_F(QELXmlParserBadInputTest, ReportsFolderInPlaceOfMainFile) {
 TEST_F(QELXmlParserBadInputTest, ReadsMainFileWhenRnscFileIsFolder) {
     fs::create_directory(PrivateData::RnscFile());
     PrivateData::WriteMain(xml::DocumentOf({{{"name", "A"}}}));
-    Store().ParseFile();
+    EXPECT_FALSE(Store().ParseFile());
     EXPECT_THAT(
         FakeLog::Errors(),
         ElementsAre(ErrorLine(MakeExpectedReport(PrivateData::RnscFile()), kXmlParserSource)));
