@@ -115,9 +115,13 @@ TEST_F(MainLoopTest, WaitsUntilLogCopyIsCounted) {
 }
 
 TEST_F(MainLoopTest, StopsUncountedLogCopyAfterTwoSeconds) {
+    const auto start = std::chrono::steady_clock::now();
     const auto app = Start({"EXEPARAM=COPY_COUNT_AND_CLOSE"});
     app->Proceed();
     EXPECT_EQ(app->Exit(), 0);
+    const auto taken = std::chrono::steady_clock::now() - start;
+    EXPECT_GE(taken, std::chrono::seconds(2));
+    EXPECT_LT(taken, std::chrono::seconds(2) + kSpareTime);
     EXPECT_EQ(Count("counted"), 0);
     EXPECT_THAT(Errors(*app), ElementsAre("shutdown stops a capture after its log copy; its "
                                           "counter may be too low"));

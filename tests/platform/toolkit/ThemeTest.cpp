@@ -202,9 +202,13 @@ TEST(ThemeTest, DrawsNoPointer) {
 
 TEST(ThemeTest, HidesPopupImmediately) {
     Stage stage;
+    const auto isBright = [](const Colour& colour) { return Brightness(colour) > 100; };
+    const Area screen{0, 0, Screen::kWidth, Screen::kHeight};
+    const int before = Screen::Render(stage.window).Count(screen, isBright);
     stage.ShowPopup(false);
+    EXPECT_NE(Screen::Render(stage.window).Count(screen, isBright), before);
     evas_object_hide(stage.popup);
-    EXPECT_FALSE(evas_object_visible_get(stage.popup));
+    EXPECT_EQ(Screen::Render(stage.window).Count(screen, isBright), before);
 }
 
 TEST(ThemeTest, TurnsLoaderWhileWorkerRuns) {
