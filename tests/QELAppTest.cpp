@@ -126,7 +126,7 @@ TEST_F(QELAppTest, CreatesCounterAndFlagFileOnFirstRequest) {
     EXPECT_FALSE(IsCloseRequested());
 }
 
-TEST_F(QELAppTest, CountsAndTruncatesFlagFileOnFurtherRequests) {
+TEST_F(QELAppTest, IncrementsCounterAndTruncatesFlagFileOnFurtherRequests) {
     QELApp::s_Control(FakeApp::Request({}), &ad);
     for (const char* count : {"2\n", "3\n"}) {
         std::ofstream(kFlagFile) << "old";

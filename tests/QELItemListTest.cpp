@@ -478,7 +478,7 @@ TEST_F(QELItemListTest, MultipliesIconSizeByScale) {
 
 // The toolkit logs an error for this call, because the icon is a widget and not an image object.
 // The application still makes the call.
-TEST_F(QELItemListTest, EnablesAlphaOfEveryIcon) {
+TEST_F(QELItemListTest, RequestsAlphaForEveryIcon) {
     AddFailed(ItemOfType("bt", "N"));
     m_List.Create(&ad);
     for (const char* folder : {"/no/where", "/else/where"}) {

@@ -251,7 +251,7 @@ TEST_F(QELItemViewTest, DrawsRightPanelTextAfterLeftMargin) {
     EXPECT_EQ(picture.Count({right.x, right.y, 20, right.height}, isBright), 0);
 }
 
-TEST_F(QELItemViewTest, ShowsOnlyPrefixForUnknownLocation) {
+TEST_F(QELItemViewTest, ShowsOnlyPrefixAtOtherLocations) {
     Create();
     for (const int location : {5, 0}) {
         FakeLog::Clear();
