@@ -81,7 +81,7 @@ std::string AnalysisOf(unsigned int id) {
     }
 }
 
-void Judge(QELAnalysisData& data, unsigned int id) {
+void QueryValidity(QELAnalysisData& data, unsigned int id) {
     try {
         data.IsValid(id);
     } catch (const std::invalid_argument&) {
@@ -117,7 +117,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     }
     // The last id of the loop does not exist.
     for (unsigned int id = 0; id <= store.GetNumOfResult(); ++id) {
-        Judge(*QELAnalysisData::GetInstance(), id);
+        QueryValidity(*QELAnalysisData::GetInstance(), id);
         CheckAnalysis(store, id);
     }
     return 0;
