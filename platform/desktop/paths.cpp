@@ -12,7 +12,7 @@ namespace quorvel::desktop {
 namespace {
 
 std::string HomeOfAccount() {
-    // No account needs as much text.
+    // More bytes than the entry of an account needs.
     std::array<char, 16384> text{};
     passwd entry{};
     passwd* found = nullptr;

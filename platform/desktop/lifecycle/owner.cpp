@@ -94,7 +94,7 @@ bool IsLockFree(const std::string& folder) {
 }
 
 // Returns what the lock file contains. Returns no value for an entry of an ended process: the new
-// owner has not yet written its own.
+// owner has not yet written its own entry.
 std::optional<Owner> ReadOwner(const std::string& folder) {
     std::ifstream lock(LockPath(folder));
     Owner owner;

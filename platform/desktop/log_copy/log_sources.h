@@ -16,7 +16,7 @@ struct LogSource {
     std::string name;
     std::string path;
     struct stat status;        // when the file was found; st_size is the number of bytes to copy
-    std::optional<File> file;  // open for reading; no value for an old log
+    std::optional<File> file;  // open for reading; no value for an older log
 };
 
 // Whether a link to a file outside its folder is followed or makes the copy fail.
@@ -31,9 +31,10 @@ struct SourceFolders {
 
 // Finds the existing files of a copy: the log, the rotated logs and quorvel.start.log in the state
 // folder, and the result files in the data folder. All files that a rotation can change are opened
-// before the first copy, so that a rotation during the copy changes nothing. Old logs are not kept
-// open, since a folder may contain more logs than this process may open. Throws LogCopyError when
-// an existing file cannot be read, when a link is rejected and when no file exists. Any thread.
+// before the first copy, so that a rotation during the copy changes nothing. Older logs are not
+// kept open, since a folder may contain more logs than this process may open. Throws LogCopyError
+// when an existing file cannot be read, when a link is rejected and when no file exists. Any
+// thread.
 std::vector<LogSource> OpenLogSources(const SourceFolders& folders);
 
 // Opens the photo that the application shows for the name: the photo in the data folder, see
@@ -45,8 +46,8 @@ std::vector<LogSource> OpenLogSources(const SourceFolders& folders);
 std::optional<LogSource> OpenPhoto(const SourceFolders& folders, const std::string& name,
                                    const std::string& fileName);
 
-// Returns the open file of the source, which no longer has it. Opens an old log. Throws SourceError
-// when the file cannot be opened, or when the path has another file now.
+// Moves the open file out of the source. Opens an older log first. Throws SourceError when the file
+// cannot be opened, or when the path has another file now.
 File TakeFile(LogSource& source);
 
 }  // namespace quorvel::desktop

@@ -19,7 +19,7 @@ struct Mount {
 // The storage to copy to.
 struct UsbStorage {
     std::string folder;
-    // Mount that must be found at the folder; no value for a folder that replaces a device.
+    // The mount that must be at the folder; no value for the folder in QUORVEL_USB_DIR.
     std::optional<std::uint64_t> mountId;
 };
 

@@ -41,7 +41,7 @@ struct FileOperation {
 
 struct PerformedCall {
     FileCall call;
-    std::string path;     // of the file or folder; for kRename the old one
+    std::string path;     // of the file or folder; for kRename the old path
     std::string newPath;  // for kRename
 };
 

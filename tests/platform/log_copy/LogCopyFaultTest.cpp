@@ -70,7 +70,7 @@ protected:
         return io.Performed();
     }
 
-    // Returns whether the copy succeeds when the call fails. Such calls list left-overs or close a
+    // Returns whether the copy succeeds when the call fails. Such calls list leftovers or close a
     // file that was only read.
     bool IsOptional(const PerformedCall& performed) const {
         if (performed.call == FileCall::kList) {
@@ -101,7 +101,7 @@ protected:
         EXPECT_TRUE(tree == Before() || tree == After()) << testing::PrintToString(tree);
     }
 
-    // Expects that the next copy succeeds and removes the left-overs.
+    // Expects that the next copy succeeds and removes the leftovers.
     void ExpectNextCopySucceeds() {
         const bool wasKept = OnStorage().count(m_CopyName + "/") != 0;
         EXPECT_EQ(Run(), 0);
