@@ -31,7 +31,7 @@ bool AddOverlay(const Overlay& overlay) {
     if (found != nullptr && path == found) {
         return true;
     }
-    LogError("the theme cannot be used: " + path);
+    LogError(path + ": theme missing or invalid; check QUORVEL_RESOURCES or install quorvel again");
     return false;
 }
 

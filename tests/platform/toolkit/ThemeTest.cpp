@@ -77,7 +77,9 @@ TEST(ThemeTest, RejectsInvalidThemeFile) {
         EXPECT_FALSE(AddTheme());
         RemoveTheme();
     }
-    EXPECT_THAT(log.Messages(), ElementsAre("the theme cannot be used: " + file.string()));
+    EXPECT_THAT(log.Messages(),
+                ElementsAre(file.string() + ": theme missing or invalid; check QUORVEL_RESOURCES "
+                                            "or install quorvel again"));
     EXPECT_TRUE(AddTheme());
 }
 
