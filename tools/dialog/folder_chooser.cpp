@@ -22,8 +22,8 @@ constexpr const char* kRequest = "org.freedesktop.portal.Request";
 constexpr std::uint32_t kAnswered = 0;
 constexpr std::uint32_t kCancelledByUser = 1;
 
-// Returns the path of a file: URI; an empty text for an invalid or any other URI. efreet_uri_decode
-// would read beyond a text that ends with "%".
+// Returns the path of a file: URI; an empty text for an invalid or any other URI. Does not use
+// efreet_uri_decode, which reads beyond a text that ends with "%".
 std::string PathOfUri(const std::string& uri) {
     const std::string scheme = "file://";
     const auto start = uri.find('/', scheme.size());
@@ -82,13 +82,14 @@ void OnResponse(void* data, const Eldbus_Message* message) {
     ecore_main_loop_quit();
 }
 
-// Handles the reply of the portal: the dialog is open, or an error.
+// Handles the reply to the request. After an error, no response follows.
 void OnOpened(void* /*data*/, const Eldbus_Message* message, Eldbus_Pending* /*call*/) {
     if (eldbus_message_error_get(message, nullptr, nullptr)) {
         ecore_main_loop_quit();
     }
 }
 
+// Ends the main loop when the portal disappears from the bus.
 void OnOwnerChanged(void* /*data*/, const char* /*bus*/, const char* /*before*/,
                     const char* after) {
     if (after == nullptr || after[0] == '\0') {
@@ -119,8 +120,8 @@ void SendRequest(Eldbus_Connection* connection, const char* title) {
 
 Choice Ask(Eldbus_Connection* connection, const char* title, std::string& path) {
     Answer answer;
-    // Needs no path of a request: the portal sends the response only to the caller, and this
-    // process has one request.
+    // The handler accepts any object path. The portal sends the response only to the caller, and
+    // this process has one request.
     Eldbus_Signal_Handler* response = eldbus_signal_handler_add(connection, kBus, nullptr, kRequest,
                                                                 "Response", OnResponse, &answer);
     eldbus_name_owner_changed_callback_add(connection, kBus, OnOwnerChanged, nullptr, EINA_FALSE);
@@ -132,7 +133,7 @@ Choice Ask(Eldbus_Connection* connection, const char* title, std::string& path) 
     return answer.choice;
 }
 
-// Without a session bus, the library would start a bus that no program of the desktop uses.
+// Without a session bus, Eldbus would start a bus that no program of the desktop uses.
 bool HasSessionBus() {
     const char* folder = std::getenv("XDG_RUNTIME_DIR");
     return std::getenv("DBUS_SESSION_BUS_ADDRESS") != nullptr ||

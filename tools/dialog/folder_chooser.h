@@ -8,7 +8,7 @@ namespace quorvel::dialog {
 enum class Choice {
     kChosen,
     kCancelled,    // by the user
-    kUnavailable,  // the desktop has no folder chooser
+    kUnavailable,  // the desktop has no folder chooser, or an error occurred
 };
 
 // Lets the user choose a folder with the file chooser of the desktop portal

@@ -15,6 +15,7 @@ namespace quorvel::dialog {
 
 namespace {
 
+// The exit statuses. quorvel-view uses kSuccess and kCancelled.
 enum Status : int { kSuccess, kCancelled, kUnavailable };
 
 constexpr const char* kTitle = "Open a factory test run";
@@ -48,7 +49,8 @@ int Run(int argc, char** argv) {
 }  // namespace quorvel::dialog
 
 int main(int argc, char** argv) {
-    // No stack traces in the toolkit's messages, and no modules for power and time zones.
+    // Removes stack traces from the toolkit's messages, and loads no modules for power and time
+    // zones.
     setenv("EINA_LOG_BACKTRACE", "-1", 0);
     setenv("ECORE_NO_SYSTEM_MODULES", "1", 0);
     return quorvel::dialog::Run(argc, argv);

@@ -5,8 +5,8 @@
 
 namespace quorvel::dialog {
 
-// Shows the text in a window until the user closes the window or presses OK. Control characters
-// except line breaks are not shown. Returns whether the display has opened the window.
+// Shows the text in a window until the user closes the window or presses OK. The text is UTF-8 and
+// can have several lines. Returns whether the display has opened the window.
 bool ShowMessage(const std::string& text);
 
 }  // namespace quorvel::dialog

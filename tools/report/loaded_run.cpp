@@ -89,8 +89,8 @@ Analysis LoadedRun::Analyse(unsigned int id) {
     return analysis;
 }
 
-// Both lists have the same order, and of equal items either all or no item failed. The failed item
-// is therefore the first equal item after the last match.
+// Both lists have the same order, and equal items have the same result. A failed item is therefore
+// the first equal item after the previous match.
 std::vector<unsigned int> LoadedRun::FindFailedPositions() const {
     const std::vector<ResultItem>& failed = m_Store.GetFailedItems();
     const std::vector<ResultItem>& all = m_Store.GetAllItems();

@@ -35,8 +35,8 @@ struct Slot {
     QELTimeWindow_s window{};  // the time window that the analysis compares
 };
 
-// One run in the result store of this process, which exists once. Only one object may exist at a
-// time. One thread.
+// One run, read into the only result store of this process. Only one object may exist at a time.
+// One thread.
 class LoadedRun {
 public:
     // Reads the files of the run into the store and completes the values of the run.
@@ -53,8 +53,8 @@ public:
 
     // Returns for each failed item its index in the list of all items.
     std::vector<unsigned int> FindFailedPositions() const;
-    // i: the index in the list of all items. Returns no value when the item lacks a time or the
-    // thread.
+    // i: the index in the list of all items. Returns no value when a time or the thread of the item
+    // is missing or invalid.
     std::optional<Slot> FindSlot(unsigned int i) const;
 
     // Returns the size of a result file in bytes; no value when it cannot be read.
@@ -72,7 +72,7 @@ private:
 // Returns the value of the key; an empty text when the item has no such value.
 const std::string& ValueOf(const ResultItem& item, const char* key);
 
-// Returns the state as the JSON output has it.
+// Returns the name of the state in a report.
 const char* NameOf(runs::FileState state);
 
 // Returns one line for each problem that makes the result incomplete: an unreadable or damaged

@@ -14,7 +14,8 @@
 
 namespace {
 
-// A file that is opened later must not become a standard stream.
+// Opens the closed standard streams, so that a file that is opened later does not get their
+// numbers.
 void OpenClosedStreams() {
     int descriptor = 0;
     do {
@@ -32,10 +33,11 @@ int main(int argc, char** argv) {
     quorvel::report::UseXmlMemory();
     // mbrtowc and wcwidth need a UTF-8 locale. The user's locale has no effect on the report.
     std::setlocale(LC_CTYPE, "C.UTF-8");
-    // A write to a closed pipe, or beyond a limit on the size of files, fails instead.
+    // A write to a closed pipe, or beyond a limit on the size of files, then fails and does not end
+    // the process.
     std::signal(SIGPIPE, SIG_IGN);
     std::signal(SIGXFSZ, SIG_IGN);
-    // The report lists the problems of a file with its run.
+    // The function is empty, because the report lists the problems of a file with its run.
     quorvel::desktop::LimitXmlInput([](const std::string&) {});
     return quorvel::report::WriteReport(quorvel::report::ParseOptions(argc, argv));
 }

@@ -39,7 +39,7 @@ void SetMode(int descriptor, const std::string& path) {
     fchmod(descriptor, 0666U & ~mask);
 }
 
-// The temporary file that a signal removes; empty without one. The handler reads it.
+// The path of the temporary file that OnSignal removes; empty without such a file.
 std::array<char, PATH_MAX> g_RemovedFile{};
 
 void OnSignal(int number) {

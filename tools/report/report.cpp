@@ -83,7 +83,7 @@ int WriteFound(const Options& options, const Found& found) {
     WriteRuns(*format, found.runs, options.jobs, output.Stream(), [&](const RunResult& result) {
         Add(result, totals);
         if (!result.problems.empty()) {
-            // A terminal that shows both then shows the problems after their run.
+            // A terminal that shows the report too then shows the problems after their run.
             output.Stream().flush();
         }
         for (const std::string& problem : result.problems) {

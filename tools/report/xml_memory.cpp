@@ -13,10 +13,10 @@ namespace quorvel::report {
 namespace {
 
 constexpr std::size_t kUnit = 16;
-constexpr std::size_t kSmallUnits = 32;  // larger blocks come from malloc
+constexpr std::size_t kSmallUnits = 32;  // blocks with as many or more units come from malloc
 constexpr std::size_t kChunkBytes = std::size_t{1} << 18;
 
-// Precedes each block. No data of libxml2 needs a larger alignment.
+// Precedes each block. No data of libxml2 needs a larger alignment than this record.
 struct Head {
     std::size_t units;
 };

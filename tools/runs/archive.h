@@ -12,12 +12,13 @@ namespace quorvel::runs {
 bool IsArchive(const std::string& name);
 
 // Returns the runs in the archive, checked. Unpacks only the result files and the photos that they
-// name, into a temporary folder. Entries outside the archive's own folders ("..", absolute names),
-// links and devices are never unpacked.
-// Subtracts the entries and bytes that it reads from left.
-// Adds a line to problems when the archive cannot be read to its end; a result file that is not
-// found in such an archive is unreadable, not missing. Adds a line and returns no run when the
-// temporary folder cannot be written.
+// name, into a temporary folder. Never unpacks links and devices, nor entries whose names are
+// absolute or contain "..".
+//
+// left: the remaining limits. The function subtracts the entries and bytes that it reads.
+// problems: gets a line when the archive cannot be read to its end. A result file that is not found
+// in such an archive is unreadable, not missing. When the temporary folder cannot be written,
+// problems gets a line, and no run is returned.
 std::vector<Run> ReadArchive(const std::string& path, Limits& left,
                              std::vector<std::string>& problems);
 

@@ -42,8 +42,8 @@ void RejectUnopened(ResultFile& file, int error) {
     }
 }
 
-// Checks the file without reading its content, and adds to the identity and the time of the run.
-// Returns whether the file can be parsed.
+// Checks the file without reading its content. Adds the file to the identity and the time of the
+// run. Returns whether the file can be parsed.
 bool Inspect(ResultFile& file, int folder, std::string& identity, std::time_t& time) {
     const Descriptor opened(openat(folder, file.name.c_str(),
                                    O_RDONLY | O_NONBLOCK | O_NOFOLLOW | O_NOCTTY | O_CLOEXEC));

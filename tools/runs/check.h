@@ -18,7 +18,8 @@ bool IsUnfinished(const std::string& name);
 std::string Identify(const struct stat& status);
 
 // Reads the result files in run.folder and sets the states of the files and the values of the run.
-// Sets run.identity unless it is set. A file that already has the state kUnreadable keeps it.
+// Sets run.identity if it is empty. Only files in the state kMissing are checked; other files keep
+// their states. When the folder cannot be opened, both files get the state kUnreadable.
 void CheckRun(Run& run);
 // Does the same, and keeps the values of the files in the store.
 void CheckRun(Run& run, QELXmlParser& store);

@@ -56,8 +56,8 @@ Character Decode(std::string_view text) {
     return IsCode(code, size) ? Character{code, size} : Character{};
 }
 
-// False for control characters, line and paragraph separators, and characters that embed, override
-// or isolate a direction of text.
+// Returns false for control characters, line and paragraph separators, and characters that embed,
+// override or isolate a direction of text.
 bool IsPrintable(char32_t code) {
     const bool isControl = code < 0x20 || (code >= 0x7F && code < 0xA0);
     const bool isDirection =
@@ -65,6 +65,8 @@ bool IsPrintable(char32_t code) {
     return !isControl && !isDirection;
 }
 
+// Replaces each byte that is not UTF-8 by kReplacement, and each character that isAccepted rejects
+// by '?'.
 template <typename IsAccepted>
 std::string Convert(std::string_view text, const IsAccepted& isAccepted) {
     std::string result;

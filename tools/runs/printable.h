@@ -8,6 +8,7 @@
 namespace quorvel::runs {
 
 // Returns the text, or its beginning and "..." in at most maxBytes bytes. Cuts no UTF-8 character.
+// maxBytes is at least 3.
 std::string Shorten(const std::string& text, std::size_t maxBytes);
 
 // Returns the text with each byte that is not UTF-8 replaced by U+FFFD.

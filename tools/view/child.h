@@ -11,10 +11,11 @@ namespace quorvel::view {
 // missing.
 std::string FindProgram(const std::string& name);
 
-// Runs a program and waits for its end. SIGHUP, SIGINT, SIGQUIT and SIGTERM are passed on to the
-// program, except signals that this process ignores. The program gets SIGTERM when this process is
-// killed. Returns the exit status, or 128 plus the number of the signal that ended the program.
-// Call from a process with one thread.
+// Runs a program and waits for its end. words: the path of the program, and its arguments. SIGHUP,
+// SIGINT, SIGQUIT and SIGTERM are passed on to the program, except signals that this process
+// ignores. The program gets SIGTERM when this process ends. Returns the exit status, 128 plus the
+// number of the signal that ended the program, or 127 when the program cannot be started. Call from
+// a process with one thread.
 int RunProgram(std::vector<std::string> words);
 
 }  // namespace quorvel::view

@@ -15,7 +15,7 @@ namespace quorvel::view {
 namespace {
 
 constexpr const char* kDialog = "quorvel-dialog";
-// The status of quorvel-dialog when the user has closed the dialog.
+// The status of quorvel-dialog when the user has cancelled the dialog.
 constexpr int kCancelled = 1;
 
 bool IsSet(const char* variable) {

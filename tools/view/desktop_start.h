@@ -18,7 +18,7 @@ bool IsDesktopStart();
 // folder chooser: returns an empty text too, and reports how to open a folder.
 std::string AskForFolder();
 
-// Shows the lines that were reported since the last call on the display, until the user closes the
+// Shows a window with the lines that were reported since the last call, until the user closes the
 // window. Does nothing without such a line.
 void ShowReports();
 

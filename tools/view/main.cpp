@@ -32,7 +32,7 @@ namespace fs = std::filesystem;
 // The exit statuses. kSignal is added to the number of the signal that ended quorvel.
 enum Status : int { kSuccess, kNoRun, kUsage, kOtherRun, kSignal = 128 };
 
-// The owner's time for a launch request, and for its shutdown.
+// The timeout of a launch request, and of the owner's shutdown.
 constexpr std::chrono::seconds kOwnerTimeout{10};
 
 // Returns the run to open. Without such a run: reports the reason and sets status.
@@ -89,8 +89,8 @@ bool CloseOwner(const std::string& folder) {
     return desktop::AwaitNoOwner(folder, kOwnerTimeout);
 }
 
-// Returns the exit status when the owner shows a run and decides the outcome. Returns no value when
-// this process must open the run.
+// Sends the launch request to an owner that shows the run. With --replace, closes the owner
+// instead. Returns the exit status, or no value when this process must open the run.
 std::optional<int> AskOwner(const runs::Run& run, const Options& options) {
     std::string why;
     const std::string folder = desktop::RuntimeFolder(why);
@@ -178,7 +178,7 @@ int AskAndOpen(Options& options, bool fromDesktop) {
 }
 
 int Run(int argc, char** argv) {
-    // At a limit on the size of files, the write fails instead.
+    // A write beyond a limit on the size of files then fails and does not end the process.
     std::signal(SIGXFSZ, SIG_IGN);
     std::optional<Options> options = ParseOptions(argc, argv);
     if (!options) {

@@ -59,7 +59,8 @@ std::string DescribeMalformedCode(const QELXmlParser& store, QELAnalysisData& an
     return {};
 }
 
-// Returns the item in the last log line before the exception: "...: GetCode(N) > id=ID, strCode=".
+// Returns the failed item that the last log line before the exception names:
+// "...: GetCode(N) > id=ID, strCode=".
 std::optional<unsigned int> ReadPressedItem(const std::string& exceptionFile) {
     std::string line;
     std::getline(std::ifstream(exceptionFile), line);
