@@ -11,10 +11,6 @@
 
 #include "runs/printable.h"
 
-// The names are fixed by argp.
-const char* argp_program_version = "quorvel-report " QUORVEL_VERSION;
-const char* argp_program_bug_address = nullptr;
-
 namespace quorvel::report {
 
 namespace {
@@ -127,6 +123,7 @@ error_t OnArgument(int key, char* argument, argp_state* state) {
 Options ParseOptions(int argc, char** argv) {
     const argp parser = {kOptions, OnArgument, "PATH...", kDocumentation,
                          nullptr,  nullptr,    nullptr};
+    argp_program_version = "quorvel-report " QUORVEL_VERSION;
     argp_err_exit_status = kTrouble;
     // A message begins with the name of the program, not with its path.
     static std::string name = "quorvel-report";
