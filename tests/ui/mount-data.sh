@@ -235,10 +235,6 @@ forwards_signal() {
     [ "$(cat "$work/got")" = "$1" ] || fail "$1 does not reach the command"
 }
 
-is_running() {
-    kill -0 "$(cat "$work/pid")" 2>/dev/null
-}
-
 ends_with_script() {
     rm -f "$work/pid"
     # shellcheck disable=SC2016,SC2086 # for the inner shell; the words of a command
@@ -247,11 +243,7 @@ ends_with_script() {
     wait_for_file "$work/pid"
     kill -KILL $!
     wait $! || true
-    for _ in $(seq 200); do
-        is_running || return 0
-        sleep 0.05
-    done
-    fail "the command survives the script"
+    wait_until_gone "$(cat "$work/pid")"
 }
 
 # --- Cases without namespaces -----------------------------------------------------------------
@@ -344,7 +336,7 @@ cases_without_namespaces() {
     [ -z "$(ls -A /opt)" ] || fail "folders remain: $(find /opt)"
 }
 
-# A private session folder keeps a running quorvel of the user from affecting the test.
+# With a private runtime folder, a running quorvel of the user does not affect the test.
 mkdir -m 700 "$work/run"
 export XDG_RUNTIME_DIR="$work/run"
 mkdir "$work/data"
