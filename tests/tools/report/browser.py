@@ -8,7 +8,7 @@ import tempfile
 import time
 
 PROGRAM = shutil.which("chromium")
-TIMEOUT = 30  # seconds for one answer or one event
+TIMEOUT = 30  # seconds until the browser opens a page or exits
 
 
 class Browser:
@@ -36,7 +36,7 @@ class Browser:
             self.call(f"{domain}.enable")
 
     def find_page(self):
-        """Waits for the page and returns its number."""
+        """Waits for the page and returns its identifier."""
         end = time.monotonic() + TIMEOUT
         while time.monotonic() < end:
             for target in self.call("Target.getTargets")["targetInfos"]:
@@ -55,7 +55,7 @@ class Browser:
         shutil.rmtree(self.folder, ignore_errors=True)
 
     def receive(self):
-        """Waits for the next message of the browser, records and returns it."""
+        """Waits for the next message of the browser. Records its request or console line, and returns it."""
         while b"\0" not in self.buffer:
             piece = os.read(self.answers, 1 << 16)
             if not piece:
@@ -73,6 +73,7 @@ class Browser:
         return message
 
     def call(self, method, **parameters):
+        """Sends a command and returns its result. Fails if the browser returns an error."""
         self.number += 1
         command = {"id": self.number, "method": method, "params": parameters}
         if self.session:
@@ -85,15 +86,13 @@ class Browser:
         return message["result"]
 
     def open(self, url):
-        """Loads the page and returns the seconds until it is loaded."""
+        """Loads a page and waits until it is complete. Forgets earlier requests and console lines."""
         self.requests.clear()
         self.console.clear()
         self.call("Page.navigate", url="about:blank")
-        start = time.monotonic()
         self.call("Page.navigate", url=url)
         while self.evaluate("document.readyState") != "complete":
             pass
-        return time.monotonic() - start
 
     def evaluate(self, expression):
         """Returns the value of a JavaScript expression. Waits for a promise."""
