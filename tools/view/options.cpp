@@ -24,8 +24,8 @@ constexpr const char* kDocumentation =
     "\v"
     "To close the window, press Alt+F4, press Ctrl+C in the terminal, or run "
     "'quorvel EXEPARAM=CLOSE'.\n\n"
-    "Exit status: 0 success, 1 no run or a damaged run, 2 several runs or a wrong option, 3 "
-    "Quorvel shows another run, 128+N Quorvel ended by signal N.";
+    "Exit status: 0 success, 1 no run, a damaged run or any other error, 2 several runs or a wrong "
+    "option, 3 Quorvel shows another run, 128+N Quorvel ended by signal N.";
 
 const argp_option kOptions[] = {
     {"latest", kLatest, nullptr, 0, "Open the newest of several runs", 0},
