@@ -87,7 +87,7 @@ in_system debian/tests/shows-sample || fail "root: the example run fails"
 if as_user bwrap --dev-bind / / true; then
     as_user debian/tests/shows-sample || fail "user: the example run fails"
 else
-    echo "fresh: skipped: the example run as a user: users must not create namespaces" >&2
+    echo "fresh: skipped: the example run as a user: users are not permitted to create namespaces" >&2
 fi
 
 in_system dpkg --remove quorvel || fail "cannot remove the package"

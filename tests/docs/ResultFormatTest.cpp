@@ -12,12 +12,12 @@
 
 namespace {
 
-// The indices of two failed items of the example.
+// The indexes of two failed items of the example.
 constexpr unsigned int kPanelPattern = 1;
 constexpr unsigned int kTunerLock = 2;
 
 // Returns the lines of each fenced block of the document. The key is the text after the opening
-// fence. The lines outside the blocks have an empty key, like a closing fence.
+// fence; it is empty for the lines outside the blocks.
 std::map<std::string, std::string> ReadBlocks() {
     std::map<std::string, std::string> blocks;
     std::ifstream document(QUORVEL_RESULT_FORMAT);

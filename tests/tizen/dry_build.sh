@@ -116,7 +116,7 @@ test_build() {
     build sdk || fail "building with the SDK's headers fails"
     needs_set sdk
 
-    # The test adds a call of the PC that no header of the set declares.
+    # The test adds a call that no header of the set declares.
     printf '#include <app.h>\nint SetHasNoSuchCall() { return ui_app_restart(); }\n' \
         >>"$source/src/QELUtil.cpp"
     for folder in gbs sdk; do

@@ -50,7 +50,7 @@ message_shows_button() {
     shows "$BUTTON" "$SCREEN" 10000
 }
 
-# Waits for a message and closes it by a key.
+# Waits for a message and closes it with a key.
 close_message() {
     expect 'a message has the keyboard' message_has_keyboard
     expect 'the message shows a button' message_shows_button

@@ -108,8 +108,8 @@ entities() {
     survive
 }
 
-packed() {
-    begin 'packed result file'
+compressed() {
+    begin 'compressed result file'
     result_file S "$(repeat 5000000 ' ')"
     gzip "$data/qelXml.xml"
     mv "$data/qelXml.xml.gz" "$data/qelXml.xml"
@@ -156,6 +156,6 @@ export ELM_DISPLAY=buffer ELM_ENGINE=buffer XDG_STATE_HOME="$state"
 special_files
 large_values
 entities
-packed
+compressed
 few_resources
 link_as_root

@@ -171,7 +171,7 @@ qelXml.xml'
     expect_error 'no item can be read'
 }
 
-# The lock file is empty when the disk was full. The run can be the same run.
+# After a full disk, the lock file is empty. The owner can show any run, also the same run.
 reports_owner_without_entry() {
     make_stand_in 'echo opened'
     mkdir -p "$work/session/quorvel"

@@ -18,8 +18,8 @@ random_keys() {
     }'
 }
 
-# Waits until the program has handled all keys. The window gets these events after the keys. The pause
-# therefore follows all keys. The resume follows the work that the keys deferred.
+# Waits until the program has handled all keys. The window is minimised after the keys, so the pause
+# follows all keys. The resume follows the work that the keys deferred.
 await_keys() {
     window=$(xdotool getwindowfocus)
     log_mark
