@@ -33,12 +33,12 @@ enum class QELRefusal_e {
     kNoCheckTable,  // the code pair is block-listed, and its check table is missing or empty
 };
 
-// The data of the failure analysis: the analysis text of each failed item, a flag for each item
-// that the user had analysed, the check tables, and the block list of code pairs.
+// The data of the failure analysis. Stores the analysis text of each failed item and a flag for
+// each item that has been analysed. Also stores the check tables and the block list of code pairs.
 //
 // A singleton that lives until the process ends. Parse the result files before the first use: the
-// constructor reads the number of failed items once. There is no lock: the worker writes only
-// through SetAnalysisData, and the main loop reads the results only after it has seen the popup's
+// constructor reads the number of failed items once. There is no lock. The worker writes only
+// through SetAnalysisData. The main loop reads the results only after it has seen the popup's
 // running flag cleared.
 class QELAnalysisData {
 public:

@@ -50,8 +50,8 @@ struct QELConflictList_s {
     std::vector<QELConflictLine_s> lines;
 };
 
-// The rules of the conflict analysis. All operations are static, keep no state, only read the
-// result store and the analysis data, and may be called from any thread.
+// The rules of the conflict analysis. All operations are static, keep no state, and only read the
+// result store and the analysis data. Any thread.
 class QELConflicts {
 public:
     QELConflicts() = delete;
@@ -61,14 +61,15 @@ public:
     static QELConflictList_s Find(const QELXmlParser& parser, QELAnalysisData& analysisData,
                                   unsigned int id);
 
-    // Return the thread and the time window of the item i of all items. Throw as std::stoi does.
+    // Return the thread and the time window of the item i of all items, which must exist. Throw as
+    // std::stoi does.
     static int ReadThread(const QELXmlParser& parser, unsigned int i);
     static QELTimeWindow_s ReadWindow(const QELXmlParser& parser, unsigned int i);
 };
 
-// The conflicts of many failed items of one run: reads every item once, then answers each query in
-// a time that depends on the number of its conflicts and on the logarithm of the number of items.
-// The result store must not change while the index exists. Any thread, one at a time.
+// The conflicts of many failed items of one run. The constructor reads every item once. The time of
+// a query depends on the number of its conflicts and on the logarithm of the number of items. The
+// result store must not change while the index exists. Any thread, but only one thread at a time.
 class QELConflictIndex {
 public:
     QELConflictIndex(const QELXmlParser& parser, QELAnalysisData& analysisData);

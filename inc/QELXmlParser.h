@@ -85,12 +85,11 @@ public:
     void ReleaseDocument();
 
 private:
-    // One value of a section: the name of its element, its label in the panel text (null when no
-    // panel shows the value), and the member that stores the value.
+    // One value of a section.
     struct Field_s {
-        const char* tag;
-        const char* label;
-        std::string QELXmlParser::*member;
+        const char* tag;                    // the name of the element
+        const char* label;                  // in the panel text; null when no panel shows the value
+        std::string QELXmlParser::*member;  // stores the value
     };
 
     void m_Initialize();

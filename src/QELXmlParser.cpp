@@ -224,8 +224,7 @@ bool QELXmlParser::m_ParseInformation() {
     return true;
 }
 
-// Returns 1 when the file has a network failure, 0 when it has no network failure, and -1 when it
-// has no "Network" section.
+// Returns 1 for a network failure, 0 without a network failure, and -1 without a "Network" section.
 int QELXmlParser::m_ParseNetworkFailInfo() {
     xmlNodePtr network = m_FindNodeWithTagInfo(m_rootNode, "Network");
     if (network == nullptr) {
