@@ -202,7 +202,7 @@ TEST_F(QELItemDetailViewTest, CentresHintInPanel) {
 
 // --- Tests of the result text
 
-TEST_F(QELItemDetailViewTest, ShowsWholeTextOfBtItem) {
+TEST_F(QELItemDetailViewTest, ShowsItemTextOfBtItem) {
     ResultItem item = ItemOfType("bt", "A");
     item["connection"] = "paired";
     item["duration"] = "3";
@@ -231,7 +231,7 @@ TEST_F(QELItemDetailViewTest, ShowsOnlyPrefixesForRnscItemWithoutDetailedText) {
     EXPECT_EQ(Text(), kResultPrefix + kOrangePrefix);
 }
 
-TEST_F(QELItemDetailViewTest, ShowsWholeTextOfUnknownType) {
+TEST_F(QELItemDetailViewTest, ShowsItemTextOfUnknownType) {
     AddFailed({{"type", "printer"}, {"spec", "S"}});
     AddFailed({{"measure", "M"}});
     CreateWithList();

@@ -648,7 +648,7 @@ TEST_F(QELItemListTest, IgnoresPressWithoutAnalysisData) {
     }
 }
 
-TEST_F(QELItemListTest, ThrowsFromPressOnMalformedCode) {
+TEST_F(QELItemListTest, ThrowsFromPressOnInvalidCode) {
     ResultItem item = AnalysableItem("A");
     item["opcode"] = "xyz";
     AddFailed(item);
@@ -688,7 +688,7 @@ TEST_F(QELItemListTest, AnalysesFocusedRowOnOkKey) {
 // the codes, and nothing catches its exception.
 class QELItemListDeathTest : public QELItemListTest {};
 
-TEST_F(QELItemListDeathTest, TerminatesProcessOnMalformedCodeInWorker) {
+TEST_F(QELItemListDeathTest, TerminatesProcessOnInvalidCodeInWorker) {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
     ResultItem item = AnalysableItem("A");
     item["opcode"] = "xyz";
