@@ -211,7 +211,7 @@ screen_wait() {
     wait_until screen_rests || complain "the screen does not stop changing"
 }
 
-# Waits until the keys have changed the screen and it stops changing.
+# Waits until the keys have changed the screen and the screen stops changing.
 screen_wait_change() {
     wait_until screen_differs || complain "the screen does not change" || return
     screen_wait

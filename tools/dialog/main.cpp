@@ -1,4 +1,4 @@
-// The dialogs of quorvel-view when a desktop starts it:
+// The dialogs of quorvel-view for a start from a desktop:
 //
 //     quorvel-dialog folder FILE   writes the path of the folder that the user chooses to FILE
 //     quorvel-dialog message TEXT  shows the text until the user closes the window

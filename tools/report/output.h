@@ -37,8 +37,8 @@ private:
 
 // The report's destination: standard output, or a file that appears under its name only when it is
 // complete. An incomplete file has no name. On a file system without unnamed files, an incomplete
-// file has a temporary name and is removed when SIGHUP, SIGINT or SIGTERM ends the process. One
-// object in each process, one thread.
+// file has a temporary name. SIGHUP, SIGINT and SIGTERM remove this file before they end the
+// process. One object in each process, one thread.
 class Output {
 public:
     // path: empty for standard output. The report is written directly to a device or a FIFO. Throws

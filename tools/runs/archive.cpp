@@ -54,7 +54,7 @@ struct EntryName {
 };
 
 // Splits the name of an entry. Returns no value for a name that leads out of the archive or is too
-// long, for an entry of an unfinished capture, and for an entry below too many folders.
+// long. Returns no value for an entry of an unfinished capture or below too many folders either.
 std::optional<EntryName> SplitEntryName(const char* text) {
     if (text == nullptr || text[0] == '/' || std::strlen(text) >= PATH_MAX) {
         return std::nullopt;
@@ -80,8 +80,8 @@ std::optional<EntryName> SplitEntryName(const char* text) {
     return result;
 }
 
-// Gives the thread a UTF-8 locale. libarchive converts a name that is marked as UTF-8 to the locale
-// and loses a name with characters that the locale does not have.
+// Gives the thread a UTF-8 locale. libarchive converts a name that is marked as UTF-8 to the
+// locale. In another locale, libarchive loses a name with characters that the locale does not have.
 class Utf8Locale {
 public:
     Utf8Locale()

@@ -203,7 +203,6 @@ class GoldenFilesTest(ReportTest):
     def test_matches_golden_trace(self):
         self.check_format("report.trace.json", "--format=trace")
 
-
     def test_writes_item_of_readme(self):
         readme = (ROOT / "README.md").read_text(encoding="utf-8")
         item = readme.split("```text\n")[1].split("```")[0]
