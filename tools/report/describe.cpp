@@ -19,6 +19,13 @@ std::string DescribeRow(const LoadedRun& run, unsigned int id) {
     return row.empty() ? "(no name)" : runs::MakePrintable(row);
 }
 
+std::string FindDetailedText(const LoadedRun& run, unsigned int id) {
+    const app_result_type_e type = run.Store().GetResultType(id);
+    const bool isShown = type != RESULT_TYPE_IMAGE && type != RESULT_TYPE_RNSC &&
+                         run.Store().GetFailedItems()[id].count("detailed") != 0;
+    return isShown ? run.Store().GetResult(id, "detailed") : "";
+}
+
 std::int64_t OverlapOf(const QELTimeWindow_s& one, const QELTimeWindow_s& other) {
     return std::int64_t{std::min(one.end, other.end)} - std::max(one.start, other.start);
 }

@@ -12,6 +12,11 @@ namespace quorvel::report {
 // name.
 std::string DescribeRow(const LoadedRun& run, unsigned int id);
 
+// Returns the detailed text that the analysis of the failed item id shows. Returns an empty text
+// for an item of type "image", whose value is the path of a photo. Returns an empty text for an
+// item of type "rnsc" too, because its result is the detailed text.
+std::string FindDetailedText(const LoadedRun& run, unsigned int id);
+
 // Returns the smaller end minus the larger start; negative for time windows that wrap around.
 std::int64_t OverlapOf(const QELTimeWindow_s& one, const QELTimeWindow_s& other);
 

@@ -226,15 +226,12 @@ private:
 
     void m_WriteDetail(unsigned int id) {
         const QELXmlParser& store = m_Run.Store();
-        const ResultItem& item = store.GetFailedItems()[id];
         m_WriteText("<pre>", QELItemText::ComposeResult(store, id));
-        const app_result_type_e type = store.GetResultType(id);
-        if (type == RESULT_TYPE_IMAGE) {
+        if (store.GetResultType(id) == RESULT_TYPE_IMAGE) {
             m_WritePhoto(id);
-        } else if (type != RESULT_TYPE_RNSC && item.count("detailed") != 0) {
-            m_WriteText("<pre class=\"red\">", store.GetResult(id, "detailed"));
         }
-        m_WriteText("<pre class=\"red\">", ValueOf(item, "reason"));
+        m_WriteText("<pre class=\"red\">", FindDetailedText(m_Run, id));
+        m_WriteText("<pre class=\"red\">", ValueOf(store.GetFailedItems()[id], "reason"));
     }
 
     void m_WritePhoto(unsigned int id) {

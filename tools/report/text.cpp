@@ -141,19 +141,15 @@ void WritePhoto(std::ostream& out, const LoadedRun& run, unsigned int id) {
 
 void WriteItem(std::ostream& out, LoadedRun& run, unsigned int id) {
     const QELXmlParser& store = run.Store();
-    const ResultItem& item = store.GetFailedItems()[id];
     out << "\n"
         << std::string(id < 9 ? 1 : 0, ' ') << " " << id + 1 << ". " << DescribeRow(run, id)
         << "\n";
     WriteIndented(out, "     ", QELItemText::ComposeResult(store, id));
     if (store.GetResultType(id) == RESULT_TYPE_IMAGE) {
         WritePhoto(out, run, id);
-    } else if (store.GetResultType(id) != RESULT_TYPE_RNSC && item.count("detailed") != 0) {
-        WriteIndented(out, "     ", store.GetResult(id, "detailed"));
     }
-    if (item.count("reason") != 0) {
-        WriteIndented(out, "     ", store.GetResult(id, "reason"));
-    }
+    WriteIndented(out, "     ", FindDetailedText(run, id));
+    WriteIndented(out, "     ", ValueOf(store.GetFailedItems()[id], "reason"));
     WriteAnalysis(out, run.Analyse(id));
 }
 
