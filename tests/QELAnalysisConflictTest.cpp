@@ -15,19 +15,11 @@ namespace {
 
 using testing::ElementsAre;
 using testing::IsEmpty;
+using xml::ReplaceField;
 
 const char* const kFunction = "m_AnalyzeResourceConflictList";
 const char* const kInvalidArgument = "Exception - invalid_argument[stoi]";
 const char* const kOutOfRange = "Exception - out_of_range[stoi]";
-
-xml::Fields ReplaceField(xml::Fields fields, const std::string& key, const std::string& value) {
-    for (auto& field : fields) {
-        if (field.first == key) {
-            field.second = value;
-        }
-    }
-    return fields;
-}
 
 xml::Fields ReplaceCodes(const xml::Fields& fields, const std::string& opcode,
                          const std::string& msgcode) {

@@ -50,13 +50,7 @@ protected:
 
     // Returns item A with one field replaced.
     static xml::Fields MakeItemAWith(const std::string& key, const std::string& value) {
-        xml::Fields fields = MakeItemA();
-        for (auto& field : fields) {
-            if (field.first == key) {
-                field.second = value;
-            }
-        }
-        return fields;
+        return xml::ReplaceField(MakeItemA(), key, value);
     }
 
     // Creates the popup and sets its running flag, as the start of an analysis does.

@@ -8,6 +8,7 @@
 #include <chrono>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <memory>
 #include <string>
 #include <type_traits>
@@ -59,31 +60,19 @@ const std::vector<std::string> kItemKeys = {
     "type", "name",    "opcode",   "msgcode",         "imqs",    "result", "duration", "retrycount",
     "spec", "measure", "detailed", "timeAckAbsolute", "threadID"};
 
-// The elements of the sections before the item lists, in reading order.
-const std::vector<std::string> kSectionElements = {
-    "Information/sn",
-    "Information/model",
-    "Information/option",
-    "Information/mm",
-    "Information/sm",
-    "Information/ss",
-    "Information/mt",
-    "Information/bt",
-    "Information/ld1",
-    "Information/ld2",
-    "Information/dnso",
-    "Network/type",
-    "Network/connection",
-    "Network/pairing_elapsed_time",
-    "Network/pairing_end_time",
-    "Network/module_start_time",
-    "Network/module_elapsed_time",
-    "Summary/starttime",
-    "Summary/duration",
-    "Summary/result",
-    "Summary/fanet",
-    "Summary/testnum",
-    "Summary/retrycount",
+// A section before the item lists, with its elements in reading order.
+struct SectionElements {
+    const char* section;
+    std::vector<std::string> elements;
+};
+
+// The sections in reading order.
+const SectionElements kSections[] = {
+    {"Information", {"sn", "model", "option", "mm", "sm", "ss", "mt", "bt", "ld1", "ld2", "dnso"}},
+    {"Network",
+     {"type", "connection", "pairing_elapsed_time", "pairing_end_time", "module_start_time",
+      "module_elapsed_time"}},
+    {"Summary", {"starttime", "duration", "result", "fanet", "testnum", "retrycount"}},
 };
 
 // Returns a section with the elements in reverse order.
@@ -342,17 +331,18 @@ TEST_F(QELXmlParserTest, ReadsSectionsAndFieldsInFixedOrder) {
     for (const char* list : {"FAnetTest", "RNSCTest", "RNSCImage"}) {
         content += xml::Element(list, MakeReversedSection("test", kItemKeys));
     }
-    content += MakeReversedSection(
-        "Summary", {"starttime", "duration", "result", "fanet", "testnum", "retrycount"});
-    content += MakeReversedSection(
-        "Network", {"type", "connection", "pairing_elapsed_time", "pairing_end_time",
-                    "module_start_time", "module_elapsed_time"});
-    content += MakeReversedSection("Information", {"sn", "model", "option", "mm", "sm", "ss", "mt",
-                                                   "bt", "ld1", "ld2", "dnso"});
+    for (auto it = std::rbegin(kSections); it != std::rend(kSections); ++it) {
+        content += MakeReversedSection(it->section, it->elements);
+    }
     PrivateData::WriteMain(xml::Document(content));
     EXPECT_TRUE(Store().ParseFile());
 
-    std::vector<std::string> expected = kSectionElements;
+    std::vector<std::string> expected;
+    for (const SectionElements& section : kSections) {
+        for (const std::string& element : section.elements) {
+            expected.push_back(std::string(section.section) + "/" + element);
+        }
+    }
     for (const char* list : {"RNSCImage", "RNSCTest", "FAnetTest"}) {
         for (const std::string& key : kItemKeys) {
             expected.push_back(std::string(list) + "/test/" + key);
