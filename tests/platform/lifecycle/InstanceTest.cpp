@@ -60,7 +60,7 @@ TEST_F(InstanceTest, BecomesOwnerUntilDestroyed) {
     EXPECT_EQ(Claim(kShortTimeout), Instance::Claim::kOwner);
 }
 
-TEST_F(InstanceTest, IgnoresFilesOfEndedOwner) {
+TEST_F(InstanceTest, IgnoresLockAndSocketOfEndedOwner) {
     std::ofstream(m_Folder + "/lock") << "123";
     Socket::ListenAsOwner(m_Socket);
     EXPECT_EQ(Claim(kShortTimeout), Instance::Claim::kOwner);

@@ -132,7 +132,7 @@ TEST_F(LogFileTest, CreatesFileAgainAfterRemoval) {
     EXPECT_THAT(Messages("a.log"), ElementsAre("two"));
 }
 
-TEST_F(LogFileTest, FollowsRenameOfItsFolder) {
+TEST_F(LogFileTest, CreatesFileAgainAfterRenameOfFolder) {
     LogFile file = Open(1000, 2);
     Write(file, "one");
     fs::rename(m_Folder, m_Folders.Root() / "other");

@@ -20,7 +20,7 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::Not;
 
-// Two sizes with the aspect ratio of the screen, a narrow size, a low size, and a large size.
+// Three sizes with the aspect ratio of the screen, and two narrower sizes.
 constexpr std::pair<int, int> kWindowSizes[] = {
     {960, 540}, {1280, 720}, {900, 900}, {900, 600}, {1600, 900}};
 
