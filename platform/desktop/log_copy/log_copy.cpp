@@ -74,8 +74,8 @@ std::string PlainTime(std::time_t time) {
     return {text, std::strftime(text, sizeof(text), "%Y%m%d-%H%M%S", &local)};
 }
 
-// Another mount at the folder means that the storage was unmounted since it was found. The folder
-// is then the bare mount point on another disk.
+// Another mount at the folder means that the storage was unmounted after the search. The folder is
+// then the bare mount point on another disk.
 void CheckMount(const File& folder, const UsbStorage& storage) {
     std::uint64_t id = 0;
     if (!storage.mountId) {

@@ -36,8 +36,8 @@ std::string LogCopyName(const std::string& host, std::time_t time,
 // storage. Logs one line with the folder or the reason of the failure.
 //
 // The photos have the names that ChoosePhotoFiles returns. A photo that cannot be copied is left
-// out, and its reason is logged; it does not make the copy fail. A log that grows during the copy
-// is copied as it was at the start.
+// out, and the reason is logged. Such a photo does not make the copy fail. A log that grows during
+// the copy is copied as it was at the start.
 //
 // Returns 0 when the data is on the device. Otherwise returns -1, and the storage is as before. A
 // storage that fails permanently may keep the folder: complete, or with a temporary name until the

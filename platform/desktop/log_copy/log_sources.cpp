@@ -104,7 +104,7 @@ std::string RealPath(const File& opened, const LogSource& source) {
     return path;
 }
 
-// Returns whether the open file is in the folder. Only a link leads to a file outside it.
+// Returns whether the open file is in the folder. Only a link leads to a file outside the folder.
 bool IsInside(const LogSource& source, const std::string& folder) {
     const File opened(folder, O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     const std::string realFolder = RealPath(opened, source) + "/";
