@@ -18,18 +18,19 @@ namespace {
 constexpr unsigned int kMaxJobs = 256;
 
 constexpr const char* kDocumentation =
-    "Report and analyse the failed items of factory test runs."
-    "\vPATH is a folder, a result file (its folder is read) or an archive. Folders are searched "
-    "for "
-    "runs.\n\nExit status: 0 no item failed, 1 an item failed, 2 an option, a path, a file or the "
-    "output is invalid.";
+    "Reports and analyses the failed items of factory test runs."
+    "\v"
+    "PATH is a folder, a result file (its folder is read) or an archive. Folders are searched for "
+    "runs.\n\n"
+    "Exit status: 0 no item failed, 1 an item failed, 2 an option, a path, a file or the output is "
+    "invalid, or a run has no item.";
 
 const argp_option kOptions[] = {
     {"format", 'f', "FORMAT", 0, "text, json, html, csv or trace (default: text)", 0},
-    {"output", 'o', "FILE", 0, "write to FILE instead of standard output", 0},
-    {"jobs", 'j', "N", 0, "analyse N runs at the same time (default: 1)", 0},
+    {"output", 'o', "FILE", 0, "Write to FILE instead of standard output", 0},
+    {"jobs", 'j', "N", 0, "Analyse N runs at the same time (default: 1)", 0},
     {"time-unit", 't', "UNIT", 0,
-     "unit of the times in the result files for the trace: us, ms or s (default: ms)", 0},
+     "Unit of the times in the result files for the trace: us, ms or s (default: ms)", 0},
     {nullptr, 0, nullptr, 0, nullptr, 0}};
 
 struct FormatName {
@@ -97,7 +98,7 @@ error_t OnArgument(int key, char* argument, argp_state* state) {
             return 0;
         case 'o':
             if (argument[0] == '\0') {
-                argp_error(state, "the name of the output is empty");
+                argp_error(state, "FILE: empty argument");
             }
             options.output = argument;
             return 0;
@@ -111,7 +112,7 @@ error_t OnArgument(int key, char* argument, argp_state* state) {
             options.paths.emplace_back(argument);
             return 0;
         case ARGP_KEY_NO_ARGS:
-            argp_error(state, "PATH is missing");
+            argp_error(state, "PATH: missing argument");
             return 0;
         default:
             return ARGP_ERR_UNKNOWN;

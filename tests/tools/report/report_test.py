@@ -264,13 +264,17 @@ class StatusTest(ReportTest):
         self.assertEqual(paths, [str(self.folder / name) for name in ("a", "b", "c.tar/a")])
 
     def test_rejects_wrong_options(self):
-        for arguments in (["--format=xml", "x"], ["--jobs=0", "x"], ["--jobs=two", "x"],
-                          ["--time-unit=h", "x"], ["--no-such-option", "x"], []):
+        for arguments, message in ((["--format=xml", "x"], "xml: unknown format"),
+                                   (["--jobs=0", "x"], "0: the number of jobs must be from 1 to 256"),
+                                   (["--jobs=two", "x"], "two: the number of jobs must be from 1 to 256"),
+                                   (["--time-unit=h", "x"], "h: unknown time unit"),
+                                   (["--no-such-option", "x"], "unrecognized option '--no-such-option'"),
+                                   ([], "PATH: missing argument")):
             with self.subTest(arguments):
                 result = report(*arguments)
                 self.assertEqual((result.returncode, result.stdout), (2, b""))
                 self.assertIn(b"Try `quorvel-report --help'", result.stderr)
-                self.assertTrue(result.stderr.startswith(b"quorvel-report: "), result.stderr)
+                self.assertEqual(result.stderr.decode().splitlines()[0], f"quorvel-report: {message}")
 
     def test_prints_help_and_version(self):
         for option in ("--help", "--version"):
@@ -323,7 +327,7 @@ class OutputTest(ReportTest):
         self.assertEqual(os.listdir(self.folder), ["report"])
 
     def test_returns_2_for_output_that_cannot_be_created(self):
-        for output, reason in (("", b"the name of the output is empty"), (self.folder, b"Is a directory"),
+        for output, reason in (("", b"quorvel-report: FILE: empty argument"), (self.folder, b"Is a directory"),
                                (self.folder / "no/report", b"No such file"), ("/proc/report", b"/proc/report: ")):
             result = report("--output", output, "samples/typical")
             self.assertEqual((result.returncode, result.stdout), (2, b""))
