@@ -106,15 +106,13 @@ private:
     }
 
     void m_HandleTick() {
-        if (m_Wait-- > 0) {
-            return;
-        }
-        if (m_IsPressed && m_Wait > -kTicksForFrame) {
-            return;
-        }
-        if (m_IsPressed) {
+        ++m_Ticks;
+        if (m_IsPressed && m_Ticks > m_TicksToWait + kTicksForFrame) {
             std::fputs("FrameProbe: no frame after a key\n", stderr);
             _exit(EXIT_FAILURE);
+        }
+        if (m_IsPressed || m_Ticks <= m_TicksToWait) {
+            return;
         }
         if (m_Next == m_Steps.size()) {
             std::sort(m_Samples.begin(), m_Samples.end());
@@ -130,7 +128,8 @@ private:
             ecore_evas_focus_set(window, EINA_FALSE);
             ecore_evas_focus_set(window, EINA_TRUE);
         }
-        m_Wait = step.ticksAfter;
+        m_Ticks = 0;
+        m_TicksToWait = step.ticksAfter;
         m_IsPressed = step.isMeasured;
         m_Start = CpuSeconds();
         evas_event_feed_key_down(m_Canvas, step.key, step.key, nullptr, nullptr, 0, nullptr);
@@ -141,7 +140,8 @@ private:
     std::string m_Measure;
     std::vector<Step> m_Steps;
     std::size_t m_Next = 0;
-    int m_Wait = kTicksBeforeFirstKey;
+    int m_Ticks = 0;  // since the last key
+    int m_TicksToWait = kTicksBeforeFirstKey;
     bool m_HasFrame = false;
     bool m_IsPressed = false;  // whether a measured key waits for its frame
     double m_Start = 0;
