@@ -46,7 +46,7 @@ is_started() {
 }
 
 # Checks that the program starts, logs the lines and exits on SIGTERM: [COMMANDS [PATTERN…]]
-survive() {
+expect_start() {
     launch "${1-}"
     [ $# -eq 0 ] || shift
     wait_until is_started || fail "the program does not start"
@@ -86,7 +86,7 @@ special_files() {
             "$state/quorvel/quorvel.log"; do
             special_file "$kind" "$file"
         done
-        survive 'mkfifo /tmp/qel_first_execute' \
+        expect_start 'mkfifo /tmp/qel_first_execute' \
             'data/qelXml.xml: ' 'quorvel.log: not a regular file'
     done
 }
@@ -94,18 +94,18 @@ special_files() {
 large_values() {
     begin 'values of 1 MB'
     result_file "$(repeat 100000 '0123456789')" "$(repeat 500000 '^;')"
-    survive
+    expect_start
 }
 
 entities() {
     begin 'one entity used often'
     result_file "$(repeat 2000 '&a;')" D \
         "<!DOCTYPE r [<!ENTITY a '$(repeat 10000 '0123456789')'>]>"
-    survive
+    expect_start
     begin 'entities in entities'
     result_file '&c;' D "<!DOCTYPE r [<!ENTITY a '$(repeat 1000 'x')'><!ENTITY b '$(repeat 1000 '&a;')'>
 <!ENTITY c '$(repeat 1000 '&b;')'>]>"
-    survive
+    expect_start
 }
 
 compressed() {
@@ -113,18 +113,18 @@ compressed() {
     result_file S "$(repeat 5000000 ' ')"
     gzip "$data/qelXml.xml"
     mv "$data/qelXml.xml.gz" "$data/qelXml.xml"
-    survive '' 'Start tag expected'
+    expect_start '' 'Start tag expected'
 }
 
 few_resources() {
     begin 'closed standard streams'
     result_file S D
-    survive 'exec 0<&- 1>&- 2>&-'
+    expect_start 'exec 0<&- 1>&- 2>&-'
     begin 'limit on the size of files'
     result_file S D
     repeat 1000 '0123456789' >"$state/quorvel/quorvel.log"
     # The limit of 8 KiB is sufficient for the other files.
-    survive 'ulimit -f 16' 'cannot write to the log file'
+    expect_start 'ulimit -f 16' 'cannot write to the log file'
     begin 'twenty descriptors'
     launch 'ulimit -n 20'
     program_wait || fail "the program does not exit"
