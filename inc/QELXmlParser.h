@@ -19,9 +19,9 @@ using SectionValues = std::vector<std::pair<std::string, std::string>>;
 // The result store: the failed items, all items, and the information, network and summary values of
 // one run.
 //
-// A singleton that lives until the process ends. The main-loop thread fills it once, before any
-// view exists; afterwards it is only read. The queries therefore need no lock and may be called
-// from any thread. A query returns a copy, except GetFailedItems and GetAllItems.
+// A singleton that lives until the process ends. The main-loop thread fills the store once, before
+// any view exists. Afterwards the store is only read. The queries therefore need no lock and may be
+// called from any thread. A query returns a copy, except GetFailedItems and GetAllItems.
 //
 // An item is identified by its index in the list of failed items. Operations with All in their
 // names take the index in the list of all items. The same item has different indexes in the two

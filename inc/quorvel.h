@@ -69,8 +69,8 @@ constexpr const char* QelFileName(const char* path) {
 //
 // with the name of the source file, the function and the line that writes it. Information lines go
 // to the buffer LOG_ID_MAIN at DLOG_INFO, error lines to LOG_ID_SYSTEM at DLOG_ERROR; no other
-// combination exists. A message that already ends with a line feed is followed by a second one. Any
-// thread.
+// combination exists. The line of a message that ends with a line feed ends with two line feeds.
+// Any thread.
 #define QEL_LOG(buffer, priority, format, ...)                                                \
     __dlog_print(buffer, priority, "QEL", "%s: %s(%d) > " format "\n", QelFileName(__FILE__), \
                  __func__, __LINE__, ##__VA_ARGS__)
