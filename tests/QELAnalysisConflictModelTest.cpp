@@ -1,5 +1,5 @@
 // Compares the resource conflict lists of random runs with a model. The model shares no code with
-// QELAnalysis: it checks single instants instead of comparing start and end times.
+// QELConflicts. The model checks single instants instead of comparing start and end times.
 
 #include <algorithm>
 #include <cctype>
@@ -33,7 +33,7 @@ struct ModelItem {
 using ModelRun = std::vector<ModelItem>;
 
 const unsigned int kRunsPerSeed = 50;
-// The random runs of one seed must have more conflicts to test the conflict rules.
+// The random runs of one seed must have more than this number of conflicts.
 const long kMinConflicts = 100;
 
 // The reason why a text does not convert to an int.
@@ -109,8 +109,8 @@ ModelWindow MakeWindow(const ModelItem& item) {
     return {Modulo(start, range), Modulo(start + length, range)};
 }
 
-// Returns the start and end times of both windows, and the instants just before and after each.
-// All values are doubled, so that an instant exists between any two times.
+// Returns the start and end times of both windows, and the instants just before and after each
+// time. All values are doubled, so that an instant exists between any two times.
 std::set<long long> FindInstants(const ModelWindow& a, const ModelWindow& b) {
     std::set<long long> instants;
     for (const long long time : {a.start, a.end, b.start, b.end}) {
@@ -293,7 +293,7 @@ std::string RunAnalysis(unsigned int index) {
     }
 }
 
-// Returns the error messages about exceptions. The result store also logs missing keys.
+// Returns the error messages about exceptions, without the messages about missing keys.
 std::vector<std::string> GetExceptionLines() {
     std::vector<std::string> lines;
     for (const std::string& message : FakeLog::ErrorMessages()) {

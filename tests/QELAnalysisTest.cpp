@@ -1,4 +1,4 @@
-// Tests the analysis worker, the results that it stores, and the format of the analysis text.
+// Tests the analysis worker, its results, and the format of the analysis text.
 
 #include "QELAnalysis.h"
 

@@ -170,8 +170,8 @@ std::vector<std::string> ToolkitCalls::TakeForeignCalls() {
 }
 
 // The linker option --wrap defines the names: a call of f calls __wrap_f, and __real_f is f itself.
-// The fake records a creation after the call, with the result as the first argument. It records
-// every other call before the call, so that nested calls follow.
+// The fake records a creation after the call, with the result as the first argument. The fake
+// records every other call before the call, so that nested calls follow.
 // NOLINTBEGIN(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp,bugprone-macro-parentheses)
 extern "C" {
 
