@@ -8,8 +8,10 @@
 #include <filesystem>
 #include <fstream>
 #include <string>
+#include <vector>
 
 #include "fixtures/ResultFiles.h"
+#include "photos.h"
 #include "runs/printable.h"
 #include "tools/fixtures/RunFolder.h"
 
@@ -185,6 +187,17 @@ TEST_F(CheckTest, FindsPhotosOfImageItems) {
     EXPECT_EQ(run.photos[0].file, m_Folder.Path("stick/capture/1.jpg"));
     EXPECT_EQ(run.photos[1].file, m_Folder.Path("stick/mnt/usb/1.jpg"));
     EXPECT_EQ(run.photos[2].file, "");
+}
+
+TEST_F(CheckTest, ReturnsFirstPhotosUpToLimit) {
+    std::vector<std::string> photos;
+    for (std::size_t i = 0; i <= desktop::kMaxPhotos; ++i) {
+        photos.push_back("/" + std::to_string(i));
+    }
+    m_Folder.Write("stick/qelXml.xml", ComposeMainFile("SN1", "", photos));
+    const runs::Run run = Check();
+    ASSERT_EQ(run.photos.size(), desktop::kMaxPhotos);
+    EXPECT_EQ(run.photos.back().name, photos[desktop::kMaxPhotos - 1]);
 }
 
 }  // namespace

@@ -115,7 +115,10 @@ TEST_F(RunsTest, ReportsResultFileThatIsLink) {
 TEST_F(RunsTest, SearchesSixLevelsOfFolders) {
     m_Folder.WriteRun("stick/1/2/3/4/5/6", "SN6");
     m_Folder.WriteRun("stick/1/2/3/4/5/6/7", "SN7");
-    EXPECT_THAT(SerialNumbers(), ElementsAre("SN6"));
+    const SearchResult result = Find();
+    ASSERT_THAT(result.runs, SizeIs(1));
+    EXPECT_EQ(result.runs[0].serialNumber, "SN6");
+    EXPECT_THAT(result.problems, IsEmpty());
 }
 
 TEST_F(RunsTest, ReportsTooDeepFoldersWhenNoRunIsFound) {
