@@ -291,6 +291,48 @@ omits_partial_photo() {
     expect_output './qelXml.xml'
 }
 
+# The photo is a sparse file and needs no space on the disk.
+omits_too_large_photo() {
+    make_stand_in 'find . -type f'
+    truncate -s "$((64 * 1024 * 1024 + 1))" "$work/large-photo/1.jpg"
+    expect_status 0 "$work/large-photo"
+    expect_only_error "quorvel-view: $work/large-photo/1.jpg: larger than 64 MiB, not shown"
+    expect_output './qelXml.xml'
+}
+
+# Starts quorvel-view with a stand-in that waits for a signal, prints the name of the signal and exits.
+# Returns when the stand-in waits. The stand-in exits after a failed test too.
+start_waiting_view() {
+    make_stand_in "for name in TERM INT HUP QUIT; do trap \"echo \$name; exit 9\" \$name; done
+touch '$work/up'
+while [ -d '$work' ]; do sleep 0.05; done"
+    rm -f "$work/up"
+    env --default-signal=TERM,INT,HUP,QUIT "$work/bin/quorvel-view" "$folder" >"$work/out" 2>"$work/err" &
+    expect "the stand-in waits" test -e "$work/up"
+}
+
+passes_signals_on() {
+    for signal in TERM INT HUP QUIT; do
+        start_waiting_view
+        kill -s "$signal" $!
+        status=0
+        wait $! || status=$?
+        [ "$status" -eq 9 ] || fail "SIG$signal: status $status instead of 9: $(cat "$work/err")"
+        expect_output "$signal"
+    done
+}
+
+closes_quorvel_when_killed() {
+    start_waiting_view
+    kill -KILL $!
+    wait $! || true
+    expect "quorvel gets SIGTERM" grep -q -x TERM "$work/out"
+    ! has_no_copy >"$work/copies" || fail "the killed quorvel-view has no copy"
+    make_stand_in ''
+    expect_status 0 "$folder"
+    has_no_copy || fail "the copy of the killed quorvel-view remains"
+}
+
 reports_signal() {
     # shellcheck disable=SC2016 # for the stand-in
     make_stand_in 'kill -ABRT $$'
@@ -334,6 +376,9 @@ prints_how_to_close_on_terminal
 copies_only_named_files
 rejects_partial_copy_of_result_file
 omits_partial_photo
+omits_too_large_photo
+passes_signals_on
+closes_quorvel_when_killed
 reports_signal
 returns_status_when_parent_ignores_children
 expect_nothing_left
