@@ -396,6 +396,18 @@ class OutputTest(ReportTest):
                 runs = report_json(f"--jobs={jobs}", *[paths[i] for i in order])
                 self.assertEqual([run["path"] for run in runs], [paths[i] for i in order])
 
+    def test_returns_2_when_job_is_killed(self):
+        # The jobs wait, because the report is larger than the pipes and the test does not read it yet.
+        with subprocess.Popen([PROGRAM, "--jobs=2", "--format=json", *["samples/typical"] * 1500], cwd=ROOT,
+                              stdout=subprocess.PIPE, stderr=subprocess.PIPE) as process:
+            children = []
+            while len(children) < 2:
+                self.assertIsNone(process.poll())
+                children = Path(f"/proc/{process.pid}/task/{process.pid}/children").read_text().split()
+            os.kill(int(children[1]), signal.SIGKILL)
+            _, messages = process.communicate(timeout=60)
+        self.assertEqual((process.returncode, messages), (2, b"quorvel-report: a job ended unexpectedly\n"))
+
     def test_keeps_order_with_jobs(self):
         for number in range(9):
             self.write_run(f"run{number}", *[make_item(f"{number}-{i}", thread=str(i))
@@ -702,6 +714,16 @@ class HtmlTest(ReportTest):
             self.assertEqual(len(shown), images)
             if images:
                 self.assertEqual(base64.b64decode(shown[0]["src"].split(",")[1]), content)
+
+    def test_omits_too_large_picture(self):
+        folder = self.write_run("run", make_item("photo", type="image", detailed="/capture/a.jpg"))
+        photo = folder / "a.jpg"
+        photo.write_bytes(b"\xff\xd8\xff")
+        for size, images in ((16 << 20, 1), ((16 << 20) + 1, 0)):
+            os.truncate(photo, size)
+            page = self.page(folder)
+            self.assertEqual(len(page.all("img")), images)
+            self.assertEqual("photo missing or larger than 16 MiB: /capture/a.jpg" in page.texts, images == 0)
 
     def test_stays_small_for_many_runs(self):
         run = self.write_run("run", *[
