@@ -228,7 +228,9 @@ TEST_F(RequestServerTest, RejectsTooManySenders) {
     for (int i = 0; i < 65; ++i) {
         idle.push_back(Socket::Connect(m_Path));
     }
+    const std::ptrdiff_t before = OpenFiles();
     EXPECT_TRUE(RunLoopUntilLogged(1));
+    EXPECT_EQ(OpenFiles() - before, 64) << "accepted senders";
     EXPECT_THAT(m_Log.Messages(),
                 ElementsAre("launch request rejected: more than 64 senders at once"));
     idle.clear();

@@ -95,6 +95,15 @@ TEST_F(LogFileTest, RotatesAndRemovesOldestFile) {
     EXPECT_FALSE(fs::exists(m_Folder / "a.3.log"));
 }
 
+TEST_F(LogFileTest, FillsFileUpToMaximumSize) {
+    LogFile file = Open(2 * m_ThreeLetters, 1);
+    Write(file, "one");
+    Write(file, "two");
+    EXPECT_THAT(Messages("a.log"), ElementsAre("one", "two"));
+    Write(file, "ten");
+    EXPECT_THAT(Messages("a.log"), ElementsAre("ten"));
+}
+
 TEST_F(LogFileTest, EmptiesLogThatCannotBeRenamed) {
     fs::create_directories(m_Folder / "a.1.log/folder");
     LogFile file = Open(50, 1);
@@ -188,6 +197,17 @@ TEST_F(LogFileTest, CreatesNoStartFileForFewLines) {
     Write(file, "one");
     Write(file, "two");
     EXPECT_FALSE(fs::exists(m_Folder / "a.start.log"));
+}
+
+// A process that is killed can leave the file with the temporary name.
+TEST_F(LogFileTest, ReplacesUnfinishedStartFile) {
+    fs::create_directories(m_Folder);
+    std::ofstream(m_Folder / "a.start.log.new") << "part";
+    LogFile file = Open(1000, 1, m_ThreeLetters);
+    Write(file, "one");
+    Write(file, "two");
+    EXPECT_THAT(Messages("a.start.log"), ElementsAre("one"));
+    EXPECT_FALSE(fs::exists(m_Folder / "a.start.log.new"));
 }
 
 TEST_F(LogFileTest, OmitsLineThatExceedsStartFile) {

@@ -9,6 +9,7 @@
 #include <system_error>
 #include <vector>
 
+#include "log_copy/log_sources.h"
 #include "paths.h"
 #include "photos.h"
 #include "platform/fakes/FaultyFileIo.h"
@@ -18,6 +19,7 @@ namespace fs = std::filesystem;
 using quorvel::desktop::FindPhoto;
 using quorvel::desktop::kMaxPhotoBytes;
 using quorvel::desktop::LogCopyName;
+using quorvel::desktop::OpenPhoto;
 using quorvel::desktop::OutsideLinks;
 using testing::AllOf;
 using testing::ElementsAre;
@@ -165,6 +167,20 @@ TEST_F(LogCopyPhotosTest, IgnoresPhotosThatAreNotFiles) {
               "http://a/1.jpg", "/", "/" + std::string(5000, 'a')});
     ExpectCopy();
     EXPECT_THAT(m_Errors, IsEmpty());
+}
+
+TEST_F(LogCopyPhotosTest, AcceptsLargestPhoto) {
+    Write(m_Data / "1.jpg", kPicture);
+    fs::resize_file(m_Data / "1.jpg", kMaxPhotoBytes);
+    EXPECT_TRUE(OpenPhoto(m_Job.from, "/mnt/1.jpg", "1.jpg").has_value());
+}
+
+TEST_F(LogCopyPhotosTest, ReplacesControlCharactersInReason) {
+    WriteRun({"/mnt/a\nb.jpg"});
+    Write(m_Data / "a\nb.jpg", kPicture);
+    fs::resize_file(m_Data / "a\nb.jpg", kMaxPhotoBytes + 1);
+    ExpectCopy();
+    ExpectLeftOut("/a?b.jpg: File too large");
 }
 
 TEST_F(LogCopyPhotosTest, OmitsTooLargePhoto) {

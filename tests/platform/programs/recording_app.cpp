@@ -96,12 +96,17 @@ void Terminate(void* data) {
     evas_object_del(g_Window);
 }
 
+// The port stops the frames of a paused window.
+bool AreFramesStopped() {
+    return ecore_animator_frametime_get() > 1;
+}
+
 void Pause(void* data) {
-    Record("pause", data);
+    Record(AreFramesStopped() ? "pause" : "pause with frames", data);
 }
 
 void Resume(void* data) {
-    Record("resume", data);
+    Record(AreFramesStopped() ? "resume without frames" : "resume", data);
 }
 
 quorvel::desktop::UsbStorage StorageAfterInput() {
