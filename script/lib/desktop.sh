@@ -69,7 +69,9 @@ desktop_start() {
     display_start "$desktop_size" || return
     setpriv --pdeathsig TERM openbox --sm-disable >"$desktop/manager.log" 2>&1 &
     manager_pid=$!
-    wait_until is_managed || complain "openbox: the window manager does not start"
+    wait_until is_managed || complain "openbox: the window manager does not start" || return
+    # The first key of a display can be lost, because the window manager then reads the keyboard again.
+    xdotool key Shift_L
 }
 
 desktop_stop() {
