@@ -42,6 +42,9 @@ void PrepareToolkit() {
     setenv("ELM_POPUP_VERTICAL_ALIGN", "1.0", 1);
     setenv("ELM_POPUP_HORIZONTAL_ALIGN", "-1.0", 1);
     setenv("ELM_PROFILE", "standard", 1);
+    // Draw on the main thread. The toolkit waits only 0.2 s for its drawing thread, and then frees
+    // memory that the thread still uses.
+    setenv("ECORE_EVAS_FORCE_SYNC_RENDER", "1", 1);
     // No stack traces in the toolkit's messages, and no modules for power and time zones.
     setenv("EINA_LOG_BACKTRACE", "-1", 0);
     setenv("ECORE_NO_SYSTEM_MODULES", "1", 0);

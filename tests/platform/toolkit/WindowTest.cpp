@@ -15,6 +15,10 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 
+void CountEvent(void* data, Evas*, void*) {
+    ++*static_cast<int*>(data);
+}
+
 TEST(WindowTest, ScalesWithScreen) {
     EXPECT_DOUBLE_EQ(ScaleFor(1920, 1080), 2.0);
     EXPECT_DOUBLE_EQ(ScaleFor(3840, 2160), 4.0);
@@ -47,6 +51,22 @@ TEST(WindowTest, HidesPointer) {
     ecore_evas_cursor_get(canvas, &cursor, nullptr, nullptr, nullptr);
     ASSERT_NE(cursor, nullptr);
     EXPECT_THAT(Screen::ColourOf(cursor), testing::Each(0));
+}
+
+// A frame that another thread draws is complete in a later turn.
+TEST(WindowTest, CompletesFrameInOneTurnOfMainLoop) {
+    const Stage stage;
+    Screen::ProcessEvents(stage.window);
+    Evas* canvas = evas_object_evas_get(stage.window);
+    int begun = 0;
+    int complete = 0;
+    evas_event_callback_add(canvas, EVAS_CALLBACK_RENDER_PRE, CountEvent, &begun);
+    evas_event_callback_add(canvas, EVAS_CALLBACK_RENDER_POST, CountEvent, &complete);
+    evas_object_color_set(stage.background, 255, 255, 255, 255);
+    EXPECT_TRUE(Screen::PumpUntil([&begun] { return begun > 0; }));
+    EXPECT_EQ(complete, begun);
+    evas_event_callback_del_full(canvas, EVAS_CALLBACK_RENDER_PRE, CountEvent, &begun);
+    evas_event_callback_del_full(canvas, EVAS_CALLBACK_RENDER_POST, CountEvent, &complete);
 }
 
 TEST(WindowTest, SetsScaleBeforeFirstWidget) {
