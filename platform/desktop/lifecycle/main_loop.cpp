@@ -13,7 +13,6 @@
 #include <deque>
 #include <filesystem>
 #include <iterator>
-#include <optional>
 #include <string>
 #include <system_error>
 #include <utility>
@@ -62,9 +61,6 @@ bool CanOpenNeededFiles() {
     const auto open = std::distance(fs::directory_iterator("/proc/self/fd", error), {});
     return static_cast<rlim_t>(open) + kNeededFiles <= limit.rlim_cur;
 }
-
-// Seconds between two frames of a minimised window. The toolkit would draw 60 frames a second.
-constexpr double kPausedFrameTime = 3600;
 
 // The signals that end the program. Ecore replaces the SIG_IGN of nohup, so the first call must
 // come before Ecore starts.
@@ -139,6 +135,7 @@ private:
 
     static void m_OnDeliver(void* data) { static_cast<Application*>(data)->m_Deliver(); }
     static void m_OnPause(void* data, const Efl_Event* event);
+    static void m_OnRestored(void* data, Evas_Object* window, void* event);
     static void m_OnResume(void* data, const Efl_Event* event);
 
     const ui_app_lifecycle_callback_s& m_Callbacks;
@@ -146,9 +143,9 @@ private:
     RequestServer m_Server;
     std::deque<Request> m_Requests;
     Ecore_Job* m_Delivery = nullptr;  // pending while a request waits in the main loop
-    // The frame time of the animator before the pause, in seconds. No value while the application
-    // is not paused.
-    std::optional<double> m_FrameTime;
+    bool m_IsPaused = false;
+    // The source of the frames before the last pause.
+    Ecore_Animator_Source m_FrameSource = ECORE_ANIMATOR_SOURCE_TIMER;
 };
 
 int Application::Run(int argc, char** argv) {
@@ -197,6 +194,7 @@ int Application::m_RunLoop() {
     Efl_Object* loop = efl_main_loop_get();
     efl_event_callback_add(loop, EFL_APP_EVENT_PAUSE, m_OnPause, this);
     efl_event_callback_add(loop, EFL_APP_EVENT_RESUME, m_OnResume, this);
+    evas_object_smart_callback_add(MainWindow(), "normal", m_OnRestored, this);
     const int signals = signalfd(-1, &EndingSignals(), SFD_CLOEXEC);
     Ecore_Fd_Handler* handler = ecore_main_fd_handler_add(signals, ECORE_FD_READ, OnEndingSignal,
                                                           nullptr, nullptr, nullptr);
@@ -242,23 +240,28 @@ void Application::m_Deliver() {
 // EFL also reports a pause when the last window closes, and a resume when the first window opens.
 void Application::m_OnPause(void* data, const Efl_Event*) {
     auto* self = static_cast<Application*>(data);
-    if (self->m_FrameTime || elm_win_iconified_get(MainWindow()) == EINA_FALSE) {
+    if (self->m_IsPaused || elm_win_iconified_get(MainWindow()) == EINA_FALSE) {
         return;
     }
-    self->m_FrameTime = ecore_animator_frametime_get();
-    ecore_animator_frametime_set(kPausedFrameTime);
+    self->m_IsPaused = true;
+    self->m_FrameSource = ecore_animator_source_get();
+    ecore_animator_source_set(ECORE_ANIMATOR_SOURCE_CUSTOM);
     if (self->m_Callbacks.pause != nullptr) {
         self->m_Callbacks.pause(self->m_UserData);
     }
 }
 
+// Without frames, EFL neither draws nor reports the resume.
+void Application::m_OnRestored(void* data, Evas_Object*, void*) {
+    ecore_animator_source_set(static_cast<Application*>(data)->m_FrameSource);
+}
+
 void Application::m_OnResume(void* data, const Efl_Event*) {
     auto* self = static_cast<Application*>(data);
-    if (!self->m_FrameTime) {
+    if (!self->m_IsPaused) {
         return;
     }
-    ecore_animator_frametime_set(*self->m_FrameTime);
-    self->m_FrameTime.reset();
+    self->m_IsPaused = false;
     if (self->m_Callbacks.resume != nullptr) {
         self->m_Callbacks.resume(self->m_UserData);
     }

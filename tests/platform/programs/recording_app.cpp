@@ -98,7 +98,7 @@ void Terminate(void* data) {
 
 // The port stops the frames of a paused window.
 bool AreFramesStopped() {
-    return ecore_animator_frametime_get() > 1;
+    return ecore_animator_source_get() == ECORE_ANIMATOR_SOURCE_CUSTOM;
 }
 
 void Pause(void* data) {
