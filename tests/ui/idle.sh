@@ -1,6 +1,6 @@
 #!/bin/sh
-# Tests how often the program wakes up: after the start, after an analysis, and while it is
-# minimised.
+# Tests how often the program wakes up: after the start, after an analysis, and while the program is
+# minimised. An analysis completes while the program is minimised.
 set -eu
 # shellcheck source=tests/ui/ui.sh
 . "$(dirname -- "$0")/ui.sh"
@@ -31,7 +31,19 @@ expect_rest "after the start"
 go_down 1 5
 analyse
 expect_rest "after an analysis"
-xdotool windowminimize "$(xdotool getwindowfocus)"
+go_down 6 6
+press Return
+window=$(xdotool getwindowfocus)
+xdotool windowminimize "$window"
 log_wait 's_Pause is called'
+log_wait 'SetRunningFlag 0'
 expect "the minimised program is idle" wakes_at_most "$pid" 0
+log_mark
+xdotool windowactivate "$window"
+log_wait 's_Resume is called'
+expect_focus ok
+press Return
+log_wait 'OK button is pressed.'
+shows_result
 close_by_request
+expect_clean_log
