@@ -144,8 +144,7 @@ private:
     std::deque<Request> m_Requests;
     Ecore_Job* m_Delivery = nullptr;  // pending while a request waits in the main loop
     bool m_IsPaused = false;
-    // The source of the frames before the last pause.
-    Ecore_Animator_Source m_FrameSource = ECORE_ANIMATOR_SOURCE_TIMER;
+    Ecore_Animator_Source m_FrameSource{};  // of the frames before the last pause
 };
 
 int Application::Run(int argc, char** argv) {
@@ -251,9 +250,13 @@ void Application::m_OnPause(void* data, const Efl_Event*) {
     }
 }
 
-// Without frames, EFL neither draws nor reports the resume.
+// Without frames, EFL neither draws nor reports the resume. EFL also calls this function when the
+// window opens.
 void Application::m_OnRestored(void* data, Evas_Object*, void*) {
-    ecore_animator_source_set(static_cast<Application*>(data)->m_FrameSource);
+    auto* self = static_cast<Application*>(data);
+    if (self->m_IsPaused) {
+        ecore_animator_source_set(self->m_FrameSource);
+    }
 }
 
 void Application::m_OnResume(void* data, const Efl_Event*) {

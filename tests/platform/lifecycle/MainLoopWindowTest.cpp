@@ -62,6 +62,15 @@ TEST_F(MainLoopWindowTest, CallsPauseAndResumeOnMinimiseAndRestore) {
                                                 "resume", "control CLOSE", "terminate", "exit"));
 }
 
+// The toolkit reports a window that opens like a window that is restored.
+TEST_F(MainLoopWindowTest, KeepsFramesOfDisplayWhenWindowOpens) {
+    Do("CLOSE");
+    EXPECT_EQ(m_App->Exit(), 0);
+    m_Display["VERTICAL_SYNC"] = "1";
+    m_App = Start({}, m_Display);
+    EXPECT_TRUE(AwaitEvent("frames of the display"));
+}
+
 TEST_F(MainLoopWindowTest, RestoresMinimisedWindowOnSecondStart) {
     Do("MINIMISE");
     ASSERT_TRUE(AwaitEvent("pause"));

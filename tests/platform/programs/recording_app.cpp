@@ -4,7 +4,8 @@
 // THROW throws an exception. WAIT waits for a line of input. COPY_AND_CLOSE ends the program while
 // a log copy waits for a line of input. After COPY_COUNT_AND_CLOSE, the thread of the copy waits
 // for another line and counts the copy. If $ONLY_CREATE is set, the program has no other callback.
-// If $PARSE is set, create waits for a line of input and parses the file $PARSE.
+// If $PARSE is set, create waits for a line of input and parses the file $PARSE. If $VERTICAL_SYNC
+// is set, the frames have the source that EFL uses for a display with vertical synchronisation.
 
 #include <Ecore_X.h>
 #include <Elementary.h>
@@ -61,6 +62,16 @@ void Parse(const char* path) {
     xmlFreeDoc(document);
 }
 
+void RecordFrameSource(void*) {
+    Record(ecore_animator_source_get() == ECORE_ANIMATOR_SOURCE_CUSTOM ? "frames of the display"
+                                                                       : "frames of a timer");
+}
+
+// Records the source of the frames after all handlers of this event.
+void OnNormal(void*, Evas_Object*, void*) {
+    ecore_job_add(RecordFrameSource, nullptr);
+}
+
 bool Create(void* data) {
     Record("create", data);
     if (IsSet("PARSE")) {
@@ -76,6 +87,10 @@ bool Create(void* data) {
     elm_win_autodel_set(g_Window, EINA_TRUE);
     if (elm_win_xwindow_get(g_Window) != 0) {
         ecore_event_handler_add(ECORE_X_EVENT_WINDOW_FOCUS_IN, OnFocus, nullptr);
+    }
+    if (IsSet("VERTICAL_SYNC")) {
+        ecore_animator_source_set(ECORE_ANIMATOR_SOURCE_CUSTOM);
+        evas_object_smart_callback_add(g_Window, "normal", OnNormal, nullptr);
     }
     evas_object_resize(g_Window, 200, 100);
     evas_object_show(g_Window);
