@@ -53,8 +53,8 @@ TEST(WindowTest, HidesPointer) {
     EXPECT_THAT(Screen::ColourOf(cursor), testing::Each(0));
 }
 
-// A frame that another thread draws is complete in a later turn.
-TEST(WindowTest, CompletesFrameInOneTurnOfMainLoop) {
+// A frame that another thread draws is complete in a later iteration.
+TEST(WindowTest, CompletesFrameInOneIterationOfMainLoop) {
     const Stage stage;
     Screen::ProcessEvents(stage.window);
     Evas* canvas = evas_object_evas_get(stage.window);
