@@ -132,7 +132,7 @@ few_resources() {
     grep -q 'raise the limit: ulimit -n' "$desktop/log" || fail "no reason is logged"
 }
 
-# Makes a log copy without a window.
+# Checks that a log copy by root rejects a link to a private file. Needs no window.
 link_as_root() {
     [ "$(id -u)" -eq 0 ] || return 0
     begin 'link to a private file, as root'

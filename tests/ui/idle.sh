@@ -1,6 +1,6 @@
 #!/bin/sh
 # Tests how often the program wakes up: after the start, after an analysis, and while the program is
-# minimised. An analysis completes while the program is minimised.
+# minimised. The program is minimised directly after the start of an analysis, and then restored.
 set -eu
 # shellcheck source=tests/ui/ui.sh
 . "$(dirname -- "$0")/ui.sh"

@@ -103,7 +103,7 @@ private:
 
     std::ostream& m_Out;
     LoadedRun& m_Run;
-    // By the index of all items: the end of the line of a conflict; empty until it is needed.
+    // The end of the line of a conflict for each item of all items; empty before its first use.
     std::vector<std::string> m_Ends;
 };
 

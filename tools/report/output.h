@@ -59,7 +59,7 @@ private:
     int m_Open();
     // Opens a file with a temporary name. Returns -1 and sets errno on an error.
     int m_OpenNamed();
-    // Gives an unnamed file a temporary name. Returns whether that succeeded.
+    // Gives an unnamed file a temporary name. Returns false and sets errno on failure.
     bool m_Name();
 
     std::string m_Path;       // links resolved; empty for standard output

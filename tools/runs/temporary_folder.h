@@ -14,7 +14,7 @@ namespace quorvel::runs {
 // thread.
 class TemporaryFolder {
 public:
-    // Creates the folder. Throws std::filesystem::filesystem_error when that fails.
+    // Creates the folder. Throws std::filesystem::filesystem_error when the creation fails.
     TemporaryFolder();
     ~TemporaryFolder();
     TemporaryFolder(const TemporaryFolder&) = delete;

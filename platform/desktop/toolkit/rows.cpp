@@ -14,9 +14,9 @@ namespace quorvel::desktop {
 
 namespace {
 
-// Of a list: the application's function that returns the text of a row.
+// The key in a list. The value is the application's function that returns the text of a row.
 constexpr char kTextKey[] = "quorvel-text";
-// Of an analysed row: the row itself.
+// The key in an analysed row. The value is the row itself.
 constexpr char kAnalysedKey[] = "quorvel-analysed";
 
 // Returns the text for a part that replaces entities.
