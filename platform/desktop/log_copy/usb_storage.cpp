@@ -19,8 +19,8 @@ namespace quorvel::desktop {
 
 namespace {
 
-// /boot and the others matter when the root is behind dm-crypt or LVM: libudev then names no USB
-// device for the root.
+// The folders below the root matter when the root is behind dm-crypt or LVM. libudev then names no
+// USB device for the root.
 constexpr std::array<std::string_view, 6> kSystemFolders{"/",    "/boot", "/boot/efi",
                                                          "/usr", "/var",  "/home"};
 
