@@ -45,7 +45,19 @@ exits_when_closed() {
     expect_one_life "closing the window" "Create Control Terminate "
 }
 
+# The window and the popup are deleted together.
+exits_while_popup_is_shown() {
+    open_run "$root/samples/typical"
+    press Down Down Down Down Down Down
+    log_wait 'QELItemView.cpp: Update(.*index : 6, '
+    press Return
+    expect_focus ok
+    kill "$program"
+    expect_one_life "shutdown with a popup" "Create Control Terminate "
+}
+
 second_launch
 exits_on_signal TERM
 exits_on_signal INT
 exits_when_closed
+exits_while_popup_is_shown

@@ -23,7 +23,7 @@ struct KnownMessage {
     std::string_view text;
 };
 
-constexpr std::array<KnownMessage, 3> kKnownMessages{{
+constexpr std::array<KnownMessage, 4> kKnownMessages{{
     // Colours that are not premultiplied. The toolkit clamps the components, which gives the
     // intended translucent white.
     {"_efl_canvas_object_efl_gfx_color_color_set", "Evas only handles premultiplied colors"},
@@ -31,6 +31,9 @@ constexpr std::array<KnownMessage, 3> kKnownMessages{{
     {"evas_object_image_alpha_set", "object is not an image!"},
     // The box of the button, packed into the table as if the table were a box.
     {"_efl_object_call_resolve", "'elm_obj_box_pack_end'"},
+    // The popup of a window that is deleted. The popup gives the focus back to a row that no longer
+    // exists.
+    {"efl_ui_focus_object_focus_manager_get", "is not a valid object"},
 }};
 
 [[gnu::format(printf, 1, 0)]] std::string Format(const char* format, va_list arguments) {
